@@ -1,0 +1,50 @@
+# SPDX-License-Identifier: MIT
+# What every target of the project has in common, and short forms to declare a floor, a program and a test.
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(lightpen_options INTERFACE)
+target_include_directories(lightpen_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_compile_options(lightpen_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast -Wundef
+  # The mapping is exact to the last bit: no fused multiply-add, no reassociation.
+  -ffp-contract=off -fno-fast-math)
+if(LIGHTPEN_SANITIZE)
+  target_compile_options(lightpen_options INTERFACE
+    -fsanitize=${LIGHTPEN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(lightpen_options INTERFACE -fsanitize=${LIGHTPEN_SANITIZE})
+endif()
+
+# lightpen_floor(NAME libraries...): the static library of src/NAME, from all of its files.
+function(lightpen_floor NAME)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  list(FILTER sources EXCLUDE REGEX "/main[A-Za-z]*\\.cpp$")
+  add_library(lightpen_${NAME} STATIC ${sources})
+  set_target_properties(lightpen_${NAME} PROPERTIES LINKER_LANGUAGE CXX)
+  target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
+endfunction()
+
+# lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp.
+function(lightpen_tests FOLDER)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FOLDER}/*Test.cpp)
+  foreach(source ${sources})
+    get_filename_component(unit ${source} NAME_WE)
+    set(program ${FOLDER}_${unit})
+    add_executable(${program} ${source})
+    target_link_libraries(${program} PRIVATE ${ARGN} GTest::gmock GTest::gtest_main)
+    target_include_directories(${program} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    set_target_properties(${program} PROPERTIES
+      RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/${FOLDER} OUTPUT_NAME ${unit})
+    add_test(NAME ${FOLDER}/${unit} COMMAND ${program})
+    set_tests_properties(${FOLDER}/${unit} PROPERTIES LABELS ${FOLDER} TIMEOUT 120)
+  endforeach()
+endfunction()

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace lightpen {
+
+using DefaultsValue = std::variant<bool, std::int64_t, double, std::string>;
+
+// The user's settings over registered defaults. Main thread.
+class UserDefaults {
+public:
+    virtual ~UserDefaults() = default;
+    // What objectForKey answers for keys that the user has not set.
+    virtual void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) = 0;
+    virtual std::optional<DefaultsValue> objectForKey(std::string_view key) const = 0;
+    // Stores the value at once, so that a crash at any later moment keeps it. False (and a log line) when it
+    // cannot be written; the value then holds until the program ends.
+    virtual bool setObject(std::string_view key, DefaultsValue value) = 0;
+};
+
+} // namespace lightpen

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace lightpen {
+
+// A pair of doubles in one coordinate space. The spaces are distinct types, so that a camera point cannot be
+// taken for a screen point by accident.
+template <class Space>
+struct Point {
+    double x = 0;
+    double y = 0;
+    friend bool operator==(const Point&, const Point&) = default;
+};
+
+// Raw camera coordinates, 0..2560 by 0..1920, y grows downwards.
+struct CameraSpace;
+// Screen coordinates in points, origin at the main screen's top-left corner, y grows downwards.
+struct ScreenSpace;
+// Window coordinates in points, origin at the bottom-left corner, y grows upwards.
+struct WindowSpace;
+
+using CameraPoint = Point<CameraSpace>;
+using ScreenPoint = Point<ScreenSpace>;
+using WindowPoint = Point<WindowSpace>;
+
+struct Size {
+    double width = 0;
+    double height = 0;
+    friend bool operator==(const Size&, const Size&) = default;
+};
+
+template <class Space>
+struct Rect {
+    Point<Space> origin;
+    Size size;
+    friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+using ScreenRect = Rect<ScreenSpace>;
+using WindowRect = Rect<WindowSpace>;
+
+// The two numbers of a point's string form; see NSStringFromPoint.
+std::string stringFromPair(double x, double y);
+// Reads "{x, y}" back; anything else yields false and leaves x and y alone.
+bool pairFromString(std::string_view text, double& x, double& y);
+
+// "{x, y}", each coordinate as the shortest decimal that reads back to the same double.
+template <class Space>
+std::string NSStringFromPoint(const Point<Space>& point) {
+    return stringFromPair(point.x, point.y);
+}
+
+// The point whose string form is given; (0, 0) for a text that is not the string form of a point.
+template <class AnyPoint>
+AnyPoint NSPointFromString(std::string_view text) {
+    AnyPoint point;
+    pairFromString(text, point.x, point.y);
+    return point;
+}
+
+// "{{x, y}, {width, height}}".
+template <class Space>
+std::string NSStringFromRect(const Rect<Space>& rect) {
+    return "{" + NSStringFromPoint(rect.origin) + ", " + stringFromPair(rect.size.width, rect.size.height) +
+           "}";
+}
+
+} // namespace lightpen

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/IOReturn.h"
+#include "platform/RunLoop.h"
+
+namespace lightpen {
+
+using IOHIDElementCookie = std::uint32_t;
+
+// Bytes of a report that can always be read, however short the unit declares it.
+inline constexpr std::size_t kReadableReportBytes = 64;
+
+// One input report as a queue delivers it.
+struct IOHIDEventStruct {
+    std::uint32_t type = 0;
+    IOHIDElementCookie elementCookie = 0;
+    std::int32_t value = 0;
+    std::uint64_t timestamp = 0;     // microseconds of the platform's clock
+    std::uint32_t longValueSize = 0; // the declared length of the report
+    // The whole report; zero-padded to at least longValueSize and at least kReadableReportBytes bytes.
+    std::vector<std::uint8_t> longValue;
+};
+
+// The event for a report of the declared length: shorter ones are zero-padded, longer ones cut.
+IOHIDEventStruct inputReportEvent(IOHIDElementCookie cookie, std::span<const std::uint8_t> report,
+                                  std::size_t declaredLength, std::uint64_t timestamp);
+
+enum class IOHIDReportType : std::uint32_t { input = 0, output = 1, feature = 2 };
+
+// A time-out argument that stands for waiting without limit.
+inline constexpr std::uint32_t kIOHIDNoTimeout = 0xFFFFFFFF;
+
+class IOHIDQueueInterface;
+
+// Called on the main loop for each report that a queue has taken. The sender is the queue.
+using IOHIDEventCallout = std::function<void(IOReturn result, IOHIDQueueInterface& sender)>;
+
+// An ordered queue of whole input reports. All operations may be called from any thread.
+class IOHIDQueueInterface {
+public:
+    virtual ~IOHIDQueueInterface() = default;
+    // Yields the source through which the callouts are delivered, once it is attached to the main loop.
+    virtual IOReturn createAsyncEventSource(RunLoopSourceRef& source) = 0;
+    // Sets how many reports the queue holds; a full queue loses its oldest report. No flags are known.
+    virtual IOReturn create(std::uint32_t flags, std::uint32_t depth) = 0;
+    // Ends the queue: it takes no more reports and yields none.
+    virtual IOReturn dispose() = 0;
+    virtual IOReturn addElement(IOHIDElementCookie cookie, std::uint32_t flags) = 0;
+    virtual bool hasElement(IOHIDElementCookie cookie) const = 0;
+    // Begins to take reports, with an empty queue also when it was running.
+    virtual IOReturn start() = 0;
+    // Takes no more reports; those already taken stay.
+    virtual IOReturn stop() = 0;
+    // Takes the oldest report into event, without waiting whatever the two arguments say (both are 0 in this
+    // system). kIOReturnUnderrun when there is none; event is then unchanged.
+    virtual IOReturn getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
+                                  std::uint32_t timeoutMs) = 0;
+    // Replaces the callout. One callout is made for each report taken from then on.
+    virtual IOReturn setEventCallout(IOHIDEventCallout callout) = 0;
+};
+
+using IOHIDQueueRef = std::shared_ptr<IOHIDQueueInterface>;
+
+// One HID interface of a unit. All operations may be called from any thread.
+class IOHIDDeviceInterface122 {
+public:
+    virtual ~IOHIDDeviceInterface122() = default;
+    virtual IOReturn open(std::uint32_t flags) = 0;
+    virtual IOReturn close() = 0;
+    // Sends a report and waits until the unit has taken it, at most timeoutMs (kIOHIDNoTimeout: no limit).
+    // kIOReturnNoDevice once the unit is gone; kIOReturnNotOpen before open; kIOReturnTimeout when time is up
+    // (the report may still go out later, before any later report).
+    virtual IOReturn setReport(IOHIDReportType type, std::uint32_t reportID,
+                               std::span<const std::uint8_t> report, std::uint32_t timeoutMs) = 0;
+    // A new queue for this interface's reports, owned by the caller; null when there can be none.
+    virtual IOHIDQueueRef allocQueue() = 0;
+};
+
+using IOHIDDeviceInterfaceRef = std::shared_ptr<IOHIDDeviceInterface122>;
+
+// The step between a HID service and its device interface.
+class IOCFPlugInInterface {
+public:
+    virtual ~IOCFPlugInInterface() = default;
+    // The device interface, owned by the caller; null when the service has none.
+    virtual IOHIDDeviceInterfaceRef queryInterface() = 0;
+};
+
+} // namespace lightpen

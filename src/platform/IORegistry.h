@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/IOHID.h"
+#include "platform/IOReturn.h"
+#include "platform/RunLoop.h"
+
+namespace lightpen {
+
+// Handles of registry objects: services and iterators. 0 is none. Each holder owns one reference.
+using io_object_t = std::uint32_t;
+using io_service_t = io_object_t;
+using io_iterator_t = io_object_t;
+using mach_port_t = std::uint32_t;
+
+// A registry property: a number, a string, or a list of dictionaries.
+struct PropertyDictionary;
+using Property = std::variant<std::int64_t, std::string, std::vector<PropertyDictionary>>;
+struct PropertyDictionary {
+    std::map<std::string, Property, std::less<>> entries;
+};
+
+// The text of a property as the log shows it: a number, the string itself, "({key = value; }, ...)".
+std::string describe(const Property& property);
+std::string describe(const PropertyDictionary& dictionary);
+
+// Which services are meant: those of the class whose number properties have these values.
+struct MatchingDictionary {
+    std::string className;
+    std::map<std::string, std::int64_t, std::less<>> numbers;
+};
+
+// The matching dictionary for all services of a class.
+MatchingDictionary IOServiceMatching(std::string_view className);
+
+// Where matching notifications arrive; its source must be attached to the main loop.
+class IONotificationPort {
+public:
+    virtual ~IONotificationPort() = default;
+    virtual RunLoopSourceRef IONotificationPortGetRunLoopSource() = 0;
+};
+
+inline constexpr std::string_view kIOFirstMatchNotification = "IOServiceFirstMatch";
+inline constexpr std::string_view kIOTerminatedNotification = "IOServiceTerminate";
+inline constexpr std::string_view kIOServicePlane = "IOService";
+
+// Called on the main loop when an armed iterator has objects. It must take all of them, or it is not called
+// again.
+using IOServiceMatchingCallback = void (*)(void* refcon, io_iterator_t iterator);
+
+// The registry of services. A service is listed from the moment it is ready for use until it is gone. Main
+// thread.
+class IORegistry {
+public:
+    virtual ~IORegistry() = default;
+
+    virtual IOReturn IOMasterPort(mach_port_t& port) = 0;
+    // The first matching service, with a reference for the caller; 0 when there is none.
+    virtual io_service_t IOServiceGetMatchingService(mach_port_t port,
+                                                     const MatchingDictionary& matching) = 0;
+    // An iterator over the matching services of this moment, with a reference for the caller.
+    virtual IOReturn IOServiceGetMatchingServices(mach_port_t port, const MatchingDictionary& matching,
+                                                  io_iterator_t& iterator) = 0;
+    virtual std::shared_ptr<IONotificationPort> IONotificationPortCreate(mach_port_t port) = 0;
+    // Yields an iterator that gets each service that arrives (kIOFirstMatchNotification; those already there
+    // at once) or leaves (kIOTerminatedNotification). The callback is made when the iterator, drained before,
+    // gets something; callbacks never nest. The notification lives as long as the iterator has references.
+    virtual IOReturn IOServiceAddMatchingNotification(const std::shared_ptr<IONotificationPort>& port,
+                                                      std::string_view notificationType,
+                                                      const MatchingDictionary& matching,
+                                                      IOServiceMatchingCallback callback, void* refcon,
+                                                      io_iterator_t& iterator) = 0;
+
+    // The next object, with a reference for the caller; 0 at the end, which arms a notification's iterator.
+    virtual io_object_t IOIteratorNext(io_iterator_t iterator) = 0;
+    virtual IOReturn IOObjectRetain(io_object_t object) = 0;
+    virtual IOReturn IOObjectRelease(io_object_t object) = 0;
+
+    virtual std::string IOObjectGetClass(io_object_t object) = 0;
+    virtual std::optional<Property> IORegistryEntryCreateCFProperty(io_object_t entry,
+                                                                    std::string_view key) = 0;
+    virtual PropertyDictionary IORegistryEntryCreateCFProperties(io_object_t entry) = 0;
+    // The path in the plane; empty when the entry has none.
+    virtual IOReturn IORegistryEntryGetPath(io_object_t entry, std::string_view plane, std::string& path) = 0;
+
+    // The plug-in of a HID service; fails for other services and for those that are gone.
+    virtual IOReturn IOCreatePlugInInterfaceForService(io_service_t service,
+                                                       std::shared_ptr<IOCFPlugInInterface>& plugIn) = 0;
+};
+
+} // namespace lightpen

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Notifications.h"
+
+#include <algorithm>
+
+namespace lightpen {
+
+void NotificationCenter::addObserver(const void* observer, std::string_view name, const void* sender,
+                                     Handler handler) {
+    entries_.push_back({observer, std::string(name), sender, std::move(handler)});
+}
+
+void NotificationCenter::removeObserver(const void* observer) {
+    std::erase_if(entries_, [=](const Entry& entry) { return entry.observer == observer; });
+}
+
+void NotificationCenter::post(const Notification& notification) {
+    // Handlers may add and remove observers, so the list is copied and each entry looked up again.
+    const auto entries = entries_;
+    for (const Entry& entry : entries) {
+        if (entry.name != notification.name || (entry.sender && entry.sender != notification.object))
+            continue;
+        const bool stillThere = std::any_of(entries_.begin(), entries_.end(), [&](const Entry& other) {
+            return other.observer == entry.observer && other.name == entry.name;
+        });
+        if (stillThere)
+            entry.handler(notification);
+    }
+}
+
+} // namespace lightpen

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Platform.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace lightpen {
+
+namespace {
+Platform* thePlatform = nullptr;
+}
+
+Platform& Platform::current() {
+    if (!thePlatform) {
+        std::fputs("the platform was used before it was put together\n", stderr);
+        std::exit(EXIT_FAILURE);
+    }
+    return *thePlatform;
+}
+
+void Platform::setCurrent(Platform* platform) {
+    thePlatform = platform;
+}
+
+} // namespace lightpen

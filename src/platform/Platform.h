@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Defaults.h"
+#include "platform/Desktop.h"
+#include "platform/IORegistry.h"
+#include "platform/Notifications.h"
+#include "platform/PointerEvents.h"
+#include "platform/RunLoop.h"
+#include "platform/Threads.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+// Everything the system takes from its desktop. Put together once by the process entry, or by a test; the
+// parts are owned by whoever put it together and outlive the system.
+struct Platform {
+    IORegistry& registry;
+    PointerEvents& pointer;
+    RunLoop& runLoop;
+    Clock& clock;
+    Threads& threads;
+    NotificationCenter& notifications;
+    DistributedNotificationCenter& distributedNotifications;
+    Desktop& desktop;
+    UserDefaults& defaults;
+
+    // The platform of this process; ends the program with a message when none was set.
+    static Platform& current();
+    static void setCurrent(Platform* platform);
+};
+
+} // namespace lightpen

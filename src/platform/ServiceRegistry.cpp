@@ -1,0 +1,294 @@
+// SPDX-License-Identifier: MIT
+#include "platform/ServiceRegistry.h"
+
+#include <algorithm>
+
+namespace lightpen {
+
+namespace {
+
+constexpr mach_port_t kMasterPort = 0x1;
+
+class NotificationPort final : public IONotificationPort {
+public:
+    explicit NotificationPort(std::function<void()> deliver)
+        : source_(std::make_shared<RunLoopSource>(std::move(deliver))) {}
+    RunLoopSourceRef IONotificationPortGetRunLoopSource() override { return source_; }
+
+private:
+    RunLoopSourceRef source_;
+};
+
+bool matches(const ServiceDescription& service, const MatchingDictionary& matching) {
+    if (service.className != matching.className)
+        return false;
+    return std::all_of(matching.numbers.begin(), matching.numbers.end(), [&](const auto& wanted) {
+        const auto found = service.properties.entries.find(wanted.first);
+        if (found == service.properties.entries.end())
+            return false;
+        const auto* number = std::get_if<std::int64_t>(&found->second);
+        return number && *number == wanted.second;
+    });
+}
+
+} // namespace
+
+// Objects and references
+
+io_object_t ServiceRegistry::addObject(Object object) {
+    objects_.emplace(++lastHandle_, std::move(object));
+    return lastHandle_;
+}
+
+ServiceRegistry::Object* ServiceRegistry::find(io_object_t handle) {
+    const auto found = objects_.find(handle);
+    return found == objects_.end() ? nullptr : &found->second;
+}
+
+const ServiceDescription* ServiceRegistry::findService(io_object_t handle) const {
+    const auto found = objects_.find(handle);
+    return found == objects_.end() || !found->second.service ? nullptr : &*found->second.service;
+}
+
+IOReturn ServiceRegistry::IOObjectRetain(io_object_t handle) {
+    Object* object = find(handle);
+    if (!object)
+        return kIOReturnBadArgument;
+    ++object->references;
+    return kIOReturnSuccess;
+}
+
+IOReturn ServiceRegistry::IOObjectRelease(io_object_t handle) {
+    Object* object = find(handle);
+    if (!object)
+        return kIOReturnBadArgument;
+    if (--object->references > 0)
+        return kIOReturnSuccess;
+    const auto held = std::move(object->objects);
+    objects_.erase(handle);
+    for (const io_object_t inner : held)
+        IOObjectRelease(inner);
+    return kIOReturnSuccess;
+}
+
+// Listing
+
+bool ServiceRegistry::listed(io_service_t service) const {
+    return std::find(listed_.begin(), listed_.end(), service) != listed_.end();
+}
+
+std::vector<io_service_t> ServiceRegistry::matchingServices(const MatchingDictionary& matching) const {
+    std::vector<io_service_t> found;
+    std::copy_if(listed_.begin(), listed_.end(), std::back_inserter(found), [&](io_service_t handle) {
+        const ServiceDescription* service = findService(handle);
+        return service && matches(*service, matching);
+    });
+    return found;
+}
+
+IOReturn ServiceRegistry::IOMasterPort(mach_port_t& port) {
+    port = kMasterPort;
+    return kIOReturnSuccess;
+}
+
+io_service_t ServiceRegistry::IOServiceGetMatchingService(mach_port_t, const MatchingDictionary& matching) {
+    const auto services = matchingServices(matching);
+    if (services.empty())
+        return 0;
+    IOObjectRetain(services.front());
+    return services.front();
+}
+
+IOReturn ServiceRegistry::IOServiceGetMatchingServices(mach_port_t, const MatchingDictionary& matching,
+                                                       io_iterator_t& iterator) {
+    Object object;
+    for (const io_service_t service : matchingServices(matching)) {
+        IOObjectRetain(service);
+        object.objects.push_back(service);
+    }
+    iterator = addObject(std::move(object));
+    return kIOReturnSuccess;
+}
+
+io_object_t ServiceRegistry::IOIteratorNext(io_iterator_t iterator) {
+    Object* object = find(iterator);
+    if (!object)
+        return 0;
+    if (object->objects.empty()) {
+        if (object->registration)
+            object->registration->armed = true;
+        return 0;
+    }
+    const io_object_t next = object->objects.front();
+    object->objects.pop_front();
+    return next;
+}
+
+// Properties
+
+std::string ServiceRegistry::IOObjectGetClass(io_object_t object) {
+    const ServiceDescription* service = findService(object);
+    return service ? service->className : std::string();
+}
+
+std::optional<Property> ServiceRegistry::IORegistryEntryCreateCFProperty(io_object_t entry,
+                                                                         std::string_view key) {
+    const ServiceDescription* service = findService(entry);
+    if (!service)
+        return std::nullopt;
+    const auto found = service->properties.entries.find(key);
+    if (found == service->properties.entries.end())
+        return std::nullopt;
+    return found->second;
+}
+
+PropertyDictionary ServiceRegistry::IORegistryEntryCreateCFProperties(io_object_t entry) {
+    const ServiceDescription* service = findService(entry);
+    return service ? service->properties : PropertyDictionary();
+}
+
+IOReturn ServiceRegistry::IORegistryEntryGetPath(io_object_t entry, std::string_view plane,
+                                                 std::string& path) {
+    const ServiceDescription* service = findService(entry);
+    if (!service || plane != kIOServicePlane)
+        return kIOReturnBadArgument;
+    path = service->path;
+    return kIOReturnSuccess;
+}
+
+IOReturn ServiceRegistry::IOCreatePlugInInterfaceForService(io_service_t handle,
+                                                            std::shared_ptr<IOCFPlugInInterface>& plugIn) {
+    const ServiceDescription* service = findService(handle);
+    if (!service || !service->plugIn)
+        return kIOReturnUnsupported;
+    if (!listed(handle))
+        return kIOReturnNoDevice;
+    plugIn = service->plugIn();
+    return plugIn ? kIOReturnSuccess : kIOReturnNoDevice;
+}
+
+// Notifications
+
+std::shared_ptr<IONotificationPort> ServiceRegistry::IONotificationPortCreate(mach_port_t) {
+    auto port = std::make_shared<NotificationPort>([this] { deliver(); });
+    ports_.push_back(port);
+    return port;
+}
+
+IOReturn ServiceRegistry::IOServiceAddMatchingNotification(const std::shared_ptr<IONotificationPort>& port,
+                                                           std::string_view notificationType,
+                                                           const MatchingDictionary& matching,
+                                                           IOServiceMatchingCallback callback, void* refcon,
+                                                           io_iterator_t& iterator) {
+    const bool arrivals = notificationType == kIOFirstMatchNotification;
+    if (!arrivals && notificationType != kIOTerminatedNotification)
+        return kIOReturnBadArgument;
+    if (const IOReturn result = arrivals ? IOServiceGetMatchingServices(kMasterPort, matching, iterator)
+                                         : (iterator = addObject({}), kIOReturnSuccess);
+        result != kIOReturnSuccess)
+        return result;
+    find(iterator)->registration =
+        Registration{port, arrivals ? Change::arrival : Change::removal, matching, callback, refcon, false};
+    return kIOReturnSuccess;
+}
+
+io_service_t ServiceRegistry::publish(ServiceDescription description) {
+    Object object;
+    object.service = std::move(description);
+    const io_service_t service = addObject(std::move(object));
+    listed_.push_back(service);
+    enqueue(Change::arrival, service, Microseconds::zero());
+    return service;
+}
+
+void ServiceRegistry::withdraw(io_service_t service) {
+    if (std::erase(listed_, service) == 0)
+        return;
+    enqueue(Change::removal, service, kRemovalDelay);
+    IOObjectRelease(service);
+}
+
+void ServiceRegistry::enqueue(Change change, io_service_t service, Microseconds delay) {
+    IOObjectRetain(service);
+    events_.push_back({change, service, clock_.now() + delay});
+    if (delay > Microseconds::zero())
+        scheduleDelivery(delay);
+    else
+        signalPorts();
+}
+
+void ServiceRegistry::scheduleDelivery(Microseconds delay) {
+    runLoop_.performAfterDelay({this, "deliver", {}, [this] { signalPorts(); }}, delay);
+}
+
+void ServiceRegistry::signalPorts() {
+    std::erase_if(ports_, [](const auto& weak) { return weak.expired(); });
+    for (const auto& weak : ports_)
+        if (const auto port = weak.lock())
+            port->IONotificationPortGetRunLoopSource()->signal();
+}
+
+bool ServiceRegistry::takeIntoIterators(const Event& event) {
+    const bool overtaken = event.change == Change::arrival && !listed(event.service);
+    const ServiceDescription* service = findService(event.service);
+    if (overtaken || !service)
+        return false;
+    for (auto& [handle, object] : objects_) {
+        if (!object.registration || object.registration->change != event.change ||
+            object.registration->port.expired() || !matches(*service, object.registration->matching))
+            continue;
+        // Handles count upwards: a service older than the notification was in its iterator from the start.
+        if (event.change == Change::arrival && event.service < handle)
+            continue;
+        IOObjectRetain(event.service);
+        object.objects.push_back(event.service);
+    }
+    return true;
+}
+
+void ServiceRegistry::callArmedIterators() {
+    std::vector<io_iterator_t> ready;
+    for (const auto& [handle, object] : objects_)
+        if (object.registration && object.registration->armed && !object.objects.empty())
+            ready.push_back(handle);
+    for (const io_iterator_t handle : ready) {
+        Object* iterator = find(handle);
+        if (!iterator) // an earlier callback released it
+            continue;
+        iterator->registration->armed = false;
+        const auto callback = iterator->registration->callback;
+        callback(iterator->registration->refcon, handle);
+    }
+}
+
+// Callbacks never nest: an observer may run the loop, and what arrives meanwhile waits for its end. Removals
+// that follow each other without an arrival between them that still stands are reported together, so that a
+// unit with a loose plug costs one opening, not one for each contact.
+void ServiceRegistry::deliver() {
+    if (delivering_)
+        return;
+    delivering_ = true;
+    std::optional<Change> gathered;
+    while (!events_.empty() && events_.front().due <= clock_.now()) {
+        const Event event = events_.front();
+        const bool stands = event.change == Change::removal || listed(event.service);
+        if (stands && gathered && *gathered != event.change) {
+            gathered.reset();
+            callArmedIterators();
+            continue;
+        }
+        events_.pop_front();
+        if (takeIntoIterators(event))
+            gathered = event.change;
+        IOObjectRelease(event.service);
+        if (events_.empty() || events_.front().due > clock_.now()) {
+            gathered.reset();
+            callArmedIterators();
+        }
+    }
+    delivering_ = false;
+    if (!events_.empty())
+        scheduleDelivery(events_.front().due - clock_.now());
+}
+
+} // namespace lightpen
