@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Geometry.h"
+
+namespace lightpen {
+
+// A calibration-points list: one raw camera point for each target, row by row from the top-left target. Once
+// made it never changes, so threads may share it; null where there is none.
+using PointList = std::vector<CameraPoint>;
+using PointListRef = std::shared_ptr<const PointList>;
+
+// "({x, y}, {x, y})", or "(null)".
+std::string describe(const PointListRef& points);
+
+} // namespace lightpen

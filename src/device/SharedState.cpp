@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+#include "device/SharedState.h"
+
+namespace lightpen {
+
+SharedState sharedState;
+
+} // namespace lightpen

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// The process-wide values of the driver. They are read and written by both of its threads without locks: each
+// is a single word (or a point that is swapped whole), and the point thread reads them anew on every pass.
+#pragma once
+
+#include <cstdint>
+
+#include "device/PairingKeyWindow.h"
+#include "platform/Geometry.h"
+#include "platform/Shared.h"
+
+namespace lightpen {
+
+// Two points of one flash record.
+struct PointPair {
+    CameraPoint first;
+    CameraPoint second;
+    friend bool operator==(const PointPair&, const PointPair&) = default;
+};
+
+struct SharedState {
+    // 1 while a unit is open. Written by init (1, unit or not), arrival (1), removal and restart (0).
+    SharedWord unitOpen{0};
+    // 1 from the first question for the device delegate on: polling begins. Removal and restart clear it.
+    SharedWord deviceDelegateQueried{0};
+    // 1 once reports become pointer output. Written by the point thread and the deviceDelegate getter (1),
+    // arrival, removal and restart (0).
+    SharedWord mouseArmed{0};
+    // Passes spent waiting to arm. Written by the point thread; arrival, removal and restart clear it.
+    SharedWord disarmedPollCount{0};
+    // Sightings of the light test, -1 before the first. Written by startDevice; restart clears it.
+    SharedWord strayLightLevel{-1};
+    // 1 while points go to the check view. Written by the point thread and Nx9View (1), Nx9windowrelease (0).
+    SharedWord strayLightViewShown{0};
+    // Frames shown in the check view. Written by startDevice, the point thread and restart.
+    SharedWord strayLightFrameCount{0};
+    // Whether startDevice reports stray light to the device delegate. Written by arrival and restart (1).
+    SharedWord noiseNotifyArmed{0};
+    // 0 normal, 1 pairing requested, 2 check view shown. Written by the point thread, Nx9View and restart.
+    SharedWord checkViewState{0};
+    // Always 0 in this system; only its tests exist.
+    SharedWord checkViewSubState{0};
+    // The last raw point for the check view. Written by the point thread, read by the panel's drawing.
+    SharedRecord<CameraPoint> checkViewPoint;
+    // Keys of the pairing key window. Set by its windows, cleared by the point thread.
+    SharedWord keyZPressed{0};
+    SharedWord keyDeletePressed{0};
+    SharedWord keyCPressed{0};
+    SharedWord keyEscapePressed{0};
+    // Points handed to the calibration delegate, 1, 2, 3 and back to 0. Written by the point thread.
+    SharedWord delegateCallbackCount{0};
+    // Reports decoded since start. Written by the decoder, never read.
+    SharedWord decodedReportCount{0};
+    // The pairing key window, made by startDevice when wireless is 0.
+    SharedReference<PairingKeyWindow> pairingKeyWindow;
+
+    // Device information; written by each flash read and kept afterwards, wireless also by the controller.
+    SharedWord NX9Ver{0};
+    SharedWord wireless{-1};
+    SharedWord cmosVer{0};
+    SharedWord GainValue{0};
+    SharedWord OPmode{0};
+    // The point pairs of flash records 0 and 1. Written by the flash read, drawn by the check view.
+    SharedRecord<PointPair> firstRecordPoints;
+    SharedRecord<PointPair> secondRecordPoints;
+
+    // How many bytes a command has and setReport sends, and how many are copied into the output buffer.
+    // Written by the flash read, from the length of the unit's input report: the one keeps only its low 8
+    // bits, by design.
+    SharedValue<std::uint8_t> reportSize{32};
+    SharedWord reportCopyLength{32};
+};
+
+extern SharedState sharedState;
+
+} // namespace lightpen
