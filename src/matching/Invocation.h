@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <concepts>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "platform/IORegistry.h"
+
+namespace lightpen {
+
+class RBIOServiceMatchingServer;
+
+// A call of one member function of an observer that is put together now and made later, any number of times:
+// target, operation and a slot for its one argument. Main thread. The observer must outlive its last call.
+class Invocation {
+public:
+    // The call of the observer's member function. The server is the one that will be asked, before each call,
+    // whether the observer is still registered.
+    template <class Observer, class Declaring>
+    requires std::derived_from<Observer, Declaring>
+    static std::shared_ptr<Invocation> make(RBIOServiceMatchingServer& server, Observer* observer,
+                                            void (Declaring::*selector)(io_iterator_t)) {
+        return std::make_shared<Invocation>(server, observer, [observer, selector](io_iterator_t iterator) {
+            (observer->*selector)(iterator);
+        });
+    }
+
+    Invocation(RBIOServiceMatchingServer& server, const void* target,
+               std::function<void(io_iterator_t)> operation)
+        : server_(server), target_(target), operation_(std::move(operation)) {}
+
+    RBIOServiceMatchingServer& server() const { return server_; }
+    // The observer's address: to compare and to print, never to follow.
+    const void* target() const { return target_; }
+    // What the next invoke() passes on; 0 until set.
+    void setArgument(io_iterator_t argument) { argument_ = argument; }
+    void invoke() const { operation_(argument_); }
+
+private:
+    RBIOServiceMatchingServer& server_;
+    const void* const target_;
+    const std::function<void(io_iterator_t)> operation_;
+    io_iterator_t argument_ = 0;
+};
+
+using InvocationRef = std::shared_ptr<Invocation>;
+
+} // namespace lightpen
