@@ -33,8 +33,10 @@ function(lightpen_floor NAME)
   target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
 endfunction()
 
-# lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp.
+# lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp, and the target
+# tests_FOLDER that builds them.
 function(lightpen_tests FOLDER)
+  add_custom_target(tests_${FOLDER})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FOLDER}/*Test.cpp)
   foreach(source ${sources})
     get_filename_component(unit ${source} NAME_WE)
@@ -46,5 +48,6 @@ function(lightpen_tests FOLDER)
       RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/${FOLDER} OUTPUT_NAME ${unit})
     add_test(NAME ${FOLDER}/${unit} COMMAND ${program})
     set_tests_properties(${FOLDER}/${unit} PROPERTIES LABELS ${FOLDER} TIMEOUT 120)
+    add_dependencies(tests_${FOLDER} ${program})
   endforeach()
 endfunction()

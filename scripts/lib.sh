@@ -1,0 +1,158 @@
+# SPDX-License-Identifier: MIT
+# Shell functions that ./test, ./demo and the scripts beside this file share. To be sourced by bash.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}" CCACHE_NOHASHDIR=1
+
+say() { printf '%s\n' "$*"; }
+
+die() {
+    printf '%s\n' "$*" >&2
+    exit 1
+}
+
+own_processes=()
+work_directory=$(mktemp -d "${TMPDIR:-/tmp}/lightpen.XXXXXX")
+leave() {
+    local status=$? process
+    for process in "${own_processes[@]}"; do kill "$process" 2>/dev/null || true; done
+    for process in "${own_processes[@]}"; do wait "$process" 2>/dev/null || true; done
+    rm -rf "$work_directory"
+    exit "$status"
+}
+trap leave EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
+# run_quietly LABEL COMMAND...: one line, how long the command took if that was long, and a sign of life every half
+# minute; everything the command wrote, and its status, when it fails. The output stays in $last_log.
+last_log=$work_directory/output.log
+run_quietly() {
+    local label=$1 started=$SECONDS status=0
+    shift
+    if [[ -n $label ]]; then say "$label..."; fi
+    "$@" </dev/null 2>&1 | keep_log || status=$?
+    if ((status != 0)); then
+        cat "$last_log"
+        printf 'Failed with status %d: %s\n' "$status" "$*" >&2
+        return "$status"
+    fi
+    if ((SECONDS - started > 3)); then say "    done in $((SECONDS - started)) s"; fi
+}
+
+# Copies stdin to the log. Shows how much there is to build, once it is known, and every half minute the line that
+# it has come to.
+keep_log() {
+    local line shown=$SECONDS
+    : >"$last_log"
+    while IFS= read -r line || [[ -n $line ]]; do
+        printf '%s\n' "$line" >>"$last_log"
+        if [[ $line =~ ^'[1/'([0-9]+)'] ' ]]; then say "Building (${BASH_REMATCH[1]} steps)..."; fi
+        if ((SECONDS - shown >= 30)); then
+            shown=$SECONDS
+            say "    ${line:0:100}"
+        fi
+    done
+}
+
+# packages_of SECTION...: the packages of these sections of the list, each once.
+packages_of() {
+    local wanted=" $* " section= line
+    while IFS= read -r line; do
+        case $line in
+            '' | '#'*) ;;
+            '['*']') section=${line:1:-1} ;;
+            *) if [[ $wanted == *" $section "* ]]; then say "$line"; fi ;;
+        esac
+    done <"$root/packaging/debian-packages.txt" | sort -u
+}
+
+# missing_packages SECTION...: those that dpkg does not have installed.
+missing_packages() {
+    local installed
+    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' 2>/dev/null | sed -n 's/^installed //p' | sort -u)
+    comm -23 <(packages_of "$@") <(printf '%s\n' "$installed")
+}
+
+# install_packages SECTION...: installs what is missing; a second run asks dpkg and nothing else.
+install_packages() {
+    command -v dpkg-query >/dev/null ||
+        die "This needs Debian 12 (no dpkg here); on other systems install what docs/dependencies.md lists."
+    local missing=() as_root=()
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]} > 0)) || return 0
+    if (($(id -u) != 0)); then
+        command -v sudo >/dev/null ||
+            die "Please install these packages as root, then run this again: ${missing[*]}"
+        say "Installing packages needs administrator rights: ${missing[*]}"
+        sudo -v || die "Without administrator rights, please have these packages installed: ${missing[*]}"
+        as_root=(sudo)
+    fi
+    run_quietly "Refreshing the package lists" "${as_root[@]}" apt-get -q update
+    run_quietly "Installing ${#missing[@]} packages" "${as_root[@]}" \
+        env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends "${missing[@]}"
+}
+
+# configure PRESET [OPTION...]: says nothing unless it fails.
+configure() {
+    local preset=$1 log=$work_directory/configure.log
+    shift
+    (cd "$root" && cmake --preset "$preset" "$@") >"$log" 2>&1 </dev/null || {
+        cat "$log"
+        die "Configuring the preset $preset failed."
+    }
+}
+
+# build PRESET [TARGET...]: all targets when none is named.
+build() {
+    local preset=$1
+    shift
+    run_quietly '' ninja -C "$root/build/$preset" -j "$jobs" "$@"
+}
+
+# run_ctest PRESET [ARGUMENT...]: the tests in parallel, then ctest's closing lines; everything on failure.
+run_ctest() {
+    local preset=$1
+    shift
+    cd "$root"
+    run_quietly "Testing, preset $preset" ctest --preset "$preset" --parallel "$jobs" --output-on-failure "$@"
+    sed -n '/% tests passed/,$p' "$last_log"
+}
+
+# start_server NAME COMMAND...: starts a server that writes its address to descriptor 3 when it is ready, which
+# server_address then holds. The server ends with this script.
+server_address=
+start_server() {
+    local name=$1
+    shift
+    command -v "$1" >/dev/null || die "$1 is not installed."
+    mkfifo "$work_directory/$name.ready"
+    "$@" 3>"$work_directory/$name.ready" >"$work_directory/$name.log" 2>&1 </dev/null &
+    own_processes+=($!)
+    read -r -t 20 server_address <"$work_directory/$name.ready" || {
+        cat "$work_directory/$name.log" >&2
+        die "$1 did not start."
+    }
+}
+
+# Starts an X server and a message bus of our own, with a private run-time folder, and points the environment at
+# them. The bus knows no services to start, so nothing but ours ever runs on it.
+start_display() {
+    export XDG_RUNTIME_DIR=$work_directory/run
+    mkdir -m 700 "$XDG_RUNTIME_DIR"
+    cat >"$work_directory/bus.conf" <<XML
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=$XDG_RUNTIME_DIR/bus</listen>
+  <policy context="default"><allow send_destination="*"/><allow own="*"/></policy>
+</busconfig>
+XML
+    start_server bus dbus-daemon --config-file="$work_directory/bus.conf" --nofork --nopidfile --print-address=3
+    export DBUS_SESSION_BUS_ADDRESS=$server_address
+    start_server screen Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp
+    export DISPLAY=:$server_address
+    unset WAYLAND_DISPLAY XAUTHORITY
+    export QT_QPA_PLATFORM=xcb
+}
