@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "platform/ServiceRegistry.h"
+#include "support/VirtualTime.h"
+
+namespace lightpen {
+
+// Keeps every event that is posted. Thread-safe.
+class RecordingPointer final : public PointerEvents {
+public:
+    struct Posted {
+        std::uint32_t type = 0;
+        IOGPoint location;
+        NXMouseEventData data;
+        friend bool operator==(const Posted&, const Posted&) = default;
+    };
+    // What IOServiceOpen answers with; 0 stands for a desktop that takes no events.
+    io_connect_t connection = 7;
+
+    IOReturn IOServiceOpen(io_service_t, std::uint32_t, io_connect_t& opened) override {
+        opened = connection;
+        return connection ? kIOReturnSuccess : kIOReturnNotPrivileged;
+    }
+    IOReturn IOHIDPostEvent(io_connect_t, std::uint32_t eventType, IOGPoint location,
+                            const NXMouseEventData& data, std::uint32_t, std::uint32_t,
+                            std::uint32_t) override {
+        const std::lock_guard hold(mutex_);
+        posted_.push_back({eventType, location, data});
+        return kIOReturnSuccess;
+    }
+    void releaseButtons() override { ++releases; }
+
+    // The events since the last call, oldest first.
+    std::vector<Posted> takePosted() {
+        const std::lock_guard hold(mutex_);
+        return std::exchange(posted_, {});
+    }
+    int releases = 0;
+
+private:
+    std::mutex mutex_;
+    std::vector<Posted> posted_;
+};
+
+// Keeps the entries of the threads that were asked for; the test runs them where it likes.
+class RecordingThreads final : public Threads {
+public:
+    void detachNewThread(std::function<void()> entry) override { entries.push_back(std::move(entry)); }
+    bool setThreadPriority(double priority) override {
+        priorities.push_back(priority);
+        return true;
+    }
+    std::vector<std::function<void()>> entries;
+    std::vector<double> priorities;
+};
+
+// Keeps the names that were broadcast. Thread-safe.
+class RecordingBroadcast final : public DistributedNotificationCenter {
+public:
+    void postNotificationName(std::string_view name) override {
+        const std::lock_guard hold(mutex_);
+        names_.emplace_back(name);
+    }
+    std::vector<std::string> takeNames() {
+        const std::lock_guard hold(mutex_);
+        return std::exchange(names_, {});
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> names_;
+};
+
+class FixedDesktop final : public Desktop {
+public:
+    std::optional<ScreenRect> mainScreenFrame() const override { return frame; }
+    std::optional<ScreenRect> frame = ScreenRect{{0, 0}, {1920, 1080}};
+};
+
+class MemoryDefaults final : public UserDefaults {
+public:
+    void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) override {
+        registered = std::move(defaults);
+    }
+    std::optional<DefaultsValue> objectForKey(std::string_view key) const override {
+        for (const auto* values : {&set, &registered})
+            if (const auto found = values->find(key); found != values->end())
+                return found->second;
+        return std::nullopt;
+    }
+    bool setObject(std::string_view key, DefaultsValue value) override {
+        set.insert_or_assign(std::string(key), std::move(value));
+        return true;
+    }
+    std::map<std::string, DefaultsValue, std::less<>> set;
+    std::map<std::string, DefaultsValue, std::less<>> registered;
+};
+
+// A whole platform of doubles in virtual time, current while it lives. The registry and the notification
+// centre are the real ones.
+struct TestPlatform {
+    VirtualClock clock;
+    VirtualRunLoop runLoop{clock};
+    ServiceRegistry registry{runLoop, clock};
+    RecordingPointer pointer;
+    RecordingThreads threads;
+    NotificationCenter notifications;
+    RecordingBroadcast broadcast;
+    FixedDesktop desktop;
+    MemoryDefaults defaults;
+    Platform platform{registry,      pointer,   runLoop, clock,   threads,
+                      notifications, broadcast, desktop, defaults};
+
+    TestPlatform() { Platform::setCurrent(&platform); }
+    ~TestPlatform() { Platform::setCurrent(nullptr); }
+    TestPlatform(const TestPlatform&) = delete;
+    TestPlatform& operator=(const TestPlatform&) = delete;
+};
+
+} // namespace lightpen
