@@ -46,7 +46,8 @@ private:
 
 // Most lines fit on the stack; longer ones are formatted once more into their own memory.
 template <class Receiver>
-void formatTo(Receiver receive, const char* format, std::va_list arguments) {
+__attribute__((format(printf, 2, 0))) void formatTo(Receiver receive, const char* format,
+                                                    std::va_list arguments) {
     const CNumericLocale numbers;
     char line[512];
     std::va_list again;
