@@ -54,6 +54,9 @@ struct SharedState {
     // The pairing key window, made by startDevice when wireless is 0.
     SharedReference<PairingKeyWindow> pairingKeyWindow;
 
+    // The connection to the event system, 0 until the first post opens it; it is never closed.
+    SharedValue<std::uint32_t> serviceConnection{0};
+
     // Device information; written by each flash read and kept afterwards, wireless also by the controller.
     SharedWord NX9Ver{0};
     SharedWord wireless{-1};

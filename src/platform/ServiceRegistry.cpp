@@ -36,6 +36,7 @@ bool matches(const ServiceDescription& service, const MatchingDictionary& matchi
 // Objects and references
 
 io_object_t ServiceRegistry::addObject(Object object) {
+    const std::lock_guard hold(mutex_);
     objects_.emplace(++lastHandle_, std::move(object));
     return lastHandle_;
 }
@@ -51,6 +52,7 @@ const ServiceDescription* ServiceRegistry::findService(io_object_t handle) const
 }
 
 IOReturn ServiceRegistry::IOObjectRetain(io_object_t handle) {
+    const std::lock_guard hold(mutex_);
     Object* object = find(handle);
     if (!object)
         return kIOReturnBadArgument;
@@ -59,6 +61,7 @@ IOReturn ServiceRegistry::IOObjectRetain(io_object_t handle) {
 }
 
 IOReturn ServiceRegistry::IOObjectRelease(io_object_t handle) {
+    const std::lock_guard hold(mutex_);
     Object* object = find(handle);
     if (!object)
         return kIOReturnBadArgument;
@@ -92,6 +95,7 @@ IOReturn ServiceRegistry::IOMasterPort(mach_port_t& port) {
 }
 
 io_service_t ServiceRegistry::IOServiceGetMatchingService(mach_port_t, const MatchingDictionary& matching) {
+    const std::lock_guard hold(mutex_);
     const auto services = matchingServices(matching);
     if (services.empty())
         return 0;
@@ -101,6 +105,7 @@ io_service_t ServiceRegistry::IOServiceGetMatchingService(mach_port_t, const Mat
 
 IOReturn ServiceRegistry::IOServiceGetMatchingServices(mach_port_t, const MatchingDictionary& matching,
                                                        io_iterator_t& iterator) {
+    const std::lock_guard hold(mutex_);
     Object object;
     for (const io_service_t service : matchingServices(matching)) {
         IOObjectRetain(service);
@@ -111,6 +116,7 @@ IOReturn ServiceRegistry::IOServiceGetMatchingServices(mach_port_t, const Matchi
 }
 
 io_object_t ServiceRegistry::IOIteratorNext(io_iterator_t iterator) {
+    const std::lock_guard hold(mutex_);
     Object* object = find(iterator);
     if (!object)
         return 0;
@@ -127,12 +133,14 @@ io_object_t ServiceRegistry::IOIteratorNext(io_iterator_t iterator) {
 // Properties
 
 std::string ServiceRegistry::IOObjectGetClass(io_object_t object) {
+    const std::lock_guard hold(mutex_);
     const ServiceDescription* service = findService(object);
     return service ? service->className : std::string();
 }
 
 std::optional<Property> ServiceRegistry::IORegistryEntryCreateCFProperty(io_object_t entry,
                                                                          std::string_view key) {
+    const std::lock_guard hold(mutex_);
     const ServiceDescription* service = findService(entry);
     if (!service)
         return std::nullopt;
@@ -143,12 +151,14 @@ std::optional<Property> ServiceRegistry::IORegistryEntryCreateCFProperty(io_obje
 }
 
 PropertyDictionary ServiceRegistry::IORegistryEntryCreateCFProperties(io_object_t entry) {
+    const std::lock_guard hold(mutex_);
     const ServiceDescription* service = findService(entry);
     return service ? service->properties : PropertyDictionary();
 }
 
 IOReturn ServiceRegistry::IORegistryEntryGetPath(io_object_t entry, std::string_view plane,
                                                  std::string& path) {
+    const std::lock_guard hold(mutex_);
     const ServiceDescription* service = findService(entry);
     if (!service || plane != kIOServicePlane)
         return kIOReturnBadArgument;
@@ -158,12 +168,17 @@ IOReturn ServiceRegistry::IORegistryEntryGetPath(io_object_t entry, std::string_
 
 IOReturn ServiceRegistry::IOCreatePlugInInterfaceForService(io_service_t handle,
                                                             std::shared_ptr<IOCFPlugInInterface>& plugIn) {
-    const ServiceDescription* service = findService(handle);
-    if (!service || !service->plugIn)
-        return kIOReturnUnsupported;
-    if (!listed(handle))
-        return kIOReturnNoDevice;
-    plugIn = service->plugIn();
+    std::function<std::shared_ptr<IOCFPlugInInterface>()> make;
+    {
+        const std::lock_guard hold(mutex_);
+        const ServiceDescription* service = findService(handle);
+        if (!service || !service->plugIn)
+            return kIOReturnUnsupported;
+        if (!listed(handle))
+            return kIOReturnNoDevice;
+        make = service->plugIn;
+    }
+    plugIn = make();
     return plugIn ? kIOReturnSuccess : kIOReturnNoDevice;
 }
 
@@ -180,6 +195,7 @@ IOReturn ServiceRegistry::IOServiceAddMatchingNotification(const std::shared_ptr
                                                            const MatchingDictionary& matching,
                                                            IOServiceMatchingCallback callback, void* refcon,
                                                            io_iterator_t& iterator) {
+    const std::lock_guard hold(mutex_);
     const bool arrivals = notificationType == kIOFirstMatchNotification;
     if (!arrivals && notificationType != kIOTerminatedNotification)
         return kIOReturnBadArgument;
@@ -193,6 +209,7 @@ IOReturn ServiceRegistry::IOServiceAddMatchingNotification(const std::shared_ptr
 }
 
 io_service_t ServiceRegistry::publish(ServiceDescription description) {
+    const std::lock_guard hold(mutex_);
     Object object;
     object.service = std::move(description);
     const io_service_t service = addObject(std::move(object));
@@ -202,6 +219,7 @@ io_service_t ServiceRegistry::publish(ServiceDescription description) {
 }
 
 void ServiceRegistry::withdraw(io_service_t service) {
+    const std::lock_guard hold(mutex_);
     if (std::erase(listed_, service) == 0)
         return;
     enqueue(Change::removal, service, kRemovalDelay);
@@ -229,6 +247,7 @@ void ServiceRegistry::signalPorts() {
 }
 
 bool ServiceRegistry::takeIntoIterators(const Event& event) {
+    const std::lock_guard hold(mutex_);
     const bool overtaken = event.change == Change::arrival && !listed(event.service);
     const ServiceDescription* service = findService(event.service);
     if (overtaken || !service)
@@ -246,18 +265,29 @@ bool ServiceRegistry::takeIntoIterators(const Event& event) {
     return true;
 }
 
-void ServiceRegistry::callArmedIterators() {
-    std::vector<io_iterator_t> ready;
+std::vector<io_iterator_t> ServiceRegistry::armedIterators() const {
+    const std::lock_guard hold(mutex_);
+    std::vector<io_iterator_t> armed;
     for (const auto& [handle, object] : objects_)
         if (object.registration && object.registration->armed && !object.objects.empty())
-            ready.push_back(handle);
-    for (const io_iterator_t handle : ready) {
-        Object* iterator = find(handle);
-        if (!iterator) // an earlier callback released it
-            continue;
-        iterator->registration->armed = false;
-        const auto callback = iterator->registration->callback;
-        callback(iterator->registration->refcon, handle);
+            armed.push_back(handle);
+    return armed;
+}
+
+void ServiceRegistry::callArmedIterators() {
+    for (const io_iterator_t handle : armedIterators()) {
+        IOServiceMatchingCallback callback = nullptr;
+        void* refcon = nullptr;
+        {
+            const std::lock_guard hold(mutex_);
+            Object* iterator = find(handle);
+            if (!iterator) // an earlier callback released it
+                continue;
+            iterator->registration->armed = false;
+            callback = iterator->registration->callback;
+            refcon = iterator->registration->refcon;
+        }
+        callback(refcon, handle);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ struct ServiceDescription {
 
 // The registry behind every backend: handles, iterators, matching and notifications. A backend publishes
 // services that are ready and withdraws them when they are gone; start-up and hot-plug take the same way.
-// Main thread.
+// Main thread, but for listing and counting references, which any thread may do.
 class ServiceRegistry : public IORegistry {
 public:
     // How long after a service has gone its removal is reported, so that the last report of its queues has
@@ -94,11 +95,14 @@ private:
     void signalPorts();
     void deliver();
     bool takeIntoIterators(const Event& event);
+    std::vector<io_iterator_t> armedIterators() const;
     void callArmedIterators();
     void scheduleDelivery(Microseconds delay);
 
     RunLoop& runLoop_;
     Clock& clock_;
+    // Around the objects and the lists; never held while a callback or a plug-in is made.
+    mutable std::recursive_mutex mutex_;
     io_object_t lastHandle_ = 0x100;
     std::map<io_object_t, Object> objects_;
     std::vector<io_service_t> listed_; // in order of publication

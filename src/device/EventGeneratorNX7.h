@@ -1,0 +1,336 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "device/PointList.h"
+#include "device/Protocols.h"
+#include "device/Reports.h"
+#include "platform/IOHID.h"
+#include "platform/IORegistry.h"
+#include "platform/PointerEvents.h"
+#include "platform/Shared.h"
+
+namespace lightpen {
+
+struct PreviewImage;
+class PreviewImageView;
+class PreviewWindow;
+
+using ReportBufferRef = std::shared_ptr<ReportBuffer>;
+using InputReportElements = std::vector<PropertyDictionary>;
+using InputReportElementsRef = std::shared_ptr<const InputReportElements>;
+
+// What the point thread carries from pass to pass; each thread owns one.
+struct PointThreadState {
+    IOReturn pollResult = kIOReturnSuccess; // of the last poll; kept while polls are skipped
+    IOHIDEventStruct event;                 // the last received report; zeros before the first
+    IOHIDElementCookie cookie = 0;          // of report ID 0
+    int generation = 0;                     // which start of the point thread this is
+};
+
+// The driver of the camera unit: finds and opens it, keeps its settings and calibration, and turns its
+// reports into pointer events. One object for the whole process. It has two threads: the main thread runs
+// everything that does not say otherwise; the point thread polls the pen and posts the pointer events.
+class EventGeneratorNX7 {
+public:
+    // Only the values; init does the rest. The process uses sharedEventGeneratorNX7.
+    EventGeneratorNX7();
+    EventGeneratorNX7(const EventGeneratorNX7&) = delete;
+    EventGeneratorNX7& operator=(const EventGeneratorNX7&) = delete;
+
+    // --- The single instance (Connection.cpp)
+
+    // The instance, created and started on first use; it is never freed. Starting runs the main loop.
+    static EventGeneratorNX7* sharedEventGeneratorNX7();
+    // Watches for the unit and opens it if it is there. Returns the instance.
+    EventGeneratorNX7* init();
+    EventGeneratorNX7* copyWithZone() { return this; }
+    EventGeneratorNX7* retain() { return this; }
+    EventGeneratorNX7* autorelease() { return this; }
+    void release() {}
+    static constexpr std::uint32_t retainCount() { return 4294967295U; }
+
+    // --- The unit's coming and going (Connection.cpp)
+
+    // Whether a unit is there, ready for use.
+    bool isDevicePlugIn() const;
+    // Opens the unit that is there, tests for stray light and waits, running the main loop, for the point
+    // thread.
+    void startDevice();
+    // The unit has arrived, or left; each takes every object of the iterator, which re-arms the notification.
+    void deviceDidAdd(io_iterator_t iterator);
+    void deviceDidRemove(io_iterator_t iterator);
+
+    // --- The HID interface (HIDInterface.cpp)
+
+    // The service of the unit's pen interface, with a reference for the caller; 0 when there is none.
+    io_service_t getOruHWService();
+    static MatchingDictionary OruServiceMatchingDictionary();
+    // Makes the device interface of _hidDevice; failures are logged and leave it null.
+    void createHIDDeviceInterface();
+    void releaseHIDInterface();
+    IOReturn openHIDInterface();
+    IOReturn closeHIDInterface();
+    // The service's input report elements; null when it lists none.
+    InputReportElementsRef fetchInputReportElements(io_service_t service);
+    // The cookie of the last element of this report ID; 0 when there is none. Any thread.
+    IOHIDElementCookie inputReportElementCookieFromReportID(long reportID) const;
+    // Prints the service's path and properties, for diagnosis.
+    static void showHIDProperties(io_service_t service);
+
+    // --- Delegates (Delegates.cpp). Setters retain, getters may be called on any thread.
+
+    // The calibration that takes raw points; null hands the pen back to the pointer.
+    void setDelegate(std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate);
+    std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate() const { return _delegate; }
+    // The object that hears of arrival, removal and stray light. It is asked for through the getter by
+    // everyone, the driver included: each question starts the polling, and re-arms the pointer output or
+    // holds it back.
+    void setDeviceDelegate(std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate);
+    std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate();
+    void setApDelegate(std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate);
+    std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate() const { return _apDelegate; }
+    // The mapper from camera to screen; without one there is no pointer output.
+    void setCalibrationCenter(std::shared_ptr<KVRCalibrationProtocol> calibrationCenter);
+    std::shared_ptr<KVRCalibrationProtocol> calibrationCenter() const { return _calibrationCenter; }
+    // Ends a calibration: there is no delegate any more. Returns false.
+    bool exitCalib();
+
+    // --- Queues (Queues.cpp)
+
+    // Sets up the image queue and starts the point thread. Returns 0, -1 when the queue exists already
+    // (nothing is started then), or the code of the step that failed.
+    IOReturn setUpHIDQueueAndCallback();
+    // Waits a second and starts the point thread.
+    void setUpPointQueue();
+    void stopPointQueue();
+    // Restarts the unit after the check view, or else the stopped queues.
+    void startPointQueue();
+
+    // --- Decoding (Decoding.cpp)
+
+    // The point of a pen report: pen up (-1, -1), far away (4294967295, 4294967295), or camera coordinates.
+    // Point thread.
+    CameraPoint pointFromHIDEvent(const IOHIDEventStruct& event);
+
+    // --- The point thread (PointThread.cpp, Strokes.cpp)
+
+    // The thread's body: starts, then makes passes until it is to end. The argument is not used.
+    void receivingPointsQueueThreadEntry(const void* argument);
+    // The thread's start: its queue and its first poll result.
+    PointThreadState beginPointThread();
+    // One pass, its sleep included; false when the thread is to end.
+    bool pointThreadPass(PointThreadState& thread);
+    // The screen region of a mapped point. Any thread.
+    std::int32_t regionFromPoint(ScreenPoint point) const;
+    // Cancels the long press that was scheduled with this point. Main thread.
+    void wrapper2(const std::string& point);
+
+    // --- Pointer events (PointerEvents.cpp). Any thread; nothing is posted for a point that is not finite.
+
+    // The connection to the event system, opened on first use; 0 while it cannot be opened.
+    static io_connect_t serviceConnection();
+    void postLMouseDown(ScreenPoint point);
+    void postLMouseUp(ScreenPoint point);
+    void postLMouseDrag(ScreenPoint point);
+    void postRMouseDown(ScreenPoint point);
+    void postRMouseUp(ScreenPoint point);
+    void postRMouseClick(ScreenPoint point);
+    // Does nothing, by design.
+    void postLMouseClick(ScreenPoint point);
+    // Schedules the long press at this point. Main thread.
+    void postRightMouseClickWithStringFormat(const std::string& point);
+    // The long press: releases the left button and clicks the right one. Main thread.
+    void wrapper(const std::string& point);
+
+    // --- Settings and commands (Settings.cpp, Commands.cpp)
+
+    bool imageProcessMode() const { return _imageProcessMode; }
+    bool imageShrinkTrigger() const { return _imageShrinkTrigger; }
+    bool AE() const { return _AE; }
+    bool IRFilterGrounded() const { return _IRFilterGrounded; }
+    bool maskCalibration() const { return _maskCalibration; }
+    bool mask() const { return _mask; }
+    bool brightness() const { return _brightness; }
+    bool VGAout() const { return _VGAout; }
+    std::int32_t forcedExposure() const { return _forcedExposure; }
+    std::int32_t threshold() const { return _threshold; }
+    void setImageProcessMode(bool value);
+    void setImageShrinkTrigger(bool value);
+    void setAE(bool value);
+    void setIRFilterGrounded(bool value);
+    void setMaskCalibration(bool value);
+    void setMask(bool value);
+    void setBrightness(bool value);
+    void setVGAout(bool value);
+    void setForcedExposure(std::int32_t value);
+    void setThreshold(std::int32_t value);
+    void setToDefault();
+
+    // The buffer that the send routines transmit, and one that is kept and never read.
+    ReportBufferRef outputReportBuffer() const { return _outputReportBuffer; }
+    ReportBufferRef inputReportBuffer() const { return _inputReportBuffer; }
+    void setOutputReportBuffer(ReportBufferRef buffer);
+    void setInputReportBuffer(ReportBufferRef buffer);
+
+    // The settings command, in a scratch buffer of its own.
+    ReportBuffer commandFromCurrentSetting() const;
+    // Logs a command's first seven bytes; it must have as many.
+    void printCommand(const std::uint8_t* command) const;
+    // Sends the output buffer, with 100 ms to be taken, or without limit. 0 also when there is nothing to
+    // send.
+    IOReturn doCommandFromOutputBuffer();
+    IOReturn doFlashCommandFromOutputBuffer();
+    void removeIRFilter();
+    void putIRFilter();
+    // Sends threshold and exposure and writes the stored calibration once more.
+    void updateTwoValueToDevice();
+    // Finds and opens the unit, reads its flash and starts its queues.
+    void startHIDMode();
+
+    // --- Flash (Flash.cpp, FlashRead.cpp)
+
+    void eraseFlashAddress();
+    // Writes 4, 9, 25 or 80 points; true when every record was sent.
+    bool writeCalibrationToFlash(const PointListRef& points);
+    // Reads the stored points and the device information; null on a send failure. Takes more than half a
+    // second.
+    PointListRef _calibrationPointsFromFlash();
+    // The points that the flash holds, as last read or written.
+    PointListRef calibrationPointsFromFlash() const { return _calibrationPoints; }
+    // Waits, without limit, for the next reply and copies it. Returns its length; 0 when the program ends.
+    int getSingleReportFromFlash(ReportBuffer& buffer);
+    int cmosVerFromFlash() const;
+    int venerPointsFromFlash() const;
+    int wirelessPointsFromFlash() const;
+    // Both do nothing, by design.
+    void getAddressIndex(int addressIndex, int byteIndex, int value);
+    void stopUSBStorageMode();
+
+    // --- Preview picture and stray light (Preview.cpp)
+
+    // How often stray light was seen, 0 to 50.
+    int StrayLightDetecting();
+    // Receives the reports of the image queue. Main thread.
+    void imageReportReceived(IOReturn result, IOHIDQueueInterface& queue);
+
+    // --- Pairing and check view (Pairing.cpp)
+
+    void Nx9windowChTwoPoint();
+    void Nx9View();
+    // Takes the check view away and ends the point thread. Returns 0.
+    int Nx9windowrelease();
+    // Sends the pairing table to the unit. Point thread.
+    void Nx9inPairing();
+    std::int32_t nx9Exposure() const { return _nx9Exposure; }
+
+    // --- Fields
+
+    std::shared_ptr<PreviewWindow> window;
+    std::shared_ptr<PreviewImageView> imageView;
+    SharedFlag _imageProcessMode{false};
+    bool _imageShrinkTrigger = false;
+    bool _AE = false;
+    bool _IRFilterGrounded = false;
+    bool _maskCalibration = false;
+    bool _mask = false;
+    bool _brightness = false;
+    bool _VGAout = false;
+    std::int32_t _forcedExposure = 25;
+    std::int32_t _nx9Exposure = 25;
+    std::int32_t _lightPenState = 0; // PenState; point thread
+    ScreenPoint _previousPoint; // where a button event was last posted, (0, 0) after pen up; point thread
+    // Where the stroke began, (0, 0) when no long press is pending; both threads.
+    SharedRecord<ScreenPoint> _AnchorPointForLongPress;
+    std::int32_t _deviceMode = -1; // -1 no unit, 0 unit just added, 1 after defaults
+    std::shared_ptr<PreviewImage> _previewImage;
+    SharedReference<KVRCalibrationProtocol> _calibrationCenter;
+    SharedReference<EventGeneratorNX7CallbackProtocol> _delegate;
+    SharedReference<EventGeneratorNX7DeviceCallbackProtocol> _deviceDelegate;
+    SharedReference<EventGeneratorNX7ApplicationCallbackProtocol> _apDelegate;
+    std::int32_t _threshold = 512;
+    io_service_t _hidDevice = 0; // with a reference
+    SharedReference<IOHIDDeviceInterface122> _pphidDeviceInterface;
+    SharedReference<const InputReportElements> _inputReportElements;
+    ReportBufferRef _inputReportBuffer;
+    ReportBufferRef _outputReportBuffer;
+    SharedReference<IOHIDQueueInterface> _queue;
+    SharedReference<IOHIDQueueInterface> _pointsQueue;
+    RunLoopSourceRef _CFRunLoopSourceRef;
+    PointListRef _calibrationPointsArray; // not used
+    SharedFlag _stopThread{false};
+    IOHIDQueueRef _calibrationQueue;
+    SharedFlag _isStaring{false};
+    SharedFlag _hasNoise{false};
+    SharedReference<IOHIDQueueInterface> _RetPairingData;
+    SharedReference<IOHIDQueueInterface> _PairingData;
+    PointListRef _calibrationPoints;
+
+private:
+    using DeviceDelegateRef = std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol>;
+    // Whether a pass sleeps at its end.
+    enum class AfterPass { sleep, goOn };
+
+    void reportStrayLight();
+    void makePairingKeyWindow();
+    DeviceDelegateRef openedForDelegate();
+    void announceArrival(const DeviceDelegateRef& delegate);
+    void drainIterator(io_iterator_t iterator);
+    void dropQueues();
+
+    IOReturn addReportElement(IOHIDQueueInterface& queue);
+    void attachSource(const RunLoopSourceRef& source);
+    void installImageReceiver(const IOHIDQueueRef& queue);
+    void restartUnit();
+
+    IOReturn nextPointEvent(PointThreadState& thread);
+    void handleKeys();
+    bool pairingExitRequested() const;
+    void performPairingExit();
+    void poll(PointThreadState& thread);
+    std::optional<AfterPass> arm(PointThreadState& thread);
+    AfterPass processPoll(PointThreadState& thread);
+    AfterPass handlePollError(IOReturn result);
+    AfterPass showStrayLight(PointThreadState& thread);
+    bool threadEnds(const PointThreadState& thread);
+    void feedCalibration(EventGeneratorNX7CallbackProtocol& delegate, CameraPoint point);
+    AfterPass drivePointer(CameraPoint point);
+    void usePointOnScreen(CameraPoint point);
+    void runPenStateMachine(ScreenPoint point);
+    void releaseStroke();
+    void cancelLongPress(ScreenPoint anchor);
+    void keyWindowIgnoresMouse(bool ignores);
+    void performOnMain(const char* selector, std::string argument,
+                       std::function<void(const std::string&)> operation);
+    static bool canPost(ScreenPoint point);
+    IOReturn postMouseEvent(std::uint32_t eventType, ScreenPoint point, std::int32_t click,
+                            std::uint8_t pressure);
+
+    CameraSettings currentSettings() const;
+    void putIntoOutputBuffer(const ReportBuffer& command);
+    void sendSettings(const char* failureMessage);
+    IOReturn sendOutputBuffer(IOHIDDeviceInterface122& device, std::uint32_t timeoutMs);
+
+    void openCalibrationQueue();
+    void closeCalibrationQueue();
+    IOReturn sendFlashCommand(std::uint8_t letter, std::uint8_t second);
+    IOReturn requestRecord(int index);
+    bool readReportLength();
+    bool readRecords(PointList& points);
+    void takeStoredRecord(int index, const ReportBuffer& reply, PointList& points);
+    bool acknowledgeOperatingMode();
+
+    std::mutex _lock; // around setDelegate and setCalibrationCenter
+    SharedWord _threadGeneration{0};
+    bool _strokePressed = false; // the stroke under way has pressed the left button; point thread
+    SharedWord _keyWindowIgnoresMouse{-1};
+};
+
+} // namespace lightpen

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+// The unit's reports as bytes: what the driver sends and what it reads. Values in, bytes out and back;
+// nothing here knows a queue, a clock or the driver. Multi-byte values are little-endian.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "device/PointList.h"
+
+namespace lightpen {
+
+// The first byte of a report says what it is.
+inline constexpr std::uint8_t kSettingsCommand = 0x00; // all zero: erase the flash
+inline constexpr std::uint8_t kCalibrationRecordCommand = 'C';
+inline constexpr std::uint8_t kReadRecordCommand = 'H';
+inline constexpr std::uint8_t kOperatingModeCommand = 'W'; // twice
+inline constexpr std::uint8_t kWirelessCommand = 'T';
+inline constexpr std::uint8_t kStoredRecordReply = 'Y';
+inline constexpr std::uint8_t kNoRecordReply = 'N';
+
+using ReportBuffer = std::vector<std::uint8_t>;
+
+// A zero-filled buffer for a command of `reportSize` bytes, with room for the `copyLength` bytes that are
+// copied out of it and never fewer than 64, so that neither a tiny nor a truncated report size leaves the
+// buffer.
+ReportBuffer scratchBuffer(int reportSize, int copyLength);
+
+// A coordinate as the unit stores it: truncated toward zero, then to 16 bits. 0 for what is not a number.
+std::uint16_t truncatedTo16Bits(double value);
+
+// Input reports: the pen
+
+// byte  0      1       2        3       4
+//       -   X low   X high   Y low   Y high
+// A zero X low byte means that no light spot is seen, whatever the other bytes say: the unit's convention.
+struct PenReport {
+    bool lightSpot = false;
+    std::uint16_t x = 0;
+    std::uint16_t y = 0;
+};
+
+inline constexpr CameraPoint kPenUpPoint{-1, -1};
+// A spot that the camera sees beside its range: a point that is off every screen, not an error.
+inline constexpr CameraPoint kFarAwayPoint{4294967295.0, 4294967295.0};
+inline constexpr int kCameraMaximumX = 2560;
+inline constexpr int kCameraMaximumY = 1920;
+
+// Reads a pen report; it must have at least 5 bytes.
+PenReport readPenReport(std::span<const std::uint8_t> report);
+// The point with both coordinates taken as signed: pen up, far away above the range, else as they are (also
+// below 0).
+CameraPoint pointInCameraRange(const PenReport& report);
+// Makes a report say "pen up": byte 0 is 1 and the rest, up to `length` bytes, 0.
+void writePenUpReport(ReportBuffer& report, std::size_t length);
+
+// Output reports: settings
+
+struct CameraSettings {
+    bool imageProcessMode = false;
+    bool imageShrinkTrigger = false;
+    bool IRFilterGrounded = false;
+    bool maskCalibration = false;
+    bool mask = false;
+    bool brightness = false;
+    bool unitJustAdded = false;
+    std::int32_t threshold = 0;
+    std::int32_t forcedExposure = 0;
+};
+
+// byte  0    1         2           3            4    5          6
+//       00   control   threshold   threshold    02   exposure   00
+//                      low byte    high byte
+// The command must have at least 7 bytes, zero-filled.
+void writeSettingsCommand(std::span<std::uint8_t> command, const CameraSettings& settings);
+
+// Output and input reports: flash records
+
+// The two points of one record, as the unit stores them.
+struct RecordPoints {
+    std::uint16_t x1 = 0;
+    std::uint16_t y1 = 0;
+    std::uint16_t x2 = 0;
+    std::uint16_t y2 = 0;
+};
+
+// byte  0     1       2-3   4-5   6-7   8-9
+//       "C"   index   x1    y1    x2    y2
+// Only records 0 and 1 carry points, 2i and 2i + 1 of the list; the unit keeps no others. A missing point is
+// (0, 0).
+void writeCalibrationRecord(std::span<std::uint8_t> command, int index, const PointList& points);
+// The points of a "C" command or of a "Y" reply; it must have at least 10 bytes.
+RecordPoints readRecordPoints(std::span<const std::uint8_t> report);
+
+struct DeviceInformation {
+    int wireless = 0;
+    int NX9Ver = 0;
+    int cmosVer = 0;
+    int GainValue = 0;
+    int OPmode = 0;
+};
+
+// From an "N" reply; it must have at least 10 bytes.
+DeviceInformation informationFromNoRecord(std::span<const std::uint8_t> reply);
+// From the "Y" reply to record 2; it must have at least 10 bytes.
+DeviceInformation informationFromLastRecord(std::span<const std::uint8_t> reply);
+
+} // namespace lightpen
