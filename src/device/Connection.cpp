@@ -199,7 +199,7 @@ void EventGeneratorNX7::restartUnit() {
     sharedState.disarmedPollCount = 0;
     sharedState.unitOpen = 0;
     sharedState.deviceDelegateQueried = 0;
-    _threshold = 512;
+    setThreshold(512);
     _deviceMode = 0;
     startDevice();
     const auto delegate = openedForDelegate();

@@ -31,7 +31,7 @@ SharedState& state = sharedState;
 
 void EventGeneratorNX7::receivingPointsQueueThreadEntry(const void*) {
     PointThreadState thread = beginPointThread();
-    if (_stopThread)
+    if (threadEnds(thread))
         return;
     while (pointThreadPass(thread)) {
     }
