@@ -7,12 +7,6 @@ namespace lightpen {
 
 namespace {
 
-void appendShortest(std::string& text, double value) {
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    text.append(digits, end);
-}
-
 // Takes one number from the front of the text.
 bool takeNumber(std::string_view& text, double& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -31,13 +25,20 @@ bool takeText(std::string_view& text, std::string_view expected) {
 
 } // namespace
 
+PointText::PointText(double x, double y) {
+    char* const end = text_ + sizeof text_;
+    char* next = text_;
+    *next++ = '{';
+    next = std::to_chars(next, end, x).ptr;
+    *next++ = ',';
+    *next++ = ' ';
+    next = std::to_chars(next, end, y).ptr;
+    *next++ = '}';
+    *next = '\0';
+}
+
 std::string stringFromPair(double x, double y) {
-    std::string text = "{";
-    appendShortest(text, x);
-    text += ", ";
-    appendShortest(text, y);
-    text += '}';
-    return text;
+    return PointText(x, y).c_str();
 }
 
 bool pairFromString(std::string_view text, double& x, double& y) {

@@ -42,6 +42,19 @@ struct Rect {
 using ScreenRect = Rect<ScreenSpace>;
 using WindowRect = Rect<WindowSpace>;
 
+// A point's string form on the stack, for the log lines of the pen's own path; see NSStringFromPoint.
+class PointText {
+public:
+    PointText(double x, double y);
+    template <class Space>
+    explicit PointText(const Point<Space>& point) : PointText(point.x, point.y) {}
+    const char* c_str() const { return text_; }
+
+private:
+    // Two shortest decimals of at most 24 characters, "{", ", ", "}" and the final zero.
+    char text_[56];
+};
+
 // The two numbers of a point's string form; see NSStringFromPoint.
 std::string stringFromPair(double x, double y);
 // Reads "{x, y}" back; anything else yields false and leaves x and y alone.
