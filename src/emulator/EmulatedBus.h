@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "emulator/CameraUnit.h"
+#include "emulator/EmulatedInterface.h"
+#include "emulator/UnitSocket.h"
+#include "platform/RunLoop.h"
+#include "platform/ServiceRegistry.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+// A USB bus in the process: units that are plugged in appear in the registry, with their HID interfaces 3, 2,
+// 1 and 0, of which 3 is the pen's. Three ways to make time pass for the units:
+//
+//   by hand       the owner of a virtual clock calls advance
+//   on the loop   runOnMainLoop asks the run loop for a turn whenever a unit has something to do; in virtual
+//                 time everything then happens at its time while the loop runs
+//   real time     runInRealTime starts a thread
+//
+// With each, a unit also catches up whenever the host sends it something or asks one of its queues. Plugging
+// may be asked for on any thread: on the one that made the bus, which must be the main thread, the registry
+// hears of it at once, else through the run loop. The registry, the run loop and the clock outlive the bus
+// and every interface that was had through it.
+class EmulatedBus final : private UnitSocket {
+public:
+    EmulatedBus(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock);
+    // Unplugs everything, without a word to the registry if it is not the main thread that ends the bus.
+    ~EmulatedBus();
+    EmulatedBus(const EmulatedBus&) = delete;
+    EmulatedBus& operator=(const EmulatedBus&) = delete;
+
+    // A new unit beside the bus; plug() of the unit plugs it in. It belongs to the bus.
+    CameraUnit& addUnit(UnitDescription description = {});
+
+    // Lets all units catch up with this time.
+    void advance(Microseconds now);
+
+    // Called before each answer of a queue, on the thread that asks, without any lock held: a virtual clock
+    // that stands while somebody polls without sleeping can move there. Set it before anything is plugged in.
+    void onPoll(EmulatedConnection::PollHook hook) { poll_ = std::move(hook); }
+
+    // From now on the main loop lets the units catch up when something is due. Main thread.
+    void runOnMainLoop();
+
+    // Starts the thread; it wakes whenever a unit has something to do, and ends with the bus or with
+    // stopRealTime.
+    void runInRealTime();
+    void stopRealTime();
+
+private:
+    Microseconds now() override { return clock_.now(); }
+    void unitPlugged(CameraUnit& unit) override;
+    void unitUnplugged(CameraUnit& unit) override;
+    void unitReport(CameraUnit& unit, const UnitReport& report) override;
+
+    using ConnectionRef = std::shared_ptr<EmulatedConnection>;
+    void onMainThread(std::function<void()> operation);
+    void publish(const ConnectionRef& connection);
+    void withdraw(const ConnectionRef& connection);
+    std::vector<std::shared_ptr<CameraUnit>> units();
+    Microseconds untilNextEvent();
+    void runThread();
+    static void turn(const std::weak_ptr<EmulatedBus*>& weak);
+
+    // What must outlive the bus when the main loop still holds requests of it.
+    struct Registry {
+        ServiceRegistry* services; // null when the bus has ended; main thread
+    };
+
+    RunLoop& runLoop_;
+    Clock& clock_;
+    const std::shared_ptr<Registry> registry_;
+    const std::thread::id mainThread_ = std::this_thread::get_id();
+    EmulatedConnection::PollHook poll_;
+
+    std::mutex mutex_; // guards what follows
+    std::vector<std::shared_ptr<CameraUnit>> units_;
+    std::map<const CameraUnit*, ConnectionRef> connections_;
+    std::map<const CameraUnit*, std::string> locations_;
+    std::condition_variable wake_;
+    bool running_ = false;
+
+    std::thread thread_;
+    // What the requests for turns on the main loop have of the bus: null once it has ended.
+    std::shared_ptr<EmulatedBus*> turns_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <optional>
+
+namespace lightpen {
+
+struct PlanePoint {
+    double x = 0;
+    double y = 0;
+};
+
+// A projective mapping of one plane onto another, in double precision:
+//   x' = (m0 x + m1 y + m2) / w,  y' = (m3 x + m4 y + m5) / w,  w = m6 x + m7 y + m8
+class Homography {
+public:
+    using Corners = std::array<PlanePoint, 4>;
+
+    // The mapping that takes each of from to the one of to; none when three of either lie on a line.
+    static std::optional<Homography> between(const Corners& from, const Corners& to);
+
+    // The mapped point; w is 0 at the horizon, where the result is not finite.
+    PlanePoint map(PlanePoint point) const;
+    // The divisor of map: its sign tells the sides of the horizon apart.
+    double depth(PlanePoint point) const;
+    // The mapping back.
+    Homography inverse() const;
+
+private:
+    explicit Homography(const std::array<double, 9>& m) : m_(m) {}
+    std::array<double, 9> m_;
+};
+
+} // namespace lightpen

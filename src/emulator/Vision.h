@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "emulator/Manners.h"
+#include "platform/Geometry.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+// What lies before the camera at one moment, in camera coordinates.
+struct Scene {
+    std::optional<CameraPoint> pen = std::nullopt; // the pen's own light
+    std::optional<CameraPoint> strayLight =
+        std::nullopt; // a foreign infrared light, seen through the filter too
+    // The displayed picture, seen only without the filter: its compact bright blobs, and whether the rest of
+    // it is dark. A desktop is bright.
+    std::vector<CameraPoint> blobs = {};
+    bool darkPicture = false;
+};
+
+// Finds the one spot in what the camera sees.
+class Vision {
+public:
+    static constexpr Microseconds kFilterMove{500'000};
+    static constexpr Microseconds kDarkAfterJump{100'000};
+    // A blob that is further from where it was in the last picture than this, in camera units, has jumped.
+    static constexpr double kJump = 40;
+
+    void powerUp(bool filterOut);
+    bool filterOut() const { return filterOut_; }
+    // Moves the filter; nothing is seen until it has arrived (while dark is set). Returns whether it moved.
+    bool moveFilter(bool out, Microseconds now, bool dark);
+    // True while the filter moves.
+    bool moving(Microseconds now) const { return now < movingUntil_; }
+    Microseconds settledAt() const { return movingUntil_; }
+
+    // The spot in this picture; none when there is none, or several.
+    std::optional<CameraPoint> look(const Scene& scene, Microseconds now, const Manners& manners);
+
+private:
+    std::optional<CameraPoint> displayedSpot(const Scene& scene, Microseconds now, const Manners& manners);
+
+    bool filterOut_ = false;
+    Microseconds movingUntil_{Microseconds::min()};
+    Microseconds darkUntil_{Microseconds::min()};
+    std::optional<CameraPoint> lastBlob_;
+};
+
+} // namespace lightpen
