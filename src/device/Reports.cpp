@@ -56,8 +56,10 @@ CameraPoint pointInCameraRange(const PenReport& report) {
 
 void writePenUpReport(ReportBuffer& report, std::size_t length) {
     constexpr std::size_t kLeastRoom = 64;
+    constexpr std::size_t kPenReportBytes = 5;
     report.resize(std::max({report.size(), length, kLeastRoom}));
-    std::fill_n(report.begin(), std::max<std::size_t>(length, 1), std::uint8_t{0});
+    // A length that ends before the position must not leave the last one standing.
+    std::fill_n(report.begin(), std::max(length, kPenReportBytes), std::uint8_t{0});
     report[0] = 1;
 }
 

@@ -52,7 +52,8 @@ PenReport readPenReport(std::span<const std::uint8_t> report);
 // The point with both coordinates taken as signed: pen up, far away above the range, else as they are (also
 // below 0).
 CameraPoint pointInCameraRange(const PenReport& report);
-// Makes a report say "pen up": byte 0 is 1 and the rest, up to `length` bytes, 0.
+// Makes a report say "pen up": byte 0 is 1 and the rest, up to `length` bytes but at least up to the end of
+// the position, 0.
 void writePenUpReport(ReportBuffer& report, std::size_t length);
 
 // Output reports: settings
