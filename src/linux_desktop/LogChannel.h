@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace lightpen {
+
+// The text that waits to be written to one descriptor. Two buffers take turns: callers fill one, the writer
+// empties the other. Both are allocated once. Not thread-safe; its owner says who may call what.
+class LogChannel {
+public:
+    // The descriptor is not owned. The capacity is what may wait, in bytes.
+    LogChannel(int descriptor, std::size_t capacity);
+
+    // Callers, under the owner's lock: appends the text and, if asked, a line break. What does not fit is
+    // counted and dropped, with everything behind it until the writer has made room.
+    void append(std::string_view text, bool lineBreak);
+    bool hasWaiting() const { return !waiting_.empty() || lost_ > 0; }
+    // How many texts have come so far, lost ones included.
+    std::uint64_t received() const { return received_; }
+
+    // Writer, under the owner's lock: once all is written, takes what has come meanwhile.
+    void refill();
+    // How many of the received texts are dealt with: written, or lost and reported.
+    std::uint64_t settled() const { return settled_; }
+
+    // Writer, without the lock: whether there is something to write, and to where.
+    bool hasRest() const { return written_ < writing_.size(); }
+    int descriptor() const { return descriptor_; }
+    // Writes some whole lines, or a piece of a very long one, for which a pipe that polls as writable has
+    // room. What can never be written, since the other end is closed, is dropped. Returns whether the rest
+    // has become shorter.
+    bool writeSome();
+
+private:
+    const int descriptor_;
+    const std::size_t capacity_;
+    std::string waiting_;
+    std::size_t lost_ = 0;
+    std::uint64_t received_ = 0;
+    std::string writing_;
+    std::size_t written_ = 0;
+    std::uint64_t taken_ = 0; // received_ when writing_ was filled
+    std::uint64_t settled_ = 0;
+};
+
+} // namespace lightpen

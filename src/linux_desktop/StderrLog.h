@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "platform/Log.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+// The log of a desktop program: diagnostics to one descriptor, standard output to another, written by a
+// thread of its own. A caller only copies its text into memory, whoever reads at the other end, or nobody:
+// what does not fit any more is dropped, and a line in its place says how many lines that were.
+class StderrLog final : public LogSink {
+public:
+    struct Settings {
+        int diagnostics = 2; // descriptors, not owned
+        int output = 1;
+        std::size_t capacity = std::size_t{1} << 20; // bytes of text that wait, for each descriptor
+        // How long the writer lets lines gather before it writes them together.
+        Microseconds gathering{20'000};
+    };
+    static constexpr Microseconds kFlushPatience{1'000'000};
+
+    explicit StderrLog(Settings settings);
+    StderrLog() : StderrLog(Settings{}) {}
+    // Writes out what is left, as flush() does, and ends the writer.
+    ~StderrLog() override;
+    StderrLog(const StderrLog&) = delete;
+    StderrLog& operator=(const StderrLog&) = delete;
+
+    void logLine(std::string_view line) override;
+    void standardOutput(std::string_view text) override;
+
+    // Waits until everything that was logged before the call has been written, or cannot be because the other
+    // end is closed. Gives up when the other end takes nothing for that long; returns whether all is out. Any
+    // thread.
+    bool flush(Microseconds patience = kFlushPatience);
+
+private:
+    class Writer;
+    // Shared with the writer's thread, which may be caught in a write and then outlives the log.
+    std::shared_ptr<Writer> writer_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <signal.h>
+
+#include <array>
+#include <thread>
+
+#include "linux_desktop/FileDescriptor.h"
+#include "platform/RunLoop.h"
+
+namespace lightpen {
+
+// Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the program, with status 0. A thread takes them, so
+// that waits of the main thread that do not run the loop end too. Who asks a second time wants out at once:
+// the program then leaves where it stands, with the shell's status for that signal. One object a process.
+class TerminationSignals {
+public:
+    // The loop must outlive the object. Logs a line when the signals cannot be taken over; the system's own
+    // handling stays then.
+    explicit TerminationSignals(RunLoop& runLoop);
+    // Puts back what was there before.
+    ~TerminationSignals();
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
+
+private:
+    static constexpr std::array<int, 3> kSignals{SIGTERM, SIGINT, SIGHUP};
+
+    void watch();
+
+    RunLoop& runLoop_;
+    FileDescriptor readEnd_;
+    FileDescriptor writeEnd_;
+    std::array<struct sigaction, kSignals.size()> previous_{};
+    std::thread thread_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+
+namespace lightpen {
+
+// A pipe whose reading end the test holds: somebody who reads when asked to, or never, or has gone.
+class Pipe {
+public:
+    Pipe() {
+        if (pipe2(ends_, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipe");
+    }
+    ~Pipe() {
+        closeReadEnd();
+        close(ends_[1]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int writeEnd() const { return ends_[1]; }
+    int readEnd() const { return ends_[0]; }
+    void closeReadEnd() {
+        if (ends_[0] >= 0)
+            close(ends_[0]);
+        ends_[0] = -1;
+    }
+    // How many bytes fit before a writer has to wait.
+    std::size_t capacity() const { return static_cast<std::size_t>(fcntl(ends_[1], F_GETPIPE_SZ)); }
+    // Everything that is in the pipe now.
+    std::string readAvailable() {
+        std::string text;
+        while (readSome(text, std::chrono::milliseconds(0))) {
+        }
+        return text;
+    }
+    // Reads until the text ends with the given one; what came so far when it has not within ten seconds.
+    std::string readUntil(const std::string& ending) {
+        std::string text;
+        while (!text.ends_with(ending) && readSome(text, std::chrono::seconds(10))) {
+        }
+        return text;
+    }
+
+private:
+    bool readSome(std::string& text, std::chrono::milliseconds patience) {
+        pollfd polled{ends_[0], POLLIN, 0};
+        if (poll(&polled, 1, static_cast<int>(patience.count())) != 1 || !(polled.revents & POLLIN))
+            return false;
+        char buffer[4096];
+        const auto count = read(ends_[0], buffer, sizeof buffer);
+        if (count > 0)
+            text.append(buffer, static_cast<std::size_t>(count));
+        return count > 0;
+    }
+
+    int ends_[2] = {-1, -1};
+};
+
+} // namespace lightpen
