@@ -32,7 +32,7 @@ PointPair pairOf(const RecordPoints& record) {
             {static_cast<double>(record.x2), static_cast<double>(record.y2)}};
 }
 
-void storeInformation(const DeviceInformation& information) {
+void storeInformation(const UnitInformation& information) {
     sharedState.wireless = information.wireless;
     sharedState.NX9Ver = information.NX9Ver;
     sharedState.cmosVer = information.cmosVer;

@@ -95,7 +95,7 @@ RecordPoints readRecordPoints(std::span<const std::uint8_t> report) {
     return {wordAt(report, 2), wordAt(report, 4), wordAt(report, 6), wordAt(report, 8)};
 }
 
-DeviceInformation informationFromNoRecord(std::span<const std::uint8_t> reply) {
+UnitInformation informationFromNoRecord(std::span<const std::uint8_t> reply) {
     return {.wireless = reply[2],
             .NX9Ver = reply[3],
             .cmosVer = reply[4],
@@ -103,7 +103,7 @@ DeviceInformation informationFromNoRecord(std::span<const std::uint8_t> reply) {
             .OPmode = reply[6]};
 }
 
-DeviceInformation informationFromLastRecord(std::span<const std::uint8_t> reply) {
+UnitInformation informationFromLastRecord(std::span<const std::uint8_t> reply) {
     return {.wireless = reply[7],
             .NX9Ver = reply[8],
             .cmosVer = reply[9],

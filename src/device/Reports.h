@@ -94,7 +94,7 @@ void writeCalibrationRecord(std::span<std::uint8_t> command, int index, const Po
 // The points of a "C" command or of a "Y" reply; it must have at least 10 bytes.
 RecordPoints readRecordPoints(std::span<const std::uint8_t> report);
 
-struct DeviceInformation {
+struct UnitInformation {
     int wireless = 0;
     int NX9Ver = 0;
     int cmosVer = 0;
@@ -103,8 +103,8 @@ struct DeviceInformation {
 };
 
 // From an "N" reply; it must have at least 10 bytes.
-DeviceInformation informationFromNoRecord(std::span<const std::uint8_t> reply);
+UnitInformation informationFromNoRecord(std::span<const std::uint8_t> reply);
 // From the "Y" reply to record 2; it must have at least 10 bytes.
-DeviceInformation informationFromLastRecord(std::span<const std::uint8_t> reply);
+UnitInformation informationFromLastRecord(std::span<const std::uint8_t> reply);
 
 } // namespace lightpen

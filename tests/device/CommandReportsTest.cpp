@@ -186,7 +186,7 @@ TEST(CommandReportsTest, RepliesAreLittleEndian) {
 }
 
 TEST(CommandReportsTest, NoRecordCarriesTheInformationInBytes2To6) {
-    const DeviceInformation information = informationFromNoRecord(kReply);
+    const UnitInformation information = informationFromNoRecord(kReply);
     EXPECT_EQ(information.wireless, 0x12);
     EXPECT_EQ(information.NX9Ver, 0x13);
     EXPECT_EQ(information.cmosVer, 0x14);
@@ -195,7 +195,7 @@ TEST(CommandReportsTest, NoRecordCarriesTheInformationInBytes2To6) {
 }
 
 TEST(CommandReportsTest, TheLastRecordCarriesItInOtherPlaces) {
-    const DeviceInformation information = informationFromLastRecord(kReply);
+    const UnitInformation information = informationFromLastRecord(kReply);
     EXPECT_EQ(information.wireless, 0x17);
     EXPECT_EQ(information.NX9Ver, 0x18);
     EXPECT_EQ(information.cmosVer, 0x19);
