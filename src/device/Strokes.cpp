@@ -51,7 +51,7 @@ void EventGeneratorNX7::feedCalibration(EventGeneratorNX7CallbackProtocol& calib
         if (count > kCallbacksBeforePairingEnds)
             count = 0;
     }
-    logLine("Event n:1719 pointFromDevice: %s", NSStringFromPoint(point).c_str());
+    logLine("Event n:1719 pointFromDevice: %s", PointText(point).c_str());
 }
 
 EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(CameraPoint point) {
@@ -81,7 +81,7 @@ void EventGeneratorNX7::usePointOnScreen(CameraPoint point) {
         return; // nothing can say where on the screen this is
     const ScreenPoint mapped = center->mapPointFrom(point);
     const std::int32_t region = regionFromPoint(mapped);
-    logLine("Event n:1763 mappedPoint: %s, in Region: %d", NSStringFromPoint(mapped).c_str(), region);
+    logLine("Event n:1763 mappedPoint: %s, in Region: %d", PointText(mapped).c_str(), region);
     if (region == kRegionInside)
         runPenStateMachine(mapped);
     else
@@ -104,7 +104,7 @@ void EventGeneratorNX7::runPenStateMachine(ScreenPoint point) {
         return;
     case PenStep::Kind::leaveAnchor:
         logLine("Event n:1798 cancelPreviousPerformRequestsWithTarget, anchor: %s, distance:%.0f",
-                NSStringFromPoint(anchor).c_str(), step.distance);
+                PointText(anchor).c_str(), step.distance);
         cancelLongPress(anchor);
         _AnchorPointForLongPress = ScreenPoint{};
         break;
