@@ -298,21 +298,26 @@ void ServiceRegistry::deliver() {
     if (delivering_)
         return;
     delivering_ = true;
-    std::optional<Change> gathered;
+    // What waits in the iterators to be reported. (An optional would do, but under the thread sanitizer g++
+    // 12 takes its value for uninitialised.)
+    bool gathered = false;
+    Change gatheredChange = Change::arrival;
     while (!events_.empty() && events_.front().due <= clock_.now()) {
         const Event event = events_.front();
         const bool stands = event.change == Change::removal || listed(event.service);
-        if (stands && gathered && *gathered != event.change) {
-            gathered.reset();
+        if (stands && gathered && gatheredChange != event.change) {
+            gathered = false;
             callArmedIterators();
             continue;
         }
         events_.pop_front();
-        if (takeIntoIterators(event))
-            gathered = event.change;
+        if (takeIntoIterators(event)) {
+            gathered = true;
+            gatheredChange = event.change;
+        }
         IOObjectRelease(event.service);
         if (events_.empty() || events_.front().due > clock_.now()) {
-            gathered.reset();
+            gathered = false;
             callArmedIterators();
         }
     }

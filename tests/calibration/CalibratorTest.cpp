@@ -116,6 +116,28 @@ TEST(CalibratorTest, MappedPointsAreExactToTheBit) {
     EXPECT_EQ(std::bit_cast<std::uint64_t>(turned.y), 0x4092d60c981c08b5u);
 }
 
+// Sums from the left, each step kept in memory so that no other order can come of it.
+TEST(CalibratorTest, MappingAddsInItsOrder) {
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> x(-3000, 5000), y(-2000, 4000);
+    for (const Calibrator& calibrator : {Calibrator(kKeystone, kFullHD), Calibrator(kTurned, kUpright)}) {
+        const auto& v = calibrator.vector();
+        const auto sum = [&v](std::size_t first, CameraPoint p, double last) {
+            volatile const double byX = static_cast<double>(v[first]) * p.x;
+            volatile const double byY = static_cast<double>(v[first + 1]) * p.y;
+            volatile const double both = byX + byY;
+            return both + last;
+        };
+        for (int i = 0; i < 2000; ++i) {
+            const CameraPoint p{x(random), y(random)};
+            volatile const float w = static_cast<float>(sum(6, p, 1));
+            const ScreenPoint mapped = calibrator.transformed(p);
+            EXPECT_EQ(mapped.x, sum(0, p, v[2]) / static_cast<double>(w));
+            EXPECT_EQ(mapped.y, sum(3, p, v[5]) / static_cast<double>(w));
+        }
+    }
+}
+
 TEST(CalibratorTest, CoefficientsOfRandomQuadrilateralsAreExact) {
     std::mt19937 random(20240607);
     std::uniform_real_distribution<double> x(0, 2560), y(0, 1920), length(-2000, 4000);
