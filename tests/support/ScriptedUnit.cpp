@@ -89,6 +89,8 @@ IOReturn ScriptedQueue::stop() {
 
 IOReturn ScriptedQueue::getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
                                      std::uint32_t timeoutMs) {
+    if (beforePoll)
+        beforePoll();
     const std::string name = "queue" + std::to_string(number_) + ".getNextEvent";
     if (notesPolls)
         script_->note(name + "(" + std::to_string(maximumTime) + ", " + std::to_string(timeoutMs) + ")");

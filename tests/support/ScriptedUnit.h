@@ -68,6 +68,8 @@ public:
     IOReturn setEventCallout(IOHIDEventCallout callout) override;
 
     int number() const { return number_; }
+    // Called before each poll is answered, on the polling thread. Set before polling begins.
+    std::function<void()> beforePoll;
     std::atomic<bool> notesPolls{false};
     // createAsyncEventSource succeeds and yields no source.
     std::atomic<bool> withoutSource{false};

@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -52,6 +53,12 @@ private:
     std::mutex mutex_;
     std::vector<Posted> posted_;
 };
+
+// How a failing comparison shows an event.
+inline void PrintTo(const RecordingPointer::Posted& posted, std::ostream* stream) {
+    *stream << "type " << posted.type << " at (" << posted.location.x << ", " << posted.location.y
+            << ") click " << posted.data.click << " pressure " << int{posted.data.pressure};
+}
 
 // Keeps the entries of the threads that were asked for; the test runs them where it likes.
 class RecordingThreads final : public Threads {

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// From a queue's event to a camera point, with what the log says.
+#include "support/device/DriverFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class DecodingTest : public DriverFixture {
+protected:
+    CameraPoint decode(const ReportBytes& report, std::size_t declaredLength = 32) {
+        return driver->pointFromHIDEvent(inputReportEvent(unit.shape().cookie, report, declaredLength, 0));
+    }
+};
+
+TEST_F(DecodingTest, ASpotIsLoggedAndReturned) {
+    EXPECT_EQ(decode({0, 0xF4, 0x01, 0x90, 0x01}), (CameraPoint{500, 400}));
+    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 500, 400)"));
+}
+
+TEST_F(DecodingTest, PenUpIsLoggedAsTwoZerosWhateverTheReportSays) {
+    EXPECT_EQ(decode({0, 0x00, 0x05, 0x00, 0x03}), (CameraPoint{-1, -1}));
+    EXPECT_THAT(log.lines(), ElementsAre("Event n:1537 ( 0, 0)"));
+}
+
+TEST_F(DecodingTest, OutOfRangeIsLoggedAsItCame) {
+    EXPECT_EQ(decode({0, 0x01, 0x0A, 0x80, 0x07}), kFarAwayPoint);
+    EXPECT_EQ(decode({0, 0x01, 0x00, 0x81, 0x07}), kFarAwayPoint);
+    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 2561, 1920)", "Event n:1505 ( 1, 1921)"));
+}
+
+TEST_F(DecodingTest, BothBoundsAreInRange) {
+    EXPECT_EQ(decode({0, 0xFF, 0x09, 0x80, 0x07}), (CameraPoint{2559, 1920}));
+}
+
+TEST_F(DecodingTest, NegativeCoordinatesAreLoggedSigned) {
+    EXPECT_EQ(decode({0, 0xFF, 0xFF, 0x10, 0x00}), (CameraPoint{-1, 16}));
+    EXPECT_EQ(decode({0, 0xFF, 0xFF, 0xFF, 0xFF}), kPenUpPoint);
+    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( -1, 16)", "Event n:1505 ( -1, -1)"));
+}
+
+TEST_F(DecodingTest, ShortReportsReadAsIfPaddedWithZeros) {
+    EXPECT_EQ(decode({}, 0), kPenUpPoint);
+    EXPECT_EQ(decode({0}, 1), kPenUpPoint);
+    EXPECT_EQ(decode({0, 7}, 2), (CameraPoint{7, 0}));
+    EXPECT_EQ(decode({0, 7, 1, 9}, 4), (CameraPoint{263, 9}));
+    EXPECT_EQ(decode({0, 7, 1, 9, 2}, 3), (CameraPoint{263, 0})); // cut at the declared length
+}
+
+TEST_F(DecodingTest, BytesBehindThePositionAreNotRead) {
+    ReportBytes report(804, 0xFF);
+    report[1] = 3;
+    report[2] = report[3] = report[4] = 0;
+    EXPECT_EQ(decode(report, 804), (CameraPoint{3, 0}));
+}
+
+TEST_F(DecodingTest, EveryReportIsCounted) {
+    decode({0, 5});
+    decode({});
+    sharedState.checkViewSubState = 7;
+    decode({0, 5});
+    EXPECT_EQ(sharedState.decodedReportCount, 3);
+}
+
+TEST_F(DecodingTest, CheckViewAloneChangesNothing) {
+    sharedState.checkViewState = 2;
+    EXPECT_EQ(decode({0, 0x01, 0x0A, 0, 0}), kFarAwayPoint);
+    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 2561, 0)"));
+}
+
+TEST_F(DecodingTest, CheckViewWithItsSubStateTakesUnsignedPointsWithoutARange) {
+    sharedState.checkViewState = 2;
+    sharedState.checkViewSubState = 1;
+    EXPECT_EQ(decode({0, 0xFE, 0xFF, 0xFF, 0xFF}), (CameraPoint{65534, 65535}));
+    EXPECT_EQ(decode({0, 0x00, 0x05, 0x00, 0x03}), (CameraPoint{1280, 768})); // no pen-up either
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(DecodingTest, AnyOtherSubStateDecodesNothing) {
+    for (const auto& [state, subState] :
+         {std::pair(0, 1), std::pair(1, 1), std::pair(2, 2), std::pair(0, -1)}) {
+        sharedState.checkViewState = state;
+        sharedState.checkViewSubState = subState;
+        EXPECT_EQ(decode({0, 0xF4, 0x01, 0x90, 0x01}), (CameraPoint{0, 0})) << state << ", " << subState;
+    }
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+} // namespace
+} // namespace lightpen
