@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -20,12 +21,20 @@ public:
     RecordingLog& operator=(const RecordingLog&) = delete;
 
     void logLine(std::string_view line) override {
-        const std::lock_guard hold(mutex_);
-        lines_.emplace_back(line);
+        {
+            const std::lock_guard hold(mutex_);
+            lines_.emplace_back(line);
+        }
+        if (onLine)
+            onLine(line);
     }
     void standardOutput(std::string_view text) override {
-        const std::lock_guard hold(mutex_);
-        output_ += text;
+        {
+            const std::lock_guard hold(mutex_);
+            output_ += text;
+        }
+        if (onOutput)
+            onOutput(text);
     }
 
     // The lines so far, oldest first.
@@ -43,6 +52,10 @@ public:
         const std::lock_guard hold(mutex_);
         return output_;
     }
+    // Called with each line, or text, by the one who wrote it. Set them before there are other threads.
+    std::function<void(std::string_view)> onLine;
+    std::function<void(std::string_view)> onOutput;
+
     void clear() {
         const std::lock_guard hold(mutex_);
         lines_.clear();

@@ -13,6 +13,8 @@ std::vector<std::string> UnitScript::takeOperations() {
 }
 
 void UnitScript::note(std::string operation) {
+    if (onNote)
+        onNote(operation);
     const std::lock_guard hold(mutex_);
     operations_.push_back(std::move(operation));
 }
@@ -92,6 +94,8 @@ IOReturn ScriptedQueue::getNextEvent(IOHIDEventStruct& event, std::uint64_t maxi
     if (beforePoll)
         beforePoll();
     const std::string name = "queue" + std::to_string(number_) + ".getNextEvent";
+    if (script_->onPoll)
+        script_->onPoll();
     if (notesPolls)
         script_->note(name + "(" + std::to_string(maximumTime) + ", " + std::to_string(timeoutMs) + ")");
     for (const std::string& operation : {name, std::string("queue.getNextEvent")})
@@ -109,7 +113,7 @@ IOReturn ScriptedQueue::setEventCallout(IOHIDEventCallout callout) {
 
 class ScriptedUnit::Device final : public IOHIDDeviceInterface122 {
 public:
-    Device(ScriptedUnit& unit, bool opened) : unit_(unit), opened_(opened) {}
+    Device(ScriptedUnit& unit, bool opened) : unit_(unit), fanOut_(unit.fanOut_), opened_(opened) {}
 
     IOReturn open(std::uint32_t flags) override {
         unit_.script_->note("device.open(" + std::to_string(flags) + ")");
@@ -126,7 +130,7 @@ public:
     }
     IOReturn setReport(IOHIDReportType type, std::uint32_t reportID, std::span<const std::uint8_t> report,
                        std::uint32_t timeoutMs) override {
-        if (unit_.fanOut_->vanished())
+        if (fanOut_->vanished())
             return kIOReturnNoDevice;
         if (!opened_)
             return kIOReturnNotOpen;
@@ -134,10 +138,11 @@ public:
             return result;
         return unit_.take({type, reportID, {report.begin(), report.end()}, timeoutMs});
     }
-    IOHIDQueueRef allocQueue() override { return unit_.makeQueue(); }
+    IOHIDQueueRef allocQueue() override { return unit_.makeQueueOf(*fanOut_); }
 
 private:
     ScriptedUnit& unit_;
+    const FanOutRef fanOut_;
     std::atomic<bool> opened_;
 };
 
@@ -155,8 +160,11 @@ private:
 // ScriptedUnit
 
 ScriptedUnit::ScriptedUnit(TestPlatform& desk, Shape shape)
-    : desk_(desk), shape_(std::move(shape)),
-      fanOut_(std::make_shared<ReportFanOut>(desk.clock, shape_.cookie, shape_.inputLength)) {}
+    : desk_(desk), shape_(std::move(shape)), fanOut_(makeFanOut()) {}
+
+ScriptedUnit::FanOutRef ScriptedUnit::makeFanOut() const {
+    return std::make_shared<ReportFanOut>(desk_.clock, shape_.cookie, shape_.inputLength);
+}
 
 ScriptedUnit::~ScriptedUnit() {
     for (const io_service_t service : services_)
@@ -174,6 +182,8 @@ PropertyDictionary ScriptedUnit::hidProperties(int interface) const {
 }
 
 void ScriptedUnit::plugIn() {
+    if (fanOut_->vanished())
+        fanOut_ = makeFanOut();
     for (const int interface : shape_.interfaces) {
         const std::string path = "IOService:/unit/IOUSBInterface@" + std::to_string(interface);
         auto plugIn = [this]() -> std::shared_ptr<IOCFPlugInInterface> {
@@ -213,12 +223,16 @@ IOHIDDeviceInterfaceRef ScriptedUnit::openDevice() {
 }
 
 std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueue() {
+    return makeQueueOf(*fanOut_);
+}
+
+std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueueOf(ReportFanOut& fanOut) {
     script_->note("device.allocQueue()");
     if (withoutQueues)
         return nullptr;
     const std::lock_guard hold(mutex_);
     auto queue =
-        std::make_shared<ScriptedQueue>(script_, fanOut_->addQueue(), static_cast<int>(queues_.size()) + 1);
+        std::make_shared<ScriptedQueue>(script_, fanOut.addQueue(), static_cast<int>(queues_.size()) + 1);
     queues_.push_back(queue);
     return queue;
 }

@@ -41,6 +41,10 @@ public:
     void carryOut(const std::string& operation);
     // The answer for this operation; success when it is to be carried out.
     IOReturn answerTo(const std::string& operation) const;
+    // Called with each operation that is noted, and before each poll of a queue; both by the one who asks.
+    // Set them before there are other threads.
+    std::function<void(const std::string&)> onNote;
+    std::function<void()> onPoll;
 
 private:
     mutable std::mutex mutex_;
@@ -103,7 +107,7 @@ public:
     ScriptedUnit(const ScriptedUnit&) = delete;
     ScriptedUnit& operator=(const ScriptedUnit&) = delete;
 
-    // Publishes the services; the arrival is reported when the loop runs.
+    // Publishes the services, also after unplug; the arrival is reported when the loop runs.
     void plugIn();
     // The last report of zeros goes out, the services are withdrawn, and sending fails.
     void unplug();
@@ -135,13 +139,17 @@ private:
     class Device;
     class PlugIn;
 
+    using FanOutRef = std::shared_ptr<ReportFanOut>;
+
     IOReturn take(SentReport report);
+    FanOutRef makeFanOut() const;
+    std::shared_ptr<ScriptedQueue> makeQueueOf(ReportFanOut& fanOut);
     PropertyDictionary hidProperties(int interface) const;
 
     TestPlatform& desk_;
     const Shape shape_;
     const UnitScriptRef script_ = std::make_shared<UnitScript>();
-    const std::shared_ptr<ReportFanOut> fanOut_;
+    FanOutRef fanOut_; // of the time it is plugged in, or was last
     std::vector<io_service_t> services_;
     mutable std::mutex mutex_;
     std::vector<SentReport> sent_;

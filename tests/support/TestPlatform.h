@@ -63,13 +63,19 @@ inline void PrintTo(const RecordingPointer::Posted& posted, std::ostream* stream
 // Keeps the entries of the threads that were asked for; the test runs them where it likes.
 class RecordingThreads final : public Threads {
 public:
-    void detachNewThread(std::function<void()> entry) override { entries.push_back(std::move(entry)); }
+    void detachNewThread(std::function<void()> entry) override {
+        entries.push_back(std::move(entry));
+        if (onDetach)
+            onDetach();
+    }
     bool setThreadPriority(double priority) override {
         priorities.push_back(priority);
         return true;
     }
     std::vector<std::function<void()>> entries;
     std::vector<double> priorities;
+    // Called for each thread that is asked for, by the one who asks.
+    std::function<void()> onDetach;
 };
 
 // Keeps the names that were broadcast. Thread-safe.

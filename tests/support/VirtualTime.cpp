@@ -11,9 +11,13 @@ Microseconds VirtualClock::now() {
 }
 
 void VirtualClock::sleep(Microseconds duration) {
-    const std::lock_guard hold(mutex_);
-    now_ += duration;
-    sleeps_.push_back(duration);
+    {
+        const std::lock_guard hold(mutex_);
+        now_ += duration;
+        sleeps_.push_back(duration);
+    }
+    if (onSleep)
+        onSleep(duration);
 }
 
 void VirtualClock::advanceTo(Microseconds time) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -25,6 +26,8 @@ public:
     void advanceTo(Microseconds time);
     // The sleeps since the last call, oldest first.
     std::vector<Microseconds> takeSleeps();
+    // Called after each sleep, by the one who slept. Set it before there are other threads.
+    std::function<void(Microseconds)> onSleep;
 
 private:
     std::mutex mutex_;
