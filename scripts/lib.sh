@@ -146,12 +146,12 @@ start_display() {
 <busconfig>
   <type>session</type>
   <listen>unix:path=$XDG_RUNTIME_DIR/bus</listen>
-  <policy context="default"><allow send_destination="*"/><allow own="*"/></policy>
+  <policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
 </busconfig>
 XML
     start_server bus dbus-daemon --config-file="$work_directory/bus.conf" --nofork --nopidfile --print-address=3
     export DBUS_SESSION_BUS_ADDRESS=$server_address
-    start_server screen Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp
+    start_server screen Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp
     export DISPLAY=:$server_address
     unset WAYLAND_DISPLAY XAUTHORITY
     export QT_QPA_PLATFORM=xcb

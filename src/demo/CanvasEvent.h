@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// What the canvas tells the demo: one line of text for each event that the window system or the message bus
+// delivered to it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Geometry.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+struct CanvasEvent {
+    enum class Kind {
+        ready, // on the screen and listening; the position is the size of the canvas
+        press,
+        move, // with the left button down
+        release,
+        rightPress,
+        rightRelease,
+        contextMenu,  // the context menu was asked for
+        notification, // the text is its name
+        saved,        // the text is the picture's file
+        failed        // the text says what
+    };
+    Kind kind = Kind::ready;
+    Microseconds time{}; // of the machine's monotonic clock, when the canvas was handed the event
+    ScreenPoint position;
+    std::string text;
+    friend bool operator==(const CanvasEvent&, const CanvasEvent&) = default;
+};
+
+// "TIME KIND X Y" or "TIME KIND X Y TEXT", without a line break; positions as whole points.
+std::string lineFromCanvasEvent(const CanvasEvent& event);
+// None for anything that is not such a line.
+std::optional<CanvasEvent> canvasEventFromLine(std::string_view line);
+
+} // namespace lightpen
