@@ -15,7 +15,7 @@ constexpr Microseconds kLongestNap{4'000};
 } // namespace
 
 EmulatedBus::EmulatedBus(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock)
-    : runLoop_(runLoop), clock_(clock), registry_(std::make_shared<Registry>(Registry{&registry})) {}
+    : runLoop_(runLoop), clock_(clock), registryWork_(std::make_shared<RegistryWork>(registry)) {}
 
 EmulatedBus::~EmulatedBus() {
     stopRealTime();
@@ -24,8 +24,6 @@ EmulatedBus::~EmulatedBus() {
         unit->unplug();
         unit->leaveSocket(*this);
     }
-    if (std::this_thread::get_id() == mainThread_)
-        registry_->services = nullptr;
 }
 
 CameraUnit& EmulatedBus::addUnit(UnitDescription description) {
@@ -48,31 +46,50 @@ void EmulatedBus::advance(Microseconds now) {
 
 // Plugging
 
-void EmulatedBus::onMainThread(std::function<void()> operation) {
+// A unit that is unplugged on one thread and plugged in again on another must leave before it arrives, so all
+// that the registry is to hear waits in one line, whoever performs it.
+void EmulatedBus::onMainThread(std::function<void(ServiceRegistry&)> operation) {
+    {
+        const std::lock_guard hold(registryWork_->mutex);
+        registryWork_->waiting.push_back(std::move(operation));
+    }
     if (std::this_thread::get_id() == mainThread_)
-        operation();
+        performWaiting(*registryWork_);
     else
-        runLoop_.performOnMainThread({this, "EmulatedBus", {}, std::move(operation)});
+        runLoop_.performOnMainThread(
+            {this, "EmulatedBus registry", {}, [work = registryWork_] { performWaiting(*work); }});
+}
+
+void EmulatedBus::performWaiting(RegistryWork& work) {
+    while (true) {
+        std::function<void(ServiceRegistry&)> operation;
+        {
+            const std::lock_guard hold(work.mutex);
+            if (work.waiting.empty())
+                return;
+            operation = std::move(work.waiting.front());
+            work.waiting.pop_front();
+        }
+        operation(work.services);
+    }
 }
 
 void EmulatedBus::publish(const ConnectionRef& connection) {
-    onMainThread([registry = registry_, connection] {
+    onMainThread([connection](ServiceRegistry& registry) {
         // Gone again before the main thread came to it: it was never there.
-        if (!registry->services || connection->gone())
+        if (connection->gone())
             return;
         for (ServiceDescription& service : connection->services())
-            connection->published.push_back(registry->services->publish(std::move(service)));
+            connection->published.push_back(registry.publish(std::move(service)));
     });
 }
 
 void EmulatedBus::withdraw(const ConnectionRef& connection) {
-    onMainThread([registry = registry_, connection] {
-        if (!registry->services)
-            return;
+    onMainThread([connection](ServiceRegistry& registry) {
         // The device first: it is absent before its parts are.
         std::reverse(connection->published.begin(), connection->published.end());
         for (const io_service_t service : std::exchange(connection->published, {}))
-            registry->services->withdraw(service);
+            registry.withdraw(service);
     });
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <condition_variable>
+#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -32,7 +34,7 @@ namespace lightpen {
 class EmulatedBus final : private UnitSocket {
 public:
     EmulatedBus(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock);
-    // Unplugs everything, without a word to the registry if it is not the main thread that ends the bus.
+    // Unplugs everything.
     ~EmulatedBus();
     EmulatedBus(const EmulatedBus&) = delete;
     EmulatedBus& operator=(const EmulatedBus&) = delete;
@@ -62,7 +64,7 @@ private:
     void unitReport(CameraUnit& unit, const UnitReport& report) override;
 
     using ConnectionRef = std::shared_ptr<EmulatedConnection>;
-    void onMainThread(std::function<void()> operation);
+    void onMainThread(std::function<void(ServiceRegistry&)> operation);
     void publish(const ConnectionRef& connection);
     void withdraw(const ConnectionRef& connection);
     std::vector<std::shared_ptr<CameraUnit>> units();
@@ -70,14 +72,18 @@ private:
     void runThread();
     static void turn(const std::weak_ptr<EmulatedBus*>& weak);
 
-    // What must outlive the bus when the main loop still holds requests of it.
-    struct Registry {
-        ServiceRegistry* services; // null when the bus has ended; main thread
+    // What the registry is still to hear. Requests to the main loop share it, as they may outlive the bus.
+    struct RegistryWork {
+        explicit RegistryWork(ServiceRegistry& registry) : services(registry) {}
+        ServiceRegistry& services; // main thread
+        std::mutex mutex;
+        std::deque<std::function<void(ServiceRegistry&)>> waiting; // in the order of plugging
     };
+    static void performWaiting(RegistryWork& work);
 
     RunLoop& runLoop_;
     Clock& clock_;
-    const std::shared_ptr<Registry> registry_;
+    const std::shared_ptr<RegistryWork> registryWork_;
     const std::thread::id mainThread_ = std::this_thread::get_id();
     EmulatedConnection::PollHook poll_;
 
@@ -89,7 +95,7 @@ private:
     bool running_ = false;
 
     std::thread thread_;
-    // What the requests for turns on the main loop have of the bus: null once it has ended.
+    // What the requests for turns on the main loop know of the bus; gone with it.
     std::shared_ptr<EmulatedBus*> turns_;
 };
 

@@ -48,7 +48,8 @@ void Firmware::handleOutput(std::span<const std::uint8_t> report, Microseconds n
     if (command[0] != 'H' && std::exchange(readUnderWay_, false))
         quietUntil_ = lastQuietCommand_ + kQuietTime + faults.extraAnswerDelay;
     if (dispatch(command, allZero, now))
-        stream_.idleFrom(std::max({now + kQuietTime, quietUntil_, vision_.settledAt()}));
+        // Behind a filter move, the first picture decides before an idle report does.
+        stream_.idleFrom(std::max({now + kQuietTime, quietUntil_, vision_.settledAt() + PenStream::kFrame}));
 }
 
 bool Firmware::dispatch(const Command& command, bool allZero, Microseconds now) {

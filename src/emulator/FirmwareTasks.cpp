@@ -47,6 +47,7 @@ void Firmware::perform(const Task& task, const SceneSource& scene) {
 
 void Firmware::lookAtFrame(Microseconds now, const SceneSource& scene) {
     const auto spot = vision_.look(scene ? scene(now) : Scene{}, now, manners);
+    stream_.see(spot.has_value());
     if (quiet(now) || (imageMode_ && manners.penStopsInImageMode))
         return;
     if (auto report = stream_.frame(now, spot, manners))

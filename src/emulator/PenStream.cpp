@@ -61,10 +61,12 @@ std::optional<Microseconds> PenStream::nextWithin(const std::optional<Window>& w
 }
 
 std::optional<Microseconds> PenStream::nextIdle(const Manners& manners) const {
-    if (touching_ || !manners.idleReports)
+    if (!manners.idleReports)
         return std::nullopt;
     if (endlessFrom_)
         return nextWithin(Window{*endlessFrom_, Microseconds::max()}, manners);
+    if (spotInSight_)
+        return std::nullopt;
     const auto touch = nextWithin(afterTouch_, manners);
     const auto command = nextWithin(afterCommand_, manners);
     return touch && command ? std::min(touch, command) : touch ? touch : command;

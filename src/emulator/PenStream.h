@@ -32,10 +32,13 @@ public:
     void idleWithoutEnd(std::optional<Microseconds> from) { endlessFrom_ = from; }
     bool idlesWithoutEnd() const { return endlessFrom_.has_value(); }
 
-    // The report that a picture of the camera gives rise to, at its full five bytes; none for silence.
+    // Says whether the picture that the camera has just taken holds a spot: with one there is no ordinary
+    // idling, whether it is reported or not.
+    void see(bool spot) { spotInSight_ = spot; }
+    // The report that this picture gives rise to, at its full five bytes; none for silence.
     std::optional<UnitReport> frame(Microseconds now, std::optional<CameraPoint> spot,
                                     const Manners& manners);
-    // When the next idle report is due; none while there is a touch or nothing to come.
+    // When the next idle report is due; none while a spot is in sight or nothing is to come.
     std::optional<Microseconds> nextIdle(const Manners& manners) const;
     // The idle report of this moment.
     UnitReport idle(Microseconds now);
@@ -48,7 +51,8 @@ private:
     std::optional<Microseconds> nextWithin(const std::optional<Window>& window, const Manners& manners) const;
     UnitReport sent(UnitReport report);
 
-    bool touching_ = false;
+    bool spotInSight_ = false;
+    bool touching_ = false; // a spot has been reported, no pen-up since
     unsigned framesOfTouch_ = 0;
     std::optional<Microseconds> lastSent_;
     std::optional<Window> afterTouch_;
