@@ -40,8 +40,11 @@ void EventGeneratorNX7::printCommand(const std::uint8_t* command) const {
             command[0], command[1], command[2], command[3], command[4], command[5], command[6]);
 }
 
-// Replaces the front of the output buffer; what lies behind it stays.
+// Replaces the front of the output buffer; what lies behind it stays. Without a buffer there is nothing to
+// replace, and later nothing to send.
 void EventGeneratorNX7::putIntoOutputBuffer(const ReportBuffer& command) {
+    if (!_outputReportBuffer)
+        return;
     const auto length = static_cast<std::size_t>(std::max(sharedState.reportCopyLength.load(), 0));
     ReportBuffer& output = *_outputReportBuffer;
     output.resize(std::max(output.size(), length));
