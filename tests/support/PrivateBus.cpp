@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include "support/PrivateBus.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace lightpen {
+
+PrivateBus::PrivateBus() {
+    // The daemon's own session configuration would offer the machine's services for activation.
+    writeFile(runtime_.file("bus.conf"),
+              "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+              " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+              "<busconfig><listen>unix:path=" +
+                  runtime_.file("bus") +
+                  "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
+                  "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
+                  "<allow own=\"*\"/></policy></busconfig>\n");
+    address_ = startAndReadLine(daemon_, {"dbus-daemon", "--nofork", "--print-address=%fd%",
+                                          "--config-file=" + runtime_.file("bus.conf")});
+    if (address_.empty())
+        throw std::runtime_error("dbus-daemon did not start");
+}
+
+void PrivateBus::enter() const {
+    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1);
+}
+
+void NoBus::enter() const {
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + runtime_.file("none")).c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1);
+}
+
+} // namespace lightpen

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#include "support/Xvfb.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+namespace lightpen {
+
+Xvfb::Xvfb(const std::string& screen, const std::vector<std::string>& options) {
+    std::vector<std::string> command{"Xvfb",         "-displayfd", "%fd%", "-screen", "0",
+                                     screen + "x24", "-nolisten",  "tcp",  "-noreset"};
+    command.insert(command.end(), options.begin(), options.end());
+    const std::string number = startAndReadLine(server_, command);
+    if (number.empty())
+        throw std::runtime_error("Xvfb did not start");
+    display_ = ":" + number;
+}
+
+void Xvfb::kill() {
+    server_->kill();
+    // What the server would have removed itself.
+    const std::string number = display_.substr(1);
+    std::filesystem::remove("/tmp/.X" + number + "-lock");
+    std::filesystem::remove("/tmp/.X11-unix/X" + number);
+}
+
+void Xvfb::enter() const {
+    setenv("DISPLAY", display_.c_str(), 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    unsetenv("WAYLAND_DISPLAY");
+    unsetenv("XDG_SESSION_TYPE");
+}
+
+} // namespace lightpen

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "support/ChildProcess.h"
+
+namespace lightpen {
+
+// An X server of the test's own, on a free display, with a screen in memory. Throws when it does not start.
+class Xvfb {
+public:
+    // The screen as WIDTHxHEIGHT in pixels. Further options are the server's own ("-extension XTEST").
+    explicit Xvfb(const std::string& screen = "1024x768", const std::vector<std::string>& options = {});
+
+    // The name that goes into DISPLAY, such as ":1".
+    const std::string& display() const { return display_; }
+    // Makes it the display of this process; before the application object is made.
+    void enter() const;
+    // The server goes away as if it had crashed.
+    void kill();
+
+private:
+    std::unique_ptr<ChildProcess> server_;
+    std::string display_;
+};
+
+} // namespace lightpen
