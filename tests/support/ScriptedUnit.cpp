@@ -166,6 +166,11 @@ ScriptedUnit::FanOutRef ScriptedUnit::makeFanOut() const {
     return std::make_shared<ReportFanOut>(desk_.clock, shape_.cookie, shape_.inputLength);
 }
 
+void ScriptedUnit::reshape(Shape shape) {
+    shape_ = std::move(shape);
+    fanOut_ = makeFanOut();
+}
+
 ScriptedUnit::~ScriptedUnit() {
     for (const io_service_t service : services_)
         desk_.registry.withdraw(service);

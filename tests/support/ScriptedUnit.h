@@ -107,6 +107,9 @@ public:
     ScriptedUnit(const ScriptedUnit&) = delete;
     ScriptedUnit& operator=(const ScriptedUnit&) = delete;
 
+    // Makes it another unit. Not while it is plugged in.
+    void reshape(Shape shape);
+
     // Publishes the services, also after unplug; the arrival is reported when the loop runs.
     void plugIn();
     // The last report of zeros goes out, the services are withdrawn, and sending fails.
@@ -147,7 +150,7 @@ private:
     PropertyDictionary hidProperties(int interface) const;
 
     TestPlatform& desk_;
-    const Shape shape_;
+    Shape shape_;
     const UnitScriptRef script_ = std::make_shared<UnitScript>();
     FanOutRef fanOut_; // of the time it is plugged in, or was last
     std::vector<io_service_t> services_;
