@@ -108,6 +108,9 @@ void EventGeneratorNX7::updateTwoValueToDevice() {
 
 void EventGeneratorNX7::startHIDMode() {
     _stopThread = false;
+    // A second unit arrives beside the open one.
+    if (_hidDevice)
+        Platform::current().registry.IOObjectRelease(_hidDevice);
     _hidDevice = getOruHWService();
     if (_hidDevice == 0) {
         logLine("Event n:2074 hiddevice null.");

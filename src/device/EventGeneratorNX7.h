@@ -327,6 +327,9 @@ private:
     void takeStoredRecord(int index, const ReportBuffer& reply, PointList& points);
     bool acknowledgeOperatingMode();
 
+    // The interface that feeds the running queues. The arrival of a second unit replaces the other one, and
+    // its queues would dry up with it.
+    IOHIDDeviceInterfaceRef _queueInterface;
     std::mutex _lock; // around setDelegate and setCalibrationCenter
     SharedWord _threadGeneration{0};
     bool _strokePressed = false; // the stroke under way has pressed the left button; point thread

@@ -88,6 +88,7 @@ IOReturn EventGeneratorNX7::closeHIDInterface() {
 
 void EventGeneratorNX7::releaseHIDInterface() {
     _pphidDeviceInterface = nullptr;
+    _queueInterface = nullptr;
     if (_hidDevice)
         Platform::current().registry.IOObjectRelease(_hidDevice);
     _hidDevice = 0;

@@ -48,6 +48,7 @@ IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
     const auto device = _pphidDeviceInterface.load();
     const IOHIDQueueRef queue = device ? device->allocQueue() : nullptr;
     _queue = queue;
+    _queueInterface = device;
     if (queue)
         queue->create(0, kImageQueueDepth);
     logLine("Event n:2010");
