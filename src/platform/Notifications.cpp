@@ -7,7 +7,7 @@ namespace lightpen {
 
 void NotificationCenter::addObserver(const void* observer, std::string_view name, const void* sender,
                                      Handler handler) {
-    entries_.push_back({observer, std::string(name), sender, std::move(handler)});
+    entries_.push_back({observer, std::string(name), sender, std::move(handler), ++lastNumber_});
 }
 
 void NotificationCenter::removeObserver(const void* observer) {
@@ -20,9 +20,8 @@ void NotificationCenter::post(const Notification& notification) {
     for (const Entry& entry : entries) {
         if (entry.name != notification.name || (entry.sender && entry.sender != notification.object))
             continue;
-        const bool stillThere = std::any_of(entries_.begin(), entries_.end(), [&](const Entry& other) {
-            return other.observer == entry.observer && other.name == entry.name;
-        });
+        const bool stillThere = std::any_of(entries_.begin(), entries_.end(),
+                                            [&](const Entry& other) { return other.number == entry.number; });
         if (stillThere)
             entry.handler(notification);
     }

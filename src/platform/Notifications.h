@@ -2,6 +2,7 @@
 #pragma once
 
 #include <any>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -14,7 +15,7 @@ namespace lightpen {
 struct Notification {
     std::string name;
     const void* object = nullptr;
-    std::map<std::string, std::any, std::less<>> userInfo;
+    std::map<std::string, std::any, std::less<>> userInfo = {};
 };
 
 // Process-local notifications, delivered at once on the posting thread. Main thread.
@@ -33,8 +34,10 @@ private:
         std::string name;
         const void* sender;
         Handler handler;
+        std::uint64_t number; // tells apart an entry and one that took its place
     };
     std::vector<Entry> entries_;
+    std::uint64_t lastNumber_ = 0;
 };
 
 // System-wide notifications: a name, no sender, no payload. Any thread.

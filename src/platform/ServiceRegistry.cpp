@@ -228,7 +228,7 @@ void ServiceRegistry::withdraw(io_service_t service) {
 
 void ServiceRegistry::enqueue(Change change, io_service_t service, Microseconds delay) {
     IOObjectRetain(service);
-    events_.push_back({change, service, clock_.now() + delay});
+    events_.push_back({change, service, lastHandle_, clock_.now() + delay});
     if (delay > Microseconds::zero())
         scheduleDelivery(delay);
     else
@@ -256,8 +256,7 @@ bool ServiceRegistry::takeIntoIterators(const Event& event) {
         if (!object.registration || object.registration->change != event.change ||
             object.registration->port.expired() || !matches(*service, object.registration->matching))
             continue;
-        // Handles count upwards: a service older than the notification was in its iterator from the start.
-        if (event.change == Change::arrival && event.service < handle)
+        if (handle > event.lastHandle)
             continue;
         IOObjectRetain(event.service);
         object.objects.push_back(event.service);

@@ -83,6 +83,9 @@ private:
     struct Event {
         Change change;
         io_service_t service; // with a reference
+        // The last handle given out before the event. Handles count upwards, so a notification with a later
+        // one has been asked for since, and is not concerned.
+        io_object_t lastHandle;
         Microseconds due;
     };
 
