@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/LinuxPlatform.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <utility>
+#include <variant>
+
+namespace lightpen {
+
+namespace {
+
+// Whom exit() has to do with.
+std::atomic<LinuxPlatform*> living{nullptr};
+
+PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
+    if (asked != PointerChoice::automatic)
+        return asked;
+    const auto value = defaults.objectForKey(LinuxPlatform::kPointerKey);
+    const auto* name = value ? std::get_if<std::string>(&*value) : nullptr;
+    return name ? pointerChoiceNamed(*name) : PointerChoice::automatic;
+}
+
+LinuxPointer openPointer(PointerChoice choice, const SharedGeometry& geometry) {
+    return LinuxPointer(choice, pointerWays(choice, geometry));
+}
+
+} // namespace
+
+LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
+    : log_(settings.log), runLoop_(clock_, [this] { lastAct(); }), signals_(runLoop_),
+      defaults_(std::move(settings.settingsFile)), desktop_(defaults_, geometry_),
+      pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
+      registry_(settings.registry(runLoop_, clock_)), distributedNotifications_(runLoop_),
+      platform_{*registry_, pointer_, runLoop_, clock_, threads_, notifications_, distributedNotifications_,
+                desktop_,   defaults_} {
+    registry_->publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
+    static const bool registered = on_exit(atExit, nullptr) == 0;
+    if (!registered)
+        logLine("Platform: exit() will not write the log out");
+    living.store(this);
+}
+
+LinuxPlatform::~LinuxPlatform() {
+    living.store(nullptr);
+    lastAct();
+}
+
+void LinuxPlatform::lastAct() {
+    pointer_.releaseButtons();
+    log_.flush();
+}
+
+// Qt calls exit() when the display goes away, and so may any library. Destructors would then run under the
+// threads.
+void LinuxPlatform::atExit(int status, void*) {
+    if (LinuxPlatform* platform = living.load())
+        platform->runLoop_.exitProcess(status);
+}
+
+} // namespace lightpen

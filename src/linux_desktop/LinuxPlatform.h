@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "linux_desktop/DBusNotifications.h"
+#include "linux_desktop/LinuxPointer.h"
+#include "linux_desktop/QtDesktop.h"
+#include "linux_desktop/QtRunLoop.h"
+#include "linux_desktop/StderrLog.h"
+#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/SystemThreads.h"
+#include "linux_desktop/TerminationSignals.h"
+#include "linux_desktop/XdgDefaults.h"
+#include "platform/Platform.h"
+#include "platform/ServiceRegistry.h"
+
+namespace lightpen {
+
+// What differs from one program on this platform to the next.
+struct LinuxPlatformSettings {
+    // Makes the registry, which the program plugs its units into or which finds the machine's. Required.
+    std::function<std::unique_ptr<ServiceRegistry>(RunLoop& runLoop, Clock& clock)> registry;
+    // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
+    PointerChoice pointer = PointerChoice::automatic;
+    std::string settingsFile = XdgDefaults::userFile();
+    StderrLog::Settings log;
+};
+
+// The platform of a program on a Linux desktop: makes all parts in their order and owns them. It is made on
+// the main thread, after the application object and setUpQtApplication(). A program that has started threads
+// ends through exitProcess, never by destroying this under them. A program that something else ends with
+// exit() still lets go of buttons, writes its log out, and leaves at that point.
+class LinuxPlatform {
+public:
+    static constexpr std::string_view kPointerKey = "Pointer";
+
+    explicit LinuxPlatform(LinuxPlatformSettings settings);
+    // For programs whose threads have all ended: buttons are let go of, the log is written out.
+    ~LinuxPlatform();
+    LinuxPlatform(const LinuxPlatform&) = delete;
+    LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+
+    Platform& platform() { return platform_; }
+    // Runs the main loop until the program is to end; returns the exit status, meant for exitProcess.
+    int run() { return runLoop_.run(); }
+    // The registry to publish into, as the factory made it.
+    ServiceRegistry& registry() { return *registry_; }
+    // For windows that belong on the main screen.
+    QtDesktop& desktop() { return desktop_; }
+
+private:
+    // Every line goes through the log that does not wait, from before the first part to after the last.
+    struct LogInForce {
+        explicit LogInForce(LogSink& log) { setLogSink(&log); }
+        ~LogInForce() { setLogSink(nullptr); }
+        LogInForce(const LogInForce&) = delete;
+        LogInForce& operator=(const LogInForce&) = delete;
+    };
+
+    void lastAct();
+    static void atExit(int status, void* unused);
+
+    StderrLog log_;
+    LogInForce logInForce_{log_};
+    SystemClock clock_;
+    SystemThreads threads_;
+    QtRunLoop runLoop_;
+    TerminationSignals signals_;
+    XdgDefaults defaults_;
+    SharedGeometry geometry_;
+    QtDesktop desktop_;
+    LinuxPointer pointer_;
+    std::unique_ptr<ServiceRegistry> registry_;
+    NotificationCenter notifications_;
+    DBusNotifications distributedNotifications_;
+    Platform platform_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace lightpen {
+
+struct PropertyListValue;
+using PropertyListArray = std::vector<PropertyListValue>;
+
+// Keys and values in the order of the file.
+struct PropertyListDictionary {
+    std::vector<std::pair<std::string, PropertyListValue>> entries;
+    // The value of the first such key; null when there is none.
+    const PropertyListValue* find(std::string_view key) const;
+};
+
+struct PropertyListValue {
+    std::variant<bool, std::int64_t, double, std::string, PropertyListArray, PropertyListDictionary> value;
+
+    // The value as this type; null when it is of another.
+    template <class Type>
+    const Type* as() const {
+        return std::get_if<Type>(&value);
+    }
+};
+
+// What a property list holds, or why it cannot be read.
+struct PropertyListResult {
+    std::optional<PropertyListDictionary> dictionary;
+    std::string error;
+};
+
+// Reads an XML property list: a dictionary of flags, numbers, strings, arrays and dictionaries.
+PropertyListResult parsePropertyList(std::string_view text);
+// The same from a file; the error begins with its name.
+PropertyListResult readPropertyList(const std::string& file);
+
+} // namespace lightpen

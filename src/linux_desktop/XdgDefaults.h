@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "platform/Defaults.h"
+
+namespace lightpen {
+
+// The user's settings in a file that people can read and edit, one "key=value" a line. Main thread.
+class XdgDefaults final : public UserDefaults {
+public:
+    // Reads the file; one that does not exist is empty. A damaged one is logged, moved aside to FILE.damaged,
+    // and counts as empty.
+    explicit XdgDefaults(std::string file);
+    // $XDG_CONFIG_HOME/LightPenNX7/settings.ini, with the usual place for the variable unset.
+    static std::string userFile();
+
+    void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) override;
+    // The user's value, or the registered one. A value in the file that is not of the registered one's type
+    // does not count; a whole number does where a fraction is registered.
+    std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
+    // The file is replaced in one step: a crash leaves the old or the new one.
+    bool setObject(std::string_view key, DefaultsValue value) override;
+
+private:
+    void read();
+
+    const std::string file_;
+    std::map<std::string, DefaultsValue, std::less<>> registered_;
+    std::map<std::string, DefaultsValue, std::less<>> set_;
+};
+
+} // namespace lightpen
