@@ -6,6 +6,10 @@
 #include <utility>
 #include <variant>
 
+#include <QSocketNotifier>
+
+#include "linux_desktop/UdevRegistry.h"
+
 namespace lightpen {
 
 namespace {
@@ -27,14 +31,33 @@ LinuxPointer openPointer(PointerChoice choice, const SharedGeometry& geometry) {
 
 } // namespace
 
+// The units of the machine, for as long as the loop runs.
+class LinuxPlatform::MachineUnits {
+public:
+    MachineUnits(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock)
+        : udev_(registry, runLoop, clock) {
+        if (!udev_.start())
+            return;
+        notifier_ = std::make_unique<QSocketNotifier>(udev_.eventDescriptor(), QSocketNotifier::Read);
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                         [this] { udev_.readEvents(); });
+    }
+
+private:
+    UdevRegistry udev_;
+    std::unique_ptr<QSocketNotifier> notifier_;
+};
+
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
     : log_(settings.log), runLoop_(clock_, [this] { lastAct(); }), signals_(runLoop_),
       defaults_(std::move(settings.settingsFile)), desktop_(defaults_, geometry_),
       pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
-      registry_(settings.registry(runLoop_, clock_)), distributedNotifications_(runLoop_),
-      platform_{*registry_, pointer_, runLoop_, clock_, threads_, notifications_, distributedNotifications_,
-                desktop_,   defaults_} {
-    registry_->publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
+      registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
+      platform_{registry_, pointer_, runLoop_, clock_, threads_, notifications_, distributedNotifications_,
+                desktop_,  defaults_} {
+    registry_.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
+    if (settings.units == Units::ofTheMachine)
+        machineUnits_ = std::make_unique<MachineUnits>(registry_, runLoop_, clock_);
     static const bool registered = on_exit(atExit, nullptr) == 0;
     if (!registered)
         logLine("Platform: exit() will not write the log out");
@@ -42,12 +65,13 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
 }
 
 LinuxPlatform::~LinuxPlatform() {
-    living.store(nullptr);
     lastAct();
+    living.store(nullptr);
 }
 
 void LinuxPlatform::lastAct() {
-    pointer_.releaseButtons();
+    if (living.load() == this) // else it is not complete, and nothing has been pressed
+        pointer_.releaseButtons();
     log_.flush();
 }
 

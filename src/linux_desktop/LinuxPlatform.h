@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,10 +18,13 @@
 
 namespace lightpen {
 
+// Where the registry's camera units come from: found on the machine's USB, or published by the program, as a
+// unit in software is.
+enum class Units { ofTheMachine, ofTheProgram };
+
 // What differs from one program on this platform to the next.
 struct LinuxPlatformSettings {
-    // Makes the registry, which the program plugs its units into or which finds the machine's. Required.
-    std::function<std::unique_ptr<ServiceRegistry>(RunLoop& runLoop, Clock& clock)> registry;
+    Units units = Units::ofTheMachine;
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
     std::string settingsFile = XdgDefaults::userFile();
@@ -37,7 +39,7 @@ class LinuxPlatform {
 public:
     static constexpr std::string_view kPointerKey = "Pointer";
 
-    explicit LinuxPlatform(LinuxPlatformSettings settings);
+    explicit LinuxPlatform(LinuxPlatformSettings settings = {});
     // For programs whose threads have all ended: buttons are let go of, the log is written out.
     ~LinuxPlatform();
     LinuxPlatform(const LinuxPlatform&) = delete;
@@ -46,8 +48,8 @@ public:
     Platform& platform() { return platform_; }
     // Runs the main loop until the program is to end; returns the exit status, meant for exitProcess.
     int run() { return runLoop_.run(); }
-    // The registry to publish into, as the factory made it.
-    ServiceRegistry& registry() { return *registry_; }
+    // The registry, for a program that publishes units of its own.
+    ServiceRegistry& registry() { return registry_; }
     // For windows that belong on the main screen.
     QtDesktop& desktop() { return desktop_; }
 
@@ -59,6 +61,8 @@ private:
         LogInForce(const LogInForce&) = delete;
         LogInForce& operator=(const LogInForce&) = delete;
     };
+
+    class MachineUnits;
 
     void lastAct();
     static void atExit(int status, void* unused);
@@ -73,7 +77,8 @@ private:
     SharedGeometry geometry_;
     QtDesktop desktop_;
     LinuxPointer pointer_;
-    std::unique_ptr<ServiceRegistry> registry_;
+    ServiceRegistry registry_;
+    std::unique_ptr<MachineUnits> machineUnits_;
     NotificationCenter notifications_;
     DBusNotifications distributedNotifications_;
     Platform platform_;

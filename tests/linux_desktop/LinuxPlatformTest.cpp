@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/LinuxPlatform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include <QApplication>
+#include <QWindow>
+
+#include "linux_desktop/QtApplicationSetup.h"
+#include "support/Pipe.h"
+#include "support/PrivateBus.h"
+#include "support/TemporaryDirectory.h"
+#include "support/Xvfb.h"
+#include "support/linux/PointerObserver.h"
+
+namespace lightpen {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+// The connection to the "IOHIDSystem" service, opened the way a driver does it.
+io_connect_t openEventSystem(Platform& platform) {
+    mach_port_t port = 0;
+    EXPECT_EQ(platform.registry.IOMasterPort(port), kIOReturnSuccess);
+    const io_service_t service =
+        platform.registry.IOServiceGetMatchingService(port, IOServiceMatching("IOHIDSystem"));
+    EXPECT_NE(service, 0u);
+    io_connect_t connection = 0;
+    platform.pointer.IOServiceOpen(service, kIOHIDParamConnectType, connection);
+    platform.registry.IOObjectRelease(service);
+    return connection;
+}
+
+void post(Platform& platform, std::uint32_t type, IOGPoint location) {
+    EXPECT_EQ(platform.pointer.IOHIDPostEvent(openEventSystem(platform), type, location, {},
+                                              kNXEventDataVersion, 0, kIOHIDSetCursorPosition),
+              kIOReturnSuccess);
+}
+
+class LinuxPlatformTest : public testing::Test {
+protected:
+    LinuxPlatformSettings settings() const {
+        LinuxPlatformSettings result;
+        result.units = Units::ofTheProgram;
+        result.pointer = PointerChoice::xtest;
+        result.settingsFile = directory.file("settings.ini");
+        return result;
+    }
+    LinuxPlatformSettings settingsWithLog(const Pipe& log) const {
+        auto result = settings();
+        result.log.diagnostics = log.writeEnd();
+        return result;
+    }
+
+    const TemporaryDirectory directory;
+    PointerObserver observer{std::getenv("DISPLAY")};
+};
+using LinuxPlatformDeathTest = LinuxPlatformTest;
+
+TEST_F(LinuxPlatformTest, PostsEventsThroughTheEventSystemService) {
+    LinuxPlatform platform(settings());
+    post(platform.platform(), kLeftMouseDown, {30, 40});
+    EXPECT_TRUE(observer.becomes({30, 40, true, false}));
+    post(platform.platform(), kLeftMouseUp, {31, 41});
+    EXPECT_TRUE(observer.becomes({31, 41, false, false}));
+}
+
+TEST_F(LinuxPlatformTest, LetsGoOfButtonsAndWritesTheLogOutAtItsEnd) {
+    Pipe log;
+    {
+        LinuxPlatform platform([&] {
+            auto result = settingsWithLog(log);
+            result.log.gathering = 1h; // nothing is written but by the end
+            return result;
+        }());
+        post(platform.platform(), kRightMouseDown, {50, 60});
+        EXPECT_TRUE(observer.becomes({50, 60, false, true}));
+        logLine("Event n:1 last");
+    }
+    EXPECT_TRUE(observer.becomes({50, 60, false, false}));
+    EXPECT_EQ(log.readAvailable(), "Pointer: events go through XTest\nEvent n:1 last\n");
+}
+
+TEST_F(LinuxPlatformTest, KnowsTheMainScreen) {
+    LinuxPlatform platform(settings());
+    EXPECT_EQ(platform.platform().desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {800, 500}}));
+    EXPECT_NE(platform.desktop().mainScreen(), nullptr);
+}
+
+TEST_F(LinuxPlatformTest, TheUserChoosesThePointerUnlessTheProgramDoes) {
+    auto chosen = settings();
+    writeFile(chosen.settingsFile, "[General]\nPointer=xtest\n");
+    chosen.pointer = PointerChoice::automatic;
+    Pipe log;
+    chosen.log.diagnostics = log.writeEnd();
+    { LinuxPlatform platform(chosen); }
+    EXPECT_EQ(log.readAvailable(), "Pointer: events go through XTest\n");
+
+    writeFile(chosen.settingsFile, "[General]\nPointer=uinput\n");
+    chosen.pointer = PointerChoice::xtest;
+    { LinuxPlatform platform(chosen); }
+    EXPECT_EQ(log.readAvailable(), "Pointer: events go through XTest\n");
+}
+
+TEST_F(LinuxPlatformTest, RunsUntilItIsToEnd) {
+    LinuxPlatform platform(settings());
+    platform.platform().runLoop.performAfterDelay(
+        {this, "end", {}, [&] { platform.platform().runLoop.terminate(6); }}, 1ms);
+    EXPECT_EQ(platform.run(), 6);
+}
+
+TEST_F(LinuxPlatformTest, LooksForUnitsOfTheMachine) {
+    auto machine = settings();
+    machine.units = Units::ofTheMachine;
+    LinuxPlatform platform(machine);
+    platform.platform().runLoop.runFor(0us);
+    EXPECT_NE(openEventSystem(platform.platform()), 0u);
+}
+
+// What each of these does in a process of its own, with a button down, a line in the log and a thread that
+// runs.
+class Busy {
+public:
+    // Like a local variable of main, it is never destroyed by exit().
+    static Busy& begin(const LinuxPlatformSettings& settings) { return *new Busy(settings); }
+    LinuxPlatform platform;
+
+private:
+    explicit Busy(const LinuxPlatformSettings& settings) : platform(settings) {
+        post(platform.platform(), kLeftMouseDown, {70, 80});
+        platform.platform().threads.detachNewThread([this] {
+            for (;;)
+                platform.platform().desktop.mainScreenFrame();
+        });
+        logLine("Event n:2 still in memory");
+    }
+};
+
+TEST_F(LinuxPlatformDeathTest, ExitProcessLeavesFromAnyThread) {
+    EXPECT_EXIT(
+        {
+            Busy& busy = Busy::begin(settings());
+            std::thread([&] { busy.platform.platform().runLoop.exitProcess(4); }).join();
+        },
+        testing::ExitedWithCode(4), "Event n:2 still in memory");
+    EXPECT_TRUE(observer.becomes({70, 80, false, false}));
+}
+
+TEST_F(LinuxPlatformDeathTest, AnyExitLeavesInOrder) {
+    EXPECT_EXIT(
+        {
+            Busy::begin(settings());
+            std::exit(5);
+        },
+        testing::ExitedWithCode(5), "Event n:2 still in memory");
+    EXPECT_TRUE(observer.becomes({70, 80, false, false}));
+}
+
+TEST_F(LinuxPlatformDeathTest, ASignalEndsANestedWait) {
+    EXPECT_EXIT(
+        {
+            Busy& busy = Busy::begin(settings());
+            RunLoop& loop = busy.platform.platform().runLoop;
+            loop.performOnMainThread({this, "wait", {}, [&] {
+                                          kill(getpid(), SIGTERM);
+                                          loop.runFor(1h);
+                                          logLine("Event n:3 the wait has ended");
+                                      }});
+            loop.exitProcess(busy.platform.run());
+        },
+        testing::ExitedWithCode(0), "Event n:2 still in memory\nEvent n:3 the wait has ended");
+    EXPECT_TRUE(observer.becomes({70, 80, false, false}));
+}
+
+TEST_F(LinuxPlatformDeathTest, ADisplayThatGoesAwayEndsTheProgramWithItsLog) {
+    EXPECT_EXIT(
+        {
+            Busy& busy = Busy::begin(settings());
+            static QWindow window;
+            xcb_connection_t* other = xcb_connect(nullptr, nullptr);
+            xcb_kill_client(other, static_cast<std::uint32_t>(window.winId()));
+            xcb_flush(other);
+            busy.platform.run();
+        },
+        testing::ExitedWithCode(1), "Event n:2 still in memory\nQt: .*X11 connection");
+    EXPECT_TRUE(observer.becomes({70, 80, false, false}));
+}
+
+} // namespace
+} // namespace lightpen
+
+// The processes of the death tests use the server that the first one has started.
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    std::unique_ptr<lightpen::Xvfb> server;
+    if (!std::getenv("LIGHTPEN_TEST_SERVER")) {
+        server = std::make_unique<lightpen::Xvfb>("800x500");
+        server->enter();
+        setenv("LIGHTPEN_TEST_SERVER", "1", 1);
+    }
+    const lightpen::NoBus none;
+    none.enter();
+    lightpen::setUpQtMessages();
+    QApplication application(argc, argv);
+    lightpen::setUpQtApplication();
+    return RUN_ALL_TESTS();
+}
