@@ -18,7 +18,7 @@
 namespace lightpen {
 
 // The settings that a host has sent last.
-struct CameraSettings {
+struct ReceivedSettings {
     bool imageProcessMode = false;
     bool imageShrinkTrigger = false;
     bool filterOut = false;
@@ -47,7 +47,7 @@ class Firmware {
 public:
     using SceneSource = std::function<Scene(Microseconds)>;
 
-    static constexpr Microseconds kAnswerDelay{8'000};
+    static constexpr Microseconds kAnswerDelay{5'000};
     static constexpr Microseconds kQuietTime{300'000};
 
     // Every report it sends has this length.
@@ -66,7 +66,7 @@ public:
     Microseconds nextEvent() const;
 
     std::size_t reportLength() const { return reportLength_; }
-    const CameraSettings& settings() const { return settings_; }
+    const ReceivedSettings& settings() const { return settings_; }
     bool imageMode() const { return imageMode_; }
     int operatingModeAcknowledges() const { return operatingModeAcknowledges_; }
     int wirelessAcknowledges() const { return wirelessAcknowledges_; }
@@ -110,7 +110,7 @@ private:
     ReportBytes garbage() const;
 
     const std::size_t reportLength_;
-    CameraSettings settings_;
+    ReceivedSettings settings_;
     Vision vision_;
     PenStream stream_;
     std::deque<Task> tasks_;       // in order of time

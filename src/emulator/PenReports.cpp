@@ -50,7 +50,7 @@ ReportBytes spotReport(CameraPoint spot, bool avoidZeroLowByte) {
     return {1, low(x), high(x), low(y), high(y)};
 }
 
-ReportBytes penUpReport() {
+ReportBytes noSpotReport() {
     return {0, 0, 0, 0, 0};
 }
 

@@ -26,6 +26,6 @@ int reportedY(double y);
 // The first five bytes of the report for a spot.
 ReportBytes spotReport(CameraPoint spot, bool avoidZeroLowByte);
 // The first five bytes of the report for no spot.
-ReportBytes penUpReport();
+ReportBytes noSpotReport();
 
 } // namespace lightpen

@@ -46,7 +46,7 @@ std::optional<UnitReport> PenStream::frame(Microseconds now, std::optional<Camer
     if (!std::exchange(touching_, false) || !manners.endsWithPenUp)
         return std::nullopt;
     afterTouch_ = {now, now + kIdleTime};
-    return sent({now, ReportKind::penUp, 0, penUpReport()});
+    return sent({now, ReportKind::penUp, 0, noSpotReport()});
 }
 
 std::optional<Microseconds> PenStream::nextWithin(const std::optional<Window>& window,
@@ -73,7 +73,7 @@ std::optional<Microseconds> PenStream::nextIdle(const Manners& manners) const {
 }
 
 UnitReport PenStream::idle(Microseconds now) {
-    return sent({now, ReportKind::penUp, 0, penUpReport()});
+    return sent({now, ReportKind::penUp, 0, noSpotReport()});
 }
 
 } // namespace lightpen

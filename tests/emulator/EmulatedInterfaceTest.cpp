@@ -219,7 +219,7 @@ TEST_F(EmulatedInterfaceTest, EveryPollCanMoveAVirtualClock) {
     int polls = 1;
     while (!next())
         ++polls;
-    EXPECT_EQ(8, polls);
+    EXPECT_EQ(5, polls);
     EXPECT_THAT(platform.clock.takeSleeps(), IsEmpty());
 }
 

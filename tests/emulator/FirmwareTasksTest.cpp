@@ -154,12 +154,14 @@ TEST_F(FirmwareTasksTest, SlowAnswersComeLaterAndStayAlone) {
 }
 
 TEST_F(FirmwareTasksTest, APenReportMayComeRightBeforeAnAnswer) {
-    firmware.faults.penReportBeforeAnswer = true;
+    firmware.faults.penReportsBeforeAnswers = 1;
     bench.command({'H', 0});
     const auto reports = bench.run(100ms);
     EXPECT_THAT(kinds(reports), ElementsAre(ReportKind::spot, ReportKind::answer));
     EXPECT_EQ(0x0423, reports[0].bytes[1] | reports[0].bytes[2] << 8);
     EXPECT_EQ(reports[0].time, reports[1].time);
+    bench.command({'H', 0});
+    EXPECT_THAT(kinds(bench.run(100ms)), ElementsAre(ReportKind::answer));
 }
 
 TEST_F(FirmwareTasksTest, ReportsMayBeShortOrLong) {

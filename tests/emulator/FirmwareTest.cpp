@@ -110,7 +110,7 @@ TEST_F(FirmwareTest, OnlyAnAllZeroReportErases) {
 
 TEST_F(FirmwareTest, SettingsAreTakenBitByBit) {
     bench.command({0, 0xE8, 0x34, 0x12, 0x02, 0x19, 0});
-    CameraSettings settings = firmware.settings();
+    ReceivedSettings settings = firmware.settings();
     EXPECT_FALSE(settings.imageProcessMode || settings.imageShrinkTrigger || settings.filterOut ||
                  settings.mask);
     EXPECT_TRUE(settings.maskCalibration && settings.brightness && settings.freshUnit);

@@ -16,7 +16,7 @@ TEST(PenReportsTest, ASpotIsLittleEndianBehindAPlainByte) {
 }
 
 TEST(PenReportsTest, NoSpotIsAllZero) {
-    EXPECT_THAT(penUpReport(), ElementsAre(0, 0, 0, 0, 0));
+    EXPECT_THAT(noSpotReport(), ElementsAre(0, 0, 0, 0, 0));
 }
 
 TEST(PenReportsTest, CoordinatesAreRounded) {
