@@ -21,6 +21,26 @@ constexpr Microseconds kLoopSlice = milliseconds(100);
 constexpr Microseconds kDropPause = milliseconds(100);
 constexpr Microseconds kKeyWindowPause = milliseconds(10);
 
+// The USB device of a unit that is there, with a reference for the caller; 0 when there is none. A unit that
+// is pulled and plugged in again is another device.
+io_service_t presentUnit() {
+    IORegistry& registry = Platform::current().registry;
+    const mach_port_t port = RBIOServiceMatchingServer::defaultServer().masterPort();
+    for (const std::int32_t product : {kUnitFirstProductID, kUnitSecondProductID})
+        if (const io_service_t unit = registry.IOServiceGetMatchingService(
+                port, RBIOServiceMatchingServer::matchingDictionaryForUSBDeviceWithVenderID(kUnitVendorID,
+                                                                                            product)))
+            return unit;
+    return 0;
+}
+
+bool stillPresent(io_service_t unit) {
+    const io_service_t present = presentUnit();
+    if (present)
+        Platform::current().registry.IOObjectRelease(present);
+    return present == unit;
+}
+
 } // namespace
 
 // The single instance
@@ -71,7 +91,7 @@ bool EventGeneratorNX7::isDevicePlugIn() const {
 }
 
 void EventGeneratorNX7::startDevice() {
-    if (isDevicePlugIn()) {
+    if (const io_service_t unit = presentUnit()) {
         logLine("Event n:2125 Device plugged in on start up, read calibration data from FLASH memory.");
         _isStaring = true;
         _hasNoise = false;
@@ -81,12 +101,13 @@ void EventGeneratorNX7::startDevice() {
             reportStrayLight();
         logLine("Event n:2350 Notificationnx9:%d", sharedState.strayLightLevel.load());
         // The point thread clears the flag when it starts. A unit that cannot be opened is waited for, but
-        // not one that has left meanwhile: its removal is reported after this wait.
+        // not one that has left meanwhile, even if it is back: both are reported after this wait.
         RunLoop& loop = Platform::current().runLoop;
-        while (_isStaring && !loop.terminating() && isDevicePlugIn())
+        while (_isStaring && !loop.terminating() && stillPresent(unit))
             loop.runFor(kLoopSlice);
-        if (!isDevicePlugIn())
+        if (!stillPresent(unit))
             _isStaring = false;
+        Platform::current().registry.IOObjectRelease(unit);
     }
     if (sharedState.wireless == 0)
         makePairingKeyWindow();
