@@ -50,7 +50,7 @@ keep_log() {
     while IFS= read -r line || [[ -n $line ]]; do
         printf '%s\n' "$line" >>"$last_log"
         if [[ $line =~ ^'[1/'([0-9]+)'] ' ]]; then say "Building (${BASH_REMATCH[1]} steps)..."; fi
-        if ((SECONDS - shown >= 30)); then
+        if [[ -n $line ]] && ((SECONDS - shown >= 30)); then
             shown=$SECONDS
             say "    ${line:0:100}"
         fi

@@ -13,7 +13,7 @@ Platform* thePlatform = nullptr;
 Platform& Platform::current() {
     if (!thePlatform) {
         std::fputs("the platform was used before it was put together\n", stderr);
-        std::exit(EXIT_FAILURE);
+        std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): a mistake of the program, nothing to save
     }
     return *thePlatform;
 }

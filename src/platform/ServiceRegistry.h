@@ -51,13 +51,13 @@ public:
                                               IOServiceMatchingCallback callback, void* refcon,
                                               io_iterator_t& iterator) override;
     io_object_t IOIteratorNext(io_iterator_t iterator) override;
-    IOReturn IOObjectRetain(io_object_t object) override;
-    IOReturn IOObjectRelease(io_object_t object) override;
+    IOReturn IOObjectRetain(io_object_t handle) override;
+    IOReturn IOObjectRelease(io_object_t handle) override;
     std::string IOObjectGetClass(io_object_t object) override;
     std::optional<Property> IORegistryEntryCreateCFProperty(io_object_t entry, std::string_view key) override;
     PropertyDictionary IORegistryEntryCreateCFProperties(io_object_t entry) override;
     IOReturn IORegistryEntryGetPath(io_object_t entry, std::string_view plane, std::string& path) override;
-    IOReturn IOCreatePlugInInterfaceForService(io_service_t service,
+    IOReturn IOCreatePlugInInterfaceForService(io_service_t handle,
                                                std::shared_ptr<IOCFPlugInInterface>& plugIn) override;
 
     // How many objects (services, iterators) have references: a leak shows here.

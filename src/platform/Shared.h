@@ -9,6 +9,9 @@
 
 namespace lightpen {
 
+// Both types stand for the value itself, so they become one and are made from one without a word.
+// NOLINTBEGIN(google-explicit-constructor)
+
 // A plain word shared by several threads: each read and each write is single and whole, nothing more is
 // promised.
 template <class Value>
@@ -63,6 +66,8 @@ private:
     mutable std::mutex mutex_;
     Value value_;
 };
+
+// NOLINTEND(google-explicit-constructor)
 
 // An object that one thread swaps while another uses it: a reader keeps its object alive for as long as it
 // holds the copy. std::atomic<std::shared_ptr> would do, but g++ 12's own is reported as a race by tsan.

@@ -1,0 +1,157 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Who may include whom: no cycle of files, only the folder arrows below, and each system header where it belongs.
+
+usage: scripts/check-includes.py [ROOT]
+"""
+import pathlib
+import re
+import sys
+
+# Each folder of src/ and the folders below it.
+FLOORS = {
+    "platform": set(),
+    "matching": {"platform"},
+    "device": {"matching", "platform"},
+    "calibration": {"device", "matching", "platform"},
+    "app": {"calibration", "device", "matching", "platform"},
+    "linux_desktop": {"platform"},
+    "emulator": {"platform"},
+    "demo": {"app", "calibration", "device", "matching", "platform", "linux_desktop", "emulator"},
+}
+# The process entry puts the Linux side under the system; nothing else of the application may know it.
+PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
+
+# The folders that speak to Linux, X11 and Qt as they need to, and the units elsewhere that derive from Qt's classes.
+SYSTEM_FOLDERS = {"linux_desktop", "demo"}
+QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView)\w*\.(cpp|h)|"
+                      r"calibration/(KVRCalibrationWindow|KVRCalibrationTarget)\w*\.(cpp|h)")
+QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*")
+# Whole Qt modules cost seconds in each unit.
+QT_MODULE = re.compile(r"Qt[A-Z]\w*")
+# What the C++ library does not have and every folder may use: the "C" numeric locale for a thread.
+POSIX_HEADERS = {"locale.h"}
+
+STANDARD_HEADERS = set("""
+algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
+clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint
+cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem format forward_list fstream
+functional future initializer_list iomanip ios iosfwd iostream istream iterator latch limits list locale map memory
+memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore
+set shared_mutex source_location span sstream stack stdexcept stop_token streambuf string string_view strstream
+syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set utility valarray
+variant vector version
+""".split())
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>|(\S.*))')
+
+
+def includes_of(path):
+    """(line number, quoted name or None, bracketed name or None, anything else) of each include."""
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        match = INCLUDE.match(line)
+        if match:
+            yield (number, *match.groups())
+
+
+def source_files(root):
+    return sorted(path for top in ("src", "tests", "bench") for path in (root / top).rglob("*")
+                  if path.suffix in (".h", ".cpp"))
+
+
+class Tree:
+    """The project's files and what they include."""
+
+    def __init__(self, root):
+        self.root = root
+        self.problems = []
+        self.graph = {}
+        for path in source_files(root):
+            self.read(path)
+
+    def read(self, path):
+        name = path.relative_to(self.root).as_posix()
+        self.graph[name] = []
+        for number, quoted, bracketed, other in includes_of(path):
+            where = f"{name}:{number}"
+            if other:
+                self.problems.append(f"{where}: an include that is no plain file name: {other}")
+            elif quoted:
+                self.check_quoted(where, name, quoted)
+            else:
+                self.check_bracketed(where, name, bracketed)
+
+    def check_quoted(self, where, name, quoted):
+        if quoted.endswith(".moc"):
+            return
+        candidates = [f"src/{quoted}", f"tests/{quoted}"] + ([quoted] if name.startswith("bench/") else [])
+        target = next((path for path in candidates if (self.root / path).is_file()), None)
+        if target is None or ".." in quoted.split("/"):
+            self.problems.append(f'{where}: "{quoted}" is no file below src/ or tests/')
+            return
+        self.graph[name].append(target)
+        self.check_arrow(where, name, target)
+
+    def check_arrow(self, where, name, target):
+        top, folder, rest = (target + "/").split("/", 2)
+        if name.split("/")[0] != "src":
+            if (top, folder) == ("src", "demo") and not name.startswith("tests/demo/"):
+                self.problems.append(f"{where}: nobody includes the demo")
+            return
+        if top != "src":
+            self.problems.append(f"{where}: a source includes the test file {target}")
+            return
+        own = name.split("/")[1]
+        if own not in FLOORS:
+            self.problems.append(f"{where}: the folder {own} has no place among the floors")
+        elif folder != own and folder not in FLOORS[own]:
+            if folder == "linux_desktop" and PROCESS_ENTRY.fullmatch(name[len("src/"):]):
+                return
+            self.problems.append(f"{where}: {own} must not include {folder}")
+
+    def check_bracketed(self, where, name, header):
+        top, folder, *_ = name.split("/")
+        if QT_MODULE.fullmatch(header):
+            self.problems.append(f"{where}: <{header}> is a whole module; name the class's header")
+            return
+        if top != "src" or folder in SYSTEM_FOLDERS or header in STANDARD_HEADERS or header in POSIX_HEADERS:
+            return
+        if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
+            return
+        self.problems.append(f"{where}: <{header}> does not belong in {folder}")
+
+    def find_cycles(self):
+        """One problem for each include that leads back to a file on the way to it."""
+        done, way = set(), []
+
+        def visit(name):
+            if name in way:
+                self.problems.append("a cycle: " + " -> ".join(way[way.index(name):] + [name]))
+            elif name not in done:
+                way.append(name)
+                for target in self.graph.get(name, []):
+                    visit(target)
+                way.pop()
+                done.add(name)
+
+        for name in self.graph:
+            visit(name)
+
+
+def main(arguments):
+    root = pathlib.Path(arguments[0]) if arguments else pathlib.Path(__file__).resolve().parents[1]
+    tree = Tree(root)
+    if not tree.graph:
+        print(f"There are no sources below {root}.")
+        return 1
+    tree.find_cycles()
+    for problem in tree.problems:
+        print(problem)
+    if tree.problems:
+        return 1
+    print(f"Includes: {len(tree.graph)} files, {sum(map(len, tree.graph.values()))} arrows, no cycle, none forbidden.")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

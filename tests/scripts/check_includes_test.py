@@ -1,0 +1,111 @@
+# SPDX-License-Identifier: MIT
+"""scripts/check-includes.py finds each kind of include that it is there to find."""
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "check-includes.py"
+
+
+class CheckIncludesTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+
+    def check(self, **files):
+        """Writes files (path with __ for /, ending _h or _cpp: content) and returns the status and the output."""
+        for name, content in files.items():
+            stem, suffix = name.rsplit("_", 1)
+            path = self.root / (stem.replace("__", "/") + "." + suffix)
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(content)
+        run = subprocess.run([sys.executable, SCRIPT, self.root], capture_output=True, text=True, check=False)
+        return run.returncode, run.stdout
+
+    def assert_finds(self, text, **files):
+        status, output = self.check(**files)
+        self.assertEqual(status, 1, output)
+        self.assertIn(text, output)
+        self.assertEqual(len(output.splitlines()), 1, output)
+
+    def assert_fine(self, **files):
+        status, output = self.check(**files)
+        self.assertEqual(status, 0, output)
+
+    def test_an_empty_tree_is_no_success(self):
+        self.assertEqual(self.check()[0], 1)
+
+    def test_lower_floors_may_be_included_across_several_steps(self):
+        self.assert_fine(src__platform__Log_h="", src__device__Unit_h="",
+                         src__app__App_cpp='#include "platform/Log.h"\n#include "device/Unit.h"\n#include <vector>\n')
+
+    def test_a_cycle_of_three_files(self):
+        self.assert_finds("a cycle: src/device/A.h -> src/device/B.h -> src/device/C.h -> src/device/A.h",
+                          src__device__A_h='#include "device/B.h"', src__device__B_h='  #  include "device/C.h"',
+                          src__device__C_h='#include "device/A.h"')
+
+    def test_a_file_that_includes_itself(self):
+        self.assert_finds("a cycle: src/device/A.h -> src/device/A.h", src__device__A_h='#include "device/A.h"')
+
+    def test_a_lower_floor_must_not_include_a_higher_one(self):
+        self.assert_finds("src/platform/Log.h:2: platform must not include device", src__device__Unit_h="",
+                          src__platform__Log_h='// text\n#include "device/Unit.h"')
+
+    def test_the_emulator_must_not_know_the_driver(self):
+        self.assert_finds("emulator must not include device", src__device__Reports_h="",
+                          src__emulator__Firmware_cpp='#include "device/Reports.h"')
+
+    def test_the_linux_side_belongs_to_the_process_entry(self):
+        self.assert_fine(src__linux_desktop__X_h="", src__app__main_cpp='#include "linux_desktop/X.h"',
+                         src__app__DesktopPlatform_cpp='#include "linux_desktop/X.h"')
+        self.assert_finds("src/app/Menu.cpp:1: app must not include linux_desktop",
+                          src__app__Menu_cpp='#include "linux_desktop/X.h"')
+
+    def test_nobody_includes_the_demo_but_its_own_tests(self):
+        self.assert_fine(src__demo__Canvas_h="", tests__demo__ATest_cpp='#include "demo/Canvas.h"')
+        self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
+                          tests__app__ATest_cpp='#include "demo/Canvas.h"')
+
+    def test_a_source_must_not_include_a_test(self):
+        self.assert_finds("a source includes the test file", tests__support__Double_h="",
+                          src__device__Unit_cpp='#include "support/Double.h"')
+
+    def test_an_unknown_folder(self):
+        self.assert_finds("the folder extra has no place", src__platform__Log_h="",
+                          src__extra__X_cpp='#include "platform/Log.h"')
+
+    def test_a_missing_file_and_a_relative_path(self):
+        self.assert_finds('"device/None.h" is no file', src__device__A_cpp='#include "device/None.h"')
+        self.assert_finds('"../device/B.h" is no file', src__device__B_h="",
+                          src__device__A_cpp='#include "../device/B.h"')
+
+    def test_a_benchmark_names_its_own_headers_from_the_top(self):
+        self.assert_fine(bench__Ratio_h="", bench__ABench_cpp='#include "bench/Ratio.h"')
+        self.assert_finds('"bench/Ratio.h" is no file', src__device__A_cpp='#include "bench/Ratio.h"')
+
+    def test_linux_headers_stay_in_their_folder(self):
+        for header in ("linux/hidraw.h", "libudev.h", "X11/Xlib.h", "unistd.h", "QDBusConnection", "gtest/gtest.h"):
+            self.assert_finds(f"<{header}> does not belong in device", src__device__A_cpp=f"#include <{header}>")
+        self.assert_fine(src__device__A_cpp="", src__linux_desktop__A_cpp="#include <linux/hidraw.h>\n#include <QTimer>")
+
+    def test_qt_belongs_to_the_units_that_draw(self):
+        self.assert_fine(src__device__FloatPanel_h="#include <QWidget>", src__app__Menu_cpp="#include <QMenu>",
+                         src__calibration__KVRCalibrationWindow_cpp="#include <QtWidgets/QWidget>")
+        self.assert_finds("<QWidget> does not belong in calibration",
+                          src__calibration__Calibrator_h="#include <QWidget>")
+
+    def test_x11_does_not_belong_in_a_unit_that_draws(self):
+        self.assert_finds("<X11/Xlib.h> does not belong in device", src__device__PanelView_cpp="#include <X11/Xlib.h>")
+
+    def test_a_whole_qt_module_is_too_much_anywhere(self):
+        self.assert_finds("<QtWidgets> is a whole module", src__linux_desktop__A_cpp="#include <QtWidgets>")
+
+    def test_an_include_by_macro_cannot_be_checked(self):
+        self.assert_finds("no plain file name", src__device__A_cpp="#include HEADER")
+
+
+if __name__ == "__main__":
+    unittest.main()
