@@ -150,7 +150,7 @@ void Firmware::answerRead(unsigned index, Microseconds now) {
 
 ReportBytes Firmware::storedRecord(unsigned index) const {
     const DeviceInformation& info = information;
-    const ReportBytes none{'N', 0, info.wireless, info.NX9Ver, info.cmosVer, info.GainValue, info.OPmode};
+    ReportBytes none{'N', 0, info.wireless, info.NX9Ver, info.cmosVer, info.GainValue, info.OPmode};
     const bool cutShort = (faults.flashAnswers == FlashAnswers::yesYesNo && index >= 2) ||
                           (faults.flashAnswers == FlashAnswers::yesNo && index >= 1);
     if (cutShort || index > 2)
