@@ -178,10 +178,11 @@ class Figures:
 
     def units(self):
         """Source units of the floors, each with whether a test of its name exists."""
+        tests = {(path.parts[1], path.stem) for path in map(pathlib.PurePosixPath, self.below("tests"))}
         for name in self.below("src"):
             path = pathlib.PurePosixPath(name)
             if path.suffix == ".cpp" and path.parts[1] != "demo" and not path.stem.startswith("main"):
-                yield name, f"tests/{path.parts[1]}/{path.stem}Test.cpp" in self.lengths
+                yield name, (path.parts[1], path.stem + "Test") in tests
 
     def problems(self):
         for name, length in self.lengths.items():

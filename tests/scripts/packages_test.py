@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The package list and the shell functions that read it."""
 import pathlib
+import re
 import subprocess
 import unittest
 
@@ -30,6 +31,13 @@ class PackagesTest(unittest.TestCase):
     def test_what_dpkg_does_not_have_is_missing(self):
         run = shell("dpkg-query() { printf 'installed xvfb\\nconfig-files dbus\\n'; }\nmissing_packages demo")
         self.assertEqual(run.stdout.split(), ["dbus", "fonts-dejavu-core"])
+
+    def test_each_package_is_explained_and_no_other(self):
+        listed = set(shell("packages_of build test demo checks bench").stdout.split())
+        text = (ROOT / "docs" / "dependencies.md").read_text(encoding="utf-8")
+        rows = re.findall(r"^\| ([a-z0-9][^|]*) \|", text, re.MULTILINE)
+        explained = {name for row in rows if row != "package" for name in row.split(", ")}
+        self.assertEqual(explained, listed)
 
     def test_nothing_missing_asks_nobody(self):
         run = shell("missing_packages() { :; }\nsudo() { echo called; }\n"
