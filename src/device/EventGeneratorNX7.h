@@ -93,7 +93,7 @@ public:
     // The object that hears of arrival, removal and stray light. It is asked for through the getter by
     // everyone, the driver included: each question starts the polling, and re-arms the pointer output or
     // holds it back.
-    void setDeviceDelegate(std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate);
+    void setDeviceDelegate(std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> newDelegate);
     std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate();
     void setApDelegate(std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate);
     std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate() const { return _apDelegate; }
@@ -131,7 +131,7 @@ public:
     // The screen region of a mapped point. Any thread.
     std::int32_t regionFromPoint(ScreenPoint point) const;
     // Cancels the long press that was scheduled with this point. Main thread.
-    void wrapper2(const std::string& point);
+    void wrapper2(const std::string& string);
 
     // --- Pointer events (PointerEvents.cpp). Any thread; nothing is posted for a point that is not finite.
 
@@ -148,7 +148,7 @@ public:
     // Schedules the long press at this point. Main thread.
     void postRightMouseClickWithStringFormat(const std::string& point);
     // The long press: releases the left button and clicks the right one. Main thread.
-    void wrapper(const std::string& point);
+    void wrapper(const std::string& string);
 
     // --- Settings and commands (Settings.cpp, Commands.cpp)
 
@@ -300,7 +300,7 @@ private:
     AfterPass handlePollError(IOReturn result);
     AfterPass showStrayLight(PointThreadState& thread);
     bool threadEnds(const PointThreadState& thread);
-    void feedCalibration(EventGeneratorNX7CallbackProtocol& delegate, CameraPoint point);
+    void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);
     AfterPass drivePointer(CameraPoint point);
     void usePointOnScreen(CameraPoint point);
     void runPenStateMachine(ScreenPoint point);

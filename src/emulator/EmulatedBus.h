@@ -35,7 +35,7 @@ class EmulatedBus final : private UnitSocket {
 public:
     EmulatedBus(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock);
     // Unplugs everything.
-    ~EmulatedBus();
+    ~EmulatedBus() override;
     EmulatedBus(const EmulatedBus&) = delete;
     EmulatedBus& operator=(const EmulatedBus&) = delete;
 

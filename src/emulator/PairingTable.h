@@ -25,7 +25,7 @@ public:
     bool store(unsigned index, const Record& record, bool farOffOnly);
 
 private:
-    std::array<Record, kRecords> records_;
+    std::array<Record, kRecords> records_{};
 };
 
 } // namespace lightpen

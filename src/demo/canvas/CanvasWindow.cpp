@@ -112,7 +112,7 @@ void CanvasWindow::mouseReleaseEvent(QMouseEvent* event) {
 
 void CanvasWindow::contextMenuEvent(QContextMenuEvent* event) {
     tell(Kind::contextMenu, event->pos());
-    board_.rightClicks.push_back(event->pos());
+    board_.rightClicks.emplace_back(event->pos());
     update();
     const QPoint place = event->globalPos();
     QTimer::singleShot(kMenuOpens, this, [this, place] { menu_.popup(place); });
