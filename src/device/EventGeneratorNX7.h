@@ -287,7 +287,7 @@ private:
 
     IOReturn addReportElement(IOHIDQueueInterface& queue);
     void attachSource(const RunLoopSourceRef& source);
-    void installImageReceiver(const IOHIDQueueRef& queue);
+    IOReturn setImageReceiver(IOHIDQueueInterface& queue);
     void restartUnit();
 
     IOReturn nextPointEvent(PointThreadState& thread);

@@ -132,18 +132,23 @@ void EventGeneratorNX7::handleKeys() {
 
 // Polling
 
+// Pixels of a picture and pairing records come the same way as points, and are no touches: they are taken,
+// and the poll counts as empty.
 IOReturn EventGeneratorNX7::nextPointEvent(PointThreadState& thread) {
     const auto queue = _pointsQueue.load();
-    return queue ? queue->getNextEvent(thread.event, 0, 0) : kIOReturnUnderrun;
+    if (!queue)
+        return kIOReturnUnderrun;
+    if (!_imageProcessMode && !_RetPairingData.load())
+        return queue->getNextEvent(thread.event, 0, 0);
+    IOHIDEventStruct noTouch;
+    const IOReturn result = queue->getNextEvent(noTouch, 0, 0);
+    return result == kIOReturnSuccess ? kIOReturnUnderrun : result;
 }
 
 void EventGeneratorNX7::poll(PointThreadState& thread) {
     if (state.unitOpen != 1 || state.deviceDelegateQueried != 1 || state.strayLightLevel != 0)
         return;
     thread.pollResult = nextPointEvent(thread);
-    // Pixels of a picture and pairing records come the same way as points, and are no touches.
-    if (_imageProcessMode || _RetPairingData.load())
-        thread.pollResult = kIOReturnUnderrun;
     if (thread.pollResult == kIOReturnSuccess || _lightPenState == kPenUp)
         return;
     // The unit fell silent with the pen down: a made-up pen-up releases the button.
@@ -172,7 +177,7 @@ std::optional<EventGeneratorNX7::AfterPass> EventGeneratorNX7::arm(PointThreadSt
         state.mouseArmed = 1;
         state.disarmedPollCount = 0;
         if (const auto queue = _queue.load())
-            installImageReceiver(queue);
+            setImageReceiver(*queue);
         logLine("Event n:1790 ");
         if (state.strayLightLevel > 0)
             state.strayLightViewShown = 1;

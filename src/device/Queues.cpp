@@ -30,14 +30,9 @@ void EventGeneratorNX7::attachSource(const RunLoopSourceRef& source) {
             static_cast<const void*>(&loop));
 }
 
-void EventGeneratorNX7::installImageReceiver(const IOHIDQueueRef& queue) {
-    const IOReturn result =
-        queue ? queue->setEventCallout([this](IOReturn status, IOHIDQueueInterface& sender) {
-            imageReportReceived(status, sender);
-        })
-              : kIOReturnNoDevice;
-    if (result != kIOReturnSuccess)
-        logLine("Event n:1900 Failed to setEventCallout, error : %x", static_cast<unsigned>(result));
+IOReturn EventGeneratorNX7::setImageReceiver(IOHIDQueueInterface& queue) {
+    return queue.setEventCallout(
+        [this](IOReturn status, IOHIDQueueInterface& sender) { imageReportReceived(status, sender); });
 }
 
 IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
@@ -70,7 +65,8 @@ IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
         return kIOReturnSuccess;
     }
     attachSource(_CFRunLoopSourceRef);
-    installImageReceiver(queue);
+    if (const IOReturn failure = setImageReceiver(*queue); failure != kIOReturnSuccess)
+        logLine("Event n:1900 Failed to setEventCallout, error : %x", static_cast<unsigned>(failure));
     const IOReturn result = queue->start();
     if (result != kIOReturnSuccess)
         logLine("Event n:1906 Failed to start queue, error : %x", static_cast<unsigned>(result));

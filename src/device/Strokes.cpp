@@ -2,6 +2,8 @@
 // What a decoded point does: it feeds a calibration, or becomes pointer output. Point thread.
 #include "device/EventGeneratorNX7.h"
 
+#include <cmath>
+
 #include "device/PenStateMachine.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
@@ -89,6 +91,10 @@ void EventGeneratorNX7::usePointOnScreen(CameraPoint point) {
 }
 
 void EventGeneratorNX7::runPenStateMachine(ScreenPoint point) {
+    // A degenerate mapping yields points that are nowhere; the stroke stays where a button event was last
+    // posted, so that its release has a place.
+    if (std::isnan(point.x) || std::isnan(point.y))
+        return;
     const ScreenPoint anchor = _AnchorPointForLongPress;
     const PenStep step = penStep(_lightPenState, anchor, point);
     switch (step.kind) {
