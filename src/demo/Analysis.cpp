@@ -134,12 +134,13 @@ bool onScreen(const HandTouch& touch, Size screen) {
            touch.first.y <= screen.height;
 }
 
-std::vector<double> landingDistances(const DemoRecord& record) {
+std::vector<double> landingDistances(const DemoRecord& record, Measured measured) {
     std::vector<double> distances;
     const std::vector<Landing> landed = landings(record);
     for (std::size_t i = 0; i < landed.size(); ++i) {
         const HandTouch& touch = record.touches[i];
-        if (!onScreen(touch, record.screen))
+        const bool rested = touch.last == touch.first;
+        if (!onScreen(touch, record.screen) || (measured == Measured::restingTouches && !rested))
             continue;
         if (landed[i].press)
             distances.push_back(distance(touch.first, landed[i].press->position));

@@ -110,7 +110,7 @@ std::string Performance::tapEverywhere() {
     for (int row = 0; row < 3; ++row)
         for (int column = 0; column < 4; ++column)
             hand.tap({(0.03 + 0.31 * column + 0.004 * row) * screen_.width,
-                      (0.05 + 0.44 * row + 0.007 * column) * screen_.height});
+                      (0.05 + 0.41 * row + 0.007 * column) * screen_.height});
     return play(hand);
 }
 

@@ -12,7 +12,7 @@ using Seen = CanvasEvent::Kind;
 
 std::string row(const char* name, const std::string& value) {
     char text[160];
-    std::snprintf(text, sizeof text, "  %-34s %s\n", name, value.c_str());
+    std::snprintf(text, sizeof text, "  %-38s %s\n", name, value.c_str());
     return text;
 }
 
@@ -32,7 +32,7 @@ std::string number(double value) {
 } // namespace
 
 std::string tableOf(const DemoRecord& record) {
-    const Spread distance = spreadOf(landingDistances(record));
+    const Spread distance = spreadOf(landingDistances(record, Measured::restingTouches));
     const Spread delay = spreadOf(pointerDelays(record.injected, record.seen));
     return row("touches of the hand", std::to_string(record.touches.size())) +
            row("presses", bothSides(record, Injected::press, Seen::press)) +
@@ -42,7 +42,7 @@ std::string tableOf(const DemoRecord& record) {
            row("notifications", std::to_string(record.posted.size()) + " posted, " +
                                     std::to_string(countOf(record.seen, Seen::notification)) +
                                     " heard on the bus") +
-           row("from the hand to the pointer",
+           row("from the resting hand to the pointer",
                "median " + number(distance.median) + ", worst " + number(distance.worst) + " pixels") +
            row("from the poll to the canvas",
                "median " + number(delay.median) + ", 99th percentile " + number(delay.percentile99) + " ms") +

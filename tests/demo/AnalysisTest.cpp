@@ -110,6 +110,15 @@ TEST(LandingDistancesTest, TheFirstPressAndTheLastReleaseOfATouchCount) {
     EXPECT_THAT(landingDistances(record), ElementsAre(5, 1, 0, 0));
 }
 
+TEST(LandingDistancesTest, OfRestingTouchesLeavesOutThoseThatMovedOrWereCut) {
+    DemoRecord record = goodRecord();
+    EXPECT_THAT(landingDistances(record, Measured::restingTouches), ElementsAre(5, 5, 0, 0));
+    record.touches[0].last = ScreenPoint{100, 201};
+    EXPECT_THAT(landingDistances(record, Measured::restingTouches), ElementsAre(0, 0));
+    record.touches[1].last.reset();
+    EXPECT_THAT(landingDistances(record, Measured::restingTouches), IsEmpty());
+}
+
 TEST(PointerDelaysTest, CountFromTheReportAndLeaveOutTimers) {
     const DemoRecord record = goodRecord();
     EXPECT_THAT(pointerDelays(record.injected, record.seen),
