@@ -1,23 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/QtRunLoop.h"
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QEventLoop>
+#include <QSocketNotifier>
 #include <QTimer>
+
+#include "linux_desktop/FileDescriptor.h"
+#include "platform/Log.h"
 
 namespace lightpen {
 
 namespace {
-
-const auto kTurn = static_cast<QEvent::Type>(QEvent::registerEventType());
-const auto kEnd = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 // What a nested loop returns when it was not ended from outside.
 constexpr int kTimeIsUp = std::numeric_limits<int>::min();
@@ -28,28 +32,34 @@ std::chrono::milliseconds timerInterval(Microseconds wait) {
     return std::min(interval, std::chrono::milliseconds(std::numeric_limits<int>::max()));
 }
 
+FileDescriptor makeWakeUp() {
+    FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wakeUp) {
+        logLine("Run loop: nothing can wake it: %s", std::strerror(errno));
+        std::exit(EXIT_FAILURE);
+    }
+    return wakeUp;
+}
+
 } // namespace
 
-// What Qt knows of the run loop: the place where its events and its timer arrive.
+// What Qt knows of the run loop: the descriptor that wakes it, and its timer. Other threads wake it by
+// writing, which takes none of Qt's locks from a thread that is in a hurry.
 class QtRunLoop::Receiver final : public QObject {
 public:
-    explicit Receiver(QtRunLoop& loop) : loop_(loop) {
+    explicit Receiver(QtRunLoop& loop)
+        : loop_(loop), wakeUp_(makeWakeUp()), notifier_(wakeUp_.get(), QSocketNotifier::Read) {
         timer.setSingleShot(true);
         timer.setTimerType(Qt::PreciseTimer);
         connect(&timer, &QTimer::timeout, this, [this] { loop_.turn(); });
+        connect(&notifier_, &QSocketNotifier::activated, this, [this] { wokenUp(); });
         QCoreApplication::instance()->installEventFilter(this);
     }
 
-    bool event(QEvent* event) override {
-        if (event->type() == kTurn) {
-            loop_.wakePosted_.store(false);
-            loop_.turn();
-        } else if (event->type() == kEnd) {
-            QCoreApplication::exit(loop_.status());
-        } else {
-            return QObject::event(event);
-        }
-        return true;
+    // Any thread. A counter that is full wakes just as well.
+    void wake() const {
+        const std::uint64_t one = 1;
+        retryInterrupted([&] { return ::write(wakeUp_.get(), &one, sizeof one); });
     }
 
     // Whoever asks the application to quit (a session manager, Qt itself) means all of it, nested waits too.
@@ -63,7 +73,19 @@ public:
     QTimer timer;
 
 private:
+    void wokenUp() {
+        std::uint64_t count = 0;
+        retryInterrupted([&] { return ::read(wakeUp_.get(), &count, sizeof count); });
+        loop_.wakePosted_.store(false);
+        if (loop_.terminating())
+            QCoreApplication::exit(loop_.status()); // the innermost loop and every one around it
+        else
+            loop_.turn();
+    }
+
     QtRunLoop& loop_;
+    const FileDescriptor wakeUp_;
+    QSocketNotifier notifier_;
 };
 
 QtRunLoop::QtRunLoop(Clock& clock, std::function<void()> lastAct)
@@ -103,10 +125,10 @@ void QtRunLoop::cancelPreviousPerformRequests(const void* target, std::string_vi
     armTimer();
 }
 
-// One event is on its way at most, however many requests there are.
+// One wake-up is on its way at most, however many requests there are.
 void QtRunLoop::wake() {
     if (!wakePosted_.exchange(true))
-        QCoreApplication::postEvent(receiver_.get(), new QEvent(kTurn));
+        receiver_->wake();
 }
 
 void QtRunLoop::armTimer() {
@@ -145,10 +167,8 @@ void QtRunLoop::runFor(Microseconds duration) {
 
 void QtRunLoop::terminate(int status) {
     long none = kNoStatus;
-    if (!status_.compare_exchange_strong(none, status))
-        return;
-    // Ends the innermost loop and every one around it.
-    QCoreApplication::postEvent(receiver_.get(), new QEvent(kEnd));
+    if (status_.compare_exchange_strong(none, status))
+        receiver_->wake();
 }
 
 void QtRunLoop::exitProcess(int status) {
