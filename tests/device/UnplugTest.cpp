@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: MIT
+// A camera unit in software whose plug is pulled at every step, and put back.
+#include "support/device/EmulatedUnitFixture.h"
+
+namespace lightpen {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using When = UnplugPoint::When;
+
+// The event service and the iterators of four notifications.
+constexpr std::size_t kObjectsWithoutUnit = 5;
+
+class UnplugTest : public EmulatedUnitFixture {
+protected:
+    UnplugTest() : camera(addCamera(32)) {
+        camera.information()->OPmode = 3; // so that all kinds of commands are sent
+        calibrate(camera);
+    }
+    // Nothing of the unit is held or awaited any more.
+    void expectClosed() {
+        run(100ms); // the point thread's last pass
+        EXPECT_FALSE(camera.plugged());
+        EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
+        EXPECT_EQ(driver->_hidDevice, 0u);
+        EXPECT_EQ(driver->_queue.load(), nullptr);
+        EXPECT_EQ(driver->_pointsQueue.load(), nullptr);
+        EXPECT_EQ(driver->_calibrationQueue, nullptr);
+        EXPECT_FALSE(driver->_isStaring);
+        EXPECT_FALSE(thread) << "the point thread has ended";
+        EXPECT_EQ(sharedState.unitOpen, 0);
+        EXPECT_EQ(desk.registry.liveObjects(), kObjectsWithoutUnit);
+    }
+    void expectOpen() {
+        EXPECT_EQ(knownPoints(), flashPoints(camera));
+        EXPECT_TRUE(touchWorks(camera, {301, 622}));
+    }
+    // How many left presses and releases there were.
+    static std::pair<long, long> pressesAndReleases(const std::vector<Posted>& posted) {
+        const auto count = [&](std::uint32_t type) {
+            return std::count_if(posted.begin(), posted.end(),
+                                 [=](const Posted& event) { return event.type == type; });
+        };
+        return {count(kLeftMouseDown), count(kLeftMouseUp)};
+    }
+
+    CameraUnit& camera;
+};
+
+// In the exchanges of the opening
+
+struct Step {
+    char command;
+    int occurrence;
+    When when;
+    std::size_t replyBytes = 0;
+};
+
+std::vector<Step> stepsOfTheOpening() {
+    std::vector<Step> steps;
+    for (int request = 1; request <= 4; ++request) {
+        for (const When when : {When::beforeCommand, When::afterCommand, When::beforeReply, When::afterReply})
+            steps.push_back({'H', request, when});
+        for (const std::size_t bytes : {0u, 1u, 5u, 31u})
+            steps.push_back({'H', request, When::midReply, bytes});
+    }
+    for (const char acknowledge : {'W', 'T'})
+        for (const When when : {When::beforeCommand, When::afterCommand})
+            steps.push_back({acknowledge, 1, when});
+    return steps;
+}
+
+std::string nameOf(const testing::TestParamInfo<Step>& step) {
+    constexpr const char* kWhen[]{"Before", "After", "BeforeReply", "MidReply", "AfterReply"};
+    return step.param.command + std::to_string(step.param.occurrence) +
+           kWhen[static_cast<std::size_t>(step.param.when)] + std::to_string(step.param.replyBytes);
+}
+
+class UnplugStepTest : public UnplugTest, public testing::WithParamInterface<Step> {
+protected:
+    UnplugPoint point() const {
+        return {.command = static_cast<std::uint8_t>(GetParam().command),
+                .occurrence = GetParam().occurrence,
+                .when = GetParam().when,
+                .replyBytes = GetParam().replyBytes};
+    }
+};
+
+TEST_P(UnplugStepTest, OfAnArrivalEndsItAndTheNextOneWorks) {
+    start();
+    camera.faults()->unplug = point();
+    camera.plug();
+    run(2s);
+    expectClosed();
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
+    camera.plug();
+    run(100ms);
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+    expectOpen();
+}
+
+TEST_P(UnplugStepTest, OfTheStartEndsItAndTheNextArrivalWorks) {
+    camera.faults()->unplug = point();
+    camera.plug();
+    start();
+    run(2s);
+    expectClosed();
+    camera.plug();
+    run(100ms);
+    expectOpen();
+}
+
+TEST_P(UnplugStepTest, WithAReplugIsMadeGood) {
+    start();
+    for (const Microseconds away : {Microseconds(1ms), Microseconds(30ms), Microseconds(1s)}) {
+        UnplugPoint there = point();
+        there.replugAfter = away;
+        camera.faults()->unplug = there;
+        camera.plug();
+        run(3s);
+        expectOpen();
+        camera.unplug();
+        run(1s);
+        expectClosed();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, UnplugStepTest, testing::ValuesIn(stepsOfTheOpening()), nameOf);
+
+TEST_F(UnplugTest, AnyMomentOfTheOpeningIsMadeGoodByAReplug) {
+    start();
+    for (Microseconds moment = 0ms; moment < 3s; moment += 37ms) {
+        const Microseconds pulled = desk.clock.now() + moment;
+        camera.schedule(pulled, [](CameraUnit& pulledUnit) { pulledUnit.unplug(); });
+        camera.schedule(pulled + 23ms, [](CameraUnit& pulledUnit) { pulledUnit.plug(); });
+        camera.plug();
+        run(4s);
+        ASSERT_NO_FATAL_FAILURE(expectOpen()) << moment.count();
+        camera.unplug();
+        run(1s);
+        ASSERT_EQ(desk.registry.liveObjects(), kObjectsWithoutUnit) << moment.count();
+    }
+}
+
+// In the exchanges of an open unit
+
+TEST_F(UnplugTest, AWriteEndsWithTheUnitAndTheOldCalibrationStays) {
+    start();
+    const auto points =
+        std::make_shared<const PointList>(PointList{{11, 12}, {2413, 14}, {15, 1816}, {2417, 1718}});
+    for (int record = 1; record <= 3; ++record) {
+        camera.plug();
+        run(100ms);
+        const PointListRef before = driver->calibrationPointsFromFlash();
+        const auto stored = flashPoints(camera);
+        camera.faults()->unplug =
+            UnplugPoint{.command = std::uint8_t{'C'}, .occurrence = record, .when = When::beforeCommand};
+        EXPECT_FALSE(driver->writeCalibrationToFlash(points)) << record;
+        EXPECT_EQ(driver->calibrationPointsFromFlash(), before) << record;
+        run(1s);
+        expectClosed();
+        camera.plug();
+        run(100ms);
+        EXPECT_EQ(knownPoints(), flashPoints(camera)) << record;
+        EXPECT_EQ(flashPoints(camera) == stored, record < 3)
+            << "the unit has both records once the third is missing";
+        camera.unplug();
+        run(1s);
+    }
+}
+
+TEST_F(UnplugTest, AnEraseOrAnUpdateEndsWithTheUnit) {
+    start();
+    camera.plug();
+    run(100ms);
+    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
+    driver->updateTwoValueToDevice();
+    EXPECT_THAT(log.lines(), testing::Contains("Event n:1965 update values faied"));
+    run(1s);
+    expectClosed();
+    camera.plug();
+    run(100ms);
+    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
+    driver->eraseFlashAddress();
+    EXPECT_THAT(log.lines(), testing::Contains("Event n:798 erase flash with address:0x0 failed"));
+    run(1s);
+    expectClosed();
+    camera.plug();
+    run(100ms);
+    expectOpen();
+}
+
+// In a touch
+
+TEST_F(UnplugTest, AnyMomentOfATouchLeavesNoButtonDown) {
+    start();
+    for (Microseconds moment = 0ms; moment < 120ms; moment += 5ms) {
+        camera.plug();
+        run(1700ms);
+        desk.pointer.takePosted();
+        camera.touch({640, 400});
+        run(moment);
+        camera.unplug();
+        run(1s);
+        const auto [presses, releases] = pressesAndReleases(desk.pointer.takePosted());
+        EXPECT_EQ(presses, releases) << moment.count();
+        EXPECT_LE(presses, 1) << moment.count();
+        expectClosed();
+        camera.lift();
+        run(3s); // longer than a long press
+        EXPECT_THAT(desk.pointer.takePosted(), IsEmpty()) << "no click comes late";
+    }
+    camera.plug();
+    run(100ms);
+    expectOpen();
+}
+
+// Loose plugs and second units
+
+TEST_F(UnplugTest, AHundredQuickReplugsEndInOneOpenUnit) {
+    start();
+    camera.plug();
+    run(100ms);
+    deviceDelegate->takeHeard();
+    for (int i = 0; i < 100; ++i) {
+        camera.unplug();
+        run(Microseconds(173 * i % 7000));
+        camera.plug();
+    }
+    run(5s);
+    expectOpen();
+    // Those that fall into the 50 ms before a removal is reported are one.
+    EXPECT_LE(deviceDelegate->takeHeard().size(), 3u * 10) << "they do not cost an opening each";
+    EXPECT_EQ(desk.registry.liveObjects(), kObjectsWithoutUnit + 5);
+}
+
+TEST_F(UnplugTest, ASecondUnitDoesNotSilenceTheFirst) {
+    start();
+    camera.plug();
+    run(100ms);
+    UnitDescription description;
+    description.productID = kUnitSecondProductID;
+    description.reportLength = 32;
+    CameraUnit& second = bus.addUnit(std::move(description));
+    second.plug();
+    run(100ms);
+    expectOpen();
+}
+
+} // namespace
+} // namespace lightpen
