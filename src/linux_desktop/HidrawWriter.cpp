@@ -27,9 +27,13 @@ constexpr milliseconds kLookInterval{50};
 // What a wait without limit still gets then, so that the last commands to the unit go out.
 constexpr milliseconds kEndingGrace{200};
 
-bool hungUp(int node) {
+// How long after a failed transfer the kernel may still find out that the unit is gone.
+constexpr milliseconds kUnplugDelay{300};
+
+// Whether the node hangs up by then.
+bool hangsUp(int node, milliseconds patience) {
     pollfd state{node, 0, 0};
-    return retryInterrupted([&] { return ::poll(&state, 1, 0); }) > 0 &&
+    return retryInterrupted([&] { return ::poll(&state, 1, static_cast<int>(patience.count())); }) > 0 &&
            (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
 
@@ -44,8 +48,13 @@ IOReturn resultOfError(int error, int node) {
     case EINVAL:
     case EMSGSIZE:
         return kIOReturnBadArgument;
+    case EIO:
+    case EILSEQ:
+    case EPROTO:
+    case ETIME: // what the bus says to a transfer that unplugging cuts off
+        return hangsUp(node, kUnplugDelay) ? kIOReturnNoDevice : kIOReturnError;
     default:
-        return hungUp(node) ? kIOReturnNoDevice : kIOReturnError;
+        return hangsUp(node, milliseconds(0)) ? kIOReturnNoDevice : kIOReturnError;
     }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <utility>
+
 #include "linux_desktop/UdevMonitor.h"
 #include "linux_desktop/UnitPublisher.h"
 
