@@ -75,9 +75,9 @@ IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
 }
 
 void EventGeneratorNX7::setUpPointQueue() {
-    Platform::current().clock.sleep(kPointThreadDelay);
-    // A thread that outlived its removal must not run beside its successor.
+    // A thread that outlived its removal must not run beside its successor: it has the wait to end in.
     _threadGeneration = _threadGeneration + 1;
+    Platform::current().clock.sleep(kPointThreadDelay);
     Platform::current().threads.detachNewThread([this] { receivingPointsQueueThreadEntry(nullptr); });
 }
 
