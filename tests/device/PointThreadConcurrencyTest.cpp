@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// The point thread as a real thread, while the main thread changes everything that the two share.
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "support/device/DriverFixture.h"
+
+namespace lightpen {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// Real time, a thousand times as fast.
+class FastClock final : public Clock {
+public:
+    Microseconds now() override {
+        const auto time = std::chrono::steady_clock::now().time_since_epoch();
+        return std::chrono::duration_cast<Microseconds>(time) * 1000;
+    }
+    void sleep(Microseconds duration) override {
+        std::this_thread::sleep_for(std::chrono::duration_cast<std::chrono::nanoseconds>(duration) / 1000);
+    }
+};
+
+class PointThreadConcurrencyTest : public DriverFixture {
+protected:
+    PointThreadConcurrencyTest() {
+        Platform::setCurrent(&fastPlatform);
+        openUnit();
+        sharedState.unitOpen = 1;
+        sharedState.mouseArmed = 1;
+        sharedState.deviceDelegateQueried = 1;
+        sharedState.strayLightLevel = 0;
+        driver->setCalibrationCenter(near);
+    }
+    ~PointThreadConcurrencyTest() override {
+        endThread();
+        Platform::setCurrent(&desk.platform);
+    }
+
+    void startThread() {
+        thread = std::thread([this] { driver->receivingPointsQueueThreadEntry(nullptr); });
+    }
+    void endThread() {
+        driver->_stopThread = true;
+        if (thread.joinable())
+            thread.join();
+    }
+    // One turn of the main loop, with a little of the long press' time.
+    void turn() { desk.runLoop.runFor(milliseconds(50)); }
+    // Repeats the step on the main thread until the other one has come that far; false when it never does.
+    template <typename Step, typename Reached>
+    static bool repeatUntil(Reached reached, Step step) {
+        const auto patience = std::chrono::steady_clock::now() + seconds(60);
+        for (int i = 0; !reached(); ++i) {
+            if (std::chrono::steady_clock::now() > patience)
+                return false;
+            step(i);
+        }
+        return true;
+    }
+    void keepPosted() {
+        for (const Posted& event : desk.pointer.takePosted())
+            posted.push_back(event);
+    }
+    std::size_t postedOf(std::uint32_t type) const {
+        return static_cast<std::size_t>(
+            std::count_if(posted.begin(), posted.end(), [&](const Posted& one) { return one.type == type; }));
+    }
+    // No press without a release since the one before it, and none left at the end.
+    void expectBalancedButton() const {
+        bool down = false;
+        for (const Posted& event : posted) {
+            if (event.type == kLeftMouseDown) {
+                EXPECT_FALSE(down);
+                down = true;
+            } else if (event.type == kLeftMouseUp) {
+                down = false;
+            }
+        }
+        EXPECT_FALSE(down);
+    }
+
+    FastClock fast;
+    Platform fastPlatform{desk.registry,      desk.pointer,   desk.runLoop, fast,         desk.threads,
+                          desk.notifications, desk.broadcast, desk.desktop, desk.defaults};
+    // Two calibrations whose images of (1001, 601) lie far apart on both axes.
+    std::shared_ptr<ShiftingMapper> near = std::make_shared<ShiftingMapper>(0.5);
+    std::shared_ptr<ShiftingMapper> far = std::make_shared<ShiftingMapper>(0.5, ScreenPoint{1000, 500});
+    std::shared_ptr<RecordingCalibration> calibration = std::make_shared<RecordingCalibration>();
+    std::vector<Posted> posted;
+    std::thread thread;
+};
+
+TEST_F(PointThreadConcurrencyTest, CalibrationsAreSwappedWhole) {
+    startThread();
+    const bool reached =
+        repeatUntil([&] { return postedOf(kLeftMouseDown) >= 150; },
+                    [&](int i) {
+                        driver->setCalibrationCenter(i % 3 == 0 ? near : i % 3 == 1 ? far : nullptr);
+                        unit.sendReport(i % 5 == 4 ? penUpReport() : penReport(1001, 601));
+                        turn();
+                        keepPosted();
+                    });
+    endThread();
+    keepPosted();
+    EXPECT_TRUE(reached);
+    for (const Posted& event : posted)
+        EXPECT_TRUE((event.location == IOGPoint{500, 300}) || (event.location == IOGPoint{1500, 800}) ||
+                    event.type == kLeftMouseUp)
+            << testing::PrintToString(event);
+    expectBalancedButton();
+}
+
+TEST_F(PointThreadConcurrencyTest, DelegatesComeAndGoInTheMiddleOfStrokes) {
+    startThread();
+    std::vector<CameraPoint> points;
+    const auto reached = [&] { return postedOf(kLeftMouseDown) >= 60 && points.size() >= 60; };
+    EXPECT_TRUE(repeatUntil(reached, [&](int i) {
+        switch (i % 7) {
+        case 0:
+            driver->setDelegate(calibration);
+            break;
+        case 3:
+            driver->exitCalib();
+            driver->setDeviceDelegate(deviceDelegate);
+            break;
+        default:
+            driver->deviceDelegate();
+        }
+        unit.sendReport(i % 2 ? penUpReport() : penReport(1001 + i % 100, 601));
+        turn();
+        keepPosted();
+        for (const CameraPoint& point : calibration->takePoints())
+            points.push_back(point);
+    }));
+    endThread();
+    keepPosted();
+    for (const CameraPoint& point : points) {
+        EXPECT_EQ(point.y, 601);
+        EXPECT_TRUE(point.x >= 1001 && point.x <= 1100) << point.x;
+    }
+    expectBalancedButton();
+}
+
+TEST_F(PointThreadConcurrencyTest, QueuesStopAndGoWhilePointsArePolled) {
+    startThread();
+    EXPECT_TRUE(repeatUntil([&] { return postedOf(kLeftMouseDown) >= 60; },
+                            [&](int i) {
+                                if (i % 10 == 7)
+                                    driver->stopPointQueue();
+                                if (i % 10 == 9)
+                                    driver->startPointQueue();
+                                driver->_imageProcessMode = i % 20 == 5;
+                                unit.sendReport(penReport(1001 + i % 50, 601));
+                                turn();
+                                keepPosted();
+                            }));
+    endThread();
+    keepPosted();
+    expectBalancedButton();
+}
+
+TEST_F(PointThreadConcurrencyTest, EndingInAStrokeReleasesIt) {
+    driver->_stopThread = false;
+    startThread();
+    EXPECT_TRUE(repeatUntil([&] { return postedOf(kLeftMouseDragged) >= 3; },
+                            [&](int) {
+                                unit.sendReport(penReport(1001, 601));
+                                keepPosted();
+                            }));
+    endThread();
+    keepPosted();
+    expectBalancedButton();
+    EXPECT_EQ(log.lines().back(), "Event n:1829 456");
+}
+
+} // namespace
+} // namespace lightpen
