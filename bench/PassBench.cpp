@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+// One report of the pen on its way to a pointer event: the driver's whole pass, against the least that any
+// program could do for it. Both sides write the same records to the same place; nobody sleeps.
+#include <fcntl.h>
+#include <linux/input.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "bench/RatioReport.h"
+#include "calibration/KVRCalibrationCenter.h"
+#include "device/EventGeneratorNX7.h"
+#include "device/SharedState.h"
+#include "linux_desktop/StderrLog.h"
+#include "platform/Platform.h"
+#include "platform/ReportFanOut.h"
+#include "platform/ServiceRegistry.h"
+
+namespace lightpen::bench {
+namespace {
+
+constexpr ScreenRect kScreen{{0, 0}, {1920, 1080}};
+constexpr IOHIDElementCookie kCookie = 17;
+constexpr std::size_t kReportLength = 32;
+// A power of two, so that walking round the reports costs next to nothing.
+constexpr std::size_t kReports = 64;
+
+[[noreturn]] void fail(const char* what) {
+    std::fprintf(stderr, "PassBench: %s\n", what);
+    std::exit(1);
+}
+
+// A descriptor that takes everything.
+class Sink {
+public:
+    explicit Sink(const char* path) : fd_(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
+        if (fd_ < 0)
+            fail("cannot open where to write to");
+    }
+    ~Sink() { close(fd_); }
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+    int fd() const { return fd_; }
+
+private:
+    const int fd_;
+};
+
+// The records of a move, as a pointer device of the kernel takes them.
+void writeMove(int fd, int x, int y) {
+    input_event records[3]{};
+    records[0].type = records[1].type = EV_ABS;
+    records[0].code = ABS_X;
+    records[0].value = x;
+    records[1].code = ABS_Y;
+    records[1].value = y;
+    records[2].type = EV_SYN;
+    records[2].code = SYN_REPORT;
+    if (write(fd, records, sizeof records) != static_cast<ssize_t>(sizeof records))
+        fail("a pointer event was not taken");
+}
+
+class DiscardingLog final : public LogSink {
+public:
+    void logLine(std::string_view line) override { benchmark::DoNotOptimize(line.data()); }
+    void standardOutput(std::string_view) override {}
+};
+
+class WritingPointer final : public PointerEvents {
+public:
+    IOReturn IOServiceOpen(io_service_t, std::uint32_t, io_connect_t& connection) override {
+        connection = 1;
+        return kIOReturnSuccess;
+    }
+    IOReturn IOHIDPostEvent(io_connect_t, std::uint32_t, IOGPoint location, const NXMouseEventData&,
+                            std::uint32_t, std::uint32_t, std::uint32_t) override {
+        writeMove(sink_.fd(), location.x, location.y);
+        ++posted;
+        return kIOReturnSuccess;
+    }
+    void releaseButtons() override {}
+    long posted = 0;
+
+private:
+    Sink sink_{"/dev/null"};
+};
+
+class SleeplessClock final : public Clock {
+public:
+    Microseconds now() override { return Microseconds{1}; }
+    void sleep(Microseconds) override {}
+};
+
+// Nobody waits on the main thread's answers, so nothing is performed.
+class IdleRunLoop final : public RunLoop {
+public:
+    void addCommonMode(std::string_view) override {}
+    bool containsSource(const RunLoopSourceRef&, std::string_view) const override { return false; }
+    void addSource(const RunLoopSourceRef&, std::string_view) override {}
+    void performOnMainThread(PerformRequest request) override { benchmark::DoNotOptimize(&request); }
+    void performAfterDelay(PerformRequest, Microseconds) override {}
+    void cancelPreviousPerformRequests(const void*, std::string_view, std::string_view) override {}
+    void runFor(Microseconds) override {}
+    void terminate(int) override {}
+    bool terminating() const override { return false; }
+    void exitProcess(int status) override { std::exit(status); }
+};
+
+class NoThreads final : public Threads {
+public:
+    void detachNewThread(std::function<void()>) override {}
+    bool setThreadPriority(double) override { return false; }
+};
+
+class NoBroadcast final : public DistributedNotificationCenter {
+public:
+    void postNotificationName(std::string_view) override {}
+};
+
+class OneScreen final : public Desktop {
+public:
+    std::optional<ScreenRect> mainScreenFrame() const override { return kScreen; }
+};
+
+class NoDefaults final : public UserDefaults {
+public:
+    void registerDefaults(std::map<std::string, DefaultsValue, std::less<>>) override {}
+    std::optional<DefaultsValue> objectForKey(std::string_view) const override { return std::nullopt; }
+    bool setObject(std::string_view, DefaultsValue) override { return false; }
+};
+
+// What the camera sees of the four targets.
+const _KVRQuadPoints kSeen{{450, 350}, {2100, 300}, {2200, 1650}, {350, 1550}};
+
+std::array<std::uint8_t, kReportLength> penReport(int x, int y) {
+    const auto byte = [](int value) { return static_cast<std::uint8_t>(value & 0xFF); };
+    return {0, byte(x), byte(x >> 8), byte(y), byte(y >> 8)};
+}
+
+// A stroke that goes on and on inside the screen.
+const std::vector<std::array<std::uint8_t, kReportLength>>& reports() {
+    static const auto all = [] {
+        std::vector<std::array<std::uint8_t, kReportLength>> made;
+        for (int i = 0; i < static_cast<int>(kReports); ++i)
+            made.push_back(penReport(1025 + 3 * i, 901 + 2 * i));
+        return made;
+    }();
+    return all;
+}
+
+// A driver with a calibration and a point thread whose passes are made by hand.
+class DrivenPen {
+public:
+    explicit DrivenPen(LogSink& log) {
+        Platform::setCurrent(&platform_);
+        registry_.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
+        setLogSink(&log);
+        sharedState = SharedState{};
+        center_->setCalibrationPoints(std::make_shared<const PointList>(
+            PointList{kSeen.topLeft, kSeen.topRight, kSeen.bottomLeft, kSeen.bottomRight}));
+        driver_.setCalibrationCenter(center_);
+        driver_._inputReportElements = std::make_shared<const InputReportElements>(
+            InputReportElements{{{{"ReportID", std::int64_t{0}}, {"ElementCookie", std::int64_t{kCookie}}}}});
+        driver_._pointsQueue = fanOut_.addQueue();
+        thread_ = driver_.beginPointThread();
+        sharedState.unitOpen = sharedState.deviceDelegateQueried = sharedState.mouseArmed = 1;
+        sharedState.strayLightLevel = 0;
+    }
+    ~DrivenPen() {
+        setLogSink(nullptr);
+        Platform::setCurrent(nullptr);
+    }
+    DrivenPen(const DrivenPen&) = delete;
+    DrivenPen& operator=(const DrivenPen&) = delete;
+
+    void deliver(std::size_t index) { fanOut_.deliver(reports()[index % kReports]); }
+    void pass() {
+        if (!driver_.pointThreadPass(thread_))
+            fail("the point thread has ended");
+    }
+    long posted() const { return pointer_.posted; }
+
+private:
+    SleeplessClock clock_;
+    IdleRunLoop runLoop_;
+    ServiceRegistry registry_{runLoop_, clock_};
+    WritingPointer pointer_;
+    NoThreads threads_;
+    NotificationCenter notifications_;
+    NoBroadcast broadcast_;
+    OneScreen desktop_;
+    NoDefaults defaults_;
+    Platform platform_{registry_,      pointer_,   runLoop_, clock_,   threads_,
+                       notifications_, broadcast_, desktop_, defaults_};
+    ReportFanOut fanOut_{clock_, kCookie, kReportLength};
+    std::shared_ptr<KVRCalibrationCenter> center_ = std::make_shared<KVRCalibrationCenter>(0, kScreen);
+    EventGeneratorNX7 driver_;
+    PointThreadState thread_;
+};
+
+// What a written log can take in at once, with room to spare: beyond it lines would be dropped, not written.
+constexpr long kPassesBetweenFlushes = 2048;
+
+void dragWith(benchmark::State& state, LogSink& log, StderrLog* written = nullptr) {
+    DrivenPen pen(log);
+    std::size_t next = 0;
+    long passes = 0;
+    for (auto _ : state) {
+        pen.deliver(next++);
+        pen.pass();
+        if (++passes % kPassesBetweenFlushes != 0 || !written)
+            continue;
+        state.PauseTiming();
+        if (!written->flush())
+            fail("the log was not written");
+        state.ResumeTiming();
+    }
+    if (pen.posted() != passes)
+        fail("not every pass has posted its event");
+}
+
+void passWithLogDiscarded(benchmark::State& state) {
+    DiscardingLog log;
+    dragWith(state, log);
+}
+BENCHMARK(passWithLogDiscarded);
+
+// What the passing thread spends; a thread of the log's own does the writing.
+void passWithLogWritten(benchmark::State& state) {
+    Sink sink("/dev/null");
+    StderrLog log({.diagnostics = sink.fd(), .output = sink.fd()});
+    dragWith(state, log, &log);
+}
+BENCHMARK(passWithLogWritten);
+
+void emptyPass(benchmark::State& state) {
+    DiscardingLog log;
+    DrivenPen pen(log);
+    for (auto _ : state)
+        pen.pass();
+    if (pen.posted() != 0)
+        fail("an empty pass has posted an event");
+}
+BENCHMARK(emptyPass);
+
+// The least: the bytes' meaning, the eight multiplications of the mapping by hand, the same write.
+void leastForAReport(benchmark::State& state) {
+    const std::array<float, 8> solved = Calibrator(kSeen, {{170, 75}, {1580, 930}}).vector();
+    std::array<double, 8> k{};
+    std::copy(solved.begin(), solved.end(), k.begin());
+    Sink sink("/dev/null");
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const std::uint8_t* report = reports()[next++ % kReports].data();
+        benchmark::DoNotOptimize(report);
+        if (report[1] == 0)
+            fail("a report without a spot");
+        const double x = static_cast<std::int16_t>(report[1] | report[2] << 8);
+        const double y = static_cast<std::int16_t>(report[3] | report[4] << 8);
+        const double scale = 1 / (k[6] * x + k[7] * y + 1);
+        writeMove(sink.fd(), static_cast<int>((k[0] * x + k[1] * y + k[2]) * scale),
+                  static_cast<int>((k[3] * x + k[4] * y + k[5]) * scale));
+    }
+}
+BENCHMARK(leastForAReport);
+
+} // namespace
+} // namespace lightpen::bench
+
+int main(int argc, char** argv) {
+    return lightpen::bench::runWithRatios(
+        argc, argv,
+        {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
+         {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
+         {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
+         {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
+}
