@@ -16,7 +16,7 @@
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
 #include "support/RecordingLog.h"
-#include "support/linux/DBusListener.h"
+#include "support/linux/SignalRecorder.h"
 
 namespace lightpen {
 namespace {
@@ -71,7 +71,7 @@ TEST_F(DBusNotificationsTest, SendsExactlyWhatTheDescriptionSays) {
     const PrivateBus bus;
     bus.enter();
     const Description description = readDescription();
-    DBusListener listener(bus.address(), description.interface);
+    SignalRecorder listener(bus.address(), description.interface);
     std::thread pen([&] {
         for (const std::string& name : kRegionNames)
             notifications.postNotificationName(name);

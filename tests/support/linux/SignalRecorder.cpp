@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-#include "support/linux/DBusListener.h"
+#include "support/linux/SignalRecorder.h"
 
 #include <stdexcept>
 
 namespace lightpen {
 
-DBusListener::DBusListener(const std::string& address, const std::string& interface)
+SignalRecorder::SignalRecorder(const std::string& address, const std::string& interface)
     : bus_(QDBusConnection::connectToBus(QString::fromStdString(address), QStringLiteral("listener"))) {
     if (!bus_.connect({}, {}, QString::fromStdString(interface), {}, this, SLOT(take(QDBusMessage))))
         throw std::runtime_error("cannot listen on the bus");
 }
 
-DBusListener::~DBusListener() {
+SignalRecorder::~SignalRecorder() {
     QDBusConnection::disconnectFromBus(QStringLiteral("listener"));
 }
 

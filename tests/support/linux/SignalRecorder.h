@@ -12,12 +12,12 @@ namespace lightpen {
 
 // Another program on the bus that hears every signal; the bus's own ones are left out. It hears while its
 // thread's event loop runs.
-class DBusListener final : public QObject {
+class SignalRecorder final : public QObject {
     Q_OBJECT
 
 public:
-    DBusListener(const std::string& address, const std::string& interface);
-    ~DBusListener() override;
+    SignalRecorder(const std::string& address, const std::string& interface);
+    ~SignalRecorder() override;
 
     // The signals so far, oldest first.
     const std::vector<QDBusMessage>& messages() const { return messages_; }
