@@ -51,6 +51,7 @@ TEST_F(ConnectionRemovalTest, TakesFourPausesBetweenItsLines) {
 
 // What is so at each pause of the removal, and when the delegate hears of it.
 struct Moment {
+    std::string what;
     bool stopped, open, interface, queue, pointsQueue, calibrationQueue;
     int mode, queried;
     friend bool operator==(const Moment&, const Moment&) = default;
@@ -60,22 +61,22 @@ TEST_F(ConnectionRemovalTest, HappensInThisOrder) {
     driver->_calibrationQueue = unit.makeQueue();
     sharedState.disarmedPollCount = 4;
     std::vector<Moment> moments;
-    const auto note = [&] {
-        moments.push_back({driver->_stopThread, sharedState.unitOpen != 0,
+    const auto note = [&](const std::string& what) {
+        moments.push_back({what, driver->_stopThread, sharedState.unitOpen != 0,
                            driver->_pphidDeviceInterface.load() != nullptr, driver->_queue.load() != nullptr,
                            driver->_pointsQueue.load() != nullptr, driver->_calibrationQueue != nullptr,
                            driver->_deviceMode, sharedState.deviceDelegateQueried});
     };
-    desk.clock.onSleep = [&](Microseconds) { note(); };
-    deviceDelegate->then = [&](const std::string&) { note(); };
-    note();
+    desk.clock.onSleep = [&](Microseconds) { note("pause"); };
+    deviceDelegate->then = [&](const std::string& what) { note(what); };
+    note("before");
     unplug();
-    EXPECT_THAT(moments, ElementsAre(Moment{false, true, true, true, true, true, 0, 1},
-                                     Moment{true, false, false, false, true, true, -1, 1},
-                                     Moment{true, false, false, false, false, true, -1, 1},
-                                     Moment{true, false, false, false, false, false, -1, 1},
-                                     Moment{true, false, false, false, false, false, -1, 1}, // the delegate
-                                     Moment{true, false, false, false, false, false, -1, 1}));
+    EXPECT_THAT(moments, ElementsAre(Moment{"before", false, true, true, true, true, true, 0, 1},
+                                     Moment{"pause", true, false, false, false, true, true, -1, 1},
+                                     Moment{"pause", true, false, false, false, false, true, -1, 1},
+                                     Moment{"pause", true, false, false, false, false, false, -1, 1},
+                                     Moment{"remove", true, false, false, false, false, false, -1, 1},
+                                     Moment{"pause", true, false, false, false, false, false, -1, 1}));
     EXPECT_EQ(sharedState.mouseArmed, 0);
     EXPECT_EQ(sharedState.disarmedPollCount, 0);
     EXPECT_EQ(sharedState.unitOpen, 0);

@@ -91,8 +91,11 @@ TEST_F(UnitLifeCycleTest, AnErasedFlashIsEmptyAfterAReplug) {
 TEST_F(UnitLifeCycleTest, ASettingsUpdateAfterACalibrationKeepsTheNewOne) {
     CameraUnit& camera = addCamera(32);
     calibrate(camera);
+    // No third record: what is read has four entries, which the update would write back.
+    camera.faults()->flashAnswers = FlashAnswers::yesYesNo;
     camera.plug();
     start();
+    ASSERT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(4));
     driver->writeCalibrationToFlash(
         std::make_shared<const PointList>(PointList{{11, 12}, {2413, 14}, {15, 1816}, {2417, 1718}}));
     driver->setThreshold(777);
