@@ -6,16 +6,14 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 
-using namespace lightpen;
-
 int main(int argc, char** argv) {
-    setUpQtMessages();
+    lightpen::setUpQtMessages();
     const QApplication application(argc, argv);
-    setUpQtApplication();
-    LinuxPlatform linuxPlatform;
-    Platform::setCurrent(&linuxPlatform.platform());
+    lightpen::setUpQtApplication();
+    lightpen::LinuxPlatform linuxPlatform;
+    lightpen::Platform::setCurrent(&linuxPlatform.platform());
 
-    const auto controller = std::make_shared<LightPenNX7Controller>();
+    const auto controller = std::make_shared<lightpen::LightPenNX7Controller>();
     controller->awakeFromNib();
     // Without destructors: the driver's threads may still run.
     linuxPlatform.platform().runLoop.exitProcess(linuxPlatform.run());

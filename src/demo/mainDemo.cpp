@@ -18,8 +18,7 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 
-using namespace lightpen;
-
+namespace lightpen {
 namespace {
 
 constexpr std::string_view kNotifications[] = {"LightPenNX7RegionLeft", "LightPenNX7RegionRight",
@@ -102,9 +101,7 @@ int runDemo(LinuxPlatform& real, const std::filesystem::path& output, const std:
     return status;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int demoMain(int argc, char** argv) {
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();
@@ -128,4 +125,11 @@ int main(int argc, char** argv) {
     settings.log.output = log.get();
     LinuxPlatform real(std::move(settings));
     return runDemo(real, output, (QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    return lightpen::demoMain(argc, argv);
 }

@@ -23,8 +23,7 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 
-using namespace lightpen;
-
+namespace lightpen {
 namespace {
 
 using std::chrono::seconds;
@@ -113,9 +112,7 @@ int measureDriver(Microseconds span) {
     return EXIT_SUCCESS;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int idleMain(int argc, char** argv) {
     const QApplication application(argc, argv);
     setUpQtApplication();
     const bool driver = argc == 3 && std::strcmp(argv[1], "driver") == 0;
@@ -123,6 +120,18 @@ int main(int argc, char** argv) {
         std::fputs("usage: lightpen-idle driver|bare SECONDS\n", stderr);
         return 2;
     }
-    const Microseconds span = seconds(std::atoi(argv[2]));
+    const long count = std::strtol(argv[2], nullptr, 10);
+    if (count <= 0) {
+        std::fputs("lightpen-idle: the seconds must be a number above 0\n", stderr);
+        return 2;
+    }
+    const Microseconds span = seconds(count);
     return driver ? measureDriver(span) : measureBare(span);
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    return lightpen::idleMain(argc, argv);
 }
