@@ -115,7 +115,7 @@ int demoMain(int argc, char** argv) {
     const FileDescriptor log(
         ::open((output / "driver.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644));
     if (!log) {
-        std::printf("%s cannot be written: %s\n", (output / "driver.log").c_str(), std::strerror(errno));
+        std::printf("%s cannot be written: %s\n", (output / "driver.log").c_str(), errorText(errno).c_str());
         return EXIT_FAILURE;
     }
     LinuxPlatformSettings settings;

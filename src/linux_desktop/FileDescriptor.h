@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace lightpen {
@@ -32,6 +34,11 @@ public:
 private:
     int fd_ = -1;
 };
+
+// What an error number means, in words. Any thread.
+inline std::string errorText(int error) {
+    return std::system_category().message(error);
+}
 
 // Repeats a system call for as long as a signal interrupts it. Returns what the call returns; errno is the
 // call's.

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 
-#include <cstring>
 #include <utility>
 
 #include "platform/Log.h"
@@ -54,7 +53,7 @@ IOReturn HidrawDevice::open(std::uint32_t) {
         return kIOReturnSuccess;
     FileDescriptor file;
     if (const int error = node_.open(file); error != 0) {
-        logLine("HID: %s cannot be opened: %s", node_.name.c_str(), std::strerror(error));
+        logLine("HID: %s cannot be opened: %s", node_.name.c_str(), errorText(error).c_str());
         return resultOfOpenError(error);
     }
     return start(std::make_shared<const FileDescriptor>(std::move(file)));

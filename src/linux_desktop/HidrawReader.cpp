@@ -5,7 +5,6 @@
 #include <sys/eventfd.h>
 
 #include <array>
-#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -40,10 +39,10 @@ std::shared_ptr<HidrawReader> HidrawReader::start(std::shared_ptr<const FileDesc
                                                   std::function<void()> gone) {
     FileDescriptor wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wakeUp) {
-        logLine("HID: no event descriptor for reading: %s", std::strerror(errno));
+        logLine("HID: no event descriptor for reading: %s", errorText(errno).c_str());
         return nullptr;
     }
-    const std::shared_ptr<HidrawReader> reader(
+    std::shared_ptr<HidrawReader> reader(
         new HidrawReader(std::move(node), std::move(fanOut), std::move(gone), std::move(wakeUp)));
     try {
         reader->thread_ = std::thread([self = reader.get()] { self->run(); });
@@ -62,7 +61,7 @@ void HidrawReader::run() {
     for (;;) {
         std::array<pollfd, 2> waited{{{node_->get(), POLLIN, 0}, {wakeUp_.get(), POLLIN, 0}}};
         if (retryInterrupted([&] { return ::poll(waited.data(), waited.size(), -1); }) < 0) {
-            logLine("HID: waiting for reports failed: %s", std::strerror(errno));
+            logLine("HID: waiting for reports failed: %s", errorText(errno).c_str());
             return endWhen([] { return true; });
         }
         if (waited[1].revents != 0)
@@ -81,7 +80,7 @@ void HidrawReader::drain() {
 // Says that the node is gone when the test, made under the lock, answers so.
 template <class Test>
 void HidrawReader::endWhen(Test isGone) {
-    bool gone;
+    bool gone = false;
     {
         const std::lock_guard hold(mutex_);
         gone = !ended_ && isGone();
@@ -125,7 +124,7 @@ bool HidrawReader::readOne() {
         return true;
     if (length < 0) {
         if (errno != EIO && errno != ENODEV)
-            logLine("HID: reading a report failed: %s", std::strerror(errno));
+            logLine("HID: reading a report failed: %s", errorText(errno).c_str());
         return false;
     }
     // An end of file reads like an empty report.
@@ -138,7 +137,7 @@ bool HidrawReader::readOne() {
 void HidrawReader::wakeThread() {
     const std::uint64_t one = 1;
     if (retryInterrupted([&] { return ::write(wakeUp_.get(), &one, sizeof one); }) < 0)
-        logLine("HID: the reading thread cannot be woken: %s", std::strerror(errno));
+        logLine("HID: the reading thread cannot be woken: %s", errorText(errno).c_str());
 }
 
 void HidrawReader::stop() {

@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -103,7 +102,7 @@ void HidrawWriter::Line::run() {
 }
 
 IOReturn HidrawWriter::Line::write(const std::vector<std::uint8_t>& bytes) {
-    ssize_t written;
+    ssize_t written = 0;
     do
         written = retryInterrupted([&] { return ::write(node->get(), bytes.data(), bytes.size()); });
     while (written < 0 && errno == EAGAIN && waitForRoomInKernel());
@@ -115,7 +114,7 @@ IOReturn HidrawWriter::Line::write(const std::vector<std::uint8_t>& bytes) {
     const IOReturn result = resultOfError(error, node->get());
     if (result != kIOReturnNoDevice && !std::exchange(failureLogged, true))
         logLine("HID: an output report of %zu bytes could not be sent: %s", bytes.size() - 1,
-                std::strerror(error));
+                errorText(error).c_str());
     return result;
 }
 

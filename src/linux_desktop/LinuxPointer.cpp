@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/LinuxPointer.h"
 
-#include <cstdlib>
 #include <utility>
 
+#include "linux_desktop/Environment.h"
 #include "linux_desktop/UinputPointer.h"
 #include "linux_desktop/XTestPointer.h"
 #include "platform/Log.h"
@@ -14,8 +14,8 @@ namespace {
 
 // An X server for old programs inside a Wayland session moves its own pointer only.
 bool isWaylandSession() {
-    const char* type = std::getenv("XDG_SESSION_TYPE");
-    return std::getenv("WAYLAND_DISPLAY") || (type && std::string_view(type) == "wayland");
+    return !environmentVariable("WAYLAND_DISPLAY").empty() ||
+           environmentVariable("XDG_SESSION_TYPE") == "wayland";
 }
 
 std::unique_ptr<PointerBackend> openUinput(const SharedGeometry& geometry, std::string& problem) {

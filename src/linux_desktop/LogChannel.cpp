@@ -56,7 +56,7 @@ void LogChannel::refill() {
 bool LogChannel::writeSome() {
     std::string_view piece = std::string_view(writing_).substr(written_, PIPE_BUF);
     if (piece.size() == PIPE_BUF)
-        if (const auto lineBreak = piece.rfind('\n'); lineBreak != piece.npos)
+        if (const auto lineBreak = piece.rfind('\n'); lineBreak != std::string_view::npos)
             piece = piece.substr(0, lineBreak + 1);
     const auto count = retryInterrupted([&] { return ::write(descriptor_, piece.data(), piece.size()); });
     if (count >= 0)

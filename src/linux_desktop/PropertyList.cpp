@@ -10,6 +10,8 @@
 #include <iterator>
 #include <memory>
 
+#include "linux_desktop/FileDescriptor.h"
+
 namespace lightpen {
 
 namespace {
@@ -128,7 +130,7 @@ PropertyListResult readPropertyList(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
     if (!stream.is_open() || stream.bad())
-        return {std::nullopt, file + ": " + std::strerror(errno)};
+        return {std::nullopt, file + ": " + errorText(errno)};
     PropertyListResult result = parsePropertyList(text);
     if (!result.dictionary)
         result.error = file + ": " + result.error;

@@ -17,7 +17,7 @@ namespace {
 void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
     logLine("Qt: %s", message.toLocal8Bit().constData());
     if (type == QtFatalMsg)
-        std::exit(EXIT_FAILURE);
+        std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): the platform takes over and leaves in order
 }
 
 } // namespace
@@ -29,7 +29,7 @@ void setUpQtMessages() {
 void setUpQtApplication() {
     QGuiApplication::setQuitOnLastWindowClosed(false);
     // Qt takes over the user's locale, in which "%.2f" may print a comma.
-    std::setlocale(LC_NUMERIC, "C");
+    std::setlocale(LC_NUMERIC, "C"); // NOLINT(concurrency-mt-unsafe): before there are threads
 }
 
 } // namespace lightpen

@@ -35,8 +35,8 @@ std::chrono::milliseconds timerInterval(Microseconds wait) {
 FileDescriptor makeWakeUp() {
     FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wakeUp) {
-        logLine("Run loop: nothing can wake it: %s", std::strerror(errno));
-        std::exit(EXIT_FAILURE);
+        logLine("Run loop: nothing can wake it: %s", errorText(errno).c_str());
+        std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): there are no other threads yet
     }
     return wakeUp;
 }

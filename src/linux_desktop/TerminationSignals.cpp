@@ -34,13 +34,13 @@ void passOn(int number) {
 TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
-        logLine("Signals: no pipe: %s", std::strerror(errno));
+        logLine("Signals: no pipe: %s", errorText(errno).c_str());
         return;
     }
     readEnd_ = FileDescriptor(ends[0]);
     writeEnd_ = FileDescriptor(ends[1]);
     if (fcntl(writeEnd_.get(), F_SETFL, O_NONBLOCK) != 0)
-        logLine("Signals: the pipe may block: %s", std::strerror(errno));
+        logLine("Signals: the pipe may block: %s", errorText(errno).c_str());
     pipeForHandler.store(writeEnd_.get());
     thread_ = std::thread([this] { watch(); });
     struct sigaction action {};
@@ -48,7 +48,7 @@ TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         if (sigaction(kSignals[i], &action, &previous_[i]) != 0)
-            logLine("Signals: signal %d cannot be taken over: %s", kSignals[i], std::strerror(errno));
+            logLine("Signals: signal %d cannot be taken over: %s", kSignals[i], errorText(errno).c_str());
 }
 
 TerminationSignals::~TerminationSignals() {

@@ -58,7 +58,7 @@ std::optional<UinputDevice> openUinputDevice(const char* path, std::string& prob
     opened.events =
         FileDescriptor(retryInterrupted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
     if (!opened.events) {
-        problem = std::string(path) + ": " + std::strerror(errno);
+        problem = std::string(path) + ": " + errorText(errno);
         return std::nullopt;
     }
     const auto description = describeUinputPointer();
@@ -67,7 +67,7 @@ std::optional<UinputDevice> openUinputDevice(const char* path, std::string& prob
         description ? libevdev_uinput_create_from_device(description.get(), opened.events.get(), &device)
                     : -ENOMEM;
     if (error != 0) {
-        problem = std::string(path) + ": no device can be made: " + std::strerror(-error);
+        problem = std::string(path) + ": no device can be made: " + errorText(-error);
         return std::nullopt;
     }
     opened.device.reset(device, libevdev_uinput_destroy);
@@ -79,7 +79,7 @@ UinputPointer::UinputPointer(UinputDevice device, const SharedGeometry& geometry
 
 // One frame an event, in one write: desktops see the button change where the move has led.
 IOReturn UinputPointer::send(std::optional<Place> place, Button button, bool press) {
-    std::array<input_event, 4> records;
+    std::array<input_event, 4> records{};
     std::size_t count = 0;
     if (place) {
         records[count++] = record(EV_ABS, ABS_X, place->axis.x);
@@ -90,7 +90,7 @@ IOReturn UinputPointer::send(std::optional<Place> place, Button button, bool pre
     records[count++] = record(EV_SYN, SYN_REPORT, 0);
     const IOReturn result = write(std::span(records).first(count));
     if (result != kIOReturnSuccess && !std::exchange(failureLogged_, true))
-        logLine("Pointer: the virtual device takes no events: %s", std::strerror(errno));
+        logLine("Pointer: the virtual device takes no events: %s", errorText(errno).c_str());
     return result;
 }
 

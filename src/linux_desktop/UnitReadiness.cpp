@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 #include <utility>
 
 #include "platform/UnitIdentifiers.h"
@@ -75,7 +75,7 @@ void UnitReadiness::judgeOpening(Unit& unit, const HidNode& node, int error, Uni
         decisions.messages.push_back(noPermission(node));
     else
         decisions.messages.push_back("HID: the camera unit's " + node.devnode +
-                                     " cannot be opened: " + std::strerror(error));
+                                     " cannot be opened: " + std::generic_category().message(error));
 }
 
 void UnitReadiness::publishReadyNodes(Unit& unit, UnitDecisions& decisions) {

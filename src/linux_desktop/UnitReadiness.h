@@ -60,7 +60,7 @@ public:
     // A node was seen. openError is what opening it answered, 0 for success; none when nobody tried, which
     // leaves a pen node unready. A unit that is shut to the user is told of once for each time it is plugged
     // in.
-    UnitDecisions nodeSeen(const HidNode& node, std::optional<int> openError);
+    UnitDecisions nodeSeen(const HidNode& seen, std::optional<int> openError);
     // A node has gone, or its open file has hung up.
     UnitDecisions nodeGone(const std::string& path);
     // A whole device has gone.

@@ -11,6 +11,7 @@
 #include <limits>
 #include <utility>
 
+#include "linux_desktop/Environment.h"
 #include "linux_desktop/FileDescriptor.h"
 #include "platform/Log.h"
 
@@ -30,14 +31,17 @@ std::int16_t coordinate(int pixel) {
     return static_cast<std::int16_t>(std::clamp<int>(pixel, Limits::min(), Limits::max()));
 }
 
+// What the library gives out, to be freed.
+using Message = std::unique_ptr<void, decltype(&std::free)>;
+
 } // namespace
 
 std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, const SharedGeometry& geometry,
                                                    std::string& problem) {
     Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
     if (xcb_connection_has_error(connection.get())) {
-        const char* name = display ? display : std::getenv("DISPLAY");
-        problem = "no X display" + (name ? " " + std::string(name) : std::string());
+        const std::string name = display ? display : environmentVariable("DISPLAY");
+        problem = "no X display" + (name.empty() ? "" : " " + name);
         return nullptr;
     }
     const auto* extension = xcb_get_extension_data(connection.get(), &xcb_test_id);
@@ -78,8 +82,8 @@ void XTestPointer::awaitServer() {
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
         const bool answered = xcb_poll_for_reply(connection_.get(), request.sequence, &reply, &error) != 0;
-        std::free(reply);
-        std::free(error);
+        const Message replyOwner(reply, std::free);
+        const Message errorOwner(error, std::free);
         if (answered)
             return;
         pollfd polled{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
@@ -89,8 +93,8 @@ void XTestPointer::awaitServer() {
 
 // Errors and the news that every client gets would otherwise pile up.
 void XTestPointer::discardMessages() {
-    while (auto* message = xcb_poll_for_event(connection_.get()))
-        std::free(message);
+    while (Message(xcb_poll_for_event(connection_.get()), std::free)) {
+    }
 }
 
 } // namespace lightpen
