@@ -50,7 +50,7 @@ std::string encode(const DefaultsValue& value) {
         char digits[32];
         const auto end = std::to_chars(digits, digits + sizeof digits, *number).ptr;
         std::string text(digits, end);
-        return text.find_first_of(".e") == text.npos && std::isfinite(*number) ? text + ".0" : text;
+        return text.find_first_of(".e") == std::string::npos && std::isfinite(*number) ? text + ".0" : text;
     }
     const auto& text = std::get<std::string>(value);
     const bool plain = std::holds_alternative<std::string>(decode(text)) && !text.starts_with(kStringMark);
