@@ -70,6 +70,7 @@ struct HidrawWriter::Line {
 
     void run();
     IOReturn write(const std::vector<std::uint8_t>& bytes);
+    void logFailure(std::size_t length, int error);
     bool waitForRoomInKernel();
     // Waits until done answers true; false when time was up before.
     template <class Done>
@@ -112,10 +113,16 @@ IOReturn HidrawWriter::Line::write(const std::vector<std::uint8_t>& bytes) {
         return kIOReturnSuccess;
     }
     const IOReturn result = resultOfError(error, node->get());
-    if (result != kIOReturnNoDevice && !std::exchange(failureLogged, true))
-        logLine("HID: an output report of %zu bytes could not be sent: %s", bytes.size() - 1,
-                errorText(error).c_str());
+    if (result != kIOReturnNoDevice)
+        logFailure(bytes.size() - 1, error);
     return result;
+}
+
+// Only the first of a row. Nothing once stopped: nobody waits for this thread, so the log may be gone too.
+void HidrawWriter::Line::logFailure(std::size_t length, int error) {
+    const std::lock_guard hold(mutex);
+    if (!stopped && !std::exchange(failureLogged, true))
+        logLine("HID: an output report of %zu bytes could not be sent: %s", length, errorText(error).c_str());
 }
 
 // False, with errno as a write would leave it, when there will be no room.

@@ -115,6 +115,17 @@ TEST_P(HidrawWriterOnNode, AUnitThatIsGoneIsNoDevice) {
     EXPECT_TRUE(log_.lines().empty());
 }
 
+TEST(HidrawWriter, OnceStoppedItSaysNothingMore) {
+    RecordingLog log;
+    SocketNode node(false);
+    node.fill();
+    auto writer = HidrawWriter::start(std::make_shared<const FileDescriptor>(node.takeHost()), {});
+    EXPECT_EQ(writer->send({0, 1}, 100), kIOReturnTimeout);
+    writer.reset();
+    EXPECT_TRUE(eventually([&] { return node.hostClosed(); })) << "its thread ends";
+    EXPECT_TRUE(log.lines().empty());
+}
+
 TEST(HidrawWriter, AReportThatTheNodeRefusesIsLoggedOnceInARow) {
     RecordingLog log;
     int ends[2] = {-1, -1};

@@ -61,6 +61,11 @@ public:
             ++count;
         return count;
     }
+    // Whether the host has let go of its end.
+    bool hostClosed() const {
+        pollfd state{unit_.get(), 0, 0};
+        return retryInterrupted([&] { return ::poll(&state, 1, 0); }) == 1 && (state.revents & POLLHUP) != 0;
+    }
     // The unit is unplugged: the host's end hangs up.
     void unplug() { unit_ = FileDescriptor(); }
 
