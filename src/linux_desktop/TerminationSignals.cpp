@@ -29,6 +29,17 @@ void passOn(int number) {
     errno = error;
 }
 
+// Not SIG_IGN, which the programs that this one starts would inherit.
+void passOver(int) {}
+
+void takeOver(int number, void (*handler)(int), struct sigaction& previous) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    if (sigaction(number, &action, &previous) != 0)
+        logLine("Signals: signal %d cannot be taken over: %s", number, errorText(errno).c_str());
+}
+
 } // namespace
 
 TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
@@ -43,12 +54,9 @@ TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
         logLine("Signals: the pipe may block: %s", errorText(errno).c_str());
     pipeForHandler.store(writeEnd_.get());
     thread_ = std::thread([this] { watch(); });
-    struct sigaction action {};
-    action.sa_handler = passOn;
-    action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < kSignals.size(); ++i)
-        if (sigaction(kSignals[i], &action, &previous_[i]) != 0)
-            logLine("Signals: signal %d cannot be taken over: %s", kSignals[i], errorText(errno).c_str());
+        takeOver(kSignals[i], passOn, previous_[i]);
+    takeOver(SIGPIPE, passOver, previousPipe_);
 }
 
 TerminationSignals::~TerminationSignals() {
@@ -56,6 +64,7 @@ TerminationSignals::~TerminationSignals() {
         return;
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         sigaction(kSignals[i], &previous_[i], nullptr);
+    sigaction(SIGPIPE, &previousPipe_, nullptr);
     retryInterrupted([&] { return ::write(writeEnd_.get(), &kEndOfWatch, 1); });
     thread_.join();
     pipeForHandler.store(-1);

@@ -13,7 +13,8 @@ namespace lightpen {
 
 // Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the program, with status 0. A thread takes them, so
 // that waits of the main thread that do not run the loop end too. Who asks a second time wants out at once:
-// the program then leaves where it stands, with the shell's status for that signal. One object a process.
+// the program then leaves where it stands, with the shell's status for that signal. SIGPIPE ends nothing: a
+// display or a bus that goes away is an error of the call that finds it out. One object a process.
 class TerminationSignals {
 public:
     // The loop must outlive the object. Logs a line when the signals cannot be taken over; the system's own
@@ -33,6 +34,7 @@ private:
     FileDescriptor readEnd_;
     FileDescriptor writeEnd_;
     std::array<struct sigaction, kSignals.size()> previous_{};
+    struct sigaction previousPipe_ {};
     std::thread thread_;
 };
 

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "support/Pipe.h"
 #include "support/VirtualTime.h"
 
 namespace lightpen {
@@ -85,6 +86,22 @@ TEST_P(TerminationSignalsTest, AreGivenBackAtTheEnd) {
     struct sigaction after {};
     ASSERT_EQ(sigaction(GetParam(), &before, &after), 0);
     EXPECT_EQ(after.sa_handler, mine.sa_handler);
+}
+
+TEST(TerminationSignals, APipeThatNobodyReadsIsAnErrorOfTheWriteAlone) {
+    signal(SIGPIPE, SIG_DFL);
+    Pipe pipe;
+    pipe.closeReadEnd();
+    {
+        WatchedRunLoop loop;
+        const TerminationSignals signals(loop);
+        EXPECT_EQ(write(pipe.writeEnd(), "x", 1), -1);
+        EXPECT_EQ(errno, EPIPE);
+        EXPECT_FALSE(loop.terminating());
+    }
+    struct sigaction after {};
+    ASSERT_EQ(sigaction(SIGPIPE, nullptr, &after), 0);
+    EXPECT_EQ(after.sa_handler, SIG_DFL);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, TerminationSignalsTest, testing::Values(SIGTERM, SIGINT, SIGHUP));
