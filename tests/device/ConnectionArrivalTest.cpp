@@ -7,7 +7,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -157,26 +156,27 @@ TEST_F(ConnectionArrivalTest, AUnitThatIsGoneBeforeTheLoopTurnsIsNoArrival) {
     EXPECT_EQ(logged("Event n:666"), 1);
 }
 
-TEST_F(ConnectionArrivalTest, AUnitThatVanishesWhileItIsOpenedIsRemovedAfterwards) {
-    for (int pause = 1; pause <= 7; ++pause) {
-        if (pause == 1)
-            startWithout();
-        int pauses = 0;
-        desk.clock.onSleep = [&](Microseconds) {
-            if (++pauses == pause)
-                unit.unplug();
-        };
-        arrive();
-        desk.runLoop.runFor(seconds(1));
-        EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove")) << pause;
-        EXPECT_EQ(sharedState.unitOpen, 0) << pause;
-        EXPECT_FALSE(driver->_isStaring) << pause;
-        EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr) << pause;
-        EXPECT_FALSE(thread && driver->pointThreadPass(*thread)) << pause;
-        thread.reset();
-    }
+class VanishingArrivalTest : public ConnectionArrivalTest, public testing::WithParamInterface<int> {};
+
+TEST_P(VanishingArrivalTest, IsRemovedAfterwards) {
+    startWithout();
+    int pauses = 0;
+    desk.clock.onSleep = [&](Microseconds) {
+        if (++pauses == GetParam())
+            unit.unplug();
+    };
+    arrive();
+    desk.runLoop.runFor(seconds(1));
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
+    EXPECT_EQ(sharedState.unitOpen, 0);
+    EXPECT_FALSE(driver->_isStaring);
+    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
+    EXPECT_FALSE(thread && driver->pointThreadPass(*thread));
     EXPECT_EQ(desk.registry.liveObjects(), 5u) << "the event service and four iterators";
 }
+
+INSTANTIATE_TEST_SUITE_P(, VanishingArrivalTest, testing::Range(1, 8),
+                         [](const auto& parameter) { return "pause" + std::to_string(parameter.param); });
 
 TEST_F(ConnectionArrivalTest, AUnitThatDoesNotOpenKeepsTheWaitUntilItIsPulled) {
     startWithout();

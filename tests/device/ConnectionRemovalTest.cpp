@@ -12,7 +12,6 @@ using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 
 class ConnectionRemovalTest : public UnitFixture {

@@ -9,10 +9,8 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -266,27 +264,29 @@ INSTANTIATE_TEST_SUITE_P(, TroubledStartTest,
                                          Trouble::noThread),
                          nameOfTrouble);
 
-TEST_F(ConnectionStartTest, AUnitThatVanishesAtAnyPauseOfItsStartIsNotWaitedFor) {
+class VanishingUnitTest : public ConnectionStartTest, public testing::WithParamInterface<int> {};
+
+TEST_P(VanishingUnitTest, IsNotWaitedFor) {
     const std::size_t objectsBefore = desk.registry.liveObjects();
-    for (int pause = 1; pause <= 7; ++pause) {
-        plugIn();
-        replies = calibratedReplies();
-        int pauses = 0;
-        desk.clock.onSleep = [&](Microseconds) {
-            if (++pauses == pause)
-                unit.unplug();
-        };
-        driver->startDevice();
-        EXPECT_FALSE(driver->_isStaring) << pause;
-        desk.runLoop.runFor(seconds(1));
-        // Nobody was registered to hear of the removal.
-        driver->deviceDidRemove(0);
-        EXPECT_EQ(desk.registry.liveObjects(), objectsBefore) << pause;
-        EXPECT_EQ(driver->_queue.load(), nullptr) << pause;
-        EXPECT_EQ(driver->_pointsQueue.load(), nullptr) << pause;
-        EXPECT_EQ(driver->_calibrationQueue, nullptr) << pause;
-    }
+    plugIn();
+    replies = calibratedReplies();
+    int pauses = 0;
+    desk.clock.onSleep = [&](Microseconds) {
+        if (++pauses == GetParam())
+            unit.unplug();
+    };
+    driver->startDevice();
+    EXPECT_FALSE(driver->_isStaring);
+    desk.runLoop.runFor(seconds(1));
+    driver->deviceDidRemove(0); // nobody was registered to hear of it
+    EXPECT_EQ(desk.registry.liveObjects(), objectsBefore);
+    EXPECT_EQ(driver->_queue.load(), nullptr);
+    EXPECT_EQ(driver->_pointsQueue.load(), nullptr);
+    EXPECT_EQ(driver->_calibrationQueue, nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(, VanishingUnitTest, testing::Range(1, 8),
+                         [](const auto& parameter) { return "pause" + std::to_string(parameter.param); });
 
 TEST_F(ConnectionStartTest, AReplugDuringAFailedStartIsOpened) {
     unit.script().answer("device.open", kIOReturnNotPrivileged);

@@ -6,7 +6,6 @@ namespace lightpen {
 namespace {
 
 using std::chrono::milliseconds;
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

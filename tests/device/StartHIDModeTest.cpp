@@ -5,7 +5,6 @@
 namespace lightpen {
 namespace {
 
-using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
