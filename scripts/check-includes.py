@@ -31,6 +31,9 @@ QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*")
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")
 # What the C++ library does not have and every folder may use: the "C" numeric locale for a thread.
 POSIX_HEADERS = {"locale.h"}
+# Descriptors and files, for the unit that is a USB device of the machine, and for the owner of a descriptor.
+FILE_HEADERS = {"fcntl.h", "poll.h", "sys/stat.h", "unistd.h"}
+FILE_UNITS = re.compile(r"emulator/Gadget\w*\.(cpp|h)|platform/FileDescriptor\.h")
 
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
@@ -117,6 +120,8 @@ class Tree:
         if top != "src" or folder in SYSTEM_FOLDERS or header in STANDARD_HEADERS or header in POSIX_HEADERS:
             return
         if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
+            return
+        if header in FILE_HEADERS and FILE_UNITS.fullmatch(name[len("src/"):]):
             return
         self.problems.append(f"{where}: <{header}> does not belong in {folder}")
 

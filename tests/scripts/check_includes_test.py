@@ -91,6 +91,18 @@ class CheckIncludesTest(unittest.TestCase):
             self.assert_finds(f"<{header}> does not belong in device", src__device__A_cpp=f"#include <{header}>")
         self.assert_fine(src__device__A_cpp="", src__linux_desktop__A_cpp="#include <linux/hidraw.h>\n#include <QTimer>")
 
+    def test_files_belong_to_the_unit_that_is_a_usb_device(self):
+        self.assert_fine(src__emulator__GadgetPort_cpp="#include <poll.h>", src__emulator__GadgetFiles_h="#include <unistd.h>",
+                         src__platform__FileDescriptor_h="#include <unistd.h>")
+        self.assert_finds("<linux/usb/g_hid.h> does not belong in emulator",
+                          src__emulator__GadgetPort_cpp="#include <linux/usb/g_hid.h>")
+
+    def test_files_belong_to_no_other_unit_of_its_folder(self):
+        self.assert_finds("<poll.h> does not belong in emulator", src__emulator__Firmware_cpp="#include <poll.h>")
+
+    def test_files_do_not_belong_in_the_platform(self):
+        self.assert_finds("<unistd.h> does not belong in platform", src__platform__Log_cpp="#include <unistd.h>")
+
     def test_qt_belongs_to_the_units_that_draw(self):
         self.assert_fine(src__device__FloatPanel_h="#include <QWidget>", src__app__Menu_cpp="#include <QMenu>",
                          src__calibration__KVRCalibrationWindow_cpp="#include <QtWidgets/QWidget>")
