@@ -14,7 +14,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 
