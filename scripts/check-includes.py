@@ -19,6 +19,8 @@ FLOORS = {
     "emulator": {"platform"},
     "demo": {"app", "calibration", "device", "matching", "platform", "linux_desktop", "emulator"},
 }
+# What measures from the hand to the window does so as the demo does; nobody else includes it.
+DEMO_USERS = ("tests/demo/", "tests/kernel/", "bench/kernel/")
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
 PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
 
@@ -98,7 +100,7 @@ class Tree:
     def check_arrow(self, where, name, target):
         top, folder, rest = (target + "/").split("/", 2)
         if name.split("/")[0] != "src":
-            if (top, folder) == ("src", "demo") and not name.startswith("tests/demo/"):
+            if (top, folder) == ("src", "demo") and not name.startswith(DEMO_USERS):
                 self.problems.append(f"{where}: nobody includes the demo")
             return
         if top != "src":

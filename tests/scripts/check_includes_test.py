@@ -64,10 +64,15 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("src/app/Menu.cpp:1: app must not include linux_desktop",
                           src__app__Menu_cpp='#include "linux_desktop/X.h"')
 
-    def test_nobody_includes_the_demo_but_its_own_tests(self):
-        self.assert_fine(src__demo__Canvas_h="", tests__demo__ATest_cpp='#include "demo/Canvas.h"')
+    def test_nobody_includes_the_demo_but_its_own_tests_and_what_measures_like_it(self):
+        for user in ("tests__demo__ATest_cpp", "tests__kernel__ATest_cpp", "bench__kernel__A_cpp"):
+            self.assert_fine(src__demo__Canvas_h="", **{user: '#include "demo/Canvas.h"'})
         self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
                           tests__app__ATest_cpp='#include "demo/Canvas.h"')
+
+    def test_a_bench_elsewhere_does_not_include_the_demo(self):
+        self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
+                          bench__A_cpp='#include "demo/Canvas.h"')
 
     def test_a_source_must_not_include_a_test(self):
         self.assert_finds("a source includes the test file", tests__support__Double_h="",
