@@ -4,7 +4,9 @@
 // machine. To be run in the guest, whose times are good for comparing only:
 //
 //   tests/kernel/boot --seconds 150 build/bench/bench/ReportToPointer
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -168,7 +170,7 @@ void Bench::runLeast() {
     require(eventually([&] { return !(node = penNode()).empty(); }), "The unit has no pen interface.");
     const CameraPoint topLeft = unit_.seen({0, 0});
     const CameraPoint bottomRight = unit_.seen({kScreen.width, kScreen.height});
-    const auto number = [](double value) { return std::to_string(static_cast<int>(value + 0.5)); };
+    const auto number = [](double value) { return std::to_string(std::lround(value)); };
     const std::size_t before = xorg_.timesAdded(kLeastPointerName);
     std::unique_ptr<ChildProcess> least;
     const std::string ready =
