@@ -66,11 +66,13 @@ protected:
         return taken_;
     }
 
+    RecordingLog log_;
     RunningClock clock_;
     GadgetTree tree_{{"dummy_udc.0", "dummy_udc.1"}};
     FileDescriptor kernel_;
     std::mutex mutex_;
-    std::vector<ReportBytes> taken_;
+    std::vector<ReportBytes> taken_; // by the unit
+    std::vector<ReportBytes> sent_;  // by the unit
     GadgetBus bus_{clock_, {GadgetTree::kGadgets, GadgetTree::kControllers, GadgetTree::kDevices}, tree_};
 };
 
@@ -125,14 +127,13 @@ TEST_F(GadgetBusTest, LeavesOutputReportsWhereTheyAreUntilTheUnitReads) {
 
 TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
     CameraUnit& unit = bus_.addUnit({.reportLength = 804});
-    std::vector<ReportBytes> sent;
     unit.onReport([&](const UnitReport& report) {
         const std::lock_guard hold(mutex_);
-        sent.push_back(report.bytes);
+        sent_.push_back(report.bytes);
     });
     const auto count = [&] {
         const std::lock_guard hold(mutex_);
-        return sent.size();
+        return sent_.size();
     };
     plugIn(unit);
     const int little = 1; // as little as a socket can hold
@@ -142,7 +143,7 @@ TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
     unit.lift();
     const ReportBytes newest = [&] {
         const std::lock_guard hold(mutex_);
-        return sent.back();
+        return sent_.back();
     }();
     std::vector<ReportBytes> received;
     while (received.empty() || received.back() != newest) {
@@ -150,7 +151,7 @@ TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
         ASSERT_FALSE(received.back().empty());
     }
     EXPECT_LT(received.size(), count());
-    EXPECT_EQ(received.front(), sent.front()) << "what the host has begun to take stays";
+    EXPECT_EQ(received.front(), sent_.front()) << "what the host has begun to take stays";
 }
 
 TEST_F(GadgetBusTest, AUnitThatPullsItsOwnPlugIsUnboundAndComesBackByItself) {
@@ -188,7 +189,6 @@ TEST_F(GadgetBusTest, AQuickReplugIsAnUnpluggingNevertheless) {
 }
 
 TEST_F(GadgetBusTest, AThirdUnitHasNoSocketAndGetsOneLater) {
-    RecordingLog log;
     CameraUnit& one = bus_.addUnit();
     CameraUnit& two = bus_.addUnit();
     CameraUnit& three = bus_.addUnit();
@@ -199,7 +199,7 @@ TEST_F(GadgetBusTest, AThirdUnitHasNoSocketAndGetsOneLater) {
     three.plug();
     EXPECT_FALSE(bus_.settle(three));
     EXPECT_EQ(bus_.failure(three), "each device controller of /udc is taken (2 in all)");
-    EXPECT_THAT(log.lines(),
+    EXPECT_THAT(log_.lines(),
                 Contains("Gadget: a unit cannot be plugged in: each device controller of /udc is "
                          "taken (2 in all)"));
     three.unplug();
@@ -210,7 +210,6 @@ TEST_F(GadgetBusTest, AThirdUnitHasNoSocketAndGetsOneLater) {
 }
 
 TEST_F(GadgetBusTest, ANodeThatMayNotBeOpenedIsAFailureAndTheSocketIsFreeAgain) {
-    const RecordingLog log;
     tree_.refuse("/nodes/hidg5", EACCES);
     CameraUnit& unit = bus_.addUnit();
     tree_.takeActions();

@@ -41,7 +41,12 @@ public:
     // The kernel's end of the node that was opened last: what it gets are input reports.
     FileDescriptor takeKernelEnd() {
         const std::lock_guard hold(mutex_);
-        return std::exchange(kernelEnd_, {});
+        FileDescriptor last;
+        if (!kernelEnds_.empty()) {
+            last = std::move(kernelEnds_.back());
+            kernelEnds_.pop_back();
+        }
+        return last;
     }
     // From now on this path is refused with this error number; 0 takes it back.
     void refuse(const std::string& path, int error) {
@@ -90,7 +95,7 @@ public:
             return errno;
         actions_.push_back("open " + path);
         node = FileDescriptor(ends[0]);
-        kernelEnd_ = FileDescriptor(ends[1]);
+        kernelEnds_.emplace_back(ends[1]);
         return 0;
     }
 
@@ -139,7 +144,7 @@ private:
     std::map<std::string, std::string> bound_; // controller to UDC attribute
     std::map<std::string, int> refused_;
     std::vector<std::string> actions_;
-    FileDescriptor kernelEnd_;
+    std::vector<FileDescriptor> kernelEnds_; // of nodes that nobody has asked for yet
 };
 
 } // namespace lightpen::test
