@@ -29,7 +29,7 @@ GadgetBus::~GadgetBus() {
     ports_.clear();
 }
 
-CameraUnit& GadgetBus::addUnit(UnitDescription description, GadgetDescription gadget) {
+CameraUnit& GadgetBus::addUnit(UnitDescription description, const GadgetDescription& gadget) {
     auto composition = std::make_unique<GadgetComposition>(files_, paths_, description, gadget);
     auto unit = std::make_shared<CameraUnit>(std::move(description), static_cast<UnitSocket*>(this));
     CameraUnit& added = *unit;

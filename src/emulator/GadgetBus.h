@@ -41,7 +41,7 @@ public:
 
     // A new unit, composed but not plugged in. It belongs to the bus. Throws GadgetError when the kernel
     // cannot have it. Any thread.
-    CameraUnit& addUnit(UnitDescription description = {}, GadgetDescription gadget = {});
+    CameraUnit& addUnit(UnitDescription description = {}, const GadgetDescription& gadget = {});
 
     // Waits until all that was asked of the unit's plug has been carried out. False when that took longer, or
     // when the kernel refused it; failure() then says why.

@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <initializer_list>
+#include <system_error>
+#include <utility>
 
 #include "platform/Log.h"
 
@@ -47,9 +50,9 @@ std::string gadgetReportDescriptor(std::size_t inputLength, std::size_t outputLe
     return bytes;
 }
 
-GadgetComposition::GadgetComposition(GadgetFiles& files, const GadgetPaths& paths,
-                                     const UnitDescription& unit, const GadgetDescription& gadget)
-    : files_(files), paths_(paths) {
+GadgetComposition::GadgetComposition(GadgetFiles& files, GadgetPaths paths, const UnitDescription& unit,
+                                     const GadgetDescription& gadget)
+    : files_(files), paths_(std::move(paths)) {
     try {
         makeDevice(unit, gadget);
         for (int number = 0; number < gadget.interfaces; ++number) {
@@ -181,11 +184,11 @@ std::string GadgetComposition::penNode() const {
     std::string device;
     if (const int error = files_.read(penFunction_ + "/dev", device); error != 0)
         refuse(penFunction_ + "/dev cannot be read", error);
-    unsigned major = 0;
-    unsigned minor = 0;
-    if (std::sscanf(device.c_str(), "%u:%u", &major, &minor) != 2)
+    const std::string text = device.substr(device.find(':') + 1); // all of it when there is no colon
+    unsigned number = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc() || text == device)
         throw GadgetError(penFunction_ + "/dev names no device: " + device);
-    return paths_.devices + "/hidg" + std::to_string(minor);
+    return paths_.devices + "/hidg" + std::to_string(number);
 }
 
 } // namespace lightpen

@@ -19,7 +19,7 @@ std::string gadgetReportDescriptor(std::size_t inputLength, std::size_t outputLe
 class GadgetComposition {
 public:
     // Makes it. Throws GadgetError, and leaves nothing behind, when the kernel refuses. The files outlive it.
-    GadgetComposition(GadgetFiles& files, const GadgetPaths& paths, const UnitDescription& unit,
+    GadgetComposition(GadgetFiles& files, GadgetPaths paths, const UnitDescription& unit,
                       const GadgetDescription& gadget);
     // Takes it out of its socket and out of the kernel.
     ~GadgetComposition();

@@ -151,6 +151,7 @@ TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
         ASSERT_FALSE(received.back().empty());
     }
     EXPECT_LT(received.size(), count());
+    const std::lock_guard hold(mutex_);
     EXPECT_EQ(received.front(), sent_.front()) << "what the host has begun to take stays";
 }
 

@@ -174,6 +174,12 @@ TEST(GadgetCompositionTest, ThePensNodeIsNamedByItsFunction) {
     EXPECT_EQ(composition.penNode(), "/nodes/hidg5");
     EXPECT_EQ(GadgetComposition(tree, kPaths, {}, {.interfaces = 3}).penNode(), "")
         << "it has no interface 3";
+    tree.deviceNumber = "236:17\n";
+    EXPECT_EQ(composition.penNode(), "/nodes/hidg17");
+    for (const char* nonsense : {"", "17", "236:", "236:x"}) {
+        tree.deviceNumber = nonsense;
+        EXPECT_THAT(errorOf([&] { static_cast<void>(composition.penNode()); }), HasSubstr("names no device"));
+    }
     tree.refuse("/gadgets/lightpen0/functions/hid.usb3/dev", EIO);
     EXPECT_THAT(errorOf([&] { static_cast<void>(composition.penNode()); }), HasSubstr("/dev cannot be read"));
 }

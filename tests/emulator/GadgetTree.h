@@ -28,6 +28,9 @@ public:
     explicit GadgetTree(std::vector<std::string> controllers = {"dummy_udc.0"})
         : controllers_(std::move(controllers)) {}
 
+    // What each function says of its node.
+    std::string deviceNumber = "236:5\n";
+
     // What was done, in order: "mkdir PATH", "write PATH CONTENT", "link PATH", "unlink PATH", "rmdir PATH".
     std::vector<std::string> takeActions() {
         const std::lock_guard hold(mutex_);
@@ -80,7 +83,7 @@ public:
     }
     int read(const std::string& path, std::string& content) override {
         const std::lock_guard hold(mutex_);
-        content = "236:5\n";
+        content = deviceNumber;
         return refused_[path];
     }
     std::vector<std::string> list(const std::string& path) override {
