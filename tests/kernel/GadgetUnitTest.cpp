@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The unit as a USB device, seen from the host's side of a real kernel: what it declares, and that each
 // report arrives whole and in order, both ways.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <memory>
+#include <optional>
 #include <variant>
 
 #include "emulator/GadgetBus.h"
@@ -17,123 +18,127 @@
 namespace lightpen::test {
 namespace {
 
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::Optional;
+using testing::ResultOf;
+
 struct Lengths {
     std::size_t input;
     std::size_t output;
+    bool operator==(const Lengths&) const = default;
 };
 
-const HidDescriptor* parsed(const HostNode& node, std::variant<HidDescriptor, HidDescriptorError>& storage) {
-    storage = parseHidDescriptor(node.descriptor);
-    return std::get_if<HidDescriptor>(&storage);
+// The lengths that an interface declares; none when it declares anything but one report each way.
+std::optional<Lengths> declaredBy(const HostNode& node) {
+    const auto parsed = parseHidDescriptor(node.descriptor);
+    const auto* descriptor = std::get_if<HidDescriptor>(&parsed);
+    if (!descriptor || descriptor->usesReportIDs || descriptor->inputReports.size() != 1 ||
+        descriptor->outputReports.size() != 1)
+        return std::nullopt;
+    return Lengths{descriptor->inputReports[0].length, descriptor->outputReports[0].length};
 }
 
 class GadgetUnitTest : public testing::TestWithParam<Lengths> {
 protected:
+    GadgetUnitTest() { description_.reportLength = GetParam().input; }
+
+    // The pen interface of a unit that has been plugged in, open; null when it does not come.
+    std::unique_ptr<HidrawDevice> openPen() {
+        auto device = deviceOf(waitForNodes(4), 3, clock_);
+        if (device && !waitUntil([&] { return device->open(0) == kIOReturnSuccess; }))
+            device = nullptr;
+        return device;
+    }
+    // Takes what has come, and says how many there are.
+    static std::size_t fetch(IOHIDQueueInterface& queue, std::vector<ReportBytes>& received) {
+        IOHIDEventStruct event;
+        while (queue.getNextEvent(event, 0, 0) == kIOReturnSuccess) {
+            EXPECT_EQ(event.longValueSize, GetParam().input);
+            event.longValue.resize(GetParam().input);
+            received.push_back(event.longValue);
+        }
+        return received.size();
+    }
+    void expectOutputReaches(GadgetDescription::Output way);
+
     SystemClock clock_;
+    UnitDescription description_;
 };
 
 TEST_P(GadgetUnitTest, ShowsItsInterfacesWithTheLengthsThatTheyHave) {
-    const auto [input, output] = GetParam();
     GadgetBus bus(clock_);
-    UnitDescription description;
-    description.reportLength = input;
-    description.productID = kUnitSecondProductID;
-    description.vendorName = "A maker of pens";
-    CameraUnit& unit = bus.addUnit(description, {.outputLength = output});
-    EXPECT_TRUE(hostNodes().empty());
+    description_.productID = kUnitSecondProductID;
+    description_.vendorName = "A maker of pens";
+    CameraUnit& unit = bus.addUnit(description_, {.outputLength = GetParam().output});
+    EXPECT_THAT(hostNodes(), IsEmpty());
     unit.plug();
     ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
-    const auto nodes = waitForNodes(4);
-    ASSERT_EQ(nodes.size(), 4U);
-    for (int number = 0; number < 4; ++number) {
-        const HostNode& node = nodes[static_cast<std::size_t>(number)];
-        EXPECT_EQ(node.interfaceNumber, number);
-        EXPECT_EQ(node.vendorID, kUnitVendorID);
-        EXPECT_EQ(node.productID, kUnitSecondProductID);
-        EXPECT_EQ(node.manufacturer, "A maker of pens");
-        std::variant<HidDescriptor, HidDescriptorError> storage;
-        const HidDescriptor* descriptor = parsed(node, storage);
-        ASSERT_NE(descriptor, nullptr);
-        ASSERT_EQ(descriptor->inputReports.size(), 1U);
-        ASSERT_EQ(descriptor->outputReports.size(), 1U);
-        EXPECT_EQ(descriptor->inputReports[0].length, number == 3 ? input : 8U);
-        EXPECT_EQ(descriptor->outputReports[0].length, number == 3 ? output : 8U);
-        EXPECT_FALSE(descriptor->usesReportIDs);
-    }
+    const auto of = [](int number, Lengths lengths) {
+        return AllOf(Field(&HostNode::interfaceNumber, number), Field(&HostNode::vendorID, kUnitVendorID),
+                     Field(&HostNode::productID, kUnitSecondProductID),
+                     Field(&HostNode::manufacturer, "A maker of pens"),
+                     ResultOf(declaredBy, Optional(lengths)));
+    };
+    EXPECT_THAT(waitForNodes(4), ElementsAre(of(0, {8, 8}), of(1, {8, 8}), of(2, {8, 8}), of(3, GetParam())));
     unit.unplug();
     ASSERT_TRUE(bus.settle(unit));
-    EXPECT_TRUE(waitForNodes(0).empty());
+    EXPECT_THAT(waitForNodes(0), IsEmpty());
 }
 
 TEST_P(GadgetUnitTest, DeliversEachByteOfItsReportsInOrder) {
-    const auto [input, output] = GetParam();
     MachineGadgetFiles files;
-    UnitDescription description;
-    description.reportLength = input;
-    CameraUnit unit(description);
+    CameraUnit unit(description_);
+    const GadgetDescription gadget{.outputLength = GetParam().output};
     GadgetPort port(unit, clock_,
-                    std::make_unique<GadgetComposition>(files, GadgetPaths{}, description,
-                                                        GadgetDescription{.outputLength = output}),
-                    files);
+                    std::make_unique<GadgetComposition>(files, GadgetPaths{}, description_, gadget), files);
     port.setPlugged(true);
     ASSERT_TRUE(port.settle(std::chrono::seconds(10))) << port.failure();
-    const auto device = deviceOf(waitForNodes(4), 3, clock_);
+    const auto device = openPen();
     ASSERT_NE(device, nullptr);
-    ASSERT_TRUE(waitUntil([&] { return device->open(0) == kIOReturnSuccess; }));
     const auto queue = device->allocQueue();
     queue->create(0, 100);
     queue->addElement(1, 0);
     queue->start();
-    constexpr unsigned kReports = 40;
+    std::vector<ReportBytes> sent;
     std::vector<ReportBytes> received;
-    IOHIDEventStruct event;
-    const auto fetch = [&] {
-        while (queue->getNextEvent(event, 0, 0) == kIOReturnSuccess) {
-            EXPECT_EQ(event.longValueSize, input);
-            event.longValue.resize(input);
-            received.push_back(event.longValue);
-        }
-        return received.size();
-    };
     // The kernel keeps 64 for a reader; no more than a few are under way at any time.
-    for (unsigned number = 0; number < kReports; ++number) {
-        port.send(patternOf(number, input));
-        if (number % 4 == 3) {
-            ASSERT_TRUE(waitUntil([&] { return fetch() == number + 1; })) << received.size();
+    for (unsigned round = 0; round < 10; ++round) {
+        for (unsigned number = 0; number < 4; ++number) {
+            sent.push_back(patternOf(round * 4 + number, GetParam().input));
+            port.send(sent.back());
         }
+        waitUntil([&] { return fetch(*queue, received) >= sent.size(); });
     }
-    ASSERT_EQ(received.size(), kReports);
-    for (unsigned number = 0; number < kReports; ++number)
-        EXPECT_EQ(received[number], patternOf(number, input)) << number;
+    EXPECT_EQ(received, sent);
 }
 
 // Both ways that output reports can travel.
-void expectOutputReaches(GadgetDescription::Output way, Lengths lengths, Clock& clock) {
-    GadgetBus bus(clock);
-    UnitDescription description;
-    description.reportLength = lengths.input;
-    CameraUnit& unit = bus.addUnit(description, {.outputLength = lengths.output, .output = way});
-    TakenReports taken(unit);
+void GadgetUnitTest::expectOutputReaches(GadgetDescription::Output way) {
+    GadgetBus bus(clock_);
+    CameraUnit& unit = bus.addUnit(description_, {.outputLength = GetParam().output, .output = way});
+    const TakenReports taken(unit);
     unit.plug();
     ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
-    const auto device = deviceOf(waitForNodes(4), 3, clock);
+    const auto device = openPen();
     ASSERT_NE(device, nullptr);
-    ASSERT_TRUE(waitUntil([&] { return device->open(0) == kIOReturnSuccess; }));
-    constexpr std::size_t kReports = 12;
-    for (unsigned number = 0; number < kReports; ++number) {
-        ASSERT_EQ(device->setReport(IOHIDReportType::output, 0, patternOf(number, lengths.output), 5000),
-                  kIOReturnSuccess);
-        ASSERT_EQ(taken.waitFor(number + 1).size(), number + 1);
-        EXPECT_EQ(taken.reports().back(), patternOf(number, lengths.output)) << number;
+    std::vector<ReportBytes> sent;
+    for (unsigned number = 0; number < 12; ++number) {
+        sent.push_back(patternOf(number, GetParam().output));
+        EXPECT_EQ(device->setReport(IOHIDReportType::output, 0, sent.back(), 5000), kIOReturnSuccess);
+        taken.waitFor(sent.size());
     }
+    EXPECT_EQ(taken.reports(), sent);
 }
 
 TEST_P(GadgetUnitTest, TakesOutputReportsByInterruptOut) {
-    expectOutputReaches(GadgetDescription::Output::interruptOut, GetParam(), clock_);
+    expectOutputReaches(GadgetDescription::Output::interruptOut);
 }
 
 TEST_P(GadgetUnitTest, TakesOutputReportsBySetReport) {
-    expectOutputReaches(GadgetDescription::Output::setReport, GetParam(), clock_);
+    expectOutputReaches(GadgetDescription::Output::setReport);
 }
 
 INSTANTIATE_TEST_SUITE_P(ReportLengths, GadgetUnitTest,
