@@ -8,6 +8,7 @@
 #include <string>
 
 #include "emulator/GadgetBus.h"
+#include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
@@ -21,14 +22,6 @@ namespace {
 using test::hostNodes;
 using test::waitForNodes;
 using test::waitUntil;
-
-const char* const kArrived = "Event n:647 device did add";
-const char* const kThereAtStart = "Event n:2125 Device plugged in on start up"; // also at arrivals
-const char* const kStarted = "Event n:546";
-const char* const kFlashRead = "Event n:1187 NX9Ver"; // the unit has answered: it is in use
-const char* const kRemoved = "Event n:594 device did removed";
-const char* const kRefused = "HID: no permission to open the camera unit's /dev/hidraw";
-const char* const kPointerThroughUinput = "Pointer: events go through uinput";
 
 unsigned modeOf(const std::string& path) {
     struct stat status {};
@@ -94,7 +87,7 @@ TEST_F(UnitPermission, AUnitThatIsThereAtTheStartIsTakenIntoUse) {
     plug();
     settleUdev();
     DriverProcess driver;
-    ASSERT_TRUE(driver.waitFor(kThereAtStart)) << driver.log();
+    ASSERT_TRUE(driver.waitFor(kOpening)) << driver.log();
     EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
     EXPECT_EQ(driver.count(kArrived), 0U) << driver.log();
 }
@@ -168,7 +161,7 @@ TEST_F(UnitPermission, AStartWhileUdevIsAtWorkFindsTheUnitAfterwards) {
     ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
     EXPECT_TRUE(waitUntil([&] { return driver.count(kStarted) == 1; })) << driver.log();
     EXPECT_EQ(modeOf(penNode()), 0600U);
-    EXPECT_EQ(driver.count(kThereAtStart), 0U) << driver.log();
+    EXPECT_EQ(driver.count(kOpening), 0U) << driver.log();
     delay.goOn();
     ASSERT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
     settleUdev();

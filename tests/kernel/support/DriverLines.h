@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// What the driver's log says of a unit.
+#pragma once
+
+namespace lightpen {
+
+inline constexpr const char* kStarted = "Event n:546";
+inline constexpr const char* kArrived = "Event n:647 device did add";
+inline constexpr const char* kOpening = "Event n:2125 Device plugged in on start up"; // also at arrivals
+inline constexpr const char* kFlashRead = "Event n:1187 NX9Ver"; // the unit has answered: it is in use
+inline constexpr const char* kRemoved = "Event n:594 device did removed";
+inline constexpr const char* kRefused = "HID: no permission to open the camera unit's /dev/hidraw";
+inline constexpr const char* kPointerThroughUinput = "Pointer: events go through uinput";
+
+} // namespace lightpen
