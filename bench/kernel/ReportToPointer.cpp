@@ -22,7 +22,7 @@
 #include "demo/ReportDelays.h"
 #include "emulator/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
-#include "kernel/support/PackagedRule.h"
+#include "kernel/support/RuleFile.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
 #include "linux_desktop/SystemClock.h"
@@ -77,6 +77,7 @@ private:
     std::vector<SentReport> takeSent();
 
     SystemClock clock_;
+    const PackagedRule rule_;
     Xorg xorg_;
     PointerWindow window_{xorg_.display()};
     std::optional<UnitPriority> priority_{std::in_place};
@@ -91,7 +92,6 @@ private:
 
 Bench::Bench() {
     priority_.reset();
-    installPackagedRule();
     const double right = kScreen.width - 170;
     const double bottom = kScreen.height - 75;
     unit_.flash()->store(unit_.seen({170, 75}), unit_.seen({right, 75}), unit_.seen({170, bottom}),

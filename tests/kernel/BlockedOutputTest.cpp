@@ -30,6 +30,8 @@ constexpr auto kWellBeforeKernel = 3s;
 class BlockedOutputTest : public testing::Test {
 protected:
     void SetUp() override {
+        // The unit of the test before may still be leaving.
+        ASSERT_TRUE(waitForNodes(0).empty());
         unit_.plug();
         ASSERT_TRUE(bus_.settle(unit_)) << bus_.failure(unit_);
         nodes_ = waitForNodes(4);

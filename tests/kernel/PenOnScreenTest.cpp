@@ -18,7 +18,7 @@
 #include "demo/CanvasProcess.h"
 #include "emulator/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
-#include "kernel/support/PackagedRule.h"
+#include "kernel/support/RuleFile.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
 #include "linux_desktop/QtRunLoop.h"
@@ -230,7 +230,7 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const lightpen::PrivateBus bus;
     bus.enter();
-    lightpen::installPackagedRule();
+    const lightpen::PackagedRule rule;
     lightpen::Desk seat;
     seat.server.enter();
     if (const std::string problem = seat.canvas.start(LIGHTPEN_CANVAS);

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <thread>
 #include <variant>
 
@@ -17,9 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Empty for a file of a device that has just gone, which can still be opened but not be read.
 std::string contentOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 std::string lineOf(const fs::path& path) {
@@ -67,8 +70,12 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 }
 
 std::vector<HostNode> waitForNodes(std::size_t count) {
-    waitUntil([count] { return hostNodes().size() == count; });
-    return hostNodes();
+    std::vector<HostNode> nodes;
+    waitUntil([&] {
+        nodes = hostNodes();
+        return nodes.size() == count;
+    });
+    return nodes;
 }
 
 std::unique_ptr<HidrawDevice> deviceOf(const std::vector<HostNode>& nodes, int interfaceNumber,

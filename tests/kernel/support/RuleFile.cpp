@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "kernel/support/RuleFile.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
+#include <vector>
 
 #include "support/ChildProcess.h"
 #include "support/TemporaryDirectory.h"
@@ -10,36 +11,41 @@ namespace lightpen {
 
 namespace {
 
-void lookAtPointerDeviceAgain() {
-    EXPECT_EQ(runProgram({"udevadm", "trigger", "--action=add", "/sys/devices/virtual/misc/uinput"}), 0);
-    settleUdev();
+void tellUdev(std::vector<std::string> words) {
+    words.insert(words.begin(), "udevadm");
+    if (runProgram(words) != 0)
+        throw std::runtime_error("udev refuses: udevadm " + words.at(1));
 }
 
 } // namespace
 
 void settleUdev() {
-    EXPECT_EQ(runProgram({"udevadm", "settle", "--timeout=20"}), 0);
+    tellUdev({"settle", "--timeout=20"});
 }
 
 RuleFile::RuleFile(const std::string& name, const std::string& rules)
     : path_(std::filesystem::path("/etc/udev/rules.d") / name) {
     writeFile(path_, rules);
-    EXPECT_EQ(readFile(path_), rules);
-    EXPECT_EQ(runProgram({"udevadm", "control", "--reload"}), 0);
+    if (readFile(path_) != rules)
+        throw std::runtime_error(path_.string() + " cannot be written");
+    tellUdev({"control", "--reload"});
 }
 
 RuleFile::~RuleFile() {
-    std::filesystem::remove(path_);
-    EXPECT_EQ(runProgram({"udevadm", "control", "--reload"}), 0);
+    std::error_code ignored;
+    std::filesystem::remove(path_, ignored);
+    runProgram({"udevadm", "control", "--reload"});
 }
 
 PackagedRule::PackagedRule()
     : file_(std::filesystem::path(LIGHTPEN_UDEV_RULES).filename(), readFile(LIGHTPEN_UDEV_RULES)) {
-    lookAtPointerDeviceAgain();
+    tellUdev({"trigger", "--action=add", "/sys/devices/virtual/misc/uinput"});
+    settleUdev();
 }
 
 PackagedRule::~PackagedRule() {
-    std::filesystem::permissions("/dev/uinput", std::filesystem::perms(0600));
+    std::error_code ignored;
+    std::filesystem::permissions("/dev/uinput", std::filesystem::perms(0600), ignored);
 }
 
 } // namespace lightpen

@@ -6,11 +6,11 @@
 
 namespace lightpen {
 
-// Waits until udev has worked off all events so far. Fails the test when it has not within 20 seconds.
+// Waits until udev has worked off all events so far. Throws when it has not within 20 seconds.
 void settleUdev();
 
 // A udev rule that is in force for as long as this lives. Devices that are there already are not looked at
-// again. The test must be root.
+// again. Needs root; throws when udev does not take the rule.
 class RuleFile {
 public:
     RuleFile(const std::string& name, const std::string& rules);
@@ -22,7 +22,8 @@ private:
     std::filesystem::path path_;
 };
 
-// The rule that this project installs, in force; the pointer device is looked at again at both ends.
+// The rule that this project installs, in force as its first lines say; the pointer device, which is there
+// from the start, is looked at again, and has its first permissions back at the end.
 class PackagedRule {
 public:
     PackagedRule();
