@@ -121,6 +121,22 @@ public:
 class OneScreen final : public Desktop {
 public:
     std::optional<ScreenRect> mainScreenFrame() const override { return kScreen; }
+    std::vector<Screen> screens() const override { return {{"main", kScreen}}; }
+};
+
+class NoSystemUI final : public SystemUI {
+public:
+    void GetSystemUIMode(SystemUIMode&, SystemUIOptions&) const override {}
+    IOReturn SetSystemUIMode(SystemUIMode, SystemUIOptions) override { return kIOReturnUnsupported; }
+    CGDirectDisplayID CGMainDisplayID() const override { return 0; }
+    IOReturn CGDisplayHideCursor(CGDirectDisplayID) override { return kIOReturnUnsupported; }
+    IOReturn CGDisplayShowCursor(CGDirectDisplayID) override { return kIOReturnUnsupported; }
+    void activateIgnoringOtherApps() override {}
+};
+
+class NoSounds final : public Sounds {
+public:
+    SoundRef soundNamed(std::string_view) override { return nullptr; }
 };
 
 class NoDefaults final : public UserDefaults {
@@ -191,8 +207,10 @@ private:
     NoBroadcast broadcast_;
     OneScreen desktop_;
     NoDefaults defaults_;
-    Platform platform_{registry_,      pointer_,   runLoop_, clock_,   threads_,
-                       notifications_, broadcast_, desktop_, defaults_};
+    NoSystemUI systemUI_;
+    NoSounds sounds_;
+    Platform platform_{registry_,  pointer_, runLoop_,  clock_,    threads_, notifications_,
+                       broadcast_, desktop_, defaults_, systemUI_, sounds_};
     ReportFanOut fanOut_{clock_, kCookie, kReportLength};
     std::shared_ptr<KVRCalibrationCenter> center_ = std::make_shared<KVRCalibrationCenter>(0, kScreen);
     EventGeneratorNX7 driver_;
