@@ -9,6 +9,7 @@
 
 #include "support/RecordingLog.h"
 #include "support/TestPlatform.h"
+#include "support/calibration/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {
@@ -33,7 +34,7 @@ PointListRef bentPoints(std::size_t count) {
 
 const PointList kFour{{312, 271}, {2201, 188.5}, {164, 1633}, {2390, 1702}};
 
-class KVRCalibrationCenterTest : public testing::Test {
+class CalibrationMappingTest : public testing::Test {
 protected:
     std::vector<std::string> linesOf(const std::function<void()>& action) {
         log.clear();
@@ -42,10 +43,11 @@ protected:
     }
     TestPlatform desk;
     RecordingLog log;
-    KVRCalibrationCenter center{2, ScreenRect{{0, 0}, {1920, 1080}}};
+    const bool application = ensureOffscreenApplication();
+    KVRCalibrationCenter center{2, kClearColor, 0, Screen{"", {{0, 0}, {1920, 1080}}}};
 };
 
-TEST_F(KVRCalibrationCenterTest, BeginsWithoutACalibration) {
+TEST_F(CalibrationMappingTest, BeginsWithoutACalibration) {
     EXPECT_EQ(center.mode(), 2);
     EXPECT_EQ(center.totalPoints(), 0);
     EXPECT_EQ(center.calibrationPoints(), nullptr);
@@ -55,22 +57,14 @@ TEST_F(KVRCalibrationCenterTest, BeginsWithoutACalibration) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(KVRCalibrationCenterTest, NoScreenIsIgnoredAndAnotherTakesItsPlace) {
-    constexpr ScreenRect upright{{1920, 0}, {1080, 1920}};
-    center.setCalibrationScreen(upright);
-    center.setCalibrationScreen(std::nullopt);
-    EXPECT_EQ(center.calibrationScreen(), upright);
-    EXPECT_EQ(KVRCalibrationCenter(0).calibrationScreen(), std::nullopt);
-}
-
-TEST_F(KVRCalibrationCenterTest, CalibratorWithPointsTurnsTheRowsIntoAQuadrilateral) {
+TEST_F(CalibrationMappingTest, CalibratorWithPointsTurnsTheRowsIntoAQuadrilateral) {
     constexpr ScreenRect rect{{170, 75}, {30, 40}};
     const auto calibrator = center.calibratorWithPoints({{{1, 2}, {30, 4}, {5, 60}, {70, 80}}}, rect);
     EXPECT_EQ(calibrator->sourcePoints(), (_KVRQuadPoints{{1, 2}, {30, 4}, {70, 80}, {5, 60}}));
     EXPECT_EQ(calibrator->destinationRect(), rect);
 }
 
-TEST_F(KVRCalibrationCenterTest, FourPointsMakeOneCalibratorAndTheseLines) {
+TEST_F(CalibrationMappingTest, FourPointsMakeOneCalibratorAndTheseLines) {
     const auto lines = linesOf([&] { center.setCalibrationPoints(pointList(kFour)); });
     EXPECT_THAT(lines, ElementsAre("KVR n:279 _calibrationPoints: ({312, 271}, {2201, 188.5}, {164, 1633}, "
                                    "{2390, 1702})",
@@ -86,7 +80,7 @@ TEST_F(KVRCalibrationCenterTest, FourPointsMakeOneCalibratorAndTheseLines) {
     EXPECT_EQ(list->front()->destinationRect(), (ScreenRect{{170, 75}, {1580, 930}}));
 }
 
-TEST_F(KVRCalibrationCenterTest, GridAndCalibratorsFollowTheNumberOfPoints) {
+TEST_F(CalibrationMappingTest, GridAndCalibratorsFollowTheNumberOfPoints) {
     const std::pair<std::size_t, std::size_t> expected[] = {{4, 1},   {9, 4}, {25, 16},
                                                             {80, 63}, {7, 1}, {6, 1}};
     for (const auto& [points, calibrators] : expected) {
@@ -96,8 +90,8 @@ TEST_F(KVRCalibrationCenterTest, GridAndCalibratorsFollowTheNumberOfPoints) {
     }
 }
 
-TEST_F(KVRCalibrationCenterTest, NinePointsOnAnUprightScreen) {
-    center.setCalibrationScreen(ScreenRect{{0, 0}, {1080, 1920}});
+TEST_F(CalibrationMappingTest, NinePointsOnAnUprightScreen) {
+    center.setCalibrationScreen(Screen{"", ScreenRect{{0, 0}, {1080, 1920}}});
     const auto points = bentPoints(9);
     const auto lines = linesOf([&] { center.setCalibrationPoints(points); });
     ASSERT_EQ(lines.size(), 6u);
@@ -111,16 +105,16 @@ TEST_F(KVRCalibrationCenterTest, NinePointsOnAnUprightScreen) {
     EXPECT_EQ(list->at(2)->destinationRect(), (ScreenRect{{170, 885}, {200, 810}}));
 }
 
-TEST_F(KVRCalibrationCenterTest, ScreenOriginDoesNotCountAndNoScreenIsOfSizeZero) {
-    center.setCalibrationScreen(ScreenRect{{-1366, 40}, {1366, 768}});
+TEST_F(CalibrationMappingTest, ScreenOriginDoesNotCountAndNoScreenIsOfSizeZero) {
+    center.setCalibrationScreen(Screen{"", ScreenRect{{-1366, 40}, {1366, 768}}});
     center.setCalibrationPoints(pointList(kFour));
     EXPECT_EQ(center.calibrators()->at(0)->destinationRect(), (ScreenRect{{170, 75}, {1026, 618}}));
-    KVRCalibrationCenter blind(0);
+    KVRCalibrationCenter blind(0, kClearColor, 0, std::nullopt);
     blind.setCalibrationPoints(pointList(kFour));
     EXPECT_EQ(blind.calibrators()->at(0)->destinationRect(), (ScreenRect{{170, 75}, {-340, -150}}));
 }
 
-TEST_F(KVRCalibrationCenterTest, EmptyAndNullListsDropTheCalibrationSilently) {
+TEST_F(CalibrationMappingTest, EmptyAndNullListsDropTheCalibrationSilently) {
     for (const PointListRef& none : {pointList({}), PointListRef()}) {
         center.setCalibrationPoints(pointList(kFour));
         const auto lines = linesOf([&] { center.setCalibrationPoints(none); });
@@ -132,7 +126,7 @@ TEST_F(KVRCalibrationCenterTest, EmptyAndNullListsDropTheCalibrationSilently) {
     }
 }
 
-TEST_F(KVRCalibrationCenterTest, FewerThanFourPointsAreOneMoreLineAndNoCalibrator) {
+TEST_F(CalibrationMappingTest, FewerThanFourPointsAreOneMoreLineAndNoCalibrator) {
     for (const std::size_t count : {1u, 2u, 3u}) {
         center.setCalibrationPoints(pointList(kFour));
         const auto lines = linesOf([&] { center.setCalibrationPoints(bentPoints(count)); });
@@ -143,7 +137,7 @@ TEST_F(KVRCalibrationCenterTest, FewerThanFourPointsAreOneMoreLineAndNoCalibrato
     }
 }
 
-TEST_F(KVRCalibrationCenterTest, ListThatDoesNotFitAGridSetByHandIsNeverReadBeyondItsEnd) {
+TEST_F(CalibrationMappingTest, ListThatDoesNotFitAGridSetByHandIsNeverReadBeyondItsEnd) {
     constexpr auto huge = std::numeric_limits<std::int64_t>::max();
     constexpr std::pair<std::int64_t, std::int64_t> grids[] = {{5, 5},   {3, 2},    {1, 1},      {0, 0},
                                                                {-1, 80}, {1, huge}, {huge, huge}};
@@ -156,7 +150,7 @@ TEST_F(KVRCalibrationCenterTest, ListThatDoesNotFitAGridSetByHandIsNeverReadBeyo
     }
 }
 
-TEST_F(KVRCalibrationCenterTest, RowsAndColumnsAloneChangeNeitherTotalNorCalibrators) {
+TEST_F(CalibrationMappingTest, RowsAndColumnsAloneChangeNeitherTotalNorCalibrators) {
     center.setCalibrationPoints(bentPoints(25));
     center.setCalibrationRows(2, 3);
     EXPECT_EQ(center.totalPoints(), 25);
@@ -169,7 +163,7 @@ TEST_F(KVRCalibrationCenterTest, RowsAndColumnsAloneChangeNeitherTotalNorCalibra
     EXPECT_EQ(center.calibrators()->at(1)->sourcePoints(), (_KVRQuadPoints{at[1], at[2], at[5], at[4]}));
 }
 
-TEST_F(KVRCalibrationCenterTest, CreatingAgainAddsAndTheTotalEmpties) {
+TEST_F(CalibrationMappingTest, CreatingAgainAddsAndTheTotalEmpties) {
     center.setCalibrationPoints(pointList(kFour));
     center.createCalibrator();
     EXPECT_EQ(center.calibrators()->size(), 2u);
@@ -180,7 +174,7 @@ TEST_F(KVRCalibrationCenterTest, CreatingAgainAddsAndTheTotalEmpties) {
     EXPECT_EQ(center.calibrators()->size(), 1u);
 }
 
-TEST_F(KVRCalibrationCenterTest, EveryPointIsMappedByTheFirstCalibrator) {
+TEST_F(CalibrationMappingTest, EveryPointIsMappedByTheFirstCalibrator) {
     center.setCalibrationPoints(bentPoints(9));
     const auto first = center.calibrators()->front();
     for (const CameraPoint point :
@@ -192,7 +186,7 @@ TEST_F(KVRCalibrationCenterTest, EveryPointIsMappedByTheFirstCalibrator) {
     }
 }
 
-TEST_F(KVRCalibrationCenterTest, WithoutCalibratorsPointsLieBeyondTheLowerRightCorner) {
+TEST_F(CalibrationMappingTest, WithoutCalibratorsPointsLieBeyondTheLowerRightCorner) {
     desk.desktop.frame = ScreenRect{{300, 200}, {1366, 768}};
     EXPECT_EQ(center.mapPointFrom({1000, 700}), (ScreenPoint{1367, 769}));
     desk.desktop.frame.reset();
@@ -201,9 +195,9 @@ TEST_F(KVRCalibrationCenterTest, WithoutCalibratorsPointsLieBeyondTheLowerRightC
 }
 
 // The one result that counts as none is looked at again with every calibrator.
-TEST_F(KVRCalibrationCenterTest, ResultOfMinusOneIsTheSmallestOfAllCalibrators) {
+TEST_F(CalibrationMappingTest, ResultOfMinusOneIsTheSmallestOfAllCalibrators) {
     // The screen makes cells of 2 by 2, and the camera's 2 by 2 cells lie on them exactly.
-    center.setCalibrationScreen(ScreenRect{{0, 0}, {684, 304}});
+    center.setCalibrationScreen(Screen{"", ScreenRect{{0, 0}, {684, 304}}});
     PointList exact;
     for (const double y : {75, 77, 79})
         for (const double x : {170, 172, 174})
@@ -219,15 +213,15 @@ TEST_F(KVRCalibrationCenterTest, ResultOfMinusOneIsTheSmallestOfAllCalibrators) 
     EXPECT_EQ(linesOf([&] { EXPECT_EQ(center.mapPointFrom({-1, -1}), (ScreenPoint{x, y})); }).size(), 5u);
 }
 
-TEST_F(KVRCalibrationCenterTest, OneCoordinateOfMinusOneIsAResult) {
-    center.setCalibrationScreen(ScreenRect{{0, 0}, {684, 304}});
+TEST_F(CalibrationMappingTest, OneCoordinateOfMinusOneIsAResult) {
+    center.setCalibrationScreen(Screen{"", ScreenRect{{0, 0}, {684, 304}}});
     center.setCalibrationPoints(pointList({{170, 75}, {514, 75}, {170, 229}, {514, 229}}));
     ASSERT_EQ(center.calibrators()->front()->transformed({-1, 100}).x, -1);
     const auto lines = linesOf([&] { center.mapPointFrom({-1, 100}); });
     EXPECT_EQ(lines.size(), 1u);
 }
 
-TEST_F(KVRCalibrationCenterTest, WhoeverMapsSeesOneWholeCalibration) {
+TEST_F(CalibrationMappingTest, WhoeverMapsSeesOneWholeCalibration) {
     const auto first = pointList(kFour);
     const auto second = bentPoints(80);
     center.setCalibrationPoints(first);
