@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "linux_desktop/XFullScreen.h"
 #include "support/ChildProcess.h"
 #include "support/Eventually.h"
 #include "support/TemporaryDirectory.h"
@@ -16,15 +18,16 @@ namespace lightpen {
 class WindowManager {
 public:
     explicit WindowManager(const std::string& display) {
+        const std::string ready = home_.file("ready");
         program_ = std::make_unique<ChildProcess>(
-            std::vector<std::string>{"openbox", "--sm-disable"}, -1,
+            // It is told to say so itself: it calls itself there before it looks after windows.
+            std::vector<std::string>{"openbox", "--sm-disable", "--startup", "touch " + ready}, -1,
             std::map<std::string, std::string>{{"DISPLAY", display},
                                                {"HOME", home_.path()},
                                                {"XDG_CONFIG_HOME", home_.path()},
                                                {"XDG_CACHE_HOME", home_.path()},
                                                {"XDG_DATA_HOME", home_.path()}});
-        const auto server = XFullScreen::connect(display.c_str());
-        if (!server || !eventually([&] { return server->managed(); }))
+        if (!eventually([&] { return std::filesystem::exists(ready); }))
             throw std::runtime_error("the window manager did not start");
     }
     void kill() { program_->kill(); }

@@ -37,6 +37,10 @@ xcb_window_t XNeighbour::create(const NeighbourWindow& window, bool overrideRedi
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, id, screen_->root, window.x, window.y, window.width,
                       window.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    // The user's own place and size, which a window manager leaves alone.
+    const std::uint32_t hints[18] = {1 | 2};
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, id, XCB_ATOM_WM_NORMAL_HINTS,
+                        XCB_ATOM_WM_SIZE_HINTS, 32, static_cast<std::uint32_t>(std::size(hints)), hints);
     return id;
 }
 
@@ -78,10 +82,16 @@ void XNeighbour::close(xcb_window_t window) {
     sync();
 }
 
+bool XNeighbour::isViewable(xcb_window_t window) {
+    const auto reply = owned(xcb_get_window_attributes_reply(
+        connection_, xcb_get_window_attributes(connection_, window), nullptr));
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
 xcb_window_t XNeighbour::focus() {
     const auto reply =
         owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
-    return reply ? reply->focus : XCB_WINDOW_NONE;
+    return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
 void XNeighbour::setFocus(xcb_window_t window) {
@@ -129,6 +139,26 @@ void XNeighbour::pressKey(std::uint8_t keycode) {
 
 void XNeighbour::holdKey(std::uint8_t keycode, bool down) {
     fake(down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode);
+}
+
+bool XNeighbour::grabKeyboard() {
+    const auto reply =
+        owned(xcb_grab_keyboard_reply(connection_,
+                                      xcb_grab_keyboard(connection_, 0, screen_->root, XCB_CURRENT_TIME,
+                                                        XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                      nullptr));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void XNeighbour::ungrabKeyboard() {
+    xcb_ungrab_keyboard(connection_, XCB_CURRENT_TIME);
+    sync();
+}
+
+bool XNeighbour::keyboardIsFree() {
+    const bool free = grabKeyboard();
+    ungrabKeyboard();
+    return free;
 }
 
 int XNeighbour::takeKeys() {

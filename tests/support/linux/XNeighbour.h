@@ -39,6 +39,8 @@ public:
     xcb_window_t openFreePanel(const NeighbourWindow& window);
     void raise(xcb_window_t window);
     void close(xcb_window_t window);
+    // Whether the server shows it, were it not for windows above it.
+    bool isViewable(xcb_window_t window);
 
     // Whose window has the keyboard focus.
     xcb_window_t focus();
@@ -50,6 +52,10 @@ public:
     void setRootCursor();
     void pressKey(std::uint8_t keycode);
     void holdKey(std::uint8_t keycode, bool down);
+    // Holds the whole keyboard, as an open menu does; false when somebody else does.
+    bool grabKeyboard();
+    void ungrabKeyboard();
+    bool keyboardIsFree();
     // How many keys were pressed in this program's windows since the last call.
     int takeKeys();
 
