@@ -80,11 +80,27 @@ protected:
     }
     static bool managed() { return GetParam(); }
 
-    void startSession(const std::string& kind, const std::string& screen = kWholeScreen) {
+    void startSession(const std::string& kind, const std::string& screen = kWholeScreen,
+                      const std::string& scale = "1") {
         session = std::make_unique<ChildProcess>(
             std::vector<std::string>{"/proc/self/exe", "--session", kind, screen,
                                      std::to_string(log.writeEnd())},
-            log.writeEnd(), std::map<std::string, std::string>{{"DISPLAY", server.display()}});
+            log.writeEnd(),
+            std::map<std::string, std::string>{{"DISPLAY", server.display()}, {"QT_SCALE_FACTOR", scale}});
+    }
+    void addMonitors() {
+        const std::map<std::string, std::string> display{{"DISPLAY", server.display()}};
+        for (const std::vector<std::string>& monitor :
+             {std::vector<std::string>{"*left", "400/106x600/159+0+0", "screen"},
+              std::vector<std::string>{"right", "500/132x450/119+400+100", "none"}})
+            ASSERT_EQ(runProgram({"xrandr", "--setmonitor", monitor[0], monitor[1], monitor[2]}, display), 0);
+    }
+    void expectTheRightMonitorCovered() {
+        EXPECT_TRUE(shows({{400, 100}, {899, 100}, {400, 549}, {899, 549}, {650, 300}}, kBlack));
+        EXPECT_TRUE(shows({{399, 100}, {400, 99}, {900, 100}, {899, 550}, {399, 549}}, kBlue));
+        EXPECT_TRUE(shows({kUnderPanel}, kRed));
+        EXPECT_TRUE(eventually([&] { return !neighbour.keyboardIsFree(); }));
+        EXPECT_TRUE(cursorIs(false));
     }
     testing::AssertionResult shows(const std::vector<Place>& places, std::uint32_t colour) {
         for (const Place& place : places)
@@ -223,16 +239,27 @@ TEST_P(FullScreenSessionTest, WaitsForAnOpenMenuToLetGoOfTheKeyboard) {
 }
 
 TEST_P(FullScreenSessionTest, CoversTheSecondOfTwoMonitorsAndNothingElse) {
-    const std::map<std::string, std::string> display{{"DISPLAY", server.display()}};
-    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "*left", "400/106x600/159+0+0", "screen"}, display), 0);
-    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "right", "500/132x450/119+400+100", "none"}, display), 0);
+    addMonitors();
     setUpDesktop();
     startSession("automatic", "right");
-    EXPECT_TRUE(shows({{400, 100}, {899, 100}, {400, 549}, {899, 549}, {650, 300}}, kBlack));
-    EXPECT_TRUE(shows({{399, 100}, {400, 99}, {900, 100}, {899, 550}, {399, 549}}, kBlue));
-    EXPECT_TRUE(shows({kUnderPanel}, kRed));
-    ASSERT_TRUE(eventually([&] { return !neighbour.keyboardIsFree(); }));
-    EXPECT_TRUE(cursorIs(false));
+    expectTheRightMonitorCovered();
+    neighbour.pressKey(XNeighbour::kEscape);
+    expectEverythingBack();
+}
+
+TEST_P(FullScreenSessionTest, CoversAScreenWhosePointsAreTwoPixelsWide) {
+    setUpDesktop();
+    startSession("automatic", kWholeScreen, "2");
+    awaitSession(kBlack);
+    neighbour.pressKey(XNeighbour::kEscape);
+    expectEverythingBack();
+}
+
+TEST_P(FullScreenSessionTest, CoversASecondMonitorWhosePointsAreTwoPixelsWide) {
+    addMonitors();
+    setUpDesktop();
+    startSession("automatic", "right", "2");
+    expectTheRightMonitorCovered();
     neighbour.pressKey(XNeighbour::kEscape);
     expectEverythingBack();
 }
