@@ -73,12 +73,26 @@ void LinuxSystemUI::activateIgnoringOtherApps() {
         takeover_->activate();
         return;
     }
-    for (QWindow* window : QGuiApplication::topLevelWindows()) {
-        if (!window->isVisible())
-            continue;
-        window->raise();
-        window->requestActivate();
+    for (QWindow* window : QGuiApplication::topLevelWindows())
+        if (window->isVisible())
+            bringToFront(*window);
+}
+
+// Qt asks with the time of the user's last action in this program, which a later one in another outweighs.
+void LinuxSystemUI::bringToFront(QWindow& window) {
+    window.raise();
+    XFullScreen* x = screen();
+    if (!x) {
+        window.requestActivate();
+        return;
     }
+    const auto id = static_cast<XFullScreen::Window>(window.winId());
+    if (x->managed()) {
+        x->activate(id);
+        return;
+    }
+    x->raise(id);
+    x->setFocus(id);
 }
 
 } // namespace lightpen

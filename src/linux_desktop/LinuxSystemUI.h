@@ -5,6 +5,8 @@
 
 #include "platform/SystemUI.h"
 
+class QWindow;
+
 namespace lightpen {
 
 class ScreenTakeover;
@@ -38,6 +40,7 @@ private:
     static constexpr CGDirectDisplayID kMainDisplay = 1;
 
     XFullScreen* screen();
+    void bringToFront(QWindow& window);
 
     SystemUIMode mode_ = kUIModeNormal;
     SystemUIOptions options_ = 0;

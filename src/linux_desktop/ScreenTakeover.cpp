@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/ScreenTakeover.h"
 
+#include <xcb/xcb.h>
+
 #include <utility>
 
 #include <QEvent>
@@ -61,18 +63,18 @@ bool ScreenTakeover::eventFilter(QObject* object, QEvent* event) {
     return false;
 }
 
+// A window that was destroyed under its object says nothing itself; the next one finds that out.
 void ScreenTakeover::consider(QWindow& window) {
-    if (&window == window_) {
-        if (!covers(window))
-            letGo();
-    } else if (!window_ && covers(window)) {
+    if (window_ && !covers(*window_))
+        letGo();
+    if (!window_ && covers(window))
         take(window);
-    }
 }
 
 void ScreenTakeover::take(QWindow& window) {
     window_ = &window;
     screen_.watch(idOf(window));
+    raise_.start(); // something may have come before there was news of it
     activate();
     settle();
 }
@@ -81,13 +83,18 @@ void ScreenTakeover::take(QWindow& window) {
 void ScreenTakeover::letGo() {
     retry_.stop();
     raise_.stop();
-    if (window_ && window_->handle()) {
-        screen_.watch(0);
-        if (holdsKeyboard_)
-            window_->setKeyboardGrabEnabled(false);
-    }
-    holdsKeyboard_ = false;
+    screen_.watch(0);
+    dropKeyboard();
     window_ = nullptr;
+}
+
+// Qt keeps what it asks of the server until it has more to say.
+void ScreenTakeover::dropKeyboard() {
+    if (!std::exchange(holdsKeyboard_, false) || !window_ || !window_->handle())
+        return;
+    window_->setKeyboardGrabEnabled(false);
+    if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+        xcb_flush(x11->connection());
 }
 
 void ScreenTakeover::settle() {
@@ -103,8 +110,7 @@ void ScreenTakeover::leaveFocusWhereItWas() {
     if (focusBefore_ == window || screen_.managed() || screen_.focus() != window)
         return;
     // Grabbed anew afterwards, or Qt would take the window for inactive.
-    if (std::exchange(holdsKeyboard_, false))
-        window_->setKeyboardGrabEnabled(false);
+    dropKeyboard();
     screen_.setFocus(focusBefore_);
 }
 

@@ -22,8 +22,8 @@ public:
     // Gives the keyboard back.
     ~ScreenTakeover() override;
 
-    // Brings the covering window before other programs' windows once more; each new one is brought there anyway,
-    // since a window manager may doubt that the user has asked for it.
+    // Brings the covering window before other programs' windows once more; each new one is brought there
+    // anyway, since a window manager may doubt that the user has asked for it.
     void activate();
 
     // Public for Qt; looks for the window that covers its screen.
@@ -35,6 +35,7 @@ private:
     void letGo();
     void settle();
     void holdKeyboard();
+    void dropKeyboard();
     void leaveFocusWhereItWas();
     void readNews();
 

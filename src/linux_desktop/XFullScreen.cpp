@@ -131,7 +131,7 @@ void XFullScreen::watch(Window window) {
     watched_ = window;
     if (watched_ != XCB_WINDOW_NONE)
         selectEvents(watched_, XCB_EVENT_MASK_VISIBILITY_CHANGE | XCB_EVENT_MASK_FOCUS_CHANGE);
-    xcb_flush(connection_.get());
+    focus();
 }
 
 int XFullScreen::descriptor() const {

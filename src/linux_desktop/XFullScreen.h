@@ -41,7 +41,7 @@ public:
     // Puts the window on top of the others.
     void raise(Window window);
 
-    // Reports on this window from now on instead of another one; 0 for none.
+    // Reports on this window instead of another one; 0 for none. Whatever happens after its return is news.
     void watch(Window window);
     // Readable when there may be news.
     int descriptor() const;

@@ -161,6 +161,28 @@ bool XNeighbour::keyboardIsFree() {
     return free;
 }
 
+void XNeighbour::becomeManager(xcb_window_t window) {
+    for (const xcb_window_t holder : {screen_->root, window})
+        setProperty(holder, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, &window, 1);
+    const xcb_atom_t supported = atom("_NET_ACTIVE_WINDOW");
+    setProperty(screen_->root, "_NET_SUPPORTED", XCB_ATOM_ATOM, &supported, 1);
+    const std::uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(connection_, screen_->root, XCB_CW_EVENT_MASK, &events);
+    sync();
+}
+
+std::optional<xcb_client_message_event_t> XNeighbour::takeMessage(const char* name) {
+    const xcb_atom_t type = atom(name);
+    while (const auto event = owned(xcb_poll_for_event(connection_))) {
+        if ((event->response_type & 0x7F) != XCB_CLIENT_MESSAGE)
+            continue;
+        const auto& message = *reinterpret_cast<const xcb_client_message_event_t*>(event.get());
+        if (message.type == type)
+            return message;
+    }
+    return std::nullopt;
+}
+
 int XNeighbour::takeKeys() {
     sync();
     while (const auto event = owned(xcb_poll_for_event(connection_)))

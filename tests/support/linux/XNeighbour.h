@@ -4,6 +4,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace lightpen {
@@ -56,6 +57,11 @@ public:
     bool grabKeyboard();
     void ungrabKeyboard();
     bool keyboardIsFree();
+    // Says on the root, and on this window of its own, that it is the window manager; hears what is asked of
+    // one.
+    void becomeManager(xcb_window_t window);
+    // The next message of this name to the window manager, and drops what came before it.
+    std::optional<xcb_client_message_event_t> takeMessage(const char* name);
     // How many keys were pressed in this program's windows since the last call.
     int takeKeys();
 
