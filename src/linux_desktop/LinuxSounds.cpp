@@ -142,7 +142,7 @@ LinuxSounds::~LinuxSounds() {
 }
 
 SoundRef LinuxSounds::soundNamed(std::string_view name) {
-    if (name.empty() || name.find('/') != name.npos)
+    if (name.empty() || name.find('/') != std::string_view::npos)
         return nullptr; // a name, not a way out of the folder
     const auto file = folder_ / (std::string(name) + ".wav");
     std::error_code unreadable;

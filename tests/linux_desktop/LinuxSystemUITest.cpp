@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/PrivateBus.h"
 #include "support/Xvfb.h"
 #include "support/linux/CoveringWindow.h"
 #include "support/linux/Framebuffer.h"
@@ -120,6 +121,8 @@ TEST_F(LinuxSystemUITest, BringsTheProgramsWindowsToTheFront) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    const lightpen::NoBus none;
+    none.enter();
     const lightpen::Framebuffer framebuffer(640, 480);
     lightpen::LinuxSystemUITest::framebuffer = &framebuffer;
     const lightpen::Xvfb server("640x480", framebuffer.options());

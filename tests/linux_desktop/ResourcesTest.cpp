@@ -27,6 +27,15 @@ TEST(Resources, MoveWithTheProgram) {
     EXPECT_EQ(runProgram({links.file("link"), "--expect", elsewhere.file("resources")}), 0);
 }
 
+TEST(Resources, TheProgramHasItsSounds) {
+    const auto beside = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path() / "resources" / "sounds";
+    for (const char* name : {"Tink.wav", "Submarine.wav"}) {
+        const std::string sound = readFile(std::filesystem::path(LIGHTPEN_SOUNDS) / name);
+        EXPECT_FALSE(sound.empty());
+        EXPECT_EQ(readFile(beside / name), sound) << name;
+    }
+}
+
 } // namespace
 } // namespace lightpen
 

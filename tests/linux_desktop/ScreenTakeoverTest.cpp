@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "support/PrivateBus.h"
 #include "support/Xvfb.h"
 #include "support/linux/CoveringWindow.h"
 #include "support/linux/FakeWindowManager.h"
@@ -146,6 +147,8 @@ TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItse
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    const lightpen::NoBus none;
+    none.enter();
     const lightpen::Xvfb server("640x480");
     server.enter();
     QGuiApplication application(argc, argv);

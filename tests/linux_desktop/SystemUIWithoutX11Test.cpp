@@ -7,6 +7,7 @@
 #include <QCursor>
 
 #include "linux_desktop/LinuxSystemUI.h"
+#include "support/PrivateBus.h"
 #include "support/linux/CoveringWindow.h"
 
 namespace lightpen {
@@ -58,6 +59,8 @@ TEST(SystemUIWithoutX11, AsksForTheWindowsOfTheProgram) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    const lightpen::NoBus none;
+    none.enter();
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);

@@ -6,6 +6,8 @@
 namespace lightpen {
 
 bool ensureOffscreenApplication() {
+    if (QCoreApplication::instance())
+        return true;
     static int argc = 1;
     static char name[] = "test";
     static char* argv[] = {name, nullptr};
