@@ -46,10 +46,6 @@ int runSession(int argc, char** argv) {
     const auto start = [&] {
         kind == "manual" ? center->startCalibration() : center->startAutoCalibration();
     };
-    if (kind == "twice") {
-        start();
-        center->calibrationDidCancel({});
-    }
     start();
     platform.platform().runLoop.exitProcess(platform.run());
     return 0;
@@ -216,15 +212,6 @@ TEST_P(FullScreenSessionTest, AProgramThatIsEndedLeavesNothingBehind) {
         EXPECT_EQ(session->wait(), ending == SIGTERM ? 0 : -1);
         expectEverythingBack();
     }
-}
-
-TEST_P(FullScreenSessionTest, ASecondOneAfterACancelledOneIsTheSame) {
-    setUpDesktop();
-    startSession("twice");
-    awaitSession(kBlack);
-    EXPECT_TRUE(cursorIs(false));
-    neighbour.pressKey(XNeighbour::kEscape);
-    expectEverythingBack();
 }
 
 TEST_P(FullScreenSessionTest, WaitsForAnOpenMenuToLetGoOfTheKeyboard) {
