@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The session's window where a window manager has its say.
 #include <QApplication>
+#include <QWindow>
 
 #include "calibration/CalibrationScreenFixture.h"
 #include "support/Xvfb.h"
@@ -16,12 +17,24 @@ public:
         server.enter();
         addMonitors();
         const ChildProcess manager({"openbox"}, -1);
-        // It is there once the root window names it.
+        // Qt asks once, when it starts, what the manager named by the root window can do.
         const char* const named = "xprop -root _NET_SUPPORTING_WM_CHECK | grep -q '#'";
         if (!eventually([&] { return runProgram({"sh", "-c", named}) == 0; }))
             return 1;
         const QApplication application(argc, argv);
+        if (!waitFor([] { return showsWindows(); }))
+            return 1;
         return RUN_ALL_TESTS();
+    }
+
+private:
+    // A manager that is still starting loses windows that are shown to it.
+    static bool showsWindows() {
+        QWidget probe;
+        probe.show();
+        for (int i = 0; i < 40 && !probe.windowHandle()->isExposed(); ++i)
+            turnLoop();
+        return probe.windowHandle()->isExposed();
     }
 };
 
