@@ -7,6 +7,7 @@
 #include <QApplication>
 
 #include "calibration/KVRCalibrationCenter.h"
+#include "calibration/KVRCalibrationWindow.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 #include "support/Eventually.h"
@@ -22,6 +23,8 @@ namespace {
 
 constexpr std::uint32_t kBlack = 0x000000, kWhite = 0xFFFFFF, kRed = 0xFF0000, kBlue = 0x0000FF;
 constexpr const char* kWholeScreen = "screen";
+// When a cancelled session is followed by another one; what is given back in between has come back by then.
+constexpr Microseconds kAgainAfter = std::chrono::seconds(2);
 
 // The program: a session of this kind on the screen of this name, its log to this descriptor. Ends when it is
 // told to.
@@ -47,6 +50,11 @@ int runSession(int argc, char** argv) {
         kind == "manual" ? center->startCalibration() : center->startAutoCalibration();
     };
     start();
+    // Like a user who has another go: once the desktop is back.
+    platform.platform().notifications.addObserver(
+        &platform, kCalibrationDidCanceled, nullptr, [&](const Notification&) {
+            platform.platform().runLoop.performAfterDelay({&platform, "again", {}, start}, kAgainAfter);
+        });
     platform.platform().runLoop.exitProcess(platform.run());
     return 0;
 }
@@ -200,6 +208,18 @@ TEST_P(FullScreenSessionTest, EscapeGivesEverythingBackAndTheProgramGoesOn) {
     expectEverythingBack();
     session->send(SIGTERM);
     EXPECT_EQ(session->wait(), 0);
+}
+
+TEST_P(FullScreenSessionTest, ASecondOneAfterACancelledOneIsLikeTheFirst) {
+    setUpDesktop();
+    startSession("automatic");
+    for (int time = 1; time <= 3; ++time) {
+        SCOPED_TRACE(time);
+        awaitSession(kBlack);
+        EXPECT_TRUE(cursorIs(false));
+        neighbour.pressKey(XNeighbour::kEscape);
+        expectEverythingBack();
+    }
 }
 
 TEST_P(FullScreenSessionTest, AProgramThatIsEndedLeavesNothingBehind) {

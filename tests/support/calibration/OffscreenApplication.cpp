@@ -12,8 +12,9 @@ bool ensureOffscreenApplication() {
     static char name[] = "test";
     static char* argv[] = {name, nullptr};
     static const bool offscreen = qputenv("QT_QPA_PLATFORM", "offscreen");
-    static const QApplication application(argc, argv);
-    return offscreen;
+    // Never destroyed: Qt takes its own statics down before those of the test.
+    static const auto* const application = new QApplication(argc, argv);
+    return offscreen && application;
 }
 
 } // namespace lightpen
