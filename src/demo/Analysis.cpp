@@ -126,7 +126,8 @@ Spread spreadOf(std::vector<double> values) {
     if (values.empty())
         return {};
     std::sort(values.begin(), values.end());
-    return {values.size(), nearestRank(values, 0.5), nearestRank(values, 0.99), values.back()};
+    return {values.size(), nearestRank(values, 0.5), nearestRank(values, 0.95), nearestRank(values, 0.99),
+            values.back()};
 }
 
 bool onScreen(const HandTouch& touch, Size screen) {

@@ -18,6 +18,7 @@ namespace lightpen {
 struct Spread {
     std::size_t count = 0;
     double median = 0;
+    double percentile95 = 0;
     double percentile99 = 0;
     double worst = 0;
 };

@@ -68,6 +68,7 @@ TEST(SpreadTest, FiguresAreValuesByNearestRank) {
         values.push_back(i);
     const Spread spread = spreadOf(values);
     EXPECT_EQ(spread.median, 100);
+    EXPECT_EQ(spread.percentile95, 190);
     EXPECT_EQ(spread.percentile99, 198);
     EXPECT_EQ(spread.worst, 200);
     EXPECT_EQ(spreadOf({9, 1, 5}).median, 5);
