@@ -6,6 +6,8 @@
 
 #include "linux_desktop/DBusNotifications.h"
 #include "linux_desktop/LinuxPointer.h"
+#include "linux_desktop/LinuxSounds.h"
+#include "linux_desktop/LinuxSystemUI.h"
 #include "linux_desktop/QtDesktop.h"
 #include "linux_desktop/QtRunLoop.h"
 #include "linux_desktop/StderrLog.h"
@@ -81,6 +83,8 @@ private:
     std::unique_ptr<MachineUnits> machineUnits_;
     NotificationCenter notifications_;
     DBusNotifications distributedNotifications_;
+    LinuxSystemUI systemUI_;
+    LinuxSounds sounds_;
     Platform platform_;
 };
 
