@@ -63,20 +63,20 @@ Optics Optics::strongKeystone(Size screen) {
 }
 
 // A pure turn: right angles stay right, and every length is as many camera units a point.
-Optics Optics::rotated(Size size) {
-    const Size screen = withArea(size);
+Optics Optics::rotated(Size screen) {
+    const Size area = withArea(screen);
     constexpr double kAngle = std::numbers::pi / 12;
     constexpr Size kSpan{2200, 1600}; // what the turned screen may take up
     const double cosine = std::cos(kAngle);
     const double sine = std::sin(kAngle);
-    const double across = screen.width * cosine + screen.height * sine;
-    const double down = screen.width * sine + screen.height * cosine;
+    const double across = area.width * cosine + area.height * sine;
+    const double down = area.width * sine + area.height * cosine;
     const double scale = std::min(kSpan.width / across, kSpan.height / down);
     const auto corner = [&](double right, double below) {
-        const double x = right * screen.width / 2;
-        const double y = below * screen.height / 2;
-        return CameraPoint{kCameraWidth / 2 + scale * (x * cosine - y * sine),
-                           kCameraHeight / 2 + scale * (x * sine + y * cosine)};
+        const double x = right * area.width / 2;
+        const double y = below * area.height / 2;
+        return CameraPoint{kCameraWidth / 2.0 + scale * (x * cosine - y * sine),
+                           kCameraHeight / 2.0 + scale * (x * sine + y * cosine)};
     };
     return preset(screen, {corner(-1, -1), corner(1, -1), corner(1, 1), corner(-1, 1)});
 }
