@@ -123,6 +123,11 @@ TEST(ScreenCaptureTest, ALookIsCutToTheDesktop) {
     EXPECT_EQ(picture->height, 30);
     Stage beside({}, {{1280, 0, 100, 50}, 1});
     EXPECT_FALSE(beside.capture->look());
+    Stage left({}, {{-30, 700, 100, 50}, 1});
+    const auto rest = left.capture->look();
+    ASSERT_TRUE(rest);
+    EXPECT_EQ(rest->width, 70);
+    EXPECT_EQ(rest->height, 20);
 }
 
 TEST(ScreenCaptureTest, TheDesktopMayChangeItsSize) {

@@ -58,7 +58,8 @@ public:
 private:
     static std::size_t kStride(int width) { return static_cast<std::size_t>(width) * 4 + 12; }
     void set(int x, int y, std::uint32_t colour) {
-        const std::uint32_t pixel = colour | 0x7B000000U; // what lies on top means nothing
+        // What lies on top means nothing, and differs from pixel to pixel.
+        const std::uint32_t pixel = colour | static_cast<std::uint32_t>(x * 7 + y * 3) << 24;
         std::memcpy(bytes_.data() + static_cast<std::size_t>(y) * kStride(width_) +
                         static_cast<std::size_t>(x) * 4,
                     &pixel, sizeof pixel);
@@ -125,6 +126,13 @@ TEST(ScreenSightTest, AFaintEdgeBesideTheLightBelongsToIt) {
     const Screen screen = Screen(320, 200).fill(160, 80, 168, 88, kWhite).fill(168, 80, 169, 88, 0x1A1A1A);
     const double expected = (8 * 255 * 164.0 + 26 * 168.5) / (8 * 255 + 26);
     EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(IsNear(expected, 84, 1e-9)));
+}
+
+TEST(ScreenSightTest, ALightMayBeginDimly) {
+    const Screen screen = Screen(320, 200).fill(160, 81, 168, 82, 0x404040).fill(160, 82, 168, 87, kWhite);
+    const double expected = (64 * 81.5 + 5 * 255 * 84.5) / (64 + 5 * 255);
+    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(exactly(164, expected)));
+    EXPECT_TRUE(cameraView(screen.picture()).dark);
 }
 
 TEST(ScreenSightTest, ABlackThatIsNotQuiteBlackMovesNothing) {
@@ -238,6 +246,12 @@ TEST(ScreenSightTest, APersonPointsAtTheMiddleOfTheOnlyThing) {
         EXPECT_EQ(targetSeen(Screen(1280, 720, background).fill(160, 63, 180, 80, 0xE01020).picture()),
                   (ScreenPoint{170, 71.5}))
             << background;
+}
+
+TEST(ScreenSightTest, TheBackgroundIsWhatThereIsMostOf) {
+    EXPECT_EQ(targetSeen(Screen(640, 400, kWhite).fill(0, 0, 12, 8, 0).picture()), (ScreenPoint{6, 4}));
+    EXPECT_EQ(targetSeen(Screen(640, 400, kWhite).fill(620, 380, 640, 400, 0).picture()),
+              (ScreenPoint{630, 390}));
 }
 
 TEST(ScreenSightTest, APersonFindsATargetOfManyParts) {
