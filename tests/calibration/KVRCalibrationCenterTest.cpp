@@ -85,10 +85,8 @@ TEST_F(KVRCalibrationCenterTest, WithoutATargetItsPropertiesAreNone) {
     EXPECT_EQ(center->targetBezelStyle(), 0u);
     EXPECT_EQ(center->targetBackgroundColor(), std::nullopt);
     // A session goes through all the same.
-    center->setTotalPoints(4);
-    center->startCalibration();
-    for (const CameraPoint& point : *spreadPoints(4))
-        touchAndWait(point);
+    start(Kind::manual);
+    touchAll();
     EXPECT_EQ(completed.size(), 1u);
 }
 

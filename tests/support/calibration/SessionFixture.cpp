@@ -29,6 +29,8 @@ EventGeneratorNX7* processDriver() {
 
 } // namespace
 
+const PointList SessionFixture::kFour{{312, 271}, {2201, 188.5}, {164, 1633}, {2390, 1702}};
+
 PointListRef spreadPoints(std::size_t count) {
     PointList points;
     for (std::size_t i = 0; i < count; ++i) {
@@ -79,6 +81,26 @@ void SessionFixture::note(const std::string& entry) {
 void SessionFixture::openUnit() {
     unit.plugIn();
     driver->_pphidDeviceInterface = unit.openDevice();
+}
+
+void SessionFixture::start(Kind kind, std::int64_t targets) {
+    center->setTotalPoints(targets);
+    if (kind == Kind::automatic)
+        center->startAutoCalibration();
+    else
+        center->startCalibration();
+}
+
+void SessionFixture::touchAll(const PointList& points) {
+    for (const CameraPoint& point : points)
+        touchAndWait(point);
+}
+
+void SessionFixture::annotate() {
+    annotation = [this] {
+        return std::string(windowIsVisible() ? ", window" : "") +
+               (driver->delegate() == center ? ", delegate" : "");
+    };
 }
 
 void SessionFixture::touchAndWait(CameraPoint point) {

@@ -29,7 +29,12 @@ PointListRef spreadPoints(std::size_t count);
 // one order. The driver has no point thread; tests hand points over themselves.
 class SessionFixture : public testing::Test {
 protected:
+    enum class Kind { manual, automatic };
+
     static constexpr Microseconds kGlide = std::chrono::milliseconds(800);
+    // Four touches, and where the four targets stand on the fixture's screen.
+    static const PointList kFour;
+    static constexpr WindowPoint kOrigins[] = {{160, 995}, {1740, 995}, {160, 65}, {1740, 65}};
 
     SessionFixture();
     ~SessionFixture() override;
@@ -44,6 +49,11 @@ protected:
     void openUnit();
     // Hands a point over, as the point thread does.
     void touch(CameraPoint point) { center->lightPenCallbackAtPoint(point, *driver); }
+    void start(Kind kind, std::int64_t targets = 4);
+    void touchAll(const PointList& points = kFour);
+    void pressEscape() { window()->keyDown(53); }
+    // From now on each entry of the timeline tells whether the window is shown, and who gets the points.
+    void annotate();
     // What the main loop has to do now.
     void runMainLoop() { desk.runLoop.runPending(); }
     // A touch, and all that follows, until the next target takes touches.
