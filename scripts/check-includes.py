@@ -19,6 +19,8 @@ FLOORS = {
     "emulator": {"platform"},
     "demo": {"app", "calibration", "device", "matching", "platform", "linux_desktop", "emulator"},
 }
+# What measures from the hand to the window does so as the demo does; nobody else includes it.
+DEMO_USERS = ("tests/demo/", "tests/kernel/", "bench/kernel/")
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
 PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
 
@@ -31,6 +33,9 @@ QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*")
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")
 # What the C++ library does not have and every folder may use: the "C" numeric locale for a thread.
 POSIX_HEADERS = {"locale.h"}
+# Descriptors and files, for the unit that is a USB device of the machine, and for the owner of a descriptor.
+FILE_HEADERS = {"fcntl.h", "poll.h", "sys/stat.h", "unistd.h"}
+FILE_UNITS = re.compile(r"emulator/Gadget\w*\.(cpp|h)|platform/FileDescriptor\.h")
 
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
@@ -95,7 +100,7 @@ class Tree:
     def check_arrow(self, where, name, target):
         top, folder, rest = (target + "/").split("/", 2)
         if name.split("/")[0] != "src":
-            if (top, folder) == ("src", "demo") and not name.startswith("tests/demo/"):
+            if (top, folder) == ("src", "demo") and not name.startswith(DEMO_USERS):
                 self.problems.append(f"{where}: nobody includes the demo")
             return
         if top != "src":
@@ -117,6 +122,8 @@ class Tree:
         if top != "src" or folder in SYSTEM_FOLDERS or header in STANDARD_HEADERS or header in POSIX_HEADERS:
             return
         if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
+            return
+        if header in FILE_HEADERS and FILE_UNITS.fullmatch(name[len("src/"):]):
             return
         self.problems.append(f"{where}: <{header}> does not belong in {folder}")
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
 #include <optional>
 
 namespace lightpen {
@@ -126,7 +127,11 @@ Spread spreadOf(std::vector<double> values) {
     if (values.empty())
         return {};
     std::sort(values.begin(), values.end());
-    return {values.size(), nearestRank(values, 0.5), nearestRank(values, 0.95), nearestRank(values, 0.99),
+    return {values.size(),
+            std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size()),
+            nearestRank(values, 0.5),
+            nearestRank(values, 0.95),
+            nearestRank(values, 0.99),
             values.back()};
 }
 

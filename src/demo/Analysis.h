@@ -14,9 +14,11 @@
 
 namespace lightpen {
 
-// How measured values are spread; each figure is one of the values (nearest rank). All 0 without values.
+// How measured values are spread; each figure but the mean is one of the values (nearest rank). All 0 without
+// values.
 struct Spread {
     std::size_t count = 0;
+    double mean = 0;
     double median = 0;
     double percentile95 = 0;
     double percentile99 = 0;

@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 

@@ -14,9 +14,9 @@
 
 #include "demo/CalibrationPerformance.h"
 #include "demo/CanvasProcess.h"
-#include "linux_desktop/FileDescriptor.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 namespace {

@@ -6,21 +6,14 @@
 
 namespace lightpen {
 
-namespace {
-
-// Bounds of the thread's naps: a script may change what comes next at any moment.
-constexpr Microseconds kShortestNap{100};
-constexpr Microseconds kLongestNap{4'000};
-
-} // namespace
-
 EmulatedBus::EmulatedBus(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock)
-    : runLoop_(runLoop), clock_(clock), registryWork_(std::make_shared<RegistryWork>(registry)) {}
+    : runLoop_(runLoop), clock_(clock), registryWork_(std::make_shared<RegistryWork>(registry)),
+      drive_(clock) {}
 
 EmulatedBus::~EmulatedBus() {
     stopRealTime();
     turns_.reset();
-    for (const auto& unit : units()) {
+    for (const auto& unit : drive_.units()) {
         unit->unplug();
         unit->leaveSocket(*this);
     }
@@ -28,20 +21,14 @@ EmulatedBus::~EmulatedBus() {
 
 CameraUnit& EmulatedBus::addUnit(UnitDescription description) {
     auto unit = std::make_shared<CameraUnit>(std::move(description), static_cast<UnitSocket*>(this));
-    const std::lock_guard hold(mutex_);
-    units_.push_back(unit);
-    locations_[unit.get()] = "IOService:/EmulatedBus/Unit@" + std::to_string(units_.size());
-    return *unit;
-}
-
-std::vector<std::shared_ptr<CameraUnit>> EmulatedBus::units() {
-    const std::lock_guard hold(mutex_);
-    return units_;
-}
-
-void EmulatedBus::advance(Microseconds now) {
-    for (const auto& unit : units())
-        unit->advance(now);
+    {
+        const std::lock_guard hold(mutex_);
+        units_[unit.get()] = unit;
+        locations_[unit.get()] = "IOService:/EmulatedBus/Unit@" + std::to_string(units_.size());
+    }
+    CameraUnit& added = *unit;
+    drive_.add(std::move(unit));
+    return added;
 }
 
 // Plugging
@@ -97,14 +84,13 @@ void EmulatedBus::unitPlugged(CameraUnit& unit) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
-        const auto owned = std::find_if(units_.begin(), units_.end(),
-                                        [&](const auto& other) { return other.get() == &unit; });
-        if (owned == units_.end())
+        auto owned = units_[&unit].lock();
+        if (!owned)
             return;
-        connection = std::make_shared<EmulatedConnection>(*owned, clock_, locations_[&unit], poll_);
+        connection = std::make_shared<EmulatedConnection>(std::move(owned), clock_, locations_[&unit], poll_);
         connections_[&unit] = connection;
     }
-    wake_.notify_all();
+    drive_.wake();
     publish(connection);
 }
 
@@ -145,48 +131,7 @@ void EmulatedBus::turn(const std::weak_ptr<EmulatedBus*>& weak) {
         return;
     (*bus)->advance((*bus)->clock_.now());
     (*bus)->runLoop_.performAfterDelay({*bus, "EmulatedBus turn", {}, [weak] { turn(weak); }},
-                                       (*bus)->untilNextEvent());
-}
-
-void EmulatedBus::runInRealTime() {
-    {
-        const std::lock_guard hold(mutex_);
-        if (std::exchange(running_, true))
-            return;
-    }
-    thread_ = std::thread([this] { runThread(); });
-}
-
-void EmulatedBus::stopRealTime() {
-    {
-        const std::lock_guard hold(mutex_);
-        running_ = false;
-    }
-    wake_.notify_all();
-    if (thread_.joinable())
-        thread_.join();
-}
-
-Microseconds EmulatedBus::untilNextEvent() {
-    const Microseconds now = clock_.now();
-    Microseconds nap = kLongestNap;
-    for (const auto& unit : units())
-        if (const auto next = unit->nextEvent())
-            nap = std::min(nap, *next - now);
-    return std::max(nap, kShortestNap);
-}
-
-void EmulatedBus::runThread() {
-    while (true) {
-        advance(clock_.now());
-        const Microseconds nap = untilNextEvent();
-        std::unique_lock hold(mutex_);
-        if (!running_)
-            return;
-        wake_.wait_for(hold, nap);
-        if (!running_)
-            return;
-    }
+                                       (*bus)->drive_.untilNextEvent());
 }
 
 } // namespace lightpen

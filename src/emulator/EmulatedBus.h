@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
@@ -12,6 +11,7 @@
 
 #include "emulator/CameraUnit.h"
 #include "emulator/EmulatedInterface.h"
+#include "emulator/UnitDrive.h"
 #include "emulator/UnitSocket.h"
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"
@@ -43,7 +43,7 @@ public:
     CameraUnit& addUnit(UnitDescription description = {});
 
     // Lets all units catch up with this time.
-    void advance(Microseconds now);
+    void advance(Microseconds now) { drive_.advance(now); }
 
     // Called before each answer of a queue, on the thread that asks, without any lock held: a virtual clock
     // that stands while somebody polls without sleeping can move there. Set it before anything is plugged in.
@@ -54,8 +54,8 @@ public:
 
     // Starts the thread; it wakes whenever a unit has something to do, and ends with the bus or with
     // stopRealTime.
-    void runInRealTime();
-    void stopRealTime();
+    void runInRealTime() { drive_.start(); }
+    void stopRealTime() { drive_.stop(); }
 
 private:
     Microseconds now() override { return clock_.now(); }
@@ -67,9 +67,6 @@ private:
     void onMainThread(std::function<void(ServiceRegistry&)> operation);
     void publish(const ConnectionRef& connection);
     void withdraw(const ConnectionRef& connection);
-    std::vector<std::shared_ptr<CameraUnit>> units();
-    Microseconds untilNextEvent();
-    void runThread();
     static void turn(const std::weak_ptr<EmulatedBus*>& weak);
 
     // What the registry is still to hear. Requests to the main loop share it, as they may outlive the bus.
@@ -88,13 +85,11 @@ private:
     EmulatedConnection::PollHook poll_;
 
     std::mutex mutex_; // guards what follows
-    std::vector<std::shared_ptr<CameraUnit>> units_;
+    std::map<const CameraUnit*, std::weak_ptr<CameraUnit>> units_;
     std::map<const CameraUnit*, ConnectionRef> connections_;
     std::map<const CameraUnit*, std::string> locations_;
-    std::condition_variable wake_;
-    bool running_ = false;
 
-    std::thread thread_;
+    UnitDrive drive_;
     // What the requests for turns on the main loop know of the bus; gone with it.
     std::shared_ptr<EmulatedBus*> turns_;
 };

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "emulator/CameraUnit.h"
+#include "emulator/GadgetDescription.h"
 #include "emulator/UnitSocket.h"
 #include "platform/Time.h"
 
@@ -19,33 +16,6 @@ namespace lightpen {
 class GadgetFiles;
 class GadgetPort;
 class UnitDrive;
-
-// Where the kernel shows its gadget side.
-struct GadgetPaths {
-    std::string gadgets = "/sys/kernel/config/usb_gadget"; // configfs with libcomposite
-    std::string controllers = "/sys/class/udc";            // the device controllers there are
-    std::string devices = "/dev";                          // where hidgN appears
-};
-
-// How a unit looks as a USB device, beyond what UnitDescription says.
-struct GadgetDescription {
-    enum class Output { interruptOut, setReport };
-
-    int interfaces = 4;   // HID interfaces, numbered from 0
-    int penInterface = 3; // the one with the pen's reports; when there is none of this number, none has them
-    std::size_t outputLength = 32;     // bytes of the pen interface's output reports
-    std::size_t otherReportLength = 8; // bytes of the other interfaces' reports, in and out
-    // How output reports travel. By setReport the kernel keeps only the newest that has not been read.
-    Output output = Output::interruptOut;
-    std::string productName = "Camera unit";
-    std::string serialNumber = "1";
-};
-
-// What the kernel refused, in words.
-class GadgetError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 // A real USB bus: a unit that is plugged in is a USB device of this machine, made by the kernel's gadget
 // side (configfs, usb_f_hid and a device controller such as dummy_hcd's), and the kernel's host side finds
@@ -71,7 +41,7 @@ public:
 
     // A new unit, composed but not plugged in. It belongs to the bus. Throws GadgetError when the kernel
     // cannot have it. Any thread.
-    CameraUnit& addUnit(UnitDescription description = {}, GadgetDescription gadget = {});
+    CameraUnit& addUnit(UnitDescription description = {}, const GadgetDescription& gadget = {});
 
     // Waits until all that was asked of the unit's plug has been carried out. False when that took longer, or
     // when the kernel refused it; failure() then says why.

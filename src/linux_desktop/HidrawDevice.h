@@ -6,10 +6,10 @@
 #include <mutex>
 #include <string>
 
-#include "linux_desktop/FileDescriptor.h"
 #include "linux_desktop/HidDescriptor.h"
 #include "linux_desktop/HidrawReader.h"
 #include "linux_desktop/HidrawWriter.h"
+#include "platform/FileDescriptor.h"
 #include "platform/IOHID.h"
 #include "platform/ReportFanOut.h"
 #include "platform/Shared.h"

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/ReportFanOut.h"
 
 namespace lightpen {

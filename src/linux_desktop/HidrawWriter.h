@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/IOReturn.h"
 
 namespace lightpen {

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 

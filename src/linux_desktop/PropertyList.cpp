@@ -10,7 +10,7 @@
 #include <iterator>
 #include <memory>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 

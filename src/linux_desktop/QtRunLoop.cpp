@@ -16,7 +16,7 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {

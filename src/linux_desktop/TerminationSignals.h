@@ -6,7 +6,7 @@
 #include <array>
 #include <thread>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/RunLoop.h"
 
 namespace lightpen {

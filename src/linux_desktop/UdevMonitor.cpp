@@ -9,8 +9,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "linux_desktop/FileDescriptor.h"
 #include "linux_desktop/HidDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {

@@ -6,8 +6,8 @@
 #include <span>
 #include <string>
 
-#include "linux_desktop/FileDescriptor.h"
 #include "linux_desktop/PointerBackend.h"
+#include "platform/FileDescriptor.h"
 
 struct input_event;
 struct libevdev;

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "linux_desktop/Environment.h"
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {

@@ -20,10 +20,10 @@ constexpr Size kScreen{1920, 1080};
 
 AccuracyRow rowOf(double mappedMedian, double mappedWorst, double pointerMedian, double pointerWorst) {
     AccuracyRow row{"keystone", "by hand", 0, {}};
-    row.accuracy.reached.mapped = {40, mappedMedian, 1.25, 1.5, mappedWorst};
-    row.accuracy.reached.pointer = {40, pointerMedian, 2.25, 2.5, pointerWorst};
-    row.accuracy.limit.mapped = {40, 0.125, 0.375, 0.5, 0.625};
-    row.accuracy.limit.pointer = {40, 0.75, 0.875, 0.9, 1.125};
+    row.accuracy.reached.mapped = {40, 0, mappedMedian, 1.25, 1.5, mappedWorst};
+    row.accuracy.reached.pointer = {40, 0, pointerMedian, 2.25, 2.5, pointerWorst};
+    row.accuracy.limit.mapped = {40, 0, 0.125, 0.375, 0.5, 0.625};
+    row.accuracy.limit.pointer = {40, 0, 0.75, 0.875, 0.9, 1.125};
     return row;
 }
 

@@ -67,6 +67,7 @@ TEST(SpreadTest, FiguresAreValuesByNearestRank) {
     for (int i = 200; i >= 1; --i)
         values.push_back(i);
     const Spread spread = spreadOf(values);
+    EXPECT_EQ(spread.mean, 100.5);
     EXPECT_EQ(spread.median, 100);
     EXPECT_EQ(spread.percentile95, 190);
     EXPECT_EQ(spread.percentile99, 198);

@@ -9,9 +9,9 @@
 
 #include <QApplication>
 
-#include "linux_desktop/FileDescriptor.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
+#include "platform/FileDescriptor.h"
 #include "support/PrivateBus.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Xvfb.h"

@@ -64,10 +64,15 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("src/app/Menu.cpp:1: app must not include linux_desktop",
                           src__app__Menu_cpp='#include "linux_desktop/X.h"')
 
-    def test_nobody_includes_the_demo_but_its_own_tests(self):
-        self.assert_fine(src__demo__Canvas_h="", tests__demo__ATest_cpp='#include "demo/Canvas.h"')
+    def test_nobody_includes_the_demo_but_its_own_tests_and_what_measures_like_it(self):
+        for user in ("tests__demo__ATest_cpp", "tests__kernel__ATest_cpp", "bench__kernel__A_cpp"):
+            self.assert_fine(src__demo__Canvas_h="", **{user: '#include "demo/Canvas.h"'})
         self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
                           tests__app__ATest_cpp='#include "demo/Canvas.h"')
+
+    def test_a_bench_elsewhere_does_not_include_the_demo(self):
+        self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
+                          bench__A_cpp='#include "demo/Canvas.h"')
 
     def test_a_source_must_not_include_a_test(self):
         self.assert_finds("a source includes the test file", tests__support__Double_h="",
@@ -90,6 +95,18 @@ class CheckIncludesTest(unittest.TestCase):
         for header in ("linux/hidraw.h", "libudev.h", "X11/Xlib.h", "unistd.h", "QDBusConnection", "gtest/gtest.h"):
             self.assert_finds(f"<{header}> does not belong in device", src__device__A_cpp=f"#include <{header}>")
         self.assert_fine(src__device__A_cpp="", src__linux_desktop__A_cpp="#include <linux/hidraw.h>\n#include <QTimer>")
+
+    def test_files_belong_to_the_unit_that_is_a_usb_device(self):
+        self.assert_fine(src__emulator__GadgetPort_cpp="#include <poll.h>", src__emulator__GadgetFiles_h="#include <unistd.h>",
+                         src__platform__FileDescriptor_h="#include <unistd.h>")
+        self.assert_finds("<linux/usb/g_hid.h> does not belong in emulator",
+                          src__emulator__GadgetPort_cpp="#include <linux/usb/g_hid.h>")
+
+    def test_files_belong_to_no_other_unit_of_its_folder(self):
+        self.assert_finds("<poll.h> does not belong in emulator", src__emulator__Firmware_cpp="#include <poll.h>")
+
+    def test_files_do_not_belong_in_the_platform(self):
+        self.assert_finds("<unistd.h> does not belong in platform", src__platform__Log_cpp="#include <unistd.h>")
 
     def test_qt_belongs_to_the_units_that_draw(self):
         self.assert_fine(src__device__FloatPanel_h="#include <QWidget>", src__app__Menu_cpp="#include <QMenu>",

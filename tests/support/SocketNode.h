@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "linux_desktop/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// The driver program on a machine without a unit, as an ordinary user; and what the other tests see it with.
+#include "kernel/support/DriverProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "support/Eventually.h"
+
+namespace lightpen {
+namespace {
+
+std::string statusLine(pid_t pid, const std::string& name) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name))
+            return line;
+    return {};
+}
+
+TEST(DriverProcess, RunsAsAnOrdinaryUserAndEndsWhenAsked) {
+    DriverProcess driver;
+    // Its event loop turns once it has more than its first thread.
+    ASSERT_TRUE(eventually([&] { return driver.threads() > 2; })) << driver.log();
+    EXPECT_EQ(statusLine(driver.pid(), "Uid:"), "Uid:\t65534\t65534\t65534\t65534");
+    EXPECT_EQ(statusLine(driver.pid(), "CapEff:"), "CapEff:\t0000000000000000");
+    EXPECT_TRUE(driver.running());
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+    EXPECT_FALSE(driver.running());
+}
+
+TEST(DriverProcess, LinesAreWaitedForInOrder) {
+    DriverProcess program({.environment = {{"WORD", "one"}}, .program = "/usr/bin/env"});
+    EXPECT_TRUE(program.waitFor("WORD=one")) << program.log();
+    EXPECT_FALSE(program.waitFor("WORD=one", std::chrono::seconds(1)));
+    EXPECT_EQ(program.end(), 0);
+    EXPECT_EQ(program.count("WORD="), 1U);
+    EXPECT_EQ(program.count("LOGNAME="), 0U) << program.log();
+}
+
+} // namespace
+} // namespace lightpen

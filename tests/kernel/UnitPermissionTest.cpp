@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// An ordinary user's driver and a real unit: with the rule that the package brings, without it, and while
+// udev is still at work on the unit.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "emulator/GadgetBus.h"
+#include "kernel/support/DriverProcess.h"
+#include "kernel/support/HostNodes.h"
+#include "kernel/support/RuleFile.h"
+#include "linux_desktop/SystemClock.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryDirectory.h"
+
+namespace lightpen {
+namespace {
+
+using test::hostNodes;
+using test::waitForNodes;
+using test::waitUntil;
+
+const char* const kArrived = "Event n:647 device did add";
+const char* const kThereAtStart = "Event n:2125 Device plugged in on start up"; // also at arrivals
+const char* const kStarted = "Event n:546";
+const char* const kFlashRead = "Event n:1187 NX9Ver"; // the unit has answered: it is in use
+const char* const kRemoved = "Event n:594 device did removed";
+const char* const kRefused = "HID: no permission to open the camera unit's /dev/hidraw";
+const char* const kPointerThroughUinput = "Pointer: events go through uinput";
+
+unsigned modeOf(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+std::string penNode() {
+    for (const auto& node : hostNodes())
+        if (node.interfaceNumber == kUnitPenInterfaceNumber)
+            return node.devnode;
+    return {};
+}
+
+class UnitPermission : public testing::Test {
+protected:
+    UnitPermission() : unit_(bus_.addUnit({.reportLength = 32})) {}
+    ~UnitPermission() override {
+        unit_.unplug();
+        bus_.settle(unit_);
+        settleUdev();
+    }
+
+    void plug() {
+        unit_.plug();
+        ASSERT_TRUE(bus_.settle(unit_)) << bus_.failure(unit_);
+        ASSERT_EQ(waitForNodes(4).size(), 4U);
+    }
+    void unplug() {
+        unit_.unplug();
+        ASSERT_TRUE(bus_.settle(unit_)) << bus_.failure(unit_);
+        ASSERT_TRUE(waitForNodes(0).empty());
+    }
+    void replug() {
+        unplug();
+        settleUdev();
+        plug();
+    }
+
+    SystemClock clock_;
+    GadgetBus bus_{clock_};
+    CameraUnit& unit_;
+};
+
+TEST_F(UnitPermission, TheRuleGivesAnOrdinaryUserTheUnitAndThePointer) {
+    const PackagedRule rule;
+    DriverProcess driver;
+    ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
+    plug();
+    ASSERT_TRUE(driver.waitFor(kArrived)) << driver.log();
+    EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    EXPECT_EQ(modeOf(penNode()), 0660U);
+    unplug();
+    EXPECT_TRUE(driver.waitFor(kRemoved)) << driver.log();
+    plug();
+    EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    EXPECT_EQ(driver.count(kArrived), 2U) << driver.log();
+    EXPECT_EQ(driver.count(kRefused), 0U) << driver.log();
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+}
+
+TEST_F(UnitPermission, AUnitThatIsThereAtTheStartIsTakenIntoUse) {
+    const PackagedRule rule;
+    plug();
+    settleUdev();
+    DriverProcess driver;
+    ASSERT_TRUE(driver.waitFor(kThereAtStart)) << driver.log();
+    EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    EXPECT_EQ(driver.count(kArrived), 0U) << driver.log();
+}
+
+TEST_F(UnitPermission, WithoutTheRuleOneLineNamesItAndAReplugWithItIsEnough) {
+    plug();
+    settleUdev();
+    ASSERT_EQ(modeOf(penNode()), 0600U);
+    DriverProcess driver;
+    ASSERT_TRUE(driver.waitFor(kRefused)) << driver.log();
+    EXPECT_EQ(driver.count("70-lightpen-nx7.rules in /etc/udev/rules.d, then unplug the unit"), 1U)
+        << driver.log();
+    // Whatever udev has to say of the nodes later, nothing has changed.
+    for (int again = 0; again < 3; ++again) {
+        ASSERT_EQ(runProgram({"udevadm", "trigger", "--subsystem-match=hidraw"}), 0);
+        settleUdev();
+    }
+    // Each plugging in is a new occasion.
+    replug();
+    ASSERT_TRUE(driver.waitFor(kRefused)) << driver.log();
+    EXPECT_EQ(driver.count(kRefused), 2U) << driver.log();
+
+    const PackagedRule rule;
+    replug();
+    EXPECT_TRUE(driver.waitFor(kArrived)) << driver.log();
+    EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    EXPECT_EQ(driver.count(kRefused), 2U) << driver.log();
+    EXPECT_EQ(driver.count(kArrived), 1U) << driver.log();
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+}
+
+// Holds udev up at each new node, before it comes to the permissions, until it is told to go on.
+class Delay {
+public:
+    void goOn() { writeFile(kGo, ""); }
+    ~Delay() {
+        goOn();
+        settleUdev();
+        std::filesystem::remove(kGo);
+    }
+
+private:
+    static constexpr const char* kGo = "/run/lightpen-delay-is-over";
+    RuleFile rule_{"05-delay.rules",
+                   std::string("ACTION==\"add\", SUBSYSTEM==\"hidraw\", PROGRAM=\"/bin/sh -c '") +
+                       "while [ ! -e " + kGo + " ]; do sleep 0.1; done'\"\n"};
+};
+
+TEST_F(UnitPermission, ANodeThatIsShutWhileUdevIsAtWorkIsWaitedFor) {
+    const PackagedRule rule;
+    Delay delay;
+    DriverProcess driver;
+    ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
+    plug();
+    EXPECT_EQ(modeOf(penNode()), 0600U);
+    EXPECT_EQ(driver.count(kArrived), 0U) << driver.log();
+    delay.goOn();
+    ASSERT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    EXPECT_EQ(modeOf(penNode()), 0660U);
+    settleUdev();
+    EXPECT_EQ(driver.count(kRefused), 0U) << driver.log();
+    EXPECT_EQ(driver.count(kArrived), 1U) << driver.log();
+    EXPECT_EQ(driver.count(kFlashRead), 1U) << driver.log();
+}
+
+TEST_F(UnitPermission, AStartWhileUdevIsAtWorkFindsTheUnitAfterwards) {
+    const PackagedRule rule;
+    Delay delay;
+    plug();
+    DriverProcess driver;
+    ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
+    EXPECT_TRUE(waitUntil([&] { return driver.count(kStarted) == 1; })) << driver.log();
+    EXPECT_EQ(modeOf(penNode()), 0600U);
+    EXPECT_EQ(driver.count(kThereAtStart), 0U) << driver.log();
+    delay.goOn();
+    ASSERT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
+    settleUdev();
+    EXPECT_EQ(driver.count(kRefused), 0U) << driver.log();
+    EXPECT_EQ(driver.count(kArrived), 1U) << driver.log();
+    EXPECT_EQ(driver.count(kFlashRead), 1U) << driver.log();
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// The driver program and a unit whose plug is pulled in a stroke, or while the driver waits for it; the
+// pointer is watched where a desktop would listen to it.
+#include <gtest/gtest.h>
+
+#include "kernel/support/UnplugFixture.h"
+
+namespace lightpen::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class UnplugTest : public UnplugFixture {};
+
+TEST_F(UnplugTest, InAStrokeReleasesTheButton) {
+    plugIn();
+    expectToWork();
+    press();
+    EXPECT_TRUE(pointer_->buttonDown());
+    unit_.unplug();
+    ASSERT_TRUE(pointer_->waitForReleases(presses_)) << "the hand is still on the screen";
+    EXPECT_FALSE(pointer_->buttonDown());
+    ASSERT_TRUE(driver_.waitFor(kRemoved));
+    unit_.lift();
+    plugIn();
+    expectToWork();
+    expectToEnd();
+}
+
+// The driver waits for an answer for as long as the unit is there.
+TEST_F(UnplugTest, EndsTheWaitForAUnitThatNeverAnswers) {
+    unit_.faults()->silent = true;
+    plugIn();
+    ASSERT_TRUE(driver_.waitFor(kReading));
+    EXPECT_FALSE(driver_.waitFor(kRead, 3s));
+    unit_.unplug();
+    ASSERT_TRUE(driver_.waitFor(kRemoved));
+    unit_.faults()->silent = false;
+    plugIn();
+    expectToWork();
+    expectToEnd();
+}
+
+TEST_F(UnplugTest, IsNotNeededToEndTheProgramWhileTheUnitNeverAnswers) {
+    unit_.faults()->silent = true;
+    plugIn();
+    ASSERT_TRUE(driver_.waitFor(kReading));
+    EXPECT_FALSE(driver_.waitFor(kRead, 1s));
+    expectToEnd();
+}
+
+TEST_F(UnplugTest, IsNotNeededWhenTheUnitReadsItsCommandsLater) {
+    unit_.faults()->doesNotReadOutput = true;
+    plugIn();
+    ASSERT_TRUE(driver_.waitFor(kReading));
+    EXPECT_FALSE(driver_.waitFor(kRead, 6s)) << "longer than the kernel's own patience";
+    unit_.faults()->doesNotReadOutput = false;
+    expectToWork();
+    expectToEnd();
+}
+
+TEST_F(UnplugTest, EndsTheWaitForAUnitThatReadsNoCommands) {
+    unit_.faults()->doesNotReadOutput = true;
+    plugIn();
+    ASSERT_TRUE(driver_.waitFor(kReading));
+    EXPECT_FALSE(driver_.waitFor(kRead, 1s));
+    unit_.unplug();
+    ASSERT_TRUE(driver_.waitFor(kRemoved));
+    unit_.faults()->doesNotReadOutput = false;
+    plugIn();
+    expectToWork();
+    expectToEnd();
+}
+
+} // namespace
+} // namespace lightpen::test

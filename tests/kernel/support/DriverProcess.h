@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/Pipe.h"
+#include "support/TemporaryDirectory.h"
+
+namespace lightpen {
+
+// How the driver program runs: as an ordinary user, who has nothing but these groups and variables.
+struct DriverOptions {
+    uid_t user = 65534; // and the group of this number
+    // What the packaged rule gives a user: the unit, and the pointer device. A group that this system does
+    // not have is left out.
+    std::vector<std::string> groups = {"plugdev", "input"};
+    // Beside PATH, LANG, and HOME and XDG_RUNTIME_DIR, which are new and empty folders of the user's.
+    std::map<std::string, std::string> environment = {{"QT_QPA_PLATFORM", "offscreen"}};
+    std::string program = LIGHTPEN_PROGRAM;
+};
+
+// The driver program, running beside the test with its log in the test's hand. The test must be root. Any
+// thread.
+class DriverProcess {
+public:
+    using Seconds = std::chrono::seconds;
+
+    // Returns when the program has been started, not when it is ready for anything.
+    explicit DriverProcess(DriverOptions options = {});
+    // Asks it to end, insists after five seconds, and waits for it.
+    ~DriverProcess();
+    DriverProcess(const DriverProcess&) = delete;
+    DriverProcess& operator=(const DriverProcess&) = delete;
+
+    pid_t pid() const { return pid_; }
+    // Whether it has not ended yet.
+    bool running();
+    // Asks it to end and waits for that: its exit status, or -1 when it had to be killed or a signal ended
+    // it.
+    int end(Seconds patience = Seconds(5));
+
+    // Waits for a line with this text behind the last line that was waited for; later waits look behind it.
+    // False when there was none in time; the place is then as before.
+    bool waitFor(const std::string& text, Seconds patience = Seconds(20));
+    // From here on waitFor looks only at lines that come later.
+    void skipLog();
+    // How many lines with this text there are since the start.
+    std::size_t count(const std::string& text) const;
+    // All lines since the start, for a failing test's message.
+    std::string log() const;
+
+    // What it holds at the moment.
+    std::size_t openDescriptors() const;
+    std::size_t threads() const;
+
+private:
+    void readLog();
+    [[noreturn]] static void become(uid_t user, const std::vector<gid_t>& groups, int program, int log,
+                                    char* const* command, char* const* environment);
+    std::vector<std::string> environmentFor(const DriverOptions& options) const;
+    bool reap(bool wait);
+
+    TemporaryDirectory home_;
+    Pipe log_;
+    pid_t pid_ = -1;
+    bool ended_ = false;
+    int status_ = -1;
+    mutable std::mutex mutex_; // guards the lines
+    std::condition_variable newLine_;
+    std::vector<std::string> lines_;
+    std::size_t next_ = 0; // the first line that waitFor looks at
+    bool stop_ = false;
+    std::thread reader_;
+};
+
+} // namespace lightpen

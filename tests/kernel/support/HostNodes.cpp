@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include "kernel/support/HostNodes.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
+#include <variant>
+
+#include "linux_desktop/HidDescriptor.h"
+
+namespace lightpen::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contentOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string lineOf(const fs::path& path) {
+    std::string text = contentOf(path);
+    return text.substr(0, text.find('\n'));
+}
+
+std::int32_t hexadecimalOf(const fs::path& path) {
+    return static_cast<std::int32_t>(std::strtol(lineOf(path).c_str(), nullptr, 16));
+}
+
+} // namespace
+
+std::vector<HostNode> hostNodes() {
+    std::vector<HostNode> nodes;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator("/sys/class/hidraw", error)) {
+        const fs::path hid = fs::canonical(entry.path() / "device", error);
+        const fs::path interface = hid.parent_path();
+        const fs::path device = interface.parent_path();
+        if (error || !fs::exists(interface / "bInterfaceNumber", error))
+            continue;
+        const std::string descriptor = contentOf(hid / "report_descriptor");
+        nodes.push_back({"/dev/" + entry.path().filename().string(),
+                         hexadecimalOf(interface / "bInterfaceNumber"),
+                         hexadecimalOf(device / "idVendor"),
+                         hexadecimalOf(device / "idProduct"),
+                         lineOf(device / "manufacturer"),
+                         {descriptor.begin(), descriptor.end()}});
+    }
+    std::sort(nodes.begin(), nodes.end(), [](const HostNode& left, const HostNode& right) {
+        return left.interfaceNumber < right.interfaceNumber;
+    });
+    return nodes;
+}
+
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+std::vector<HostNode> waitForNodes(std::size_t count) {
+    waitUntil([count] { return hostNodes().size() == count; });
+    return hostNodes();
+}
+
+std::unique_ptr<HidrawDevice> deviceOf(const std::vector<HostNode>& nodes, int interfaceNumber,
+                                       Clock& clock) {
+    const auto node = std::find_if(nodes.begin(), nodes.end(), [&](const HostNode& candidate) {
+        return candidate.interfaceNumber == interfaceNumber;
+    });
+    if (node == nodes.end())
+        return nullptr;
+    const auto parsed = parseHidDescriptor(node->descriptor);
+    const auto* descriptor = std::get_if<HidDescriptor>(&parsed);
+    if (!descriptor || descriptor->inputReports.empty())
+        return nullptr;
+    HidrawNode hidraw{node->devnode, descriptor->inputReports.front(), {}, {}, {}};
+    hidraw.open = [devnode = node->devnode](FileDescriptor& file) { return openHidrawNode(devnode, file); };
+    return std::make_unique<HidrawDevice>(std::move(hidraw), clock);
+}
+
+} // namespace lightpen::test

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "platform/FileDescriptor.h"
+
+namespace lightpen::test {
+
+// What a desktop would be told by the driver's pointer device: its evdev node.
+class PointerWatch {
+public:
+    // Waits for the device of this name; without it, nothing is ever seen.
+    explicit PointerWatch(const std::string& name = "LightPenNX7 pointer");
+
+    bool found() const { return static_cast<bool>(node_); }
+    // So often the left button was pressed, and released, since the start.
+    int presses();
+    int releases();
+    // Wait until there were so many.
+    bool waitForPresses(int count, std::chrono::milliseconds patience = std::chrono::seconds(10));
+    bool waitForReleases(int count, std::chrono::milliseconds patience = std::chrono::seconds(10));
+    // Whether the kernel holds the left or the right button down.
+    bool buttonDown();
+
+private:
+    void readAll();
+
+    FileDescriptor node_;
+    int presses_ = 0;
+    int releases_ = 0;
+};
+
+} // namespace lightpen::test

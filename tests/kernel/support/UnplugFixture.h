@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "emulator/GadgetBus.h"
+#include "kernel/support/DriverProcess.h"
+#include "kernel/support/PointerWatch.h"
+#include "linux_desktop/SystemClock.h"
+
+namespace lightpen::test {
+
+// The driver program, and a unit of the kernel's that is not plugged in yet.
+class UnplugFixture : public testing::Test {
+protected:
+    // Lines of the driver.
+    static constexpr const char* kAdded = "Event n:647";
+    static constexpr const char* kReading = "Event n:914";
+    static constexpr const char* kRead = "Event n:1187";
+    static constexpr const char* kArmed = "Event n:1790";
+    static constexpr const char* kRemoved = "Event n:594";
+
+    UnplugFixture() {
+        unit_.information()->OPmode = 3; // so that all kinds of commands are sent
+        unit_.flash()->store(unit_.seen({100, 75}), unit_.seen({700, 80}), unit_.seen({105, 720}),
+                             unit_.seen({690, 710}));
+    }
+    ~UnplugFixture() override {
+        if (HasFailure())
+            std::printf("--- the driver's log:\n%s--- end of the driver's log\n", driver_.log().c_str());
+    }
+    void SetUp() override {
+        ASSERT_TRUE(driver_.waitFor("Pointer: events go through uinput"));
+        pointer_ = std::make_unique<PointerWatch>();
+        ASSERT_TRUE(pointer_->found());
+    }
+
+    void plugIn() {
+        driver_.skipLog();
+        unit_.plug();
+    }
+    // The unit that is plugged in, or will be by itself, is read whole and moves the pointer.
+    void expectToWork() {
+        ASSERT_TRUE(driver_.waitFor(kRead));
+        // Reports arm the pointer, and the unit sends them for a second only; on a machine that is slow
+        // enough to miss them the first touch does it.
+        driver_.waitFor(kArmed, std::chrono::seconds(2));
+        press();
+        unit_.lift();
+        ASSERT_TRUE(pointer_->waitForReleases(presses_));
+        EXPECT_EQ(pointer_->presses(), presses_);
+        EXPECT_FALSE(pointer_->buttonDown());
+    }
+    // The hand touches the screen, and stays there; the second time if need be.
+    void press() {
+        unit_.touch({301, 522});
+        if (!pointer_->waitForPresses(presses_ + 1, std::chrono::seconds(2))) {
+            unit_.lift();
+            ASSERT_TRUE(driver_.waitFor(kArmed));
+            unit_.touch({301, 522});
+        }
+        ASSERT_TRUE(pointer_->waitForPresses(presses_ + 1));
+        ++presses_;
+    }
+    // The program still does what it is told.
+    void expectToEnd() { EXPECT_EQ(driver_.end(), 0); }
+
+    SystemClock clock_;
+    GadgetBus bus_{clock_};
+    CameraUnit& unit_ = bus_.addUnit({.reportLength = 32});
+    // As root, so that no rule decides what is seen here.
+    DriverProcess driver_{{.user = 0, .groups = {}}};
+    std::unique_ptr<PointerWatch> pointer_;
+    int presses_ = 0;
+};
+
+// Where in the opening the plug is pulled: around a command of the unit, or so long after it took it.
+struct UnplugStep {
+    char command;
+    int occurrence;
+    UnplugPoint::When when;
+    Microseconds later{};
+};
+
+inline std::string nameOfStep(const testing::TestParamInfo<UnplugStep>& step) {
+    constexpr const char* kWhen[]{"BeforeCommand", "AfterCommand", "BeforeReply", "MidReply", "AfterReply"};
+    const auto& [command, occurrence, when, later] = step.param;
+    return command + std::to_string(occurrence) + kWhen[static_cast<std::size_t>(when)] +
+           (later.count() > 0 ? std::to_string(later.count() / 1000) + "ms" : "");
+}
+
+class UnplugStepFixture : public UnplugFixture, public testing::WithParamInterface<UnplugStep> {
+protected:
+    static constexpr Microseconds kAway = std::chrono::milliseconds(300);
+
+    void pullThere() {
+        const UnplugStep& step = GetParam();
+        if (step.later > Microseconds::zero())
+            return pullLater(step);
+        unit_.faults()->unplug = UnplugPoint{.command = static_cast<std::uint8_t>(step.command),
+                                             .occurrence = step.occurrence,
+                                             .when = step.when,
+                                             .replyBytes = 5,
+                                             .replugAfter = kAway};
+    }
+    // What the plug does to this opening; the unit is back after that by itself.
+    void expectToBeMadeGood() {
+        pullThere();
+        plugIn();
+        ASSERT_TRUE(driver_.waitFor(kAdded));
+        ASSERT_TRUE(driver_.waitFor(kRemoved)) << "the opening ends";
+        ASSERT_TRUE(driver_.waitFor(kAdded)) << "the unit is found again";
+        expectToWork();
+        expectToEnd();
+    }
+
+private:
+    void pullLater(const UnplugStep& step) {
+        unit_.onOutput(
+            [this, step, seen = 0](Microseconds now, std::span<const std::uint8_t> report) mutable {
+                if (report.empty() || report[0] != static_cast<std::uint8_t>(step.command) ||
+                    ++seen != step.occurrence)
+                    return;
+                unit_.schedule(now + step.later, [](CameraUnit& unit) { unit.unplug(); });
+                unit_.schedule(now + step.later + kAway, [](CameraUnit& unit) { unit.plug(); });
+            });
+    }
+};
+
+} // namespace lightpen::test

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "kernel/support/Xorg.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "support/Eventually.h"
+
+namespace lightpen {
+
+namespace {
+
+// It shares the terminal that the guest has none of, and lets everybody in: nobody else is there.
+std::vector<std::string> commandWith(const std::string& logFile) {
+    return {"Xorg",      "-displayfd", "%fd%",      "-config",     LIGHTPEN_XORG_CONFIG,
+            "-logfile",  logFile,      "-sharevts", "-novtswitch", "-noreset",
+            "-nolisten", "tcp",        "-ac"};
+}
+
+// How often the log of an X server says that it has taken a device of this name into use.
+std::size_t timesAddedIn(const std::string& log, const std::string& device) {
+    const std::string line = "XINPUT: Adding extended input device \"" + device + "\"";
+    std::size_t count = 0;
+    for (std::size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + line.size()))
+        ++count;
+    return count;
+}
+
+} // namespace
+
+Xorg::Xorg() {
+    const std::string number = startAndReadLine(server_, commandWith(folder_.file("log")));
+    if (number.empty())
+        throw std::runtime_error("Xorg did not start. Its log:\n" + log());
+    display_ = ":" + number;
+}
+
+void Xorg::enter() const {
+    setenv("DISPLAY", display_.c_str(), 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    unsetenv("WAYLAND_DISPLAY");
+    unsetenv("XDG_SESSION_TYPE");
+}
+
+std::string Xorg::log() const {
+    return readFile(folder_.file("log"));
+}
+
+std::size_t Xorg::timesAdded(const std::string& device) const {
+    return timesAddedIn(log(), device);
+}
+
+bool Xorg::awaitAdded(const std::string& device, std::size_t before) const {
+    return eventually([&] { return timesAdded(device) > before; });
+}
+
+} // namespace lightpen
