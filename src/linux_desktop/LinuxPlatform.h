@@ -55,6 +55,8 @@ public:
     ServiceRegistry& registry() { return registry_; }
     // For windows that belong on the main screen.
     QtDesktop& desktop() { return desktop_; }
+    // The log in force, for a program that puts one of its own before it.
+    StderrLog& log() { return log_; }
 
 private:
     // Every line goes through the log that does not wait, from before the first part to after the last.
