@@ -13,18 +13,11 @@
 #include <thread>
 
 #include "support/Pipe.h"
+#include "support/ProgramArguments.h"
 
 namespace lightpen {
 
 namespace {
-
-std::vector<char*> pointersTo(std::vector<std::string>& strings) {
-    std::vector<char*> pointers;
-    for (std::string& string : strings)
-        pointers.push_back(string.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 std::vector<std::string> environmentWith(const std::map<std::string, std::string>& additions) {
     std::vector<std::string> entries;

@@ -15,18 +15,11 @@
 #include <stdexcept>
 
 #include "platform/FileDescriptor.h"
+#include "support/ProgramArguments.h"
 
 namespace lightpen {
 
 namespace {
-
-std::vector<char*> pointersTo(std::vector<std::string>& strings) {
-    std::vector<char*> pointers;
-    for (std::string& string : strings)
-        pointers.push_back(string.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 std::vector<gid_t> numbersOf(const std::vector<std::string>& groups) {
     std::vector<gid_t> numbers;
