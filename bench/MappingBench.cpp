@@ -3,6 +3,7 @@
 #include <cmath>
 #include <random>
 
+#include "bench/IdlePlatform.h"
 #include "bench/RatioReport.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "platform/Log.h"
@@ -17,7 +18,6 @@ namespace {
 
 // A power of two, so that walking round the inputs costs next to nothing.
 constexpr std::size_t kInputs = 1024;
-constexpr ScreenRect kScreen{{0, 0}, {1920, 1080}};
 constexpr ScreenRect kTargets{{170, 75}, {1580, 930}};
 
 class DiscardingLog final : public LogSink {
@@ -78,7 +78,9 @@ BENCHMARK(mapWithLogDiscarded);
 void mapByTheCenterWithLogDiscarded(benchmark::State& state) {
     DiscardingLog log;
     setLogSink(&log);
-    KVRCalibrationCenter center(0, kScreen);
+    NoPointer pointer;
+    const IdlePlatform desk(pointer);
+    KVRCalibrationCenter center(0, kClearColor, 0, Screen{"main", kScreen});
     const _KVRQuadPoints& quad = quads().front();
     center.setCalibrationPoints(std::make_shared<const PointList>(
         PointList{quad.topLeft, quad.topRight, quad.bottomLeft, quad.bottomRight}));
@@ -205,14 +207,18 @@ void printDeviation() {
 } // namespace lightpen::bench
 
 int main(int argc, char** argv) {
-    const int status = lightpen::bench::runWithRatios(
-        argc, argv,
-        {{"one point without its log line : perspectiveTransform", "mapWithoutLogLine", "openCVMapPoint", 1},
-         {"one point, its line discarded : the same", "mapWithLogDiscarded", "openCVMapPoint"},
-         {"one point by the session, its line discarded", "mapByTheCenterWithLogDiscarded", "openCVMapPoint"},
-         {"16 points : the same", "mapBlock/16", "openCVMapBlock/16"},
-         {"1024 points : the same", "mapBlock/1024", "openCVMapBlock/1024"},
-         {"calculateConstant : getPerspectiveTransform", "solve", "openCVSolve", 1}});
+    const int status = lightpen::bench::withApplication(argc, argv, [&] {
+        return lightpen::bench::runWithRatios(
+            argc, argv,
+            {{"one point without its log line : perspectiveTransform", "mapWithoutLogLine", "openCVMapPoint",
+              1},
+             {"one point, its line discarded : the same", "mapWithLogDiscarded", "openCVMapPoint"},
+             {"one point by the session, its line discarded", "mapByTheCenterWithLogDiscarded",
+              "openCVMapPoint"},
+             {"16 points : the same", "mapBlock/16", "openCVMapBlock/16"},
+             {"1024 points : the same", "mapBlock/1024", "openCVMapBlock/1024"},
+             {"calculateConstant : getPerspectiveTransform", "solve", "openCVSolve", 1}});
+    });
     if (status == 0)
         lightpen::bench::printDeviation();
     return status;

@@ -8,19 +8,17 @@
 #include <cstdlib>
 #include <memory>
 
+#include "bench/IdlePlatform.h"
 #include "bench/RatioReport.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
 #include "linux_desktop/StderrLog.h"
-#include "platform/Platform.h"
 #include "platform/ReportFanOut.h"
-#include "platform/ServiceRegistry.h"
 
 namespace lightpen::bench {
 namespace {
 
-constexpr ScreenRect kScreen{{0, 0}, {1920, 1080}};
 constexpr IOHIDElementCookie kCookie = 17;
 constexpr std::size_t kReportLength = 32;
 // A power of two, so that walking round the reports costs next to nothing.
@@ -86,50 +84,6 @@ private:
     Sink sink_{"/dev/null"};
 };
 
-class SleeplessClock final : public Clock {
-public:
-    Microseconds now() override { return Microseconds{1}; }
-    void sleep(Microseconds) override {}
-};
-
-// Nobody waits on the main thread's answers, so nothing is performed.
-class IdleRunLoop final : public RunLoop {
-public:
-    void addCommonMode(std::string_view) override {}
-    bool containsSource(const RunLoopSourceRef&, std::string_view) const override { return false; }
-    void addSource(const RunLoopSourceRef&, std::string_view) override {}
-    void performOnMainThread(PerformRequest request) override { benchmark::DoNotOptimize(&request); }
-    void performAfterDelay(PerformRequest, Microseconds) override {}
-    void cancelPreviousPerformRequests(const void*, std::string_view, std::string_view) override {}
-    void runFor(Microseconds) override {}
-    void terminate(int) override {}
-    bool terminating() const override { return false; }
-    void exitProcess(int status) override { std::exit(status); }
-};
-
-class NoThreads final : public Threads {
-public:
-    void detachNewThread(std::function<void()>) override {}
-    bool setThreadPriority(double) override { return false; }
-};
-
-class NoBroadcast final : public DistributedNotificationCenter {
-public:
-    void postNotificationName(std::string_view) override {}
-};
-
-class OneScreen final : public Desktop {
-public:
-    std::optional<ScreenRect> mainScreenFrame() const override { return kScreen; }
-};
-
-class NoDefaults final : public UserDefaults {
-public:
-    void registerDefaults(std::map<std::string, DefaultsValue, std::less<>>) override {}
-    std::optional<DefaultsValue> objectForKey(std::string_view) const override { return std::nullopt; }
-    bool setObject(std::string_view, DefaultsValue) override { return false; }
-};
-
 // What the camera sees of the four targets.
 const _KVRQuadPoints kSeen{{450, 350}, {2100, 300}, {2200, 1650}, {350, 1550}};
 
@@ -153,8 +107,7 @@ const std::vector<std::array<std::uint8_t, kReportLength>>& reports() {
 class DrivenPen {
 public:
     explicit DrivenPen(LogSink& log) {
-        Platform::setCurrent(&platform_);
-        registry_.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
+        desk_.registry.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
         setLogSink(&log);
         sharedState = SharedState{};
         center_->setCalibrationPoints(std::make_shared<const PointList>(
@@ -167,10 +120,7 @@ public:
         sharedState.unitOpen = sharedState.deviceDelegateQueried = sharedState.mouseArmed = 1;
         sharedState.strayLightLevel = 0;
     }
-    ~DrivenPen() {
-        setLogSink(nullptr);
-        Platform::setCurrent(nullptr);
-    }
+    ~DrivenPen() { setLogSink(nullptr); }
     DrivenPen(const DrivenPen&) = delete;
     DrivenPen& operator=(const DrivenPen&) = delete;
 
@@ -182,19 +132,11 @@ public:
     long posted() const { return pointer_.posted; }
 
 private:
-    SleeplessClock clock_;
-    IdleRunLoop runLoop_;
-    ServiceRegistry registry_{runLoop_, clock_};
     WritingPointer pointer_;
-    NoThreads threads_;
-    NotificationCenter notifications_;
-    NoBroadcast broadcast_;
-    OneScreen desktop_;
-    NoDefaults defaults_;
-    Platform platform_{registry_,      pointer_,   runLoop_, clock_,   threads_,
-                       notifications_, broadcast_, desktop_, defaults_};
-    ReportFanOut fanOut_{clock_, kCookie, kReportLength};
-    std::shared_ptr<KVRCalibrationCenter> center_ = std::make_shared<KVRCalibrationCenter>(0, kScreen);
+    IdlePlatform desk_{pointer_};
+    ReportFanOut fanOut_{desk_.clock, kCookie, kReportLength};
+    std::shared_ptr<KVRCalibrationCenter> center_ =
+        std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, Screen{"main", kScreen});
     EventGeneratorNX7 driver_;
     PointThreadState thread_;
 };
@@ -269,10 +211,12 @@ BENCHMARK(leastForAReport);
 } // namespace lightpen::bench
 
 int main(int argc, char** argv) {
-    return lightpen::bench::runWithRatios(
-        argc, argv,
-        {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
-         {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
-         {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
-         {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
+    return lightpen::bench::withApplication(argc, argv, [&] {
+        return lightpen::bench::runWithRatios(
+            argc, argv,
+            {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
+             {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
+             {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
+             {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
+    });
 }

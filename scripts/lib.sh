@@ -137,6 +137,14 @@ start_server() {
     }
 }
 
+# start_screen WIDTHxHEIGHT: starts an X server of our own and makes it the display of what follows.
+start_screen() {
+    start_server "screen-$1" Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp
+    export DISPLAY=:$server_address
+    unset WAYLAND_DISPLAY XAUTHORITY
+    export QT_QPA_PLATFORM=xcb
+}
+
 # Starts an X server and a message bus of our own, with a private run-time folder, and points the environment at
 # them. The bus knows no services to start, so nothing but ours ever runs on it.
 start_display() {
@@ -151,8 +159,5 @@ start_display() {
 XML
     start_server bus dbus-daemon --config-file="$work_directory/bus.conf" --nofork --nopidfile --print-address=3
     export DBUS_SESSION_BUS_ADDRESS=$server_address
-    start_server screen Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp
-    export DISPLAY=:$server_address
-    unset WAYLAND_DISPLAY XAUTHORITY
-    export QT_QPA_PLATFORM=xcb
+    start_screen 1280x720
 }

@@ -1,113 +1,110 @@
 // SPDX-License-Identifier: MIT
+// The centre's making, and its properties.
 #include "calibration/KVRCalibrationCenter.h"
 
-#include "platform/Log.h"
+#include <utility>
+
+#include "calibration/KVRCalibrationTarget.h"
+#include "calibration/KVRCalibrationWindow.h"
+#include "calibration/ViewAnimation.h"
 #include "platform/Platform.h"
 
 namespace lightpen {
 
 namespace {
 
-// What no calibrator's result is taken for.
-constexpr ScreenPoint kNoResult{-1, -1};
+constexpr WindowRect kFirstTargetFrame{{0, 0}, {20, 20}};
 
 } // namespace
 
-KVRCalibrationCenter::KVRCalibrationCenter(std::int32_t mode, std::optional<ScreenRect> screen)
-    : _mode(mode), _calibrationScreen(screen) {}
+const std::shared_ptr<KVRCalibrationCenter>& KVRCalibrationCenter::defaultCenter() {
+    static const auto* const center = [] {
+        const auto screens = Platform::current().desktop.screens();
+        return new std::shared_ptr(std::make_shared<KVRCalibrationCenter>(
+            0, kClearColor, 0, screens.empty() ? std::nullopt : std::optional(screens.front())));
+    }();
+    return *center;
+}
 
-void KVRCalibrationCenter::setCalibrationScreen(std::optional<ScreenRect> screen) {
+KVRCalibrationCenter::KVRCalibrationCenter(std::int32_t mode, std::optional<Color> backgroundColor,
+                                           std::uint32_t targetBezelStyle, std::optional<Screen> screen)
+    : _mode(mode), _backgroundColor(backgroundColor) {
+    setCalibrationTarget(std::make_shared<KVRCalibrationTarget>(kFirstTargetFrame, targetBezelStyle));
+    setCalibrationScreen(std::move(screen));
+    setCalibrationBeep(Platform::current().sounds.soundNamed("Tink"));
+    Platform::current().notifications.addObserver(
+        this, kCalibrationDidCanceled, nullptr,
+        [this](const Notification& notification) { calibrationDidCancel(notification); });
+}
+
+KVRCalibrationCenter::~KVRCalibrationCenter() {
+    Platform::current().notifications.removeObserver(this);
+    stopAnimation();
+    // Whoever else holds the target keeps it.
+    if (_calibrationTarget)
+        _calibrationTarget->removeFromSuperview();
+}
+
+void KVRCalibrationCenter::setBackgroundColor(std::optional<Color> color) {
+    if (color)
+        _backgroundColor = color;
+}
+
+void KVRCalibrationCenter::setTargetBackgroundColor(std::optional<Color> color) {
+    if (_calibrationTarget)
+        _calibrationTarget->setBackgroundColor(color);
+}
+
+std::optional<Color> KVRCalibrationCenter::targetBackgroundColor() const {
+    return _calibrationTarget ? _calibrationTarget->backgroundColor() : std::nullopt;
+}
+
+void KVRCalibrationCenter::setTargetBezelStyle(std::uint32_t bezelStyle) {
+    if (_calibrationTarget)
+        _calibrationTarget->setBezelStyle(bezelStyle);
+}
+
+std::uint32_t KVRCalibrationCenter::targetBezelStyle() const {
+    return _calibrationTarget ? _calibrationTarget->bezelStyle() : 0;
+}
+
+void KVRCalibrationCenter::setTargetSize(Size size) {
+    if (_calibrationTarget)
+        _calibrationTarget->setFrameSize(size);
+}
+
+Size KVRCalibrationCenter::targetSize() const {
+    const auto frame = targetFrame_.load();
+    return frame ? frame->load().size : Size();
+}
+
+void KVRCalibrationCenter::setCalibrationTarget(std::shared_ptr<KVRCalibrationTarget> target) {
+    if (target == _calibrationTarget)
+        return;
+    if (_calibrationTarget)
+        _calibrationTarget->removeFromSuperview();
+    _calibrationTarget = std::move(target);
+    targetFrame_ = _calibrationTarget ? _calibrationTarget->sharedFrame() : nullptr;
+    if (_calibrationTarget && _calibrationWindow)
+        _calibrationTarget->addToSuperview(_calibrationWindow->contentView());
+}
+
+void KVRCalibrationCenter::setCalibrationScreen(std::optional<Screen> screen) {
     if (screen)
-        _calibrationScreen = screen;
+        _calibrationScreen = std::move(screen);
 }
 
-void KVRCalibrationCenter::setGridFor(std::int64_t totalPoints) {
-    _totalPoints = totalPoints;
-    const TargetGrid grid = TargetGrid::forTotalPoints(totalPoints);
-    setCalibrationRows(grid.rows, grid.columns);
+std::optional<Screen> KVRCalibrationCenter::calibrationScreen() const {
+    if (_calibrationScreen)
+        for (const Screen& screen : Platform::current().desktop.screens())
+            if (screen.name == _calibrationScreen->name)
+                return screen;
+    return _calibrationScreen;
 }
 
-void KVRCalibrationCenter::setTotalPoints(std::int64_t totalPoints) {
-    setGridFor(totalPoints);
-    calibrators_ = std::make_shared<const CalibratorList>();
-}
-
-void KVRCalibrationCenter::setCalibrationRows(std::int64_t rows, std::int64_t columns) {
-    _rows = rows;
-    _columns = columns;
-}
-
-void KVRCalibrationCenter::setCalibrationPoints(const PointListRef& points) {
-    const PointListRef taken = points ? points : std::make_shared<const PointList>();
-    setGridFor(static_cast<std::int64_t>(taken->size()));
-    _calibrationPoints = taken;
-    // In one step, so that a pen that is down meanwhile is never without a calibration.
-    auto list = std::make_shared<CalibratorList>();
-    addCalibrators(*list);
-    calibrators_ = std::move(list);
-}
-
-void KVRCalibrationCenter::createCalibrator() {
-    auto list = std::make_shared<CalibratorList>(*calibrators());
-    addCalibrators(*list);
-    calibrators_ = std::move(list);
-}
-
-void KVRCalibrationCenter::addCalibrators(CalibratorList& list) const {
-    const PointListRef points = calibrationPoints();
-    if (!points || points->empty())
-        return;
-    logLine("KVR n:279 _calibrationPoints: %s", describe(points).c_str());
-    const TargetGrid grid{_rows, _columns};
-    const CellSize size = cellSize(grid, _calibrationScreen ? _calibrationScreen->size : Size());
-    logLine("KVR n:284 rectWidth : %d rectHeight : %d", size.width, size.height);
-    if (!grid.isCoveredBy(points->size())) {
-        logLine(
-            "KVR: %zu calibration points are too few for %lld by %lld targets; the pen stays uncalibrated",
-            points->size(), static_cast<long long>(_rows), static_cast<long long>(_columns));
-        return;
-    }
-    for (const auto& [at, rectangle] : targetCells(grid, size)) {
-        logLine("KVR n:288 create calibrator using point : %d %d %d %d, destination rectangle :%s",
-                static_cast<int>(at[0]), static_cast<int>(at[1]), static_cast<int>(at[2]),
-                static_cast<int>(at[3]), NSStringFromRect(rectangle).c_str());
-        list.push_back(calibratorWithPoints(
-            {(*points)[at[0]], (*points)[at[1]], (*points)[at[2]], (*points)[at[3]]}, rectangle));
-    }
-}
-
-std::shared_ptr<Calibrator>
-KVRCalibrationCenter::calibratorWithPoints(const std::array<CameraPoint, 4>& points,
-                                           const ScreenRect& destinationRectangle) const {
-    // The list goes row by row, the quadrilateral clockwise.
-    const _KVRQuadPoints quad{points[0], points[1], points[3], points[2]};
-    return Calibrator::calibratorWithSourceQuadPoints(quad, destinationRectangle);
-}
-
-ScreenPoint KVRCalibrationCenter::mapPointFrom(CameraPoint point) {
-    const CalibratorListRef list = calibrators();
-    ScreenPoint result = kNoResult;
-    for (const auto& calibrator : *list) {
-        if (calibrator->pointInside(point)) {
-            result = calibrator->mapPointFrom(point);
-            break;
-        }
-    }
-    return result == kNoResult ? smallestOf(*list, point) : result;
-}
-
-ScreenPoint KVRCalibrationCenter::smallestOf(const CalibratorList& list, CameraPoint point) {
-    const auto screen = Platform::current().desktop.mainScreenFrame();
-    const Size size = screen ? screen->size : Size();
-    ScreenPoint smallest{size.width + 1, size.height + 1};
-    for (const auto& calibrator : list) {
-        const ScreenPoint mapped = calibrator->mapPointFrom(point);
-        if (mapped.x < smallest.x)
-            smallest.x = mapped.x;
-        if (mapped.y < smallest.y)
-            smallest.y = mapped.y;
-    }
-    return smallest;
+void KVRCalibrationCenter::setCalibrationBeep(const SoundRef& sound) {
+    if (sound && !(_calibrationBeep && *sound == *_calibrationBeep))
+        _calibrationBeep = sound;
 }
 
 } // namespace lightpen

@@ -8,10 +8,6 @@ namespace lightpen {
 
 namespace {
 
-// How far the outer targets stand from the screen's edges.
-constexpr double kSideMargin = 170;
-constexpr double kUpperMargin = 75;
-
 // Towards zero; what no 32-bit number can hold (a grid of one row divides by nothing) becomes the nearest
 // one that can, and what is no number becomes 0.
 std::int32_t truncated(double value) {
@@ -45,8 +41,8 @@ bool TargetGrid::isCoveredBy(std::size_t pointCount) const {
 }
 
 CellSize cellSize(const TargetGrid& grid, Size screen) {
-    return {truncated(screen.width / (static_cast<double>(grid.columns) - 1) - 2 * kSideMargin),
-            truncated(screen.height / (static_cast<double>(grid.rows) - 1) - 2 * kUpperMargin)};
+    return {truncated(screen.width / (static_cast<double>(grid.columns) - 1) - 2 * kTargetSideMargin),
+            truncated(screen.height / (static_cast<double>(grid.rows) - 1) - 2 * kTargetUpperMargin)};
 }
 
 std::vector<TargetCell> targetCells(const TargetGrid& grid, CellSize size) {
@@ -54,9 +50,9 @@ std::vector<TargetCell> targetCells(const TargetGrid& grid, CellSize size) {
     const auto rows = static_cast<std::size_t>(grid.rows < 2 ? 1 : grid.rows);
     const auto columns = static_cast<std::size_t>(grid.columns < 2 ? 1 : grid.columns);
     cells.reserve((rows - 1) * (columns - 1));
-    double y = kUpperMargin;
+    double y = kTargetUpperMargin;
     for (std::size_t row = 0; row + 1 < rows; ++row) {
-        double x = kSideMargin;
+        double x = kTargetSideMargin;
         for (std::size_t column = 0; column + 1 < columns; ++column) {
             const std::size_t upper = row * columns + column;
             const std::size_t lower = upper + columns;

@@ -10,6 +10,10 @@
 
 namespace lightpen {
 
+// How far the centres of the outer targets stand from the screen's edges: left and right, above and below.
+inline constexpr double kTargetSideMargin = 170;
+inline constexpr double kTargetUpperMargin = 75;
+
 // How the calibration targets stand on the screen. Pure values and functions; lengths in points.
 struct TargetGrid {
     std::int64_t rows = 0;

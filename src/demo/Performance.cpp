@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "demo/Waiting.h"
 #include "device/SharedState.h"
 
 namespace lightpen {
@@ -12,7 +13,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr Microseconds kSlice = milliseconds(20);
 constexpr Microseconds kOpeningPatience = seconds(20);
 constexpr Microseconds kRemovalPatience = seconds(5);
 constexpr Microseconds kSettled = milliseconds(400); // what was posted has arrived by then
@@ -57,7 +57,7 @@ std::string Performance::plugIn(const char* message) {
     const auto usable = [this] {
         return controller_->deviceConnected() && sharedState.unitOpen == 1 && sharedState.mouseArmed == 1;
     };
-    return waitUntil(usable, kOpeningPatience) ? "" : "The driver did not take the unit into use.";
+    return waitUntil(platform_, usable, kOpeningPatience) ? "" : "The driver did not take the unit into use.";
 }
 
 std::string Performance::writeAndDrag() {
@@ -97,7 +97,8 @@ std::string Performance::interruptStroke() {
     unit_.unplug();
     unit_.lift();
     touches_.push_back({start, platform_.clock.now(), from, std::nullopt, false});
-    if (!waitUntil([this] { return !controller_->deviceConnected(); }, kRemovalPatience))
+    if (!waitUntil(
+            platform_, [this] { return !controller_->deviceConnected(); }, kRemovalPatience))
         return "The driver did not notice that the unit was gone.";
     // The pauses of the removal come after its announcement.
     platform_.runLoop.runFor(seconds(1));
@@ -118,7 +119,9 @@ std::string Performance::play(const Hand& hand) {
     const Microseconds start = platform_.clock.now();
     unit_.play(hand);
     noteTouches(hand, start);
-    if (!waitUntil([this] { return unit_.toPlay() == Microseconds::zero(); }, hand.duration() + seconds(5)))
+    if (!waitUntil(
+            platform_, [this] { return unit_.toPlay() == Microseconds::zero(); },
+            hand.duration() + seconds(5)))
         return kEnded;
     platform_.runLoop.runFor(kSettled);
     return platform_.runLoop.terminating() ? kEnded : "";
@@ -135,14 +138,6 @@ void Performance::noteTouches(const Hand& hand, Microseconds start) {
 void Performance::say(const char* message) {
     std::puts(message);
     std::fflush(stdout);
-}
-
-template <class Condition>
-bool Performance::waitUntil(Condition condition, Microseconds patience) {
-    const Microseconds end = platform_.clock.now() + patience;
-    while (!condition() && platform_.clock.now() < end && !platform_.runLoop.terminating())
-        platform_.runLoop.runFor(kSlice);
-    return condition();
 }
 
 } // namespace lightpen

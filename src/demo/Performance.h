@@ -35,8 +35,6 @@ private:
     std::string play(const Hand& hand);
     void noteTouches(const Hand& hand, Microseconds start);
     void say(const char* message);
-    template <class Condition>
-    bool waitUntil(Condition condition, Microseconds patience);
 
     Platform& platform_;
     CanvasProcess& canvas_;

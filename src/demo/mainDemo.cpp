@@ -39,7 +39,9 @@ public:
                                                                                real.platform().notifications,
                                                                                broadcast_,
                                                                                real.platform().desktop,
-                                                                               real.platform().defaults} {}
+                                                                               real.platform().defaults,
+                                                                               real.platform().systemUI,
+                                                                               real.platform().sounds} {}
 
     Recording recording;
 

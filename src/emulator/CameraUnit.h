@@ -27,6 +27,7 @@
 #include "emulator/Guarded.h"
 #include "emulator/Hand.h"
 #include "emulator/Optics.h"
+#include "emulator/ScreenSight.h"
 #include "emulator/UnitSocket.h"
 #include "platform/UnitIdentifiers.h"
 
@@ -40,13 +41,6 @@ struct UnitDescription {
     std::int32_t productID = kUnitFirstProductID;
     std::string vendorName = "Emulated camera unit";
     Optics optics = Optics::straight({1280, 800});
-};
-
-// What the projector shows, as far as the camera is concerned: compact bright blobs, in screen points, and
-// whether all the rest is black.
-struct DisplayedPicture {
-    std::vector<ScreenPoint> blobs = {};
-    bool dark = false;
 };
 
 // All operations may be called from any thread. What is changed takes effect at the time of the socket's

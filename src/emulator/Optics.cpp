@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "emulator/Optics.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -14,8 +15,12 @@ Homography::Corners screenCorners(Size screen) {
     return {PlanePoint{0, 0}, {screen.width, 0}, {screen.width, screen.height}, {0, screen.height}};
 }
 
+Size withArea(Size screen) {
+    return screen.width > 0 && screen.height > 0 ? screen : Size{1, 1};
+}
+
 Optics preset(Size screen, const Optics::Corners& corners) {
-    if (const auto optics = Optics::fromCorners(screen, corners))
+    if (const auto optics = Optics::fromCorners(withArea(screen), corners))
         return *optics;
     return *Optics::fromCorners({1, 1}, corners);
 }
@@ -57,8 +62,23 @@ Optics Optics::strongKeystone(Size screen) {
     return preset(screen, {{610, 420}, {2090, 260}, {2270, 1650}, {330, 1430}});
 }
 
+// A pure turn: right angles stay right, and every length is as many camera units a point.
 Optics Optics::rotated(Size screen) {
-    return preset(screen, {{650, 270}, {2260, 590}, {1960, 1690}, {310, 1350}});
+    const Size area = withArea(screen);
+    constexpr double kAngle = std::numbers::pi / 12;
+    constexpr Size kSpan{2200, 1600}; // what the turned screen may take up
+    const double cosine = std::cos(kAngle);
+    const double sine = std::sin(kAngle);
+    const double across = area.width * cosine + area.height * sine;
+    const double down = area.width * sine + area.height * cosine;
+    const double scale = std::min(kSpan.width / across, kSpan.height / down);
+    const auto corner = [&](double right, double below) {
+        const double x = right * area.width / 2;
+        const double y = below * area.height / 2;
+        return CameraPoint{kCameraWidth / 2.0 + scale * (x * cosine - y * sine),
+                           kCameraHeight / 2.0 + scale * (x * sine + y * cosine)};
+    };
+    return preset(screen, {corner(-1, -1), corner(1, -1), corner(1, 1), corner(-1, 1)});
 }
 
 Optics& Optics::setNoise(double sigma, std::uint64_t seed) {

@@ -26,10 +26,11 @@ public:
 
     // None when three of the corners lie on a line or the screen has no area. The size is in screen points.
     static std::optional<Optics> fromCorners(Size screen, const Corners& corners);
-    // Three set-ups that leave room around the screen. The size must have an area; else it is taken as 1 x 1.
+    // Three set-ups that leave room around the screen, which fills more than half of the camera's width. The
+    // size must have an area; else it is taken as 1 x 1.
     static Optics straight(Size screen);       // the camera beside the lens of the projector
     static Optics strongKeystone(Size screen); // far below and to the left, so that no side is parallel
-    static Optics rotated(Size screen);        // tilted by some 12 degrees, and a little keystone
+    static Optics rotated(Size screen);        // turned by 15 degrees clockwise, and nothing else
 
     // The sensor's noise: the standard deviation of each coordinate in camera units. The same seed gives the
     // same noise at the same time.

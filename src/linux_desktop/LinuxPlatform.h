@@ -6,6 +6,8 @@
 
 #include "linux_desktop/DBusNotifications.h"
 #include "linux_desktop/LinuxPointer.h"
+#include "linux_desktop/LinuxSounds.h"
+#include "linux_desktop/LinuxSystemUI.h"
 #include "linux_desktop/QtDesktop.h"
 #include "linux_desktop/QtRunLoop.h"
 #include "linux_desktop/StderrLog.h"
@@ -52,6 +54,8 @@ public:
     ServiceRegistry& registry() { return registry_; }
     // For windows that belong on the main screen.
     QtDesktop& desktop() { return desktop_; }
+    // The log in force, for a program that puts one of its own before it.
+    StderrLog& log() { return log_; }
 
 private:
     // Every line goes through the log that does not wait, from before the first part to after the last.
@@ -81,6 +85,8 @@ private:
     std::unique_ptr<MachineUnits> machineUnits_;
     NotificationCenter notifications_;
     DBusNotifications distributedNotifications_;
+    LinuxSystemUI systemUI_;
+    LinuxSounds sounds_;
     Platform platform_;
 };
 

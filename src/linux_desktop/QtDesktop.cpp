@@ -76,6 +76,22 @@ void QtDesktop::watch(QScreen& screen) {
     QObject::connect(&screen, &QScreen::logicalDotsPerInchChanged, connections_.get(), again);
 }
 
+std::vector<Screen> QtDesktop::screens() const {
+    std::vector<Screen> all;
+    const QScreen* main = mainScreen();
+    if (!main)
+        return all;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const QRect points = screen->geometry();
+        const QPoint corner = points.topLeft() - main->geometry().topLeft();
+        all.insert(
+            screen == main ? all.begin() : all.end(),
+            {screen->name().toStdString(),
+             {{double(corner.x()), double(corner.y())}, {double(points.width()), double(points.height())}}});
+    }
+    return all;
+}
+
 QScreen* QtDesktop::mainScreen() const {
     const auto value = defaults_.objectForKey(kMainScreenKey);
     if (const auto* name = value ? std::get_if<std::string>(&*value) : nullptr)

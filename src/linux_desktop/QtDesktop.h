@@ -31,6 +31,7 @@ public:
 
     // The origin is (0, 0): screen points are counted from the main screen's corner.
     std::optional<ScreenRect> mainScreenFrame() const override { return frame_.load(); }
+    std::vector<Screen> screens() const override;
     // The main screen, for windows that belong on it; null without any. Main thread.
     QScreen* mainScreen() const;
     // Looks again; needed only after the user default has changed. Main thread.

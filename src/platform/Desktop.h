@@ -2,8 +2,10 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "platform/Geometry.h"
+#include "platform/Screen.h"
 
 namespace lightpen {
 
@@ -15,6 +17,9 @@ public:
     // without a screen. Cached and kept up to date by the main thread, so that any thread may ask at any
     // time.
     virtual std::optional<ScreenRect> mainScreenFrame() const = 0;
+    // All screens as they are now, the main one first, the others in the desktop's order; empty without a
+    // screen. Main thread.
+    virtual std::vector<Screen> screens() const = 0;
 };
 
 } // namespace lightpen

@@ -2,8 +2,26 @@
 #include "platform/Notifications.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 namespace lightpen {
+
+std::string describe(const Notification& notification) {
+    std::string text = "{name = " + notification.name + "; ";
+    if (notification.object) {
+        std::array<char, 32> address{};
+        std::snprintf(address.data(), address.size(), "%p", notification.object);
+        text += "object = " + std::string(address.data()) + "; ";
+    }
+    if (!notification.userInfo.empty()) {
+        std::string keys;
+        for (const auto& [key, value] : notification.userInfo)
+            keys += (keys.empty() ? "" : ", ") + key;
+        text += "userInfo = (" + keys + "); ";
+    }
+    return text + "}";
+}
 
 void NotificationCenter::addObserver(const void* observer, std::string_view name, const void* sender,
                                      Handler handler) {

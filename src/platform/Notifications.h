@@ -18,6 +18,9 @@ struct Notification {
     std::map<std::string, std::any, std::less<>> userInfo = {};
 };
 
+// "{name = kThatHappened; object = 0x...; userInfo = (key, ...); }"; what there is none of is left out.
+std::string describe(const Notification& notification);
+
 // Process-local notifications, delivered at once on the posting thread. Main thread.
 class NotificationCenter {
 public:

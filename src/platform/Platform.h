@@ -7,6 +7,8 @@
 #include "platform/Notifications.h"
 #include "platform/PointerEvents.h"
 #include "platform/RunLoop.h"
+#include "platform/Sounds.h"
+#include "platform/SystemUI.h"
 #include "platform/Threads.h"
 #include "platform/Time.h"
 
@@ -24,6 +26,8 @@ struct Platform {
     DistributedNotificationCenter& distributedNotifications;
     Desktop& desktop;
     UserDefaults& defaults;
+    SystemUI& systemUI;
+    Sounds& sounds;
 
     // The platform of this process; ends the program with a message when none was set.
     static Platform& current();

@@ -87,9 +87,9 @@ public:
 TEST_F(ConnectionStartTest, RemovalAndArrivalOfEachProductAreWatchedInThisOrder) {
     driver->isDevicePlugIn(); // the master port belongs to the process
     NotingRegistry noting{desk.runLoop, desk.clock};
-    Platform platform{noting,         desk.pointer, desk.runLoop,
-                      desk.clock,     desk.threads, desk.notifications,
-                      desk.broadcast, desk.desktop, desk.defaults};
+    Platform platform{noting,        desk.pointer,       desk.runLoop,   desk.clock,
+                      desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
+                      desk.defaults, desk.systemUI,      desk.sounds};
     Platform::setCurrent(&platform);
     driver->init();
     EXPECT_THAT(noting.asked,

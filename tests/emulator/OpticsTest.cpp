@@ -58,8 +58,44 @@ TEST(OpticsTest, PresetsDiffer) {
         return std::atan2(b.y - a.y, b.x - a.x) * 57.29577951308232;
     };
     const Optics keystone = Optics::strongKeystone(kScreen);
-    EXPECT_NEAR(11.2, slope(Optics::rotated(kScreen), {0, 0}, {1280, 0}), 1);
+    EXPECT_NEAR(0, slope(Optics::straight(kScreen), {0, 0}, {1280, 0}), 1e-9);
     EXPECT_GT(std::abs(slope(keystone, {0, 0}, {1280, 0}) - slope(keystone, {0, 800}, {1280, 800})), 5);
+}
+
+double length(const Optics& optics, ScreenPoint from, ScreenPoint to) {
+    const CameraPoint a = optics.project(from);
+    const CameraPoint b = optics.project(to);
+    return std::hypot(b.x - a.x, b.y - a.y);
+}
+
+TEST(OpticsTest, ARotationTurnsAndDoesNothingElse) {
+    for (const Size screen : {kScreen, Size{1920, 1080}, Size{600, 1024}}) {
+        const Optics optics = Optics::rotated(screen);
+        expectNear({1280, 960}, optics.project({screen.width / 2, screen.height / 2}));
+        const double scale = length(optics, {0, 0}, {1, 0});
+        EXPECT_NEAR(scale * 300, length(optics, {17, 400}, {317, 400}), 1e-6);
+        EXPECT_NEAR(scale * 500, length(optics, {100, 550}, {400, 150}), 1e-6);
+        const CameraPoint origin = optics.project({0, 0});
+        const CameraPoint along = optics.project({100, 0});
+        EXPECT_NEAR(15, std::atan2(along.y - origin.y, along.x - origin.x) * 57.29577951308232, 1e-9);
+        const CameraPoint down = optics.project({0, 100});
+        EXPECT_NEAR(105, std::atan2(down.y - origin.y, down.x - origin.x) * 57.29577951308232, 1e-9);
+    }
+}
+
+TEST(OpticsTest, EveryPresetFillsHalfOfTheCamerasWidth) {
+    constexpr Size kWide{1920, 1080};
+    for (const Optics& optics :
+         {Optics::straight(kWide), Optics::strongKeystone(kWide), Optics::rotated(kWide)})
+        for (const double y : {0.0, 540.0, 1080.0})
+            EXPECT_GE(length(optics, {0, y}, {1920, y}), 1280) << y;
+}
+
+TEST(OpticsTest, APresetWithoutAScreenIsOneForASmallOne) {
+    for (const Size none : {Size{0, 0}, Size{0, 5}, Size{7, -1}}) {
+        expectNear({1280, 960}, Optics::rotated(none).project({0.5, 0.5}));
+        expectNear({1280, 960}, Optics::straight(none).project({0.5, 0.5}));
+    }
 }
 
 TEST(OpticsTest, UnprojectIsTheWayBack) {

@@ -79,6 +79,14 @@ TEST_F(QtDesktopTest, LooksAgainWhenTheUserChoosesAnother) {
     EXPECT_EQ(desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {400, 600}}));
 }
 
+TEST_F(QtDesktopTest, ListsTheMainScreenFirstAndTheOthersFromItsCorner) {
+    EXPECT_THAT(desktop.screens(), ElementsAre(Screen{"screen", {{0, 0}, {1000, 600}}}));
+    defaults.setObject("Main Screen", std::string("right"));
+    addMonitors();
+    EXPECT_THAT(desktop.screens(), ElementsAre(Screen{"right", {{0, 0}, {500, 450}}},
+                                               Screen{"left", {{-400, -100}, {400, 600}}}));
+}
+
 TEST_F(QtDesktopTest, EventsLandOnTheMainScreenWhereverItStands) {
     defaults.setObject("Main Screen", std::string("right"));
     addMonitors();

@@ -20,6 +20,13 @@ protected:
     const int first = 1, second = 2;
 };
 
+TEST_F(NotificationsTest, TextNamesWhatThereIs) {
+    EXPECT_EQ(describe(Notification{"done"}), "{name = done; }");
+    const auto text = describe({"done", &first, {{"two", 2}, {"one", 1}}});
+    EXPECT_THAT(text, testing::StartsWith("{name = done; object = 0x"));
+    EXPECT_THAT(text, testing::EndsWith("; userInfo = (one, two); }"));
+}
+
 TEST_F(NotificationsTest, ObserversOfTheNameHearInTheOrderTheyCame) {
     center.addObserver(&second, "done", nullptr, note("second"));
     center.addObserver(&first, "done", nullptr, note("first"));

@@ -98,7 +98,86 @@ private:
 class FixedDesktop final : public Desktop {
 public:
     std::optional<ScreenRect> mainScreenFrame() const override { return frame; }
+    std::vector<Screen> screens() const override {
+        std::vector<Screen> all = others;
+        if (frame)
+            all.insert(all.begin(), {"main", *frame});
+        return all;
+    }
     std::optional<ScreenRect> frame = ScreenRect{{0, 0}, {1920, 1080}};
+    std::vector<Screen> others; // beside the main one
+};
+
+// Does nothing but keep what was asked, in words: "mode 3 options 76", "hide cursor 1", "show cursor 1",
+// "activate". Main thread.
+class RecordingSystemUI final : public SystemUI {
+public:
+    static constexpr CGDirectDisplayID kMainDisplay = 1;
+
+    void GetSystemUIMode(SystemUIMode& currentMode, SystemUIOptions& currentOptions) const override {
+        currentMode = mode;
+        currentOptions = options;
+    }
+    IOReturn SetSystemUIMode(SystemUIMode newMode, SystemUIOptions newOptions) override {
+        mode = newMode;
+        options = newOptions;
+        return note("mode " + std::to_string(newMode) + " options " + std::to_string(newOptions));
+    }
+    CGDirectDisplayID CGMainDisplayID() const override { return kMainDisplay; }
+    IOReturn CGDisplayHideCursor(CGDirectDisplayID display) override {
+        return note("hide cursor " + std::to_string(display));
+    }
+    IOReturn CGDisplayShowCursor(CGDirectDisplayID display) override {
+        return note("show cursor " + std::to_string(display));
+    }
+    void activateIgnoringOtherApps() override { note("activate"); }
+
+    SystemUIMode mode = kUIModeNormal;
+    SystemUIOptions options = 0;
+    // Called with each of the words.
+    std::function<void(const std::string&)> onCall;
+
+private:
+    IOReturn note(const std::string& call) {
+        if (onCall)
+            onCall(call);
+        return kIOReturnSuccess;
+    }
+};
+
+// Keeps the names of the sounds that were played. Thread-safe.
+class RecordingSounds final : public Sounds {
+public:
+    SoundRef soundNamed(std::string_view name) override {
+        return std::make_shared<Recorded>(std::string(name), *this);
+    }
+    std::vector<std::string> takePlayed() {
+        const std::lock_guard hold(mutex_);
+        return std::exchange(played_, {});
+    }
+    // Called with each name, by the one who plays. Set it before there are other threads.
+    std::function<void(const std::string&)> onPlay;
+
+private:
+    class Recorded final : public Sound {
+    public:
+        Recorded(std::string name, RecordingSounds& sounds) : Sound(std::move(name)), sounds_(sounds) {}
+        void play() override { sounds_.played(name()); }
+
+    private:
+        RecordingSounds& sounds_;
+    };
+    void played(const std::string& name) {
+        {
+            const std::lock_guard hold(mutex_);
+            played_.push_back(name);
+        }
+        if (onPlay)
+            onPlay(name);
+    }
+
+    std::mutex mutex_;
+    std::vector<std::string> played_;
 };
 
 class MemoryDefaults final : public UserDefaults {
@@ -132,8 +211,10 @@ struct TestPlatform {
     RecordingBroadcast broadcast;
     FixedDesktop desktop;
     MemoryDefaults defaults;
-    Platform platform{registry,      pointer,   runLoop, clock,   threads,
-                      notifications, broadcast, desktop, defaults};
+    RecordingSystemUI systemUI;
+    RecordingSounds sounds;
+    Platform platform{registry,  pointer, runLoop,  clock,    threads, notifications,
+                      broadcast, desktop, defaults, systemUI, sounds};
 
     TestPlatform() { Platform::setCurrent(&platform); }
     ~TestPlatform() { Platform::setCurrent(nullptr); }

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+// The calibration in force, and what it makes of camera points.
+#include "calibration/KVRCalibrationCenter.h"
+
+#include "platform/Log.h"
+#include "platform/Platform.h"
+
+namespace lightpen {
+
+namespace {
+
+// What no calibrator's result is taken for.
+constexpr ScreenPoint kNoResult{-1, -1};
+
+} // namespace
+
+void KVRCalibrationCenter::setGridFor(std::int64_t totalPoints) {
+    _totalPoints = totalPoints;
+    const TargetGrid grid = TargetGrid::forTotalPoints(totalPoints);
+    setCalibrationRows(grid.rows, grid.columns);
+}
+
+void KVRCalibrationCenter::setTotalPoints(std::int64_t totalPoints) {
+    setGridFor(totalPoints);
+    calibrators_ = std::make_shared<const CalibratorList>();
+}
+
+void KVRCalibrationCenter::setCalibrationRows(std::int64_t rows, std::int64_t columns) {
+    _rows = rows;
+    _columns = columns;
+}
+
+void KVRCalibrationCenter::setCalibrationPoints(const PointListRef& points) {
+    const PointListRef taken = points ? points : std::make_shared<const PointList>();
+    setGridFor(static_cast<std::int64_t>(taken->size()));
+    _calibrationPoints = taken;
+    // In one step, so that a pen that is down meanwhile is never without a calibration.
+    auto list = std::make_shared<CalibratorList>();
+    addCalibrators(*list);
+    calibrators_ = std::move(list);
+}
+
+PointListRef KVRCalibrationCenter::calibrationPoints() const {
+    const SessionRef session = session_;
+    return session ? session->points() : _calibrationPoints.load();
+}
+
+void KVRCalibrationCenter::createCalibrator() {
+    auto list = std::make_shared<CalibratorList>(*calibrators());
+    addCalibrators(*list);
+    calibrators_ = std::move(list);
+}
+
+void KVRCalibrationCenter::addCalibrators(CalibratorList& list) const {
+    const PointListRef points = calibrationPoints();
+    if (!points || points->empty())
+        return;
+    logLine("KVR n:279 _calibrationPoints: %s", describe(points).c_str());
+    const TargetGrid grid{_rows, _columns};
+    const CellSize size = cellSize(grid, screenSize());
+    logLine("KVR n:284 rectWidth : %d rectHeight : %d", size.width, size.height);
+    if (!grid.isCoveredBy(points->size())) {
+        logLine(
+            "KVR: %zu calibration points are too few for %lld by %lld targets; the pen stays uncalibrated",
+            points->size(), static_cast<long long>(_rows), static_cast<long long>(_columns));
+        return;
+    }
+    for (const auto& [at, rectangle] : targetCells(grid, size)) {
+        logLine("KVR n:288 create calibrator using point : %d %d %d %d, destination rectangle :%s",
+                static_cast<int>(at[0]), static_cast<int>(at[1]), static_cast<int>(at[2]),
+                static_cast<int>(at[3]), NSStringFromRect(rectangle).c_str());
+        list.push_back(calibratorWithPoints(
+            {(*points)[at[0]], (*points)[at[1]], (*points)[at[2]], (*points)[at[3]]}, rectangle));
+    }
+}
+
+std::shared_ptr<Calibrator>
+KVRCalibrationCenter::calibratorWithPoints(const std::array<CameraPoint, 4>& points,
+                                           const ScreenRect& destinationRectangle) const {
+    // The list goes row by row, the quadrilateral clockwise.
+    const _KVRQuadPoints quad{points[0], points[1], points[3], points[2]};
+    return Calibrator::calibratorWithSourceQuadPoints(quad, destinationRectangle);
+}
+
+ScreenPoint KVRCalibrationCenter::mapPointFrom(CameraPoint point) {
+    const CalibratorListRef list = calibrators();
+    ScreenPoint result = kNoResult;
+    for (const auto& calibrator : *list) {
+        if (calibrator->pointInside(point)) {
+            result = calibrator->mapPointFrom(point);
+            break;
+        }
+    }
+    return result == kNoResult ? smallestOf(*list, point) : result;
+}
+
+ScreenPoint KVRCalibrationCenter::smallestOf(const CalibratorList& list, CameraPoint point) {
+    const auto screen = Platform::current().desktop.mainScreenFrame();
+    const Size size = screen ? screen->size : Size();
+    ScreenPoint smallest{size.width + 1, size.height + 1};
+    for (const auto& calibrator : list) {
+        const ScreenPoint mapped = calibrator->mapPointFrom(point);
+        if (mapped.x < smallest.x)
+            smallest.x = mapped.x;
+        if (mapped.y < smallest.y)
+            smallest.y = mapped.y;
+    }
+    return smallest;
+}
+
+} // namespace lightpen

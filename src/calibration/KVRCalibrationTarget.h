@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include <QPushButton>
+
+#include "platform/Color.h"
+#include "platform/Geometry.h"
+#include "platform/Shared.h"
+
+class QPainter;
+
+namespace lightpen {
+
+// A view's frame, which other threads may look at while the main thread moves the view.
+using SharedFrame = SharedRecord<WindowRect>;
+
+// The target of a calibration. Its frame is exact: where it falls between the whole points that a widget
+// covers, the widget covers all of them and the drawing is shifted. Main thread.
+class KVRCalibrationTarget final : public QPushButton {
+public:
+    KVRCalibrationTarget(const WindowRect& frame, std::uint32_t bezelStyle);
+
+    // In the superview's coordinates, y upwards.
+    WindowRect frame() const { return *frame_; }
+    void setFrame(const WindowRect& frame);
+    void setFrameOrigin(WindowPoint origin) { setFrame({origin, frame().size}); }
+    void setFrameSize(Size size) { setFrame({frame().origin, size}); }
+    // Follows the frame; may outlive the target. Reading it is for any thread.
+    std::shared_ptr<const SharedFrame> sharedFrame() const { return frame_; }
+
+    // Makes the target part of the view and shows it.
+    void addToSuperview(QWidget& superview);
+    void removeFromSuperview();
+    // Brings the widget to its frame again after the superview has changed its height.
+    void placeInSuperview();
+
+    void setBackgroundColor(std::optional<Color> color);
+    std::optional<Color> backgroundColor() const { return backgroundColor_; }
+    void setBezelStyle(std::uint32_t bezelStyle);
+    std::uint32_t bezelStyle() const { return bezelStyle_; }
+    // The picture of the ordinary drawing, at its own size.
+    void setImage(const QPixmap& image);
+    void setBordered(bool bordered) { setFlat(!bordered); }
+    bool isBordered() const { return !isFlat(); }
+
+    // With bezel style 0 a green square with a cross-hair, else the ordinary button. At even sizes the bars
+    // of the cross-hair end between two points, and cover half a pixel there on a screen of ordinary
+    // resolution.
+    void drawRect(QPainter& painter, const QRectF& rect);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void drawOrdinary(QPainter& painter, const QRectF& rect);
+
+    const std::shared_ptr<SharedFrame> frame_;
+    std::uint32_t bezelStyle_;
+    std::optional<Color> backgroundColor_;
+    QPointF drawingOrigin_; // of the frame within the widget, below one point
+};
+
+} // namespace lightpen

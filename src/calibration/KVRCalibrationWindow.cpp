@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+#include "calibration/KVRCalibrationWindow.h"
+
+#include <vector>
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPalette>
+#include <QScreen>
+
+#include "calibration/KVRCalibrationTarget.h"
+#include "device/EventGeneratorNX7.h"
+#include "platform/Log.h"
+#include "platform/Platform.h"
+#include "platform/VirtualKeyCodes.h"
+
+namespace lightpen {
+
+namespace {
+
+static_assert(virtualKeyCode(Qt::Key_Z) == kVirtualKeyZ && virtualKeyCode(Qt::Key_C) == kVirtualKeyC &&
+              virtualKeyCode(Qt::Key_Backspace) == kVirtualKeyDelete &&
+              virtualKeyCode(Qt::Key_Delete) == kVirtualKeyDelete &&
+              virtualKeyCode(Qt::Key_Escape) == kVirtualKeyEscape);
+
+QScreen* screenNamed(const std::string& name) {
+    for (QScreen* screen : QGuiApplication::screens())
+        if (screen->name().toStdString() == name)
+            return screen;
+    return nullptr;
+}
+
+// A copy, since a target that is removed leaves the view's own list.
+std::vector<KVRCalibrationTarget*> targetsIn(const QWidget& view) {
+    std::vector<KVRCalibrationTarget*> targets;
+    for (QObject* child : view.children())
+        if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
+            targets.push_back(target);
+    return targets;
+}
+
+void fill(QWidget& widget, const Color& color) {
+    QPalette palette = widget.palette();
+    palette.setColor(QPalette::Window,
+                     QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
+                                      static_cast<float>(color.blue)));
+    widget.setPalette(palette);
+    widget.setAutoFillBackground(true);
+}
+
+} // namespace
+
+KVRCalibrationWindow::KVRCalibrationWindow()
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
+      contentView_(new QWidget(this)) {
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+KVRCalibrationWindow::~KVRCalibrationWindow() {
+    for (KVRCalibrationTarget* target : targetsIn(*contentView_))
+        target->removeFromSuperview();
+}
+
+void KVRCalibrationWindow::setCalibrationScreen(const std::optional<Screen>& screen) {
+    calibrationScreen_ = screen;
+    const Size size = screen ? screen->frame.size : Size();
+    contentView_->setGeometry(0, 0, qRound(size.width), qRound(size.height));
+    for (KVRCalibrationTarget* target : targetsIn(*contentView_))
+        target->placeInSuperview();
+}
+
+void KVRCalibrationWindow::setBackgroundColor(const Color& color) {
+    fill(*this, color);
+    fill(*contentView_, color);
+}
+
+// Without a window manager nobody makes a full-screen window as large as its screen, so it is made so first.
+void KVRCalibrationWindow::makeKeyAndOrderFront() {
+    QScreen* screen = calibrationScreen_ ? screenNamed(calibrationScreen_->name) : nullptr;
+    setWindowState(Qt::WindowNoState);
+    if (screen) {
+        setScreen(screen);
+        setGeometry(screen->geometry());
+        showFullScreen();
+    } else {
+        setGeometry(contentView_->geometry());
+        show();
+    }
+    raise();
+    activateWindow();
+    setFocus(Qt::OtherFocusReason);
+}
+
+void KVRCalibrationWindow::display() {
+    contentView_->repaint();
+}
+
+void KVRCalibrationWindow::closeWindow() {
+    if (windowWillClose_)
+        windowWillClose_({std::string(kWindowWillClose), this, {}});
+    hide();
+}
+
+void KVRCalibrationWindow::keyDown(std::uint16_t keyCode) {
+    logLine("KVRC n:28 keyCode : %d", keyCode);
+    if (keyCode == kVirtualKeyEscape)
+        cancelCalibration();
+}
+
+void KVRCalibrationWindow::cancelCalibration() {
+    if (EventGeneratorNX7::sharedEventGeneratorNX7()->exitCalib())
+        return;
+    Platform::current().notifications.post({std::string(kCalibrationDidCanceled), this, {}});
+}
+
+void KVRCalibrationWindow::keyPressEvent(QKeyEvent* event) {
+    event->accept();
+    keyDown(virtualKeyCode(event->key()));
+}
+
+void KVRCalibrationWindow::closeEvent(QCloseEvent* event) {
+    event->accept();
+    cancelCalibration();
+}
+
+} // namespace lightpen

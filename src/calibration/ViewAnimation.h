@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/Geometry.h"
+#include "platform/Time.h"
+
+namespace lightpen {
+
+// Moves a view from one frame to another, evenly in time, on the main loop. It keeps itself alive while it
+// runs. Main thread.
+class ViewAnimation final : public std::enable_shared_from_this<ViewAnimation> {
+public:
+    struct Description {
+        std::function<void(const WindowRect&)> setFrame;
+        WindowRect startFrame;
+        WindowRect endFrame;
+    };
+    using EndHandler = std::function<void(const ViewAnimation&)>;
+
+    // The handler is called once, when the view has reached its end frame; never after stop().
+    ViewAnimation(Description description, Microseconds duration, EndHandler animationDidEnd);
+
+    void startAnimation();
+    // Leaves the view where it is.
+    void stopAnimation();
+    bool isAnimating() const { return animating_; }
+
+private:
+    void progress();
+    void scheduleProgress(Microseconds elapsed);
+    WindowRect frameAt(double share) const;
+
+    const Description description_;
+    const Microseconds duration_;
+    const EndHandler animationDidEnd_;
+    Microseconds start_{};
+    bool animating_ = false;
+};
+
+} // namespace lightpen

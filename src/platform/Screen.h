@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "platform/Geometry.h"
+
+namespace lightpen {
+
+// One of the desktop's screens.
+struct Screen {
+    // As the output is called ("HDMI-1"); no two screens share a name. Empty for one that is not the
+    // desktop's.
+    std::string name;
+    // In points, counted from the main screen's top-left corner; screens to its left have a negative x.
+    ScreenRect frame;
+    friend bool operator==(const Screen&, const Screen&) = default;
+};
+
+} // namespace lightpen

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "app/LightPenNX7Controller.h"
+
+#include <thread>
+
+#include "support/calibration/SessionFixture.h"
+
+namespace lightpen {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+const PointList kFour{{312, 271}, {2201, 188}, {164, 1633}, {2390, 1702}};
+const PointList kStored{{400, 300}, {2100, 300}, {300, 1500}, {2200, 1600}};
+
+class LightPenNX7ControllerTest : public SessionFixture {
+protected:
+    LightPenNX7ControllerTest() {
+        center.reset(); // the controller makes its own
+        openUnit();
+        driver->_calibrationPoints = std::make_shared<const PointList>(kStored);
+        controller->awakeFromNib();
+        takeTimeline();
+    }
+    ~LightPenNX7ControllerTest() override { driver->setDeviceDelegate(nullptr); }
+
+    // The controller's centre, once it takes points.
+    std::shared_ptr<KVRCalibrationCenter> session() const {
+        return std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
+    }
+    void touchAll() {
+        for (const CameraPoint& point : kFour) {
+            session()->lightPenCallbackAtPoint(point, *driver);
+            desk.runLoop.runFor(kGlide);
+        }
+    }
+
+    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
+};
+
+TEST_F(LightPenNX7ControllerTest, UnitThatIsThereAtTheStartIsMappedWithItsCalibration) {
+    EXPECT_TRUE(controller->deviceConnected());
+    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->calibrationCenter());
+    ASSERT_NE(used, nullptr);
+    EXPECT_EQ(*used->calibrationPoints(), kStored);
+    EXPECT_EQ(used->mode(), 0);
+    EXPECT_EQ(used->targetBezelStyle(), 2u);
+    EXPECT_EQ(used->backgroundColor(), kClearColor);
+    EXPECT_EQ(used->calibrationScreen()->name, "main");
+}
+
+TEST_F(LightPenNX7ControllerTest, CalibrationIsManualUnlessTheUserWantsOtherwise) {
+    controller->calibration("the menu");
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("Light n:646 ", "mode 3 options 76", "Light n:688 calibration : the menu"));
+    ASSERT_NE(session(), nullptr);
+    EXPECT_EQ(session()->totalPoints(), 4);
+    const auto target = session()->calibrationTarget();
+    EXPECT_EQ(target->frame(), (WindowRect{{138, 973}, {64, 64}}));
+    EXPECT_EQ(target->iconSize(), QSize(64, 64));
+    EXPECT_FALSE(target->isBordered());
+    EXPECT_TRUE(windowIsVisible());
+}
+
+TEST_F(LightPenNX7ControllerTest, CalibrationIsAutomaticWhenTheDefaultSaysSo) {
+    for (const DefaultsValue& no :
+         {DefaultsValue(false), DefaultsValue(std::int64_t{1}), DefaultsValue(std::string("true"))}) {
+        desk.defaults.set["Auto Calibration"] = no;
+        controller->calibration("x");
+        EXPECT_THAT(takeTimeline(), Not(Contains("hide cursor 1")));
+    }
+    desk.defaults.set["Auto Calibration"] = true;
+    controller->calibration("x");
+    EXPECT_THAT(takeTimeline(), ElementsAre("Light n:646 ", "hide cursor 1", "mode 3 options 76",
+                                            "filter out", "activate", "Light n:688 calibration : x"));
+}
+
+TEST_F(LightPenNX7ControllerTest, CompletionInItsOrder) {
+    std::vector<std::string> order;
+    unit.onSetReport = [&](const SentReport& report) {
+        order.push_back(std::string("send ") + static_cast<char>(report.bytes.at(0)) +
+                        (session() ? ", delegate" : ""));
+        return kIOReturnSuccess;
+    };
+    log.onLine = [&](std::string_view line) {
+        if (line.starts_with("KVR n:279") || line.starts_with("Light"))
+            order.push_back(std::string(line.substr(0, 11)) + (session() ? ", delegate" : ""));
+    };
+    controller->calibration("x");
+    order.clear();
+    desk.clock.takeSleeps();
+    const auto used = session();
+    driver->setCalibrationCenter(nullptr);
+    touchAll();
+    EXPECT_THAT(order, ElementsAre("KVR n:279 _, delegate", "send C, delegate", "send C, delegate",
+                                   "send C, delegate", "KVR n:279 _, delegate", "Light n:637"));
+    EXPECT_EQ(desk.clock.takeSleeps().back(), milliseconds(500));
+    EXPECT_EQ(driver->delegate(), nullptr);
+    EXPECT_EQ(driver->calibrationCenter(), used);
+    EXPECT_EQ(*driver->calibrationPointsFromFlash(), kFour);
+    EXPECT_EQ(*used->calibrationPoints(), kFour);
+    EXPECT_EQ(used->calibrators()->size(), 1u);
+}
+
+TEST_F(LightPenNX7ControllerTest, CompletionWithoutPointsIsNoneAtAll) {
+    controller->calibrationDidComplete({std::string(kCalibrationCompleted)});
+    EXPECT_THAT(takeTimeline(),
+                Contains("Event n:809 error when writeCalibrationToFlash: points count is not 4,9,25"));
+    EXPECT_EQ(*driver->calibrationPointsFromFlash(), kStored);
+}
+
+TEST_F(LightPenNX7ControllerTest, UnitThatLeavesCancelsTheSessionByEscapesWay) {
+    controller->calibration("x");
+    const auto used = session();
+    used->lightPenCallbackAtPoint(kFour[0], *driver);
+    desk.runLoop.runFor(kGlide / 2);
+    takeTimeline();
+    controller->deviceDidRemoveCallback(*driver);
+    EXPECT_THAT(takeTimeline(), ElementsAre("Light n:883 ", "Light n:774 "));
+    EXPECT_FALSE(controller->deviceConnected());
+    runMainLoop();
+    EXPECT_THAT(takeTimeline(), Contains(StartsWith("KVR n:744 ")));
+    EXPECT_FALSE(windowIsVisible());
+    EXPECT_EQ(driver->delegate(), nullptr);
+    EXPECT_EQ(desk.systemUI.mode, kUIModeNormal);
+    EXPECT_EQ(*used->calibrationPoints(), kStored);
+    EXPECT_EQ(canceled.size(), 1u);
+}
+
+TEST_F(LightPenNX7ControllerTest, UnitThatLeavesMayBeReportedOnThePointThread) {
+    desk.defaults.set["Auto Calibration"] = true;
+    controller->calibration("x");
+    std::thread([this] { controller->deviceDidRemoveCallback(*driver); }).join();
+    EXPECT_TRUE(windowIsVisible());
+    runMainLoop();
+    EXPECT_FALSE(windowIsVisible());
+    EXPECT_THAT(takeTimeline(), Contains("show cursor 1"));
+}
+
+TEST_F(LightPenNX7ControllerTest, AnotherUnitThatArrivesCancelsTheSession) {
+    controller->calibration("x");
+    controller->deviceDidAddCallback(*driver);
+    runMainLoop();
+    EXPECT_FALSE(windowIsVisible());
+    EXPECT_EQ(driver->delegate(), nullptr);
+    EXPECT_TRUE(controller->deviceConnected());
+}
+
+TEST_F(LightPenNX7ControllerTest, UnitsThatComeAndGoOutsideASessionCancelNothing) {
+    controller->deviceDidRemoveCallback(*driver);
+    controller->deviceDidAddCallback(*driver);
+    controller->noiseDetectedCallback(*driver);
+    runMainLoop();
+    EXPECT_THAT(canceled, IsEmpty());
+    EXPECT_TRUE(controller->deviceConnected());
+}
+
+TEST_F(LightPenNX7ControllerTest, SecondSessionAfterBothEnds) {
+    controller->calibration("x");
+    window()->keyDown(53);
+    controller->calibration("x");
+    touchAll();
+    controller->calibration("x");
+    touchAll();
+    EXPECT_EQ(completed.size(), 2u);
+    EXPECT_EQ(desk.systemUI.mode, kUIModeNormal);
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+// Sessions that are cancelled, or follow one another: what comes late dies with its session.
+#include <thread>
+
+#include "support/calibration/SessionFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class CalibrationCancelTest : public SessionFixture {
+protected:
+    CalibrationCancelTest() { driver->_calibrationPoints = std::make_shared<const PointList>(kStored); }
+
+    void expectCanceled() {
+        EXPECT_FALSE(windowIsVisible());
+        EXPECT_EQ(driver->delegate(), nullptr);
+        EXPECT_EQ(desk.systemUI.mode, kUIModeNormal);
+        EXPECT_EQ(*center->calibrationPoints(), kStored);
+        ASSERT_EQ(center->calibrators()->size(), 1u);
+        EXPECT_EQ(center->calibrators()->front()->sourcePoints().bottomRight, kStored[3]);
+        EXPECT_THAT(completed, IsEmpty());
+    }
+
+    const PointList kStored{{400, 300}, {2100, 300}, {300, 1500}, {2200, 1600}};
+};
+
+TEST_F(CalibrationCancelTest, EscapeInItsOrder) {
+    openUnit();
+    start(Kind::manual);
+    touch(kFour[0]);
+    takeTimeline();
+    annotate();
+    pressEscape();
+    EXPECT_THAT(
+        takeTimeline(),
+        ElementsAre("KVRC n:28 keyCode : 53, window, delegate",
+                    testing::AllOf(StartsWith("KVR n:744 {name = kCalibrationDidCanceled; object = 0x"),
+                                   testing::EndsWith("; }, window")),
+                    "KVR n:737 close window, autoCalibration:0, window", "mode 0 options 0",
+                    "KVR n:279 _calibrationPoints: ({400, 300}, {2100, 300}, {300, 1500}, {2200, "
+                    "1600})",
+                    StartsWith("KVR n:284 "), StartsWith("KVR n:288 "), "posted kCalibrationDidCanceled"));
+    expectCanceled();
+    EXPECT_NE(window(), nullptr) << "kept";
+}
+
+TEST_F(CalibrationCancelTest, EscapeFromAnAutomaticSessionInItsOrder) {
+    openUnit();
+    start(Kind::automatic);
+    takeTimeline();
+    pressEscape();
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVRC n:28 keyCode : 53", StartsWith("KVR n:744 "),
+                            "KVR n:737 close window, autoCalibration:1", "show cursor 1", "mode 0 options 0",
+                            StartsWith("KVR n:279 "), StartsWith("KVR n:284 "), StartsWith("KVR n:288 "),
+                            "filter in", "posted kCalibrationDidCanceled"));
+    expectCanceled();
+    center->windowWillClose({});
+    EXPECT_THAT(takeTimeline(), ElementsAre("KVR n:737 close window, autoCalibration:0"));
+}
+
+TEST_F(CalibrationCancelTest, CancelAtEveryStepAndInEveryGlide) {
+    for (const Kind kind : {Kind::manual, Kind::automatic})
+        for (std::size_t touches = 0; touches < 4; ++touches)
+            for (const Microseconds wait : {Microseconds(), kGlide / 3, kGlide}) {
+                SCOPED_TRACE(testing::Message() << "after " << touches << " and " << wait.count() << " us");
+                start(kind);
+                for (std::size_t i = 0; i < touches; ++i) {
+                    touch(kFour[i]);
+                    desk.runLoop.runFor(i + 1 < touches ? kGlide : wait);
+                }
+                pressEscape();
+                expectCanceled();
+                // What comes late changes nothing.
+                const WindowPoint origin = targetOrigin();
+                takeTimeline();
+                touch({1000, 1000});
+                desk.runLoop.runFor(kGlide);
+                EXPECT_THAT(takeTimeline(), IsEmpty());
+                EXPECT_EQ(targetOrigin(), origin);
+                expectCanceled();
+            }
+    EXPECT_EQ(canceled.size(), 24u);
+}
+
+TEST_F(CalibrationCancelTest, ClosingTheWindowFromOutsideCancels) {
+    start(Kind::automatic);
+    touchAndWait(kFour[0]);
+    window()->close();
+    expectCanceled();
+    EXPECT_EQ(canceled.size(), 1u);
+}
+
+TEST_F(CalibrationCancelTest, CancelWithNothingStoredLeavesNoCalibration) {
+    driver->_calibrationPoints = nullptr;
+    center->setCalibrationPoints(std::make_shared<const PointList>(kStored));
+    start(Kind::manual);
+    pressEscape();
+    EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
+    EXPECT_THAT(*center->calibrators(), IsEmpty());
+}
+
+TEST_F(CalibrationCancelTest, CancelOfAnybodysWindowIsOursToo) {
+    start(Kind::manual);
+    desk.notifications.post({std::string(kCalibrationDidCanceled)});
+    EXPECT_FALSE(windowIsVisible());
+    EXPECT_EQ(*center->calibrationPoints(), kStored);
+}
+
+TEST_F(CalibrationCancelTest, CancelThatIsAskedForGoesEscapesWayOnTheMainLoop) {
+    start(Kind::manual);
+    touchAndWait(kFour[0]);
+    std::thread([this] { center->cancelSession(); }).join();
+    EXPECT_TRUE(windowIsVisible());
+    runMainLoop();
+    expectCanceled();
+    EXPECT_EQ(canceled.size(), 1u);
+}
+
+TEST_F(CalibrationCancelTest, CancelThatIsAskedForMeansTheSessionOfThatMoment) {
+    center->cancelSession();
+    start(Kind::manual);
+    runMainLoop();
+    EXPECT_TRUE(windowIsVisible());
+    center->cancelSession();
+    center->cancelSession();
+    pressEscape();
+    start(Kind::manual);
+    runMainLoop();
+    EXPECT_TRUE(windowIsVisible());
+    EXPECT_EQ(canceled.size(), 1u);
+}
+
+// One session after another
+
+TEST_F(CalibrationCancelTest, SecondSessionAfterACompletedOne) {
+    start(Kind::manual);
+    touchAll();
+    start(Kind::manual);
+    EXPECT_TRUE(windowIsVisible());
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
+    touchAll(kStored);
+    ASSERT_EQ(completed.size(), 2u);
+    EXPECT_EQ(*completed[1], kStored);
+    EXPECT_EQ(*completed[0], kFour);
+}
+
+TEST_F(CalibrationCancelTest, SecondSessionAfterACancelledOneUsesItsWindow) {
+    start(Kind::automatic);
+    touchAndWait(kFour[0]);
+    const KVRCalibrationWindow* const first = window();
+    pressEscape();
+    start(Kind::manual);
+    EXPECT_EQ(window(), first);
+    EXPECT_TRUE(windowIsVisible());
+    EXPECT_EQ(window()->palette().color(QPalette::Window), QColor(Qt::white));
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    touchAll();
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_EQ(*completed.front(), kFour);
+    EXPECT_THAT(takeTimeline(), testing::Contains("KVR n:737 close window, autoCalibration:0"));
+}
+
+TEST_F(CalibrationCancelTest, StepThatWaitsDiesWithItsSession) {
+    start(Kind::manual);
+    touch(kFour[0]);
+    pressEscape();
+    start(Kind::manual);
+    takeTimeline();
+    desk.runLoop.runFor(kGlide);
+    EXPECT_THAT(takeTimeline(), IsEmpty());
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+}
+
+TEST_F(CalibrationCancelTest, GlideDiesWithItsSession) {
+    start(Kind::manual);
+    touch(kFour[0]);
+    desk.runLoop.runFor(kGlide / 2);
+    pressEscape();
+    start(Kind::manual);
+    takeTimeline();
+    desk.runLoop.runFor(kGlide);
+    EXPECT_THAT(takeTimeline(), IsEmpty()) << "no beep";
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    touchAndWait(kFour[0]);
+    EXPECT_EQ(targetOrigin(), kOrigins[1]);
+}
+
+TEST_F(CalibrationCancelTest, StartDuringASessionBeginsAnewAndLosesNothingOfTheUsers) {
+    desk.systemUI.mode = 1;
+    desk.systemUI.options = 5;
+    start(Kind::manual);
+    touchAndWait(kFour[0]);
+    touch(kFour[1]);
+    start(Kind::manual);
+    desk.runLoop.runFor(kGlide);
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    touchAll();
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_EQ(*completed.front(), kFour);
+    EXPECT_EQ(desk.systemUI.mode, 1u);
+    EXPECT_EQ(desk.systemUI.options, 5u);
+}
+
+TEST_F(CalibrationCancelTest, ManualStartDuringAnAutomaticSessionStaysAutomatic) {
+    start(Kind::automatic);
+    start(Kind::manual);
+    touch(kFour[0]);
+    runMainLoop();
+    EXPECT_EQ(targetOrigin(), kOrigins[1]) << "without a glide";
+}
+
+} // namespace
+} // namespace lightpen

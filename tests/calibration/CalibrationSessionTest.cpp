@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+// Sessions from start to end: what happens, and in which order.
+#include "support/calibration/SessionFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class CalibrationSessionTest : public SessionFixture {};
+
+// Start
+
+TEST_F(CalibrationSessionTest, ManualStartInItsOrder) {
+    openUnit();
+    annotate();
+    start(Kind::manual);
+    EXPECT_THAT(takeTimeline(), ElementsAre("mode 3 options 76"));
+    EXPECT_TRUE(windowIsVisible());
+    EXPECT_EQ(driver->delegate(), center);
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    EXPECT_TRUE(center->calibrationTarget()->isVisible());
+    EXPECT_EQ(window()->palette().color(QPalette::Window), QColor(Qt::white));
+    EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
+}
+
+TEST_F(CalibrationSessionTest, AutomaticStartInItsOrder) {
+    openUnit();
+    annotate();
+    start(Kind::automatic);
+    EXPECT_THAT(takeTimeline(), ElementsAre("hide cursor 1", "mode 3 options 76", "filter out, delegate",
+                                            "activate, delegate"));
+    EXPECT_TRUE(windowIsVisible());
+    EXPECT_EQ(targetOrigin(), kOrigins[0]);
+    EXPECT_EQ(window()->palette().color(QPalette::Window), QColor(Qt::black));
+}
+
+TEST_F(CalibrationSessionTest, FirstTargetStandsInItsPlaceWhateverItsSizeAndTheScreens) {
+    desk.desktop.frame = ScreenRect{{0, 0}, {1366, 768}};
+    center->setTargetSize({64, 48});
+    start(Kind::manual, 9);
+    EXPECT_EQ(targetOrigin(), (WindowPoint{138, 669}));
+    EXPECT_EQ(window()->contentView().size(), QSize(1366, 768));
+}
+
+// Manual session
+
+TEST_F(CalibrationSessionTest, ManualSessionFromStartToCompletion) {
+    start(Kind::manual);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(targetOrigin(), kOrigins[i]) << i;
+        EXPECT_THAT(completed, IsEmpty());
+        touchAndWait(kFour[i]);
+    }
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_EQ(*completed.front(), kFour);
+    EXPECT_EQ(*center->calibrationPoints(), kFour);
+    EXPECT_EQ(center->calibrators()->size(), 1u);
+    EXPECT_EQ(window(), nullptr) << "dropped";
+    EXPECT_EQ(center->calibrationTarget()->parentWidget(), nullptr);
+    EXPECT_EQ(desk.systemUI.mode, kUIModeNormal);
+}
+
+TEST_F(CalibrationSessionTest, CompletionInItsOrder) {
+    openUnit();
+    start(Kind::manual);
+    touchAll({kFour[0], kFour[1], kFour[2]});
+    touch(kFour[3]);
+    takeTimeline();
+    annotate();
+    runMainLoop();
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVR n:628 calibrationStep : 4, window, delegate",
+                            "KVR n:737 close window, autoCalibration:0, window, delegate",
+                            "mode 0 options 0, delegate",
+                            "KVR n:279 _calibrationPoints: ({312, 271}, {2201, 188.5}, {164, 1633}, {2390, "
+                            "1702}), delegate",
+                            "KVR n:284 rectWidth : 1580 rectHeight : 930, delegate",
+                            "KVR n:288 create calibrator using point : 0 1 2 3, destination rectangle "
+                            ":{{170, 75}, {1580, 930}}, delegate",
+                            "posted kCalibrationCompleted, delegate"));
+}
+
+TEST_F(CalibrationSessionTest, CompletionCarriesTheCentreAndAListOfItsOwn) {
+    std::vector<Notification> posted;
+    desk.notifications.addObserver(&posted, kCalibrationCompleted, center.get(),
+                                   [&](const Notification& notification) { posted.push_back(notification); });
+    start(Kind::manual);
+    touchAll();
+    ASSERT_EQ(posted.size(), 1u);
+    EXPECT_EQ(posted.front().object, center.get());
+    EXPECT_EQ(posted.front().userInfo.size(), 1u);
+    center->setCalibrationPoints(nullptr);
+    EXPECT_EQ(*completed.front(), kFour);
+}
+
+TEST_F(CalibrationSessionTest, CompletionLeavesTheDelegateToItsObserver) {
+    start(Kind::manual);
+    touchAll();
+    EXPECT_EQ(driver->delegate(), center);
+}
+
+TEST_F(CalibrationSessionTest, ListsOfEachLengthGoThrough) {
+    for (const auto& [targets, calibrators] : {std::pair{9, 4U}, {25, 16U}, {80, 63U}}) {
+        const auto points = spreadPoints(static_cast<std::size_t>(targets));
+        start(Kind::manual, targets);
+        touchAll(*points);
+        ASSERT_FALSE(completed.empty()) << targets;
+        EXPECT_EQ(*completed.back(), *points);
+        EXPECT_EQ(center->calibrators()->size(), calibrators);
+    }
+    EXPECT_EQ(completed.size(), 3u);
+}
+
+TEST_F(CalibrationSessionTest, WithoutANumberOfTargetsTheFirstTouchIsTheLast) {
+    center->startCalibration();
+    touchAndWait(kFour[0]);
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_THAT(*completed.front(), ElementsAre(kFour[0]));
+    EXPECT_THAT(*center->calibrators(), IsEmpty());
+}
+
+TEST_F(CalibrationSessionTest, WithoutAScreenTheSessionGoesThrough) {
+    center = std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, std::nullopt);
+    start(Kind::manual);
+    EXPECT_EQ(targetOrigin(), (WindowPoint{160, -85}));
+    touchAll();
+    EXPECT_EQ(completed.size(), 1u);
+}
+
+// Automatic session
+
+TEST_F(CalibrationSessionTest, AutomaticSessionFromStartToCompletion) {
+    openUnit();
+    start(Kind::automatic);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(targetOrigin(), kOrigins[i]) << i;
+        takeTimeline();
+        touch(kFour[i]);
+        if (i < 3)
+            runMainLoop();
+    }
+    takeTimeline();
+    annotate();
+    runMainLoop();
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVR n:628 calibrationStep : 4, window, delegate",
+                            "show cursor 1, window, delegate", "filter in, window, delegate",
+                            "KVR n:737 close window, autoCalibration:0, window, delegate",
+                            "mode 0 options 0, delegate", StartsWith("KVR n:279 "), StartsWith("KVR n:284 "),
+                            StartsWith("KVR n:288 "), "posted kCalibrationCompleted, delegate"));
+    EXPECT_EQ(*completed.at(0), kFour);
+}
+
+TEST_F(CalibrationSessionTest, AutomaticSessionWithoutAUnitMovesNoFilter) {
+    start(Kind::automatic);
+    touchAll();
+    const auto timeline = takeTimeline();
+    EXPECT_THAT(timeline, testing::Not(testing::Contains(StartsWith("filter"))));
+    EXPECT_EQ(completed.size(), 1u);
+}
+
+// Without a session
+
+TEST_F(CalibrationSessionTest, WithoutASessionNoStepIsMadeAndNoPointTaken) {
+    touch(kFour[0]);
+    center->nextTarget();
+    runMainLoop();
+    EXPECT_THAT(takeTimeline(), IsEmpty());
+    EXPECT_EQ(center->calibrationPoints(), nullptr);
+}
+
+TEST_F(CalibrationSessionTest, TimerIsLoggedAndStepsOn) {
+    start(Kind::automatic);
+    takeTimeline();
+    center->timerFired("the timer");
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVR n:416 timerFired : the timer", "KVR n:628 calibrationStep : 1",
+                            "KVR n:515 targetOriginOfStep {1740, 995}", "play Tink"));
+}
+
+TEST_F(CalibrationSessionTest, StepsThatNobodyTouchedCompleteAnEmptySession) {
+    start(Kind::automatic);
+    for (int i = 0; i < 4; ++i)
+        center->nextTarget();
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_THAT(*completed.front(), IsEmpty());
+}
+
+TEST_F(CalibrationSessionTest, OriginOfAStepIsLogged) {
+    center->setTotalPoints(9);
+    EXPECT_EQ(center->targetOriginOfStep(4), (WindowPoint{780, 455}));
+    EXPECT_THAT(takeTimeline(), ElementsAre("KVR n:515 targetOriginOfStep {780, 455}"));
+}
+
+TEST_F(CalibrationSessionTest, WindowThatClosesInAnAutomaticSessionShowsTheCursor) {
+    center->windowWillClose({});
+    EXPECT_THAT(takeTimeline(), ElementsAre("KVR n:737 close window, autoCalibration:0"));
+    start(Kind::automatic);
+    takeTimeline();
+    center->windowWillClose({});
+    EXPECT_THAT(takeTimeline(), ElementsAre("KVR n:737 close window, autoCalibration:1", "show cursor 1"));
+}
+
+} // namespace
+} // namespace lightpen

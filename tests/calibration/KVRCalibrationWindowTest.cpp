@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+#include "calibration/KVRCalibrationWindow.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QKeyEvent>
+
+#include "platform/VirtualKeyCodes.h"
+#include "support/calibration/SessionFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class NoCalibration final : public EventGeneratorNX7CallbackProtocol {
+public:
+    void lightPenCallbackAtPoint(CameraPoint, EventGeneratorNX7&) override {}
+};
+
+class KVRCalibrationWindowTest : public SessionFixture {
+protected:
+    KVRCalibrationWindowTest() {
+        center.reset(); // the window alone
+        driver->setDelegate(std::make_shared<NoCalibration>());
+        plain.setDelegate([this](const Notification& notification) { closings.push_back(notification); });
+    }
+    static bool press(QWidget& receiver, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers);
+        QApplication::sendEvent(&receiver, &event);
+        return event.isAccepted();
+    }
+    static QRgb groundOf(KVRCalibrationWindow& shown) {
+        QImage image(shown.size(), QImage::Format_RGB32);
+        shown.render(&image);
+        return image.pixel(image.width() / 2, image.height() / 2);
+    }
+
+    KVRCalibrationWindow plain;
+    std::vector<Notification> closings;
+};
+
+TEST_F(KVRCalibrationWindowTest, IsBorderlessAboveTheOthersAndTakesTheKeyboard) {
+    EXPECT_TRUE(plain.canBecomeKeyWindow());
+    EXPECT_TRUE(plain.isWindow());
+    EXPECT_TRUE(plain.windowFlags().testFlag(Qt::FramelessWindowHint));
+    EXPECT_TRUE(plain.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    plain.setCalibrationScreen(Screen{"elsewhere", {{1920, 0}, {640, 480}}});
+    EXPECT_FALSE(plain.isVisible());
+    plain.makeKeyAndOrderFront();
+    EXPECT_TRUE(plain.isVisible());
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(plain.isActiveWindow());
+    EXPECT_EQ(plain.size(), QSize(640, 480)) << "a screen that the desktop does not have counts by its size";
+}
+
+TEST_F(KVRCalibrationWindowTest, CoversAScreenOfTheDesktop) {
+    const QScreen& screen = *QGuiApplication::primaryScreen();
+    const QSize size = screen.size();
+    plain.setCalibrationScreen(
+        Screen{screen.name().toStdString(), {{0, 0}, {double(size.width()), double(size.height())}}});
+    for (int round = 0; round < 2; ++round) {
+        plain.makeKeyAndOrderFront();
+        EXPECT_EQ(plain.geometry(), screen.geometry());
+        EXPECT_TRUE(plain.isFullScreen());
+        EXPECT_EQ(plain.contentView().geometry(), QRect(QPoint(), size));
+        plain.closeWindow();
+    }
+}
+
+TEST_F(KVRCalibrationWindowTest, WithoutAScreenItIsEmpty) {
+    plain.setCalibrationScreen(std::nullopt);
+    plain.makeKeyAndOrderFront();
+    EXPECT_TRUE(plain.contentView().size().isEmpty());
+}
+
+TEST_F(KVRCalibrationWindowTest, GroundHasTheColourOfTheSession) {
+    plain.setCalibrationScreen(Screen{"", {{0, 0}, {300, 200}}});
+    for (const auto& [color, pixel] : {std::pair{kWhiteColor, 0xFFFFFFFFU},
+                                       {kBlackColor, 0xFF000000U},
+                                       {Color{1, 0, 0, 1}, 0xFFFF0000U}}) {
+        plain.setBackgroundColor(color);
+        plain.makeKeyAndOrderFront();
+        EXPECT_EQ(groundOf(plain), pixel);
+    }
+}
+
+TEST_F(KVRCalibrationWindowTest, AnyKeyButEscapeIsLoggedSwallowedAndWithoutEffect) {
+    const std::pair<int, int> keys[] = {{Qt::Key_Z, 6},          {Qt::Key_C, 8},      {Qt::Key_Delete, 51},
+                                        {Qt::Key_Backspace, 51}, {Qt::Key_Q, 65535},  {Qt::Key_Return, 65535},
+                                        {Qt::Key_Tab, 65535},    {Qt::Key_F4, 65535}, {Qt::Key_Space, 65535}};
+    plain.makeKeyAndOrderFront();
+    takeTimeline();
+    for (const auto& [key, code] : keys) {
+        EXPECT_TRUE(press(plain, key));
+        EXPECT_THAT(takeTimeline(), ElementsAre("KVRC n:28 keyCode : " + std::to_string(code)));
+    }
+    EXPECT_TRUE(press(plain, Qt::Key_Q, Qt::ControlModifier));
+    EXPECT_TRUE(plain.isVisible());
+    EXPECT_NE(driver->delegate(), nullptr);
+    EXPECT_THAT(canceled, IsEmpty());
+}
+
+TEST_F(KVRCalibrationWindowTest, EscapeTakesThePenAwayAndThenTellsEverybody) {
+    annotation = [this] { return driver->delegate() ? " (delegate)" : ""; };
+    EXPECT_TRUE(press(plain, Qt::Key_Escape));
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVRC n:28 keyCode : 53 (delegate)", "posted kCalibrationDidCanceled"));
+    ASSERT_EQ(canceled.size(), 1u);
+    EXPECT_EQ(canceled.front().object, &plain);
+    EXPECT_TRUE(canceled.front().userInfo.empty());
+    EXPECT_EQ(driver->delegate(), nullptr);
+    EXPECT_THAT(closings, IsEmpty()) << "whoever hears of it closes the window";
+}
+
+TEST_F(KVRCalibrationWindowTest, KeyCodeOfSixteenBitsIsLoggedAsItIs) {
+    plain.keyDown(kVirtualKeyZ);
+    plain.keyDown(0);
+    plain.keyDown(0xABCD);
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("KVRC n:28 keyCode : 6", "KVRC n:28 keyCode : 0", "KVRC n:28 keyCode : 43981"));
+}
+
+TEST_F(KVRCalibrationWindowTest, KeysThatReachTheTargetAreTheWindows) {
+    const auto target = std::make_shared<KVRCalibrationTarget>(WindowRect{{5, 5}, {20, 20}}, 0);
+    target->addToSuperview(plain.contentView());
+    plain.makeKeyAndOrderFront();
+    EXPECT_FALSE(target->hasFocus());
+    press(*target, Qt::Key_Escape);
+    EXPECT_EQ(canceled.size(), 1u);
+}
+
+TEST_F(KVRCalibrationWindowTest, ClosingTellsTheDelegateAndHides) {
+    plain.makeKeyAndOrderFront();
+    plain.closeWindow();
+    ASSERT_EQ(closings.size(), 1u);
+    EXPECT_EQ(closings.front().name, "NSWindowWillCloseNotification");
+    EXPECT_EQ(closings.front().object, &plain);
+    EXPECT_FALSE(plain.isVisible());
+    EXPECT_THAT(canceled, IsEmpty());
+}
+
+TEST_F(KVRCalibrationWindowTest, ClosingFromOutsideCancels) {
+    plain.makeKeyAndOrderFront();
+    plain.close();
+    EXPECT_EQ(canceled.size(), 1u);
+    EXPECT_EQ(driver->delegate(), nullptr);
+    EXPECT_FALSE(plain.isVisible());
+}
+
+TEST_F(KVRCalibrationWindowTest, TargetsOutliveTheWindowAndKeepTheirPlace) {
+    const auto target = std::make_shared<KVRCalibrationTarget>(WindowRect{{5, 5}, {20, 20}}, 0);
+    auto mortal = std::make_unique<KVRCalibrationWindow>();
+    target->addToSuperview(mortal->contentView());
+    mortal->setCalibrationScreen(Screen{"", {{0, 0}, {300, 200}}});
+    EXPECT_EQ(target->geometry(), QRect(5, 175, 20, 20)) << "placed anew with the view's height";
+    mortal.reset();
+    EXPECT_EQ(target->parentWidget(), nullptr);
+    EXPECT_EQ(target->frame(), (WindowRect{{5, 5}, {20, 20}}));
+}
+
+} // namespace
+} // namespace lightpen

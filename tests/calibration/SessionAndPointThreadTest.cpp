@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+// A session with the driver's point thread: what one thread delivers while the other goes on.
+#include <atomic>
+#include <thread>
+
+#include "support/calibration/SessionFixture.h"
+#include "support/device/DriverFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SessionAndPointThreadTest : public SessionFixture {
+protected:
+    SessionAndPointThreadTest() {
+        const std::int64_t cookie = unit.shape().cookie;
+        driver->_inputReportElements = std::make_shared<const InputReportElements>(
+            InputReportElements{{{{"ReportID", std::int64_t{0}}, {"ElementCookie", cookie}}}});
+        openUnit();
+        driver->_pointsQueue = nullptr;
+        driver->_stopThread = false;
+        thread = driver->beginPointThread();
+        sharedState.unitOpen = sharedState.deviceDelegateQueried = sharedState.mouseArmed = 1;
+        sharedState.strayLightLevel = 0;
+        center->setTotalPoints(4);
+        takeTimeline();
+    }
+    ~SessionAndPointThreadTest() override { driver->_pointsQueue = nullptr; }
+
+    void passOn(const ReportBytes& report) {
+        unit.sendReport(report);
+        driver->pointThreadPass(thread);
+    }
+
+    PointThreadState thread;
+};
+
+TEST_F(SessionAndPointThreadTest, TouchThatNeverLiftsIsOnePoint) {
+    center->startCalibration();
+    for (int i = 0; i < 50; ++i) {
+        passOn(penReport(301 + 30 * i, 401));
+        desk.runLoop.runFor(kGlide);
+    }
+    EXPECT_THAT(*center->calibrationPoints(), ElementsAre(CameraPoint{301, 401}));
+    EXPECT_EQ(targetOrigin(), (WindowPoint{1740, 995}));
+    EXPECT_THAT(desk.pointer.takePosted(), IsEmpty());
+}
+
+TEST_F(SessionAndPointThreadTest, TouchThatLiftsAndComesBackIsTheNextPoint) {
+    center->startCalibration();
+    for (const auto& [x, y] : {std::pair{301, 271}, {2201, 188}, {165, 1633}, {2391, 1702}}) {
+        passOn(penReport(x, y));
+        desk.runLoop.runFor(kGlide);
+        passOn(penUpReport());
+    }
+    ASSERT_EQ(completed.size(), 1u);
+    EXPECT_THAT(*completed.front(), ElementsAre(CameraPoint{301, 271}, CameraPoint{2201, 188},
+                                                CameraPoint{165, 1633}, CameraPoint{2391, 1702}));
+}
+
+TEST_F(SessionAndPointThreadTest, EscapeHandsThePenBackToThePointer) {
+    driver->_calibrationPoints =
+        std::make_shared<const PointList>(PointList{{170, 75}, {1750, 75}, {170, 1005}, {1750, 1005}});
+    driver->setCalibrationCenter(center);
+    desk.registry.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
+    center->startCalibration();
+    passOn(penReport(301, 401));
+    passOn(penUpReport());
+    EXPECT_THAT(desk.pointer.takePosted(), IsEmpty());
+    window()->keyDown(53);
+    passOn(penReport(301, 401));
+    const auto posted = desk.pointer.takePosted();
+    ASSERT_FALSE(posted.empty());
+    EXPECT_EQ(posted.front().location, (IOGPoint{301, 401}));
+}
+
+// The point thread never waits; the main thread starts, cancels and completes sessions under it.
+TEST_F(SessionAndPointThreadTest, ThreadsMeetInEveryMomentOfASession) {
+    log.onLine = nullptr; // the fixture's timeline belongs to one thread
+    desk.sounds.onPlay = nullptr;
+    std::atomic<bool> stop = false;
+    std::atomic<int> passes = 0;
+    std::thread point([&] {
+        for (int i = 0; !stop; ++i) {
+            passOn(penReport(101 + i * 37 % 2400, 101 + i * 53 % 1700));
+            passOn(penUpReport());
+            center->mapPointFrom({1000, 700});
+            ++passes;
+        }
+    });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    int canceledSessions = 0;
+    while ((completed.size() < 10 || canceledSessions < 10) && std::chrono::steady_clock::now() < deadline) {
+        const bool cancels =
+            canceledSessions < 10 && completed.size() > static_cast<std::size_t>(canceledSessions);
+        if (completed.size() % 2 == 0)
+            center->startCalibration();
+        else
+            center->startAutoCalibration();
+        const std::size_t before = completed.size();
+        for (int slice = 0; completed.size() == before && slice < 2000; ++slice) {
+            const int seen = passes;
+            desk.runLoop.runFor(std::chrono::milliseconds(100));
+            while (passes == seen && std::chrono::steady_clock::now() < deadline)
+                std::this_thread::yield();
+            if (cancels && center->calibrationPoints()->size() == 2) {
+                window()->keyDown(53);
+                ++canceledSessions;
+                break;
+            }
+        }
+        center->setTotalPoints(4);
+        log.clear();
+    }
+    stop = true;
+    point.join();
+    EXPECT_GE(completed.size(), 10u);
+    EXPECT_EQ(canceledSessions, 10);
+    for (const PointListRef& points : completed)
+        EXPECT_EQ(points->size(), 4u);
+}
+
+} // namespace
+} // namespace lightpen

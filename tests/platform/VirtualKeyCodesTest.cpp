@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#include "platform/VirtualKeyCodes.h"
+
+#include <gtest/gtest.h>
+
+namespace lightpen {
+namespace {
+
+TEST(VirtualKeyCodesTest, KeysThatTheSystemActsOn) {
+    EXPECT_EQ(virtualKeyCode('Z'), 6);
+    EXPECT_EQ(virtualKeyCode('C'), 8);
+    EXPECT_EQ(virtualKeyCode(0x01000003), 51) << "Backspace";
+    EXPECT_EQ(virtualKeyCode(0x01000007), 51) << "Delete";
+    EXPECT_EQ(virtualKeyCode(0x01000000), 53) << "Escape";
+}
+
+TEST(VirtualKeyCodesTest, OthersHaveNoCodeThatAnyOfTheseHas) {
+    for (const int key : {0, 0x41, 0x7A, 0x63, 53, 51, 6, 8, 0x01000001, 0x01000004, -1, 0x7FFFFFFF})
+        EXPECT_EQ(virtualKeyCode(key), kNoVirtualKey) << key;
+}
+
+} // namespace
+} // namespace lightpen
