@@ -13,6 +13,8 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr Microseconds kContact = milliseconds(60);
+// Until the last report of a tap has been read; the next tap must not be taken for it.
+constexpr Microseconds kReadPause = milliseconds(50);
 constexpr Microseconds kLiftPatience = seconds(5);
 // How long the X server may take to hear of the last move, over another connection than this program's.
 constexpr Microseconds kPointerPatience = milliseconds(300);
@@ -27,10 +29,11 @@ std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, Mapp
                   ScreenCapture& eyes, Platform& platform, std::vector<Tap>& taps) {
     for (const ScreenPoint& place : places) {
         record.clear();
-        unit.play(Hand().press(place).stay(kContact).lift(Microseconds::zero()));
+        unit.play(Hand().press(place).stay(kContact).lift(kReadPause));
+        // On a machine that is held up, a look of the driver finds no report and lifts the pen too early.
         const auto lifted = [&] {
             const auto stroke = record.stroke();
-            return stroke && stroke->lifted;
+            return unit.toPlay() == Microseconds::zero() && stroke && stroke->lifted;
         };
         if (!waitUntil(platform, lifted, kLiftPatience))
             return atPlace(place) + " did not become a stroke of the pen.";

@@ -32,12 +32,17 @@ protected:
             const CameraPoint seen{static_cast<double>(report.bytes[1] + 256 * report.bytes[2]),
                                    static_cast<double>(report.bytes[3] + 256 * report.bytes[4])};
             const ScreenPoint exact = unit.description().optics.unproject(seen);
-            const ScreenPoint mapped{exact.x + 0.25, exact.y + 1};
+            const bool stumbling = stumbles > 0;
+            const ScreenPoint mapped{exact.x + 0.25 + (stumbling ? 90 : 0), exact.y + 1};
             log("Event n:1759 mappedPoint: (" + std::to_string(static_cast<int>(seen.x)) + ".00," +
                 std::to_string(static_cast<int>(seen.y)) + ".00)");
             log("Event n:1763 mappedPoint: " + NSStringFromPoint(mapped) + ", in Region: 4");
             if (follows)
                 painter.movePointer(static_cast<std::int16_t>(mapped.x), static_cast<std::int16_t>(mapped.y));
+            if (stumbling) {
+                --stumbles;
+                log("Event n:1737 state down to up 0");
+            }
         } else if (lifts) {
             log("Event n:1737 state down to up 0");
         }
@@ -63,6 +68,7 @@ protected:
     MappingRecord record{nowhere};
     bool follows = true;
     bool lifts = true;
+    int stumbles = 0; // as many reports are mapped far away and lift the pen, which the hand does not
     std::vector<Tap> taps;
 };
 std::unique_ptr<Xvfb> TapSeriesTest::server;
@@ -88,6 +94,14 @@ TEST_F(TapSeriesTest, APointerThatDoesNotFollowIsMeasuredWhereItIs) {
     EXPECT_EQ(tap({{100, 40}}), "");
     ASSERT_EQ(taps.size(), 1U);
     EXPECT_EQ(taps[0].pointer, (ScreenPoint{17, 23}));
+}
+
+TEST_F(TapSeriesTest, ATapIsWhatItIsAtItsEndWhenTheDriverHasLiftedThePenBefore) {
+    stumbles = 4;
+    EXPECT_EQ(tap({{100, 40}, {200, 50}}), "");
+    ASSERT_EQ(taps.size(), 2U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
 }
 
 TEST_F(TapSeriesTest, ATapThatDoesNotArriveEndsTheSeries) {
