@@ -52,6 +52,19 @@ function(lightpen_floor NAME)
   target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
 endfunction()
 
+# lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it.
+function(lightpen_resources PROGRAM)
+  file(GLOB sounds CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/sounds/*.wav)
+  set(copies)
+  foreach(sound ${sounds})
+    cmake_path(GET sound FILENAME name)
+    set(copy ${CMAKE_CURRENT_BINARY_DIR}/resources/sounds/${name})
+    add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${sound} ${copy} DEPENDS ${sound})
+    list(APPEND copies ${copy})
+  endforeach()
+  target_sources(${PROGRAM} PRIVATE ${copies})
+endfunction()
+
 # lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp, and the target
 # tests_FOLDER that builds them.
 function(lightpen_tests FOLDER)

@@ -51,9 +51,9 @@ void KVRCalibrationCenter::startAnimation() {
         if (target)
             target->setFrame(frame);
     };
-    const auto didEnd = [weak = weak_from_this(), session = session_.load()](const ViewAnimation& animation) {
-        const auto center = weak.lock();
-        if (center && center->session_.load() == session)
+    // The session stops it at its own end, so that it never reports to another one.
+    const auto didEnd = [weak = weak_from_this()](const ViewAnimation& animation) {
+        if (const auto center = weak.lock())
             center->animationDidEnd(animation);
     };
     animation_ = std::make_shared<ViewAnimation>(

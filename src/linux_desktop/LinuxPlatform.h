@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "linux_desktop/CanberraOutput.h"
 #include "linux_desktop/DBusNotifications.h"
 #include "linux_desktop/LinuxPointer.h"
 #include "linux_desktop/LinuxSounds.h"
@@ -86,7 +87,7 @@ private:
     NotificationCenter notifications_;
     DBusNotifications distributedNotifications_;
     LinuxSystemUI systemUI_;
-    LinuxSounds sounds_;
+    LinuxSounds sounds_{clock_, std::make_unique<CanberraOutput>()};
     Platform platform_;
 };
 

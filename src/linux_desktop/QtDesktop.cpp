@@ -83,11 +83,10 @@ std::vector<Screen> QtDesktop::screens() const {
         return all;
     for (const QScreen* screen : QGuiApplication::screens()) {
         const QRect points = screen->geometry();
-        const QPoint corner = points.topLeft() - main->geometry().topLeft();
-        all.insert(
-            screen == main ? all.begin() : all.end(),
-            {screen->name().toStdString(),
-             {{double(corner.x()), double(corner.y())}, {double(points.width()), double(points.height())}}});
+        const QPointF corner = QPointF(points.topLeft() - main->geometry().topLeft()) / pixelsPerPoint(*main);
+        all.insert(screen == main ? all.begin() : all.end(),
+                   {screen->name().toStdString(),
+                    {{corner.x(), corner.y()}, {double(points.width()), double(points.height())}}});
     }
     return all;
 }

@@ -2,8 +2,6 @@
 #include "linux_desktop/StderrLog.h"
 
 #include <poll.h>
-#include <pthread.h>
-#include <signal.h>
 
 #include <array>
 #include <atomic>
@@ -14,6 +12,7 @@
 #include <utility>
 
 #include "linux_desktop/LogChannel.h"
+#include "linux_desktop/SignalMask.h"
 
 namespace lightpen {
 
@@ -23,22 +22,6 @@ namespace {
 constexpr int kPollMilliseconds = 50;
 // How long the end of the log waits for the writer's thread, which is then idle or stuck in a write.
 constexpr std::chrono::milliseconds kEndPatience{500};
-
-// Signals are for the other threads, above all the one of a closed pipe, which would end the process.
-class AllSignalsBlocked {
-public:
-    AllSignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &previous_);
-    }
-    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-
-private:
-    sigset_t previous_{};
-};
 
 } // namespace
 

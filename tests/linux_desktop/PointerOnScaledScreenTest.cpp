@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The same as on a plain screen, with points that are two pixels wide.
+#include <tuple>
+
 #include <QGuiApplication>
 
 #include "support/Xvfb.h"
@@ -21,6 +23,20 @@ TEST_F(PointerOnScaledScreenTest, EventsArriveAtTheirPoint) {
     pointer->post(kLeftMouseDown, {100, 50});
     pointer->post(kLeftMouseUp, {499, 299});
     EXPECT_THAT(buttonEvents(2), ElementsAre("press left 100,50", "release left 499,299"));
+}
+
+TEST_F(PointerOnScaledScreenTest, OtherScreensStandAsManyPointsAway) {
+    for (const auto& [name, place, output] :
+         {std::tuple("*left", "400/106x600/159+0+0", "screen"), {"right", "500/132x450/119+400+100", "none"}})
+        ASSERT_EQ(runProgram({"xrandr", "--setmonitor", name, place, output}), 0);
+    const std::vector<Screen> both{{"left", {{0, 0}, {200, 300}}}, {"right", {{200, 50}, {250, 225}}}};
+    EXPECT_TRUE(waitFor([&] { return desktop.screens() == both; }));
+    defaults.setObject("Main Screen", std::string("right"));
+    EXPECT_EQ(desktop.screens(),
+              (std::vector<Screen>{{"right", {{0, 0}, {250, 225}}}, {"left", {{-200, -50}, {200, 300}}}}));
+    for (const char* name : {"left", "right"})
+        EXPECT_EQ(runProgram({"xrandr", "--delmonitor", name}), 0);
+    EXPECT_TRUE(waitFor([&] { return desktop.screens().size() == 1; }));
 }
 
 TEST_F(PointerOnScaledScreenTest, TheGeometryCountsPixels) {

@@ -77,6 +77,11 @@ ChildProcess::~ChildProcess() {
     kill();
 }
 
+void ChildProcess::send(int signal) {
+    if (pid_ >= 0)
+        ::kill(pid_, signal);
+}
+
 void ChildProcess::kill() {
     if (pid_ < 0)
         return;

@@ -21,6 +21,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    // Sends it a signal.
+    void send(int signal);
     // Ends it at once and waits for it.
     void kill();
     // Waits until it has ended by itself; its exit status, -1 when a signal ended it.

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace lightpen {
+
+struct NeighbourWindow {
+    std::int16_t x = 0;
+    std::int16_t y = 0;
+    std::uint16_t width = 0;
+    std::uint16_t height = 0;
+    std::uint32_t colour = 0; // 0xRRGGBB
+};
+
+// Another program on the same X server: it has windows and a panel, presses keys, moves the pointer and looks
+// at what is shown.
+class XNeighbour {
+public:
+    // Keycodes of the server's own keyboard.
+    static constexpr std::uint8_t kEscape = 9;
+    static constexpr std::uint8_t kTab = 23;
+    static constexpr std::uint8_t kA = 38;
+    static constexpr std::uint8_t kAlt = 64;
+
+    explicit XNeighbour(const std::string& display);
+    ~XNeighbour();
+    XNeighbour(const XNeighbour&) = delete;
+    XNeighbour& operator=(const XNeighbour&) = delete;
+
+    // An ordinary window, mapped.
+    xcb_window_t openWindow(const NeighbourWindow& window);
+    // A panel along the left part of the upper edge, which keeps its strip free; a dock to a window manager.
+    xcb_window_t openPanel(const NeighbourWindow& window);
+    // A panel that no window manager sees.
+    xcb_window_t openFreePanel(const NeighbourWindow& window);
+    void raise(xcb_window_t window);
+    void close(xcb_window_t window);
+    // Whether the server shows it, were it not for windows above it.
+    bool isViewable(xcb_window_t window);
+
+    // Whose window has the keyboard focus.
+    xcb_window_t focus();
+    void setFocus(xcb_window_t window);
+    // What is shown there, 0xRRGGBB; the cursor is not in it.
+    std::uint32_t pixelAt(std::int16_t x, std::int16_t y);
+    void movePointer(std::int16_t x, std::int16_t y);
+    // Gives the root a cursor, which windows show that have none of their own.
+    void setRootCursor();
+    void pressKey(std::uint8_t keycode);
+    void holdKey(std::uint8_t keycode, bool down);
+    // Holds the whole keyboard, as an open menu does; false when somebody else does.
+    bool grabKeyboard();
+    void ungrabKeyboard();
+    bool keyboardIsFree();
+    // Says on the root, and on this window of its own, that it is the window manager; hears what is asked of
+    // one.
+    void becomeManager(xcb_window_t window);
+    // The next message of this name to the window manager, and drops what came before it.
+    std::optional<xcb_client_message_event_t> takeMessage(const char* name);
+    // How many keys were pressed in this program's windows since the last call.
+    int takeKeys();
+
+private:
+    xcb_window_t create(const NeighbourWindow& window, bool overrideRedirect);
+    xcb_atom_t atom(const char* name);
+    void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::uint32_t* values,
+                     std::uint32_t count);
+    void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
+    // Returns when the server has done everything asked so far.
+    void sync();
+
+    xcb_connection_t* connection_;
+    xcb_screen_t* screen_;
+    int keys_ = 0;
+};
+
+} // namespace lightpen
