@@ -56,13 +56,17 @@ public:
 
     // --- Properties (KVRCalibrationCenter.cpp). Setters ignore what is none, or equal.
 
+    // As it was given.
     std::int32_t mode() const { return _mode; }
+    // Held, and not used for drawing.
     void setBackgroundColor(std::optional<Color> color);
     std::optional<Color> backgroundColor() const { return _backgroundColor; }
+    // The target's own properties; without a target there are none, and nothing is set.
     void setTargetBackgroundColor(std::optional<Color> color);
     std::optional<Color> targetBackgroundColor() const;
     void setTargetBezelStyle(std::uint32_t bezelStyle);
     std::uint32_t targetBezelStyle() const;
+    // In points.
     void setTargetSize(Size size);
     // (0, 0) without a target. Any thread.
     Size targetSize() const;
@@ -117,6 +121,7 @@ public:
     void calibrationDidCancel(const Notification& notification);
     // Asks for the session under way to be cancelled as by the user. Any thread.
     void cancelSession();
+    // Shows the cursor again that an automatic session has hidden.
     void windowWillClose(const Notification& notification);
 
     // --- Touches and glides (CalibrationTouch.cpp)
@@ -128,6 +133,7 @@ public:
     bool shouldGenerateMouseEventAtPoint(ScreenPoint point) const;
     // Lets the target glide to its place; touches are taken again at its end.
     void startAnimation();
+    // Beeps, and lets touches in.
     void animationDidEnd(const ViewAnimation& animation);
 
 private:

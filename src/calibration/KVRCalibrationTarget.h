@@ -22,10 +22,12 @@ using SharedFrame = SharedRecord<WindowRect>;
 // covers, the widget covers all of them and the drawing is shifted. Main thread.
 class KVRCalibrationTarget final : public QPushButton {
 public:
+    // A button without a title, a colour or an image, in no view yet.
     KVRCalibrationTarget(const WindowRect& frame, std::uint32_t bezelStyle);
 
     // In the superview's coordinates, y upwards.
     WindowRect frame() const { return *frame_; }
+    // Moves and sizes at once; a frame that is not finite is kept and not shown.
     void setFrame(const WindowRect& frame);
     void setFrameOrigin(WindowPoint origin) { setFrame({origin, frame().size}); }
     void setFrameSize(Size size) { setFrame({frame().origin, size}); }
@@ -34,16 +36,20 @@ public:
 
     // Makes the target part of the view and shows it.
     void addToSuperview(QWidget& superview);
+    // Makes it a widget of its own again, hidden.
     void removeFromSuperview();
     // Brings the widget to its frame again after the superview has changed its height.
     void placeInSuperview();
 
+    // What bezel style 0 fills its rectangle with; none leaves the ground as it is.
     void setBackgroundColor(std::optional<Color> color);
     std::optional<Color> backgroundColor() const { return backgroundColor_; }
+    // 0 for the square with a cross-hair, anything else for the ordinary button.
     void setBezelStyle(std::uint32_t bezelStyle);
     std::uint32_t bezelStyle() const { return bezelStyle_; }
     // The picture of the ordinary drawing, at its own size.
     void setImage(const QPixmap& image);
+    // Whether the ordinary button has a border around its image.
     void setBordered(bool bordered) { setFlat(!bordered); }
     bool isBordered() const { return !isFlat(); }
 

@@ -26,6 +26,7 @@ class KVRCalibrationWindow final : public QWidget {
 public:
     using WillCloseHandler = std::function<void(const Notification&)>;
 
+    // Hidden, and without a screen, until it is told.
     KVRCalibrationWindow();
     // Lets go of the targets in it.
     ~KVRCalibrationWindow() override;
@@ -36,11 +37,14 @@ public:
     void setCalibrationScreen(const std::optional<Screen>& screen);
     // Who hears that the window is about to close.
     void setDelegate(WillCloseHandler windowWillClose) { windowWillClose_ = std::move(windowWillClose); }
+    // The ground around the target; opaque whatever the colour says.
     void setBackgroundColor(const Color& color);
     // Has the size of the screen, also where the desktop gives the window another one.
     QWidget& contentView() { return *contentView_; }
 
+    // Always: a window without a border would otherwise get no keys.
     static constexpr bool canBecomeKeyWindow() { return true; }
+    // Shows it on its screen, above all others, with the keyboard.
     void makeKeyAndOrderFront();
     // Draws at once.
     void display();

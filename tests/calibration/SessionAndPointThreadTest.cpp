@@ -80,6 +80,7 @@ TEST_F(SessionAndPointThreadTest, EscapeHandsThePenBackToThePointer) {
 TEST_F(SessionAndPointThreadTest, ThreadsMeetInEveryMomentOfASession) {
     log.onLine = nullptr; // the fixture's timeline belongs to one thread
     desk.sounds.onPlay = nullptr;
+    constexpr int kEnds = 4; // sessions of each kind of end
     std::atomic<bool> stop = false;
     std::atomic<int> passes = 0;
     std::thread point([&] {
@@ -88,13 +89,15 @@ TEST_F(SessionAndPointThreadTest, ThreadsMeetInEveryMomentOfASession) {
             passOn(penUpReport());
             center->mapPointFrom({1000, 700});
             ++passes;
+            passes.notify_one();
         }
     });
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
     int canceledSessions = 0;
-    while ((completed.size() < 10 || canceledSessions < 10) && std::chrono::steady_clock::now() < deadline) {
+    while ((static_cast<int>(completed.size()) < kEnds || canceledSessions < kEnds) &&
+           std::chrono::steady_clock::now() < deadline) {
         const bool cancels =
-            canceledSessions < 10 && completed.size() > static_cast<std::size_t>(canceledSessions);
+            canceledSessions < kEnds && completed.size() > static_cast<std::size_t>(canceledSessions);
         if (completed.size() % 2 == 0)
             center->startCalibration();
         else
@@ -103,21 +106,20 @@ TEST_F(SessionAndPointThreadTest, ThreadsMeetInEveryMomentOfASession) {
         for (int slice = 0; completed.size() == before && slice < 2000; ++slice) {
             const int seen = passes;
             desk.runLoop.runFor(std::chrono::milliseconds(100));
-            while (passes == seen && std::chrono::steady_clock::now() < deadline)
-                std::this_thread::yield();
-            if (cancels && center->calibrationPoints()->size() == 2) {
+            passes.wait(seen);
+            log.clear();
+            if (cancels && completed.size() == before && !center->calibrationPoints()->empty()) {
                 window()->keyDown(53);
                 ++canceledSessions;
                 break;
             }
         }
         center->setTotalPoints(4);
-        log.clear();
     }
     stop = true;
     point.join();
-    EXPECT_GE(completed.size(), 10u);
-    EXPECT_EQ(canceledSessions, 10);
+    EXPECT_GE(completed.size(), static_cast<std::size_t>(kEnds));
+    EXPECT_EQ(canceledSessions, kEnds);
     for (const PointListRef& points : completed)
         EXPECT_EQ(points->size(), 4u);
 }
