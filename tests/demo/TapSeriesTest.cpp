@@ -24,7 +24,9 @@ protected:
 
     TapSeriesTest() {
         bus.runOnMainLoop();
-        unit.onReport([this](const UnitReport& report) { take(report); });
+        unit.onReport([this](const UnitReport& report) {
+            desk.runLoop.performAfterDelay({this, "take", {}, [this, report] { take(report); }}, delay);
+        });
         unit.plug();
     }
     void take(const UnitReport& report) {
@@ -39,10 +41,10 @@ protected:
             log("Event n:1763 mappedPoint: " + NSStringFromPoint(mapped) + ", in Region: 4");
             if (follows)
                 painter.movePointer(static_cast<std::int16_t>(mapped.x), static_cast<std::int16_t>(mapped.y));
-            if (stumbling) {
+            if (stumbling)
                 --stumbles;
+            if (stumbling || delay > Microseconds::zero())
                 log("Event n:1737 state down to up 0");
-            }
         } else if (lifts) {
             log("Event n:1737 state down to up 0");
         }
@@ -68,7 +70,8 @@ protected:
     MappingRecord record{nowhere};
     bool follows = true;
     bool lifts = true;
-    int stumbles = 0; // as many reports are mapped far away and lift the pen, which the hand does not
+    int stumbles = 0;     // as many reports are mapped far away and lift the pen, which the hand does not
+    Microseconds delay{}; // of reading a report; with one, each report is a stroke of its own
     std::vector<Tap> taps;
 };
 std::unique_ptr<Xvfb> TapSeriesTest::server;
@@ -102,6 +105,15 @@ TEST_F(TapSeriesTest, ATapIsWhatItIsAtItsEndWhenTheDriverHasLiftedThePenBefore) 
     ASSERT_EQ(taps.size(), 2U);
     EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
     EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+}
+
+TEST_F(TapSeriesTest, WhatIsReadLateOfOneTapIsNotTakenForTheNext) {
+    delay = std::chrono::milliseconds(200);
+    EXPECT_EQ(tap({{100, 40}, {200, 50}, {300, 60}}), "");
+    ASSERT_EQ(taps.size(), 3U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+    EXPECT_NEAR(taps[2].mapped.x, 300.25, 1);
 }
 
 TEST_F(TapSeriesTest, ATapThatDoesNotArriveEndsTheSeries) {
