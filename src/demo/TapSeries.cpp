@@ -12,10 +12,16 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr Microseconds kContact = milliseconds(60);
+// How far, in camera units, what the driver read may be from what the camera sees of a tap. Far more than its
+// noise, and far less than from one place to the next.
+constexpr double kSamePlace = 25;
 constexpr Microseconds kLiftPatience = seconds(5);
 // How long the X server may take to hear of the last move, over another connection than this program's.
 constexpr Microseconds kPointerPatience = milliseconds(300);
+
+double distance(CameraPoint one, CameraPoint other) {
+    return std::hypot(one.x - other.x, one.y - other.y);
+}
 
 std::string atPlace(ScreenPoint place) {
     return "The tap at " + NSStringFromPoint(place);
@@ -24,13 +30,16 @@ std::string atPlace(ScreenPoint place) {
 } // namespace
 
 std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, MappingRecord& record,
-                  ScreenCapture& eyes, Platform& platform, std::vector<Tap>& taps) {
+                  ScreenCapture& eyes, Platform& platform, std::vector<Tap>& taps, Microseconds contact) {
     for (const ScreenPoint& place : places) {
         record.clear();
-        unit.play(Hand().press(place).stay(kContact).lift(Microseconds::zero()));
+        unit.play(Hand().press(place).stay(contact).lift(Microseconds::zero()));
+        // Where the machine is held up, the driver still reads the tap before, and lifts the pen in between
+        // because a look finds no report.
         const auto lifted = [&] {
             const auto stroke = record.stroke();
-            return stroke && stroke->lifted;
+            return unit.toPlay() == Microseconds::zero() && stroke && stroke->lifted &&
+                   distance(stroke->reported, unit.seen(place)) < kSamePlace;
         };
         if (!waitUntil(platform, lifted, kLiftPatience))
             return atPlace(place) + " did not become a stroke of the pen.";

@@ -24,7 +24,9 @@ protected:
 
     TapSeriesTest() {
         bus.runOnMainLoop();
-        unit.onReport([this](const UnitReport& report) { take(report); });
+        unit.onReport([this](const UnitReport& report) {
+            desk.runLoop.performAfterDelay({this, "take", {}, [this, report] { take(report); }}, delay);
+        });
         unit.plug();
     }
     void take(const UnitReport& report) {
@@ -32,12 +34,17 @@ protected:
             const CameraPoint seen{static_cast<double>(report.bytes[1] + 256 * report.bytes[2]),
                                    static_cast<double>(report.bytes[3] + 256 * report.bytes[4])};
             const ScreenPoint exact = unit.description().optics.unproject(seen);
-            const ScreenPoint mapped{exact.x + 0.25, exact.y + 1};
+            const bool stumbling = stumbles > 0;
+            const ScreenPoint mapped{exact.x + 0.25 + (stumbling ? 90 : 0), exact.y + 1};
             log("Event n:1759 mappedPoint: (" + std::to_string(static_cast<int>(seen.x)) + ".00," +
                 std::to_string(static_cast<int>(seen.y)) + ".00)");
             log("Event n:1763 mappedPoint: " + NSStringFromPoint(mapped) + ", in Region: 4");
             if (follows)
                 painter.movePointer(static_cast<std::int16_t>(mapped.x), static_cast<std::int16_t>(mapped.y));
+            if (stumbling)
+                --stumbles;
+            if (stumbling || delay > Microseconds::zero())
+                log("Event n:1737 state down to up 0");
         } else if (lifts) {
             log("Event n:1737 state down to up 0");
         }
@@ -63,6 +70,8 @@ protected:
     MappingRecord record{nowhere};
     bool follows = true;
     bool lifts = true;
+    int stumbles = 0;     // as many reports are mapped far away and lift the pen, which the hand does not
+    Microseconds delay{}; // of reading a report; with one, each report is a stroke of its own
     std::vector<Tap> taps;
 };
 std::unique_ptr<Xvfb> TapSeriesTest::server;
@@ -88,6 +97,23 @@ TEST_F(TapSeriesTest, APointerThatDoesNotFollowIsMeasuredWhereItIs) {
     EXPECT_EQ(tap({{100, 40}}), "");
     ASSERT_EQ(taps.size(), 1U);
     EXPECT_EQ(taps[0].pointer, (ScreenPoint{17, 23}));
+}
+
+TEST_F(TapSeriesTest, ATapIsWhatItIsAtItsEndWhenTheDriverHasLiftedThePenBefore) {
+    stumbles = 4;
+    EXPECT_EQ(tap({{100, 40}, {200, 50}}), "");
+    ASSERT_EQ(taps.size(), 2U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+}
+
+TEST_F(TapSeriesTest, WhatIsReadLateOfOneTapIsNotTakenForTheNext) {
+    delay = std::chrono::milliseconds(200);
+    EXPECT_EQ(tap({{100, 40}, {200, 50}, {300, 60}}), "");
+    ASSERT_EQ(taps.size(), 3U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+    EXPECT_NEAR(taps[2].mapped.x, 300.25, 1);
 }
 
 TEST_F(TapSeriesTest, ATapThatDoesNotArriveEndsTheSeries) {

@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: MIT
+// Calibrations with nothing made up but the camera: the unit is a USB device of the kernel's with a flash of
+// its own, the sessions stand on an X server's screen, hand and camera look at that server's pixels, and the
+// pointer is a device of the kernel's that the server follows through libinput. The driver's parts run in the
+// test's own process.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <QApplication>
+
+#include "app/LightPenNX7Controller.h"
+#include "demo/CanvasProcess.h"
+#include "demo/PlayedSession.h"
+#include "demo/ScreenWatch.h"
+#include "demo/TapSeries.h"
+#include "demo/TargetSeeker.h"
+#include "demo/Waiting.h"
+#include "device/SharedState.h"
+#include "emulator/GadgetBus.h"
+#include "kernel/support/UnitPriority.h"
+#include "kernel/support/XClient.h"
+#include "kernel/support/Xorg.h"
+#include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/QtApplicationSetup.h"
+#include "platform/FileDescriptor.h"
+#include "support/PrivateBus.h"
+#include "support/TemporaryDirectory.h"
+
+namespace lightpen {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::IsEmpty;
+
+constexpr Size kScreen = Xorg::kScreen;
+// Where the targets of a session stand on it, in points.
+constexpr ScreenPoint kTargets[] = {{170, 75}, {1110, 75}, {170, 645}, {1110, 645}};
+// A guest that is held up for as long as a short tap lasts never sees it.
+constexpr Microseconds kContact = milliseconds(200);
+constexpr Microseconds kPatience = seconds(20);
+
+// What a user sits at: a session, a screen, a program in use, and the driver. It is one for the process, and
+// its threads never end.
+struct Seat {
+    const Xorg& server;
+    TemporaryDirectory folder;
+    FileDescriptor log{
+        ::open(folder.file("driver.log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
+    LinuxPlatform real{[this] {
+        LinuxPlatformSettings settings;
+        settings.pointer = PointerChoice::uinput;
+        settings.settingsFile = folder.file("settings.ini");
+        settings.log.diagnostics = log.get();
+        settings.log.output = log.get();
+        return settings;
+    }()};
+    Platform& platform = real.platform();
+    MappingRecord record{real.log()};
+    CanvasProcess canvas{platform.runLoop};
+    XClient client;
+    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
+
+    explicit Seat(const Xorg& xorg) : server(xorg) {
+        setLogSink(&record);
+        Platform::setCurrent(&platform);
+        controller->awakeFromNib();
+    }
+    // Empty when all is there.
+    std::string sitDown() {
+        if (std::string problem = canvas.start(LIGHTPEN_CANVAS); !problem.empty())
+            return problem;
+        return server.awaitAdded("LightPenNX7 pointer") ? "" : "The X server has not taken the pointer.";
+    }
+};
+Seat* seat = nullptr;
+
+std::unique_ptr<ScreenCapture> look() {
+    std::string problem;
+    auto capture = ScreenCapture::create(nullptr, problem);
+    if (!capture)
+        throw std::runtime_error(problem);
+    return capture;
+}
+
+EventGeneratorNX7& driver() {
+    return *EventGeneratorNX7::sharedEventGeneratorNX7();
+}
+
+class CalibrationOnScreenTest : public testing::Test {
+protected:
+    CalibrationOnScreenTest() {
+        priority.reset();
+        EXPECT_EQ(::ftruncate(seat->log.get(), 0), 0);
+    }
+    ~CalibrationOnScreenTest() override {
+        unit.unplug();
+        EXPECT_TRUE(becomes([this] { return !controller.deviceConnected(); })) << "the unit is still there";
+        platform.runLoop.runFor(seconds(1)); // the removal's pauses come after its announcement
+        if (HasFailure()) {
+            seat->real.log().flush();
+            std::printf("--- the driver's log:\n%s--- end of the driver's log\n",
+                        readFile(seat->folder.file("driver.log")).c_str());
+        }
+    }
+
+    template <class Condition>
+    bool becomes(Condition condition) {
+        return waitUntil(platform, condition, kPatience);
+    }
+    void plugIn() {
+        unit.plug();
+        ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
+        ASSERT_TRUE(becomes([this] { return controller.deviceConnected() && sharedState.unitOpen == 1; }));
+        // The unit's first reports arm the pen; where they were missed, touches do.
+        const auto armed = [] { return sharedState.mouseArmed == 1; };
+        for (int knocks = 0; knocks < 10 && !waitUntil(platform, armed, seconds(1)); ++knocks)
+            unit.play(Hand().tap({59, 31}, kContact));
+        ASSERT_TRUE(armed());
+        ASSERT_TRUE(becomes([this] { return unit.toPlay() == Microseconds::zero(); }));
+    }
+    void unplug() {
+        unit.unplug();
+        ASSERT_TRUE(becomes([this] { return !controller.deviceConnected(); }));
+        platform.runLoop.runFor(seconds(1));
+    }
+    void start(SessionKind kind) {
+        platform.defaults.setObject("Auto Calibration", kind == SessionKind::automatic);
+        controller.calibration("the test");
+    }
+    // How many windows cover the screen beside the program in use.
+    std::size_t sessionWindows() { return seat->client.windowsThatCover(kScreen) - 1; }
+    PointList stored() {
+        const auto points = unit.flash()->points();
+        return points ? PointList(points->begin(), points->end()) : PointList();
+    }
+
+    // A unit that has never been calibrated is calibrated now.
+    void calibrate(SessionKind kind) {
+        ASSERT_FALSE(unit.flash()->calibrated());
+        ASSERT_NO_FATAL_FAILURE(plugIn());
+        const auto picture = seat->folder.file("target.png");
+        PlayedSession session(platform, unit, *eyes);
+        ASSERT_EQ(session.run(
+                      kind, [&] { start(kind); }, picture),
+                  "");
+        EXPECT_EQ(session.completions(), 1);
+        EXPECT_EQ(session.touches() > 0, kind == SessionKind::byHand);
+        std::printf("%d touches of the hand\n", session.touches());
+        EXPECT_TRUE(becomes([this] { return unit.flash()->calibrated() && !driver().delegate(); }));
+        EXPECT_EQ(sessionWindows(), 0U);
+        expectTheTargetsIn(stored());
+    }
+    void expectTheTargetsIn(const PointList& points) {
+        ASSERT_EQ(points.size(), std::size(kTargets));
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            EXPECT_NEAR(points[i].x, unit.seen(kTargets[i]).x, 0.6) << i;
+            EXPECT_NEAR(points[i].y, unit.seen(kTargets[i]).y, 0.6) << i;
+        }
+    }
+    // What the unit has stored is all that is left of a calibration after this.
+    void expectToSurviveReplugging() {
+        ASSERT_NO_FATAL_FAILURE(unplug());
+        ASSERT_NO_FATAL_FAILURE(plugIn());
+        const PointListRef read = driver().calibrationPointsFromFlash();
+        ASSERT_TRUE(read);
+        // Two that hold the unit's information follow the calibration's points.
+        EXPECT_EQ(PointList(read->begin(), read->begin() + std::min<std::ptrdiff_t>(4, std::ssize(*read))),
+                  stored());
+    }
+    // The pointer follows the hand as exactly as it does after any calibration, and clicks reach the program
+    // in use.
+    void expectThePointerToFollow() {
+        const std::size_t clicks = countOf(seat->canvas.events(), CanvasEvent::Kind::release);
+        std::vector<Tap> taps;
+        EXPECT_EQ(tapAt({{5, 9}, {1268.5, 14}, {1271, 706.25}, {11, 702}, {333.5, 444}, {871, 118.75}}, unit,
+                        seat->record, *eyes, platform, taps, kContact),
+                  "");
+        const AccuracyRow row{"strong keystone", "", 0, accuracyOf(taps, unit.description().optics)};
+        EXPECT_EQ(taps.size(), 6U);
+        EXPECT_THAT(missedAims({row}), IsEmpty());
+        std::printf("%s", tableOf({row}).c_str());
+        EXPECT_TRUE(becomes([&] {
+            return countOf(seat->canvas.events(), CanvasEvent::Kind::release) >= clicks + taps.size();
+        }));
+    }
+
+    // What the hand sees; none while the target cannot be told from the rest.
+    std::optional<ScreenPoint> targetOnScreen() {
+        const auto picture = eyes->look();
+        return picture ? targetSeen(*picture) : std::nullopt;
+    }
+    // The hand touches the first target of a session, and the session takes it.
+    void touchFirstTarget() {
+        TargetSeeker seeker;
+        std::optional<ScreenPoint> seen;
+        std::optional<ScreenPoint> touched;
+        EXPECT_TRUE(becomes([&] {
+            if (eyes->changed())
+                seen = targetOnScreen();
+            if (const auto place = seeker.look(seen, platform.clock.now())) {
+                unit.play(Hand().press(*place).stay(kContact).lift());
+                touched = place;
+            }
+            return touched && seen && std::abs(seen->x - touched->x) > TargetSeeker::kElsewhere;
+        })) << "the target stays where it was touched";
+    }
+    std::vector<std::uint8_t> pixels() {
+        const auto picture = eyes->look();
+        return picture ? std::vector(picture->bytes.begin(), picture->bytes.end())
+                       : std::vector<std::uint8_t>();
+    }
+    void store() {
+        unit.flash()->store(unit.seen(kTargets[0]), unit.seen(kTargets[1]), unit.seen(kTargets[2]),
+                            unit.seen(kTargets[3]));
+    }
+
+    Platform& platform = seat->platform;
+    LightPenNX7Controller& controller = *seat->controller;
+    std::optional<UnitPriority> priority{std::in_place};
+    GadgetBus bus{platform.clock}; // the kernel has room for one unit of four interfaces at a time
+    CameraUnit& unit = bus.addUnit({.optics = Optics::strongKeystone(kScreen)});
+    std::unique_ptr<ScreenCapture> eyes = look();
+};
+
+TEST_F(CalibrationOnScreenTest, AHandThatLooksAtTheScreenCalibratesAUnit) {
+    ASSERT_NO_FATAL_FAILURE(calibrate(SessionKind::byHand));
+    ASSERT_NO_FATAL_FAILURE(expectToSurviveReplugging());
+    expectThePointerToFollow();
+}
+
+TEST_F(CalibrationOnScreenTest, ACameraThatLooksAtTheScreenCalibratesItself) {
+    const ScreenWatch watch(look(), unit);
+    ASSERT_NO_FATAL_FAILURE(calibrate(SessionKind::automatic));
+    ASSERT_NO_FATAL_FAILURE(expectToSurviveReplugging());
+    expectThePointerToFollow();
+}
+
+TEST_F(CalibrationOnScreenTest, EscapeBringsBackWhatTheUnitHasStored) {
+    store();
+    const PointList before = stored();
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    start(SessionKind::byHand);
+    ASSERT_NO_FATAL_FAILURE(touchFirstTarget());
+    EXPECT_EQ(sessionWindows(), 1U);
+    ASSERT_TRUE(becomes([] { return QGuiApplication::focusWindow() != nullptr; }));
+    seat->client.pressKey(XClient::kEscape);
+    EXPECT_TRUE(becomes([this] { return sessionWindows() == 0; }));
+    EXPECT_FALSE(driver().delegate());
+    EXPECT_EQ(stored(), before);
+    expectThePointerToFollow();
+}
+
+TEST_F(CalibrationOnScreenTest, AUnitThatIsPulledOutOfASessionLeavesNoWindowBehind) {
+    store();
+    const PointList before = stored();
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    const auto desktop = pixels();
+    // The camera does not look, so the first target stays.
+    start(SessionKind::automatic);
+    ASSERT_TRUE(becomes([this] { return targetOnScreen().has_value(); }));
+    EXPECT_EQ(sessionWindows(), 1U);
+    EXPECT_NE(pixels(), desktop);
+    ASSERT_NO_FATAL_FAILURE(unplug());
+    EXPECT_EQ(sessionWindows(), 0U);
+    EXPECT_TRUE(becomes([&] { return pixels() == desktop; })) << "the screen is not as it was";
+    EXPECT_EQ(stored(), before);
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    expectThePointerToFollow();
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const lightpen::Xorg server;
+    server.enter();
+    const lightpen::PrivateBus bus;
+    bus.enter();
+    lightpen::setUpQtMessages();
+    const QApplication application(argc, argv);
+    lightpen::setUpQtApplication();
+    const auto seat = std::make_unique<lightpen::Seat>(server);
+    lightpen::seat = seat.get();
+    if (const std::string problem = seat->sitDown(); !problem.empty()) {
+        std::printf("%s\n%s", problem.c_str(), server.log().c_str());
+        seat->platform.runLoop.exitProcess(EXIT_FAILURE);
+    }
+    const int status = RUN_ALL_TESTS();
+    std::fflush(stdout);
+    seat->canvas.command("quit");
+    seat->platform.runLoop.runFor(std::chrono::milliseconds(300));
+    // Without destructors: the driver's threads still run.
+    seat->platform.runLoop.exitProcess(status);
+}
