@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/DataFiles.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/IORegistry.h"
@@ -24,6 +25,7 @@ struct Platform {
     DistributedNotificationCenter& distributedNotifications;
     Desktop& desktop;
     UserDefaults& defaults;
+    DataFiles& dataFiles;
 
     // The platform of this process; ends the program with a message when none was set.
     static Platform& current();

@@ -137,9 +137,9 @@ public:
 
 TEST_F(HIDInterfaceTest, ARegistryThatCannotListYieldsNothing) {
     BrokenRegistry broken{desk.runLoop, desk.clock};
-    Platform platform{broken,         desk.pointer, desk.runLoop,
-                      desk.clock,     desk.threads, desk.notifications,
-                      desk.broadcast, desk.desktop, desk.defaults};
+    Platform platform{broken,        desk.pointer,       desk.runLoop,   desk.clock,
+                      desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
+                      desk.defaults, desk.dataFiles};
     Platform::setCurrent(&platform);
     EXPECT_EQ(driver->getOruHWService(), 0u);
     EXPECT_EQ(broken.liveObjects(), 0u);

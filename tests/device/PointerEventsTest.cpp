@@ -85,8 +85,8 @@ TEST_F(PointerEventsTest, ALeftClickIsNothing) {
 
 TEST_F(PointerEventsTest, APostHandsOverConnectionVersionFlagsAndOptions) {
     WholePost pointer;
-    Platform platform{desk.registry,      pointer,        desk.runLoop, desk.clock,   desk.threads,
-                      desk.notifications, desk.broadcast, desk.desktop, desk.defaults};
+    Platform platform{desk.registry,      pointer,        desk.runLoop, desk.clock,    desk.threads,
+                      desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.dataFiles};
     Platform::setCurrent(&platform);
     pointer.result = kIOReturnNoDevice;
     driver->postLMouseDown({11, 22});

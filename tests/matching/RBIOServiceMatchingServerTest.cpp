@@ -239,8 +239,8 @@ protected:
 
     TestPlatform desk;
     ScriptedRegistry registry{desk.runLoop, desk.clock};
-    Platform platform{registry,           desk.pointer,   desk.runLoop, desk.clock,   desk.threads,
-                      desk.notifications, desk.broadcast, desk.desktop, desk.defaults};
+    Platform platform{registry,           desk.pointer,   desk.runLoop, desk.clock,    desk.threads,
+                      desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.dataFiles};
     RecordingLog log;
     std::vector<std::string> diary;
     Observer observer{diary};
