@@ -43,6 +43,7 @@ void EventGeneratorNX7::printCommand(const std::uint8_t* command) const {
 // Replaces the front of the output buffer; what lies behind it stays. Without a buffer there is nothing to
 // replace, and later nothing to send.
 void EventGeneratorNX7::putIntoOutputBuffer(const ReportBuffer& command) {
+    const std::lock_guard hold(_outputBytes);
     if (!_outputReportBuffer)
         return;
     const auto length = static_cast<std::size_t>(std::max(sharedState.reportCopyLength.load(), 0));
@@ -51,29 +52,36 @@ void EventGeneratorNX7::putIntoOutputBuffer(const ReportBuffer& command) {
     std::copy_n(command.begin(), std::min(length, command.size()), output.begin());
 }
 
-IOReturn EventGeneratorNX7::sendOutputBuffer(IOHIDDeviceInterface122& device, std::uint32_t timeoutMs) {
+// The front of the output buffer that setReport sends; none when the buffer is missing or empty.
+std::optional<ReportBuffer> EventGeneratorNX7::outputReport() {
+    const std::lock_guard hold(_outputBytes);
+    if (!_outputReportBuffer || _outputReportBuffer->empty())
+        return std::nullopt;
     const std::size_t size = std::min<std::size_t>(sharedState.reportSize, _outputReportBuffer->size());
-    return device.setReport(IOHIDReportType::output, 0, std::span(*_outputReportBuffer).first(size),
-                            timeoutMs);
+    return ReportBuffer(_outputReportBuffer->begin(),
+                        _outputReportBuffer->begin() + static_cast<std::ptrdiff_t>(size));
 }
 
 IOReturn EventGeneratorNX7::doCommandFromOutputBuffer() {
-    if (!_outputReportBuffer || _outputReportBuffer->empty()) {
+    const auto report = outputReport();
+    if (!report) {
         logLine("Event n:1385 doCommandFromOutputBuffer error. command size is ZERO.");
         return kIOReturnSuccess;
     }
     const auto device = _pphidDeviceInterface.load();
-    return device ? sendOutputBuffer(*device, kCommandTimeoutMs) : kIOReturnNoDevice;
+    return device ? device->setReport(IOHIDReportType::output, 0, *report, kCommandTimeoutMs)
+                  : kIOReturnNoDevice;
 }
 
 IOReturn EventGeneratorNX7::doFlashCommandFromOutputBuffer() {
     const auto device = _pphidDeviceInterface.load();
-    if (!device || !_outputReportBuffer || _outputReportBuffer->empty()) {
+    const auto report = outputReport();
+    if (!device || !report) {
         // The text names the other routine, by design.
         logLine("Event n:1367 doCommandFromOutputBuffer error. command size is ZERO.");
         return kIOReturnSuccess;
     }
-    return sendOutputBuffer(*device, kIOHIDNoTimeout);
+    return device->setReport(IOHIDReportType::output, 0, *report, kIOHIDNoTimeout);
 }
 
 void EventGeneratorNX7::sendSettings(const char* failureMessage) {

@@ -6,10 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "device/PointList.h"
+#include "device/PreviewImage.h"
 #include "device/Protocols.h"
 #include "device/Reports.h"
 #include "platform/IOHID.h"
@@ -19,7 +21,6 @@
 
 namespace lightpen {
 
-struct PreviewImage;
 class PreviewImageView;
 class PreviewWindow;
 
@@ -214,21 +215,44 @@ public:
     void getAddressIndex(int addressIndex, int byteIndex, int value);
     void stopUSBStorageMode();
 
-    // --- Preview picture and stray light (Preview.cpp)
+    // --- Preview picture (Preview.cpp)
 
-    // How often stray light was seen, 0 to 50.
-    int StrayLightDetecting();
+    // A new picture of what the camera sees; null without a unit. Runs the main loop until the picture is
+    // complete, without limit for a unit that is there; one that leaves ends it with the last picture, which
+    // is also what a request within another one gets.
+    PreviewImageRef previewImage();
+    // Keeps the image as the last one.
+    void setImage(PreviewImageRef image);
+    // Puts the unit into image mode. Returns the code of the second of its two commands.
+    IOReturn triggerToGetImage();
+    // A new image of the 4800 grey levels of a picture.
+    static PreviewImageRef imageWithOruHIDBytes(std::span<const std::uint8_t, kPreviewPictureBytes> bytes);
     // Receives the reports of the image queue. Main thread.
     void imageReportReceived(IOReturn result, IOHIDQueueInterface& queue);
 
-    // --- Pairing and check view (Pairing.cpp)
+    // --- Stray light (LightTest.cpp)
+
+    // How often stray light was seen, 0 to 50. Takes 50 ms.
+    int StrayLightDetecting();
+    // The first byte of the next reply, which goes into the buffer; 0 (and the buffer as it was) when none
+    // comes.
+    std::uint8_t getLightDetecting(ReportBuffer& buffer);
+
+    // --- Pairing (Pairing.cpp)
+
+    // Reads the unit's pairing table with requests of this letter (the code's low byte) and saves it in the
+    // pairing data file. Repeats unanswered requests without limit; a unit that leaves, or the end of the
+    // program, ends it, and nothing is saved.
+    void Nx9commd(std::uint32_t IDCode);
+    // Sends the pairing data file to the unit. Point thread. Repeats unanswered records in the same way.
+    void Nx9inPairing();
+
+    // --- Check view (CheckView.cpp)
 
     void Nx9windowChTwoPoint();
     void Nx9View();
     // Takes the check view away and ends the point thread. Returns 0.
     int Nx9windowrelease();
-    // Sends the pairing table to the unit. Point thread.
-    void Nx9inPairing();
     std::int32_t nx9Exposure() const { return _nx9Exposure; }
 
     // --- Fields
@@ -250,7 +274,7 @@ public:
     // Where the stroke began, (0, 0) when no long press is pending; both threads.
     SharedRecord<ScreenPoint> _AnchorPointForLongPress;
     std::int32_t _deviceMode = -1; // -1 no unit, 0 unit just added, 1 after defaults
-    std::shared_ptr<PreviewImage> _previewImage;
+    PreviewImageRef _previewImage; // the last complete picture; main thread
     SharedReference<KVRCalibrationProtocol> _calibrationCenter;
     SharedReference<EventGeneratorNX7CallbackProtocol> _delegate;
     SharedReference<EventGeneratorNX7DeviceCallbackProtocol> _deviceDelegate;
@@ -277,6 +301,8 @@ private:
     using DeviceDelegateRef = std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol>;
     // Whether a pass sleeps at its end.
     enum class AfterPass { sleep, goOn };
+    // Whether the pairing table goes from the unit into its file, or back.
+    enum class PairingDirection { saving, sending };
 
     void reportStrayLight();
     void makePairingKeyWindow();
@@ -316,7 +342,7 @@ private:
     CameraSettings currentSettings() const;
     void putIntoOutputBuffer(const ReportBuffer& command);
     void sendSettings(const char* failureMessage);
-    IOReturn sendOutputBuffer(IOHIDDeviceInterface122& device, std::uint32_t timeoutMs);
+    std::optional<ReportBuffer> outputReport();
 
     void openCalibrationQueue();
     void closeCalibrationQueue();
@@ -327,13 +353,28 @@ private:
     void takeStoredRecord(int index, const ReportBuffer& reply, PointList& points);
     bool acknowledgeOperatingMode();
 
+    IOReturn sendImageMode(bool on);
+    void waitForPicture(const IOHIDQueueRef& queue);
+    bool collectsPicture() const;
+    void takeImageReport(const IOHIDEventStruct& event);
+    static void takeReportBehindPicture(IOHIDQueueInterface& queue);
+
+    IOHIDQueueRef startedPairingQueue(PairingDirection direction);
+    bool pairingEnds(IOReturn sent, const IOHIDDeviceInterfaceRef& device) const;
+    std::optional<bool> requestPairingRecord(std::uint32_t IDCode, int index, ReportBuffer& table);
+    bool sendPairingRecord(const ReportBuffer& command, IOHIDQueueInterface* queue);
+
     // The interface that feeds the running queues. The arrival of a second unit replaces the other one, and
     // its queues would dry up with it.
     IOHIDDeviceInterfaceRef _queueInterface;
     std::mutex _lock; // around setDelegate and setCalibrationCenter
+    // Around the bytes of the output buffer while they are copied in or out: both threads send. Which of two
+    // commands goes out is up to them.
+    std::mutex _outputBytes;
     SharedWord _threadGeneration{0};
     bool _strokePressed = false; // the stroke under way has pressed the left button; point thread
     SharedWord _keyWindowIgnoresMouse{-1};
+    bool _fetchingPicture = false; // previewImage is under way; main thread
 };
 
 } // namespace lightpen

@@ -17,8 +17,10 @@ inline constexpr std::uint8_t kCalibrationRecordCommand = 'C';
 inline constexpr std::uint8_t kReadRecordCommand = 'H';
 inline constexpr std::uint8_t kOperatingModeCommand = 'W'; // twice
 inline constexpr std::uint8_t kWirelessCommand = 'T';
+inline constexpr std::uint8_t kLightTestCommand = 'K';
 inline constexpr std::uint8_t kStoredRecordReply = 'Y';
 inline constexpr std::uint8_t kNoRecordReply = 'N';
+inline constexpr std::uint8_t kStrayLightReply = 's';
 
 using ReportBuffer = std::vector<std::uint8_t>;
 

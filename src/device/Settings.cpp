@@ -65,6 +65,7 @@ void EventGeneratorNX7::setToDefault() {
 }
 
 void EventGeneratorNX7::setOutputReportBuffer(ReportBufferRef buffer) {
+    const std::lock_guard hold(_outputBytes);
     _outputReportBuffer = std::move(buffer);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "device/PairingKeyWindow.h"
+#include "device/PictureAssembly.h"
 #include "platform/Geometry.h"
 #include "platform/Shared.h"
 
@@ -72,6 +73,12 @@ struct SharedState {
     // bits, by design.
     SharedValue<std::uint8_t> reportSize{32};
     SharedWord reportCopyLength{32};
+
+    // The picture that is being put together. Main thread.
+    PictureAssembly pictureAssembly;
+    // Whether the picture that was last asked for is complete. Written by the trigger (0) and by the image
+    // reports (1).
+    SharedWord imageReady{0};
 };
 
 extern SharedState sharedState;

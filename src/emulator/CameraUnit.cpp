@@ -107,7 +107,12 @@ std::optional<CameraPoint> CameraUnit::penSeen(Microseconds time) const {
 }
 
 Scene CameraUnit::sceneAt(Microseconds time) const {
-    Scene scene{penSeen(time), strayLight_, {}, displayed_.dark};
+    const Optics::Corners& screen = description_.optics.corners();
+    Scene scene{penSeen(time),
+                strayLight_,
+                {},
+                displayed_.dark,
+                std::array{screen.topLeft, screen.topRight, screen.bottomRight, screen.bottomLeft}};
     for (const ScreenPoint& blob : displayed_.blobs)
         if (const auto seen = description_.optics.see(blob, time))
             scene.blobs.push_back(*seen);

@@ -40,8 +40,8 @@ double uniform(std::uint64_t bits) {
 
 } // namespace
 
-Optics::Optics(const Homography& toCamera, Size screen)
-    : toCamera_(toCamera), toScreen_(toCamera.inverse()),
+Optics::Optics(const Homography& toCamera, Size screen, const Corners& corners)
+    : toCamera_(toCamera), toScreen_(toCamera.inverse()), corners_(corners),
       facing_(toCamera.depth({screen.width / 2, screen.height / 2})) {}
 
 std::optional<Optics> Optics::fromCorners(Size screen, const Corners& corners) {
@@ -51,7 +51,7 @@ std::optional<Optics> Optics::fromCorners(Size screen, const Corners& corners) {
                                                     plane(corners.bottomRight), plane(corners.bottomLeft)});
     if (!mapping)
         return std::nullopt;
-    return Optics(*mapping, screen);
+    return Optics(*mapping, screen, corners);
 }
 
 Optics Optics::straight(Size screen) {

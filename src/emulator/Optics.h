@@ -40,16 +40,19 @@ public:
     CameraPoint project(ScreenPoint point) const;
     // The exact screen point of a camera point.
     ScreenPoint unproject(CameraPoint point) const;
+    // The camera points of the screen's corners.
+    const Corners& corners() const { return corners_; }
     // Where the camera sees a light at this screen point, with noise; none when it lies beyond the lens'
     // view. The result may lie up to kLensMargin outside the reported range.
     std::optional<CameraPoint> see(ScreenPoint point, Microseconds time) const;
 
 private:
-    Optics(const Homography& toCamera, Size screen);
+    Optics(const Homography& toCamera, Size screen, const Corners& corners);
     CameraPoint noise(Microseconds time) const;
 
     Homography toCamera_;
     Homography toScreen_;
+    Corners corners_;
     double facing_; // the depth of the screen's middle: what lies behind the camera has the other sign
     double sigma_ = 0;
     std::uint64_t seed_ = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -19,6 +20,9 @@ struct Scene {
     // it is dark. A desktop is bright.
     std::vector<CameraPoint> blobs = {};
     bool darkPicture = false;
+    // Where the screen is, if there is one: its corners in their order around it. It finds no spot; pictures
+    // show it.
+    std::optional<std::array<CameraPoint, 4>> screen = std::nullopt;
 };
 
 // Finds the one spot in what the camera sees.

@@ -50,11 +50,14 @@ private:
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
     : log_(settings.log), runLoop_(clock_, [this] { lastAct(); }), signals_(runLoop_),
-      defaults_(std::move(settings.settingsFile)), desktop_(defaults_, geometry_),
+      defaults_(std::move(settings.settingsFile)),
+      dataFiles_(std::move(settings.userFiles), std::move(settings.shippedFiles)),
+      desktop_(defaults_, geometry_),
       pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
       registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
-      platform_{registry_, pointer_,  runLoop_,  clock_, threads_, notifications_, distributedNotifications_,
-                desktop_,  defaults_, systemUI_, sounds_} {
+      platform_{
+          registry_, pointer_,  runLoop_,  clock_,  threads_,  notifications_, distributedNotifications_,
+          desktop_,  defaults_, systemUI_, sounds_, dataFiles_} {
     registry_.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
         machineUnits_ = std::make_unique<MachineUnits>(registry_, runLoop_, clock_);

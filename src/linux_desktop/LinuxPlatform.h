@@ -15,6 +15,7 @@
 #include "linux_desktop/SystemClock.h"
 #include "linux_desktop/SystemThreads.h"
 #include "linux_desktop/TerminationSignals.h"
+#include "linux_desktop/XdgDataFiles.h"
 #include "linux_desktop/XdgDefaults.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
@@ -31,6 +32,9 @@ struct LinuxPlatformSettings {
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
     std::string settingsFile = XdgDefaults::userFile();
+    // The folders of the data files that the user has written, and of those that came with the program.
+    std::string userFiles = XdgDataFiles::userFolder();
+    std::string shippedFiles = XdgDataFiles::shippedFolder();
     StderrLog::Settings log;
 };
 
@@ -79,6 +83,7 @@ private:
     QtRunLoop runLoop_;
     TerminationSignals signals_;
     XdgDefaults defaults_;
+    XdgDataFiles dataFiles_;
     SharedGeometry geometry_;
     QtDesktop desktop_;
     LinuxPointer pointer_;

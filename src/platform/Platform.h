@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/DataFiles.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/IORegistry.h"
@@ -28,6 +29,7 @@ struct Platform {
     UserDefaults& defaults;
     SystemUI& systemUI;
     Sounds& sounds;
+    DataFiles& dataFiles;
 
     // The platform of this process; ends the program with a message when none was set.
     static Platform& current();

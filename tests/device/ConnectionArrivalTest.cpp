@@ -41,7 +41,7 @@ TEST_F(ConnectionArrivalTest, AUnitThatArrivesIsOpenedAndAnnounced) {
     const auto timeline = takeTimeline();
     EXPECT_EQ(timeline.front(), "Event n:647 device did add");
     EXPECT_THAT(timeline.at(1), StartsWith("Event n:2125 "));
-    EXPECT_EQ(timeline.back(), "queue3.start()") << "the thread has started";
+    EXPECT_EQ(timeline.back(), "queue4.start()") << "the thread has started";
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
     EXPECT_EQ(deviceDelegate->sender, driver.get());
     EXPECT_EQ(driver->_deviceMode, 0);
@@ -121,8 +121,9 @@ TEST_F(ConnectionArrivalTest, ThePointerIsHeldBackUntilTheCalibrationHasHadItsTu
         open.push_back(sharedState.unitOpen);
     };
     arrive();
-    EXPECT_THAT(armed, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0)) << "seven pauses, two messages";
-    EXPECT_THAT(open, ElementsAre(0, 0, 0, 0, 0, 0, 0, 1, 1));
+    EXPECT_EQ(armed, std::vector<int>(7 + 50 + 2, 0)) << "seven pauses, fifty looks for light, two messages";
+    EXPECT_THAT(std::vector(open.begin(), open.end() - 2), testing::Each(0));
+    EXPECT_THAT(std::vector(open.end() - 2, open.end()), ElementsAre(1, 1));
     EXPECT_EQ(sharedState.deviceDelegateQueried, 1) << "polling begins";
     EXPECT_EQ(sharedState.mouseArmed, 0);
     EXPECT_EQ(sharedState.disarmedPollCount, 0);

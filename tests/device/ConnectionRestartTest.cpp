@@ -115,7 +115,7 @@ TEST_F(ConnectionRestartTest, WithoutTheCheckViewNothingIsRestarted) {
     sharedState.checkViewState = 1;
     driver->_hasNoise = true;
     driver->startPointQueue();
-    EXPECT_THAT(takeTimeline(), ElementsAre("queue3.start()")) << "but a stopped points queue runs again";
+    EXPECT_THAT(takeTimeline(), ElementsAre("queue4.start()")) << "but a stopped points queue runs again";
     EXPECT_FALSE(driver->_hasNoise);
     EXPECT_EQ(sharedState.checkViewState, 1);
 }

@@ -15,6 +15,13 @@ protected:
         beginArmedThread();
         sharedState.pairingKeyWindow = keyWindow;
     }
+    // The unit confirms each record of the pairing table.
+    void confirmRecords() {
+        unit.onSetReport = [this](const SentReport& report) {
+            unit.sendReport({'S', report.bytes.at(1)});
+            return kIOReturnSuccess;
+        };
+    }
     static void press(SharedWord& first, SharedWord& second) { first = second = 1; }
 
     std::shared_ptr<RecordingKeyWindow> keyWindow = std::make_shared<RecordingKeyWindow>();
@@ -83,7 +90,7 @@ TEST_F(PointThreadKeysTest, EscapeElsewhereIsLeftAlone) {
 TEST_F(PointThreadKeysTest, ZAndDeleteEndTheProcessWithStatusZero) {
     sharedState.wireless = 0;
     driver->setDeviceDelegate(deviceDelegate);
-    driver->_PairingData = unit.makeQueue();
+    confirmRecords();
     int stateDuringCallback = 0;
     deviceDelegate->then = [&](const std::string& what) {
         log.logLine("delegate: " + what);
@@ -99,9 +106,13 @@ TEST_F(PointThreadKeysTest, ZAndDeleteEndTheProcessWithStatusZero) {
         status = exit.status;
     }
     EXPECT_EQ(status, 0);
-    EXPECT_THAT(log.lines(), ElementsAre("delegate: remove", "Event n:1601 keyCode : (1 , 1)",
+    EXPECT_THAT(log.lines(), ElementsAre("delegate: remove", "Event n:2644 Error", "Event n:2764 file:(null)",
+                                         "Event n:2323 Input report element for 0", "Event n:2349 ",
+                                         "Event n:2789 result:0", "Event n:1601 keyCode : (1 , 1)",
                                          "Event n:1715 keyCode : (1 , 7) exit"));
-    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue2.stop()", "queue2.dispose()"));
+    EXPECT_THAT(unit.takeOperations(), ElementsAre("device.allocQueue()", "queue2.create(0, 1)",
+                                                   "queue2.hasElement(17)", "queue2.addElement(17, 0)",
+                                                   "queue2.start()", "queue2.stop()", "queue2.dispose()"));
     EXPECT_EQ(driver->_PairingData.load(), nullptr);
     EXPECT_EQ(deviceDelegate->sender, driver.get());
     EXPECT_EQ(stateDuringCallback, 1);
@@ -109,17 +120,19 @@ TEST_F(PointThreadKeysTest, ZAndDeleteEndTheProcessWithStatusZero) {
     EXPECT_EQ(sharedState.keyDeletePressed, 0);
     EXPECT_EQ(sharedState.keyCPressed, 7);
     EXPECT_EQ(sharedState.checkViewState, 0);
-    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty());
+    EXPECT_EQ(desk.clock.takeSleeps(), std::vector<Microseconds>(14, std::chrono::milliseconds(100)));
 }
 
-TEST_F(PointThreadKeysTest, ThePairingExitNeedsNeitherAListenerNorAQueue) {
+TEST_F(PointThreadKeysTest, ThePairingExitNeedsNeitherAListenerNorAUnit) {
     sharedState.wireless = 0;
+    driver->_pphidDeviceInterface = nullptr;
     for (const auto& delegate : {deviceDelegate, std::shared_ptr<RecordingDeviceDelegate>()}) {
         deviceDelegate->deaf = {Operation::deviceDidRemoveCallback};
         driver->setDeviceDelegate(delegate);
         press(sharedState.keyZPressed, sharedState.keyDeletePressed);
         EXPECT_THROW(driver->pointThreadPass(thread), ProcessExit);
         EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
+        EXPECT_EQ(driver->_PairingData.load(), nullptr);
     }
 }
 

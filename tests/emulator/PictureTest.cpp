@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 namespace lightpen {
 namespace {
@@ -45,6 +47,71 @@ TEST(PictureTest, TheDisplayedPictureShowsOnlyWithoutTheFilter) {
     EXPECT_LT(pixel(takePicture(scene, true, true), 40, 40), 64);
     EXPECT_GT(pixel(takePicture({}, true, true), 40, 40), 64);
 }
+
+// The screen
+
+Scene withScreen() {
+    // Its sides are crooked; in pixels: (10, 5), (70, 10), (60, 50), (20, 40).
+    return {.screen = std::array{CameraPoint{320, 160}, CameraPoint{2240, 320}, CameraPoint{1920, 1600},
+                                 CameraPoint{640, 1280}}};
+}
+
+TEST(PictureTest, TheScreenIsAGreyTrapezium) {
+    const Picture picture = takePicture(withScreen(), false, true);
+    EXPECT_EQ(70, pixel(picture, 12, 6));
+    EXPECT_EQ(70, pixel(picture, 67, 11));
+    EXPECT_EQ(70, pixel(picture, 58, 48));
+    EXPECT_EQ(70, pixel(picture, 21, 39));
+    for (const auto& [column, row] :
+         {std::pair{9, 5}, {40, 6}, {71, 10}, {69, 30}, {60, 51}, {30, 46}, {14, 30}})
+        EXPECT_EQ(12, pixel(picture, column, row)) << column << ", " << row;
+}
+
+TEST(PictureTest, TheScreensEdgesAreSmooth) {
+    const Picture picture = takePicture(withScreen(), false, true);
+    int between = 0;
+    for (const std::uint8_t grey : picture)
+        between += grey > 12 && grey < 70 ? 1 : 0;
+    EXPECT_GT(between, 60);
+    EXPECT_LT(between, 400);
+}
+
+TEST(PictureTest, TheOrderOfTheCornersMayGoEitherWay) {
+    Scene mirrored = withScreen();
+    std::reverse(mirrored.screen->begin(), mirrored.screen->end());
+    EXPECT_EQ(takePicture(withScreen(), false, true), takePicture(mirrored, false, true));
+}
+
+TEST(PictureTest, WithoutTheFilterTheScreenShowsWhatItDisplays) {
+    Scene scene = withScreen();
+    EXPECT_EQ(150, pixel(takePicture(scene, true, true), 40, 25));
+    EXPECT_EQ(12, pixel(takePicture(scene, true, true), 75, 55)) << "the room stays as it is";
+    scene.darkPicture = true;
+    EXPECT_EQ(34, pixel(takePicture(scene, true, true), 40, 25));
+    EXPECT_EQ(70, pixel(takePicture(scene, false, true), 40, 25));
+}
+
+TEST(PictureTest, AScreenThatIsNoneShowsNothing) {
+    Scene nowhere;
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    nowhere.screen =
+        std::array{CameraPoint{nan, nan}, CameraPoint{nan, 0}, CameraPoint{0, nan}, CameraPoint{nan, nan}};
+    EXPECT_EQ(takePicture({}, false, true), takePicture(nowhere, false, true));
+    EXPECT_EQ(takePicture({}, false, true), takePicture({.pen = CameraPoint{nan, 5}}, false, true));
+}
+
+TEST(PictureTest, ForeignLightHasAHaloThePensHasNone) {
+    const CameraPoint place{1616, 976}; // the middle of pixel (50, 30)
+    const Picture foreign = takePicture({.strayLight = place}, false, true);
+    const Picture pen = takePicture({.pen = place}, false, true);
+    EXPECT_EQ(255, pixel(foreign, 52, 30));
+    EXPECT_EQ(255, pixel(pen, 52, 30));
+    EXPECT_GT(pixel(foreign, 54, 30), 64);
+    EXPECT_EQ(12, pixel(pen, 54, 30));
+    EXPECT_EQ(12, pixel(foreign, 57, 30));
+}
+
+// The reports
 
 Picture numbered() {
     Picture picture;

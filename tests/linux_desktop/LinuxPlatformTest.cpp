@@ -48,6 +48,8 @@ protected:
         result.units = Units::ofTheProgram;
         result.pointer = PointerChoice::xtest;
         result.settingsFile = directory.file("settings.ini");
+        result.userFiles = directory.file("user");
+        result.shippedFiles = directory.file("shipped");
         return result;
     }
     LinuxPlatformSettings settingsWithLog(const Pipe& log) const {
@@ -60,6 +62,18 @@ protected:
     PointerObserver observer{std::getenv("DISPLAY")};
 };
 using LinuxPlatformDeathTest = LinuxPlatformTest;
+
+TEST_F(LinuxPlatformTest, DataFilesComeFromTheFoldersOfTheSettings) {
+    std::filesystem::create_directory(directory.file("shipped"));
+    writeFile(directory.file("shipped/table.bin"), "abc");
+    LinuxPlatform platform(settings());
+    const DataFiles& files = platform.platform().dataFiles;
+    EXPECT_FALSE(files.locate("another.bin"));
+    const auto paths = files.locate("table.bin");
+    ASSERT_TRUE(paths);
+    EXPECT_EQ(paths->toRead, directory.file("shipped/table.bin"));
+    EXPECT_EQ(paths->toWrite, directory.file("user/table.bin"));
+}
 
 TEST_F(LinuxPlatformTest, PostsEventsThroughTheEventSystemService) {
     LinuxPlatform platform(settings());

@@ -241,7 +241,7 @@ protected:
     ScriptedRegistry registry{desk.runLoop, desk.clock};
     Platform platform{registry,      desk.pointer,       desk.runLoop,   desk.clock,
                       desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                      desk.defaults, desk.systemUI,      desk.sounds};
+                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles};
     RecordingLog log;
     std::vector<std::string> diary;
     Observer observer{diary};

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -199,6 +202,49 @@ public:
     std::map<std::string, DefaultsValue, std::less<>> registered;
 };
 
+// Data files in memory. A file that is there under its name may have no contents: it cannot be read then.
+// Thread-safe.
+class MemoryDataFiles final : public DataFiles {
+public:
+    using Contents = std::vector<std::uint8_t>;
+    std::optional<DataFilePaths> locate(std::string_view name) const override {
+        const std::lock_guard hold(mutex_);
+        if (!files_.contains(std::string(name)))
+            return std::nullopt;
+        return DataFilePaths{"/shipped/" + std::string(name), "/user/" + std::string(name)};
+    }
+    std::optional<Contents> read(const std::string& path, std::size_t limit) const override {
+        const std::lock_guard hold(mutex_);
+        const auto found = files_.find(path.substr(path.rfind('/') + 1));
+        if (found == files_.end() || !found->second)
+            return std::nullopt;
+        Contents front = *found->second;
+        front.resize(std::min(front.size(), limit));
+        return front;
+    }
+    bool replace(const std::string& path, std::span<const std::uint8_t> bytes) const override {
+        const std::lock_guard hold(mutex_);
+        if (!full)
+            files_[path.substr(path.rfind('/') + 1)] = Contents(bytes.begin(), bytes.end());
+        return !full;
+    }
+    // Puts a file there; none for one that cannot be read.
+    void put(const std::string& name, std::optional<Contents> contents) {
+        const std::lock_guard hold(mutex_);
+        files_[name] = std::move(contents);
+    }
+    std::optional<Contents> contents(const std::string& name) const {
+        const std::lock_guard hold(mutex_);
+        const auto found = files_.find(name);
+        return found == files_.end() ? std::nullopt : found->second;
+    }
+    std::atomic<bool> full{false}; // nothing can be written
+
+private:
+    mutable std::mutex mutex_;
+    mutable std::map<std::string, std::optional<Contents>> files_;
+};
+
 // A whole platform of doubles in virtual time, current while it lives. The registry and the notification
 // centre are the real ones.
 struct TestPlatform {
@@ -213,8 +259,9 @@ struct TestPlatform {
     MemoryDefaults defaults;
     RecordingSystemUI systemUI;
     RecordingSounds sounds;
+    MemoryDataFiles dataFiles;
     Platform platform{registry,  pointer, runLoop,  clock,    threads, notifications,
-                      broadcast, desktop, defaults, systemUI, sounds};
+                      broadcast, desktop, defaults, systemUI, sounds,  dataFiles};
 
     TestPlatform() { Platform::setCurrent(&platform); }
     ~TestPlatform() { Platform::setCurrent(nullptr); }

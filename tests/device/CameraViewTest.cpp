@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: MIT
+// Pictures, the light test and both ways of the pairing table with a camera unit in software, whose plug is
+// pulled at every step.
+#include "support/device/EmulatedUnitFixture.h"
+
+namespace lightpen {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Not;
+using When = UnplugPoint::When;
+
+constexpr const char* kFile = "NX9_Wireless.bin";
+
+// Records that the unit may store: each begins with 0x10 to 0x7F.
+std::vector<std::uint8_t> pairingFile() {
+    std::vector<std::uint8_t> file;
+    for (unsigned i = 0; i < 112; ++i)
+        file.push_back(static_cast<std::uint8_t>(i % 8 == 0 ? 0x70 - i / 8 * 3 : i * 29 + 5));
+    return file;
+}
+
+std::vector<std::uint8_t> tableOf(CameraUnit& camera) {
+    std::vector<std::uint8_t> bytes;
+    for (unsigned index = 0; index < 14; ++index) {
+        const auto record = camera.pairingTable()->record(index);
+        bytes.insert(bytes.end(), record->begin(), record->end());
+    }
+    return bytes;
+}
+
+class CameraViewTest : public EmulatedUnitFixture {
+protected:
+    explicit CameraViewTest(std::size_t reportLength = 804) : camera(addCamera(reportLength)) {
+        calibrate(camera);
+        desk.dataFiles.put(kFile, pairingFile());
+    }
+    // Opened, and its pointer output armed.
+    void startAndArm() {
+        start();
+        camera.plug();
+        run(100ms);
+        run(1500ms);
+        ASSERT_EQ(sharedState.mouseArmed, 1);
+    }
+    static int grey(const PreviewImageRef& image, CameraPoint place) {
+        const auto column = static_cast<std::size_t>(place.x / 32);
+        const auto row = static_cast<std::size_t>(place.y / 32);
+        return image->rgba.at(row * 320 + column * 4);
+    }
+
+    CameraUnit& camera;
+};
+
+// Pictures
+
+TEST_F(CameraViewTest, APictureShowsTheScreenTheRoomAndThePen) {
+    startAndArm();
+    camera.touch({301, 622});
+    run(200ms);
+    const auto image = driver->previewImage();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(grey(image, camera.seen({301, 622})), 255);
+    const int onScreen = grey(image, camera.seen({900, 200}));
+    const int inRoom = grey(image, {2500, 60});
+    EXPECT_GT(onScreen, inRoom + 40);
+    EXPECT_LT(onScreen, 200);
+    EXPECT_GT(grey(image, camera.seen({30, 30})), inRoom + 40) << "near its corner";
+    EXPECT_EQ(grey(image, {camera.seen({0, 400}).x - 100, 1000}), inRoom) << "beside its slanting left side";
+    EXPECT_EQ(grey(image, {0, 1000}), 0);
+}
+
+TEST_F(CameraViewTest, APictureIsFetchedWhileThePenIsInUseAndThePenGoesOn) {
+    startAndArm();
+    camera.touch({640, 400});
+    run(300ms);
+    ASSERT_NE(driver->previewImage(), nullptr);
+    run(700ms);
+    desk.pointer.takePosted();
+    run(200ms);
+    EXPECT_FALSE(desk.pointer.takePosted().empty()) << "the pen is still down";
+    camera.lift();
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+    const auto first = driver->previewImage();
+    const auto second = driver->previewImage();
+    EXPECT_NE(first, second);
+    EXPECT_EQ(*first, *second) << "nothing has moved";
+    EXPECT_TRUE(touchWorks(camera, {1001, 122}));
+}
+
+TEST_F(CameraViewTest, AnArrivalsIdleReportsDoNotShiftThePicture) {
+    startAndArm();
+    const auto image = driver->previewImage();
+    for (std::size_t row = 0; row < 60; ++row)
+        ASSERT_EQ(image->rgba[row * 320], 0) << "the left column is black";
+    EXPECT_GT(grey(image, camera.seen({640, 400})), 40);
+}
+
+class ShortReportsTest : public CameraViewTest {
+protected:
+    ShortReportsTest() : CameraViewTest(32) {}
+};
+
+TEST_F(ShortReportsTest, SixReportsOf32BytesAreThePicturesFirstTwoRows) {
+    startAndArm();
+    const auto image = driver->previewImage();
+    ASSERT_NE(image, nullptr);
+    for (std::size_t place = 1; place < 168; ++place)
+        EXPECT_EQ(image->rgba[place * 4] != 0, place % 80 != 0) << place;
+    for (std::size_t place = 168; place < 4800; ++place)
+        ASSERT_EQ(image->rgba[place * 4], 0) << place;
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(CameraViewTest, APictureOfASilentUnitEndsWithTheUnit) {
+    startAndArm();
+    camera.faults()->silent = true;
+    camera.schedule(desk.clock.now() + 20s, [](CameraUnit& plugged) { plugged.unplug(); });
+    const Microseconds before = desk.clock.now();
+    const auto last = driver->_previewImage;
+    EXPECT_EQ(driver->previewImage(), last);
+    EXPECT_GE(desk.clock.now() - before, 20s);
+    EXPECT_LE(desk.clock.now() - before, 21s);
+}
+
+// Stray light
+
+TEST_F(CameraViewTest, StrayLightIsFoundAtTheStartAndReported) {
+    start();
+    camera.strayLight(CameraPoint{700, 500});
+    camera.plug();
+    run(100ms);
+    EXPECT_GE(sharedState.strayLightLevel, 10);
+    EXPECT_LE(sharedState.strayLightLevel, 50);
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("noise", "remove"));
+    EXPECT_THAT(log.lines(),
+                Contains("Event n:2350 Notificationnx9:" + std::to_string(sharedState.strayLightLevel)));
+    const auto image = driver->previewImage();
+    ASSERT_NE(image, nullptr) << "whatever the guards say";
+    EXPECT_EQ(grey(image, {700, 500}), 255);
+    EXPECT_LT(grey(image, {1700, 900}), 200);
+}
+
+TEST_F(CameraViewTest, WithTheLightGoneARestartBringsThePenBack) {
+    start();
+    camera.strayLight(CameraPoint{700, 500});
+    camera.plug();
+    run(500ms);
+    camera.strayLight(std::nullopt);
+    run(500ms);
+    deviceDelegate->takeHeard();
+    sharedState.checkViewState = 2; // as the check panel leaves it
+    driver->startPointQueue();
+    EXPECT_EQ(sharedState.strayLightLevel, 0);
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(CameraViewTest, WithoutStrayLightThereIsNone) {
+    start();
+    camera.touch({640, 400}); // the pen is none
+    camera.plug();
+    run(100ms);
+    EXPECT_EQ(sharedState.strayLightLevel, 0);
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+}
+
+TEST_F(CameraViewTest, AnswersThatComeTooLateAreNoLight) {
+    start();
+    camera.strayLight(CameraPoint{700, 500});
+    camera.faults()->extraAnswerDelay = 400ms;
+    camera.plug();
+    run(100ms);
+    EXPECT_EQ(sharedState.strayLightLevel, 0);
+}
+
+// Pairing
+
+TEST_F(CameraViewTest, TheUnitsTableIsSaved) {
+    startAndArm();
+    ASSERT_NE(tableOf(camera), pairingFile());
+    driver->Nx9commd('R');
+    EXPECT_EQ(desk.dataFiles.contents(kFile), tableOf(camera));
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(CameraViewTest, ALitPenDoesNotDisturbTheTableNorTheTableThePen) {
+    startAndArm();
+    camera.touch({640, 400});
+    run(200ms);
+    driver->Nx9commd('R');
+    EXPECT_EQ(desk.dataFiles.contents(kFile), tableOf(camera));
+    camera.lift();
+    run(1s);
+    desk.pointer.takePosted();
+    run(1s);
+    EXPECT_THAT(desk.pointer.takePosted(), testing::IsEmpty());
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(CameraViewTest, TheFileIsSentToTheUnit) {
+    startAndArm();
+    driver->Nx9inPairing();
+    EXPECT_EQ(tableOf(camera), pairingFile());
+}
+
+TEST_F(CameraViewTest, BothKeysSendTheFileAndEndTheProgramWithStatusZero) {
+    camera.information()->wireless = 0;
+    startAndArm();
+    deviceDelegate->takeHeard();
+    sharedState.keyZPressed = sharedState.keyDeletePressed = 1;
+    int status = -1;
+    try {
+        run(10s);
+    } catch (const ProcessExit& exit) {
+        status = exit.status;
+    }
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(tableOf(camera), pairingFile());
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
+}
+
+TEST_F(CameraViewTest, AUnitThatLeavesWhileItIsSentToEndsTheProgramAllTheSame) {
+    camera.information()->wireless = 0;
+    startAndArm();
+    sharedState.keyZPressed = sharedState.keyDeletePressed = 1;
+    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{'S'}, .occurrence = 6};
+    EXPECT_THROW(run(10s), ProcessExit);
+    const auto table = tableOf(camera);
+    const auto file = pairingFile();
+    EXPECT_TRUE(std::equal(table.begin(), table.begin() + 6 * 8, file.begin()));
+    EXPECT_NE(table, file);
+}
+
+// The plug, pulled at every step
+
+struct Step {
+    char command; // 0: the settings, of which a picture takes the first two
+    int occurrence;
+    When when;
+    std::size_t replyBytes = 0;
+};
+
+std::vector<Step> steps() {
+    std::vector<Step> steps;
+    const auto add = [&](char command, int occurrence) {
+        for (const When when : {When::beforeCommand, When::afterCommand, When::beforeReply, When::afterReply})
+            steps.push_back({command, occurrence, when});
+        for (const std::size_t bytes : {0u, 1u, 5u, 400u})
+            steps.push_back({command, occurrence, When::midReply, bytes});
+    };
+    add(0, 1);
+    add(0, 2);
+    for (const char pairing : {'R', 'S'})
+        for (const int record : {1, 2, 14})
+            add(pairing, record);
+    return steps;
+}
+
+class PulledPlugTest : public CameraViewTest, public testing::WithParamInterface<Step> {
+protected:
+    void exchange() {
+        if (GetParam().command == 'R')
+            driver->Nx9commd('R');
+        else if (GetParam().command == 'S')
+            driver->Nx9inPairing();
+        else
+            driver->previewImage();
+    }
+    UnplugPoint point() const {
+        return {.command = static_cast<std::uint8_t>(GetParam().command),
+                .occurrence = GetParam().occurrence,
+                .when = GetParam().when,
+                .replyBytes = GetParam().replyBytes};
+    }
+};
+
+TEST_P(PulledPlugTest, EndsTheExchangeAndTheNextArrivalWorks) {
+    startAndArm();
+    camera.faults()->unplug = point();
+    exchange();
+    run(1s);
+    EXPECT_EQ(driver->_RetPairingData.load(), nullptr);
+    EXPECT_FALSE(driver->imageProcessMode());
+    driver->_PairingData = nullptr; // the program would have ended
+    camera.faults()->unplug.reset();
+    camera.unplug();
+    run(1s);
+    camera.plug();
+    run(100ms);
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+    const auto file = desk.dataFiles.contents(kFile);
+    EXPECT_TRUE(file == pairingFile() || file == tableOf(camera)) << "never a part of it";
+    driver->Nx9commd('R');
+    EXPECT_EQ(desk.dataFiles.contents(kFile), tableOf(camera));
+    ASSERT_NE(driver->previewImage(), nullptr);
+}
+
+std::string nameOf(const testing::TestParamInfo<Step>& step) {
+    constexpr const char* kWhen[]{"Before", "After", "BeforeReply", "MidReply", "AfterReply"};
+    const std::string command = step.param.command ? std::string(1, step.param.command) : "Picture";
+    return command + std::to_string(step.param.occurrence) +
+           kWhen[static_cast<std::size_t>(step.param.when)] + std::to_string(step.param.replyBytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(, PulledPlugTest, testing::ValuesIn(steps()), nameOf);
+
+TEST_F(CameraViewTest, APlugThatIsPulledInTheLightTestEndsTheOpening) {
+    start();
+    camera.strayLight(CameraPoint{700, 500});
+    for (const When when :
+         {When::beforeCommand, When::afterCommand, When::beforeReply, When::midReply, When::afterReply}) {
+        camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{'K'}, .when = when};
+        camera.plug();
+        run(2s);
+        EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
+        EXPECT_LE(sharedState.strayLightLevel, 1);
+        EXPECT_EQ(sharedState.unitOpen, 0);
+    }
+    camera.strayLight(std::nullopt);
+    camera.plug();
+    run(100ms);
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+// Any moment of a fetch, the plug back at once.
+TEST_F(CameraViewTest, AQuickReplugInAFetchIsMadeGood) {
+    startAndArm();
+    for (Microseconds moment = 0ms; moment < 330ms; moment += 30ms) {
+        const Microseconds pulled = desk.clock.now() + moment;
+        camera.schedule(pulled, [](CameraUnit& plugged) { plugged.unplug(); });
+        camera.schedule(pulled + 7ms, [](CameraUnit& plugged) { plugged.plug(); });
+        driver->previewImage();
+        run(4s);
+        ASSERT_TRUE(touchWorks(camera, {301, 622})) << moment.count();
+    }
+}
+
+} // namespace
+} // namespace lightpen
