@@ -40,6 +40,7 @@ public:
                                                                                broadcast_,
                                                                                real.platform().desktop,
                                                                                real.platform().defaults,
+                                                                               real.platform().dataFiles,
                                                                                real.platform().systemUI,
                                                                                real.platform().sounds} {}
 
