@@ -70,7 +70,6 @@ TEST_F(ChTwoPointTest, NothingOfItIsSeenOrClicked) {
     EXPECT_EQ(window.geometry(), QRect(0, 780, 20, 20));
     EXPECT_TRUE((window.mask() & window.rect()).isEmpty());
     EXPECT_FALSE(window.mask().isEmpty()) << "an empty mask is none";
-    EXPECT_TRUE(window.windowFlags().testFlag(Qt::WindowTransparentForInput));
     EXPECT_TRUE(window.testAttribute(Qt::WA_ShowWithoutActivating));
     EXPECT_EQ(window.level(), WindowLevel::statusBar);
     EXPECT_TRUE(ChTwoPoint::canBecomeKeyWindow());

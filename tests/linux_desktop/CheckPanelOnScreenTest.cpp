@@ -110,7 +110,7 @@ protected:
 
     static constexpr Place kPointer{640, 333};
     const std::vector<Place> kInside{{250, 100}, {749, 100}, {250, 399}, {749, 399}, {400, 300}};
-    const std::vector<Place> kBeside{{249, 100}, {750, 399}, {250, 99}, {749, 400}, {0, 0}, {999, 599}};
+    const std::vector<Place> kBeside{{249, 100}, {750, 399}, {250, 99}, {749, 400}, {20, 300}, {980, 580}};
 
     const Framebuffer framebuffer{1000, 600};
     const Xvfb server{"1000x600", framebuffer.options()};
@@ -147,13 +147,13 @@ TEST_P(CheckPanelOnScreenTest, ShowsTheMarker) {
 TEST_P(CheckPanelOnScreenTest, StaysAboveWhateverComesOrRises) {
     start("panel");
     ASSERT_TRUE(shows(kInside, kBlack));
-    const auto window = neighbour.openWindow({300, 50, 400, 400, kRed});
+    const auto window = neighbour.openWindow({300, 40, 400, 400, kRed});
     ASSERT_TRUE(eventually([&] { return neighbour.isViewable(window); }));
     const auto free = neighbour.openFreePanel({0, 0, 1000, 600, kRed});
     EXPECT_TRUE(shows(kBeside, kRed));
     EXPECT_TRUE(shows(kInside, kBlack));
     neighbour.close(free);
-    EXPECT_TRUE(shows({{310, 60}}, kRed));
+    EXPECT_TRUE(shows({{310, 90}}, kRed));
     neighbour.raise(window);
     EXPECT_TRUE(shows(kInside, kBlack));
 }
