@@ -18,11 +18,11 @@ constexpr WindowRect kKeyWindowRect{{0, 0}, {20, 20}};
 } // namespace
 
 // A utility window has no entry in the task bar. It is transparent where the desktop can do that, and where
-// it cannot, all of its shape lies outside of it. It is shown without activating the program; the keyboard is
-// asked for separately.
+// it cannot, all of its shape lies outside of it; that is also why it takes no clicks. It is shown without
+// activating the program; the keyboard is asked for separately.
 ChTwoPoint::ChTwoPoint(const WindowRect& contentRect)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                           Qt::NoDropShadowWindowHint | Qt::WindowTransparentForInput) {
+    : QWidget(nullptr,
+              Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::StrongFocus);

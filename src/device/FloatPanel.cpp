@@ -2,6 +2,8 @@
 #include "device/FloatPanel.h"
 
 #include <QCloseEvent>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPalette>
 
@@ -26,7 +28,7 @@ FloatPanel::FloatPanel(const WindowRect& contentRect)
     setFocusPolicy(Qt::StrongFocus);
     placeOnMainScreen(*this, contentRect);
     stayOnTop_.setInterval(kStayOnTopMilliseconds);
-    connect(&stayOnTop_, &QTimer::timeout, this, [this] { raise(); });
+    connect(&stayOnTop_, &QTimer::timeout, this, [this] { raiseNow(); });
 }
 
 void FloatPanel::setContentView(std::unique_ptr<PanelView> view) {
@@ -52,7 +54,16 @@ void FloatPanel::makeKeyAndOrderFront() {
     raise();
     activateWindow();
     setFocus(Qt::OtherFocusReason);
-    stayOnTop_.start();
+    // Elsewhere than under X11 no client has a say in the order of windows.
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        stayOnTop_.start();
+}
+
+// Qt keeps what it asks of the X server until it has more to say; whoever asks where the pointer is makes it
+// say so.
+void FloatPanel::raiseNow() {
+    raise();
+    QCursor::pos(screen());
 }
 
 void FloatPanel::orderOut() {
