@@ -40,9 +40,9 @@ public:
                                                                                broadcast_,
                                                                                real.platform().desktop,
                                                                                real.platform().defaults,
-                                                                               real.platform().dataFiles,
                                                                                real.platform().systemUI,
-                                                                               real.platform().sounds} {}
+                                                                               real.platform().sounds,
+                                                                               real.platform().dataFiles} {}
 
     Recording recording;
 
