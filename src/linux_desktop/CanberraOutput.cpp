@@ -45,7 +45,7 @@ bool outputIsChosen() {
 
 int noteDriver(dl_phdr_info* library, std::size_t, void* paths) {
     const std::string_view path = library->dlpi_name;
-    if (path.find("/libcanberra-") != path.npos)
+    if (path.find("/libcanberra-") != std::string_view::npos)
         static_cast<std::vector<std::string>*>(paths)->emplace_back(path);
     return 0;
 }
