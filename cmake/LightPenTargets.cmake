@@ -54,12 +54,13 @@ endfunction()
 
 # lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it.
 function(lightpen_resources PROGRAM)
-  file(GLOB sounds CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/sounds/*.wav)
+  file(GLOB resources CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}/resources
+       ${CMAKE_SOURCE_DIR}/resources/*.bin ${CMAKE_SOURCE_DIR}/resources/sounds/*.wav)
   set(copies)
-  foreach(sound ${sounds})
-    cmake_path(GET sound FILENAME name)
-    set(copy ${CMAKE_CURRENT_BINARY_DIR}/resources/sounds/${name})
-    add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${sound} ${copy} DEPENDS ${sound})
+  foreach(resource ${resources})
+    set(original ${CMAKE_SOURCE_DIR}/resources/${resource})
+    set(copy ${CMAKE_CURRENT_BINARY_DIR}/resources/${resource})
+    add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${original} ${copy} DEPENDS ${original})
     list(APPEND copies ${copy})
   endforeach()
   target_sources(${PROGRAM} PRIVATE ${copies})

@@ -5,6 +5,7 @@
 
 #include "app/TargetImage.h"
 #include "calibration/KVRCalibrationTarget.h"
+#include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -16,6 +17,7 @@ constexpr std::int64_t kMenuTargets = 4;
 constexpr std::uint32_t kTargetBezelStyle = 2;
 // Lets the unit finish writing its flash before the next command.
 constexpr Microseconds kFlashPause = std::chrono::milliseconds(500);
+constexpr std::uint32_t kReadPairingTable = 'R';
 
 std::optional<Screen> mainScreen() {
     const auto screens = Platform::current().desktop.screens();
@@ -80,8 +82,9 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     driver.setDelegate(nullptr);
     driver.setCalibrationCenter(calibrationCenter_);
     logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
-    // The table of a wireless unit's pens is not read yet after this.
     Platform::current().clock.sleep(kFlashPause);
+    if (sharedState.wireless == 0)
+        driver.Nx9commd(kReadPairingTable);
 }
 
 void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {

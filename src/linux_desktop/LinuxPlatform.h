@@ -11,6 +11,7 @@
 #include "linux_desktop/LinuxSystemUI.h"
 #include "linux_desktop/QtDesktop.h"
 #include "linux_desktop/QtRunLoop.h"
+#include "linux_desktop/Resources.h"
 #include "linux_desktop/StderrLog.h"
 #include "linux_desktop/SystemClock.h"
 #include "linux_desktop/SystemThreads.h"
@@ -34,7 +35,7 @@ struct LinuxPlatformSettings {
     std::string settingsFile = XdgDefaults::userFile();
     // The folders of the data files that the user has written, and of those that came with the program.
     std::string userFiles = XdgDataFiles::userFolder();
-    std::string shippedFiles = XdgDataFiles::shippedFolder();
+    std::string shippedFiles = resourceFolder().string();
     StderrLog::Settings log;
 };
 

@@ -89,12 +89,6 @@ std::string XdgDataFiles::userFolder() {
            "/LightPenNX7";
 }
 
-std::string XdgDataFiles::shippedFolder() {
-    std::error_code unknown;
-    const auto program = fs::read_symlink("/proc/self/exe", unknown);
-    return unknown ? std::string() : (program.parent_path() / "resources").string();
-}
-
 std::optional<DataFilePaths> XdgDataFiles::locate(std::string_view name) const {
     const std::string own = userFolder_ + "/" + std::string(name);
     if (exists(own))

@@ -107,6 +107,32 @@ TEST_F(LightPenNX7ControllerTest, CompletionInItsOrder) {
     EXPECT_EQ(used->calibrators()->size(), 1u);
 }
 
+TEST_F(LightPenNX7ControllerTest, OnlyAWirelessUnitsTableIsReadAndOnlyAfterThePause) {
+    for (const int wireless : {-1, 0, 1}) {
+        SCOPED_TRACE(wireless);
+        sharedState.wireless = wireless;
+        std::vector<Microseconds> asked;
+        unit.onSetReport = [&](const SentReport& report) {
+            if (report.bytes.at(0) != 'R')
+                return kIOReturnSuccess;
+            asked.push_back(desk.clock.now());
+            return kIOReturnNoDevice; // the first request ends the exchange
+        };
+        std::optional<Microseconds> completedAt;
+        log.onLine = [&](std::string_view line) {
+            if (line.starts_with("Light n:637"))
+                completedAt = desk.clock.now();
+        };
+        controller->calibration("x");
+        touchAll();
+        ASSERT_TRUE(completedAt);
+        if (wireless == 0)
+            EXPECT_THAT(asked, ElementsAre(*completedAt + milliseconds(500)));
+        else
+            EXPECT_THAT(asked, IsEmpty());
+    }
+}
+
 TEST_F(LightPenNX7ControllerTest, CompletionWithoutPointsIsNoneAtAll) {
     controller->calibrationDidComplete({std::string(kCalibrationCompleted)});
     EXPECT_THAT(takeTimeline(),

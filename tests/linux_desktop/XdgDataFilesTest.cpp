@@ -122,7 +122,6 @@ TEST_F(XdgDataFilesTest, TheUsersFolderIsThatOfTheEnvironment) {
     EXPECT_EQ(XdgDataFiles::userFolder(), folder + "/LightPenNX7");
     unsetenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe)
     EXPECT_THAT(XdgDataFiles::userFolder(), testing::EndsWith("/.local/share/LightPenNX7"));
-    EXPECT_THAT(XdgDataFiles::shippedFolder(), testing::EndsWith("/tests/linux_desktop/resources"));
 }
 
 // Reading
