@@ -236,8 +236,12 @@ void EventGeneratorNX7::makePairingKeyWindow() {
     auto keyWindow = newPairingKeyWindow();
     clock.sleep(kKeyWindowPause);
     _keyWindowIgnoresMouse = 0;
-    if (keyWindow)
+    if (const auto replaced = sharedState.pairingKeyWindow.load())
+        replaced->orderOut();
+    if (keyWindow) {
         keyWindow->setIgnoresMouseEvents(false);
+        keyWindow->makeKeyAndOrderFront();
+    }
     sharedState.pairingKeyWindow = std::move(keyWindow);
     clock.sleep(kKeyWindowPause);
 }

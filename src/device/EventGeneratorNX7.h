@@ -333,6 +333,7 @@ private:
     void releaseStroke();
     void cancelLongPress(ScreenPoint anchor);
     void keyWindowIgnoresMouse(bool ignores);
+    void askForCheckView(CameraPoint point);
     void performOnMain(const char* selector, std::string argument,
                        std::function<void(const std::string&)> operation);
     static bool canPost(ScreenPoint point);

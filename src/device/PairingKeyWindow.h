@@ -5,14 +5,19 @@
 
 namespace lightpen {
 
-// The small window that catches the pairing keys, as far as the driver knows it. Main thread.
+// The small window that catches the pairing keys, as far as the driver knows it. Main thread; the last
+// reference may be dropped on any.
 class PairingKeyWindow {
 public:
     virtual ~PairingKeyWindow() = default;
     virtual void setIgnoresMouseEvents(bool ignores) = 0;
+    // Shows it in front and asks for the keyboard. A desktop that refuses the keyboard is left alone.
+    virtual void makeKeyAndOrderFront() = 0;
+    // Takes it off the screen for good.
+    virtual void orderOut() = 0;
 };
 
-// Makes the window, in front of all others and with the keyboard; null where there is no such window.
+// Makes the window, still hidden; null where there is nothing to show a window on.
 std::shared_ptr<PairingKeyWindow> newPairingKeyWindow();
 
 } // namespace lightpen

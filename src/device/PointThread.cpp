@@ -220,8 +220,9 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::showStrayLight(PointThreadState&
     const CameraPoint point = pointFromHIDEvent(thread.event);
     logLine("Event n:1811 mappedPoint: (%.2f,%.2f) MouesState:%d vtMouseStop:%d ,result:%d", point.x, point.y,
             state.mouseArmed.load(), state.disarmedPollCount.load(), thread.pollResult);
-    state.checkViewPoint = thread.pollResult == kIOReturnSuccess ? point : kNoCheckViewPoint;
-    performOnMain("Nx9View", {}, [this](const std::string&) { Nx9View(); });
+    const CameraPoint shown = thread.pollResult == kIOReturnSuccess ? point : kNoCheckViewPoint;
+    state.checkViewPoint = shown;
+    askForCheckView(shown);
     return AfterPass::sleep;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "device/PairingKeyWindow.h"
 #include "device/PictureAssembly.h"
@@ -11,6 +12,9 @@
 #include "platform/Shared.h"
 
 namespace lightpen {
+
+class CheckViewRequests;
+class FloatPanel;
 
 // Two points of one flash record.
 struct PointPair {
@@ -43,6 +47,16 @@ struct SharedState {
     SharedWord checkViewSubState{0};
     // The last raw point for the check view. Written by the point thread, read by the panel's drawing.
     SharedRecord<CameraPoint> checkViewPoint;
+    // The panel of the check view, while it is shown; none where nothing can be shown. Main thread.
+    std::shared_ptr<FloatPanel> checkViewPanel;
+    // What the point thread asks of that panel; comes and goes with it. Written by the main thread.
+    SharedReference<CheckViewRequests> checkViewRequests;
+    // Where the panel is, in whole points from the screen's bottom-left corner. Main thread.
+    SharedWord checkViewLeft{0};
+    SharedWord checkViewBottom{0};
+    SharedWord checkViewWidth{0};
+    SharedWord checkViewHeight{0};
+    WindowRect checkViewRect;
     // Keys of the pairing key window. Set by its windows, cleared by the point thread.
     SharedWord keyZPressed{0};
     SharedWord keyDeletePressed{0};

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/calibration/OffscreenApplication.h"
+#include "support/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "support/RecordingLog.h"
 #include "support/TestPlatform.h"
-#include "support/calibration/OffscreenApplication.h"
+#include "support/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

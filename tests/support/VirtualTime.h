@@ -52,7 +52,10 @@ public:
     void addCommonMode(std::string_view mode) override { commonModes_.emplace_back(mode); }
     bool containsSource(const RunLoopSourceRef& source, std::string_view mode) const override;
     void addSource(const RunLoopSourceRef& source, std::string_view mode) override;
-    void performOnMainThread(PerformRequest request) override { queue_.post(std::move(request)); }
+    void performOnMainThread(PerformRequest request) override {
+        ++posted;
+        queue_.post(std::move(request));
+    }
     void performAfterDelay(PerformRequest request, Microseconds delay) override;
     void cancelPreviousPerformRequests(const void* target, std::string_view selector,
                                        std::string_view argument) override;
@@ -64,6 +67,8 @@ public:
 
     const std::vector<std::string>& commonModes() const { return commonModes_; }
     const std::vector<std::pair<RunLoopSourceRef, std::string>>& sources() const { return sources_; }
+    // How often performOnMainThread was called.
+    std::atomic<int> posted{0};
     // The status of the first terminate(); none before it.
     std::optional<int> terminateStatus() const { return terminateStatus_; }
 

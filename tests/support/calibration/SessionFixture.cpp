@@ -5,7 +5,7 @@
 
 #include <QApplication>
 
-#include "support/calibration/OffscreenApplication.h"
+#include "support/device/OffscreenApplication.h"
 
 namespace lightpen {
 

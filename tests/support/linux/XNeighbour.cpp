@@ -33,7 +33,8 @@ XNeighbour::~XNeighbour() {
 
 xcb_window_t XNeighbour::create(const NeighbourWindow& window, bool overrideRedirect) {
     const xcb_window_t id = xcb_generate_id(connection_);
-    const std::uint32_t values[] = {window.colour, overrideRedirect ? 1U : 0U, XCB_EVENT_MASK_KEY_PRESS};
+    const std::uint32_t values[] = {window.colour, overrideRedirect ? 1U : 0U,
+                                    XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_BUTTON_PRESS};
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, id, screen_->root, window.x, window.y, window.width,
                       window.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
@@ -183,10 +184,27 @@ std::optional<xcb_client_message_event_t> XNeighbour::takeMessage(const char* na
     return std::nullopt;
 }
 
-int XNeighbour::takeKeys() {
+void XNeighbour::click() {
+    constexpr std::uint8_t kLeft = 1;
+    fake(XCB_BUTTON_PRESS, kLeft);
+    fake(XCB_BUTTON_RELEASE, kLeft);
+}
+
+void XNeighbour::countInput() {
     sync();
-    while (const auto event = owned(xcb_poll_for_event(connection_)))
+    while (const auto event = owned(xcb_poll_for_event(connection_))) {
         keys_ += (event->response_type & 0x7F) == XCB_KEY_PRESS ? 1 : 0;
+        clicks_ += (event->response_type & 0x7F) == XCB_BUTTON_PRESS ? 1 : 0;
+    }
+}
+
+int XNeighbour::takeClicks() {
+    countInput();
+    return std::exchange(clicks_, 0);
+}
+
+int XNeighbour::takeKeys() {
+    countInput();
     return std::exchange(keys_, 0);
 }
 

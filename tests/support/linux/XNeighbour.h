@@ -25,6 +25,7 @@ public:
     static constexpr std::uint8_t kEscape = 9;
     static constexpr std::uint8_t kTab = 23;
     static constexpr std::uint8_t kA = 38;
+    static constexpr std::uint8_t kZ = 52;
     static constexpr std::uint8_t kAlt = 64;
 
     explicit XNeighbour(const std::string& display);
@@ -51,6 +52,10 @@ public:
     void movePointer(std::int16_t x, std::int16_t y);
     // Gives the root a cursor, which windows show that have none of their own.
     void setRootCursor();
+    // Presses and releases the left button where the pointer is.
+    void click();
+    // How many presses of a button arrived in this program's windows since the last call.
+    int takeClicks();
     void pressKey(std::uint8_t keycode);
     void holdKey(std::uint8_t keycode, bool down);
     // Holds the whole keyboard, as an open menu does; false when somebody else does.
@@ -71,12 +76,14 @@ private:
     void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::uint32_t* values,
                      std::uint32_t count);
     void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
+    void countInput();
     // Returns when the server has done everything asked so far.
     void sync();
 
     xcb_connection_t* connection_;
     xcb_screen_t* screen_;
     int keys_ = 0;
+    int clicks_ = 0;
 };
 
 } // namespace lightpen

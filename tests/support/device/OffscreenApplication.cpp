@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/calibration/OffscreenApplication.h"
+#include "support/device/OffscreenApplication.h"
 
 #include <QApplication>
 

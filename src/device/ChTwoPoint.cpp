@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "device/ChTwoPoint.h"
+
+#include <QKeyEvent>
+#include <QRegion>
+
+#include "device/SharedState.h"
+#include "platform/Log.h"
+#include "platform/VirtualKeyCodes.h"
+
+namespace lightpen {
+
+namespace {
+
+// In the bottom-left corner.
+constexpr WindowRect kKeyWindowRect{{0, 0}, {20, 20}};
+
+} // namespace
+
+// A utility window has no entry in the task bar. It is transparent where the desktop can do that, and where
+// it cannot, all of its shape lies outside of it; that is also why it takes no clicks. It is shown without
+// activating the program; the keyboard is asked for separately.
+ChTwoPoint::ChTwoPoint(const WindowRect& contentRect)
+    : QWidget(nullptr,
+              Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint) {
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_TranslucentBackground);
+    setFocusPolicy(Qt::StrongFocus);
+    placeOnMainScreen(*this, contentRect);
+    setMask(QRegion(-1, -1, 1, 1));
+}
+
+void ChTwoPoint::keyDown(std::uint16_t keyCode) {
+    switch (keyCode) {
+    case kVirtualKeyZ:
+        sharedState.keyZPressed = 1;
+        break;
+    case kVirtualKeyDelete:
+        sharedState.keyDeletePressed = 1;
+        break;
+    case kVirtualKeyC:
+        sharedState.keyCPressed = 1;
+        break;
+    case kVirtualKeyEscape:
+        sharedState.keyEscapePressed = 1;
+        break;
+    default:
+        break;
+    }
+    logLine("Event n:111 keyCode : (%d , %d , %d , %d)", sharedState.keyZPressed.load(),
+            sharedState.keyDeletePressed.load(), sharedState.keyCPressed.load(),
+            sharedState.keyEscapePressed.load());
+}
+
+void ChTwoPoint::makeKeyAndOrderFront() {
+    show();
+    raise();
+    activateWindow();
+    setFocus(Qt::OtherFocusReason);
+}
+
+void ChTwoPoint::keyPressEvent(QKeyEvent* event) {
+    event->accept();
+    keyDown(virtualKeyCode(event->key()));
+}
+
+std::shared_ptr<PairingKeyWindow> newPairingKeyWindow() {
+    if (!canShowWindows())
+        return nullptr;
+    // The point thread may hold the last reference; a widget is destroyed on the main thread all the same.
+    std::shared_ptr<ChTwoPoint> window(new ChTwoPoint(kKeyWindowRect),
+                                       [](ChTwoPoint* unused) { unused->deleteLater(); });
+    window->setLevel(WindowLevel::cursor);
+    return window;
+}
+
+} // namespace lightpen

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include <QWidget>
+
+#include "device/FloatPanelSupport.h"
+#include "device/PairingKeyWindow.h"
+
+namespace lightpen {
+
+// The pairing key window: there for the keyboard only. Nothing of it is seen, and clicks go to whatever lies
+// below it. Main thread.
+class ChTwoPoint final : public QWidget, public PairingKeyWindow {
+public:
+    // Hidden; counts from the main screen's bottom-left corner, in points.
+    explicit ChTwoPoint(const WindowRect& contentRect);
+
+    static constexpr bool canBecomeKeyWindow() { return true; }
+    // Sets the flag of Z, Delete, C or Escape; all other keys are only logged.
+    void keyDown(std::uint16_t keyCode);
+
+    WindowLevel level() const { return level_; }
+    void setLevel(WindowLevel level) { level_ = level; }
+    bool ignoresMouseEvents() const { return ignoresMouseEvents_; }
+    // Kept only: an invisible window has no business with clicks, whatever it is told.
+    void setIgnoresMouseEvents(bool ignores) override { ignoresMouseEvents_ = ignores; }
+    void makeKeyAndOrderFront() override;
+    void orderOut() override { hide(); }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    // The Tab key is a key like any other.
+    bool focusNextPrevChild(bool) override { return false; }
+
+private:
+    WindowLevel level_ = WindowLevel::statusBar;
+    bool ignoresMouseEvents_ = false;
+};
+
+} // namespace lightpen

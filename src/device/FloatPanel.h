@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QTimer>
+#include <QWidget>
+
+#include "device/FloatPanelSupport.h"
+#include "device/PanelView.h"
+#include "platform/Geometry.h"
+
+namespace lightpen {
+
+// The check view's panel: black, above every other window, managed or not, and over its own rectangle only.
+// Keys that reach it are swallowed. Main thread.
+class FloatPanel final : public QWidget {
+public:
+    // Hidden; counts from the main screen's bottom-left corner, in points.
+    explicit FloatPanel(const WindowRect& contentRect);
+
+    static constexpr bool canBecomeKeyWindow() { return true; }
+    // Both do nothing: the content view draws, and no key means anything here.
+    void keyDown(std::uint16_t) {}
+    void drawRect(const QRect&) {}
+
+    static constexpr WindowLevel level() { return WindowLevel::shielding; }
+    // Fills the panel from now on; none before the first.
+    void setContentView(std::unique_ptr<PanelView> view);
+    PanelView* contentView() const { return contentView_; }
+    bool ignoresMouseEvents() const;
+    // Before it is shown.
+    void setIgnoresMouseEvents(bool ignores);
+    // Shows it above all others, unless there is nothing of it to show.
+    void makeKeyAndOrderFront();
+    void orderOut();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    bool focusNextPrevChild(bool) override { return false; }
+    // Nobody but the driver takes it away.
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void raiseNow();
+
+    PanelView* contentView_ = nullptr; // a child, owned by this
+    const bool empty_;
+    QTimer stayOnTop_;
+};
+
+// Makes the panel; null where there is nothing to show a window on.
+std::shared_ptr<FloatPanel> newFloatPanel(const WindowRect& contentRect);
+
+} // namespace lightpen

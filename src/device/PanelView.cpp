@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "device/PanelView.h"
+
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+
+#include "device/PanelViewMarker.h"
+#include "device/SharedState.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+
+namespace {
+
+// What the panel shows of the camera's picture.
+constexpr double kShownWidth = 1410;
+constexpr double kShownHeight = 860;
+constexpr double kMarkerSide = 10;
+constexpr float kInkBrightness = 0.0696F;
+
+QSize imageSize(const Size& size) {
+    return QSize(qRound(size.width), qRound(size.height)).expandedTo({0, 0});
+}
+
+} // namespace
+
+WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, CameraPoint lastCorner) {
+    if (lastCorner.x > firstCorner.x && lastCorner.y > firstCorner.y)
+        return {spot.x * (panel.width / kShownWidth), spot.y * (panel.height / -kShownHeight) + panel.height};
+    return {spot.x * (panel.width / -kShownWidth) + panel.width, spot.y * (panel.height / kShownHeight)};
+}
+
+PanelView::PanelView(const WindowRect& frame)
+    : image(imageSize(frame.size), QImage::Format_ARGB32_Premultiplied) {
+    image.fill(Qt::transparent);
+    // The picture covers all of the view, so that nothing else need be drawn below it.
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setGeometry(qRound(frame.origin.x), qRound(frame.origin.y), image.width(), image.height());
+}
+
+void PanelView::drawCircleAtPoint(WindowPoint point) {
+    if (image.isNull())
+        return;
+    QPainter painter(&image);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawEllipse(QPointF(point.x, image.height() - point.y), radius, radius);
+}
+
+void PanelView::mouseDown() {
+    sharedState.keyEscapePressed = 1;
+}
+
+void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
+    // A painter's first colour is black. The grey that follows is set and never drawn with.
+    painter.setBrush(Qt::black);
+    painter.fillRect(dirty, painter.brush());
+    painter.setBrush(QColor::fromHsvF(0, 0, kInkBrightness, 1));
+
+    const CameraPoint first = sharedState.firstRecordPoints.load().first;
+    const CameraPoint last = sharedState.secondRecordPoints.load().second;
+    const Size panel{double(sharedState.checkViewWidth), double(sharedState.checkViewHeight)};
+    const WindowPoint point = panelPoint(sharedState.checkViewPoint, panel, first, last);
+    logLine("Event n:256 sptScreenP1: (%.2f,%.2f)C1(%.2f,%.2f)C4(%.2f,%.2f)", point.x, point.y, first.x,
+            first.y, last.x, last.y);
+
+    const QRectF place(point.x, panel.height - point.y - kMarkerSide, kMarkerSide, kMarkerSide);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    drawMarker(painter, place);
+    // Nothing laid on what is there leaves what is there: one sees the marker as it was drawn.
+    painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+    painter.fillRect(place, QColor(255, 255, 255, 0));
+}
+
+void PanelView::paintEvent(QPaintEvent* event) {
+    QPainter painter(this);
+    drawRect(painter, event->rect());
+}
+
+void PanelView::mousePressEvent(QMouseEvent* event) {
+    event->accept();
+    mouseDown();
+}
+
+void PanelView::mouseMoveEvent(QMouseEvent* event) {
+    event->accept();
+    mouseDragged();
+}
+
+void PanelView::mouseReleaseEvent(QMouseEvent* event) {
+    event->accept();
+    mouseUp();
+}
+
+} // namespace lightpen

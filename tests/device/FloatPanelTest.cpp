@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "device/FloatPanel.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QPalette>
+
+#include "support/device/DriverFixture.h"
+#include "support/device/OffscreenApplication.h"
+
+namespace lightpen {
+namespace {
+
+class FloatPanelTest : public DriverFixture {
+protected:
+    FloatPanelTest() { desk.desktop.frame = ScreenRect{{0, 0}, {800, 700}}; }
+
+    const bool application = ensureOffscreenApplication();
+    const WindowRect rect{{100, 50}, {300, 200}};
+};
+
+TEST_F(FloatPanelTest, CountsFromTheBottomOfTheScreen) {
+    const FloatPanel panel(rect);
+    EXPECT_EQ(panel.geometry(), QRect(100, 450, 300, 200));
+    EXPECT_FALSE(panel.isVisible());
+}
+
+TEST_F(FloatPanelTest, IsBlackAboveTheOthersAndAsksNoWindowManager) {
+    const FloatPanel panel(rect);
+    EXPECT_EQ(panel.palette().color(QPalette::Window), QColor(Qt::black));
+    for (const Qt::WindowType flag : {Qt::FramelessWindowHint, Qt::WindowStaysOnTopHint,
+                                      Qt::NoDropShadowWindowHint, Qt::BypassWindowManagerHint})
+        EXPECT_TRUE(panel.windowFlags().testFlag(flag));
+    EXPECT_EQ(FloatPanel::level(), WindowLevel::shielding);
+    EXPECT_LT(FloatPanel::level(), WindowLevel::cursor);
+    EXPECT_TRUE(FloatPanel::canBecomeKeyWindow());
+}
+
+TEST_F(FloatPanelTest, ItsContentFillsIt) {
+    FloatPanel panel(rect);
+    EXPECT_EQ(panel.contentView(), nullptr);
+    panel.setContentView(std::make_unique<PanelView>(rect));
+    ASSERT_TRUE(panel.contentView());
+    EXPECT_EQ(panel.contentView()->geometry(), QRect(0, 0, 300, 200));
+    panel.makeKeyAndOrderFront();
+    EXPECT_TRUE(panel.contentView()->isVisible());
+    panel.orderOut();
+    EXPECT_FALSE(panel.isVisible());
+}
+
+TEST_F(FloatPanelTest, TakesTheMouseUnlessItIsToldOtherwise) {
+    FloatPanel panel(rect);
+    EXPECT_FALSE(panel.ignoresMouseEvents());
+    panel.setIgnoresMouseEvents(true);
+    EXPECT_TRUE(panel.ignoresMouseEvents());
+    panel.setIgnoresMouseEvents(false);
+    EXPECT_FALSE(panel.ignoresMouseEvents());
+    EXPECT_TRUE(panel.windowFlags().testFlag(Qt::BypassWindowManagerHint));
+}
+
+TEST_F(FloatPanelTest, SwallowsKeysAndOutlivesAClose) {
+    FloatPanel panel(rect);
+    panel.makeKeyAndOrderFront();
+    log.clear();
+    for (const int key : {Qt::Key_Escape, Qt::Key_Tab, Qt::Key_Z}) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&panel, &event);
+        EXPECT_TRUE(event.isAccepted());
+    }
+    EXPECT_EQ(sharedState.keyEscapePressed + sharedState.keyZPressed, 0);
+    EXPECT_EQ(log.lines(), std::vector<std::string>());
+    panel.close();
+    EXPECT_TRUE(panel.isVisible());
+}
+
+TEST_F(FloatPanelTest, WithNothingToShowThereIsNothing) {
+    for (const Size size : {Size{0, 0}, Size{300, 0}, Size{0, 200}}) {
+        FloatPanel panel({{0, 0}, size});
+        panel.makeKeyAndOrderFront();
+        EXPECT_FALSE(panel.isVisible());
+    }
+}
+
+} // namespace
+} // namespace lightpen
