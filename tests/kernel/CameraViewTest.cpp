@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -124,7 +123,7 @@ protected:
         unit.flash()->store(unit.seen({100, 75}), unit.seen({700, 80}), unit.seen({105, 720}),
                             unit.seen({690, 710}));
     }
-    ~CameraViewTest() override {
+    void TearDown() override {
         if (unit.plugged()) {
             unit.unplug();
             EXPECT_TRUE(removed(1));
@@ -143,7 +142,7 @@ protected:
         return becomes([this] {
             const std::string log = seat->logged();
             int count = 0;
-            for (auto at = log.find(kRemoved); at != log.npos; at = log.find(kRemoved, at + 1))
+            for (auto at = log.find(kRemoved); at != std::string::npos; at = log.find(kRemoved, at + 1))
                 ++count;
             return count >= removals;
         });
@@ -253,7 +252,7 @@ TEST_F(CameraViewTest, TheLightTestSeesForeignLightAlsoAfterAPlugWasPulledOutOfI
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     lightpen::setUpQtMessages();
     const QApplication application(argc, argv);
     lightpen::setUpQtApplication();

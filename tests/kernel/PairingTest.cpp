@@ -78,7 +78,7 @@ protected:
         std::filesystem::create_directories(std::filesystem::path(file_).parent_path());
         startDriver();
     }
-    ~PairingTest() override {
+    void TearDown() override {
         if (HasFailure())
             std::printf("--- the driver's log:\n%s--- end of the driver's log\n", driver_->log().c_str());
     }
@@ -114,7 +114,7 @@ protected:
     void putIntoUnit(const Table& table) {
         for (unsigned index = 0; index < PairingTable::kRecords; ++index) {
             PairingTable::Record record{};
-            std::copy_n(table.begin() + index * PairingTable::kRecordBytes, record.size(), record.begin());
+            table.copy(reinterpret_cast<char*>(record.data()), record.size(), index * record.size());
             ASSERT_TRUE(unit_.pairingTable()->store(index, record, true));
         }
     }
@@ -189,7 +189,7 @@ TEST_F(PairingTest, APlugThatIsPulledWhileTheTableIsSentEndsTheProgram) {
 } // namespace lightpen::test
 
 int main(int argc, char** argv) {
-    if (std::getenv(lightpen::test::kRole))
+    if (qEnvironmentVariableIsSet(lightpen::test::kRole))
         return lightpen::test::beDriver(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
