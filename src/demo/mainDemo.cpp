@@ -41,7 +41,8 @@ public:
                                                                                real.platform().desktop,
                                                                                real.platform().defaults,
                                                                                real.platform().systemUI,
-                                                                               real.platform().sounds} {}
+                                                                               real.platform().sounds,
+                                                                               real.platform().dataFiles} {}
 
     Recording recording;
 

@@ -2,8 +2,13 @@
 #include "linux_desktop/CanberraOutput.h"
 
 #include <canberra.h>
+#include <dlfcn.h>
+#include <link.h>
 
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "linux_desktop/Environment.h"
 
@@ -36,6 +41,22 @@ bool outputIsChosen() {
         if (!environmentVariable(name).empty())
             return true;
     return false;
+}
+
+int noteDriver(dl_phdr_info* library, std::size_t, void* paths) {
+    const std::string_view path = library->dlpi_name;
+    if (path.find("/libcanberra-") != path.npos)
+        static_cast<std::vector<std::string>*>(paths)->emplace_back(path);
+    return 0;
+}
+
+// libcanberra unloads its driver with the context, and does not wait for the driver's thread to return from
+// its last instructions: they must still be there then.
+void keepDriverLoaded() {
+    std::vector<std::string> paths;
+    ::dl_iterate_phdr(noteDriver, &paths);
+    for (const std::string& path : paths)
+        ::dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 } // namespace
@@ -74,6 +95,7 @@ bool CanberraOutput::play(const std::string& file, std::string& problem) {
         ca_context_play(context_.get(), 0, CA_PROP_MEDIA_FILENAME, file.c_str(), CA_PROP_MEDIA_ROLE, "event",
                         CA_PROP_APPLICATION_NAME, "LightPenNX7", CA_PROP_EVENT_DESCRIPTION, "Light pen",
                         CA_PROP_CANBERRA_CACHE_CONTROL, "permanent", static_cast<char*>(nullptr));
+    keepDriverLoaded();
     if (result == CA_SUCCESS)
         return true;
     problem = ca_strerror(result);

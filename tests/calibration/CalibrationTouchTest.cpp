@@ -164,7 +164,8 @@ TEST_F(CalibrationTouchTest, DesktopWithoutSoundsIsSilentAndNothingElse) {
                     usual.desktop,
                     usual.defaults,
                     usual.systemUI,
-                    none};
+                    none,
+                    usual.dataFiles};
     Platform::setCurrent(&silent);
     center = std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, Screen{"main", {{0, 0}, {640, 480}}});
     EXPECT_EQ(center->calibrationBeep(), nullptr);

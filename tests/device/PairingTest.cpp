@@ -213,8 +213,9 @@ TEST_F(PairingTest, TheFileSaysWhereItIsAndWhetherItCouldBeWritten) {
 
 TEST_F(PairingTest, WithoutAFileNothingIsSaved) {
     MemoryDataFiles none;
-    Platform withoutFiles{desk.registry,      desk.pointer,   desk.runLoop, desk.clock,    desk.threads,
-                          desk.notifications, desk.broadcast, desk.desktop, desk.defaults, none};
+    Platform withoutFiles{desk.registry, desk.pointer,       desk.runLoop,   desk.clock,
+                          desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
+                          desk.defaults, desk.systemUI,      desk.sounds,    none};
     Platform::setCurrent(&withoutFiles);
     driver->Nx9commd('R');
     Platform::setCurrent(&desk.platform);

@@ -29,8 +29,10 @@ void PrivateBus::enter() const {
 }
 
 void NoBus::enter() const {
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + runtime_.file("none")).c_str(), 1);
+    // Without an address the library would look for one through the X server, and start a bus of its own.
+    const std::string nowhere = "unix:path=" + runtime_.file("none");
+    setenv("DBUS_SESSION_BUS_ADDRESS", nowhere.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", nowhere.c_str(), 1);
     setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1);
 }
 
