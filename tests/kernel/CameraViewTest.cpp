@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: MIT
+// What the camera sees, fetched over a real bus: pictures byte for byte as the unit sent them, the light test
+// at plug-in, and the plug pulled in the middle of either. The driver's parts run in the test's own process.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <QApplication>
+
+#include "app/LightPenNX7Controller.h"
+#include "demo/Waiting.h"
+#include "device/SharedState.h"
+#include "emulator/GadgetBus.h"
+#include "kernel/support/DriverLines.h"
+#include "kernel/support/PointerWatch.h"
+#include "kernel/support/UnitPriority.h"
+#include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/QtApplicationSetup.h"
+#include "platform/FileDescriptor.h"
+#include "support/TemporaryDirectory.h"
+
+namespace lightpen::test {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr ScreenPoint kTouched{301, 522};
+constexpr CameraPoint kLight{700, 333};
+// As many as a unit answers to one light test.
+constexpr int kMostSightings = 12;
+
+// The driver in this process; its threads never end.
+struct Seat {
+    TemporaryDirectory folder;
+    FileDescriptor log{
+        ::open(folder.file("driver.log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
+    LinuxPlatform real{[this] {
+        LinuxPlatformSettings settings;
+        settings.pointer = PointerChoice::uinput;
+        settings.settingsFile = folder.file("settings.ini");
+        settings.log.diagnostics = log.get();
+        settings.log.output = log.get();
+        return settings;
+    }()};
+    Platform& platform = real.platform();
+    PointerWatch pointer;
+    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
+
+    Seat() {
+        Platform::setCurrent(&platform);
+        controller->awakeFromNib();
+    }
+    std::string logged() {
+        real.log().flush();
+        return readFile(folder.file("driver.log"));
+    }
+};
+Seat* seat = nullptr;
+
+EventGeneratorNX7& driver() {
+    return *EventGeneratorNX7::sharedEventGeneratorNX7();
+}
+
+// The pixels of the pictures that a unit has sent, as they were in its reports.
+class SentPictures {
+public:
+    // Called on the bus's thread at each report that carries a part of a picture, with how many there were.
+    using AtReport = std::function<void(int)>;
+
+    explicit SentPictures(CameraUnit& unit, AtReport atReport = {}) : unit_(unit) {
+        unit_.onReport([this, atReport = std::move(atReport)](const UnitReport& report) {
+            if (report.kind != ReportKind::picture)
+                return;
+            const std::lock_guard hold(mutex_);
+            pixels_.insert(pixels_.end(), report.bytes.begin() + 1, report.bytes.end() - 3);
+            if (atReport)
+                atReport(++reports_);
+        });
+    }
+    ~SentPictures() { unit_.onReport({}); }
+    SentPictures(const SentPictures&) = delete;
+    SentPictures& operator=(const SentPictures&) = delete;
+
+    std::vector<std::uint8_t> pixels() const {
+        const std::lock_guard hold(mutex_);
+        return pixels_;
+    }
+
+private:
+    CameraUnit& unit_;
+    mutable std::mutex mutex_;
+    std::vector<std::uint8_t> pixels_;
+    int reports_ = 0;
+};
+
+// The grey levels of an image, which must be opaque and without colour.
+std::vector<std::uint8_t> greysOf(const PreviewImage& image) {
+    std::vector<std::uint8_t> greys;
+    for (std::size_t i = 0; i < image.rgba.size(); i += PreviewImage::kSamplesPerPixel) {
+        const std::uint8_t* sample = &image.rgba[i];
+        if (sample[0] != sample[1] || sample[0] != sample[2] || sample[3] != 255)
+            return {};
+        greys.push_back(sample[0]);
+    }
+    return greys;
+}
+
+class CameraViewTest : public testing::Test {
+protected:
+    CameraViewTest() {
+        priority.reset();
+        seat->real.log().flush();
+        EXPECT_EQ(::ftruncate(seat->log.get(), 0), 0);
+        unit.flash()->store(unit.seen({100, 75}), unit.seen({700, 80}), unit.seen({105, 720}),
+                            unit.seen({690, 710}));
+    }
+    void TearDown() override {
+        if (unit.plugged()) {
+            unit.unplug();
+            EXPECT_TRUE(removed(1));
+        }
+        if (HasFailure())
+            std::printf("--- the driver's log:\n%s--- end of the driver's log\n", seat->logged().c_str());
+    }
+
+    template <class Condition>
+    bool becomes(Condition condition, Microseconds patience = seconds(15)) {
+        return waitUntil(platform, condition, patience);
+    }
+    // Waits for the end of so many more removals since the last that was waited for.
+    bool removed(int times) {
+        removals += times;
+        return becomes([this] {
+            const std::string log = seat->logged();
+            int count = 0;
+            for (auto at = log.find(kRemoved); at != std::string::npos; at = log.find(kRemoved, at + 1))
+                ++count;
+            return count >= removals;
+        });
+    }
+    void plugIn() {
+        unit.plug();
+        ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
+        ASSERT_TRUE(becomes([] { return sharedState.unitOpen == 1; }));
+    }
+    void unplug() {
+        unit.unplug();
+        ASSERT_TRUE(removed(1));
+    }
+    // The pen presses and releases the button. The unit's first reports arm the pen; where they were missed,
+    // the first touch does.
+    void expectThePenToWork() {
+        ASSERT_NO_FATAL_FAILURE(press());
+        release();
+    }
+    void press() {
+        const int before = pointer.presses();
+        const auto pressed = [this, before] { return pointer.presses() > before; };
+        for (int attempt = 0; attempt < 3 && !pressed(); ++attempt) {
+            unit.lift();
+            platform.runLoop.runFor(milliseconds(attempt * 1000));
+            unit.touch(kTouched);
+            becomes(pressed, seconds(2));
+        }
+        ASSERT_TRUE(pressed());
+    }
+    // A guest that is held up may see more than one stroke; the last one ends.
+    void release() {
+        unit.lift();
+        EXPECT_TRUE(becomes([this] { return !pointer.buttonDown(); }));
+        platform.runLoop.runFor(milliseconds(200));
+        EXPECT_FALSE(pointer.buttonDown());
+    }
+    void expectAWholePicture() {
+        const SentPictures sent(unit);
+        const PreviewImageRef image = driver().previewImage();
+        ASSERT_TRUE(image);
+        ASSERT_EQ(sent.pixels().size(), kPreviewPictureBytes) << "the unit sends one picture";
+        EXPECT_EQ(greysOf(*image), sent.pixels());
+    }
+
+    Platform& platform = seat->platform;
+    PointerWatch& pointer = seat->pointer;
+    std::optional<UnitPriority> priority{std::in_place};
+    GadgetBus bus{platform.clock}; // the kernel has room for one unit of four interfaces at a time
+    CameraUnit& unit = bus.addUnit({.reportLength = 804, .optics = Optics::strongKeystone({1280, 720})});
+    int removals = 0;
+};
+
+TEST_F(CameraViewTest, APictureIsWhatTheCameraSentAndThePenGoesOn) {
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    ASSERT_NO_FATAL_FAILURE(press());
+    const int before = pointer.presses();
+    ASSERT_NO_FATAL_FAILURE(expectAWholePicture()); // with the pen's spot in it
+    const PreviewImageRef withPen = driver()._previewImage;
+    // Without reports the pen was up; it is still on the screen.
+    EXPECT_TRUE(becomes([&] { return pointer.presses() > before; }));
+    release();
+    ASSERT_NO_FATAL_FAILURE(expectAWholePicture());
+    EXPECT_NE(*driver()._previewImage, *withPen);
+    expectThePenToWork();
+}
+
+TEST_F(CameraViewTest, APlugThatIsPulledOutOfAPictureEndsItAndAReplugGivesAWholeOne) {
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    ASSERT_NO_FATAL_FAILURE(expectThePenToWork());
+    const PreviewImageRef before = driver()._previewImage;
+    {
+        const SentPictures sent(unit, [this](int reports) {
+            if (reports == 3)
+                unit.faults()->unplug = UnplugPoint{.occurrence = 0, .when = UnplugPoint::When::beforeReply};
+        });
+        EXPECT_EQ(driver().previewImage(), before) << "a part of a picture is none";
+        EXPECT_EQ(sent.pixels().size(), kPreviewPictureBytes / 2);
+    }
+    ASSERT_TRUE(removed(1));
+    EXPECT_EQ(driver().previewImage(), nullptr) << "there is no unit";
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    // Its reports complete what was left of the broken picture; the next one begins anew.
+    ASSERT_NO_FATAL_FAILURE(expectThePenToWork());
+    expectAWholePicture();
+}
+
+TEST_F(CameraViewTest, TheLightTestSeesForeignLightAlsoAfterAPlugWasPulledOutOfIt) {
+    unit.strayLight(kLight);
+    unit.faults()->unplug = UnplugPoint{.command = 'K', .when = UnplugPoint::When::afterReply};
+    unit.plug();
+    ASSERT_TRUE(removed(1));
+    EXPECT_LE(sharedState.strayLightLevel, 1) << "one sighting was sent";
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    EXPECT_GT(sharedState.strayLightLevel, 1);
+    EXPECT_LE(sharedState.strayLightLevel, kMostSightings);
+    ASSERT_NO_FATAL_FAILURE(expectAWholePicture());
+    ASSERT_NO_FATAL_FAILURE(unplug());
+    unit.strayLight(std::nullopt);
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    EXPECT_EQ(sharedState.strayLightLevel, 0);
+    expectThePenToWork();
+}
+
+} // namespace
+} // namespace lightpen::test
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    lightpen::setUpQtMessages();
+    const QApplication application(argc, argv);
+    lightpen::setUpQtApplication();
+    const auto seat = std::make_unique<lightpen::test::Seat>();
+    lightpen::test::seat = seat.get();
+    const int status = RUN_ALL_TESTS();
+    std::fflush(stdout);
+    // Without destructors: the driver's threads still run.
+    seat->platform.runLoop.exitProcess(status);
+}
