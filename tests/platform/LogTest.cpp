@@ -59,7 +59,7 @@ std::string printed(double value) {
 
 TEST(LogTest, NumbersAreWrittenInTheCLocaleWhateverTheUsersIs) {
     const CommaLocale comma;
-    ASSERT_TRUE(comma.set()) << "localedef, of libc-bin, is needed";
+    ASSERT_TRUE(comma.set()) << "localedef needs the sources of the package locales";
     ASSERT_EQ(printed(500.25), "500,25");
     const RecordingLog log;
     logLine("mappedPoint: (%.2f,%.2f)", 500.25, -0.5);
