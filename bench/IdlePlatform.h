@@ -73,6 +73,48 @@ public:
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>>) override {}
     std::optional<DefaultsValue> objectForKey(std::string_view) const override { return std::nullopt; }
     bool setObject(std::string_view, DefaultsValue) override { return false; }
+    bool removeObjectForKey(std::string_view) override { return false; }
+};
+
+class NoDataFiles final : public DataFiles {
+public:
+    std::optional<DataFilePaths> locate(std::string_view) const override { return std::nullopt; }
+    std::optional<std::vector<std::uint8_t>> read(const std::string&, std::size_t) const override {
+        return std::nullopt;
+    }
+    bool replace(const std::string&, std::span<const std::uint8_t>) const override { return false; }
+};
+
+class NoBundle final : public Bundle {
+public:
+    std::string bundlePath() const override { return {}; }
+    std::optional<std::string> bundleIdentifier() const override { return std::nullopt; }
+    std::optional<std::string> bundleIdentifierAtPath(const std::string&) const override {
+        return std::nullopt;
+    }
+    std::optional<PropertyListValue> objectForInfoDictionaryKey(std::string_view) const override {
+        return std::nullopt;
+    }
+    std::optional<std::string> pathForResource(std::string_view, std::string_view) const override {
+        return std::nullopt;
+    }
+    std::optional<PropertyListDictionary> dictionaryWithContentsOfResource(std::string_view,
+                                                                           std::string_view) const override {
+        return std::nullopt;
+    }
+    std::string localizedStringForKey(std::string_view key) const override { return std::string(key); }
+};
+
+// Nothing of the application's own: no menu, no languages, no login.
+struct NoShell final : Locales, LoginItems, StatusBar, Workspace {
+    std::vector<std::string> preferredLanguages() const override { return {"en"}; }
+    std::optional<std::vector<LoginItem>> copyValue() const override { return std::nullopt; }
+    void setValue(std::vector<LoginItem>) override {}
+    bool synchronize() override { return false; }
+    void whenAvailable(std::function<void()>) override {}
+    bool openFile(const std::string&) override { return false; }
+    NoBundle bundle;
+    ApplicationShell shell{bundle, *this, *this, *this, *this};
 };
 
 class NoPointer final : public PointerEvents {
@@ -107,8 +149,10 @@ struct IdlePlatform {
     NoDefaults defaults;
     NoSystemUI systemUI;
     NoSounds sounds;
-    Platform platform{registry,  pointer, runLoop,  clock,    threads, notifications,
-                      broadcast, desktop, defaults, systemUI, sounds};
+    NoDataFiles dataFiles;
+    NoShell none;
+    Platform platform{registry, pointer,  runLoop,  clock,  threads,   notifications, broadcast,
+                      desktop,  defaults, systemUI, sounds, dataFiles, none.shell};
 };
 
 // Runs the benchmarks with Qt's application object, which the calibration's widgets need, and no display.

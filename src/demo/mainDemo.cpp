@@ -42,7 +42,8 @@ public:
                                                                                real.platform().defaults,
                                                                                real.platform().systemUI,
                                                                                real.platform().sounds,
-                                                                               real.platform().dataFiles} {}
+                                                                               real.platform().dataFiles,
+                                                                               real.platform().shell} {}
 
     Recording recording;
 

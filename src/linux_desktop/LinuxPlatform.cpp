@@ -56,8 +56,8 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
       pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
       registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
       platform_{
-          registry_, pointer_,  runLoop_,  clock_,  threads_,  notifications_, distributedNotifications_,
-          desktop_,  defaults_, systemUI_, sounds_, dataFiles_} {
+          registry_, pointer_,  runLoop_,  clock_,  threads_,   notifications_, distributedNotifications_,
+          desktop_,  defaults_, systemUI_, sounds_, dataFiles_, shell_} {
     registry_.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
         machineUnits_ = std::make_unique<MachineUnits>(registry_, runLoop_, clock_);

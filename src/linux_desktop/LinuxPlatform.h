@@ -4,20 +4,25 @@
 #include <memory>
 #include <string>
 
+#include "linux_desktop/ApplicationBundle.h"
 #include "linux_desktop/CanberraOutput.h"
 #include "linux_desktop/DBusNotifications.h"
+#include "linux_desktop/LinuxLocales.h"
 #include "linux_desktop/LinuxPointer.h"
 #include "linux_desktop/LinuxSounds.h"
 #include "linux_desktop/LinuxSystemUI.h"
 #include "linux_desktop/QtDesktop.h"
 #include "linux_desktop/QtRunLoop.h"
+#include "linux_desktop/QtWorkspace.h"
 #include "linux_desktop/Resources.h"
 #include "linux_desktop/StderrLog.h"
 #include "linux_desktop/SystemClock.h"
 #include "linux_desktop/SystemThreads.h"
 #include "linux_desktop/TerminationSignals.h"
+#include "linux_desktop/TrayStatusBar.h"
 #include "linux_desktop/XdgDataFiles.h"
 #include "linux_desktop/XdgDefaults.h"
+#include "linux_desktop/XdgLoginItems.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
 
@@ -94,6 +99,13 @@ private:
     DBusNotifications distributedNotifications_;
     LinuxSystemUI systemUI_;
     LinuxSounds sounds_{clock_, std::make_unique<CanberraOutput>()};
+    LinuxLocales locales_;
+    ApplicationBundle bundle_{ApplicationBundle::folderOfTheProgram(),
+                              [this] { return locales_.preferredLanguages(); }};
+    XdgLoginItems loginItems_;
+    TrayStatusBar statusBar_;
+    QtWorkspace workspace_;
+    ApplicationShell shell_{bundle_, locales_, loginItems_, statusBar_, workspace_};
     Platform platform_;
 };
 

@@ -110,16 +110,30 @@ std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) con
 }
 
 // Each write begins with a fresh look at the file, so what somebody has edited meanwhile stays.
-bool XdgDefaults::setObject(std::string_view key, DefaultsValue value) {
+bool XdgDefaults::write(const std::string& key, const std::optional<std::string>& text) {
     QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
-    const std::string name(key);
-    settings.setValue(QString::fromStdString(name), QString::fromStdString(encode(value)));
+    if (text)
+        settings.setValue(QString::fromStdString(key), QString::fromStdString(*text));
+    else
+        settings.remove(QString::fromStdString(key));
     settings.sync();
-    set_.insert_or_assign(name, std::move(value));
     if (settings.status() == QSettings::NoError)
         return true;
-    logLine("Settings: \"%s\" cannot be written to %s", name.c_str(), file_.c_str());
+    logLine("Settings: \"%s\" cannot be written to %s", key.c_str(), file_.c_str());
     return false;
+}
+
+bool XdgDefaults::setObject(std::string_view key, DefaultsValue value) {
+    const std::string name(key);
+    const std::string text = encode(value);
+    set_.insert_or_assign(name, std::move(value));
+    return write(name, text);
+}
+
+bool XdgDefaults::removeObjectForKey(std::string_view key) {
+    const std::string name(key);
+    set_.erase(name);
+    return write(name, std::nullopt);
 }
 
 } // namespace lightpen

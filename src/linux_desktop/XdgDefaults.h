@@ -24,9 +24,12 @@ public:
     std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
     // The file is replaced in one step: a crash leaves the old or the new one.
     bool setObject(std::string_view key, DefaultsValue value) override;
+    bool removeObjectForKey(std::string_view key) override;
 
 private:
     void read();
+    // Changes one key of the file, in a fresh look at it; no text takes the key away.
+    bool write(const std::string& key, const std::optional<std::string>& text);
 
     const std::string file_;
     std::map<std::string, DefaultsValue, std::less<>> registered_;

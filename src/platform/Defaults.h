@@ -22,6 +22,8 @@ public:
     // Stores the value at once, so that a crash at any later moment keeps it. False (and a log line) when it
     // cannot be written; the value then holds until the program ends.
     virtual bool setObject(std::string_view key, DefaultsValue value) = 0;
+    // Takes the user's value away, in the same way; the registered one holds again.
+    virtual bool removeObjectForKey(std::string_view key) = 0;
 };
 
 } // namespace lightpen

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/ApplicationShell.h"
 #include "platform/DataFiles.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
@@ -30,6 +31,7 @@ struct Platform {
     SystemUI& systemUI;
     Sounds& sounds;
     DataFiles& dataFiles;
+    ApplicationShell& shell;
 
     // The platform of this process; ends the program with a message when none was set.
     static Platform& current();

@@ -165,7 +165,8 @@ TEST_F(CalibrationTouchTest, DesktopWithoutSoundsIsSilentAndNothingElse) {
                     usual.defaults,
                     usual.systemUI,
                     none,
-                    usual.dataFiles};
+                    usual.dataFiles,
+                    usual.shell};
     Platform::setCurrent(&silent);
     center = std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, Screen{"main", {{0, 0}, {640, 480}}});
     EXPECT_EQ(center->calibrationBeep(), nullptr);

@@ -89,7 +89,8 @@ TEST_F(ConnectionStartTest, RemovalAndArrivalOfEachProductAreWatchedInThisOrder)
     NotingRegistry noting{desk.runLoop, desk.clock};
     Platform platform{noting,        desk.pointer,       desk.runLoop,   desk.clock,
                       desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles};
+                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles,
+                      desk.shell};
     Platform::setCurrent(&platform);
     driver->init();
     EXPECT_THAT(noting.asked,

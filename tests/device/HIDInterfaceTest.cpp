@@ -139,7 +139,8 @@ TEST_F(HIDInterfaceTest, ARegistryThatCannotListYieldsNothing) {
     BrokenRegistry broken{desk.runLoop, desk.clock};
     Platform platform{broken,        desk.pointer,       desk.runLoop,   desk.clock,
                       desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles};
+                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles,
+                      desk.shell};
     Platform::setCurrent(&platform);
     EXPECT_EQ(driver->getOruHWService(), 0u);
     EXPECT_EQ(broken.liveObjects(), 0u);

@@ -213,9 +213,9 @@ TEST_F(PairingTest, TheFileSaysWhereItIsAndWhetherItCouldBeWritten) {
 
 TEST_F(PairingTest, WithoutAFileNothingIsSaved) {
     MemoryDataFiles none;
-    Platform withoutFiles{desk.registry, desk.pointer,       desk.runLoop,   desk.clock,
-                          desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                          desk.defaults, desk.systemUI,      desk.sounds,    none};
+    Platform withoutFiles{desk.registry,      desk.pointer,   desk.runLoop, desk.clock,    desk.threads,
+                          desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.systemUI,
+                          desk.sounds,        none,           desk.shell};
     Platform::setCurrent(&withoutFiles);
     driver->Nx9commd('R');
     Platform::setCurrent(&desk.platform);

@@ -84,9 +84,9 @@ protected:
     }
 
     FastClock fast;
-    Platform fastPlatform{desk.registry, desk.pointer,       desk.runLoop,   fast,
-                          desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                          desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles};
+    Platform fastPlatform{desk.registry,      desk.pointer,   desk.runLoop, fast,          desk.threads,
+                          desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.systemUI,
+                          desk.sounds,        desk.dataFiles, desk.shell};
     // Two calibrations whose images of (1001, 601) lie far apart on both axes.
     std::shared_ptr<ShiftingMapper> near = std::make_shared<ShiftingMapper>(0.5);
     std::shared_ptr<ShiftingMapper> far = std::make_shared<ShiftingMapper>(0.5, ScreenPoint{1000, 500});

@@ -87,7 +87,7 @@ TEST_F(PointerEventsTest, APostHandsOverConnectionVersionFlagsAndOptions) {
     WholePost pointer;
     Platform platform{desk.registry,      pointer,        desk.runLoop, desk.clock,    desk.threads,
                       desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.systemUI,
-                      desk.sounds,        desk.dataFiles};
+                      desk.sounds,        desk.dataFiles, desk.shell};
     Platform::setCurrent(&platform);
     pointer.result = kIOReturnNoDevice;
     driver->postLMouseDown({11, 22});

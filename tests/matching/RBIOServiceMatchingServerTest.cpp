@@ -239,9 +239,9 @@ protected:
 
     TestPlatform desk;
     ScriptedRegistry registry{desk.runLoop, desk.clock};
-    Platform platform{registry,      desk.pointer,       desk.runLoop,   desk.clock,
-                      desk.threads,  desk.notifications, desk.broadcast, desk.desktop,
-                      desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles};
+    Platform platform{registry,           desk.pointer,   desk.runLoop, desk.clock,    desk.threads,
+                      desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.systemUI,
+                      desk.sounds,        desk.dataFiles, desk.shell};
     RecordingLog log;
     std::vector<std::string> diary;
     Observer observer{diary};

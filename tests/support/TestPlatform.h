@@ -16,6 +16,7 @@
 
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
+#include "support/TestShell.h"
 #include "support/VirtualTime.h"
 
 namespace lightpen {
@@ -198,6 +199,11 @@ public:
         set.insert_or_assign(std::string(key), std::move(value));
         return true;
     }
+    bool removeObjectForKey(std::string_view key) override {
+        if (const auto found = set.find(key); found != set.end())
+            set.erase(found);
+        return true;
+    }
     std::map<std::string, DefaultsValue, std::less<>> set;
     std::map<std::string, DefaultsValue, std::less<>> registered;
 };
@@ -247,7 +253,7 @@ private:
 
 // A whole platform of doubles in virtual time, current while it lives. The registry and the notification
 // centre are the real ones.
-struct TestPlatform {
+struct TestPlatform : TestShell {
     VirtualClock clock;
     VirtualRunLoop runLoop{clock};
     ServiceRegistry registry{runLoop, clock};
@@ -260,8 +266,8 @@ struct TestPlatform {
     RecordingSystemUI systemUI;
     RecordingSounds sounds;
     MemoryDataFiles dataFiles;
-    Platform platform{registry,  pointer, runLoop,  clock,    threads, notifications,
-                      broadcast, desktop, defaults, systemUI, sounds,  dataFiles};
+    Platform platform{registry, pointer,  runLoop,  clock,  threads,   notifications, broadcast,
+                      desktop,  defaults, systemUI, sounds, dataFiles, shell};
 
     TestPlatform() { Platform::setCurrent(&platform); }
     ~TestPlatform() { Platform::setCurrent(nullptr); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/PropertyList.h"
+#include "linux_desktop/PropertyListReader.h"
 
 #include <plist/plist.h>
 
@@ -103,13 +103,6 @@ private:
 };
 
 } // namespace
-
-const PropertyListValue* PropertyListDictionary::find(std::string_view key) const {
-    for (const auto& [name, value] : entries)
-        if (name == key)
-            return &value;
-    return nullptr;
-}
 
 PropertyListResult parsePropertyList(std::string_view text) {
     plist_t root = nullptr;

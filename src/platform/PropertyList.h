@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,16 +29,5 @@ struct PropertyListValue {
         return std::get_if<Type>(&value);
     }
 };
-
-// What a property list holds, or why it cannot be read.
-struct PropertyListResult {
-    std::optional<PropertyListDictionary> dictionary;
-    std::string error;
-};
-
-// Reads an XML property list: a dictionary of flags, numbers, strings, arrays and dictionaries.
-PropertyListResult parsePropertyList(std::string_view text);
-// The same from a file; the error begins with its name.
-PropertyListResult readPropertyList(const std::string& file);
 
 } // namespace lightpen

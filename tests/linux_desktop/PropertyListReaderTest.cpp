@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/PropertyList.h"
+#include "linux_desktop/PropertyListReader.h"
 
 #include <gtest/gtest.h>
 
