@@ -54,8 +54,9 @@ endfunction()
 
 # lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it.
 function(lightpen_resources PROGRAM)
-  file(GLOB resources CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}/resources
-       ${CMAKE_SOURCE_DIR}/resources/*.bin ${CMAKE_SOURCE_DIR}/resources/sounds/*.wav)
+  set(patterns *.bin *.plist *.strings */Localizable.strings *.svg *.htm help/* sounds/*.wav)
+  list(TRANSFORM patterns PREPEND ${CMAKE_SOURCE_DIR}/resources/)
+  file(GLOB resources LIST_DIRECTORIES false RELATIVE ${CMAKE_SOURCE_DIR}/resources CONFIGURE_DEPENDS ${patterns})
   set(copies)
   foreach(resource ${resources})
     set(original ${CMAKE_SOURCE_DIR}/resources/${resource})

@@ -23,10 +23,12 @@ class XNeighbour {
 public:
     // Keycodes of the server's own keyboard.
     static constexpr std::uint8_t kEscape = 9;
+    static constexpr std::uint8_t kBackspace = 22;
     static constexpr std::uint8_t kTab = 23;
     static constexpr std::uint8_t kA = 38;
     static constexpr std::uint8_t kZ = 52;
     static constexpr std::uint8_t kAlt = 64;
+    static constexpr std::uint8_t kDelete = 119;
 
     explicit XNeighbour(const std::string& display);
     ~XNeighbour();
