@@ -87,7 +87,7 @@ class Tree:
                 self.check_bracketed(where, name, bracketed)
 
     def check_quoted(self, where, name, quoted):
-        if quoted.endswith(".moc"):
+        if quoted.endswith(".moc") or self.is_made_from_interface_file(name, quoted):
             return
         candidates = [f"src/{quoted}", f"tests/{quoted}"] + ([quoted] if name.startswith("bench/") else [])
         target = next((path for path in candidates if (self.root / path).is_file()), None)
@@ -96,6 +96,11 @@ class Tree:
             return
         self.graph[name].append(target)
         self.check_arrow(where, name, target)
+
+    def is_made_from_interface_file(self, name, quoted):
+        """Whether the build makes this header from an interface file beside the source that includes it."""
+        made = re.fullmatch(r"ui_(\w+)\.h", quoted)
+        return bool(made) and name.endswith(".cpp") and (self.root / name).with_name(made[1] + ".ui").is_file()
 
     def check_arrow(self, where, name, target):
         top, folder, rest = (target + "/").split("/", 2)

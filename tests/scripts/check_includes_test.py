@@ -35,6 +35,15 @@ class CheckIncludesTest(unittest.TestCase):
         status, output = self.check(**files)
         self.assertEqual(status, 0, output)
 
+    def test_a_header_made_from_an_interface_file_beside_the_source_is_fine(self):
+        self.assert_fine(src__app__W_ui="<ui/>", src__app__W_cpp='#include "ui_W.h"\n')
+
+    def test_a_header_whose_interface_file_is_not_there(self):
+        self.assert_finds("no file below", src__app__V_ui="<ui/>", src__app__W_cpp='#include "ui_W.h"\n')
+
+    def test_a_made_header_stays_out_of_other_headers(self):
+        self.assert_finds("no file below", src__app__W_ui="<ui/>", src__app__W_h='#include "ui_W.h"\n')
+
     def test_an_empty_tree_is_no_success(self):
         self.assertEqual(self.check()[0], 1)
 
