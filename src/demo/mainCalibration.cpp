@@ -10,10 +10,10 @@
 #include <optional>
 
 #include <QApplication>
-#include <QScreen>
 
 #include "demo/CalibrationPerformance.h"
 #include "demo/CanvasProcess.h"
+#include "demo/ScreenArea.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 #include "platform/FileDescriptor.h"
@@ -47,14 +47,6 @@ std::optional<Options> optionsFrom(int argc, char** argv) {
             return std::nullopt;
     }
     return options.output.empty() ? std::nullopt : std::optional(options);
-}
-
-CaptureArea areaOf(const QScreen& screen) {
-    const double scale = screen.devicePixelRatio();
-    const QRect frame = screen.geometry(); // its origin is in pixels
-    return {{frame.x(), frame.y(), static_cast<int>(frame.width() * scale),
-             static_cast<int>(frame.height() * scale)},
-            1 / scale};
 }
 
 // The looks at the main screen.

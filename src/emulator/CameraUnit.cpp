@@ -8,7 +8,7 @@ namespace lightpen {
 
 CameraUnit::CameraUnit(UnitDescription description, UnitSocket* socket)
     : description_(std::move(description)), socket_(socket),
-      firmware_(description_.reportLength, description_.information) {}
+      firmware_(description_.reportLength, description_.information), optics_(description_.optics) {}
 
 // The plug
 
@@ -74,8 +74,7 @@ Microseconds CameraUnit::toPlay() const {
     const auto* playing = std::get_if<Playing>(&pen_);
     if (!playing)
         return Microseconds::zero();
-    const Microseconds now = socket_ && !acting_ ? socket_->now() : now_;
-    return std::max(playing->start + playing->hand.duration() - now, Microseconds::zero());
+    return std::max(playing->start + playing->hand.duration() - currentTime(), Microseconds::zero());
 }
 
 std::optional<ScreenPoint> CameraUnit::penOnScreen(Microseconds time) const {
@@ -99,22 +98,38 @@ void CameraUnit::display(DisplayedPicture picture) {
     displayed_ = std::move(picture);
 }
 
+void CameraUnit::moveCamera(Optics optics) {
+    const std::lock_guard hold(mutex_);
+    catchUp();
+    optics_ = optics;
+}
+
+Optics CameraUnit::optics() const {
+    const std::lock_guard hold(mutex_);
+    return optics_;
+}
+
+Scene CameraUnit::scene() const {
+    const std::lock_guard hold(mutex_);
+    return sceneAt(currentTime());
+}
+
 std::optional<CameraPoint> CameraUnit::penSeen(Microseconds time) const {
     if (const auto* point = std::get_if<CameraPoint>(&pen_))
         return *point;
     const auto onScreen = penOnScreen(time);
-    return onScreen ? description_.optics.see(*onScreen, time) : std::nullopt;
+    return onScreen ? optics_.see(*onScreen, time) : std::nullopt;
 }
 
 Scene CameraUnit::sceneAt(Microseconds time) const {
-    const Optics::Corners& screen = description_.optics.corners();
+    const Optics::Corners& screen = optics_.corners();
     Scene scene{penSeen(time),
                 strayLight_,
                 {},
                 displayed_.dark,
                 std::array{screen.topLeft, screen.topRight, screen.bottomRight, screen.bottomLeft}};
     for (const ScreenPoint& blob : displayed_.blobs)
-        if (const auto seen = description_.optics.see(blob, time))
+        if (const auto seen = optics_.see(blob, time))
             scene.blobs.push_back(*seen);
     return scene;
 }
@@ -144,6 +159,11 @@ std::optional<Microseconds> CameraUnit::nextEvent() const {
     if (!actions_.empty())
         next = std::min(next.value_or(actions_.begin()->first), actions_.begin()->first);
     return next;
+}
+
+// The socket's clock goes on while nobody lets the unit catch up; an action runs at its own time.
+Microseconds CameraUnit::currentTime() const {
+    return socket_ && !acting_ ? socket_->now() : now_;
 }
 
 void CameraUnit::catchUp() {

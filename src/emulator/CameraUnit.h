@@ -57,6 +57,7 @@ public:
     CameraUnit(const CameraUnit&) = delete;
     CameraUnit& operator=(const CameraUnit&) = delete;
 
+    // As it was made; its optics are those of the start.
     const UnitDescription& description() const { return description_; }
 
     // The plug. Power-off brings back the power-up state; flash and pairing table stay. Plugging in what is
@@ -79,8 +80,14 @@ public:
     // The room and the screen.
     void strayLight(std::optional<CameraPoint> light); // a foreign infrared light, or none
     void display(DisplayedPicture picture);
+    // The camera is put elsewhere: from now on it sees the screen like this. A stray light stays where it is
+    // in the camera's view.
+    void moveCamera(Optics optics);
+    Optics optics() const;
     // The exact camera point of a screen point.
-    CameraPoint seen(ScreenPoint point) const { return description_.optics.project(point); }
+    CameraPoint seen(ScreenPoint point) const { return optics().project(point); }
+    // All that lies before the camera now, for who draws it.
+    Scene scene() const;
 
     // The unit's inside. Each holds the unit's lock for the expression it is used in.
     Guarded<Flash> flash() { return {firmware_.flash, mutex_}; }
@@ -120,6 +127,7 @@ private:
     using Pen = std::variant<std::monostate, ScreenPoint, CameraPoint, Playing>;
 
     void catchUp();
+    Microseconds currentTime() const;
     Microseconds advanceFirmware(Microseconds until);
     void runFirstAction();
     void setPen(Pen pen);
@@ -140,6 +148,7 @@ private:
     Microseconds now_{};
     bool acting_ = false; // an action runs: it is now_, whatever the socket's clock says
     Pen pen_;
+    Optics optics_;
     std::optional<CameraPoint> strayLight_;
     DisplayedPicture displayed_;
     std::multimap<Microseconds, Action> actions_;

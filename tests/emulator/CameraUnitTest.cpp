@@ -191,6 +191,40 @@ TEST_F(CameraUnitTest, StrayLightIsASpotUntilItGoes) {
     EXPECT_EQ(ReportKind::penUp, run(40ms).at(0).kind);
 }
 
+TEST_F(CameraUnitTest, ACameraThatIsMovedSeesTheTouchElsewhere) {
+    const auto turned =
+        Optics::fromCorners({1280, 800}, {{2000, 300}, {2000, 1500}, {400, 1500}, {400, 300}});
+    ASSERT_TRUE(turned);
+    unit.plug();
+    unit.touch({320, 100});
+    EXPECT_EQ((CameraPoint{830, 488}), spot(run(40ms)));
+    unit.moveCamera(*turned); // a quarter turn: to the right is down, and down is to the left
+    const CameraPoint moved = spot(run(40ms));
+    EXPECT_NEAR(2000 - 100 * 1600 / 800.0, moved.x, 1);
+    EXPECT_NEAR(300 + 320 * 1200 / 1280.0, moved.y, 1);
+    EXPECT_NEAR(turned->project({1100, 30}).x, unit.seen({1100, 30}).x, 1e-9);
+    EXPECT_EQ((CameraPoint{400, 300}), unit.optics().corners().bottomLeft);
+    EXPECT_EQ(380, unit.description().optics.corners().topLeft.x);
+}
+
+TEST_F(CameraUnitTest, TheSceneIsWhatLiesBeforeTheCameraNow) {
+    unit.strayLight(CameraPoint{2400, 90});
+    unit.display({.blobs = {{320, 100}}, .dark = true});
+    unit.play(Hand().wait(1s).tap({320, 100}, 80ms));
+    EXPECT_FALSE(unit.scene().pen);
+    socket.time += 1040ms; // nobody lets the unit catch up, but time has gone by
+    const Scene scene = unit.scene();
+    EXPECT_EQ((CameraPoint{830, 487.5}), scene.pen);
+    EXPECT_EQ((CameraPoint{2400, 90}), scene.strayLight);
+    EXPECT_THAT(scene.blobs, ElementsAre(CameraPoint{830, 487.5}));
+    EXPECT_TRUE(scene.darkPicture);
+    ASSERT_TRUE(scene.screen);
+    EXPECT_THAT(*scene.screen, ElementsAre(CameraPoint{380, 330}, CameraPoint{2180, 330},
+                                           CameraPoint{2180, 1590}, CameraPoint{380, 1590}));
+    socket.time += 80ms;
+    EXPECT_FALSE(unit.scene().pen);
+}
+
 TEST_F(CameraUnitTest, WithoutTheFilterTheDisplayedTargetIsTheSpot) {
     unit.plug();
     unit.display({.blobs = {{320, 100}}, .dark = true});

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// The application with a camera unit in software: the same parts, on a bus in this process, and a window in
+// which the mouse is the unit's pen.
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <QApplication>
+#include <QScreen>
+
+#include "app/LightPenNX7Controller.h"
+#include "demo/CommandLines.h"
+#include "demo/EmulatedOptions.h"
+#include "demo/ScreenArea.h"
+#include "demo/ScreenWatch.h"
+#include "demo/TargetHand.h"
+#include "demo/UnitCommands.h"
+#include "demo/UnitWindow.h"
+#include "device/SharedState.h"
+#include "emulator/EmulatedBus.h"
+#include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/QtApplicationSetup.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+namespace {
+
+// As large as the view ever needs it; the rest of the work is then cheap.
+constexpr int kDisplayWidth = 960;
+
+std::unique_ptr<ScreenCapture> captureOf(const QScreen* screen) {
+    std::string problem = "there is no X display";
+    auto capture = screen && QGuiApplication::platformName() == QLatin1String("xcb")
+                       ? ScreenCapture::create(nullptr, problem, areaOf(*screen))
+                       : nullptr;
+    if (!capture)
+        logLine("Emulated unit: the screen cannot be looked at: %s", problem.c_str());
+    return capture;
+}
+
+QImage imageOf(const ScreenPicture& picture) {
+    const QImage pixels(picture.bytes.data(), picture.width, picture.height,
+                        static_cast<qsizetype>(picture.stride), QImage::Format_RGB32);
+    return pixels.width() > kDisplayWidth ? pixels.scaledToWidth(kDisplayWidth, Qt::SmoothTransformation)
+                                          : pixels.copy();
+}
+
+// Pictures of the screen for the window. The window is on that screen too, so most changes are its own; they
+// stop to be any when its picture of itself is as small as a pixel.
+class DisplayPictures {
+public:
+    explicit DisplayPictures(std::unique_ptr<ScreenCapture> capture) : capture_(std::move(capture)) {}
+
+    std::optional<QImage> news() {
+        if (!capture_ || !capture_->changed())
+            return std::nullopt;
+        const auto picture = capture_->look();
+        QImage image = picture ? imageOf(*picture) : QImage();
+        if (image == last_)
+            return std::nullopt;
+        last_ = image;
+        return image;
+    }
+
+private:
+    const std::unique_ptr<ScreenCapture> capture_;
+    QImage last_;
+};
+
+std::string driverState(const LightPenNX7Controller& controller) {
+    std::string words = controller.deviceConnected() ? "connected" : "disconnected";
+    words += sharedState.mouseArmed == 1 ? " armed" : " disarmed";
+    return words;
+}
+
+void setUp(UnitControl& control, const EmulatedOptions& options) {
+    if (!options.pose.empty())
+        control.pose(options.pose);
+    if (options.wireless)
+        control.unit().information()->wireless = *options.wireless;
+    if (options.calibrated)
+        control.calibrate();
+    if (options.strayLight)
+        control.unit().strayLight(UnitControl::kLampBeside);
+    if (options.plugged)
+        control.unit().plug();
+}
+
+// Everything beside the application: the unit, its window and the commands.
+class EmulatedDesk {
+public:
+    EmulatedDesk(LinuxPlatform& real, const EmulatedOptions& options,
+                 const std::shared_ptr<LightPenNX7Controller>& controller)
+        : platform_(real.platform()), controller_(controller),
+          bus_(real.registry(), platform_.runLoop, platform_.clock),
+          control_(bus_.addUnit(), platform_.clock,
+                   real.desktop().mainScreenFrame().value_or(ScreenRect{{}, {1280, 800}}).size),
+          hand_(control_, platform_.clock, captureOf(real.desktop().mainScreen()),
+                [this] { return sessionByHandShown(control_.unit()); }),
+          pictures_(captureOf(real.desktop().mainScreen())),
+          window_(control_, platform_.clock,
+                  {[this] { return pictures_.news(); }, [this](bool on) { hand_.allow(on); },
+                   [this] { return hand_.allowed(); },
+                   [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}),
+          commands_(control_,
+                    {[this](bool on) { hand_.allow(on); }, [this] { return driverState(*controller_); },
+                     [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}) {
+        if (auto capture = captureOf(real.desktop().mainScreen()))
+            watch_ = std::make_unique<ScreenWatch>(std::move(capture), control_.unit());
+        hand_.allow(options.hand);
+        setUp(control_, options);
+        bus_.runInRealTime();
+        window_.show();
+        if (options.commands)
+            listen();
+    }
+
+private:
+    void listen() {
+        lines_ = std::make_unique<CommandLines>(
+            STDIN_FILENO,
+            CommandLines::Ends{[this](std::string_view line) { return commands_.perform(line); },
+                               [](const std::string& answer) {
+                                   std::puts(answer.c_str());
+                                   std::fflush(stdout);
+                               },
+                               [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }});
+    }
+
+    Platform& platform_;
+    const std::shared_ptr<LightPenNX7Controller> controller_;
+    EmulatedBus bus_;
+    UnitControl control_;
+    TargetHand hand_;
+    DisplayPictures pictures_;
+    UnitWindow window_;
+    UnitCommands commands_;
+    std::unique_ptr<ScreenWatch> watch_;
+    std::unique_ptr<CommandLines> lines_;
+};
+
+int emulatedMain(int argc, char** argv) {
+    const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+    std::string problem;
+    const auto options = emulatedOptions(arguments, problem);
+    if (!options) {
+        std::fprintf(stderr, "%s\n%s", problem.c_str(), kEmulatedUsage);
+        return 2;
+    }
+    if (options->help) {
+        std::fputs(kEmulatedUsage, stdout);
+        return EXIT_SUCCESS;
+    }
+    setUpQtMessages();
+    const QApplication application(argc, argv);
+    setUpQtApplication();
+    LinuxPlatformSettings settings;
+    settings.units = Units::ofTheProgram;
+    if (options->commands)
+        settings.log.output = STDERR_FILENO; // standard output is for the answers
+    settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
+    LinuxPlatform real(std::move(settings));
+    Platform::setCurrent(&real.platform());
+    const auto controller = std::make_shared<LightPenNX7Controller>();
+    EmulatedDesk desk(real, *options, controller);
+    controller->awakeFromNib();
+    // Without destructors: the driver's threads may still run.
+    real.platform().runLoop.exitProcess(real.run());
+    return EXIT_FAILURE;
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    return lightpen::emulatedMain(argc, argv);
+}
