@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+// The application's data files: what it believes when nobody has chosen anything, its languages, its own
+// name.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include <gmock/gmock.h>
+
+#include "support/TemporaryDirectory.h"
+#include "support/device/EmulatedUnitFixture.h"
+#include "support/resources/ResourceFiles.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAreArray;
+using testing::UnorderedElementsAreArray;
+
+std::vector<std::string> textArray(const PropertyListDictionary& list, const char* key) {
+    const PropertyListValue* value = list.find(key);
+    const auto* array = value ? value->as<PropertyListArray>() : nullptr;
+    EXPECT_TRUE(array) << key;
+    std::vector<std::string> texts;
+    for (const auto& element : array ? *array : PropertyListArray()) {
+        const auto* text = element.as<std::string>();
+        EXPECT_TRUE(text) << key;
+        texts.push_back(text ? *text : std::string());
+    }
+    return texts;
+}
+
+std::vector<std::int64_t> exposures() {
+    const PropertyListDictionary information = shippedList("Info.plist");
+    const PropertyListValue* value = information.find("Threshold Values");
+    const auto* array = value ? value->as<PropertyListArray>() : nullptr;
+    EXPECT_TRUE(array);
+    std::vector<std::int64_t> numbers;
+    for (const auto& element : array ? *array : PropertyListArray()) {
+        const auto* number = element.as<std::int64_t>();
+        EXPECT_TRUE(number);
+        numbers.push_back(number ? *number : -1);
+    }
+    return numbers;
+}
+
+std::string information(const char* key) {
+    const PropertyListDictionary list = shippedList("Info.plist");
+    const PropertyListValue* value = list.find(key);
+    const auto* text = value ? value->as<std::string>() : nullptr;
+    return text ? *text : std::string();
+}
+
+// Information
+
+TEST(Resources, TheApplicationSaysWhatItIs) {
+    EXPECT_EQ(information("CFBundleIdentifier"), "org.lightpen.LightPenNX7");
+    EXPECT_EQ(information("CFBundleName"), "LightPenNX7");
+    EXPECT_EQ(information("CFBundleExecutable"), std::filesystem::path(LIGHTPEN_PROGRAM).filename());
+    EXPECT_EQ(information("CFBundleShortVersionString"), LIGHTPEN_VERSION);
+    EXPECT_EQ(information("CFBundleVersion"), LIGHTPEN_VERSION);
+    EXPECT_EQ(information("CFBundlePackageType"), "APPL");
+    EXPECT_EQ(information("CFBundleInfoDictionaryVersion"), "6.0");
+    EXPECT_EQ(information("CFBundleDevelopmentRegion"), "en");
+}
+
+TEST(Resources, ExposuresFallFromTheFarthestToTheNearest) {
+    const auto values = exposures();
+    ASSERT_EQ(values.size(), 3u);
+    EXPECT_GT(values[0], values[1]);
+    EXPECT_GT(values[1], values[2]);
+    // A settings report has one byte for it, and none would see no pen.
+    EXPECT_LE(values[0], 255);
+    EXPECT_GE(values[2], 1);
+}
+
+using ExposureTest = EmulatedUnitFixture;
+
+// Else a new user's menu would show no distance as the one in force.
+TEST_F(ExposureTest, TheOneThatADriverStartsWithIsThatOfTheDefaultDistance) {
+    CameraUnit& camera = addCamera();
+    calibrate(camera);
+    camera.plug();
+    start();
+    const PropertyListDictionary defaults = shippedList("NX.plist");
+    const auto* distance = defaults.find("Projection Distance");
+    ASSERT_TRUE(distance && distance->as<std::int64_t>());
+    EXPECT_EQ(exposures().at(static_cast<std::size_t>(*distance->as<std::int64_t>())),
+              driver->forcedExposure());
+}
+
+// Defaults
+
+TEST(Resources, EachSettingHasItsFirstValue) {
+    std::map<std::string, bool> flags;
+    for (const auto& [key, value] : shippedList("NX.plist").entries)
+        if (const bool* flag = value.as<bool>())
+            flags[key] = *flag;
+        else
+            EXPECT_EQ(key, "Projection Distance") << "is no flag";
+    // No "Language": a menu follows the desktop until one is chosen.
+    EXPECT_EQ(flags, (std::map<std::string, bool>{{"Auto Calibration", false},
+                                                  {"Projection Distance Setting", true},
+                                                  {"Language Setting", true},
+                                                  {"Help Menu", true},
+                                                  {"Debug Window", false},
+                                                  {"Preview Window", true},
+                                                  {"Launch At Start Up", true}}));
+    EXPECT_EQ(shippedList("NX.plist").entries.size(), flags.size() + 1);
+}
+
+// Languages
+
+TEST(Resources, LanguagesStandInTheMenusOrder) {
+    std::vector<std::string> keys;
+    StringTable identifiers;
+    for (const Language& language : applicationLanguages()) {
+        keys.push_back(language.key);
+        identifiers.emplace_back(language.key, language.identifier);
+    }
+    EXPECT_THAT(textArray(shippedList("Info.plist"), "Supported Language"), ElementsAreArray(keys));
+    EXPECT_EQ(textsOf(shippedList("Language.plist")), identifiers);
+    EXPECT_EQ(identifiers.size(), 16u);
+}
+
+class LocaleTest : public testing::TestWithParam<Language> {};
+
+TEST_P(LocaleTest, HasItsNameOfASubMenu) {
+    const std::string& identifier = GetParam().identifier;
+    const StringTable texts = textsOf(shippedList(identifier + ".lproj/Localizable.strings"));
+    EXPECT_EQ(texts.size(), 2u);
+    EXPECT_EQ(textOf(texts, "LightPenNX7"), "LightPenNX7") << "a name is not translated";
+    const std::string subMenu = textOf(texts, "Sub Menu");
+    EXPECT_FALSE(subMenu.empty());
+    EXPECT_EQ(subMenu == "Sub Menu", identifier == "en");
+    // Two languages write in one word what English writes in two.
+    EXPECT_EQ(subMenu == "Submenu", identifier == "nl" || identifier == "pt");
+}
+
+INSTANTIATE_TEST_SUITE_P(, LocaleTest, testing::ValuesIn(applicationLanguages()), [](const auto& parameter) {
+    std::string name = parameter.param.identifier;
+    std::erase(name, '-');
+    return name;
+});
+
+TEST(Resources, ThereIsAFolderForEachLocaleAndNoOther) {
+    std::vector<std::string> folders;
+    for (const Language& language : applicationLanguages())
+        folders.push_back(language.identifier + ".lproj");
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(shippedFile("")))
+        if (entry.path().extension() == ".lproj")
+            found.push_back(entry.path().filename());
+    EXPECT_THAT(found, UnorderedElementsAreArray(folders));
+}
+
+// Packing
+
+// All but the description of its signals, which is installed elsewhere.
+TEST(Resources, TheProgramHasThemAllBesideIt) {
+    const std::filesystem::path beside = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path() / "resources";
+    const std::filesystem::path sources = shippedFile("");
+    int files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(sources)) {
+        if (!entry.is_regular_file() || entry.path().extension() == ".xml")
+            continue;
+        const auto name = entry.path().lexically_relative(sources);
+        EXPECT_EQ(readFile(beside / name), readFile(entry.path())) << name;
+        ++files;
+    }
+    EXPECT_GE(files, 3 + 2 * 16);
+}
+
+} // namespace
+} // namespace lightpen
