@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+struct xcb_connection_t;
+
+namespace lightpen {
+
+// The X server's own tray, into which programs embed their icons: the owner of a selection. Has a connection
+// of its own. Main thread.
+class XTray {
+public:
+    // Null when there is no such display; a null name stands for the one of the environment.
+    static std::unique_ptr<XTray> connect(const char* display = nullptr);
+
+    // There is a tray now.
+    bool present();
+    // Becomes readable when there is something for arrived().
+    int descriptor() const;
+    // Takes what the server has sent; true when a tray has announced itself in it.
+    bool arrived();
+    // False once the server is gone.
+    bool alive() const;
+
+private:
+    using Connection = std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)>;
+
+    XTray(Connection connection, int screen);
+
+    Connection connection_;
+    std::uint32_t managerAtom_;
+    std::uint32_t trayAtom_;
+};
+
+} // namespace lightpen
