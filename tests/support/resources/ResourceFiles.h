@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "linux_desktop/PropertyList.h"
+#include "linux_desktop/PropertyListReader.h"
 #include "support/resources/TableAudit.h"
 
 namespace lightpen {
