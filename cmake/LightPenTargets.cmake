@@ -52,7 +52,8 @@ function(lightpen_floor NAME)
   target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
 endfunction()
 
-# lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it.
+# lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it;
+# Info.plist, which says what the whole folder is, stands beside the program itself.
 function(lightpen_resources PROGRAM)
   set(patterns *.bin *.plist *.strings */Localizable.strings *.svg *.htm help/* sounds/*.wav)
   list(TRANSFORM patterns PREPEND ${CMAKE_SOURCE_DIR}/resources/)
@@ -61,6 +62,9 @@ function(lightpen_resources PROGRAM)
   foreach(resource ${resources})
     set(original ${CMAKE_SOURCE_DIR}/resources/${resource})
     set(copy ${CMAKE_CURRENT_BINARY_DIR}/resources/${resource})
+    if(resource STREQUAL Info.plist)
+      set(copy ${CMAKE_CURRENT_BINARY_DIR}/${resource})
+    endif()
     add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${original} ${copy} DEPENDS ${original})
     list(APPEND copies ${copy})
   endforeach()

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include "linux_desktop/ApplicationBundle.h"
 #include "support/TemporaryDirectory.h"
 #include "support/device/EmulatedUnitFixture.h"
 #include "support/resources/ResourceFiles.h"
@@ -156,19 +157,30 @@ TEST(Resources, ThereIsAFolderForEachLocaleAndNoOther) {
 
 // Packing
 
-// All but the description of its signals, which is installed elsewhere.
 TEST(Resources, TheProgramHasThemAllBesideIt) {
-    const std::filesystem::path beside = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path() / "resources";
+    const std::filesystem::path folder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
     const std::filesystem::path sources = shippedFile("");
     int files = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(sources)) {
+        // The description of its signals is for other programs.
         if (!entry.is_regular_file() || entry.path().extension() == ".xml")
             continue;
         const auto name = entry.path().lexically_relative(sources);
-        EXPECT_EQ(readFile(beside / name), readFile(entry.path())) << name;
+        const auto copy = name == "Info.plist" ? folder / name : folder / "resources" / name;
+        EXPECT_EQ(readFile(copy), readFile(entry.path())) << name;
         ++files;
     }
     EXPECT_GE(files, 3 + 2 * 16);
+}
+
+TEST(Resources, TheApplicationReadsThem) {
+    const ApplicationBundle bundle(std::filesystem::path(LIGHTPEN_PROGRAM).parent_path(), [] {
+        return std::vector<std::string>{"th", "en"};
+    });
+    EXPECT_EQ(bundle.bundleIdentifier(), "org.lightpen.LightPenNX7");
+    EXPECT_TRUE(bundle.objectForInfoDictionaryKey("Threshold Values"));
+    EXPECT_TRUE(bundle.dictionaryWithContentsOfResource("Traditional Chinese", "strings"));
+    EXPECT_EQ(bundle.localizedStringForKey("Sub Menu"), "เมนูย่อย");
 }
 
 } // namespace
