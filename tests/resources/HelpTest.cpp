@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: MIT
+// The help documents: complete, self-contained, in their own language, and true to what the program shows and
+// reads.
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <ostream>
+#include <set>
+#include <utility>
+
+#include <QFile>
+#include <QString>
+#include <QXmlStreamReader>
+
+#include <gmock/gmock.h>
+
+#include "linux_desktop/XdgDefaults.h"
+#include "support/TemporaryDirectory.h"
+#include "support/resources/ResourceFiles.h"
+
+namespace lightpen {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+struct HelpLanguage {
+    std::string document;
+    std::string tag;   // as browsers know it
+    std::string table; // the language key
+
+    friend void PrintTo(const HelpLanguage& language, std::ostream* out) { *out << language.document; }
+};
+
+const HelpLanguage kLanguages[] = {{"enu", "en", "English"},
+                                   {"cht", "zh-Hant", "Traditional Chinese"},
+                                   {"chs", "zh-Hans", "Simplified Chinese"},
+                                   {"jpn", "ja", "Japanese"},
+                                   {"ita", "it", "Italian"},
+                                   {"esp", "es", "Spanish"},
+                                   {"fra", "fr", "French"},
+                                   {"deu", "de", "German"}};
+
+const std::vector<std::string> kSections = {"start",    "camera",     "calibration", "pen",
+                                            "distance", "language",   "light",       "pairing",
+                                            "trouble",  "permission", "login"};
+
+const char* const kMenuWords[] = {"Calibration",   "Projection Distance",
+                                  "Distance1",     "Distance2",
+                                  "Distance3",     "Language",
+                                  "Help",          "About...",
+                                  "Exit",          "Detect again!",
+                                  "Camera picture"};
+const std::string kWarning =
+    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
+// What a language that is not English has no word for.
+const QString kEnglishWord = "the";
+
+struct Image {
+    std::string source;
+    std::string alternative;
+};
+
+struct Section {
+    std::string id;
+    QString text;
+};
+
+// What there is to know of a document, read once from beginning to end.
+class HelpDocument {
+public:
+    explicit HelpDocument(const std::string& name) {
+        QFile file(QString::fromStdString(shippedFile(name + ".htm")));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+        const QByteArray bytes = file.readAll();
+        size = bytes.size();
+        QXmlStreamReader reader(bytes);
+        while (!reader.atEnd())
+            take(reader, reader.readNext());
+        if (reader.hasError())
+            error = name + ", line " + std::to_string(reader.lineNumber()) + ": " +
+                    reader.errorString().toStdString();
+    }
+
+    qsizetype size = 0; // bytes
+    std::string error;  // why it is not well-formed; empty when it is
+    std::string lang;
+    std::string charset;
+    std::set<QString> elements;
+    std::set<QString> attributes;
+    std::vector<std::string> ids;
+    std::vector<std::string> links;
+    std::vector<Image> images;
+    std::vector<Section> sections;
+    std::vector<std::string> commands; // the blocks to type
+    std::set<std::string> emphasized;  // words of the menu among them
+    QString style;
+    QString prose;  // all that is neither style nor something to type
+    QString quoted; // what a window says
+
+private:
+    void take(const QXmlStreamReader& reader, QXmlStreamReader::TokenType token) {
+        if (token == QXmlStreamReader::StartElement)
+            begin(reader.name().toString(), reader.attributes());
+        else if (token == QXmlStreamReader::EndElement)
+            open_.pop_back();
+        else if (token == QXmlStreamReader::Characters)
+            read(reader.text().toString());
+    }
+    void begin(const QString& element, const QXmlStreamAttributes& given) {
+        const auto value = [&given](const char* name) { return given.value(QLatin1String(name)).toString(); };
+        open_.push_back(element);
+        elements.insert(element);
+        for (const QXmlStreamAttribute& attribute : given)
+            attributes.insert(attribute.name().toString());
+        if (given.hasAttribute("id"))
+            ids.push_back(value("id").toStdString());
+        if (element == "html")
+            lang = value("lang").toStdString();
+        if (given.hasAttribute("charset"))
+            charset = value("charset").toStdString();
+        if (element == "a")
+            links.push_back(value("href").toStdString());
+        if (element == "img")
+            images.push_back({value("src").toStdString(), value("alt").toStdString()});
+        if (element == "section")
+            sections.push_back({value("id").toStdString(), {}});
+        if (element == "pre")
+            commands.emplace_back();
+    }
+    bool inside(const char* element) const { return std::count(open_.begin(), open_.end(), element) > 0; }
+    void read(const QString& text) {
+        if (inside("style"))
+            style += text;
+        else if (inside("pre"))
+            commands.back() += text.toStdString();
+        else if (!inside("code"))
+            prose += text;
+        if (inside("section"))
+            sections.back().text += text;
+        if (inside("blockquote"))
+            quoted += text;
+        if (inside("b"))
+            emphasized.insert(text.toStdString());
+    }
+
+    std::vector<QString> open_;
+};
+
+// How many of a text's letters pass.
+template <class Predicate>
+double shareOfLetters(const QString& text, Predicate passes) {
+    int letters = 0, passed = 0;
+    for (const QChar character : text)
+        if (character.isLetter()) {
+            ++letters;
+            passed += passes(character) ? 1 : 0;
+        }
+    return letters == 0 ? 0 : double(passed) / letters;
+}
+
+bool isEastAsian(QChar character) {
+    const auto script = character.script();
+    return script == QChar::Script_Han || script == QChar::Script_Hiragana ||
+           script == QChar::Script_Katakana || character == QChar(0x30FC);
+}
+
+qsizetype count(const QString& text, const QString& word) {
+    qsizetype found = 0;
+    QString letters;
+    for (const QChar character : text + ' ')
+        if (character.isLetter())
+            letters += character.toLower();
+        else
+            found += std::exchange(letters, {}) == word ? 1 : 0;
+    return found;
+}
+
+std::vector<std::string> idsOf(const std::vector<Section>& sections) {
+    std::vector<std::string> ids;
+    std::transform(sections.begin(), sections.end(), std::back_inserter(ids),
+                   [](const Section& section) { return section.id; });
+    return ids;
+}
+
+class HelpTest : public testing::TestWithParam<HelpLanguage> {
+protected:
+    HelpDocument document{GetParam().document};
+};
+
+INSTANTIATE_TEST_SUITE_P(All, HelpTest, testing::ValuesIn(kLanguages),
+                         [](const auto& language) { return language.param.document; });
+
+TEST_P(HelpTest, IsWellFormedAndSaysItsLanguage) {
+    EXPECT_EQ(document.error, "");
+    EXPECT_EQ(document.lang, GetParam().tag);
+    EXPECT_EQ(document.charset, "utf-8");
+    EXPECT_FALSE(document.prose.contains(QChar::ReplacementCharacter));
+}
+
+TEST_P(HelpTest, HasAllSectionsInTheirOrder) {
+    EXPECT_THAT(idsOf(document.sections), ElementsAreArray(kSections));
+    for (const Section& section : document.sections) {
+        EXPECT_GT(section.text.size(), 80) << section.id;
+        EXPECT_THAT(document.links, Contains("#" + section.id)) << "the contents lead to each";
+    }
+    const std::set<std::string> unique(document.ids.begin(), document.ids.end());
+    EXPECT_EQ(unique.size(), document.ids.size());
+    EXPECT_EQ(HelpDocument("enu").ids, document.ids);
+}
+
+TEST_P(HelpTest, NeedsNothingFromElsewhere) {
+    EXPECT_THAT(document.elements, Not(Contains(QString("script"))));
+    EXPECT_THAT(document.elements, Not(Contains(QString("link"))));
+    EXPECT_THAT(document.elements, Not(Contains(QString("iframe"))));
+    for (const QString& attribute : document.attributes)
+        EXPECT_FALSE(attribute.startsWith("on")) << attribute.toStdString();
+    EXPECT_FALSE(document.style.contains("url("));
+    EXPECT_FALSE(document.style.contains("@import"));
+}
+
+TEST_P(HelpTest, LinksLeadSomewhere) {
+    for (const std::string& link : document.links) {
+        if (link.starts_with("#"))
+            EXPECT_THAT(document.ids, Contains(link.substr(1)));
+        else
+            EXPECT_TRUE(std::filesystem::is_regular_file(shippedFile(link))) << link;
+    }
+    for (const HelpLanguage& other : kLanguages)
+        if (other.document != GetParam().document) {
+            EXPECT_THAT(document.links, Contains(other.document + ".htm"));
+        }
+}
+
+TEST_P(HelpTest, PicturesExistAndAreDescribed) {
+    EXPECT_GE(document.images.size(), 6u);
+    for (const Image& image : document.images) {
+        EXPECT_TRUE(std::filesystem::is_regular_file(shippedFile(image.source))) << image.source;
+        EXPECT_GT(image.alternative.size(), 5u) << image.source;
+    }
+}
+
+// Else a reader looks for something that the menu does not have.
+TEST_P(HelpTest, UsesTheMenusWords) {
+    const StringTable table = shippedTable(GetParam().table);
+    for (const char* key : kMenuWords)
+        EXPECT_THAT(document.emphasized, Contains(textOf(table, key)));
+    EXPECT_EQ(document.quoted.trimmed().toStdString(), textOf(table, kWarning));
+}
+
+TEST_P(HelpTest, IsInItsOwnLanguage) {
+    const double eastAsian = shareOfLetters(document.prose, isEastAsian);
+    const bool expected = GetParam().tag.starts_with("zh") || GetParam().tag == "ja";
+    EXPECT_GT(expected ? eastAsian : 1 - eastAsian, expected ? 0.8 : 0.98);
+    if (GetParam().tag == "en")
+        EXPECT_GT(count(document.prose, kEnglishWord), 100);
+    else
+        EXPECT_EQ(count(document.prose, kEnglishWord), 0);
+    const double kana = shareOfLetters(
+        document.prose, [](QChar character) { return character.script() == QChar::Script_Hiragana; });
+    EXPECT_EQ(kana > 0.1, GetParam().tag == "ja");
+}
+
+// What it tells to type into the settings file does what it says.
+TEST_P(HelpTest, SettingsAreWrittenAsTheyAreRead) {
+    const TemporaryDirectory folder;
+    const auto setting = [&](const std::string& block, const char* key) {
+        const std::string file = folder.file("settings.ini");
+        writeFile(file, block);
+        return XdgDefaults(file).objectForKey(key);
+    };
+    ASSERT_EQ(document.commands.size(), 3u);
+    EXPECT_EQ(setting(document.commands[0], "Auto Calibration"), DefaultsValue(true));
+    EXPECT_EQ(setting(document.commands[2], "Launch At Start Up"), DefaultsValue(false));
+    EXPECT_EQ(setting(document.commands[1], "Auto Calibration"), std::nullopt);
+}
+
+TEST_P(HelpTest, NamesTheRuleThatIsShipped) {
+    const std::string rule = "packaging/70-lightpen-nx7.rules";
+    EXPECT_TRUE(std::filesystem::is_regular_file(shippedFile("../" + rule)));
+    ASSERT_EQ(document.commands.size(), 3u);
+    EXPECT_THAT(document.commands[1], HasSubstr("sudo cp " + rule + " /etc/udev/rules.d/\n"));
+}
+
+TEST_P(HelpTest, IsNeitherAStubNorABook) {
+    EXPECT_GT(document.size, 10'000);
+    EXPECT_LT(document.size, 40'000);
+}
+
+TEST(HelpPictures, EachIsShownSomewhereAndSmall) {
+    std::set<std::string> shown;
+    for (const HelpLanguage& language : kLanguages)
+        for (const Image& image : HelpDocument(language.document).images)
+            shown.insert(image.source);
+    for (const auto& entry : std::filesystem::directory_iterator(shippedFile("help"))) {
+        EXPECT_THAT(shown, Contains("help/" + entry.path().filename().string()));
+        EXPECT_LT(entry.file_size(), 200'000u) << entry.path();
+    }
+}
+
+// The audit itself: it must see what it is there for.
+TEST(HelpPictures, CountsWholeWordsOnly) {
+    EXPECT_EQ(count("The other, the; bathe", kEnglishWord), 2);
+    EXPECT_EQ(count("", kEnglishWord), 0);
+    EXPECT_EQ(shareOfLetters("ab光筆 1", isEastAsian), 0.5);
+}
+
+} // namespace
+} // namespace lightpen
