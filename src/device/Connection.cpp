@@ -188,6 +188,9 @@ void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
     _deviceMode = -1;
     releaseHIDInterface();
     dropQueues();
+    // A picture that this unit has begun would put the next one out of step, whose count nothing else sets
+    // back before it is complete.
+    sharedState.pictureAssembly.imageChunkCount = 0;
     if (sharedState.checkViewState == 2) {
         // Its unit is gone, and nothing would ever take the panel away.
         Nx9windowrelease();

@@ -37,6 +37,7 @@ protected:
     explicit CameraViewTest(std::size_t reportLength = 804) : camera(addCamera(reportLength)) {
         calibrate(camera);
         desk.dataFiles.put(kFile, pairingFile());
+        desk.runLoop.limitRuns(20'000); // a run is a millisecond here, or a slice of a wait
     }
     // Opened, and its pointer output armed.
     void startAndArm() {

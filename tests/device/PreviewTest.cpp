@@ -58,6 +58,7 @@ protected:
         driver->setUpHIDQueueAndCallback();
         clearTimeline();
         onSend = [this](const SentReport& report, int) { return answer(report); };
+        desk.runLoop.limitRuns(10'000);
     }
     // From its second image command on the unit sends the picture.
     IOReturn answer(const SentReport& report) {
@@ -258,6 +259,29 @@ TEST_F(PreviewTest, AUnitThatIsBackAtOnceDoesNotKeepTheFetchWaiting) {
     EXPECT_EQ(driver->previewImage(), nullptr);
     EXPECT_TRUE(driver->isDevicePlugIn());
     EXPECT_FALSE(driver->imageProcessMode());
+}
+
+// Nothing but the next picture comes from the unit in between.
+TEST_F(PreviewTest, APictureThatItsUnitDidNotCompleteDoesNotShiftTheNextOne) {
+    replies = emptyReplies();
+    driver->init(); // which watches for units
+    pictureReports = 4;
+    after(milliseconds(300), [this] { unit.unplug(); });
+    EXPECT_EQ(driver->previewImage(), nullptr);
+    desk.runLoop.runFor(seconds(1));
+    EXPECT_EQ(sharedState.pictureAssembly.imageChunkCount, 0);
+    EXPECT_FALSE(sharedState.pictureAssembly.imageAssemblyBuffer.empty()) << "until the next report";
+
+    threadsStart = true;
+    replies = emptyReplies();
+    plugIn();
+    sharedState.reportCopyLength = 804;
+    pictureReports = 7;
+    imageCommands = 0;
+    const auto image = driver->previewImage();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(*image, wholeImage());
+    EXPECT_TRUE(sharedState.pictureAssembly.imageAssemblyBuffer.empty());
 }
 
 TEST_F(PreviewTest, TheEndOfTheProgramEndsTheFetch) {

@@ -2,6 +2,7 @@
 #include "support/VirtualTime.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace lightpen {
 
@@ -55,6 +56,8 @@ void VirtualRunLoop::cancelPreviousPerformRequests(const void* target, std::stri
 }
 
 void VirtualRunLoop::runFor(Microseconds duration) {
+    if (runsLeft_ && (*runsLeft_)-- == 0)
+        throw std::runtime_error("a wait in the run loop does not end");
     const Microseconds end = clock_.now() + duration;
     for (;;) {
         runPending();

@@ -67,6 +67,9 @@ public:
 
     const std::vector<std::string>& commonModes() const { return commonModes_; }
     const std::vector<std::pair<RunLoopSourceRef, std::string>>& sources() const { return sources_; }
+    // Throws at the next run after that many: somebody waits for what will never come. For tests of waits
+    // that have no end of their own; without it such a test would be ended from outside.
+    void limitRuns(int most) { runsLeft_ = most; }
     // How often performOnMainThread was called.
     std::atomic<int> posted{0};
     // The status of the first terminate(); none before it.
@@ -75,6 +78,7 @@ public:
 private:
     VirtualClock& clock_;
     PerformQueue queue_;
+    std::optional<int> runsLeft_;
     std::vector<std::string> commonModes_;
     std::vector<std::pair<RunLoopSourceRef, std::string>> sources_;
     std::atomic<bool> terminating_{false};
