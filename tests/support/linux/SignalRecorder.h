@@ -22,7 +22,7 @@ public:
     // The signals so far, oldest first.
     const std::vector<QDBusMessage>& messages() const { return messages_; }
 
-private slots:
+private Q_SLOTS:
     void take(const QDBusMessage& message) { messages_.push_back(message); }
 
 private:
