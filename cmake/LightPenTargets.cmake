@@ -52,23 +52,34 @@ function(lightpen_floor NAME)
   target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
 endfunction()
 
-# lightpen_resources(PROGRAM): copies what the program reads at run time into the folder resources beside it;
-# Info.plist, which says what the whole folder is, stands beside the program itself.
-function(lightpen_resources PROGRAM)
+# lightpen_resources(TARGET FOLDER): copies what programs in that folder of the build read at run time: their
+# information dictionary beside them, the rest into the folder resources beside them.
+function(lightpen_resources TARGET FOLDER)
   set(patterns *.bin *.plist *.strings */Localizable.strings *.svg *.htm help/* sounds/*.wav)
   list(TRANSFORM patterns PREPEND ${CMAKE_SOURCE_DIR}/resources/)
   file(GLOB resources LIST_DIRECTORIES false RELATIVE ${CMAKE_SOURCE_DIR}/resources CONFIGURE_DEPENDS ${patterns})
   set(copies)
   foreach(resource ${resources})
     set(original ${CMAKE_SOURCE_DIR}/resources/${resource})
-    set(copy ${CMAKE_CURRENT_BINARY_DIR}/resources/${resource})
-    if(resource STREQUAL Info.plist)
-      set(copy ${CMAKE_CURRENT_BINARY_DIR}/${resource})
+    set(copy ${FOLDER}/resources/${resource})
+    if(resource STREQUAL "Info.plist")
+      set(copy ${FOLDER}/${resource})
     endif()
     add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${original} ${copy} DEPENDS ${original})
     list(APPEND copies ${copy})
   endforeach()
-  target_sources(${PROGRAM} PRIVATE ${copies})
+  target_sources(${TARGET} PRIVATE ${copies})
+  set_target_properties(${TARGET} PROPERTIES LIGHTPEN_RESOURCES "${resources}")
+endfunction()
+
+# lightpen_application(PROGRAM): gives the program a folder of its own name, with its resources.
+function(lightpen_application PROGRAM)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/${PROGRAM})
+  if(EXISTS ${folder} AND NOT IS_DIRECTORY ${folder})
+    file(REMOVE ${folder}) # the program itself, from a build before it had a folder
+  endif()
+  set_target_properties(${PROGRAM} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder})
+  lightpen_resources(${PROGRAM} ${folder})
 endfunction()
 
 # lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp, and the target

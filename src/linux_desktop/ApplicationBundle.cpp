@@ -52,7 +52,10 @@ std::optional<std::string> ApplicationBundle::bundleIdentifier() const {
 }
 
 std::optional<std::string> ApplicationBundle::bundleIdentifierAtPath(const std::string& path) const {
-    const PropertyListResult result = readPropertyList((std::filesystem::path(path) / kInformation).string());
+    const auto file = std::filesystem::path(path) / kInformation;
+    if (!isFile(file)) // nor a pipe, which would hold its reader up
+        return std::nullopt;
+    const PropertyListResult result = readPropertyList(file.string());
     return result.dictionary ? identifierIn(*result.dictionary) : std::nullopt;
 }
 
