@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 
 #include "platform/FileDescriptor.h"
 
@@ -121,10 +121,11 @@ PropertyListResult parsePropertyList(std::string_view text) {
 
 PropertyListResult readPropertyList(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream.is_open() || stream.bad())
+    std::ostringstream text; // whose operator turns what the buffer throws, for a folder say, into a flag
+    text << stream.rdbuf();
+    if (!stream.is_open() || text.bad())
         return {std::nullopt, file + ": " + errorText(errno)};
-    PropertyListResult result = parsePropertyList(text);
+    PropertyListResult result = parsePropertyList(text.str());
     if (!result.dictionary)
         result.error = file + ": " + result.error;
     return result;
