@@ -42,6 +42,20 @@ TEST_F(ConnectionStartTest, RetainingAndCopyingAreTheInstanceItself) {
     EXPECT_EQ(EventGeneratorNX7::retainCount(), 4294967295U);
 }
 
+// Presence
+
+TEST_F(ConnectionStartTest, PresenceIsAnsweredWithoutAnEnumeration) {
+    EXPECT_FALSE(driver->isDevicePlugIn());
+    unit.plugIn();
+    const std::size_t objects = desk.registry.liveObjects();
+    for (int question = 0; question < 300; ++question)
+        ASSERT_TRUE(driver->isDevicePlugIn());
+    EXPECT_EQ(desk.registry.liveObjects(), objects) << "nor does a question leave anything behind";
+    unit.unplug();
+    EXPECT_FALSE(driver->isDevicePlugIn()) << "at once, before the removal is reported";
+    EXPECT_EQ(desk.registry.enumerations, 0);
+}
+
 // Without a unit
 
 TEST_F(ConnectionStartTest, WithoutAUnitTheDriverOnlyWatches) {

@@ -251,12 +251,32 @@ private:
     mutable std::map<std::string, std::optional<Contents>> files_;
 };
 
+// The real registry; it counts whoever has its services listed.
+class CountingRegistry final : public ServiceRegistry {
+public:
+    using ServiceRegistry::ServiceRegistry;
+    IOReturn IOServiceGetMatchingServices(mach_port_t port, const MatchingDictionary& matching,
+                                          io_iterator_t& iterator) override {
+        ++enumerations;
+        return ServiceRegistry::IOServiceGetMatchingServices(port, matching, iterator);
+    }
+    IOReturn IOServiceAddMatchingNotification(const std::shared_ptr<IONotificationPort>& port,
+                                              std::string_view type, const MatchingDictionary& matching,
+                                              IOServiceMatchingCallback callback, void* refcon,
+                                              io_iterator_t& iterator) override {
+        ++enumerations;
+        return ServiceRegistry::IOServiceAddMatchingNotification(port, type, matching, callback, refcon,
+                                                                 iterator);
+    }
+    std::atomic<int> enumerations{0};
+};
+
 // A whole platform of doubles in virtual time, current while it lives. The registry and the notification
 // centre are the real ones.
 struct TestPlatform : TestShell {
     VirtualClock clock;
     VirtualRunLoop runLoop{clock};
-    ServiceRegistry registry{runLoop, clock};
+    CountingRegistry registry{runLoop, clock};
     RecordingPointer pointer;
     RecordingThreads threads;
     NotificationCenter notifications;

@@ -1,13 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/UdevRegistry.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <libudev.h>
 
 #include "linux_desktop/umockdev/SimulatedBus.h"
 #include "platform/UnitIdentifiers.h"
 #include "support/RecordingLog.h"
 #include "support/SocketNode.h"
 #include "support/TestPlatform.h"
+
+namespace {
+int looksAtTheBus = 0;
+}
+
+// Stands before udev's own and counts.
+extern "C" int udev_enumerate_scan_devices(udev_enumerate* enumeration) {
+    static const auto next = reinterpret_cast<decltype(&udev_enumerate_scan_devices)>(
+        ::dlsym(RTLD_NEXT, "udev_enumerate_scan_devices"));
+    ++looksAtTheBus;
+    return next(enumeration);
+}
 
 namespace lightpen {
 namespace {
@@ -86,6 +100,19 @@ TEST_F(UdevRegistryTest, OtherDevicesAreLeftAlone) {
     ASSERT_TRUE(units_.start());
     EXPECT_TRUE(listed().empty());
     EXPECT_TRUE(opened_.empty());
+}
+
+TEST_F(UdevRegistryTest, TheBusIsLookedAtOnceHoweverOftenSomebodyAsks) {
+    looksAtTheBus = 0;
+    ASSERT_TRUE(units_.start());
+    ASSERT_EQ(looksAtTheBus, 1);
+    const auto paths = bus_.plugIn({});
+    EXPECT_TRUE(becomes(true));
+    for (int question = 0; question < 300; ++question)
+        ASSERT_TRUE(unitPresent());
+    bus_.unplug(paths);
+    EXPECT_TRUE(becomes(false));
+    EXPECT_EQ(looksAtTheBus, 1);
 }
 
 TEST_F(UdevRegistryTest, PluggingInUnpluggingAndReplugging) {
