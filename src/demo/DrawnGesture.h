@@ -34,8 +34,6 @@ public:
     void move(CameraPoint place, Microseconds now);
     // Ends it; the gesture as the pen is to play it, its pause included. None when none was begun.
     std::optional<Hand> release(CameraPoint place, Microseconds now, const Optics& optics);
-    // Forgets what was begun.
-    void drop() { path_.clear(); }
 
     bool underWay() const { return !path_.empty(); }
     struct Place {

@@ -16,6 +16,7 @@ constexpr QRgb kDrawn = 0xFFFFE066U;
 } // namespace
 
 PenView::PenView(UnitControl& control, Clock& clock) : control_(control), clock_(clock), sight_(look()) {
+    setObjectName(QStringLiteral("view"));
     setCursor(Qt::CrossCursor);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);

@@ -250,9 +250,9 @@ UnitCommands::Answer UnitCommands::state(const Words&) {
     const CameraUnit& unit = control_.unit();
     const bool filterOut = control_.unit().firmware()->settings().filterOut;
     std::string answer = kOk;
-    answer += unit.plugged() ? " plugged" : " unplugged";
-    answer += filterOut ? " filter-out" : " filter-in";
-    answer += control_.handRests() ? " resting" : " playing";
+    answer += unit.plugged() ? " plugged=yes" : " plugged=no";
+    answer += filterOut ? " filter=out" : " filter=in";
+    answer += control_.handRests() ? " hand=resting" : " hand=playing";
     return answer + " " + surroundings_.driverState();
 }
 

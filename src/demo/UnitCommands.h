@@ -31,7 +31,7 @@ public:
     // What is not the unit's.
     struct Surroundings {
         std::function<void(bool)> letHandTouchTargets;
-        std::function<std::string()> driverState; // in words, for the command state
+        std::function<std::string()> driverState; // name=value, for the command state
         std::function<void()> quit;
     };
 

@@ -3,6 +3,7 @@
 // which the mouse is the unit's pen.
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -69,11 +70,39 @@ private:
     QImage last_;
 };
 
-std::string driverState(const LightPenNX7Controller& controller) {
-    std::string words = controller.deviceConnected() ? "connected" : "disconnected";
-    words += sharedState.mouseArmed == 1 ? " armed" : " disarmed";
-    return words;
+std::string yesOrNo(bool yes) {
+    return yes ? "yes" : "no";
 }
+
+// What the driver does at the moment, for who is to know when the pen will be heard.
+class DriverWatch {
+public:
+    // Both outlive this; the unit calls back for as long as it lives.
+    DriverWatch(CameraUnit& unit, Clock& clock, std::shared_ptr<const LightPenNX7Controller> controller)
+        : clock_(clock), controller_(std::move(controller)) {
+        unit.onOutput([this](Microseconds time, auto) { lastCommand_.store(time); });
+    }
+
+    // The application's start has come to its end.
+    void started() { started_ = true; }
+    // Ready: what the pen does now reaches the pointer. A unit is deaf to its pen for a while behind most
+    // commands, and the driver sends them in rows.
+    std::string state() const {
+        const bool connected = controller_->deviceConnected();
+        const bool armed = sharedState.unitOpen == 1 && sharedState.mouseArmed == 1;
+        const bool alone = clock_.now() - lastCommand_.load() > kRowIsOver;
+        return "connected=" + yesOrNo(connected) +
+               " ready=" + yesOrNo(started_ && connected && armed && alone);
+    }
+
+private:
+    static constexpr Microseconds kRowIsOver = std::chrono::milliseconds(600);
+
+    Clock& clock_;
+    const std::shared_ptr<const LightPenNX7Controller> controller_;
+    std::atomic<Microseconds> lastCommand_{Microseconds::zero()};
+    bool started_ = false;
+};
 
 void setUp(UnitControl& control, const EmulatedOptions& options) {
     if (!options.pose.empty())
@@ -92,11 +121,11 @@ void setUp(UnitControl& control, const EmulatedOptions& options) {
 class EmulatedDesk {
 public:
     EmulatedDesk(LinuxPlatform& real, const EmulatedOptions& options,
-                 const std::shared_ptr<LightPenNX7Controller>& controller)
-        : platform_(real.platform()), controller_(controller),
-          bus_(real.registry(), platform_.runLoop, platform_.clock),
+                 const std::shared_ptr<const LightPenNX7Controller>& controller)
+        : platform_(real.platform()), bus_(real.registry(), platform_.runLoop, platform_.clock),
           control_(bus_.addUnit(), platform_.clock,
                    real.desktop().mainScreenFrame().value_or(ScreenRect{{}, {1280, 800}}).size),
+          driver_(control_.unit(), platform_.clock, controller),
           hand_(control_, platform_.clock, captureOf(real.desktop().mainScreen()),
                 [this] { return sessionByHandShown(control_.unit()); }),
           pictures_(captureOf(real.desktop().mainScreen())),
@@ -104,9 +133,8 @@ public:
                   {[this] { return pictures_.news(); }, [this](bool on) { hand_.allow(on); },
                    [this] { return hand_.allowed(); },
                    [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}),
-          commands_(control_,
-                    {[this](bool on) { hand_.allow(on); }, [this] { return driverState(*controller_); },
-                     [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}) {
+          commands_(control_, {[this](bool on) { hand_.allow(on); }, [this] { return driver_.state(); },
+                               [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}) {
         if (auto capture = captureOf(real.desktop().mainScreen()))
             watch_ = std::make_unique<ScreenWatch>(std::move(capture), control_.unit());
         hand_.allow(options.hand);
@@ -116,6 +144,8 @@ public:
         if (options.commands)
             listen();
     }
+
+    void started() { driver_.started(); }
 
 private:
     void listen() {
@@ -130,9 +160,9 @@ private:
     }
 
     Platform& platform_;
-    const std::shared_ptr<LightPenNX7Controller> controller_;
     EmulatedBus bus_;
     UnitControl control_;
+    DriverWatch driver_;
     TargetHand hand_;
     DisplayPictures pictures_;
     UnitWindow window_;
@@ -166,6 +196,7 @@ int emulatedMain(int argc, char** argv) {
     const auto controller = std::make_shared<LightPenNX7Controller>();
     EmulatedDesk desk(real, *options, controller);
     controller->awakeFromNib();
+    desk.started();
     // Without destructors: the driver's threads may still run.
     real.platform().runLoop.exitProcess(real.run());
     return EXIT_FAILURE;
