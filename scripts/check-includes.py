@@ -21,6 +21,8 @@ FLOORS = {
 }
 # What measures from the hand to the window does so as the demo does; nobody else includes it.
 DEMO_USERS = ("tests/demo/", "tests/kernel/", "bench/kernel/")
+# A user's desktop as other processes are; it knows nothing of the application, and every test may use it.
+DEMO_DESKTOP = "src/demo/desktop/"
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
 PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
 
@@ -105,14 +107,17 @@ class Tree:
     def check_arrow(self, where, name, target):
         top, folder, rest = (target + "/").split("/", 2)
         if name.split("/")[0] != "src":
-            if (top, folder) == ("src", "demo") and not name.startswith(DEMO_USERS):
+            shared = target.startswith(DEMO_DESKTOP) and name.startswith("tests/")
+            if (top, folder) == ("src", "demo") and not shared and not name.startswith(DEMO_USERS):
                 self.problems.append(f"{where}: nobody includes the demo")
             return
         if top != "src":
             self.problems.append(f"{where}: a source includes the test file {target}")
             return
         own = name.split("/")[1]
-        if own not in FLOORS:
+        if name.startswith(DEMO_DESKTOP) and not target.startswith(DEMO_DESKTOP):
+            self.problems.append(f"{where}: the demo's desktop knows nothing of the system")
+        elif own not in FLOORS:
             self.problems.append(f"{where}: the folder {own} has no place among the floors")
         elif folder != own and folder not in FLOORS[own]:
             if folder == "linux_desktop" and PROCESS_ENTRY.fullmatch(name[len("src/"):]):

@@ -17,8 +17,8 @@
 #include "support/PrivateBus.h"
 #include "support/TestPlatform.h"
 #include "support/Xvfb.h"
-#include "support/linux/FakeStatusNotifierWatcher.h"
-#include "support/linux/MenuOverDBus.h"
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/MenuOverDBus.h"
 #include "support/linux/SignalRecorder.h"
 
 namespace lightpen {

@@ -9,7 +9,7 @@
 
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
-#include "support/linux/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
 
 namespace lightpen {
 namespace {

@@ -10,7 +10,7 @@
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
 #include "support/Xvfb.h"
-#include "support/linux/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
 #include "support/linux/FakeXTray.h"
 
 namespace lightpen {

@@ -47,6 +47,15 @@ class CheckIncludesTest(unittest.TestCase):
     def test_an_empty_tree_is_no_success(self):
         self.assertEqual(self.check()[0], 1)
 
+    def test_the_demos_desktop_is_everybodys_in_the_tests_and_knows_nothing_of_the_system(self):
+        self.assert_fine(src__demo__desktop__Panel_h="", tests__app__T_cpp='#include "demo/desktop/Panel.h"\n')
+        self.assert_finds("the demo's desktop", src__platform__Log_h="",
+                          src__demo__desktop__Panel_h='#include "platform/Log.h"\n')
+
+    def test_the_demos_desktop_stays_out_of_the_application(self):
+        self.assert_finds("app must not include demo", src__demo__desktop__Panel_h="",
+                          src__app__A_cpp='#include "demo/desktop/Panel.h"\n')
+
     def test_lower_floors_may_be_included_across_several_steps(self):
         self.assert_fine(src__platform__Log_h="", src__device__Unit_h="",
                          src__app__App_cpp='#include "platform/Log.h"\n#include "device/Unit.h"\n#include <vector>\n')

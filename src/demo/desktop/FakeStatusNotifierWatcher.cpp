@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/linux/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
 
 #include <algorithm>
 #include <atomic>

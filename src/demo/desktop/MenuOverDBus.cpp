@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "support/linux/MenuOverDBus.h"
+#include "demo/desktop/MenuOverDBus.h"
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
 
-#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
 #include <QVariantMap>
 
-#include "support/Eventually.h"
+#include "demo/desktop/Patience.h"
 
 namespace lightpen {
 
@@ -145,11 +143,7 @@ std::optional<QDBusMessage> MenuOverDBus::call(const QString& path, const QStrin
     QDBusMessage message = QDBusMessage::createMethodCall(service_, path, interface, method);
     message.setArguments(arguments);
     const QDBusPendingCall pending = bus_.asyncCall(message);
-    const bool answered = eventually([&] { return pending.isFinished(); },
-                                     [] {
-                                         QCoreApplication::processEvents();
-                                         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                                     });
+    const bool answered = comesTrue([&] { return pending.isFinished(); });
     return answered && !pending.isError() ? std::optional(pending.reply()) : std::nullopt;
 }
 
