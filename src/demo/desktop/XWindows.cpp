@@ -105,13 +105,13 @@ void XWindows::close(const ShownWindow& window) {
 void XWindows::click(int x, int y, std::uint8_t button) {
     xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root_,
                         static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-    for (const std::uint8_t type : {XCB_BUTTON_PRESS, XCB_BUTTON_RELEASE})
+    for (const std::uint8_t type : {std::uint8_t{XCB_BUTTON_PRESS}, std::uint8_t{XCB_BUTTON_RELEASE}})
         xcb_test_fake_input(connection_, type, button, XCB_CURRENT_TIME, root_, 0, 0, 0);
     sync();
 }
 
 void XWindows::pressKey(std::uint8_t keycode) {
-    for (const std::uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+    for (const std::uint8_t type : {std::uint8_t{XCB_KEY_PRESS}, std::uint8_t{XCB_KEY_RELEASE}})
         xcb_test_fake_input(connection_, type, keycode, XCB_CURRENT_TIME, root_, 0, 0, 0);
     sync();
 }
