@@ -179,17 +179,18 @@ TEST_P(HelpTest, SettingsAreWrittenAsTheyAreRead) {
         writeFile(file, block);
         return XdgDefaults(file).objectForKey(key);
     };
-    ASSERT_EQ(document.commands.size(), 3u);
+    ASSERT_EQ(document.commands.size(), 4u);
     EXPECT_EQ(setting(document.commands[0], "Auto Calibration"), DefaultsValue(true));
-    EXPECT_EQ(setting(document.commands[2], "Launch At Start Up"), DefaultsValue(false));
+    EXPECT_EQ(setting(document.commands[3], "Launch At Start Up"), DefaultsValue(false));
     EXPECT_EQ(setting(document.commands[1], "Auto Calibration"), std::nullopt);
 }
 
 TEST_P(HelpTest, NamesTheRuleThatIsShipped) {
     const std::string rule = "packaging/70-lightpen-nx7.rules";
     EXPECT_TRUE(std::filesystem::is_regular_file(shippedFile("../" + rule)));
-    ASSERT_EQ(document.commands.size(), 3u);
-    EXPECT_THAT(document.commands[1], HasSubstr("sudo cp " + rule + " /etc/udev/rules.d/\n"));
+    ASSERT_EQ(document.commands.size(), 4u);
+    EXPECT_EQ(document.commands[1], "sudo cp " + rule + " /etc/udev/rules.d/");
+    EXPECT_THAT(document.commands[2], HasSubstr("udevadm control --reload"));
 }
 
 TEST_P(HelpTest, IsNeitherAStubNorABook) {
