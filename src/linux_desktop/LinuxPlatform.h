@@ -99,7 +99,7 @@ private:
     DBusNotifications distributedNotifications_;
     LinuxSystemUI systemUI_;
     LinuxSounds sounds_{clock_, std::make_unique<CanberraOutput>()};
-    LinuxLocales locales_;
+    LinuxLocales locales_{notifications_};
     ApplicationBundle bundle_{ApplicationBundle::folderOfTheProgram(),
                               [this] { return locales_.preferredLanguages(); }};
     XdgLoginItems loginItems_;
