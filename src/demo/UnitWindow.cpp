@@ -160,7 +160,8 @@ void UnitWindow::refreshState() {
     const auto follows = [this](const char* name, int value) {
         auto* box = findChild<QSpinBox*>(QLatin1String(name));
         const QSignalBlocker quiet(box);
-        box->setValue(value);
+        if (box->value() != value) // else a number that is being typed would be written over
+            box->setValue(value);
     };
     say("plugState", plugged ? QStringLiteral("Plugged in") : QStringLiteral("Not plugged in"));
     findChild<QPushButton*>(QStringLiteral("plug"))->setEnabled(!plugged);
