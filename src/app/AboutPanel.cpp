@@ -1,24 +1,74 @@
 // SPDX-License-Identifier: MIT
 #include "app/AboutPanel.h"
 
-#include <QMessageBox>
-#include <QPointer>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFont>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
 
 namespace lightpen {
 
-void orderFrontStandardAboutPanel(const AboutPanelOptions& options) {
-    static QPointer<QMessageBox> panel;
-    if (!panel) {
-        panel = new QMessageBox;
-        panel->setAttribute(Qt::WA_DeleteOnClose);
-        panel->setModal(false);
+namespace {
+
+constexpr QSize kIconSize(96, 96);
+constexpr int kWidth = 260;
+constexpr double kNameEnlarged = 1.3;
+
+QFont fontOfName(QFont font) {
+    font.setBold(true);
+    font.setPointSizeF(font.pointSizeF() * kNameEnlarged);
+    return font;
+}
+
+// The panel's content: a picture above centred words. Wide enough for a title and its buttons.
+class AboutPanel final : public QDialog {
+public:
+    AboutPanel() : buttons_(QDialogButtonBox::Ok) {
+        name_.setFont(fontOfName(name_.font()));
+        for (QLabel* label : {&icon_, &name_, &version_, &copyright_}) {
+            label->setTextFormat(Qt::PlainText);
+            // Each as a block: what its text indents stays indented.
+            rows_.addWidget(label, 0, Qt::AlignHCenter);
+        }
+        copyright_.setTextInteractionFlags(Qt::TextSelectableByMouse);
+        buttons_.setCenterButtons(true);
+        buttons_.button(QDialogButtonBox::Ok)->setIcon({});
+        rows_.addWidget(&buttons_);
+        rows_.addStrut(kWidth);
+        rows_.setSizeConstraint(QLayout::SetFixedSize);
+        connect(&buttons_, &QDialogButtonBox::accepted, this, &QDialog::accept);
     }
-    panel->setText(QString::fromStdString(options.applicationName));
-    panel->setInformativeText(QString::fromStdString(options.copyright));
-    panel->setIconPixmap(options.applicationIcon.pixmap(64));
-    panel->show();
-    panel->raise();
-    panel->activateWindow();
+
+    void show(const AboutPanelOptions& options) {
+        setWindowTitle(QString::fromStdString(options.applicationName));
+        icon_.setPixmap(options.applicationIcon.pixmap(kIconSize, devicePixelRatioF()));
+        icon_.setVisible(!options.applicationIcon.isNull());
+        setText(name_, options.applicationName);
+        setText(version_, options.version);
+        setText(copyright_, options.copyright);
+        QDialog::show();
+        raise();
+        activateWindow();
+    }
+
+private:
+    static void setText(QLabel& label, const std::string& text) {
+        label.setText(QString::fromStdString(text));
+        label.setVisible(!text.empty());
+    }
+
+    QVBoxLayout rows_{this};
+    QLabel icon_, name_, version_, copyright_;
+    QDialogButtonBox buttons_;
+};
+
+} // namespace
+
+void orderFrontStandardAboutPanel(const AboutPanelOptions& options) {
+    static auto* const panel = new AboutPanel; // never destroyed: Qt takes its own statics down before
+    panel->show(options);
 }
 
 } // namespace lightpen

@@ -37,6 +37,8 @@ void DebugWindow::setTexts(const QString& title, const QString& threshold, const
 void DebugWindow::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Cancel))
         close();
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        ui_->button->click();
     else
         QWidget::keyPressEvent(event);
 }

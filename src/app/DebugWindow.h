@@ -16,7 +16,7 @@ class DebugWindow;
 }
 
 // Shows two of the unit's settings and has a button that sends them to it again. Stays above other windows.
-// Hidden until it is shown. Main thread.
+// Escape closes it. Hidden until it is shown. Main thread.
 class DebugWindow final : public QWidget {
 public:
     explicit DebugWindow(QWidget* parent = nullptr);
@@ -31,7 +31,7 @@ public:
     void setTexts(const QString& title, const QString& threshold, const QString& exposure,
                   const QString& button);
 
-    // The button.
+    // The button, and Enter.
     std::function<void()> onButton;
 
 protected:

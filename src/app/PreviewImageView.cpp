@@ -2,8 +2,10 @@
 #include "app/PreviewImageView.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
+#include <QMargins>
 #include <QPainter>
 #include <QPalette>
 
@@ -13,13 +15,12 @@ namespace {
 
 constexpr QSize kPicture{int{kPreviewWidth}, int{kPreviewHeight}};
 constexpr int kUsualFactor = 3;
-constexpr int kFrame = 1; // on each side, in pixels of the screen
+constexpr QMargins kFrame(1, 1, 1, 1); // in pixels of the screen
 
 } // namespace
 
 PreviewImageView::PreviewImageView(QWidget* parent) : QWidget(parent) {
-    QSizePolicy policy(QSizePolicy::MinimumExpanding, QSizePolicy::MinimumExpanding);
-    setSizePolicy(policy);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
 void PreviewImageView::setImage(PreviewImageRef image) {
@@ -31,7 +32,7 @@ void PreviewImageView::setImage(PreviewImageRef image) {
 }
 
 QRect PreviewImageView::placeOfPicture(const QSize& room) {
-    const QSize inside = room.shrunkBy({kFrame, kFrame, kFrame, kFrame});
+    const QSize inside = room.shrunkBy(kFrame);
     const int factor =
         std::max(1, std::min(inside.width() / kPicture.width(), inside.height() / kPicture.height()));
     QRect place({}, kPicture * factor);
@@ -39,12 +40,23 @@ QRect PreviewImageView::placeOfPicture(const QSize& room) {
     return place;
 }
 
+QSize PreviewImageView::sizeFor(int factor, double pixelsPerPoint) {
+    const QSizeF size = QSizeF((kPicture * factor).grownBy(kFrame)) / pixelsPerPoint;
+    return {int(std::ceil(size.width())), int(std::ceil(size.height()))};
+}
+
+int PreviewImageView::widthThatFills(const QSize& room) const {
+    const double ratio = devicePixelRatioF();
+    const QRect place = placeOfPicture((QSizeF(room) * ratio).toSize());
+    return int(std::ceil(place.marginsAdded(kFrame).width() / ratio));
+}
+
 QSize PreviewImageView::sizeHint() const {
-    return kPicture * kUsualFactor + QSize(2 * kFrame, 2 * kFrame);
+    return sizeFor(kUsualFactor, 1);
 }
 
 QSize PreviewImageView::minimumSizeHint() const {
-    return kPicture + QSize(2 * kFrame, 2 * kFrame);
+    return sizeFor(1, 1);
 }
 
 // In pixels of the screen rather than points: at a scale of 1.5 whole factors of points would be none of
@@ -54,7 +66,7 @@ void PreviewImageView::paintEvent(QPaintEvent*) {
     const double ratio = devicePixelRatioF();
     painter.scale(1 / ratio, 1 / ratio);
     const QRect place = placeOfPicture((QSizeF(size()) * ratio).toSize());
-    painter.fillRect(place.adjusted(-kFrame, -kFrame, kFrame, kFrame), palette().color(QPalette::Mid));
+    painter.fillRect(place.marginsAdded(kFrame), palette().color(QPalette::Mid));
     painter.fillRect(place, Qt::black);
     if (image_)
         painter.drawImage(place, picture_);

@@ -19,9 +19,15 @@ public:
     void setImage(PreviewImageRef image);
     PreviewImageRef image() const { return image_; }
 
-    // Where the picture stands in a place of this size, in the place's own unit; at its own size in a place
+    // Where the picture stands in a place of this size, in pixels of the screen; at its own size in a place
     // that is too small for it.
     static QRect placeOfPicture(const QSize& room);
+    // The size in points of a view that shows each pixel of the picture as so many pixels of a screen which
+    // has this many a point.
+    static QSize sizeFor(int factor, double pixelsPerPoint);
+    // The width in points at which a view in this room, also in points, holds the picture and nothing beside
+    // it.
+    int widthThatFills(const QSize& room) const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

@@ -32,21 +32,28 @@ public:
     QPushButton* previewExitButton() const;
     QPushButton* previewDetectAgainButton() const;
 
-    // Shows it with the keyboard, before all others.
+    // Shows it with the keyboard, before all others. One that was not visible gets its place and size anew.
     void makeKeyAndOrderFront();
     void orderOut() { hide(); }
 
-    // The exit button, Escape, or the window manager's way to close it; the window itself does not hide.
+    // The exit button, and Escape; also when the user closes the window in the window manager's way, which
+    // then hides it in any case.
     std::function<void()> onExit;
-    // The other button, or Enter.
+    // The other button, and Enter wherever the keyboard is but on the exit button.
     std::function<void()> onDetectAgain;
 
 protected:
+    bool event(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    // The size without a frame in which the picture's pixels are this many of the screen's, and the message
+    // has lines of a comfortable length.
+    QSize sizeFor(int pictureFactor) const;
     void placeBesidePanel();
+    void share();
 
     const std::unique_ptr<Ui::PreviewWindow> ui_;
 };

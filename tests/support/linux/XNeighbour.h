@@ -25,9 +25,12 @@ public:
     static constexpr std::uint8_t kEscape = 9;
     static constexpr std::uint8_t kBackspace = 22;
     static constexpr std::uint8_t kTab = 23;
+    static constexpr std::uint8_t kReturn = 36;
     static constexpr std::uint8_t kA = 38;
     static constexpr std::uint8_t kZ = 52;
     static constexpr std::uint8_t kAlt = 64;
+    static constexpr std::uint8_t kSpace = 65;
+    static constexpr std::uint8_t kF4 = 70;
     static constexpr std::uint8_t kDelete = 119;
 
     explicit XNeighbour(const std::string& display);
