@@ -249,10 +249,14 @@ public:
 
     // --- Check view (CheckView.cpp)
 
+    // Makes the panel over the middle of the main screen, with nothing in it yet, and shows the view. Without
+    // windows only the view's flags are set.
     void Nx9windowChTwoPoint();
+    // Shows the panel with its marker, the first time; after that it only draws the marker anew.
     void Nx9View();
     // Takes the check view away and ends the point thread. Returns 0.
     int Nx9windowrelease();
+    // 25 from the start on; nothing sets it.
     std::int32_t nx9Exposure() const { return _nx9Exposure; }
 
     // --- Fields
