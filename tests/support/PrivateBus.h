@@ -9,10 +9,14 @@
 
 namespace lightpen {
 
+// Who may use a bus of the test's.
+enum class BusUsers { own, everybody };
+
 // A D-Bus of the test's own, with a runtime directory of its own. Throws when it does not start.
 class PrivateBus {
 public:
-    PrivateBus();
+    // Other users only where it says so; the machine must then be the test's alone.
+    explicit PrivateBus(BusUsers users = BusUsers::own);
 
     const std::string& address() const { return address_; }
     // Makes it the session bus and the system bus of this process, and its directory the XDG_RUNTIME_DIR;

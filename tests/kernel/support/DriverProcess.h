@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "kernel/support/InstalledProgram.h"
 #include "support/Pipe.h"
 #include "support/TemporaryDirectory.h"
 
@@ -25,7 +26,7 @@ struct DriverOptions {
     std::vector<std::string> groups = {"plugdev", "input"};
     // Beside PATH, LANG, and HOME and XDG_RUNTIME_DIR, which are new and empty folders of the user's.
     std::map<std::string, std::string> environment = {{"QT_QPA_PLATFORM", "offscreen"}};
-    std::string program = LIGHTPEN_PROGRAM;
+    std::string program = installedProgram();
 };
 
 // The driver program, running beside the test with its log in the test's hand. The test must be root. Any
