@@ -190,6 +190,8 @@ int emulatedMain(int argc, char** argv) {
     settings.units = Units::ofTheProgram;
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
+    // To try it must not put it among what starts at login.
+    settings.loginFolder = XdgDataFiles::userFolder() + "/emulated/autostart";
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));
     Platform::setCurrent(&real.platform());

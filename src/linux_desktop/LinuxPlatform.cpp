@@ -55,6 +55,7 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
       desktop_(defaults_, geometry_),
       pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
       registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
+      loginItems_(std::move(settings.loginFolder)),
       platform_{
           registry_, pointer_,  runLoop_,  clock_,  threads_,   notifications_, distributedNotifications_,
           desktop_,  defaults_, systemUI_, sounds_, dataFiles_, shell_} {

@@ -41,6 +41,8 @@ struct LinuxPlatformSettings {
     // The folders of the data files that the user has written, and of those that came with the program.
     std::string userFiles = XdgDataFiles::userFolder();
     std::string shippedFiles = resourceFolder().string();
+    // The entries of what starts when the user logs in.
+    std::string loginFolder = XdgLoginItems::userFolder();
     StderrLog::Settings log;
 };
 

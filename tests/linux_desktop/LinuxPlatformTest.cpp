@@ -50,6 +50,7 @@ protected:
         result.settingsFile = directory.file("settings.ini");
         result.userFiles = directory.file("user");
         result.shippedFiles = directory.file("shipped");
+        result.loginFolder = directory.file("autostart");
         return result;
     }
     LinuxPlatformSettings settingsWithLog(const Pipe& log) const {
@@ -73,6 +74,14 @@ TEST_F(LinuxPlatformTest, DataFilesComeFromTheFoldersOfTheSettings) {
     ASSERT_TRUE(paths);
     EXPECT_EQ(paths->toRead, directory.file("shipped/table.bin"));
     EXPECT_EQ(paths->toWrite, directory.file("user/table.bin"));
+}
+
+TEST_F(LinuxPlatformTest, LoginItemsLieInTheFolderOfTheSettings) {
+    LinuxPlatform platform(settings());
+    LoginItems& items = platform.platform().shell.loginItems;
+    items.setValue({{"/opt/LightPenNX7", false, {}}});
+    EXPECT_TRUE(items.synchronize());
+    EXPECT_TRUE(std::filesystem::exists(directory.file("autostart/org.lightpen.LightPenNX7.desktop")));
 }
 
 TEST_F(LinuxPlatformTest, PostsEventsThroughTheEventSystemService) {
