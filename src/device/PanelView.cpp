@@ -32,7 +32,7 @@ WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, Ca
 }
 
 PanelView::PanelView(const WindowRect& frame)
-    : image(imageSize(frame.size), QImage::Format_ARGB32_Premultiplied) {
+    : image(imageSize(frame.size), QImage::Format_ARGB32_Premultiplied), marker_(markerPicture()) {
     image.fill(Qt::transparent);
     // The picture covers all of the view, so that nothing else need be drawn below it.
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -67,7 +67,7 @@ void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
 
     const QRectF place(point.x, panel.height - point.y - kMarkerSide, kMarkerSide, kMarkerSide);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    drawMarker(painter, place);
+    drawMarker(painter, place, marker_);
     // Nothing laid on what is there leaves what is there: one sees the marker as it was drawn.
     painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
     painter.fillRect(place, QColor(255, 255, 255, 0));

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include <QColor>
+#include <QIcon>
 #include <QImage>
 #include <QWidget>
 
@@ -40,6 +41,9 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    const QIcon marker_;
 };
 
 // Where the panel of this size shows a camera point, given the first and the last stored corner. The camera

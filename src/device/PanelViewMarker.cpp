@@ -2,6 +2,10 @@
 #include "device/PanelViewMarker.h"
 
 #include <QPainter>
+#include <QPixmap>
+#include <QString>
+
+#include "platform/Platform.h"
 
 namespace lightpen {
 
@@ -13,9 +17,7 @@ constexpr double kDot = 0.14;
 constexpr int kDegree = 16; // the painter counts angles in sixteenths
 constexpr QRgb kDotColor = 0xFFFF5252U;
 
-} // namespace
-
-void drawMarker(QPainter& painter, const QRectF& place) {
+void drawArcAroundDot(QPainter& painter, const QRectF& place) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(place.topLeft());
@@ -28,6 +30,21 @@ void drawMarker(QPainter& painter, const QRectF& place) {
     painter.setBrush(QColor::fromRgba(kDotColor));
     painter.drawEllipse(QPointF(0.5, 0.5), kDot, kDot);
     painter.restore();
+}
+
+} // namespace
+
+QIcon markerPicture() {
+    const auto file = Platform::current().shell.bundle.pathForResource("wArc", "svg");
+    return file ? QIcon(QString::fromStdString(*file)) : QIcon();
+}
+
+void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture) {
+    const QPixmap pixels = picture.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
+    if (pixels.isNull())
+        drawArcAroundDot(painter, place);
+    else
+        painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
 }
 
 } // namespace lightpen

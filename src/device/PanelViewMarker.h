@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QIcon>
+
 class QPainter;
 class QRectF;
 
 namespace lightpen {
 
-// Draws "wArc", the check view's marker, into this place: a white arc, open at the lower left, around a red
-// dot. It is drawn rather than kept as a picture, so that it is as sharp as the screen.
-void drawMarker(QPainter& painter, const QRectF& place);
+// The picture "wArc" of the application's folder; null when that has none.
+QIcon markerPicture();
+// Draws the check view's marker into this place, as sharp as the screen: the picture or, where that is null,
+// a white arc, open at the lower left, around a red dot.
+void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture);
 
 } // namespace lightpen

@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include "device/PanelViewMarker.h"
+#include "support/TemporaryDirectory.h"
 #include "support/device/DriverFixture.h"
 #include "support/device/OffscreenApplication.h"
 
@@ -38,7 +39,7 @@ protected:
     static QImage expected(int scale, QPointF corner) {
         QImage picture = blank(scale, Qt::black);
         QPainter painter(&picture);
-        drawMarker(painter, {corner, QSizeF(10, 10)});
+        drawMarker(painter, {corner, QSizeF(10, 10)}, {});
         return picture;
     }
     static QImage blank(int scale, const QColor& ground) {
@@ -81,6 +82,29 @@ TEST_F(PanelViewTest, TheMarkerLooksLikeThis) {
     EXPECT_GT(picture.pixelColor(corner + kMiddle).red(), picture.pixelColor(corner + kMiddle).blue() + 50);
     for (const QPoint outside : {QPoint(-1, 4), QPoint(10, 4), QPoint(4, -1), QPoint(4, 10)})
         EXPECT_EQ(picture.pixelColor(corner + outside), QColor(Qt::black));
+}
+
+TEST_F(PanelViewTest, TheApplicationsPictureGoesBeforeTheDrawnOne) {
+    const TemporaryDirectory folder;
+    const std::string file = folder.file("wArc.svg");
+    writeFile(file, "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
+                    "<rect width='10' height='5' fill='#00ff00'/></svg>");
+    desk.bundle.files["wArc.svg"] = file;
+    PanelView withPicture{{{360, 300}, {kWidth, kHeight}}};
+    storeCorners({100, 90}, {2000, 1500});
+    for (const int scale : {1, 2}) {
+        SCOPED_TRACE(scale);
+        QImage wanted = blank(scale, Qt::black);
+        QPainter(&wanted).fillRect(QRect(100, 40, 10, 5), QColor(0, 255, 0));
+        QImage picture = blank(scale, Qt::red);
+        withPicture.render(&picture);
+        EXPECT_EQ(picture, wanted);
+    }
+    writeFile(file, "this is no picture");
+    PanelView withDamagedPicture{{{360, 300}, {kWidth, kHeight}}};
+    QImage picture = blank(1, Qt::red);
+    withDamagedPicture.render(&picture);
+    EXPECT_EQ(picture, drawn(1));
 }
 
 TEST_F(PanelViewTest, ASpotThatIsNotThereIsNotSeen) {
