@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: MIT
+// The application's windows on a projector's small screen, as the window manager and the user's keyboard have
+// them. QT_SCALE_FACTOR says how many pixels a point has.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "app/AboutPanel.h"
+#include "app/DebugWindow.h"
+#include "app/PreviewPlace.h"
+#include "app/PreviewWindow.h"
+#include "device/FloatPanel.h"
+#include "support/Eventually.h"
+#include "support/PrivateBus.h"
+#include "support/TestPlatform.h"
+#include "support/Xvfb.h"
+#include "support/linux/WindowManager.h"
+#include "support/linux/XNeighbour.h"
+#include "support/resources/ResourceFiles.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr int kWidth = 1024, kHeight = 768; // in points
+constexpr std::uint32_t kBlue = 0x0000FF;
+
+// Set by main.
+std::string display;
+int scale = 1;
+
+template <class Condition>
+bool comesTrue(Condition condition) {
+    return eventually(condition, [] {
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    });
+}
+
+QRect screen() {
+    return {0, 0, kWidth, kHeight};
+}
+
+QRect panelPlace() {
+    const ScreenRect place = checkPanelPlace({{0, 0}, {kWidth, kHeight}});
+    return {int(place.origin.x), int(place.origin.y), int(place.size.width), int(place.size.height)};
+}
+
+class WindowsOnScreenTest : public testing::Test {
+protected:
+    WindowsOnScreenTest() {
+        desk.desktop.frame = ScreenRect{{0, 0}, {kWidth, kHeight}};
+        window.onExit = [this] { calls.emplace_back("exit"); };
+        window.onDetectAgain = [this] { calls.emplace_back("again"); };
+        say("English");
+    }
+    ~WindowsOnScreenTest() override {
+        for (QWidget* each : QApplication::topLevelWidgets())
+            each->hide();
+        QCoreApplication::processEvents();
+    }
+    void say(const std::string& language) {
+        for (const auto& [key, text] : shippedTable(language)) {
+            const QString words = QString::fromStdString(text);
+            if (key.starts_with("Strong lighting"))
+                window.previewMessage()->setText(words);
+            else if (key == "Exit")
+                window.previewExitButton()->setText(words);
+            else if (key == "Detect again!")
+                window.previewDetectAgainButton()->setText(words);
+        }
+    }
+    // Shown, framed, and with the keyboard.
+    void show() {
+        window.makeKeyAndOrderFront();
+        ASSERT_TRUE(comesTrue([&] { return window.isActiveWindow() && isFramed(window); }));
+    }
+    static bool isFramed(const QWidget& shown) { return shown.frameGeometry().height() > shown.height() + 5; }
+    void press(std::uint8_t key) {
+        neighbour.pressKey(key);
+        QCoreApplication::processEvents();
+    }
+    bool hears(const std::vector<std::string>& wanted) {
+        return comesTrue([&] { return calls == wanted; });
+    }
+    std::uint32_t pixelAt(const QPoint& point) {
+        return neighbour.pixelAt(std::int16_t(point.x() * scale), std::int16_t(point.y() * scale));
+    }
+    xcb_window_t openBlueWindow() {
+        return neighbour.openWindow(
+            {0, 0, std::uint16_t(kWidth * scale), std::uint16_t(kHeight * scale), kBlue});
+    }
+
+    TestPlatform desk;
+    XNeighbour neighbour{display};
+    PreviewWindow window;
+    std::vector<std::string> calls;
+};
+
+class PreviewInLanguageTest : public WindowsOnScreenTest, public testing::WithParamInterface<Language> {};
+
+TEST_P(PreviewInLanguageTest, ThePanelDoesNotCoverItAndItsTextsAreWhole) {
+    say(GetParam().key);
+    show();
+    EXPECT_TRUE(screen().contains(window.frameGeometry()));
+    EXPECT_FALSE(window.frameGeometry().intersects(panelPlace()));
+    const QLabel& message = *window.previewMessage();
+    EXPECT_FALSE(message.text().isEmpty());
+    EXPECT_GE(message.height(), message.heightForWidth(message.width()));
+    for (const QPushButton* button : {window.previewExitButton(), window.previewDetectAgainButton()}) {
+        EXPECT_FALSE(button->text().isEmpty());
+        EXPECT_GE(button->width(), button->sizeHint().width());
+        EXPECT_TRUE(window.rect().contains(button->geometry()));
+    }
+    EXPECT_GE(window.imageView()->height(), 3 * int{kPreviewHeight}) << "the picture is large enough";
+}
+
+INSTANTIATE_TEST_SUITE_P(In, PreviewInLanguageTest, testing::ValuesIn(applicationLanguages()),
+                         [](const auto& tested) {
+                             std::string name = tested.param.key;
+                             std::erase(name, ' ');
+                             return name;
+                         });
+
+TEST_F(WindowsOnScreenTest, ThePreviewIsWholeWhileThePanelIsShown) {
+    FloatPanel panel(WindowRect{{double(panelPlace().x()), double(kHeight - panelPlace().bottom() - 1)},
+                                {double(panelPlace().width()), double(panelPlace().height())}});
+    panel.makeKeyAndOrderFront();
+    show();
+    ASSERT_TRUE(comesTrue([&] { return pixelAt(panelPlace().center()) == 0; }));
+    const QRgb ground = window.palette().color(QPalette::Window).rgb() & RGB_MASK;
+    const QRect inside = window.geometry();
+    for (const QPoint& corner :
+         {inside.topLeft(), inside.topRight(), inside.bottomLeft(), inside.bottomRight()})
+        EXPECT_TRUE(comesTrue([&] { return pixelAt(corner) == ground; })) << corner.x() << " " << corner.y();
+}
+
+TEST_F(WindowsOnScreenTest, PreviewAndDebugWindowStayAboveOthers) {
+    DebugWindow debug;
+    debug.setTexts("Debug", "Threshold", "Exposure", "Send");
+    debug.move(30, 40);
+    debug.show();
+    show();
+    const auto other = openBlueWindow();
+    neighbour.raise(other);
+    ASSERT_TRUE(comesTrue([&] { return pixelAt({kWidth - 10, 300}) == kBlue; }));
+    for (const QWidget* each : {static_cast<QWidget*>(&window), static_cast<QWidget*>(&debug)}) {
+        const QRgb ground = each->palette().color(QPalette::Window).rgb() & RGB_MASK;
+        EXPECT_TRUE(comesTrue([&] { return pixelAt(each->geometry().topLeft() + QPoint(3, 3)) == ground; }));
+    }
+}
+
+TEST_F(WindowsOnScreenTest, EachPixelOfThePictureIsASquareOnTheScreen) {
+    std::array<std::uint8_t, kPreviewPictureBytes> picture{};
+    for (std::size_t at = 0; at < picture.size(); ++at)
+        picture[at] = std::uint8_t(at * 7 % 251);
+    window.imageView()->setImage(previewImageOf(picture));
+    show();
+    const PreviewImageView& view = *window.imageView();
+    const QRect place = PreviewImageView::placeOfPicture(view.size() * scale);
+    const QPoint corner = view.mapToGlobal(QPoint()) * scale + place.topLeft();
+    const int factor = place.width() / int{kPreviewWidth};
+    EXPECT_GE(factor, 3 * scale);
+    for (const QPoint at : {QPoint(0, 0), QPoint(79, 0), QPoint(33, 21), QPoint(0, 59), QPoint(79, 59)}) {
+        const auto grey = std::uint32_t{picture[std::size_t(at.y()) * kPreviewWidth + std::size_t(at.x())]};
+        for (const QPoint inside : {QPoint(0, 0), QPoint(factor - 1, 0), QPoint(factor - 1, factor - 1)}) {
+            const QPoint pixel = corner + at * factor + inside;
+            EXPECT_TRUE(comesTrue([&] {
+                return neighbour.pixelAt(std::int16_t(pixel.x()), std::int16_t(pixel.y())) == grey * 0x010101;
+            })) << at.x()
+                << " " << at.y();
+        }
+    }
+}
+
+TEST_F(WindowsOnScreenTest, TheKeyboardReachesBothButtons) {
+    show();
+    press(XNeighbour::kReturn);
+    EXPECT_TRUE(hears({"again"}));
+    press(XNeighbour::kTab);
+    press(XNeighbour::kSpace);
+    EXPECT_TRUE(hears({"again", "exit"}));
+    press(XNeighbour::kTab);
+    press(XNeighbour::kSpace);
+    EXPECT_TRUE(hears({"again", "exit", "again"}));
+    press(XNeighbour::kEscape);
+    EXPECT_TRUE(hears({"again", "exit", "again", "exit"}));
+}
+
+TEST_F(WindowsOnScreenTest, OneSeesWhichButtonHasTheKeyboard) {
+    show();
+    const auto look = [&] { return window.previewExitButton()->grab().toImage(); };
+    const QImage without = look();
+    press(XNeighbour::kTab);
+    ASSERT_TRUE(comesTrue([&] { return window.focusWidget() == window.previewExitButton(); }));
+    EXPECT_NE(look(), without);
+}
+
+TEST_F(WindowsOnScreenTest, TheWindowManagersWayToCloseItIsTheExitButton) {
+    window.onExit = [this] {
+        calls.emplace_back("exit");
+        window.orderOut();
+    };
+    show();
+    neighbour.holdKey(XNeighbour::kAlt, true);
+    neighbour.pressKey(XNeighbour::kF4);
+    neighbour.holdKey(XNeighbour::kAlt, false);
+    EXPECT_TRUE(hears({"exit"}));
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST_F(WindowsOnScreenTest, ComesBackFromTheTaskBarWhenThereIsLightAgain) {
+    show();
+    window.setWindowState(Qt::WindowMinimized);
+    ASSERT_TRUE(comesTrue([&] { return !window.isActiveWindow(); }));
+    show();
+    EXPECT_FALSE(window.isMinimized());
+}
+
+TEST_F(WindowsOnScreenTest, TheAboutPanelComesToTheFrontAgainAndEscapeClosesIt) {
+    const auto panel = [] {
+        for (QWidget* each : QApplication::topLevelWidgets())
+            if (each->isVisible())
+                return each;
+        return static_cast<QWidget*>(nullptr);
+    };
+    orderFrontStandardAboutPanel({"Main Board version 1.4\n", "", "NX9 Driver", {}});
+    ASSERT_TRUE(comesTrue([&] { return panel() && panel()->isActiveWindow(); }));
+    const QPoint corner = panel()->geometry().topLeft() + QPoint(3, 3);
+    const QRgb ground = panel()->palette().color(QPalette::Window).rgb() & RGB_MASK;
+    openBlueWindow();
+    ASSERT_TRUE(comesTrue([&] { return pixelAt(corner) == kBlue; }));
+    orderFrontStandardAboutPanel({"Dongle version 2.3\n\n  CMOS version 1.10\n", "", "NX9 Driver", {}});
+    EXPECT_TRUE(comesTrue([&] { return panel()->isActiveWindow() && pixelAt(corner) == ground; }));
+    EXPECT_TRUE(comesTrue([&] { return screen().contains(panel()->frameGeometry()); }));
+    press(XNeighbour::kEscape);
+    EXPECT_TRUE(comesTrue([&] { return panel() == nullptr; }));
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const lightpen::NoBus none;
+    none.enter();
+    const char* factor = std::getenv("QT_SCALE_FACTOR"); // NOLINT(concurrency-mt-unsafe): no threads yet
+    lightpen::scale = factor ? std::atoi(factor) : 1;    // NOLINT(cert-err34-c): a test's own number
+    const lightpen::Xvfb server(std::to_string(lightpen::kWidth * lightpen::scale) + 'x' +
+                                std::to_string(lightpen::kHeight * lightpen::scale));
+    server.enter();
+    lightpen::display = server.display();
+    const lightpen::WindowManager manager(server.display());
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    const QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}
