@@ -140,6 +140,7 @@ int calibrationMain(int argc, char** argv) {
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
     settings.settingsFile = (options->output / "settings.ini").string(); // the user's own are left alone
+    settings.loginFolder = (options->output / "autostart").string();
     settings.log.diagnostics = log.get();
     settings.log.output = log.get();
     LinuxPlatform real(std::move(settings));

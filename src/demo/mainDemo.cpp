@@ -125,6 +125,7 @@ int demoMain(int argc, char** argv) {
     LinuxPlatformSettings settings;
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
+    settings.loginFolder = (output / "autostart").string(); // the user's own is left alone
     settings.log.diagnostics = log.get();
     settings.log.output = log.get();
     LinuxPlatform real(std::move(settings));

@@ -86,6 +86,8 @@ int measureDriver(Microseconds span) {
     LinuxPlatformSettings settings;
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
+    // What is measured must not start at the user's next login.
+    settings.loginFolder = XdgDataFiles::userFolder() + "/measured/autostart";
     LinuxPlatform real(std::move(settings));
     Platform& platform = real.platform();
     Platform::setCurrent(&platform);

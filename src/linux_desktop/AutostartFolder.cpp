@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/AutostartFolder.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "linux_desktop/PlainFile.h"
 #include "linux_desktop/XdgDataFiles.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
@@ -22,30 +22,6 @@ constexpr std::string_view kSuffix = ".desktop";
 // Far above any entry.
 constexpr std::size_t kLargest = 64 * 1024;
 constexpr int kMostNames = 100;
-
-// The bytes of a plain file; none for what is none, cannot be read, or is too large.
-std::optional<std::string> contentsOf(const std::string& file) {
-    const FileDescriptor descriptor(retryInterrupted(
-        [&] { return ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-    struct stat status {};
-    if (!descriptor || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return std::nullopt;
-    std::string bytes(kLargest + 1, '\0');
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const ssize_t count = retryInterrupted(
-            [&] { return ::read(descriptor.get(), bytes.data() + length, bytes.size() - length); });
-        if (count < 0)
-            return std::nullopt;
-        if (count == 0)
-            break;
-        length += static_cast<std::size_t>(count);
-    }
-    if (length > kLargest)
-        return std::nullopt;
-    bytes.resize(length);
-    return bytes;
-}
 
 } // namespace
 
@@ -69,7 +45,7 @@ std::optional<std::vector<AutostartFolder::File>> AutostartFolder::files() const
 }
 
 std::optional<DesktopEntry> AutostartFolder::read(const std::string& name) const {
-    const auto text = contentsOf(file(name));
+    const auto text = readPlainFile(file(name), kLargest, Links::refused);
     return text ? DesktopEntry::parse(*text) : std::nullopt;
 }
 

@@ -100,16 +100,6 @@ TEST(DesktopEntry, RefusesWhatItCannotHold) {
     EXPECT_EQ(entry.text(), before);
 }
 
-TEST(DesktopEntry, KnowsWhatIsText) {
-    for (const char* text : {"\x7e", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80",
-                             "\xef\xbf\xbf", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"})
-        EXPECT_TRUE(DesktopEntry().set("Key", text)) << text;
-    for (const char* text :
-         {"\x80", "\xc0\x80", "\xc1\xbf", "\xc2", "\xc2\x7f", "\xe0\x9f\xbf", "\xe2\x82", "\xed\xbf\xbf",
-          "\xf0\x8f\xbf\xbf", "\xf0\x90\x80", "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "a\xff"})
-        EXPECT_FALSE(DesktopEntry().set("Key", text)) << text;
-}
-
 TEST(DesktopEntry, ACommandLineNamesItsProgram) {
     EXPECT_EQ(commandLineOf("/opt/LightPenNX7/LightPenNX7"), "/opt/LightPenNX7/LightPenNX7");
     EXPECT_EQ(commandLineOf("/opt/Light Pen/x"), "\"/opt/Light Pen/x\"");
