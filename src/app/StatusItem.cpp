@@ -45,7 +45,8 @@ public:
         icon_->setContextMenu(&shown_);
         QObject::connect(icon_.get(), &QSystemTrayIcon::activated,
                          [this](QSystemTrayIcon::ActivationReason reason) {
-                             if (reason == QSystemTrayIcon::Trigger)
+                             // A second click that comes soon is one too.
+                             if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
                                  openMenu();
                          });
         icon_->show();

@@ -38,8 +38,11 @@ xcb_atom_t FakeXTray::atom(const std::string& name) {
 
 void FakeXTray::appear() {
     window_ = xcb_generate_id(connection_);
-    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, 24, 24, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual, 0, nullptr);
+    const std::uint32_t unmanaged = 1;
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, kSide, kSide, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual, XCB_CW_OVERRIDE_REDIRECT,
+                      &unmanaged);
+    xcb_map_window(connection_, window_);
     xcb_set_selection_owner(connection_, window_, selection_, XCB_CURRENT_TIME);
     announce(selection_);
 }
@@ -67,17 +70,33 @@ void FakeXTray::announce(xcb_atom_t selection) {
     owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
 
-int FakeXTray::takeDockRequests() {
+xcb_window_t FakeXTray::nextDockRequest() {
     constexpr std::uint32_t kRequestDock = 0;
     const xcb_atom_t opcode = atom("_NET_SYSTEM_TRAY_OPCODE");
-    int requests = 0;
     while (const auto event = owned(xcb_poll_for_event(connection_))) {
         const auto& message = *reinterpret_cast<const xcb_client_message_event_t*>(event.get());
         if ((event->response_type & 0x7F) == XCB_CLIENT_MESSAGE && message.type == opcode &&
-            message.window == window_)
-            requests += message.data.data32[1] == kRequestDock ? 1 : 0;
+            message.window == window_ && message.data.data32[1] == kRequestDock)
+            return message.data.data32[2];
     }
+    return XCB_WINDOW_NONE;
+}
+
+int FakeXTray::takeDockRequests() {
+    int requests = 0;
+    while (nextDockRequest() != XCB_WINDOW_NONE)
+        ++requests;
     return requests;
+}
+
+void FakeXTray::embed() {
+    const std::uint32_t size[] = {kSide, kSide};
+    for (auto item = nextDockRequest(); item != XCB_WINDOW_NONE; item = nextDockRequest()) {
+        xcb_reparent_window(connection_, item, window_, 0, 0);
+        xcb_configure_window(connection_, item, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+        xcb_map_window(connection_, item);
+    }
+    xcb_flush(connection_);
 }
 
 } // namespace lightpen

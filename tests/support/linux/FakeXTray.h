@@ -3,6 +3,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
 #include <string>
 
 namespace lightpen {
@@ -22,8 +23,13 @@ public:
     void announceSomethingElse();
     // How often windows have asked to be embedded in the present tray since the last call. Qt may ask twice.
     int takeDockRequests();
+    // Embeds every window that has asked for it, at the screen's upper left corner in the tray's size.
+    void embed();
+    static constexpr std::uint16_t kSide = 24; // of the tray, in pixels
 
 private:
+    // The window that asks to be embedded, from the events that have come; none when none does.
+    xcb_window_t nextDockRequest();
     xcb_atom_t atom(const std::string& name);
     void announce(xcb_atom_t selection);
 

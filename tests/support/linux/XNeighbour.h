@@ -31,6 +31,7 @@ public:
     static constexpr std::uint8_t kAlt = 64;
     static constexpr std::uint8_t kSpace = 65;
     static constexpr std::uint8_t kF4 = 70;
+    static constexpr std::uint8_t kDown = 116;
     static constexpr std::uint8_t kDelete = 119;
 
     explicit XNeighbour(const std::string& display);
