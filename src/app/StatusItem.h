@@ -23,7 +23,7 @@ public:
     QIcon image() const;
     // The menu in force; null detaches it and leaves the item without one. May be called at any time, also
     // from an action of the menu that is replaced and while that is open: the item keeps it until nobody is
-    // inside it any more. What its items show may be changed while it is attached.
+    // inside it any more. What its entries show may be changed while it is attached, but none be added.
     void setMenu(std::shared_ptr<QMenu> menu);
     std::shared_ptr<QMenu> menu() const;
     void setToolTip(const QString& toolTip);
