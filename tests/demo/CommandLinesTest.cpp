@@ -15,7 +15,6 @@
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 class CommandLinesTest : public testing::Test {

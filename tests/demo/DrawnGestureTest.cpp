@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "demo/DrawnGesture.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Calibrations on an X server's screen with the hand that touches targets by itself allowed all the time.
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "demo/DriverStage.h"
 #include "demo/ScreenWatch.h"

@@ -12,7 +12,6 @@ namespace {
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 constexpr Size kScreen{1280, 800};
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "demo/UnitWindow.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <QCheckBox>
 #include <QComboBox>
