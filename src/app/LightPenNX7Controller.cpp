@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
+// The controller's making, and what the driver tells it.
 #include "app/LightPenNX7Controller.h"
 
-#include <any>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 
-#include "app/TargetImage.h"
-#include "calibration/KVRCalibrationTarget.h"
+#include "app/DebugWindow.h"
+#include "app/PreviewWindow.h"
+#include "app/ResourceImages.h"
+#include "app/StatusItem.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -13,96 +18,103 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::int64_t kMenuTargets = 4;
-constexpr std::uint32_t kTargetBezelStyle = 2;
-// Lets the unit finish writing its flash before the next command.
-constexpr Microseconds kFlashPause = std::chrono::milliseconds(500);
-constexpr std::uint32_t kReadPairingTable = 'R';
-
-std::optional<Screen> mainScreen() {
-    const auto screens = Platform::current().desktop.screens();
-    return screens.empty() ? std::nullopt : std::optional(screens.front());
-}
-
-bool isSet(std::string_view key) {
-    const auto value = Platform::current().defaults.objectForKey(key);
-    const bool* flag = value ? std::get_if<bool>(&*value) : nullptr;
-    return flag && *flag;
-}
-
-PointListRef pointsOf(const Notification& notification) {
-    const auto found = notification.userInfo.find(kCalibrationPoints);
-    const auto* points =
-        found == notification.userInfo.end() ? nullptr : std::any_cast<PointListRef>(&found->second);
-    return points ? *points : nullptr;
-}
+constexpr const char* kNoValue = "-1";
 
 } // namespace
 
+LightPenNX7Controller::LightPenNX7Controller()
+    : window(std::make_unique<PreviewWindow>()), imageView(window->imageView()),
+      previewMessage(window->previewMessage()), previewExitButton(window->previewExitButton()),
+      previewDetectAgainButton(window->previewDetectAgainButton()),
+      debugWindow(std::make_unique<DebugWindow>()), thresholdsTextField(debugWindow->thresholdsTextField()),
+      faeTextField(debugWindow->faeTextField()) {
+    thresholdsTextField->setText(kNoValue);
+    faeTextField->setText(kNoValue);
+    wireWindows();
+}
+
 LightPenNX7Controller::~LightPenNX7Controller() {
+    logLine("Light n:380 ");
     if (calibrationCenter_)
         Platform::current().notifications.removeObserver(this);
 }
 
-void LightPenNX7Controller::awakeFromNib() {
-    calibrationCenter_ =
-        std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle, mainScreen());
-    Platform::current().notifications.addObserver(
-        this, kCalibrationCompleted, nullptr,
-        [this](const Notification& notification) { calibrationDidComplete(notification); });
-    EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
-    if (driver.isDevicePlugIn())
-        deviceDidAddCallback(driver);
-    driver.setDeviceDelegate(shared_from_this());
+void LightPenNX7Controller::readDeviceInformation(const EventGeneratorNX7& driver) {
+    controllerState.cmosVersion = driver.cmosVerFromFlash();
+    controllerState.boardVersion = driver.venerPointsFromFlash();
+    sharedState.wireless = driver.wirelessPointsFromFlash();
 }
 
-void LightPenNX7Controller::calibration(const std::string& sender) {
-    logLine("Light n:646 ");
-    const bool automatic = isSet("Auto Calibration");
-    const QPixmap image = targetImage(automatic ? TargetImage::automatic : TargetImage::calib);
-    if (const auto target = calibrationCenter_->calibrationTarget()) {
-        const QSizeF size = image.deviceIndependentSize();
-        target->setFrameSize({size.width(), size.height()});
-        target->setImage(image);
-        target->setBordered(false);
-    }
-    calibrationCenter_->setTotalPoints(kMenuTargets);
-    if (automatic)
-        calibrationCenter_->startAutoCalibration();
-    else
-        calibrationCenter_->startCalibration();
-    logLine("Light n:688 calibration : %s", sender.c_str());
-}
-
-void LightPenNX7Controller::calibrationDidComplete(const Notification& notification) {
-    EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
-    const PointListRef points = pointsOf(notification);
-    driver.writeCalibrationToFlash(points);
-    calibrationCenter_->setCalibrationPoints(points);
-    driver.setDelegate(nullptr);
-    driver.setCalibrationCenter(calibrationCenter_);
-    logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
-    Platform::current().clock.sleep(kFlashPause);
-    if (sharedState.wireless == 0)
-        driver.Nx9commd(kReadPairingTable);
+void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
+    readDeviceInformation(driver);
+    logLine("Light n:140 veners: %x", static_cast<unsigned>(controllerState.boardVersion.load()));
+    logLine("Light n:143 wireless: %d", sharedState.wireless.load());
+    controllerState.menuMode = MenuMode::full;
+    rebuildMenu(MenuMode::full);
 }
 
 void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     logLine("Light n:794 ");
     deviceConnected_ = true;
+    showStatusImage("connect");
     calibrationCenter_->cancelSession();
     calibrationCenter_->setCalibrationPoints(driver.calibrationPointsFromFlash());
     driver.setCalibrationCenter(calibrationCenter_);
+    thresholdsTextField->setText(QString::number(driver.threshold()));
+    const std::int32_t exposure = driver.forcedExposure();
+    logLine("Light n:799 value deviceDidAddCallback: %d", exposure);
+    faeTextField->setText(QString::number(exposure));
+    markDistances(exposure);
 }
 
 void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {
     logLine("Light n:883 ");
     deviceConnected_ = false;
+    controllerState.menuMode = MenuMode::exitOnly;
     calibrationCenter_->cancelSession();
+    if (std::this_thread::get_id() == mainThread_) {
+        showDeviceRemoved();
+    } else {
+        Platform::current().runLoop.performOnMainThread(
+            {this, "showDeviceRemoved", {}, [self = weak_from_this()] {
+                 // A unit that has arrived meanwhile stays shown.
+                 const auto controller = self.lock();
+                 if (controller && !controller->deviceConnected())
+                     controller->showDeviceRemoved();
+             }});
+    }
     logLine("Light n:774 ");
 }
 
-// There is no preview window yet that could warn of stray light.
-void LightPenNX7Controller::noiseDetectedCallback(EventGeneratorNX7&) {}
+void LightPenNX7Controller::showDeviceRemoved() {
+    showStatusImage("disconn");
+    thresholdsTextField->setText(kNoValue);
+    faeTextField->setText(kNoValue);
+    rebuildMenu(MenuMode::exitOnly);
+}
+
+void LightPenNX7Controller::showStatusImage(std::string_view name) {
+    statusItem->setImage(resourceIcon(name));
+    showToolTip();
+}
+
+void LightPenNX7Controller::showToolTip() {
+    statusItem->setToolTip(displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit"));
+}
+
+// A desktop may have refused the keyboard to the key window when it was made; now the user turns to this
+// program.
+void LightPenNX7Controller::menuOpened() {
+    if (const auto menu = statusItem->menu())
+        validateItems(*menu);
+    const auto keyWindow = sharedState.pairingKeyWindow.load();
+    if (keyWindow && sharedState.wireless == 0)
+        keyWindow->makeKeyAndOrderFront();
+}
+
+void LightPenNX7Controller::noiseDetectedCallback(EventGeneratorNX7&) {
+    logLine("Light n:784 noiseDetectedCallback");
+    showPreviewWindow(true);
+}
 
 } // namespace lightpen

@@ -1,48 +1,185 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
 
+#include <QIcon>
+#include <QMenu>
+#include <QPointer>
+
+#include "app/ControllerState.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
 #include "platform/Notifications.h"
+#include "platform/PropertyList.h"
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
 
 namespace lightpen {
 
-// The application's controller: owns the calibration centre, starts the driver, brings the two together when
-// a unit is there, and has the user calibrate it. Main thread.
+class DebugWindow;
+class PreviewImageView;
+class PreviewWindow;
+class StatusItem;
+
+// The application's controller: owns the status item with its menus, the windows and the calibration centre,
+// starts the driver, brings the two together when a unit is there, and does what the user chooses. Main
+// thread, but for what says otherwise. It must be owned by a shared pointer.
 class LightPenNX7Controller final : public EventGeneratorNX7DeviceCallbackProtocol,
                                     public std::enable_shared_from_this<LightPenNX7Controller> {
 public:
-    LightPenNX7Controller() = default;
+    // Makes the windows, hidden. Needs the platform and Qt's application object.
+    LightPenNX7Controller();
     ~LightPenNX7Controller() override;
     LightPenNX7Controller(const LightPenNX7Controller&) = delete;
     LightPenNX7Controller& operator=(const LightPenNX7Controller&) = delete;
 
-    // Makes the calibration centre, starts the driver (which takes seconds when a unit is there) and
-    // registers with it. The controller must be owned by a shared pointer.
+    // --- Start-up (ControllerStartUp.cpp)
+
+    // Registers the application's defaults. Once, before the first controller is made; without its file
+    // nothing is registered.
+    static void initialize();
+    // Shows the status item, starts the driver (which takes seconds when a unit is there), builds the menu
+    // and registers with the driver.
     void awakeFromNib();
+    // Brings the list of the applications that start at login into line with the default "Launch At Start
+    // Up".
+    void processLaunchAtStartUp();
+
+    // --- Menus (ControllerMenus.cpp). Without a language for its identifier the program ends with a message.
+
+    // Chooses the language, loads its texts and makes the menu.
+    std::shared_ptr<QMenu> constructMenu(MenuMode menuMode);
+    // The menu of a unit that is there, in the texts that are loaded; the identifier's language is marked.
+    std::shared_ptr<QMenu> constructMenuForLocalIdentifier(const std::string& identifier);
+    std::shared_ptr<QMenu> ExitMenuForLocalIdentifier();
+    // Gives the windows their texts.
+    void constructPreviewWindow();
+    // Every item is always enabled.
+    bool validateMenuItem(const QAction& item);
+    // Makes the menu in force anew, in the language of this moment.
+    void localeDidChanged(const Notification& notification);
+
+    // --- Language (ControllerLanguage.cpp)
+
+    // Stores the language of this item; the menus follow when they are next made.
+    void switchLanguage(const QAction& sender);
+    // Forgets the choice, so that the next menu follows the system's language.
+    void resetLanguageSetting();
+    // Opens the help document in the language that was chosen.
+    void help();
+
+    // --- Actions (ControllerActions.cpp). A sender that is a text is only logged.
 
     // Starts a calibration with four targets: an automatic one when the default "Auto Calibration" is true.
-    // The sender is only logged.
     void calibration(const std::string& sender);
     // Stores the points in the unit, which takes a while, and has the pen move the pointer with them.
     void calibrationDidComplete(const Notification& notification);
+    // Sends the settings to the unit, then stores the item's tag as the distance.
+    void distance(const QAction& sender);
+    // Shows the versions of the unit that was last there.
+    void about(const std::string& sender);
+    // Ends the program, from nested waits too.
+    void exit(const std::string& sender);
 
+    // --- Windows (ControllerWindows.cpp)
+
+    // Hiding it has the pen's reports taken again.
+    void showPreviewWindow(bool show);
+    // Shows the window when it is hidden, hides it when it is shown.
+    void invokePreview(const std::string& sender);
+    // Fetches a new picture and shows it; runs the main loop meanwhile.
+    void previewTimerFired(const std::string& timer);
+    // Sends the settings to the unit.
+    void debugWindowButton(const std::string& sender);
+
+    // --- The driver's callbacks
+
+    // A unit has arrived: its versions are read and its menu is made.
+    void statMenu(EventGeneratorNX7& driver) override;
     // The stored calibration goes to the centre and the centre to the driver: the pen moves the pointer from
     // now on. A session under way is cancelled, since its points came from another unit.
     void deviceDidAddCallback(EventGeneratorNX7& driver) override;
-    // A session under way is cancelled. Also called on the point thread.
+    // A session under way is cancelled. Also called on the point thread; menu and windows then follow on the
+    // main thread.
     void deviceDidRemoveCallback(EventGeneratorNX7& driver) override;
+    // Shows the preview window.
     void noiseDetectedCallback(EventGeneratorNX7& driver) override;
+    bool respondsTo(Operation) const override { return true; }
 
-    // Whether a unit is open.
+    // Whether a unit is open. Any thread.
     bool deviceConnected() const { return deviceConnected_; }
 
+    // --- The interface: the windows with what they show, and the status item
+
+    std::unique_ptr<PreviewWindow> window;
+    PreviewImageView* imageView;
+    QLabel* previewMessage;
+    QPushButton* previewExitButton;
+    QPushButton* previewDetectAgainButton;
+    std::unique_ptr<DebugWindow> debugWindow;
+    QLineEdit* thresholdsTextField;
+    QLineEdit* faeTextField;
+
 private:
+    // Nothing ever schedules it; a picture is fetched when the user asks for one.
+    std::string previewTimer;
+
+public:
+    std::unique_ptr<StatusItem> statusItem; // none before awakeFromNib
+
+private:
+    using ItemOperation = std::function<void(LightPenNX7Controller&, QAction&)>;
+
+    void wireWindows();
+    void makeStatusItem();
+    void loadThresholds();
+    void startWithUnit(EventGeneratorNX7& driver);
+    void showDebugWindow(const EventGeneratorNX7& driver, bool present);
+    void readDeviceInformation(const EventGeneratorNX7& driver);
+
+    std::string choosePreferredLanguage() const;
+    void loadLanguage(const std::string& identifier, MenuMode menuMode);
+    std::optional<std::string> languageKeyOf(const std::string& identifier) const;
+    void rebuildMenu(MenuMode menuMode);
+    QMenu& addSubmenu(QMenu& menu, std::string_view titleKey);
+    QAction& addItem(QMenu& menu, std::string_view titleKey, ItemOperation operation);
+    void validateItems(const QMenu& menu);
+    void validateBeforeShown(QMenu& menu);
+    void addDistances(QMenu& menu);
+    QPointer<QAction> addDistance(QMenu& menu, std::string_view titleKey, int tag);
+    void addLanguages(QMenu& menu, const std::string& identifier);
+    void loadLanguages();
+    const std::string* displayString(std::string_view key) const;
+    QString displayText(std::string_view key) const;
+
+    void showThresholdAndExposure(const EventGeneratorNX7& driver);
+    void markDistances(std::int32_t exposure) const;
+    void showStatusImage(std::string_view name);
+    void showToolTip();
+    void menuOpened();
+    void showDeviceRemoved();
+
+    std::vector<std::string> languages;
+    PropertyListArray thresholds;
+    PropertyListDictionary languageDict;
+    PropertyListDictionary stringDict;
     std::shared_ptr<KVRCalibrationCenter> calibrationCenter_;
     SharedFlag deviceConnected_{false};
+    QPointer<QAction> distanceItem3;
+    QPointer<QAction> distanceItem2;
+    QPointer<QAction> distanceItem1;
+
+    const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
 } // namespace lightpen

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The driver program: puts the Linux platform together, starts the controller and runs the main loop.
+// The driver program: puts the Linux platform together and hands over to the application.
 #include <QApplication>
 
-#include "app/LightPenNX7Controller.h"
+#include "app/ApplicationMain.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
 
@@ -12,9 +12,5 @@ int main(int argc, char** argv) {
     lightpen::setUpQtApplication();
     lightpen::LinuxPlatform linuxPlatform;
     lightpen::Platform::setCurrent(&linuxPlatform.platform());
-
-    const auto controller = std::make_shared<lightpen::LightPenNX7Controller>();
-    controller->awakeFromNib();
-    // Without destructors: the driver's threads may still run.
-    linuxPlatform.platform().runLoop.exitProcess(linuxPlatform.run());
+    lightpen::applicationMain([&linuxPlatform] { return linuxPlatform.run(); });
 }

@@ -195,6 +195,7 @@ int emulatedMain(int argc, char** argv) {
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));
     Platform::setCurrent(&real.platform());
+    LightPenNX7Controller::initialize();
     const auto controller = std::make_shared<LightPenNX7Controller>();
     EmulatedDesk desk(real, *options, controller);
     controller->awakeFromNib();

@@ -55,6 +55,7 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
       desktop_(defaults_, geometry_),
       pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
       registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
+      bundle_(std::move(settings.applicationFolder), [this] { return locales_.preferredLanguages(); }),
       loginItems_(std::move(settings.loginFolder)),
       platform_{
           registry_, pointer_,  runLoop_,  clock_,  threads_,   notifications_, distributedNotifications_,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -43,6 +44,8 @@ struct LinuxPlatformSettings {
     std::string shippedFiles = resourceFolder().string();
     // The entries of what starts when the user logs in.
     std::string loginFolder = XdgLoginItems::userFolder();
+    // The folder with the information dictionary and the resources.
+    std::filesystem::path applicationFolder = ApplicationBundle::folderOfTheProgram();
     StderrLog::Settings log;
 };
 
@@ -102,8 +105,7 @@ private:
     LinuxSystemUI systemUI_;
     LinuxSounds sounds_{clock_, std::make_unique<CanberraOutput>()};
     LinuxLocales locales_{notifications_};
-    ApplicationBundle bundle_{ApplicationBundle::folderOfTheProgram(),
-                              [this] { return locales_.preferredLanguages(); }};
+    ApplicationBundle bundle_;
     XdgLoginItems loginItems_;
     TrayStatusBar statusBar_;
     QtWorkspace workspace_;

@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include "support/calibration/SessionFixture.h"
+#include "app/ControllerFixture.h"
 
 namespace lightpen {
 namespace {
@@ -18,16 +18,13 @@ using testing::StartsWith;
 const PointList kFour{{312, 271}, {2201, 188}, {164, 1633}, {2390, 1702}};
 const PointList kStored{{400, 300}, {2100, 300}, {300, 1500}, {2200, 1600}};
 
-class LightPenNX7ControllerTest : public SessionFixture {
+class LightPenNX7ControllerTest : public ControllerFixture {
 protected:
     LightPenNX7ControllerTest() {
-        center.reset(); // the controller makes its own
         openUnit();
         driver->_calibrationPoints = std::make_shared<const PointList>(kStored);
-        controller->awakeFromNib();
-        takeTimeline();
+        start();
     }
-    ~LightPenNX7ControllerTest() override { driver->setDeviceDelegate(nullptr); }
 
     // The controller's centre, once it takes points.
     std::shared_ptr<KVRCalibrationCenter> session() const {
@@ -39,8 +36,6 @@ protected:
             desk.runLoop.runFor(kGlide);
         }
     }
-
-    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
 };
 
 TEST_F(LightPenNX7ControllerTest, UnitThatIsThereAtTheStartIsMappedWithItsCalibration) {
@@ -147,7 +142,9 @@ TEST_F(LightPenNX7ControllerTest, UnitThatLeavesCancelsTheSessionByEscapesWay) {
     desk.runLoop.runFor(kGlide / 2);
     takeTimeline();
     controller->deviceDidRemoveCallback(*driver);
-    EXPECT_THAT(takeTimeline(), ElementsAre("Light n:883 ", "Light n:774 "));
+    EXPECT_THAT(takeTimeline(),
+                ElementsAre("Light n:883 ", "Light n:311 ", "Light n:384 en modeMenu:2",
+                            StartsWith("Light n:310 Strong"), "Light n:150 ", "Light n:774 "));
     EXPECT_FALSE(controller->deviceConnected());
     runMainLoop();
     EXPECT_THAT(takeTimeline(), Contains(StartsWith("KVR n:744 ")));

@@ -30,6 +30,7 @@ struct Stage {
         settings.units = Units::ofTheProgram;
         settings.pointer = PointerChoice::xtest;
         settings.settingsFile = directory.file("settings.ini");
+        settings.applicationFolder = LIGHTPEN_APPLICATION;
         settings.loginFolder = directory.file("autostart");
         settings.log.diagnostics = log.get();
         settings.log.output = log.get();

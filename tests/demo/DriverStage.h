@@ -40,6 +40,8 @@ struct DriverStage {
               settings.pointer = PointerChoice::xtest;
               settings.settingsFile = (folder / "settings.ini").string();
               settings.shippedFiles = (folder / "shipped").string();
+              settings.applicationFolder = LIGHTPEN_APPLICATION;
+              settings.loginFolder = (folder / "autostart").string();
               settings.log.diagnostics = log.get();
               settings.log.output = log.get();
               return settings;

@@ -12,6 +12,7 @@
 #include <QImage>
 #include <QString>
 
+#include "app/PreviewWindow.h"
 #include "demo/DriverStage.h"
 #include "demo/TapSeries.h"
 #include "support/linux/PointerObserver.h"
@@ -104,6 +105,13 @@ protected:
     bool panelIsThere() {
         return comes([] { return sharedState.strayLightViewShown == 1; });
     }
+    // The application's warning, which stands beside the panel.
+    static testing::AssertionResult warningIsMovedAside() {
+        PreviewWindow& warning = *stage->controller->window;
+        const bool shown = warning.isVisible();
+        warning.orderOut();
+        return shown ? testing::AssertionSuccess() : testing::AssertionFailure() << "there was no warning";
+    }
     void savePicture() {
         const char* file = std::getenv("LIGHTPEN_STRAY_LIGHT");
         const auto picture = file ? eyes->look() : std::nullopt;
@@ -143,6 +151,7 @@ TEST_P(StrayLightOnScreenTest, IsShownUntilItIsOffAndThePenIsBack) {
     unit.plug();
     ASSERT_TRUE(panelIsThere());
     EXPECT_FALSE(stage->controller->deviceConnected());
+    EXPECT_TRUE(warningIsMovedAside());
     EXPECT_TRUE(shows(kInside, kBlack));
     EXPECT_TRUE(shows(kBeside, kWall));
     // A quarter of the panel for a quarter of the 1410 x 860 that it shows.
@@ -167,7 +176,7 @@ TEST_P(StrayLightOnScreenTest, IsShownUntilItIsOffAndThePenIsBack) {
     EXPECT_TRUE(shows(kInside, kBlack)) << "the panel stays until somebody closes the check";
     EXPECT_EQ(sharedState.unitOpen, 1);
 
-    DriverStage::driver().startPointQueue();
+    stage->controller->showPreviewWindow(false);
     EXPECT_TRUE(shows(kInside, kWall));
     EXPECT_TRUE(stage->controller->deviceConnected());
     EXPECT_TRUE(comes([] { return sharedState.mouseArmed == 1; }));
@@ -180,9 +189,10 @@ TEST_P(StrayLightOnScreenTest, IsShownAgainAsLongAsItIsOn) {
     unit.strayLight(CameraPoint{900, 120});
     unit.plug();
     ASSERT_TRUE(panelIsThere());
-    DriverStage::driver().startPointQueue();
+    stage->controller->showPreviewWindow(false);
     ASSERT_TRUE(panelIsThere());
     EXPECT_FALSE(stage->controller->deviceConnected());
+    EXPECT_TRUE(warningIsMovedAside());
     EXPECT_TRUE(shows(kInside, kBlack));
     EXPECT_TRUE(marks({kLeft + 613, kTop + 75}));
 }

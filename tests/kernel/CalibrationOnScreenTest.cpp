@@ -62,6 +62,7 @@ struct Seat {
         LinuxPlatformSettings settings;
         settings.pointer = PointerChoice::uinput;
         settings.settingsFile = folder.file("settings.ini");
+        settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
         settings.log.diagnostics = log.get();
         settings.log.output = log.get();
         return settings;
@@ -215,7 +216,8 @@ protected:
             }
             return touched && seen && std::abs(seen->x - touched->x) > TargetSeeker::kElsewhere;
         })) << "the target stays where it was touched";
-        // A next touch right behind this one would be one stroke with it where a poll misses the lift between.
+        // A next touch right behind this one would be one stroke with it where a poll misses the lift
+        // between.
         EXPECT_TRUE(becomes([this] { return unit.toPlay() == Microseconds::zero(); }));
         platform.runLoop.runFor(kLiftSeen);
     }

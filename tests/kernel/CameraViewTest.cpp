@@ -47,6 +47,7 @@ struct Seat {
         LinuxPlatformSettings settings;
         settings.pointer = PointerChoice::uinput;
         settings.settingsFile = folder.file("settings.ini");
+        settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
         settings.log.diagnostics = log.get();
         settings.log.output = log.get();
         return settings;

@@ -39,7 +39,9 @@ int beDriver(int argc, char** argv) {
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();
-    LinuxPlatform linuxPlatform;
+    LinuxPlatformSettings settings;
+    settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
+    LinuxPlatform linuxPlatform(std::move(settings));
     Platform::setCurrent(&linuxPlatform.platform());
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [] {

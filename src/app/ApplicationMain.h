@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+
+namespace lightpen {
+
+// The application, from its controller's making to its end: runs the main loop, which returns the exit
+// status, and leaves the process by the run loop's exitProcess. Main thread, with the platform in place.
+void applicationMain(const std::function<int()>& mainLoop);
+
+} // namespace lightpen

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// What the user chooses from the menu, and a calibration's end.
+#include <any>
+
+#include <QAction>
+#include <QLineEdit>
+
+#include "app/AboutPanel.h"
+#include "app/DefaultsReading.h"
+#include "app/LightPenNX7Controller.h"
+#include "app/MenuItems.h"
+#include "app/ResourceImages.h"
+#include "app/VersionText.h"
+#include "calibration/KVRCalibrationTarget.h"
+#include "device/SharedState.h"
+#include "platform/Log.h"
+#include "platform/Platform.h"
+
+namespace lightpen {
+
+namespace {
+
+constexpr std::int64_t kMenuTargets = 4;
+// Lets the unit finish writing its flash before the next command.
+constexpr Microseconds kFlashPause = std::chrono::milliseconds(500);
+constexpr std::uint32_t kReadPairingTable = 'R';
+
+PointListRef pointsOf(const Notification& notification) {
+    const auto found = notification.userInfo.find(kCalibrationPoints);
+    const auto* points =
+        found == notification.userInfo.end() ? nullptr : std::any_cast<PointListRef>(&found->second);
+    return points ? *points : nullptr;
+}
+
+} // namespace
+
+void LightPenNX7Controller::calibration(const std::string& sender) {
+    logLine("Light n:646 ");
+    const bool automatic = isSet(kAutoCalibrationKey);
+    const QPixmap image = resourceTargetImage(automatic ? TargetImage::automatic : TargetImage::calib);
+    if (const auto target = calibrationCenter_->calibrationTarget()) {
+        const QSizeF size = image.deviceIndependentSize();
+        target->setFrameSize({size.width(), size.height()});
+        target->setImage(image);
+        target->setBordered(false);
+    }
+    calibrationCenter_->setTotalPoints(kMenuTargets);
+    if (automatic)
+        calibrationCenter_->startAutoCalibration();
+    else
+        calibrationCenter_->startCalibration();
+    logLine("Light n:688 calibration : %s", sender.c_str());
+}
+
+void LightPenNX7Controller::calibrationDidComplete(const Notification& notification) {
+    EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
+    const PointListRef points = pointsOf(notification);
+    driver.writeCalibrationToFlash(points);
+    calibrationCenter_->setCalibrationPoints(points);
+    driver.setDelegate(nullptr);
+    driver.setCalibrationCenter(calibrationCenter_);
+    logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
+    Platform::current().clock.sleep(kFlashPause);
+    if (sharedState.wireless == 0)
+        driver.Nx9commd(kReadPairingTable);
+}
+
+// The exposure is the unit's own; the marks only tell which distance it fits.
+void LightPenNX7Controller::distance(const QAction& sender) {
+    logLine("Light n:707 ");
+    EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
+    driver.updateTwoValueToDevice();
+    Platform::current().defaults.setObject(kProjectionDistanceKey, std::int64_t{sender.data().toInt()});
+    const std::int32_t exposure = driver.forcedExposure();
+    markDistances(exposure);
+    faeTextField->setText(QString::number(exposure));
+    logLine("Light n:737 distance : %s", describe(sender).c_str());
+}
+
+void LightPenNX7Controller::markDistances(std::int32_t exposure) const {
+    const QPointer<QAction> items[] = {distanceItem3, distanceItem2, distanceItem1};
+    for (const auto& item : items) {
+        if (!item)
+            continue;
+        const auto threshold = integerAt(thresholds, item->data().toInt());
+        item->setChecked(threshold && *threshold == exposure);
+    }
+}
+
+void LightPenNX7Controller::about(const std::string& sender) {
+    logLine("Light n:741 about : %s", sender.c_str());
+    AboutPanelOptions options;
+    options.copyright =
+        versionText(sharedState.wireless, controllerState.boardVersion, controllerState.cmosVersion);
+    options.applicationName = "NX9 Driver";
+    options.applicationIcon = resourceIcon("Picture 1");
+    orderFrontStandardAboutPanel(options);
+}
+
+void LightPenNX7Controller::exit(const std::string& sender) {
+    logLine("Light n:746 exit : %s", sender.c_str());
+    Platform::current().runLoop.terminate(EXIT_SUCCESS);
+}
+
+} // namespace lightpen

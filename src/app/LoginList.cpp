@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "app/LoginList.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace lightpen {
+
+namespace {
+
+constexpr std::string_view kNameInPath = "LightPenNX7";
+
+// Where an entry is stored is no part of what it says: the same entry stored twice goes twice.
+bool sayTheSame(const LoginItem& one, const LoginItem& other) {
+    return one.path == other.path && one.hide == other.hide;
+}
+
+std::optional<LoginItem> ownEntry(const std::vector<LoginItem>& list, const RunningApplication& running,
+                                  const IdentifierAtPath& identifierAt) {
+    const auto own = std::find_if(list.begin(), list.end(), [&](const LoginItem& item) {
+        return running.identifier && item.path.find(kNameInPath) != std::string::npos &&
+               identifierAt(item.path) == running.identifier;
+    });
+    return own == list.end() ? std::nullopt : std::optional(*own);
+}
+
+} // namespace
+
+LoginListUpdate updatedLoginList(const std::optional<std::vector<LoginItem>>& current, bool wanted,
+                                 const RunningApplication& running, const IdentifierAtPath& identifierAt) {
+    using Change = LoginListUpdate::Change;
+    LoginListUpdate update;
+    if (current)
+        update.list = *current;
+    auto own = ownEntry(update.list, running, identifierAt);
+    if (own)
+        std::erase_if(update.list, [&](const LoginItem& item) { return sayTheSame(item, *own); });
+    if (wanted) {
+        update.change = own ? Change::updated : Change::added;
+        LoginItem entry = own ? std::move(*own) : LoginItem();
+        entry.path = running.path;
+        update.list.push_back(std::move(entry));
+    } else if (own) {
+        update.change = Change::removed;
+    }
+    return update;
+}
+
+} // namespace lightpen

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// Small questions about menu items. Main thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <QString>
+
+#include "platform/PropertyList.h"
+
+class QAction;
+
+namespace lightpen {
+
+// What a log line calls the item: its class and its address.
+std::string describe(const QAction& item);
+
+// The text of an item that shows this title as it is: Qt takes a single "&" for the mark of a short cut.
+QString itemText(const QString& title);
+
+// The title of an item whose text itemText() made.
+std::string titleOf(const QAction& item);
+
+// The number at this place, counted from 0, without its fraction; none when there is no number there.
+std::optional<std::int64_t> integerAt(const PropertyListArray& list, int index);
+
+} // namespace lightpen

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <QAction>
+#include <QFile>
+#include <QMenu>
+#include <QTemporaryDir>
+
+#include "app/LightPenNX7Controller.h"
+#include "app/StatusItem.h"
+#include "support/calibration/SessionFixture.h"
+
+namespace lightpen {
+
+// An entry of a string table.
+using Text = std::pair<std::string, std::string>;
+
+inline PropertyListDictionary dictionaryOf(const std::vector<Text>& texts) {
+    PropertyListDictionary dictionary;
+    for (const auto& [key, text] : texts)
+        dictionary.entries.push_back({key, {text}});
+    return dictionary;
+}
+
+// A controller in an application folder with three languages: the keys of the tables are their English texts,
+// the German ones carry a "de:" before them and the Japanese ones a "ja:". The thresholds are 46, 23 and 12.
+// Nothing is registered: a test sets the defaults it wants.
+class ControllerFixture : public SessionFixture {
+protected:
+    ControllerFixture() {
+        center.reset(); // the controller makes its own
+        controllerState = ControllerState{};
+        MemoryBundle& bundle = desk.bundle;
+        bundle.dictionaries["Language.plist"] =
+            dictionaryOf({{"English", "en"}, {"German", "de"}, {"Japanese", "ja"}});
+        bundle.dictionaries["English.strings"] = table("");
+        bundle.dictionaries["German.strings"] = table("de:");
+        bundle.dictionaries["Japanese.strings"] = table("ja:");
+        bundle.information.entries = {{"Threshold Values", {numbers({46, 23, 12})}},
+                                      {"Supported Language", {texts({"English", "German", "Japanese"})}}};
+        putPicture("disconn", 16, 16, "#ff0000");
+        putPicture("connect", 16, 16, "#00ff00");
+        putPicture("calib", 64, 64, "#0000ff");
+        putPicture("auto", 48, 32, "#ffffff");
+        putPicture("Picture 1", 128, 128, "#ff00ff");
+    }
+    // A picture of one colour, as a file of its own.
+    void putPicture(const std::string& name, int width, int height, const char* colour) {
+        const QString path = folder.filePath(QString::fromStdString(name + ".svg"));
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly))
+            throw std::runtime_error("no file " + path.toStdString());
+        file.write(QString(R"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%2">)"
+                           R"(<rect width="%1" height="%2" fill="%3"/></svg>)")
+                       .arg(width)
+                       .arg(height)
+                       .arg(colour)
+                       .toUtf8());
+        desk.bundle.files[name + ".svg"] = path.toStdString();
+    }
+    ~ControllerFixture() override { driver->setDeviceDelegate(nullptr); }
+
+    static PropertyListArray numbers(const std::vector<std::int64_t>& values) {
+        PropertyListArray list;
+        for (const std::int64_t value : values)
+            list.push_back({value});
+        return list;
+    }
+    static PropertyListArray texts(const std::vector<std::string>& values) {
+        PropertyListArray list;
+        for (const std::string& value : values)
+            list.push_back({value});
+        return list;
+    }
+    static PropertyListDictionary table(const std::string& mark) {
+        std::vector<Text> texts;
+        for (const char* key : {"Calibration",
+                                "Projection Distance",
+                                "Distance1",
+                                "Distance2",
+                                "Distance3",
+                                "Language",
+                                "Help",
+                                "About...",
+                                "Exit",
+                                "Detect again!",
+                                kStrayLightMessage,
+                                "Threshold",
+                                "Forced Exposure",
+                                "Send to the unit",
+                                "Camera picture",
+                                "Debug",
+                                "The camera unit is connected",
+                                "No camera unit",
+                                "English",
+                                "German",
+                                "Japanese"})
+            texts.emplace_back(key, mark + key);
+        return dictionaryOf(texts);
+    }
+
+    // All three optional parts of the full menu.
+    void wantEverything() {
+        for (const char* key : {"Projection Distance Setting", "Language Setting", "Help Menu"})
+            desk.defaults.set[key] = true;
+    }
+    // The controller starts, and what it said meanwhile is forgotten.
+    void start() {
+        controller->awakeFromNib();
+        takeTimeline();
+        log.clear();
+    }
+    void startWithUnit() {
+        openUnit();
+        start();
+    }
+
+    QMenu& menu() const { return *controller->statusItem->menu(); }
+    // Each item in one word or more: "-" is a separator, "Language >" has a menu of its own, "* Distance1" is
+    // marked.
+    static std::vector<std::string> itemsOf(const QMenu& menu) {
+        std::vector<std::string> items;
+        for (const QAction* item : menu.actions())
+            items.push_back(item->isSeparator()
+                                ? "-"
+                                : (item->isChecked() ? "* " : "") + item->text().toStdString() +
+                                      (item->menu() ? " >" : ""));
+        return items;
+    }
+    // The item of this text, in the menu or in one that hangs on it; null when there is none.
+    static QAction* find(const QMenu& menu, const std::string& text) {
+        for (QAction* item : menu.actions()) {
+            if (item->text().toStdString() == text)
+                return item;
+            if (const QMenu* submenu = item->menu())
+                if (QAction* found = find(*submenu, text))
+                    return found;
+        }
+        return nullptr;
+    }
+    QAction& item(const std::string& text) const {
+        QAction* found = find(menu(), text);
+        if (!found)
+            throw std::runtime_error("no item " + text);
+        return *found;
+    }
+    QMenu& submenu(const std::string& text) const { return *item(text).menu(); }
+    static std::string addressOf(const QAction& item) {
+        char text[32];
+        std::snprintf(text, sizeof text, "<QAction: %p>", static_cast<const void*>(&item));
+        return text;
+    }
+
+    static constexpr const char* kStrayLightMessage =
+        "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+        "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
+    QTemporaryDir folder;
+    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
+};
+
+} // namespace lightpen
