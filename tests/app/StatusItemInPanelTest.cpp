@@ -13,12 +13,12 @@
 #include <QPixmap>
 #include <QTimer>
 
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/MenuOverDBus.h"
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
 #include "support/TestPlatform.h"
 #include "support/Xvfb.h"
-#include "demo/desktop/FakeStatusNotifierWatcher.h"
-#include "demo/desktop/MenuOverDBus.h"
 #include "support/linux/SignalRecorder.h"
 
 namespace lightpen {
