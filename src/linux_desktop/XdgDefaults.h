@@ -12,8 +12,8 @@ namespace lightpen {
 // The user's settings in a file that people can read and edit, one "key=value" a line. Main thread.
 class XdgDefaults final : public UserDefaults {
 public:
-    // Reads the file; one that does not exist is empty. A damaged one is logged, moved aside to FILE.damaged,
-    // and counts as empty.
+    // Reads the file; one that does not exist is empty. A damaged one (not UTF-8, with zero bytes, over 1
+    // MiB, or with lines that say nothing) is logged, moved aside to FILE.damaged, and counts as empty.
     explicit XdgDefaults(std::string file);
     // $XDG_CONFIG_HOME/LightPenNX7/settings.ini, with the usual place for the variable unset.
     static std::string userFile();
@@ -22,14 +22,22 @@ public:
     // The user's value, or the registered one. A value in the file that is not of the registered one's type
     // does not count; a whole number does where a fraction is registered.
     std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
-    // The file is replaced in one step: a crash leaves the old or the new one.
+    // The file is replaced in one step: a crash leaves the old or the new one, and from the return on the new
+    // one. A file that cannot be read is left alone.
     bool setObject(std::string_view key, DefaultsValue value) override;
     bool removeObjectForKey(std::string_view key) override;
 
 private:
+    enum class Condition { absent, sound, damaged, unreadable };
+
+    Condition condition() const;
+    std::string asideName() const { return file_ + ".damaged"; }
+    bool moveAside() const;
     void read();
-    // Changes one key of the file, in a fresh look at it; no text takes the key away.
-    bool write(const std::string& key, const std::optional<std::string>& text);
+    // Brings one key of the file into line with what is known.
+    bool write(const std::string& key);
+    bool store(const std::string& key, bool everything) const;
+    bool cannotBeWritten(const std::string& key) const;
 
     const std::string file_;
     std::map<std::string, DefaultsValue, std::less<>> registered_;

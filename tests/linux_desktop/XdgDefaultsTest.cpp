@@ -4,7 +4,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <grp.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
 
 #include "support/RecordingLog.h"
 #include "support/TemporaryDirectory.h"
@@ -149,6 +159,207 @@ TEST_F(XdgDefaultsTest, AFileThatCannotBeReadIsSaid) {
     std::filesystem::create_directories(file);
     const XdgDefaults defaults(file);
     EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
+}
+
+TEST_F(XdgDefaultsTest, GivesTheRegisteredValueBack) {
+    XdgDefaults defaults(file);
+    defaults.registerDefaults({{"Language", std::string("en")}});
+    defaults.setObject("Language", std::string("th"));
+    defaults.setObject("Distance", std::int64_t{5});
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_EQ(defaults.objectForKey("Language"), DefaultsValue(std::string("en")));
+    EXPECT_EQ(reread("Language"), std::nullopt);
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{5}));
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_TRUE(defaults.setObject("Language", std::string("ja")));
+    EXPECT_EQ(reread("Language"), DefaultsValue(std::string("ja")));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(XdgDefaultsTest, TakesAwayWhatSomebodyElseHasSet) {
+    XdgDefaults defaults(file);
+    ASSERT_TRUE(XdgDefaults(file).setObject("Language", std::string("th")));
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_EQ(reread("Language"), std::nullopt);
+}
+
+TEST_F(XdgDefaultsTest, AValueThatCannotBeTakenAwayIsSaid) {
+    XdgDefaults defaults(file);
+    defaults.setObject("Language", std::string("th"));
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    EXPECT_FALSE(defaults.removeObjectForKey("Language"));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Language\" cannot be written to " + file));
+    EXPECT_EQ(defaults.objectForKey("Language"), std::nullopt);
+}
+
+// What a crash, a bad disk or an editor can make of the file.
+class DamagedDefaultsTest : public XdgDefaultsTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(DamagedDefaultsTest, AreMovedAsideAtTheStart) {
+    write(GetParam());
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Settings: " + file + " is damaged; the defaults hold, and it is kept as " +
+                            file + ".damaged"));
+    EXPECT_TRUE(readFile(file + ".damaged") == GetParam());
+    EXPECT_EQ(defaults.objectForKey("Distance"), std::nullopt);
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), IsEmpty());
+}
+
+TEST_P(DamagedDefaultsTest, AreWrittenAnewLater) {
+    XdgDefaults defaults(file);
+    defaults.setObject("Language", std::string("th"));
+    defaults.setObject("Distance", std::int64_t{2});
+    write(GetParam());
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{3}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " has been damaged; it is kept as " +
+                                             file + ".damaged and written anew"));
+    EXPECT_TRUE(readFile(file + ".damaged") == GetParam());
+    EXPECT_EQ(reread("Language"), DefaultsValue(std::string("th")));
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{3}));
+}
+
+TEST_P(DamagedDefaultsTest, AreLeftAloneWhereTheyCannotBeMoved) {
+    write(GetParam());
+    std::filesystem::create_directories(file + ".damaged/full");
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " is damaged; the defaults hold"));
+    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+    EXPECT_TRUE(readFile(file) == GetParam());
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{2}));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DamagedDefaultsTest,
+                         testing::Values("[General]\nDistance=7\nLangu", // cut off in a key
+                                         "[Gene",                        // in the group
+                                         "\x7f"
+                                         "ELF\x01\x02 = \xc3\xa9\n no such line\n", // another file
+                                         std::string(4096, '\0'), // of a crash of the machine
+                                         "[General]\nDistance=7\n" + std::string(3, '\0'),
+                                         "[General]\nDistance=7\nLanguage=caf\xe9\n",
+                                         "[General]\nDistance=7\n" + std::string(1024 * 1024, ';') + "\n"));
+
+TEST_F(XdgDefaultsTest, APipeDoesNotHoldTheProgramUp) {
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
+    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+}
+
+TEST_F(XdgDefaultsTest, WritesThroughALink) {
+    write("[General]\nDistance=7\n");
+    const std::string real = directory.file("real.ini");
+    std::filesystem::rename(file, real);
+    std::filesystem::create_symlink(real, file);
+    EXPECT_TRUE(XdgDefaults(file).setObject("Distance", std::int64_t{8}));
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    EXPECT_EQ(XdgDefaults(real).objectForKey("Distance"), DefaultsValue(std::int64_t{8}));
+}
+
+// In a process of its own, as a user whom permissions hold up.
+class XdgDefaultsDeathTest : public XdgDefaultsTest {
+protected:
+    void leaveTo(std::filesystem::perms ofFile, std::filesystem::perms ofFolder) {
+        using std::filesystem::perms;
+        write("[General]\nDistance=7\n");
+        const auto folder = std::filesystem::path(file).parent_path();
+        std::filesystem::permissions(file, ofFile);
+        std::filesystem::permissions(folder, ofFolder);
+        for (auto above = folder.parent_path(); above != directory.path().parent_path();
+             above = above.parent_path())
+            std::filesystem::permissions(above, perms::owner_all | perms::others_read | perms::others_exec);
+        constexpr uid_t kNobody = 65534;
+        if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setresgid(kNobody, kNobody, kNobody) != 0 ||
+                               setresuid(kNobody, kNobody, kNobody) != 0))
+            std::_Exit(9);
+    }
+    // Sets a value and leaves with 0 when that fails and the old one is still in the file.
+    [[noreturn]] void expectRefusal(std::size_t lines) {
+        XdgDefaults defaults(file);
+        const bool stored = defaults.setObject("Distance", std::int64_t{8});
+        const bool held = defaults.objectForKey("Distance") == DefaultsValue(std::int64_t{8});
+        for (const std::string& line : log.lines())
+            std::fprintf(stderr, "%s\n", line.c_str());
+        std::_Exit(!stored && held && log.lines().size() == lines ? 0 : 1);
+    }
+};
+
+TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeWrittenStays) {
+    using std::filesystem::perms;
+    EXPECT_EXIT(
+        {
+            leaveTo(perms::owner_read | perms::others_read, perms::all);
+            expectRefusal(1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(XdgDefaultsDeathTest, AFolderThatMayNotBeWrittenStays) {
+    using std::filesystem::perms;
+    EXPECT_EXIT(
+        {
+            leaveTo(perms::owner_read | perms::others_read,
+                    perms::owner_read | perms::owner_exec | perms::others_read | perms::others_exec);
+            expectRefusal(1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeReadStays) {
+    EXPECT_EXIT(
+        {
+            leaveTo(std::filesystem::perms::none, std::filesystem::perms::all);
+            expectRefusal(2);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// A process that stores one number after another and says each when it is stored, until it is killed.
+[[noreturn]] void storeNumbers(const std::string& file, int acknowledgements) {
+    XdgDefaults defaults(file);
+    for (std::int64_t number = 1;; ++number) {
+        if (!defaults.setObject("Number", number) ||
+            ::write(acknowledgements, &number, sizeof number) != sizeof number)
+            std::_Exit(1);
+    }
+}
+
+TEST_F(XdgDefaultsTest, SurvivesACrashAtAnyMoment) {
+    write("[General]\nLanguage=th\n");
+    std::int64_t reached = 0;
+    for (int crash = 0; crash < 25; ++crash) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0)
+            storeNumbers(file, ends[1]);
+        close(ends[1]);
+        std::int64_t acknowledged = 0;
+        while (acknowledged < 3 && ::read(ends[0], &acknowledged, sizeof acknowledged) > 0) {
+        }
+        std::this_thread::sleep_for(crash * std::chrono::microseconds(40)); // another moment each time
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        while (::read(ends[0], &acknowledged, sizeof acknowledged) > 0) {
+        }
+        close(ends[0]);
+        EXPECT_EQ(reread("Language"), DefaultsValue(std::string("th")));
+        const auto stored = reread("Number");
+        ASSERT_TRUE(stored);
+        EXPECT_GE(std::get<std::int64_t>(*stored), acknowledged);
+        EXPECT_LE(std::get<std::int64_t>(*stored), acknowledged + 1);
+        reached = acknowledged;
+    }
+    EXPECT_GE(reached, 3);
+    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_TRUE(XdgDefaults(file).setObject("Language", std::string("ja"))); // no lock holds it up
 }
 
 TEST(XdgDefaultsFile, LiesUnderTheConfigurationFolder) {
