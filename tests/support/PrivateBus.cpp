@@ -10,19 +10,19 @@ namespace lightpen {
 PrivateBus::PrivateBus(BusUsers users) {
     const bool open = users == BusUsers::everybody;
     if (open) // they need not see what is in the folder
-        std::filesystem::permissions(runtime_.path(), std::filesystem::perms::others_exec,
+        std::filesystem::permissions(folder_.path(), std::filesystem::perms::others_exec,
                                      std::filesystem::perm_options::add);
     // The daemon's own session configuration would offer the machine's services for activation.
-    writeFile(runtime_.file("bus.conf"),
+    writeFile(folder_.file("bus.conf"),
               "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
               " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
               "<busconfig><listen>unix:path=" +
-                  runtime_.file("bus") + "</listen><auth>EXTERNAL</auth><policy context=\"default\">" +
+                  folder_.file("bus") + "</listen><auth>EXTERNAL</auth><policy context=\"default\">" +
                   (open ? "<allow user=\"*\"/>" : "") +
                   "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
                   "<allow own=\"*\"/></policy></busconfig>\n");
     address_ = startAndReadLine(daemon_, {"dbus-daemon", "--nofork", "--print-address=%fd%",
-                                          "--config-file=" + runtime_.file("bus.conf")});
+                                          "--config-file=" + folder_.file("bus.conf")});
     if (address_.empty())
         throw std::runtime_error("dbus-daemon did not start");
 }

@@ -27,6 +27,7 @@ public:
 
 private:
     TemporaryDirectory runtime_;
+    TemporaryDirectory folder_; // another one, which others may enter
     std::unique_ptr<ChildProcess> daemon_;
     std::string address_;
 };

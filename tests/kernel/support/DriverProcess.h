@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <string>
@@ -43,6 +44,8 @@ public:
     DriverProcess& operator=(const DriverProcess&) = delete;
 
     pid_t pid() const { return pid_; }
+    // Its user's home folder, which lasts as long as this object.
+    const std::filesystem::path& home() const { return home_.path(); }
     // Whether it has not ended yet.
     bool running();
     // Asks it to end and waits for that: its exit status, or -1 when it had to be killed or a signal ended

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+// The program as a user has it, with nothing made up but the camera and the panel: from plugging a new unit
+// in, over a calibration that is chosen from the menu, to a pen that draws. The program is an ordinary
+// user's, and is seen from outside only: its menu over the bus, its windows on the screen, its unit through
+// the kernel.
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <QCoreApplication>
+
+#include "demo/Accuracy.h"
+#include "demo/ScreenCapture.h"
+#include "demo/TargetSeeker.h"
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
+#include "demo/desktop/MenuOverDBus.h"
+#include "demo/desktop/Patience.h"
+#include "demo/desktop/XWindows.h"
+#include "kernel/support/DriverLines.h"
+#include "kernel/support/PenAtDesk.h"
+#include "kernel/support/RuleFile.h"
+#include "support/PrivateBus.h"
+
+namespace lightpen {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Le;
+
+// What a user sits at: the session's bus with a panel on it, and a screen with a program in use.
+struct Session {
+    PrivateBus bus{BusUsers::everybody};
+    std::unique_ptr<FakeStatusNotifierWatcher> panel;
+    Desk desk;
+
+    void prepare() {
+        desk.prepare();
+        panel = std::make_unique<FakeStatusNotifierWatcher>(bus.address());
+        panel->appear();
+    }
+};
+Session* session = nullptr;
+
+// Where the targets of a calibration stand on the screen, in points.
+constexpr ScreenPoint kTargets[] = {{170, 75}, {1110, 75}, {170, 645}, {1110, 645}};
+// A guest that is held up for as long as a short touch lasts never sees it.
+constexpr Microseconds kContact = milliseconds(200);
+// By then even a guest that is held up has polled after the unit fell silent.
+constexpr Microseconds kLiftSeen = milliseconds(500);
+constexpr Microseconds kLookPeriod = milliseconds(30);
+constexpr Microseconds kSessionPatience = seconds(40);
+constexpr const char* kCompleted = "Light n:637 calibrationDidComplete";
+
+const std::vector<std::string> kWithUnit{
+    "Calibration", "Projection Distance", "Language", "-", "Help", "About...", "Exit"};
+const std::vector<std::string> kWithoutUnit{"Exit"};
+
+class ApplicationOnScreenTest : public PenAtDesk {
+protected:
+    ApplicationOnScreenTest() : PenAtDesk(session->desk) {}
+
+    // Starts the program and waits for its status item.
+    void startApplication() {
+        ASSERT_NO_FATAL_FAILURE(startDriver({{"DBUS_SESSION_BUS_ADDRESS", session->bus.address()},
+                                             {"DBUS_SYSTEM_BUS_ADDRESS", session->bus.address()}}));
+        ASSERT_TRUE(comesTrue([] { return session->panel->items().size() == 1; }));
+        const auto item = session->panel->items().front();
+        menu = std::make_unique<MenuOverDBus>(session->bus.address(), item.service, item.path);
+    }
+    // The labels of the menu once they are these; what they are when they do not become so.
+    std::vector<std::string> menuAwaiting(const std::vector<std::string>& labels) {
+        std::vector<std::string> now;
+        comesTrue([&] {
+            const auto root = menu->layout();
+            now = root ? root->labels() : std::vector<std::string>{"(no menu)"};
+            return now == labels;
+        });
+        return now;
+    }
+    std::vector<ShownWindow> windows() { return screen.shown(static_cast<std::uint32_t>(driver->pid())); }
+
+    // The unit's first reports arm the pen; where they were missed, touches do.
+    void awaitArmed() {
+        bool armed = driver->waitFor(kArmed, seconds(1));
+        for (int knocks = 0; knocks < 10 && !armed; ++knocks) {
+            knock();
+            armed = driver->waitFor(kArmed, seconds(1));
+        }
+        ASSERT_TRUE(armed);
+    }
+    // Chooses the calibration from the menu; the hand plays it, and the unit stores it.
+    void calibrate() {
+        ASSERT_FALSE(unit.flash()->calibrated());
+        ASSERT_TRUE(menu->click({"Calibration"}));
+        ASSERT_TRUE(comesTrue([this] { return windows().size() == 1; })) << "there is no session";
+        const ShownWindow cover = windows().front();
+        EXPECT_EQ((Size{static_cast<double>(cover.width), static_cast<double>(cover.height)}), kScreen);
+        EXPECT_GE(touchTargets(), 4);
+        ASSERT_TRUE(unit.flash()->calibrated()) << "the calibration was not completed";
+        EXPECT_TRUE(comesTrue([this] { return driver->count(kCompleted) == 1; }));
+        EXPECT_TRUE(comesTrue([this] { return windows().empty(); })) << "the session's window is still there";
+        // The touch that ended the session is no part of what is drawn next.
+        EXPECT_TRUE(comesTrue([this] { return unit.toPlay() == Microseconds::zero(); }));
+        runLoop.runFor(kLiftSeen);
+        expectTheTargetsStored();
+    }
+    // The hand touches each target that it sees, until the unit has stored something. It knows neither where
+    // targets stand nor how many there are. Returns how often it touched.
+    int touchTargets() {
+        TargetSeeker seeker;
+        std::optional<ScreenPoint> seen;
+        int count = 0;
+        const Microseconds end = clock.now() + kSessionPatience;
+        while (!unit.flash()->calibrated() && clock.now() < end) {
+            if (eyes->changed()) {
+                const auto picture = eyes->look();
+                seen = picture ? targetSeen(*picture) : std::nullopt;
+            }
+            if (const auto place = seeker.look(seen, clock.now())) {
+                unit.play(Hand().press(*place).stay(kContact).lift());
+                ++count;
+            }
+            runLoop.runFor(kLookPeriod);
+        }
+        return count;
+    }
+    void expectTheTargetsStored() {
+        const auto points = unit.flash()->points();
+        ASSERT_TRUE(points);
+        for (std::size_t i = 0; i < points->size(); ++i) {
+            EXPECT_NEAR((*points)[i].x, unit.seen(kTargets[i]).x, 0.6) << i;
+            EXPECT_NEAR((*points)[i].y, unit.seen(kTargets[i]).y, 0.6) << i;
+        }
+    }
+    // What the hand draws arrives in the program in use, as exactly as after any calibration by hand.
+    void expectToDraw() {
+        ASSERT_NO_FATAL_FAILURE(awaitUsable());
+        touches.clear();
+        play(tapsEverywhere());
+        play(Hand().drag({{1100, 600}, {250, 410}}, 600));
+        const AccuracyAims aims;
+        EXPECT_THAT(expectEverythingArrived(aims.pointerWorst).median, Le(aims.pointerMedian));
+    }
+    // The user's autostart folder holds one entry, which starts this very program.
+    void expectToStartAtLogin() {
+        std::vector<std::string> entries;
+        std::error_code none;
+        for (const auto& file : fs::directory_iterator(driver->home() / ".config" / "autostart", none))
+            entries.push_back(readFile(file.path()));
+        EXPECT_THAT(entries, ElementsAre(HasSubstr("\nExec=" + installedProgram() + "\n")));
+    }
+    // Waits until the panel has nothing of it any more.
+    bool leavesThePanel() {
+        return comesTrue([] { return session->panel->items().empty(); });
+    }
+    std::vector<std::uint8_t> pixels() {
+        const auto picture = eyes->look();
+        return picture ? std::vector(picture->bytes.begin(), picture->bytes.end())
+                       : std::vector<std::uint8_t>();
+    }
+    // Waits until it ends by itself.
+    void expectTheEnd() {
+        ASSERT_TRUE(comesTrue([this] { return !driver->running(); })) << "the program goes on";
+        EXPECT_EQ(driver->end(), 0);
+    }
+
+    XWindows screen{server.display()};
+    std::unique_ptr<ScreenCapture> eyes = [this] {
+        std::string problem;
+        auto capture = ScreenCapture::create(server.display().c_str(), problem);
+        if (!capture)
+            throw std::runtime_error(problem);
+        return capture;
+    }();
+    const std::vector<std::uint8_t> desktop = pixels();
+    std::unique_ptr<MenuOverDBus> menu; // once there is an item
+};
+
+TEST_F(ApplicationOnScreenTest, ANewUnitIsCalibratedFromTheMenuAndDrawsAlsoAfterReplugging) {
+    ASSERT_NO_FATAL_FAILURE(startApplication());
+    EXPECT_EQ(menuAwaiting(kWithoutUnit), kWithoutUnit);
+    expectToStartAtLogin();
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    ASSERT_EQ(menuAwaiting(kWithUnit), kWithUnit);
+    ASSERT_NO_FATAL_FAILURE(awaitArmed());
+    ASSERT_NO_FATAL_FAILURE(calibrate());
+    ASSERT_NO_FATAL_FAILURE(expectToDraw());
+
+    driver->skipLog();
+    unit.unplug();
+    EXPECT_EQ(menuAwaiting(kWithoutUnit), kWithoutUnit);
+    ASSERT_TRUE(driver->waitFor(kRemoved));
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    EXPECT_EQ(menuAwaiting(kWithUnit), kWithUnit);
+    ASSERT_NO_FATAL_FAILURE(expectToDraw());
+
+    ASSERT_TRUE(menu->click({"Exit"}));
+    expectTheEnd();
+    EXPECT_TRUE(leavesThePanel());
+    EXPECT_EQ(driver->count(kRefused), 0U);
+}
+
+TEST_F(ApplicationOnScreenTest, AProgramThatIsEndedInASessionLeavesNothingBehind) {
+    unit.flash()->store(unit.seen(kTargets[0]), unit.seen(kTargets[1]), unit.seen(kTargets[2]),
+                        unit.seen(kTargets[3]));
+    ASSERT_NO_FATAL_FAILURE(plugIn());
+    ASSERT_NO_FATAL_FAILURE(startApplication());
+    ASSERT_EQ(menuAwaiting(kWithUnit), kWithUnit);
+    ASSERT_TRUE(menu->click({"Calibration"}));
+    ASSERT_TRUE(comesTrue([this] { return windows().size() == 1 && pixels() != desktop; }));
+    EXPECT_EQ(driver->end(seconds(20)), 0);
+    EXPECT_TRUE(leavesThePanel());
+    EXPECT_TRUE(comesTrue([this] { return pixels() == desktop; })) << "the screen is not as it was";
+    expectTheTargetsStored();
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    const lightpen::PackagedRule rule;
+    lightpen::Session session;
+    session.bus.enter();
+    session.prepare();
+    lightpen::session = &session;
+    return RUN_ALL_TESTS();
+}
