@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 
+#include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
 #include "support/PrivateBus.h"
@@ -58,6 +59,7 @@ TEST_F(PenOnScreenTest, AUnitThatIsThereBeforeTheDriverStartsTapsAndClicksOnTheR
 
 TEST_F(PenOnScreenTest, AUnitThatIsPluggedInLaterTapsAndDrags) {
     ASSERT_NO_FATAL_FAILURE(startDriver());
+    ASSERT_TRUE(driver->waitFor(kStarted));
     ASSERT_NO_FATAL_FAILURE(plugIn());
     ASSERT_NO_FATAL_FAILURE(awaitUsable());
     play(tapsEverywhere());

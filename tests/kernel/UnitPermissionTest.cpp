@@ -69,6 +69,7 @@ TEST_F(UnitPermission, TheRuleGivesAnOrdinaryUserTheUnitAndThePointer) {
     const PackagedRule rule;
     DriverProcess driver;
     ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
+    ASSERT_TRUE(driver.waitFor(kStarted)) << driver.log();
     plug();
     ASSERT_TRUE(driver.waitFor(kArrived)) << driver.log();
     EXPECT_TRUE(driver.waitFor(kFlashRead)) << driver.log();
@@ -141,6 +142,7 @@ TEST_F(UnitPermission, ANodeThatIsShutWhileUdevIsAtWorkIsWaitedFor) {
     Delay delay;
     DriverProcess driver;
     ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
+    ASSERT_TRUE(driver.waitFor(kStarted)) << driver.log();
     plug();
     EXPECT_EQ(modeOf(penNode()), 0600U);
     EXPECT_EQ(driver.count(kArrived), 0U) << driver.log();

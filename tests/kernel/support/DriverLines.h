@@ -4,7 +4,7 @@
 
 namespace lightpen {
 
-inline constexpr const char* kStarted = "Event n:546";
+inline constexpr const char* kStarted = "Event n:721"; // the start is over: it hears of units
 inline constexpr const char* kArrived = "Event n:647 device did add";
 inline constexpr const char* kOpening = "Event n:2125 Device plugged in on start up"; // also at arrivals
 inline constexpr const char* kFlashRead = "Event n:1187 NX9Ver"; // the unit has answered: it is in use

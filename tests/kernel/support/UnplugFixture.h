@@ -9,6 +9,7 @@
 #include <string>
 
 #include "emulator/GadgetBus.h"
+#include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/PointerWatch.h"
 #include "linux_desktop/SystemClock.h"
@@ -35,7 +36,7 @@ protected:
             std::printf("--- the driver's log:\n%s--- end of the driver's log\n", driver_.log().c_str());
     }
     void SetUp() override {
-        ASSERT_TRUE(driver_.waitFor("Pointer: events go through uinput"));
+        ASSERT_TRUE(driver_.waitFor(kStarted));
         pointer_ = std::make_unique<PointerWatch>();
         ASSERT_TRUE(pointer_->found());
     }
