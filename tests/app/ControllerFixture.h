@@ -10,7 +10,10 @@
 
 #include <QAction>
 #include <QFile>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QTemporaryDir>
 
 #include "app/LightPenNX7Controller.h"
@@ -37,6 +40,8 @@ protected:
     ControllerFixture() {
         center.reset(); // the controller makes its own
         controllerState = ControllerState{};
+        driver->_forcedExposure = 25;
+        driver->_threshold = 512;
         MemoryBundle& bundle = desk.bundle;
         bundle.dictionaries["Language.plist"] =
             dictionaryOf({{"English", "en"}, {"German", "de"}, {"Japanese", "ja"}});

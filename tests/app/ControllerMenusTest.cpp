@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+// The status item's menus, as an application would see them in its own.
+#include "app/LightPenNX7Controller.h"
+
+#include <gmock/gmock.h>
+
+#include <QWidget>
+
+#include "app/ControllerFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+using testing::StartsWith;
+
+class ControllerMenusTest : public ControllerFixture {
+protected:
+    // The menu that the desktop shows opens.
+    void openMenu() const {
+        for (QObject* shown : menu().actions().front()->associatedObjects())
+            if (auto* other = qobject_cast<QMenu*>(shown); other && other != &menu())
+                Q_EMIT other->aboutToShow();
+    }
+};
+
+TEST_F(ControllerMenusTest, WithoutAUnitThereIsOnlyTheExit) {
+    wantEverything();
+    start();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
+    EXPECT_EQ(menu().title(), "LightPenNX7");
+    EXPECT_EQ(controllerState.menuMode.load(), MenuMode::exitOnly);
+}
+
+TEST_F(ControllerMenusTest, WithAUnitThereIsEverything) {
+    wantEverything();
+    driver->_forcedExposure = 23;
+    startWithUnit();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "Projection Distance >", "Language >", "-",
+                                             "Help", "About...", "Exit"));
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")),
+                ElementsAre("Distance3", "* Distance2", "Distance1"));
+    EXPECT_THAT(itemsOf(submenu("Language")), ElementsAre("* English", "German", "Japanese"));
+    EXPECT_EQ(item("Distance3").data().toInt(), 0);
+    EXPECT_EQ(item("Distance2").data().toInt(), 1);
+    EXPECT_EQ(item("Distance1").data().toInt(), 2);
+    EXPECT_EQ(item("German").data().toInt(), 0);
+    EXPECT_EQ(submenu("Language").windowTitle(), "Sub Menu");
+    for (const QAction* one : menu().actions())
+        EXPECT_TRUE(one->shortcut().isEmpty());
+}
+
+TEST_F(ControllerMenusTest, EachOptionalPartGoesByItsOwnDefault) {
+    startWithUnit();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "-", "About...", "Exit"));
+    desk.defaults.set["Help Menu"] = true;
+    controller->localeDidChanged({});
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "-", "Help", "About...", "Exit"));
+    desk.defaults.set["Help Menu"] = false;
+    desk.defaults.set["Language Setting"] = true;
+    controller->localeDidChanged({});
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "Language >", "-", "About...", "Exit"));
+    desk.defaults.set["Language Setting"] = false;
+    desk.defaults.set["Projection Distance Setting"] = true;
+    controller->localeDidChanged({});
+    EXPECT_THAT(itemsOf(menu()),
+                ElementsAre("Calibration", "Projection Distance >", "-", "About...", "Exit"));
+}
+
+TEST_F(ControllerMenusTest, LinesOfTheFullMenuInTheirOrder) {
+    wantEverything();
+    startWithUnit();
+    const auto made = controller->constructMenu(MenuMode::full);
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:311 ", "Light n:384 en modeMenu:1",
+                                         std::string("Light n:310 ") + kStrayLightMessage, "Light n:165 ",
+                                         "Light n:260 English == en", "Light n:260 German == de",
+                                         "Light n:260 Japanese == ja", "Light n:280 About..."));
+    EXPECT_NE(made, controller->statusItem->menu());
+}
+
+TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
+    start();
+    controller->constructMenu(MenuMode::exitOnly);
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:311 ", "Light n:384 en modeMenu:2",
+                                         StartsWith("Light n:310 Strong"), "Light n:150 "));
+    EXPECT_THAT(itemsOf(*controller->constructMenu(MenuMode{0})), ElementsAre("Exit"));
+}
+
+TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
+    wantEverything();
+    desk.bundle.information.entries[0].second = {numbers({25, 7, 25})};
+    driver->_forcedExposure = 25;
+    startWithUnit();
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")),
+                ElementsAre("* Distance3", "Distance2", "* Distance1"));
+    driver->_forcedExposure = 8;
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")), ElementsAre("Distance3", "Distance2", "Distance1"));
+    EXPECT_EQ(controller->faeTextField->text(), "8");
+}
+
+TEST_F(ControllerMenusTest, TooFewThresholdsMarkWhatTheyHave) {
+    wantEverything();
+    desk.bundle.information.entries[0].second = {numbers({9})};
+    driver->_forcedExposure = 9;
+    startWithUnit();
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")),
+                ElementsAre("* Distance3", "Distance2", "Distance1"));
+}
+
+TEST_F(ControllerMenusTest, MissingListsAreNamedAndLeaveTheirPartsEmpty) {
+    wantEverything();
+    desk.bundle.information.entries.clear();
+    driver->_forcedExposure = 0;
+    openUnit();
+    controller->awakeFromNib();
+    EXPECT_THAT(
+        log.lines(),
+        Contains("Application: Info.plist has no list \"Threshold Values\"; no distance will be marked"));
+    EXPECT_THAT(log.lines(),
+                Contains("Application: Info.plist has no list \"Supported Language\"; no language "
+                         "can be chosen"));
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")), ElementsAre("Distance3", "Distance2", "Distance1"));
+    EXPECT_TRUE(submenu("Language").isEmpty());
+}
+
+TEST_F(ControllerMenusTest, AMissingTextLeavesItsItemUntitled) {
+    PropertyListDictionary& table = desk.bundle.dictionaries["English.strings"];
+    std::erase_if(table.entries, [](const auto& entry) { return entry.first == "About..."; });
+    startWithUnit();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "-", "", "Exit"));
+    controller->localeDidChanged({});
+    EXPECT_THAT(log.lines(), Contains("Light n:280 (null)"));
+}
+
+TEST_F(ControllerMenusTest, AMissingTableLeavesAllUntitled) {
+    desk.bundle.dictionaries.erase("English.strings");
+    startWithUnit();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("", "-", "", ""));
+    EXPECT_EQ(controller->previewMessage->text(), "");
+    controller->constructPreviewWindow();
+    EXPECT_THAT(log.lines(), Contains("Light n:310 (null)"));
+}
+
+TEST_F(ControllerMenusTest, EveryItemIsEnabledWhenItsMenuOpens) {
+    wantEverything();
+    startWithUnit();
+    item("Exit").setEnabled(false);
+    openMenu();
+    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:769 ", "Light n:769 ", "Light n:769 ", "Light n:769 "));
+    EXPECT_TRUE(item("Exit").isEnabled());
+    Q_EMIT submenu("Projection Distance").aboutToShow();
+    EXPECT_EQ(log.lines().size(), 3U);
+}
+
+// An item's own mark is turned over by Qt at each click.
+TEST_F(ControllerMenusTest, AClickAloneMarksNothing) {
+    wantEverything();
+    startWithUnit();
+    item("German").trigger();
+    item("English").trigger();
+    EXPECT_THAT(itemsOf(submenu("Language")), ElementsAre("* English", "German", "Japanese"));
+    item("Distance1").trigger();
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")), ElementsAre("Distance3", "Distance2", "Distance1"));
+}
+
+TEST_F(ControllerMenusTest, AMenuMadeAnewWhileItIsOpenReplacesIt) {
+    wantEverything();
+    start();
+    const QPointer<QMenu> old = controller->statusItem->menu().get();
+    openMenu();
+    openUnit();
+    controller->statMenu(*driver);
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_NE(controller->statusItem->menu().get(), old.data());
+    EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
+    EXPECT_NE(find(menu(), "Distance2"), nullptr);
+    controller->deviceDidRemoveCallback(*driver);
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
+}
+
+TEST_F(ControllerMenusTest, TheItemsOfAControllerThatIsGoneDoNothing) {
+    startWithUnit();
+    const auto menu = controller->constructMenu(MenuMode::full);
+    driver->setDeviceDelegate(nullptr);
+    controller.reset();
+    EXPECT_THAT(log.takeLines(), Contains("Light n:380 "));
+    menu->actions().back()->trigger();
+    EXPECT_THAT(log.lines(), Not(Contains(StartsWith("Light n:746"))));
+    EXPECT_EQ(desk.runLoop.terminateStatus(), std::nullopt);
+}
+
+} // namespace
+} // namespace lightpen
