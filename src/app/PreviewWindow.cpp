@@ -149,7 +149,8 @@ void PreviewWindow::keyPressEvent(QKeyEvent* event) {
 // Accepted, or no session could end while the window is open.
 void PreviewWindow::closeEvent(QCloseEvent* event) {
     ui_->previewExitButton->click();
-    event->accept();
+    // With the light still on it has already been shown anew by now, and an accepted event would hide it.
+    event->setAccepted(!isVisible());
 }
 
 } // namespace lightpen

@@ -130,6 +130,19 @@ TEST_F(PreviewWindowTest, ClosingItIsTheExitButton) {
     EXPECT_TRUE(window.isVisible());
 }
 
+// Whoever closes it with the light still on gets it again, at once.
+TEST_F(PreviewWindowTest, StaysWhenItIsShownAnewWhileItCloses) {
+    window.onExit = [this] {
+        calls.emplace_back("exit");
+        window.orderOut();
+        window.makeKeyAndOrderFront();
+    };
+    show();
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_THAT(calls, ElementsAre("exit"));
+}
+
 TEST_F(PreviewWindowTest, KeepsTheWordsWholeInWhateverSizeTheUserGivesIt) {
     window.previewMessage()->setText(QStringLiteral("There is too much light in this room. ").repeated(8));
     show();
