@@ -37,9 +37,9 @@ inline constexpr const char* kEmulatedUsage =
     "  --pose NAME     where the camera stands: keystone (at first), straight or rotated\n"
     "  --commands      reads commands from standard input, one a line, and answers each with a line: plug,\n"
     "                  unplug, replug [MS], tap X Y, hold X Y [MS], drag X Y X Y..., wait, stray on|off,\n"
-    "                  pose NAME, wireless N, board N, cmos N, calibrate, erase, flash, hand on|off, state, "
-    "quit;\n"
-    "                  the end of the input ends the program\n"
+    "                  pose NAME, wireless N, board N, cmos N, silent on|off, calibrate, erase, flash, hand "
+    "on|off,\n"
+    "                  state, quit; the end of the input ends the program\n"
     "  --xtest         moves the pointer through XTest, never through the machine's own input devices\n"
     "  --help          this text\n";
 

@@ -110,7 +110,8 @@ const UnitCommands::Command UnitCommands::kCommands[] = {
     {"board", &UnitCommands::board},   {"cmos", &UnitCommands::cmos},
     {"erase", &UnitCommands::erase},   {"calibrate", &UnitCommands::calibrate},
     {"flash", &UnitCommands::flash},   {"hand", &UnitCommands::hand},
-    {"state", &UnitCommands::state},   {"quit", &UnitCommands::quit},
+    {"silent", &UnitCommands::silent}, {"state", &UnitCommands::state},
+    {"quit", &UnitCommands::quit},
 };
 
 UnitCommands::UnitCommands(UnitControl& control, Surroundings surroundings)
@@ -224,6 +225,14 @@ UnitCommands::Answer UnitCommands::board(const Words& words) {
 
 UnitCommands::Answer UnitCommands::cmos(const Words& words) {
     return setByte(control_.unit().information()->cmosVer, words);
+}
+
+UnitCommands::Answer UnitCommands::silent(const Words& words) {
+    const auto on = switchOf(words);
+    if (!on)
+        return error("silent on, or silent off");
+    control_.unit().faults()->silent = *on;
+    return kOk;
 }
 
 UnitCommands::Answer UnitCommands::calibrate(const Words&) {

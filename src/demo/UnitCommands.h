@@ -20,6 +20,7 @@ namespace lightpen {
 //   stray on [X Y], stray off                 a foreign light, in camera units
 //   pose keystone|straight|rotated            where the camera stands
 //   wireless N, board N, cmos N               bytes that the unit tells when its flash is read next
+//   silent on|off                             whether the unit leaves every question without an answer
 //   calibrate, erase, flash                   stores a calibration, erases it, tells the stored points
 //   hand on|off                               whether the hand touches the targets of calibrations by itself
 //   state                                     the unit and the driver in words
@@ -62,6 +63,7 @@ private:
     Answer wireless(const Words& words);
     Answer board(const Words& words);
     Answer cmos(const Words& words);
+    Answer silent(const Words& words);
     Answer calibrate(const Words& words);
     Answer erase(const Words& words);
     Answer flash(const Words& words);

@@ -48,6 +48,15 @@ protected:
                            [this] { heard.emplace_back("quit"); }}};
 };
 
+TEST_F(UnitCommandsTest, AUnitIsSilentUntilItIsToldToSpeak) {
+    EXPECT_EQ(perform("silent on"), "ok");
+    EXPECT_TRUE(unit.faults()->silent);
+    EXPECT_EQ(perform("silent"), "error silent on, or silent off");
+    EXPECT_TRUE(unit.faults()->silent);
+    EXPECT_EQ(perform("silent off"), "ok");
+    EXPECT_FALSE(unit.faults()->silent);
+}
+
 TEST_F(UnitCommandsTest, ThePlugIsDoneWhenItIsAnswered) {
     EXPECT_EQ(commands.perform("plug"), std::nullopt);
     EXPECT_FALSE(unit.plugged());

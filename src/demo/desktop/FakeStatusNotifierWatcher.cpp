@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
@@ -57,6 +58,10 @@ public:
     std::vector<Item> items() const {
         const std::lock_guard hold(mutex_);
         return items_;
+    }
+    bool belongsTo(const Item& item, std::uint32_t processId) const {
+        const auto owner = bus_.interface()->servicePid(QString::fromStdString(item.service));
+        return owner.isValid() && owner.value() == processId;
     }
     bool hostRegistered() const { return host_; }
     QStringList names() const {
@@ -147,6 +152,14 @@ void FakeStatusNotifierWatcher::stall() {
 
 std::vector<FakeStatusNotifierWatcher::Item> FakeStatusNotifierWatcher::items() const {
     return watcher_->items();
+}
+
+std::optional<FakeStatusNotifierWatcher::Item>
+FakeStatusNotifierWatcher::itemOf(std::uint32_t processId) const {
+    for (const Item& item : items())
+        if (watcher_->belongsTo(item, processId))
+            return item;
+    return std::nullopt;
 }
 
 } // namespace lightpen

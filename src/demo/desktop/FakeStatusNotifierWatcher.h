@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,8 @@ public:
     void goOn() { goingOn_.set_value(); }
     // The items that are registered and whose programs live, oldest first.
     std::vector<Item> items() const;
+    // The one that the process registered; none when there is none yet.
+    std::optional<Item> itemOf(std::uint32_t processId) const;
 
 private:
     class Watcher;

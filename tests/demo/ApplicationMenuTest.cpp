@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+// The application as its user has it: from the panel, with everything else on the screen and on the disk.
+#include <QClipboard>
+#include <QGuiApplication>
+
+#include "demo/ApplicationTest.h"
+#include "support/linux/XNeighbour.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ApplicationMenuTest : public ApplicationTest {
+protected:
+    // The exposure that the driver held when the unit came, as the application said.
+    static int exposureOf(const ApplicationDesk& desk) {
+        constexpr std::string_view kWords = "value deviceDidAddCallback: ";
+        const auto at = desk.program.log().rfind(kWords);
+        return at == std::string::npos ? -1 : std::atoi(desk.program.log().c_str() + at + kWords.size());
+    }
+};
+
+TEST_F(ApplicationMenuTest, OnlyExitWithoutAUnitAndEverythingWithOne) {
+    ASSERT_TRUE(comes(user));
+    EXPECT_TRUE(user.showsMenu({"Exit"}));
+    ASSERT_TRUE(user.program.perform("plug"));
+    EXPECT_TRUE(user.showsMenu(fullMenu("English")));
+    EXPECT_TRUE(allUsable(user.menu->layout().value()));
+    ASSERT_TRUE(user.program.perform("unplug"));
+    EXPECT_TRUE(user.showsMenu({"Exit"}));
+    EXPECT_THAT(watcher.items(), SizeIs(1));
+    EXPECT_THAT(user.opened(), IsEmpty());
+}
+
+TEST_F(ApplicationMenuTest, AUnitThatIsThereAtTheStart) {
+    ASSERT_TRUE(comes(user, {"--plugged", "--calibrated"}));
+    EXPECT_TRUE(user.showsMenu(fullMenu("English")));
+}
+
+TEST_F(ApplicationMenuTest, TwoQuickReplugs) {
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    for (const char* step : {"unplug", "plug", "unplug", "plug"})
+        ASSERT_TRUE(user.program.perform(step));
+    EXPECT_TRUE(comesTrue(
+        [&] { return user.program.ask("state").value_or("").find("connected=yes") != std::string::npos; }));
+    EXPECT_TRUE(user.showsMenu(fullMenu("English")));
+    EXPECT_THAT(watcher.items(), SizeIs(1));
+}
+
+TEST_F(ApplicationMenuTest, AUnitThatComesWhileTheMenuIsOpen) {
+    ASSERT_TRUE(comes(user));
+    ASSERT_TRUE(user.showsMenu({"Exit"}));
+    EXPECT_TRUE(user.menu->open());
+    ASSERT_TRUE(user.program.perform("plug"));
+    EXPECT_TRUE(user.showsMenu(fullMenu("English")));
+    EXPECT_TRUE(user.menu->close());
+    EXPECT_TRUE(user.menu->click(Labels{"Exit"}));
+    EXPECT_EQ(user.program.waitForEnd(), 0);
+}
+
+TEST_F(ApplicationMenuTest, SettingsTakeEntriesAway) {
+    for (const char* key : {"Projection Distance Setting", "Language Setting", "Help Menu"})
+        user.set(key, "false");
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    EXPECT_TRUE(user.showsMenu({"Calibration", "-", "About...", "Exit"}));
+}
+
+// The other entries
+
+TEST_F(ApplicationMenuTest, ADistanceIsStored) {
+    ASSERT_TRUE(comes(user, {"--plugged", "--calibrated"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(user.program.waitForLog("value deviceDidAddCallback: "));
+    const auto flash = user.program.ask("flash");
+    const std::map<std::string, std::string> tags{{"Distance1", "2"}, {"Distance2", "1"}, {"Distance3", "0"}};
+    for (const auto& [name, tag] : tags) {
+        const auto before = user.program.log().size();
+        ASSERT_TRUE(user.menu->click(Labels{"Projection Distance", name}));
+        EXPECT_TRUE(comesTrue([&] { return user.stored("Projection Distance") == tag; })) << name;
+        EXPECT_TRUE(user.program.waitForLog("Light n:737 distance : ", before));
+    }
+    EXPECT_EQ(user.program.ask("flash"), flash) << "the calibration is still the same";
+}
+
+TEST_F(ApplicationMenuTest, ADistanceIsMarkedWhoseThresholdIsTheExposure) {
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(user.program.waitForLog("value deviceDidAddCallback: "));
+    const int exposure = exposureOf(user);
+    ASSERT_GT(exposure, 0);
+
+    // The thresholds are those of the dictionary beside the program.
+    const TemporaryDirectory folder;
+    const std::filesystem::path original(LIGHTPEN_EMULATED);
+    std::filesystem::copy(original.parent_path(), folder.path(),
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::overwrite_existing);
+    std::string dictionary = readFile(folder.file("Info.plist"));
+    const std::string key = "<key>Threshold Values</key>";
+    const auto start = dictionary.find(key);
+    ASSERT_NE(start, std::string::npos);
+    const std::string number = "<integer>" + std::to_string(exposure) + "</integer>";
+    dictionary.replace(start, dictionary.find("</array>", start) - start,
+                       key + "<array>" + number + "<integer>7</integer>" + number);
+    writeFile(folder.file("Info.plist"), dictionary);
+
+    ApplicationDesk other(folder.file(original.filename().string()));
+    ASSERT_TRUE(comes(other, {"--plugged"}));
+    ASSERT_TRUE(other.showsMenu(fullMenu("English")));
+    const auto checked = [&] { return checkedBelow(other.menu->layout().value(), "Projection Distance"); };
+    EXPECT_TRUE(comesTrue([&] { return !checked().empty(); }));
+    EXPECT_THAT(checked(), ElementsAre("Distance3", "Distance1"));
+    ASSERT_TRUE(other.menu->click(Labels{"Projection Distance", "Distance2"}));
+    EXPECT_TRUE(comesTrue([&] { return other.stored("Projection Distance") == "1"; }));
+    EXPECT_THAT(checked(), ElementsAre("Distance3", "Distance1")) << "the mark is the exposure's";
+}
+
+TEST_F(ApplicationMenuTest, HelpOpensTheDocumentOfTheStoredLanguage) {
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    const std::filesystem::path resources =
+        std::filesystem::path(LIGHTPEN_EMULATED).parent_path() / "resources";
+    std::string expected;
+    const auto help = [&](const std::string& document) {
+        ASSERT_TRUE(user.menu->click(Labels{"Help"}));
+        expected += "file://" + (resources / document).string() + "\n";
+        EXPECT_TRUE(comesTrue([&] { return user.opened().size() >= expected.size(); }));
+        EXPECT_EQ(user.opened(), expected);
+        EXPECT_TRUE(std::filesystem::exists(resources / document));
+    };
+    help("enu.htm");
+    // The menu stays as it is until it is made again; the help is that of the choice.
+    const std::map<std::string, std::string> documents{{"Traditional Chinese", "cht.htm"},
+                                                       {"Simplified Chinese", "chs.htm"},
+                                                       {"Japanese", "jpn.htm"},
+                                                       {"Italian", "ita.htm"},
+                                                       {"Spanish", "esp.htm"},
+                                                       {"French", "fra.htm"},
+                                                       {"German", "enu.htm"},
+                                                       {"Korean", "enu.htm"}};
+    for (const auto& [language, document] : documents) {
+        SCOPED_TRACE(language);
+        const std::string before = user.stored("Language");
+        ASSERT_TRUE(user.menu->click(Labels{"Language", language}));
+        ASSERT_TRUE(comesTrue([&] { return user.stored("Language") != before; }));
+        help(document);
+    }
+}
+
+// Clicks from the panel's upper edge downwards until there is text to be copied, and copies it.
+std::string copiedFrom(const ShownWindow& window) {
+    constexpr std::uint8_t kControl = 37, kA = 38, kC = 54;
+    constexpr int kStep = 6;
+    XNeighbour hand(applicationStage->server.display());
+    QClipboard& clipboard = *QGuiApplication::clipboard();
+    clipboard.setText(QString());
+    for (int y = kStep; y < window.height; y += kStep) {
+        hand.movePointer(static_cast<std::int16_t>(window.x + window.width / 2),
+                         static_cast<std::int16_t>(window.y + y));
+        hand.click();
+        hand.holdKey(kControl, true);
+        hand.pressKey(kA);
+        hand.pressKey(kC);
+        hand.holdKey(kControl, false);
+        constexpr std::chrono::milliseconds kSoon{200};
+        if (comesTrue([&] { return !clipboard.text().isEmpty(); }, kSoon))
+            break;
+    }
+    return clipboard.text().toStdString();
+}
+
+TEST_F(ApplicationMenuTest, AboutTellsTheUnitsVersions) {
+    ASSERT_TRUE(comes(user, {"--wireless", "0"}));
+    ASSERT_TRUE(user.program.perform("board 35")); // 0x23
+    ASSERT_TRUE(user.program.perform("cmos 249")); // 0xF9
+    ASSERT_TRUE(user.program.perform("plug"));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    const auto about = [&] { return user.windowTitled("NX9 Driver"); };
+    EXPECT_FALSE(about());
+    ASSERT_TRUE(user.menu->click(Labels{"About..."}));
+    ASSERT_TRUE(
+        comesTrue([&] { return about() && user.screen.focused(user.program.processId()) == about(); }));
+    EXPECT_EQ(copiedFrom(*about()), "Dongle version 2.3\n\n  CMOS version 15.9\n");
+    user.screen.close(*about());
+    EXPECT_TRUE(comesTrue([&] { return !about(); }));
+
+    // The next unit is another one.
+    ASSERT_TRUE(user.program.perform("unplug"));
+    ASSERT_TRUE(user.showsMenu({"Exit"}));
+    ASSERT_TRUE(user.program.perform("wireless 1"));
+    ASSERT_TRUE(user.program.perform("plug"));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(user.menu->click(Labels{"About..."}));
+    ASSERT_TRUE(
+        comesTrue([&] { return about() && user.screen.focused(user.program.processId()) == about(); }));
+    EXPECT_EQ(copiedFrom(*about()), "Main Board version 2.3\n");
+}
+
+TEST_F(ApplicationMenuTest, ExitEndsItInOrder) {
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(user.menu->click(Labels{"Exit"}));
+    EXPECT_EQ(user.program.waitForEnd(), 0);
+    EXPECT_TRUE(comesTrue([&] { return watcher.items().empty(); }));
+}
+
+// The panel
+
+TEST_F(ApplicationMenuTest, ThePanelComesAfterTheProgram) {
+    ASSERT_TRUE(user.start({"--plugged"}));
+    ASSERT_TRUE(user.program.waitForLog("Light n:794"));
+    EXPECT_TRUE(user.itemComes(panel()));
+    EXPECT_TRUE(user.showsMenu(fullMenu("English")));
+}
+
+TEST_F(ApplicationMenuTest, ThePanelIsRestarted) {
+    ASSERT_TRUE(comes(user, {"--plugged"}));
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    watcher.disappear();
+    ASSERT_TRUE(user.program.perform("unplug"));
+    watcher.appear();
+    ASSERT_TRUE(user.itemComes(watcher));
+    EXPECT_TRUE(user.showsMenu({"Exit"}));
+    EXPECT_TRUE(user.menu->click(Labels{"Exit"}));
+    EXPECT_EQ(user.program.waitForEnd(), 0);
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    return lightpen::runOnApplicationStage(argc, argv);
+}

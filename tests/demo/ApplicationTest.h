@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cmath>
+#include <memory>
+#include <string>
+
+#include "demo/ApplicationDesk.h"
+#include "demo/ApplicationTexts.h"
+#include "demo/ScreenCapture.h"
+
+namespace lightpen {
+
+// A user who starts the application and uses it from the panel.
+class ApplicationTest : public testing::Test {
+protected:
+    // There from the first call on.
+    FakeStatusNotifierWatcher& panel() {
+        if (!appeared_)
+            watcher.appear();
+        appeared_ = true;
+        return watcher;
+    }
+    // Starts the application; whether its item comes into the panel.
+    testing::AssertionResult comes(ApplicationDesk& desk, const Labels& options = {}) {
+        panel();
+        const auto started = desk.start(options);
+        return started ? desk.itemComes(watcher) : started;
+    }
+    // Whether the pen comes to be heard.
+    testing::AssertionResult isReady() {
+        if (comesTrue([&] {
+                return user.program.ask("state").value_or("").find("ready=yes") != std::string::npos;
+            }))
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << user.program.log();
+    }
+    // A touch of the pen there brings the pointer there.
+    void expectTap(int x, int y) {
+        ASSERT_TRUE(isReady());
+        const std::string command = "tap " + std::to_string(x) + " " + std::to_string(y);
+        ASSERT_TRUE(comesTrue([&] { return user.program.perform(command); }));
+        EXPECT_TRUE(comesTrue([&] {
+            const auto pointer = eyes->pointer();
+            return pointer && std::hypot(pointer->x - x, pointer->y - y) < 4;
+        }));
+        EXPECT_TRUE(user.program.perform("wait"));
+    }
+
+    ApplicationDesk user;
+    FakeStatusNotifierWatcher watcher{applicationStage->bus.address()};
+    std::string problem;
+    std::unique_ptr<ScreenCapture> eyes =
+        ScreenCapture::create(applicationStage->server.display().c_str(), problem);
+
+private:
+    bool appeared_ = false;
+};
+
+} // namespace lightpen
