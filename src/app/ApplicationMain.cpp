@@ -3,13 +3,19 @@
 
 #include <memory>
 
+#include <QGuiApplication>
+
 #include "app/LightPenNX7Controller.h"
+#include "app/ResourceImages.h"
 #include "platform/Platform.h"
 
 namespace lightpen {
 
 void applicationMain(const std::function<int()>& mainLoop) {
     LightPenNX7Controller::initialize();
+    // Under Wayland a window's picture is that of its desktop entry, elsewhere its own.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.lightpen.LightPenNX7"));
+    QGuiApplication::setWindowIcon(resourceIcon("Picture 1"));
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->awakeFromNib();
     // Without destructors: the driver's threads may still run.
