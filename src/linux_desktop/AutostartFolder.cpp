@@ -64,8 +64,7 @@ bool AutostartFolder::remove(const std::string& name) const {
 
 std::string AutostartFolder::freeName(const std::string& stem) const {
     for (int number = 1; number <= kMostNames; ++number) {
-        const std::string name =
-            stem + (number == 1 ? "" : '-' + std::to_string(number)) + std::string(kSuffix);
+        std::string name = stem + (number == 1 ? "" : '-' + std::to_string(number)) + std::string(kSuffix);
         struct stat status {};
         if (::lstat(file(name).c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
             return name;

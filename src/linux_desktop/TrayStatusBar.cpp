@@ -23,8 +23,8 @@ std::unique_ptr<XTray> trayOfTheDisplay() {
 // within.
 class TrayStatusBar::Search : public QObject {
 public:
-    explicit Search(const std::function<void()>& found)
-        : found_(found), hosts_([this] { callLater(); }), tray_(trayOfTheDisplay()) {
+    explicit Search(std::function<void()> found)
+        : found_(std::move(found)), hosts_([this] { callLater(); }), tray_(trayOfTheDisplay()) {
         if (!tray_)
             return;
         notifier_ = std::make_unique<QSocketNotifier>(tray_->descriptor(), QSocketNotifier::Read);
