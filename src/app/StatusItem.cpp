@@ -49,13 +49,16 @@ public:
                              if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
                                  openMenu();
                          });
-        icon_->show();
+        if (!image_.isNull()) // else with the first picture
+            icon_->show();
     }
 
     void setImage(const QIcon& image) {
         image_ = image;
-        if (icon_)
-            icon_->setIcon(image);
+        if (!icon_)
+            return;
+        icon_->setIcon(image);
+        icon_->show();
     }
     const QIcon& image() const { return image_; }
 

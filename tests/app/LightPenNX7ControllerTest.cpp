@@ -165,6 +165,84 @@ TEST_F(LightPenNX7ControllerTest, UnitThatLeavesMayBeReportedOnThePointThread) {
     EXPECT_THAT(takeTimeline(), Contains("show cursor 1"));
 }
 
+TEST_F(LightPenNX7ControllerTest, TheMenuOfARemovalOnThePointThreadFollowsOnTheMainThread) {
+    controllerState.menuMode = MenuMode::full;
+    std::vector<std::string> lines;
+    std::thread([&] {
+        controller->deviceDidRemoveCallback(*driver);
+        lines = log.takeLines();
+    }).join();
+    EXPECT_THAT(lines, ElementsAre("Light n:883 ", "Light n:774 "));
+    EXPECT_FALSE(controller->deviceConnected());
+    EXPECT_EQ(controllerState.menuMode.load(), MenuMode::exitOnly);
+    EXPECT_EQ(controller->faeTextField->text(), "25");
+    EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
+    runMainLoop();
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
+    EXPECT_EQ(controller->thresholdsTextField->text(), "-1");
+    EXPECT_EQ(controller->faeTextField->text(), "-1");
+}
+
+TEST_F(LightPenNX7ControllerTest, AUnitThatArrivesBeforeTheMainThreadGetsThereStaysShown) {
+    std::thread([this] { controller->deviceDidRemoveCallback(*driver); }).join();
+    controller->statMenu(*driver);
+    controller->deviceDidAddCallback(*driver);
+    runMainLoop();
+    EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
+    EXPECT_EQ(controller->faeTextField->text(), "25");
+}
+
+TEST_F(LightPenNX7ControllerTest, AControllerThatIsGoneByThenIsLeftAlone) {
+    std::thread([this] { controller->deviceDidRemoveCallback(*driver); }).join();
+    driver->setDeviceDelegate(nullptr);
+    controller.reset();
+    log.clear();
+    runMainLoop();
+    EXPECT_THAT(log.lines(), Not(Contains("Light n:311 ")));
+}
+
+TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
+    controller->deviceDidRemoveCallback(*driver);
+    sharedState.cmosVer = 0x12;
+    sharedState.NX9Ver = 0xA5;
+    sharedState.wireless = 0;
+    log.clear();
+    EXPECT_TRUE(controller->respondsTo(EventGeneratorNX7DeviceCallbackProtocol::Operation::statMenu));
+    controller->statMenu(*driver);
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Light n:140 veners: a5", "Light n:143 wireless: 0", "Light n:311 ",
+                            "Light n:384 en modeMenu:1", StartsWith("Light n:310 "), "Light n:165 ",
+                            "Light n:280 About..."));
+    EXPECT_EQ(controllerState.cmosVersion, 0x12);
+    EXPECT_FALSE(controller->deviceConnected());
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_THAT(log.lines(), Contains("Light n:799 value deviceDidAddCallback: 25"));
+    EXPECT_TRUE(controller->deviceConnected());
+}
+
+TEST_F(LightPenNX7ControllerTest, TheKeyWindowTakesTheKeyboardWhenTheMenuOpens) {
+    struct KeyWindow final : PairingKeyWindow {
+        void setIgnoresMouseEvents(bool) override {}
+        void makeKeyAndOrderFront() override { ++asked; }
+        void orderOut() override {}
+        int asked = 0;
+    };
+    const auto keys = std::make_shared<KeyWindow>();
+    sharedState.pairingKeyWindow = std::shared_ptr<PairingKeyWindow>(keys);
+    const auto open = [this] {
+        for (QObject* shown : menu().actions().front()->associatedObjects())
+            if (auto* other = qobject_cast<QMenu*>(shown); other && other != &menu())
+                Q_EMIT other->aboutToShow();
+    };
+    for (const int wireless : {1, -1, 0}) {
+        sharedState.wireless = wireless;
+        open();
+    }
+    EXPECT_EQ(keys->asked, 1);
+    sharedState.pairingKeyWindow = nullptr;
+    open();
+}
+
 TEST_F(LightPenNX7ControllerTest, AnotherUnitThatArrivesCancelsTheSession) {
     controller->calibration("x");
     controller->deviceDidAddCallback(*driver);

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// What the user chooses: distance, about, exit, and the windows' buttons.
+#include "app/LightPenNX7Controller.h"
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+
+#include "app/AboutPanel.h"
+#include "app/ControllerFixture.h"
+#include "app/DebugWindow.h"
+#include "app/PreviewWindow.h"
+
+namespace lightpen {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+using testing::StartsWith;
+
+class ControllerActionsTest : public ControllerFixture {
+protected:
+    static bool aboutPanelSays(const QString& text) {
+        for (QWidget* window : QApplication::topLevelWidgets())
+            for (const QLabel* label : window->findChildren<QLabel*>())
+                if (window->isVisible() && label->text().contains(text))
+                    return true;
+        return false;
+    }
+};
+
+TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
+    wantEverything();
+    driver->_forcedExposure = 12;
+    startWithUnit();
+    std::vector<bool> storedAtSend;
+    unit.onSetReport = [&](const SentReport&) {
+        storedAtSend.push_back(desk.defaults.set.contains("Projection Distance"));
+        return kIOReturnSuccess;
+    };
+    item("Distance3").trigger(); // it does not fit the exposure
+    ASSERT_FALSE(storedAtSend.empty());
+    EXPECT_THAT(storedAtSend, testing::Each(false));
+    EXPECT_EQ(desk.defaults.set.at("Projection Distance"), DefaultsValue(std::int64_t{0}));
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")),
+                ElementsAre("Distance3", "Distance2", "* Distance1"));
+    EXPECT_EQ(log.lines().front(), "Light n:707 ");
+    EXPECT_EQ(log.lines().back(), "Light n:737 distance : " + addressOf(item("Distance3")));
+}
+
+TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
+    wantEverything();
+    startWithUnit();
+    driver->_forcedExposure = 46;
+    item("Distance1").trigger();
+    EXPECT_EQ(desk.defaults.set.at("Projection Distance"), DefaultsValue(std::int64_t{2}));
+    EXPECT_THAT(itemsOf(submenu("Projection Distance")),
+                ElementsAre("* Distance3", "Distance2", "Distance1"));
+    EXPECT_EQ(controller->faeTextField->text(), "46");
+}
+
+TEST_F(ControllerActionsTest, AboutShowsTheVersionsOfTheUnit) {
+    sharedState.cmosVer = 0x1F;
+    sharedState.NX9Ver = 0x23;
+    sharedState.wireless = 0;
+    startWithUnit();
+    QAction& about = item("About...");
+    about.trigger();
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:741 about : " + addressOf(about)));
+    EXPECT_TRUE(aboutPanelSays("Dongle version 2.3"));
+    EXPECT_TRUE(aboutPanelSays("CMOS version 1.15"));
+    EXPECT_TRUE(aboutPanelSays("NX9 Driver"));
+    sharedState.wireless = 1;
+    about.trigger();
+    EXPECT_TRUE(aboutPanelSays("Main Board version 2.3"));
+    EXPECT_FALSE(aboutPanelSays("CMOS"));
+}
+
+TEST_F(ControllerActionsTest, ExitEndsTheProgram) {
+    start();
+    QAction& exit = item("Exit");
+    exit.trigger();
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:746 exit : " + addressOf(exit)));
+    EXPECT_EQ(desk.runLoop.terminateStatus(), 0);
+}
+
+TEST_F(ControllerActionsTest, TheMenusCalibrationNamesItsItem) {
+    startWithUnit();
+    QAction& calibration = item("Calibration");
+    calibration.trigger();
+    EXPECT_THAT(log.lines(), IsSupersetOf({std::string("Light n:646 "),
+                                           "Light n:688 calibration : " + addressOf(calibration)}));
+    EXPECT_TRUE(windowIsVisible());
+}
+
+TEST_F(ControllerActionsTest, TheTargetHasTheSizeOfItsPicture) {
+    startWithUnit();
+    desk.defaults.set["Auto Calibration"] = true;
+    controller->calibration("x");
+    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
+    ASSERT_NE(used, nullptr);
+    EXPECT_EQ(used->targetSize().width, 48);
+    EXPECT_EQ(used->targetSize().height, 32);
+}
+
+TEST_F(ControllerActionsTest, AMissingPictureIsDrawnAndNamed) {
+    desk.bundle.files.erase("calib.svg");
+    startWithUnit();
+    controller->calibration("x");
+    EXPECT_THAT(log.lines(), Contains("Application: the picture calib.svg is missing"));
+    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
+    ASSERT_NE(used, nullptr);
+    EXPECT_EQ(used->targetSize().width, 64);
+    EXPECT_FALSE(used->calibrationTarget()->icon().isNull());
+}
+
+TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAgain) {
+    startWithUnit();
+    const auto queue = unit.makeQueue();
+    driver->_pointsQueue = queue;
+    controller->noiseDetectedCallback(*driver);
+    EXPECT_TRUE(controller->window->isVisible());
+    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:784 noiseDetectedCallback", "Light n:389 "));
+    unit.takeOperations();
+    controller->previewExitButton->click();
+    EXPECT_FALSE(controller->window->isVisible());
+    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:389 "));
+    EXPECT_THAT(unit.takeOperations(), Contains(StartsWith("queue1.start")));
+    driver->_pointsQueue = nullptr;
+    controller->invokePreview("x");
+    EXPECT_TRUE(controller->window->isVisible());
+    controller->invokePreview("x");
+    EXPECT_FALSE(controller->window->isVisible());
+}
+
+TEST_F(ControllerActionsTest, DetectAgainAsksForAPicture) {
+    start();
+    const PreviewImageRef old = std::make_shared<const PreviewImage>();
+    controller->imageView->setImage(old);
+    controller->previewDetectAgainButton->click();
+    EXPECT_EQ(log.lines().front(), "Light n:386 fired");
+    EXPECT_EQ(controller->imageView->image(), nullptr) << "without a unit there is none";
+}
+
+TEST_F(ControllerActionsTest, TheDebugWindowsButtonSendsTheSettings) {
+    desk.defaults.set["Debug Window"] = true;
+    startWithUnit();
+    unit.takeSent();
+    controller->debugWindow->onButton();
+    EXPECT_EQ(log.lines().front(), "Light n:847 ");
+    EXPECT_FALSE(unit.takeSent().empty());
+}
+
+TEST_F(ControllerActionsTest, TheDebugWindowsButtonWithoutAUnitSendsNothing) {
+    start();
+    controller->debugWindowButton("x");
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:847 ", "Event n:1958 device is not plugged."));
+}
+
+} // namespace
+} // namespace lightpen

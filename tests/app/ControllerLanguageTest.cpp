@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// Which language the menus and the help are in.
+#include "app/LightPenNX7Controller.h"
+
+#include <gmock/gmock.h>
+
+#include "app/ControllerFixture.h"
+
+namespace lightpen {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class ControllerLanguageTest : public ControllerFixture {
+protected:
+    std::string exitTitle() const { return menu().actions().back()->text().toStdString(); }
+    std::optional<std::string> stored() const {
+        const auto value = desk.defaults.objectForKey("Language");
+        return value ? std::optional(std::get<std::string>(*value)) : std::nullopt;
+    }
+};
+
+TEST_F(ControllerLanguageTest, TheSystemsFirstLanguageCountsWithoutAChoice) {
+    desk.locales.languages = {"ja", "de"};
+    start();
+    EXPECT_EQ(exitTitle(), "ja:Exit");
+    EXPECT_EQ(controller->previewExitButton->text(), "ja:Exit");
+    EXPECT_EQ(controller->previewDetectAgainButton->text(), "ja:Detect again!");
+    EXPECT_EQ(controller->previewMessage->text(), QString("ja:") + kStrayLightMessage);
+}
+
+TEST_F(ControllerLanguageTest, ARegionSelectsEnglish) {
+    desk.locales.languages = {"en-GB", "de"};
+    start();
+    EXPECT_EQ(exitTitle(), "Exit");
+    desk.locales.languages = {"de-AT"};
+    controller->localeDidChanged({});
+    EXPECT_EQ(exitTitle(), "Exit");
+}
+
+TEST_F(ControllerLanguageTest, AChangeOfTheSystemsLocaleIsFollowedWithoutAChoice) {
+    start();
+    desk.locales.languages = {"de"};
+    desk.notifications.post({std::string(kCurrentLocaleDidChange)});
+    EXPECT_EQ(exitTitle(), "de:Exit");
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:322 ", "Light n:311 ", "Light n:384 de modeMenu:2",
+                                         StartsWith("Light n:310 de:"), "Light n:150 "));
+}
+
+TEST_F(ControllerLanguageTest, AChoiceWinsOverTheSystem) {
+    desk.defaults.set["Language"] = std::string("ja");
+    desk.locales.languages = {"de"};
+    start();
+    desk.notifications.post({std::string(kCurrentLocaleDidChange)});
+    EXPECT_EQ(exitTitle(), "ja:Exit");
+}
+
+TEST_F(ControllerLanguageTest, AChoiceIsStoredAtOnceAndSeenAtTheNextMenu) {
+    wantEverything();
+    startWithUnit();
+    QAction& german = item("German");
+    german.trigger();
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:751 switchLanguage : " + addressOf(german)));
+    EXPECT_EQ(stored(), "de");
+    EXPECT_EQ(exitTitle(), "Exit");
+    EXPECT_THAT(itemsOf(submenu("Language")), ElementsAre("* English", "German", "Japanese"));
+    controller->deviceDidRemoveCallback(*driver);
+    EXPECT_EQ(exitTitle(), "de:Exit");
+    controller->statMenu(*driver);
+    EXPECT_THAT(itemsOf(submenu("de:Language")), ElementsAre("de:English", "* de:German", "de:Japanese"));
+    item("de:English").trigger();
+    EXPECT_EQ(stored(), "en");
+}
+
+TEST_F(ControllerLanguageTest, TitlesWithAnAmpersandAreFound) {
+    for (auto& [key, value] : desk.bundle.dictionaries["English.strings"].entries)
+        if (key == "Japanese")
+            value = {std::string("Ja & pan")};
+    wantEverything();
+    startWithUnit();
+    item("Ja && pan").trigger();
+    EXPECT_EQ(stored(), "ja");
+}
+
+TEST_F(ControllerLanguageTest, AnItemThatNamesNoLanguageStoresNothing) {
+    wantEverything();
+    desk.bundle.dictionaries.erase("English.strings");
+    startWithUnit();
+    QMenu& untitled = *menu().actions().at(2)->menu();
+    untitled.actions().front()->trigger();
+    EXPECT_EQ(log.lines().back(), "Application: no language is called \"\"");
+    const QAction unknown("Klingon");
+    controller->switchLanguage(unknown);
+    EXPECT_THAT(log.lines(), Contains("Application: no language is called \"Klingon\""));
+    EXPECT_EQ(stored(), std::nullopt);
+}
+
+TEST_F(ControllerLanguageTest, ForgettingTheChoiceFollowsTheSystemAgain) {
+    desk.defaults.set["Language"] = std::string("ja");
+    desk.locales.languages = {"de"};
+    start();
+    controller->resetLanguageSetting();
+    EXPECT_THAT(log.lines(), ElementsAre("Light n:111 "));
+    EXPECT_EQ(stored(), std::nullopt);
+    EXPECT_EQ(exitTitle(), "ja:Exit");
+    controller->localeDidChanged({});
+    EXPECT_EQ(exitTitle(), "de:Exit");
+}
+
+TEST_F(ControllerLanguageTest, AnIdentifierWithoutALanguageEndsTheProgramWithItsName) {
+    desk.defaults.set["Language"] = std::string("EN"); // only a hand writes it so
+    try {
+        controller->awakeFromNib();
+        FAIL() << "the menu was made";
+    } catch (const ProcessExit& exit) {
+        EXPECT_NE(exit.status, 0);
+    }
+    EXPECT_THAT(log.lines().back(), testing::HasSubstr("Language.plist has no language for the identifier "
+                                                       "\"EN\""));
+    EXPECT_THAT(log.lines(), Contains("Light n:384 EN modeMenu:2"));
+}
+
+TEST_F(ControllerLanguageTest, AMissingLanguageListEndsTheProgramWithItsName) {
+    desk.bundle.dictionaries.erase("Language.plist");
+    EXPECT_THROW(controller->awakeFromNib(), ProcessExit);
+    EXPECT_THAT(log.lines().back(), testing::HasSubstr("Language.plist"));
+}
+
+TEST_F(ControllerLanguageTest, ListsAreReadOnceAndTablesAtEachMenu) {
+    wantEverything();
+    startWithUnit();
+    desk.bundle.asked.clear();
+    desk.bundle.information.entries.clear();
+    controller->localeDidChanged({});
+    controller->localeDidChanged({});
+    EXPECT_THAT(desk.bundle.asked, ElementsAre("English.strings", "English.strings"));
+    EXPECT_EQ(submenu("Language").actions().size(), 3);
+}
+
+TEST_F(ControllerLanguageTest, HelpOpensTheDocumentOfTheChoiceAlone) {
+    desk.bundle.files["enu.htm"] = "/bundle/resources/enu.htm";
+    desk.bundle.files["jpn.htm"] = "/bundle/resources/jpn.htm";
+    desk.defaults.set["Help Menu"] = true;
+    desk.locales.languages = {"ja"};
+    startWithUnit();
+    item("ja:Help").trigger();
+    desk.defaults.set["Language"] = std::string("ja");
+    item("ja:Help").trigger();
+    controller->resetLanguageSetting();
+    item("ja:Help").trigger();
+    EXPECT_THAT(desk.workspace.opened, ElementsAre("/bundle/resources/enu.htm", "/bundle/resources/jpn.htm",
+                                                   "/bundle/resources/enu.htm"));
+    const std::string line =
+        "Light n:118 [[NSUserDefaults standardUserDefaults] objectForKey:kLocaleIdentifierKey]: ";
+    EXPECT_THAT(log.lines(), ElementsAre(line + "(null)", line + "ja", "Light n:111 ", line + "(null)"));
+}
+
+TEST_F(ControllerLanguageTest, AMissingHelpDocumentIsNamed) {
+    start();
+    desk.defaults.set["Language"] = std::string("fr");
+    controller->help();
+    EXPECT_THAT(desk.workspace.opened, IsEmpty());
+    EXPECT_EQ(log.lines().back(), "Application: the help document fra.htm is missing");
+}
+
+TEST_F(ControllerLanguageTest, WhatIsNoTextIsNoChoice) {
+    desk.defaults.set["Language"] = true;
+    desk.locales.languages = {"de"};
+    start();
+    EXPECT_EQ(exitTitle(), "de:Exit");
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+// From the program's start to the controller that is ready.
+#include "app/LightPenNX7Controller.h"
+
+#include <gmock/gmock.h>
+
+#include "app/ApplicationMain.h"
+#include "app/ControllerFixture.h"
+#include "app/DebugWindow.h"
+#include "app/PreviewWindow.h"
+
+namespace lightpen {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kAdded =
+    "Light n:79 Nothing is found in login window, adding LightPenNX7 into Start Up Group.";
+
+class ControllerStartUpTest : public ControllerFixture {
+protected:
+    ControllerStartUpTest() { desk.bundle.others["/opt/LightPenNX7"] = "org.lightpen.LightPenNX7"; }
+    // What the picture of the status item shows.
+    QColor statusColour() const {
+        return controller->statusItem->image().pixmap(16).toImage().pixelColor(8, 8);
+    }
+};
+
+TEST_F(ControllerStartUpTest, DefaultsAreRegisteredFromTheFile) {
+    PropertyListDictionary defaults;
+    defaults.entries = {{"Help Menu", {true}},
+                        {"Projection Distance", {std::int64_t{1}}},
+                        {"Scale", {0.5}},
+                        {"Pointer", {std::string("xtest")}},
+                        {"List", {PropertyListArray{}}}};
+    desk.bundle.dictionaries["NX.plist"] = defaults;
+    LightPenNX7Controller::initialize();
+    EXPECT_THAT(log.output(), MatchesRegex("Light n:43 \nLight n:44 0x[0-9a-f]+\n"));
+    EXPECT_EQ(desk.defaults.registered.size(), 4U);
+    EXPECT_EQ(desk.defaults.registered.at("Help Menu"), DefaultsValue(true));
+    EXPECT_EQ(desk.defaults.registered.at("Projection Distance"), DefaultsValue(std::int64_t{1}));
+    EXPECT_EQ(desk.defaults.registered.at("Scale"), DefaultsValue(0.5));
+    EXPECT_EQ(desk.defaults.registered.at("Pointer"), DefaultsValue(std::string("xtest")));
+    EXPECT_THAT(log.lines(), ElementsAre("Application: NX.plist has no simple value for \"List\""));
+}
+
+TEST_F(ControllerStartUpTest, WithoutTheFileNothingIsRegistered) {
+    desk.defaults.registered["kept"] = true;
+    LightPenNX7Controller::initialize();
+    EXPECT_EQ(desk.defaults.registered.size(), 1U);
+    EXPECT_EQ(log.output(), "Light n:43 \nLight n:44 (nil)\n");
+}
+
+TEST_F(ControllerStartUpTest, TheItemIsThereBeforeTheDriverIsAskedFor) {
+    std::vector<std::string> texts;
+    log.onOutput = [&](std::string_view text) {
+        texts.emplace_back(text);
+        if (text.starts_with("Light n:342")) {
+            ASSERT_NE(controller->statusItem, nullptr);
+            EXPECT_EQ(statusColour(), QColor(Qt::red));
+        }
+    };
+    desk.statusBar.there = true;
+    const Microseconds begin = desk.clock.now();
+    controller->awakeFromNib();
+    ASSERT_GE(texts.size(), 3U);
+    EXPECT_EQ(texts[0], "Light n:342 menu 設定\n");
+    EXPECT_EQ(texts[1], "Light n:356 轉入Event\n");
+    EXPECT_EQ(texts[2], "Event n:546 \n");
+    EXPECT_GT(desk.clock.now(), begin) << "the panel had no time to show the item";
+}
+
+TEST_F(ControllerStartUpTest, StartWithAUnitInItsOrder) {
+    sharedState.cmosVer = 0x21;
+    sharedState.NX9Ver = 0x34;
+    sharedState.wireless = 1;
+    desk.defaults.set["Launch At Start Up"] = true;
+    openUnit();
+    controller->awakeFromNib();
+    std::vector<std::string> own;
+    for (const std::string& line : log.lines())
+        if (line.starts_with("Light") || line.starts_with("Event n:721"))
+            own.push_back(line);
+    EXPECT_THAT(own, ElementsAre("Light n:357 cmosVer:0x21 veners: 0x34", "Light n:358 wireless: 1",
+                                 "Light n:311 ", "Light n:384 en modeMenu:1",
+                                 StartsWith("Light n:310 Strong"), "Light n:165 ", "Light n:280 About...",
+                                 "Light n:794 ", "Light n:799 value deviceDidAddCallback: 25", "Light n:47 ",
+                                 kAdded, "Event n:721 _hasNoise:0, has implement:1"));
+    EXPECT_EQ(controllerState.cmosVersion, 0x21);
+    EXPECT_EQ(controllerState.boardVersion, 0x34);
+    EXPECT_EQ(statusColour(), QColor(Qt::green));
+    EXPECT_EQ(controller->thresholdsTextField->text(), "512");
+    EXPECT_EQ(controller->faeTextField->text(), "25");
+    EXPECT_TRUE(controller->deviceConnected());
+    EXPECT_EQ(driver->deviceDelegate(), controller);
+}
+
+TEST_F(ControllerStartUpTest, StartWithoutAUnitInItsOrder) {
+    controller->awakeFromNib();
+    EXPECT_THAT(log.lines(),
+                ElementsAre("Light n:311 ", "Light n:384 en modeMenu:2", StartsWith("Light n:310 Strong"),
+                            "Light n:150 ", "Light n:47 ", "Event n:721 _hasNoise:0, has implement:1"));
+    EXPECT_EQ(statusColour(), QColor(Qt::red));
+    EXPECT_EQ(controller->thresholdsTextField->text(), "-1");
+    EXPECT_EQ(controller->faeTextField->text(), "-1");
+    EXPECT_FALSE(controller->deviceConnected());
+    EXPECT_FALSE(controller->window->isVisible());
+    EXPECT_FALSE(controller->debugWindow->isVisible());
+}
+
+TEST_F(ControllerStartUpTest, TheDebugWindowShowsWithItsDefaultAlone) {
+    desk.defaults.set["Debug Window"] = true;
+    driver->_forcedExposure = 77;
+    startWithUnit();
+    EXPECT_TRUE(controller->debugWindow->isVisible());
+    EXPECT_EQ(controller->faeTextField->text(), "77");
+    EXPECT_EQ(controller->debugWindow->windowTitle(), "Debug");
+}
+
+TEST_F(ControllerStartUpTest, StrayLightAtTheStartWarnsAndLeavesTheExit) {
+    sharedState.strayLightLevel = 12;
+    openUnit();
+    controller->awakeFromNib();
+    EXPECT_TRUE(controller->window->isVisible());
+    EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
+    EXPECT_FALSE(controller->deviceConnected());
+    const auto lines = log.lines();
+    const auto warned = std::find(lines.begin(), lines.end(), "Light n:784 noiseDetectedCallback");
+    const auto removed = std::find(lines.begin(), lines.end(), "Light n:883 ");
+    EXPECT_LT(warned, removed);
+    EXPECT_NE(removed, lines.end());
+}
+
+TEST_F(ControllerStartUpTest, MissingPicturesAreNamedAndStoodInFor) {
+    desk.bundle.files.clear();
+    openUnit();
+    controller->awakeFromNib();
+    EXPECT_THAT(log.lines(), Contains("Application: the picture disconn.svg is missing"));
+    EXPECT_THAT(log.lines(), Contains("Application: the picture connect.svg is missing"));
+    EXPECT_EQ(statusColour(), QColor(Qt::white));
+}
+
+TEST_F(ControllerStartUpTest, TheLoginListIsWrittenAtEveryStart) {
+    desk.loginItems.stored = std::vector<LoginItem>{{"/usr/bin/mail", false, "mail.desktop"}};
+    controller->awakeFromNib();
+    EXPECT_EQ(desk.loginItems.synchronizations, 1);
+    EXPECT_EQ(desk.loginItems.stored->size(), 1U);
+    EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("tart"))));
+}
+
+TEST_F(ControllerStartUpTest, TheLoginEntryComesIsRefreshedAndGoes) {
+    desk.defaults.set["Launch At Start Up"] = true;
+    controller->processLaunchAtStartUp();
+    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:47 ", kAdded));
+    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(LoginItem{"/opt/LightPenNX7", false, ""}));
+    desk.bundle.path = "/home/me/LightPenNX7";
+    controller->processLaunchAtStartUp();
+    EXPECT_THAT(
+        log.takeLines(),
+        ElementsAre("Light n:47 ",
+                    "Light n:87 LightPenNX7 StartUp setting found in system, updating APP path now."));
+    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(LoginItem{"/home/me/LightPenNX7", false, ""}));
+    desk.bundle.others["/home/me/LightPenNX7"] = "org.lightpen.LightPenNX7";
+    desk.defaults.set["Launch At Start Up"] = false;
+    controller->processLaunchAtStartUp();
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Light n:47 ",
+                            "Light n:98 User cancel the StartUp function, deleting the login window now."));
+    EXPECT_THAT(*desk.loginItems.stored, IsEmpty());
+    EXPECT_EQ(desk.loginItems.synchronizations, 3);
+}
+
+TEST_F(ControllerStartUpTest, ALoginListThatCannotBeWrittenStopsNothing) {
+    desk.loginItems.writable = false;
+    desk.defaults.set["Launch At Start Up"] = true;
+    start();
+    EXPECT_EQ(desk.loginItems.stored, std::nullopt);
+    EXPECT_EQ(driver->deviceDelegate(), controller);
+}
+
+TEST_F(ControllerStartUpTest, TheApplicationRunsTheLoopAndEndsWithItsStatus) {
+    desk.bundle.dictionaries["NX.plist"].entries = {{"Help Menu", {true}}};
+    controller.reset();
+    bool ran = false;
+    try {
+        applicationMain([&] {
+            ran = true;
+            EXPECT_NE(driver->deviceDelegate(), nullptr);
+            EXPECT_TRUE(desk.defaults.registered.contains("Help Menu"));
+            return 3;
+        });
+        FAIL() << "it came back";
+    } catch (const ProcessExit& exit) {
+        EXPECT_EQ(exit.status, 3);
+    }
+    EXPECT_TRUE(ran);
+}
+
+} // namespace
+} // namespace lightpen
