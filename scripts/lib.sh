@@ -126,7 +126,7 @@ run_ctest() {
 # server_address then holds. The server ends with this script.
 server_address=
 start_server() {
-    local name=$1
+    local name=$1-${#own_processes[@]}
     shift
     command -v "$1" >/dev/null || die "$1 is not installed."
     mkfifo "$work_directory/$name.ready"

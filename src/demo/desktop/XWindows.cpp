@@ -102,6 +102,11 @@ void XWindows::close(const ShownWindow& window) {
     sync();
 }
 
+void XWindows::hide(const ShownWindow& window) {
+    xcb_unmap_window(connection_, window.id);
+    sync();
+}
+
 void XWindows::click(int x, int y, std::uint8_t button) {
     xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root_,
                         static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);

@@ -39,6 +39,8 @@ public:
     std::vector<int> frame(const ShownWindow& window);
     // Asks it to close, as the window manager's button does.
     void close(const ShownWindow& window);
+    // Takes it off the screen, as a window manager does that minimises it.
+    void hide(const ShownWindow& window);
     // Moves the pointer there and presses and releases a button: 1 left, 3 right.
     void click(int x, int y, std::uint8_t button = 1);
     // Presses and releases the key of the server's own keyboard.
