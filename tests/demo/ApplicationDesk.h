@@ -105,6 +105,12 @@ public:
             return testing::AssertionSuccess();
         return testing::AssertionFailure() << testing::PrintToString(last) << "; the log:\n" << program.log();
     }
+    // Clicks the entry that ends the program and waits for that; its exit status. An answer to the click may
+    // come too late.
+    std::optional<int> exitBy(const std::string& label) {
+        menu->click(std::vector<std::string>{label});
+        return program.waitForEnd();
+    }
     std::vector<ShownWindow> windows() { return screen.shown(program.processId()); }
     // The application's window that fulfils the condition; none when no such one is shown.
     template <class Condition>

@@ -99,8 +99,7 @@ TEST_F(ApplicationChoiceTest, TheChoiceHoldsAtTheNextStart) {
     user.set("Language", "ru");
     ASSERT_TRUE(comes(user));
     EXPECT_TRUE(user.showsMenu(exitMenu("Russian")));
-    ASSERT_TRUE(user.menu->click(exitMenu("Russian")));
-    ASSERT_EQ(user.program.waitForEnd(), 0);
+    ASSERT_EQ(user.exitBy(exitMenu("Russian").front()), 0);
     EXPECT_TRUE(comesTrue([&] { return watcher.items().empty(); }));
     ASSERT_TRUE(comes(user));
     EXPECT_TRUE(user.showsMenu(exitMenu("Russian")));

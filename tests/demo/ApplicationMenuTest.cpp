@@ -58,8 +58,7 @@ TEST_F(ApplicationMenuTest, AUnitThatComesWhileTheMenuIsOpen) {
     ASSERT_TRUE(user.program.perform("plug"));
     EXPECT_TRUE(user.showsMenu(fullMenu("English")));
     EXPECT_TRUE(user.menu->close());
-    EXPECT_TRUE(user.menu->click(Labels{"Exit"}));
-    EXPECT_EQ(user.program.waitForEnd(), 0);
+    EXPECT_EQ(user.exitBy("Exit"), 0);
 }
 
 TEST_F(ApplicationMenuTest, SettingsTakeEntriesAway) {
@@ -203,8 +202,7 @@ TEST_F(ApplicationMenuTest, AboutTellsTheUnitsVersions) {
 TEST_F(ApplicationMenuTest, ExitEndsItInOrder) {
     ASSERT_TRUE(comes(user, {"--plugged"}));
     ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    ASSERT_TRUE(user.menu->click(Labels{"Exit"}));
-    EXPECT_EQ(user.program.waitForEnd(), 0);
+    EXPECT_EQ(user.exitBy("Exit"), 0);
     EXPECT_TRUE(comesTrue([&] { return watcher.items().empty(); }));
 }
 
@@ -225,8 +223,7 @@ TEST_F(ApplicationMenuTest, ThePanelIsRestarted) {
     watcher.appear();
     ASSERT_TRUE(user.itemComes(watcher));
     EXPECT_TRUE(user.showsMenu({"Exit"}));
-    EXPECT_TRUE(user.menu->click(Labels{"Exit"}));
-    EXPECT_EQ(user.program.waitForEnd(), 0);
+    EXPECT_EQ(user.exitBy("Exit"), 0);
 }
 
 } // namespace
