@@ -7,9 +7,9 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
-#include "demo/desktop/FakeStatusNotifierWatcher.h"
 
 namespace lightpen {
 namespace {

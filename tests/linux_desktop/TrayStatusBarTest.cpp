@@ -7,10 +7,10 @@
 #include <QPixmap>
 #include <QSystemTrayIcon>
 
+#include "demo/desktop/FakeStatusNotifierWatcher.h"
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
 #include "support/Xvfb.h"
-#include "demo/desktop/FakeStatusNotifierWatcher.h"
 #include "support/linux/FakeXTray.h"
 
 namespace lightpen {
