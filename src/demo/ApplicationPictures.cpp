@@ -2,7 +2,6 @@
 #include "demo/ApplicationPictures.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -38,8 +37,7 @@ constexpr LanguageName kPreviews[] = {{"en", "help/preview"},          {"zh-Hant
                                       {"fr", "help/preview-fra"},      {"de", "help/preview-deu"}};
 
 std::string displayName() {
-    const char* const name = std::getenv("DISPLAY");
-    return name ? name : "";
+    return qEnvironmentVariable("DISPLAY").toStdString();
 }
 
 QRect placeOf(const ShownWindow& window) {
@@ -60,14 +58,14 @@ ApplicationPictures::ApplicationPictures(std::string program, std::filesystem::p
 
 std::string ApplicationPictures::take() {
     for (const auto& [identifier, name] : kMenus)
-        if (const std::string problem = takeMenu(identifier, name); !problem.empty())
+        if (std::string problem = takeMenu(identifier, name); !problem.empty())
             return problem;
-    if (const std::string problem = takeWindows(); !problem.empty())
+    if (std::string problem = takeWindows(); !problem.empty())
         return problem;
-    if (const std::string problem = takeCalibration(); !problem.empty())
+    if (std::string problem = takeCalibration(); !problem.empty())
         return problem;
     for (const auto& [identifier, name] : kPreviews)
-        if (const std::string problem = takePreview(identifier, name); !problem.empty())
+        if (std::string problem = takePreview(identifier, name); !problem.empty())
             return problem;
     return {};
 }
@@ -102,12 +100,12 @@ std::string ApplicationPictures::start(const std::vector<std::string>& options, 
     if (!file.open(QIODevice::WriteOnly) || file.write(("[General]\n" + settings + "\n").c_str()) < 0)
         return "no settings can be written below " + home.string();
     file.close();
-    const std::string problem = program_.start(options, {{"HOME", home},
-                                                         {"XDG_CONFIG_HOME", home / "config"},
-                                                         {"XDG_DATA_HOME", home / "data"},
-                                                         {"XDG_CACHE_HOME", home / "cache"},
-                                                         {"LC_ALL", "C.UTF-8"},
-                                                         {"LANGUAGE", ""}});
+    std::string problem = program_.start(options, {{"HOME", home},
+                                                   {"XDG_CONFIG_HOME", home / "config"},
+                                                   {"XDG_DATA_HOME", home / "data"},
+                                                   {"XDG_CACHE_HOME", home / "cache"},
+                                                   {"LC_ALL", "C.UTF-8"},
+                                                   {"LANGUAGE", ""}});
     if (!problem.empty())
         return problem;
     if (!comes([this] { return tray_.hasIcon() || !program_.running(); }) || !program_.running())
@@ -139,7 +137,7 @@ std::string ApplicationPictures::openMenu() {
 }
 
 std::string ApplicationPictures::choose(int entry) {
-    if (const std::string problem = openMenu(); !problem.empty())
+    if (std::string problem = openMenu(); !problem.empty())
         return problem;
     for (int i = 0; i < entry; ++i)
         windows_.pressKey(kDown);

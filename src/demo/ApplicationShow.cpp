@@ -40,8 +40,7 @@ double distance(ScreenPoint one, ScreenPoint other) {
 }
 
 std::string busAddress() {
-    const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    return address ? address : "";
+    return qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").toStdString();
 }
 
 void print(const MenuEntry& entry, int depth) {
@@ -64,7 +63,7 @@ std::string ApplicationShow::run() {
     using Step = std::string (ApplicationShow::*)();
     for (const Step step : {&ApplicationShow::begin, &ApplicationShow::plug, &ApplicationShow::calibrate,
                             &ApplicationShow::draw, &ApplicationShow::changeLanguage, &ApplicationShow::exit})
-        if (const std::string problem = (this->*step)(); !problem.empty())
+        if (std::string problem = (this->*step)(); !problem.empty())
             return problem + "\nThe application's log:\n" + application_.log();
     return {};
 }
@@ -119,9 +118,9 @@ std::string ApplicationShow::calibrate() {
 std::string ApplicationShow::draw() {
     std::puts("The pen draws on a canvas, which sees what the X server delivers:");
     CanvasProcess canvas(runLoop_);
-    if (const std::string problem = canvas.start(canvasProgram_); !problem.empty())
+    if (std::string problem = canvas.start(canvasProgram_); !problem.empty())
         return problem;
-    if (const std::string problem = drawStrokes(canvas); !problem.empty())
+    if (std::string problem = drawStrokes(canvas); !problem.empty())
         return problem;
     const std::string picture = (output_ / "application.png").string();
     canvas.command("save " + picture);

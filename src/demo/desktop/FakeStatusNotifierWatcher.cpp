@@ -89,8 +89,8 @@ public Q_SLOTS:
     }
 
 Q_SIGNALS:
-    void StatusNotifierItemRegistered(const QString& service);
-    void StatusNotifierItemUnregistered(const QString& service);
+    void StatusNotifierItemRegistered(const QString&);
+    void StatusNotifierItemUnregistered(const QString&);
     void StatusNotifierHostRegistered();
 
 private:

@@ -23,7 +23,7 @@ struct MenuEntry {
 
     bool isSeparator() const { return type == "separator"; }
     // The entry with this label right below this one; null when there is none.
-    const MenuEntry* child(const std::string& label) const;
+    const MenuEntry* child(const std::string& wanted) const;
     // The labels right below this one, "-" for a separator.
     std::vector<std::string> labels() const;
 };
