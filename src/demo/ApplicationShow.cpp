@@ -72,13 +72,12 @@ std::string ApplicationShow::begin() {
     std::puts("The application starts; its item is in the panel. Its menu without a unit:");
     panel_.appear();
     const std::filesystem::path home = home_.path().toStdString();
-    const std::string problem =
-        application_.start({"--commands", "--xtest"}, {{"HOME", home},
-                                                       {"XDG_CONFIG_HOME", home / "config"},
-                                                       {"XDG_DATA_HOME", home / "data"},
-                                                       {"XDG_CACHE_HOME", home / "cache"},
-                                                       {"LC_ALL", "C.UTF-8"},
-                                                       {"LANGUAGE", ""}});
+    std::string problem = application_.start({"--commands", "--xtest"}, {{"HOME", home},
+                                                                         {"XDG_CONFIG_HOME", home / "config"},
+                                                                         {"XDG_DATA_HOME", home / "data"},
+                                                                         {"XDG_CACHE_HOME", home / "cache"},
+                                                                         {"LC_ALL", "C.UTF-8"},
+                                                                         {"LANGUAGE", ""}});
     if (!problem.empty())
         return problem;
     const bool came = comesTrue([this] {
