@@ -15,10 +15,6 @@ constexpr std::uint8_t kEscape = 9;
 
 class ApplicationCalibrationTest : public ApplicationTest {
 protected:
-    void comesWithUnit(const Labels& options) {
-        ASSERT_TRUE(comes(user, options));
-        ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    }
     void begin() {
         ASSERT_TRUE(user.menu->click(Labels{"Calibration"}));
         ASSERT_TRUE(comesTrue([&] { return user.coveringWindow().has_value(); })) << user.program.log();
@@ -51,7 +47,7 @@ protected:
 };
 
 TEST_F(ApplicationCalibrationTest, ByHandFromAnEmptyFlash) {
-    comesWithUnit({"--plugged"});
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged"}));
     ASSERT_EQ(user.program.ask("flash"), "ok empty");
     begin();
     ASSERT_TRUE(sessionEnds());
@@ -72,7 +68,7 @@ TEST_F(ApplicationCalibrationTest, ByHandFromAnEmptyFlash) {
 
 TEST_F(ApplicationCalibrationTest, AutomaticWithoutAHand) {
     user.set("Auto Calibration", "true");
-    comesWithUnit({"--plugged", "--no-hand"});
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--no-hand"}));
     begin();
     ASSERT_TRUE(sessionEnds());
     ASSERT_TRUE(comesTrue([&] { return user.program.ask("flash") != "ok empty"; }));
@@ -81,7 +77,7 @@ TEST_F(ApplicationCalibrationTest, AutomaticWithoutAHand) {
 }
 
 TEST_F(ApplicationCalibrationTest, EscapeKeepsWhatTheFlashHad) {
-    comesWithUnit({"--plugged", "--calibrated", "--no-hand"});
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--calibrated", "--no-hand"}));
     const auto before = flash();
     begin();
     user.screen.pressKey(kEscape);
@@ -91,7 +87,7 @@ TEST_F(ApplicationCalibrationTest, EscapeKeepsWhatTheFlashHad) {
 }
 
 TEST_F(ApplicationCalibrationTest, AUnitThatLeavesEndsTheSession) {
-    comesWithUnit({"--plugged", "--no-hand"});
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--no-hand"}));
     begin();
     ASSERT_TRUE(user.program.perform("unplug"));
     EXPECT_TRUE(sessionEnds());

@@ -105,6 +105,22 @@ public:
             return testing::AssertionSuccess();
         return testing::AssertionFailure() << testing::PrintToString(last) << "; the log:\n" << program.log();
     }
+    // Performs commands for the unit, one after the other.
+    testing::AssertionResult performs(const std::vector<std::string>& commands) {
+        for (const std::string& command : commands)
+            if (!program.perform(command))
+                return testing::AssertionFailure() << command << "; the log:\n" << program.log();
+        return testing::AssertionSuccess();
+    }
+    // Clicks the entry to which these labels lead; whether the setting then comes to have this value.
+    testing::AssertionResult clickStores(const std::vector<std::string>& way, const std::string& key,
+                                         const std::string& value) {
+        if (!menu->click(way))
+            return testing::AssertionFailure() << "there is no " << testing::PrintToString(way);
+        if (comesTrue([&] { return stored(key) == value; }))
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "stored is \"" << stored(key) << '"';
+    }
     // Clicks the entry that ends the program and waits for that; its exit status. An answer to the click may
     // come too late.
     std::optional<int> exitBy(const std::string& label) {

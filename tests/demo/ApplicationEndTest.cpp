@@ -30,15 +30,13 @@ TEST_F(ApplicationEndTest, WhileTheUnitsFlashIsAwaited) {
 }
 
 TEST_F(ApplicationEndTest, WithTheMenuOpen) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user));
     ASSERT_TRUE(user.menu->open());
     ends();
 }
 
 TEST_F(ApplicationEndTest, DuringACalibration) {
-    ASSERT_TRUE(comes(user, {"--plugged", "--no-hand"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--no-hand"}));
     ASSERT_TRUE(user.menu->click(Labels{"Calibration"}));
     ASSERT_TRUE(comesTrue([&] { return user.coveringWindow().has_value(); }));
     ends();

@@ -34,24 +34,28 @@ protected:
         const std::string& key = speaker.language.key;
         EXPECT_TRUE(speaker.desk.showsMenu(fullMenu(key)));
         const auto root = speaker.desk.menu->layout();
-        ASSERT_TRUE(root);
-        EXPECT_TRUE(allUsable(*root));
+        EXPECT_TRUE(root && allUsable(*root));
         const std::string distance = texts(key, {"Projection Distance"}).front();
         const std::string language = texts(key, {"Language"}).front();
-        ASSERT_TRUE(root->child(distance) && root->child(language));
-        EXPECT_EQ(root->child(distance)->labels(), texts(key, {"Distance3", "Distance2", "Distance1"}));
-        EXPECT_EQ(root->child(language)->labels(), texts(key, languageKeys()));
-        EXPECT_EQ(checkedBelow(*root, language), texts(key, {key}));
+        EXPECT_EQ(speaker.desk.labels({distance}), texts(key, {"Distance3", "Distance2", "Distance1"}));
+        EXPECT_EQ(speaker.desk.labels({language}), texts(key, languageKeys()));
+        EXPECT_EQ(checkedBelow(root.value_or(MenuEntry{}), language), texts(key, {key}));
+    }
+    // A user for each of the next few languages, with the application started.
+    std::vector<std::unique_ptr<Speaker>> speakersFrom(std::size_t first) {
+        const auto& all = applicationLanguages();
+        std::vector<std::unique_ptr<Speaker>> speakers;
+        panel();
+        for (std::size_t i = first; i < std::min(first + kAtOnce, all.size()); ++i) {
+            speakers.push_back(std::make_unique<Speaker>(all[i]));
+            EXPECT_TRUE(speakers.back()->desk.start());
+        }
+        return speakers;
     }
 };
 
 TEST_P(ApplicationLanguageTest, EachTextIsTheOneOfItsTable) {
-    std::vector<std::unique_ptr<Speaker>> speakers;
-    for (std::size_t i = GetParam(); i < std::min(GetParam() + kAtOnce, applicationLanguages().size()); ++i) {
-        speakers.push_back(std::make_unique<Speaker>(applicationLanguages()[i]));
-        panel();
-        ASSERT_TRUE(speakers.back()->desk.start());
-    }
+    const auto speakers = speakersFrom(GetParam());
     for (const auto& speaker : speakers) {
         SCOPED_TRACE(speaker->language.key);
         ASSERT_TRUE(speaker->desk.itemComes(watcher));
@@ -73,10 +77,8 @@ TEST_F(ApplicationChoiceTest, ThereAreSixteenLanguages) {
 }
 
 TEST_F(ApplicationChoiceTest, ALanguageIsStoredAtOnceAndShownWithTheNextMenu) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    ASSERT_TRUE(user.menu->click(Labels{"Language", "French"}));
-    EXPECT_TRUE(comesTrue([&] { return user.stored("Language") == "fr"; })) << user.stored("Language");
+    ASSERT_TRUE(comesWithUnit(user));
+    EXPECT_TRUE(user.clickStores({"Language", "French"}, "Language", "fr"));
     EXPECT_EQ(user.labels(), fullMenu("English"));
     EXPECT_THAT(checkedBelow(user.menu->layout().value(), "Language"), ElementsAre("English"));
 
@@ -91,8 +93,7 @@ TEST_F(ApplicationChoiceTest, ALanguageIsStoredAtOnceAndShownWithTheNextMenu) {
     EXPECT_THAT(checkedBelow(user.menu->layout().value(), language), ElementsAre(french));
 
     // By its name in the language of the menu.
-    ASSERT_TRUE(user.menu->click(Labels{language, thai}));
-    EXPECT_TRUE(comesTrue([&] { return user.stored("Language") == "th"; })) << user.stored("Language");
+    EXPECT_TRUE(user.clickStores({language, thai}, "Language", "th"));
 }
 
 TEST_F(ApplicationChoiceTest, TheChoiceHoldsAtTheNextStart) {

@@ -19,7 +19,7 @@ protected:
     static int exposureOf(const ApplicationDesk& desk) {
         constexpr std::string_view kWords = "value deviceDidAddCallback: ";
         const auto at = desk.program.log().rfind(kWords);
-        return at == std::string::npos ? -1 : std::atoi(desk.program.log().c_str() + at + kWords.size());
+        return at == std::string::npos ? -1 : std::stoi(desk.program.log().substr(at + kWords.size()));
     }
 };
 
@@ -41,10 +41,8 @@ TEST_F(ApplicationMenuTest, AUnitThatIsThereAtTheStart) {
 }
 
 TEST_F(ApplicationMenuTest, TwoQuickReplugs) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    for (const char* step : {"unplug", "plug", "unplug", "plug"})
-        ASSERT_TRUE(user.program.perform(step));
+    ASSERT_TRUE(comesWithUnit(user));
+    ASSERT_TRUE(user.performs({"unplug", "plug", "unplug", "plug"}));
     EXPECT_TRUE(comesTrue(
         [&] { return user.program.ask("state").value_or("").find("connected=yes") != std::string::npos; }));
     EXPECT_TRUE(user.showsMenu(fullMenu("English")));
@@ -55,7 +53,7 @@ TEST_F(ApplicationMenuTest, AUnitThatComesWhileTheMenuIsOpen) {
     ASSERT_TRUE(comes(user));
     ASSERT_TRUE(user.showsMenu({"Exit"}));
     EXPECT_TRUE(user.menu->open());
-    ASSERT_TRUE(user.program.perform("plug"));
+    ASSERT_TRUE(user.performs({"plug"}));
     EXPECT_TRUE(user.showsMenu(fullMenu("English")));
     EXPECT_TRUE(user.menu->close());
     EXPECT_EQ(user.exitBy("Exit"), 0);
@@ -71,29 +69,21 @@ TEST_F(ApplicationMenuTest, SettingsTakeEntriesAway) {
 // The other entries
 
 TEST_F(ApplicationMenuTest, ADistanceIsStored) {
-    ASSERT_TRUE(comes(user, {"--plugged", "--calibrated"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--calibrated"}));
     ASSERT_TRUE(user.program.waitForLog("value deviceDidAddCallback: "));
     const auto flash = user.program.ask("flash");
     const std::map<std::string, std::string> tags{{"Distance1", "2"}, {"Distance2", "1"}, {"Distance3", "0"}};
     for (const auto& [name, tag] : tags) {
         const auto before = user.program.log().size();
-        ASSERT_TRUE(user.menu->click(Labels{"Projection Distance", name}));
-        EXPECT_TRUE(comesTrue([&] { return user.stored("Projection Distance") == tag; })) << name;
+        EXPECT_TRUE(user.clickStores({"Projection Distance", name}, "Projection Distance", tag));
         EXPECT_TRUE(user.program.waitForLog("Light n:737 distance : ", before));
     }
     EXPECT_EQ(user.program.ask("flash"), flash) << "the calibration is still the same";
 }
 
-TEST_F(ApplicationMenuTest, ADistanceIsMarkedWhoseThresholdIsTheExposure) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    ASSERT_TRUE(user.program.waitForLog("value deviceDidAddCallback: "));
-    const int exposure = exposureOf(user);
-    ASSERT_GT(exposure, 0);
-
-    // The thresholds are those of the dictionary beside the program.
-    const TemporaryDirectory folder;
+// A copy of the application in that folder, with the exposure as the first and the last threshold of the
+// dictionary beside it; returns the program.
+std::string copyWithThresholds(const TemporaryDirectory& folder, int exposure) {
     const std::filesystem::path original(LIGHTPEN_EMULATED);
     std::filesystem::copy(original.parent_path(), folder.path(),
                           std::filesystem::copy_options::recursive |
@@ -101,53 +91,62 @@ TEST_F(ApplicationMenuTest, ADistanceIsMarkedWhoseThresholdIsTheExposure) {
     std::string dictionary = readFile(folder.file("Info.plist"));
     const std::string key = "<key>Threshold Values</key>";
     const auto start = dictionary.find(key);
-    ASSERT_NE(start, std::string::npos);
+    EXPECT_NE(start, std::string::npos);
     const std::string number = "<integer>" + std::to_string(exposure) + "</integer>";
     dictionary.replace(start, dictionary.find("</array>", start) - start,
                        key + "<array>" + number + "<integer>7</integer>" + number);
     writeFile(folder.file("Info.plist"), dictionary);
+    return folder.file(original.filename().string());
+}
 
-    ApplicationDesk other(folder.file(original.filename().string()));
-    ASSERT_TRUE(comes(other, {"--plugged"}));
-    ASSERT_TRUE(other.showsMenu(fullMenu("English")));
+TEST_F(ApplicationMenuTest, ADistanceIsMarkedWhoseThresholdIsTheExposure) {
+    ASSERT_TRUE(comesWithUnit(user));
+    ASSERT_TRUE(user.program.waitForLog("value deviceDidAddCallback: "));
+    const int exposure = exposureOf(user);
+    ASSERT_GT(exposure, 0);
+
+    const TemporaryDirectory folder;
+    ApplicationDesk other(copyWithThresholds(folder, exposure));
+    ASSERT_TRUE(comesWithUnit(other));
     const auto checked = [&] { return checkedBelow(other.menu->layout().value(), "Projection Distance"); };
     EXPECT_TRUE(comesTrue([&] { return !checked().empty(); }));
     EXPECT_THAT(checked(), ElementsAre("Distance3", "Distance1"));
-    ASSERT_TRUE(other.menu->click(Labels{"Projection Distance", "Distance2"}));
-    EXPECT_TRUE(comesTrue([&] { return other.stored("Projection Distance") == "1"; }));
+    ASSERT_TRUE(other.clickStores({"Projection Distance", "Distance2"}, "Projection Distance", "1"));
     EXPECT_THAT(checked(), ElementsAre("Distance3", "Distance1")) << "the mark is the exposure's";
 }
 
+struct HelpChoice {
+    const char* language;
+    const char* identifier;
+    const char* document;
+};
+// The menu stays as it is until it is made again; the help is that of the choice.
+constexpr HelpChoice kHelp[] = {{"Traditional Chinese", "zh-Hant", "cht.htm"},
+                                {"Simplified Chinese", "zh-Hans", "chs.htm"},
+                                {"Japanese", "ja", "jpn.htm"},
+                                {"Italian", "it", "ita.htm"},
+                                {"Spanish", "es", "esp.htm"},
+                                {"French", "fr", "fra.htm"},
+                                {"German", "de", "enu.htm"},
+                                {"Korean", "ko", "enu.htm"}};
+
 TEST_F(ApplicationMenuTest, HelpOpensTheDocumentOfTheStoredLanguage) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user));
     const std::filesystem::path resources =
         std::filesystem::path(LIGHTPEN_EMULATED).parent_path() / "resources";
     std::string expected;
-    const auto help = [&](const std::string& document) {
-        ASSERT_TRUE(user.menu->click(Labels{"Help"}));
+    const auto expectHelp = [&](const std::string& document) {
+        EXPECT_TRUE(user.menu->click(Labels{"Help"}));
         expected += "file://" + (resources / document).string() + "\n";
         EXPECT_TRUE(comesTrue([&] { return user.opened().size() >= expected.size(); }));
-        EXPECT_EQ(user.opened(), expected);
         EXPECT_TRUE(std::filesystem::exists(resources / document));
     };
-    help("enu.htm");
-    // The menu stays as it is until it is made again; the help is that of the choice.
-    const std::map<std::string, std::string> documents{{"Traditional Chinese", "cht.htm"},
-                                                       {"Simplified Chinese", "chs.htm"},
-                                                       {"Japanese", "jpn.htm"},
-                                                       {"Italian", "ita.htm"},
-                                                       {"Spanish", "esp.htm"},
-                                                       {"French", "fra.htm"},
-                                                       {"German", "enu.htm"},
-                                                       {"Korean", "enu.htm"}};
-    for (const auto& [language, document] : documents) {
-        SCOPED_TRACE(language);
-        const std::string before = user.stored("Language");
-        ASSERT_TRUE(user.menu->click(Labels{"Language", language}));
-        ASSERT_TRUE(comesTrue([&] { return user.stored("Language") != before; }));
-        help(document);
+    expectHelp("enu.htm");
+    for (const HelpChoice& choice : kHelp) {
+        ASSERT_TRUE(user.clickStores({"Language", choice.language}, "Language", choice.identifier));
+        expectHelp(choice.document);
     }
+    EXPECT_EQ(user.opened(), expected);
 }
 
 // Clicks from the panel's upper edge downwards until there is text to be copied, and copies it.
@@ -174,34 +173,28 @@ std::string copiedFrom(const ShownWindow& window) {
 
 TEST_F(ApplicationMenuTest, AboutTellsTheUnitsVersions) {
     ASSERT_TRUE(comes(user, {"--wireless", "0"}));
-    ASSERT_TRUE(user.program.perform("board 35")); // 0x23
-    ASSERT_TRUE(user.program.perform("cmos 249")); // 0xF9
-    ASSERT_TRUE(user.program.perform("plug"));
+    ASSERT_TRUE(user.performs({"board 35", "cmos 249", "plug"})); // 0x23, 0xF9
     ASSERT_TRUE(user.showsMenu(fullMenu("English")));
     const auto about = [&] { return user.windowTitled("NX9 Driver"); };
+    const auto aboutText = [&]() -> std::string {
+        user.menu->click(Labels{"About..."});
+        const bool came =
+            comesTrue([&] { return about() && user.screen.focused(user.program.processId()) == about(); });
+        return came ? copiedFrom(*about()) : "the panel did not come";
+    };
     EXPECT_FALSE(about());
-    ASSERT_TRUE(user.menu->click(Labels{"About..."}));
-    ASSERT_TRUE(
-        comesTrue([&] { return about() && user.screen.focused(user.program.processId()) == about(); }));
-    EXPECT_EQ(copiedFrom(*about()), "Dongle version 2.3\n\n  CMOS version 15.9\n");
-    user.screen.close(*about());
+    EXPECT_EQ(aboutText(), "Dongle version 2.3\n\n  CMOS version 15.9\n");
+    user.screen.close(about().value());
     EXPECT_TRUE(comesTrue([&] { return !about(); }));
 
     // The next unit is another one.
-    ASSERT_TRUE(user.program.perform("unplug"));
-    ASSERT_TRUE(user.showsMenu({"Exit"}));
-    ASSERT_TRUE(user.program.perform("wireless 1"));
-    ASSERT_TRUE(user.program.perform("plug"));
+    ASSERT_TRUE(user.performs({"unplug", "wireless 1", "plug"}));
     ASSERT_TRUE(user.showsMenu(fullMenu("English")));
-    ASSERT_TRUE(user.menu->click(Labels{"About..."}));
-    ASSERT_TRUE(
-        comesTrue([&] { return about() && user.screen.focused(user.program.processId()) == about(); }));
-    EXPECT_EQ(copiedFrom(*about()), "Main Board version 2.3\n");
+    EXPECT_EQ(aboutText(), "Main Board version 2.3\n");
 }
 
 TEST_F(ApplicationMenuTest, ExitEndsItInOrder) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user));
     EXPECT_EQ(user.exitBy("Exit"), 0);
     EXPECT_TRUE(comesTrue([&] { return watcher.items().empty(); }));
 }
@@ -216,8 +209,7 @@ TEST_F(ApplicationMenuTest, ThePanelComesAfterTheProgram) {
 }
 
 TEST_F(ApplicationMenuTest, ThePanelIsRestarted) {
-    ASSERT_TRUE(comes(user, {"--plugged"}));
-    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    ASSERT_TRUE(comesWithUnit(user));
     watcher.disappear();
     ASSERT_TRUE(user.program.perform("unplug"));
     watcher.appear();

@@ -27,6 +27,11 @@ protected:
         const auto started = desk.start(options);
         return started ? desk.itemComes(watcher) : started;
     }
+    // The same, and whether the item has the whole menu in English.
+    testing::AssertionResult comesWithUnit(ApplicationDesk& desk, const Labels& options = {"--plugged"}) {
+        const auto came = comes(desk, options);
+        return came ? desk.showsMenu(fullMenu("English")) : came;
+    }
     // Whether the pen comes to be heard.
     testing::AssertionResult isReady() {
         if (comesTrue([&] {
