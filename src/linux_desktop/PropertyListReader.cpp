@@ -97,7 +97,7 @@ private:
             auto entry = value(child, depth + 1);
             if (!entry)
                 return std::nullopt;
-            result.entries.emplace_back(key, std::move(*entry));
+            result.entries.push_back({key, std::move(*entry)});
         }
     }
 };

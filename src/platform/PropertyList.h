@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <variant>
 #include <vector>
 
 namespace lightpen {
 
+struct PropertyListEntry;
 struct PropertyListValue;
 using PropertyListArray = std::vector<PropertyListValue>;
 
 // Keys and values in the order of the file.
 struct PropertyListDictionary {
-    std::vector<std::pair<std::string, PropertyListValue>> entries;
+    std::vector<PropertyListEntry> entries;
     // The value of the first such key; null when there is none.
     const PropertyListValue* find(std::string_view key) const;
 };
@@ -28,6 +28,12 @@ struct PropertyListValue {
     const Type* as() const {
         return std::get_if<Type>(&value);
     }
+};
+
+// A key with its value; no std::pair, which asks for more than is known yet of a value that holds entries.
+struct PropertyListEntry {
+    std::string first;
+    PropertyListValue second;
 };
 
 } // namespace lightpen
