@@ -67,8 +67,8 @@ double luminance(QRgb colour) {
 }
 
 double contrast(QRgb one, QRgb other) {
-    const auto [less, more] = std::minmax(luminance(one), luminance(other));
-    return (more + 0.05) / (less + 0.05);
+    const double first = luminance(one), second = luminance(other);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
 }
 
 int visiblePixels(const QImage& image, QRgb panel) {
