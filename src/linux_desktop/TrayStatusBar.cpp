@@ -8,6 +8,7 @@
 
 #include "linux_desktop/StatusNotifierHosts.h"
 #include "linux_desktop/XTray.h"
+#include "platform/Log.h"
 
 namespace lightpen {
 
@@ -66,6 +67,8 @@ void TrayStatusBar::whenAvailable(std::function<void()> handler) {
     waiting_.push_back(std::move(handler));
     if (search_->thereNow())
         found();
+    else
+        logLine("Status bar: no panel shows status items yet; the item comes with the first one that does");
 }
 
 void TrayStatusBar::found() {

@@ -10,6 +10,7 @@
 #include "demo/desktop/FakeStatusNotifierWatcher.h"
 #include "support/Eventually.h"
 #include "support/PrivateBus.h"
+#include "support/RecordingLog.h"
 #include "support/Xvfb.h"
 #include "support/linux/FakeXTray.h"
 
@@ -37,10 +38,22 @@ protected:
     FakeStatusNotifierWatcher watcher{environment("DBUS_SESSION_BUS_ADDRESS")};
     FakeXTray tray{environment("DISPLAY")};
     int calls = 0;
+    RecordingLog log;
     std::unique_ptr<TrayStatusBar> bar = std::make_unique<TrayStatusBar>();
 };
 // Qt decides for one kind of tray in the life of a process.
 using TrayStatusBarDeathTest = TrayStatusBarTest;
+
+TEST_F(TrayStatusBarTest, SaysOnceThatThereIsNoPanelYet) {
+    ask();
+    settle();
+    EXPECT_EQ(log.takeLines(),
+              std::vector<std::string>{"Status bar: no panel shows status items yet; the item "
+                                       "comes with the first one that does"});
+    watcher.appear();
+    EXPECT_TRUE(waitFor([this] { return calls == 1; }));
+    EXPECT_TRUE(log.takeLines().empty());
+}
 
 TEST_F(TrayStatusBarTest, CallsAtOnceWhereThereIsAPanelOnTheBus) {
     watcher.appear();
