@@ -39,6 +39,26 @@ double distance(ScreenPoint one, ScreenPoint other) {
     return std::hypot(one.x - other.x, one.y - other.y);
 }
 
+// Where a stroke began and ended.
+struct StrokeEnds {
+    bool pressed = false, released = false;
+    ScreenPoint press, release;
+};
+
+// A stroke may be more than one where the machine is held up: its first press and last release count.
+StrokeEnds endsSince(const std::vector<CanvasEvent>& events, std::size_t seen) {
+    StrokeEnds ends;
+    for (std::size_t i = seen; i < events.size(); ++i) {
+        if (events[i].kind == Kind::press && !std::exchange(ends.pressed, true))
+            ends.press = events[i].position;
+        if (events[i].kind == Kind::release) {
+            ends.released = true;
+            ends.release = events[i].position;
+        }
+    }
+    return ends;
+}
+
 std::string busAddress() {
     return qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").toStdString();
 }
@@ -135,25 +155,17 @@ std::string ApplicationShow::drawStrokes(CanvasProcess& canvas) {
         const std::size_t seen = canvas.events().size();
         if (!comesTrue([&] { return application_.perform(lineOf(stroke)); }))
             return "The hand did not draw.";
-        std::optional<ScreenPoint> pressed, released;
-        // A stroke may be more than one where the machine is held up: its first press and last release count.
+        StrokeEnds ends;
         const auto whole = [&] {
-            pressed.reset();
-            for (std::size_t i = seen; i < canvas.events().size(); ++i) {
-                const CanvasEvent& event = canvas.events()[i];
-                if (event.kind == Kind::press && !pressed)
-                    pressed = event.position;
-                if (event.kind == Kind::release)
-                    released = event.position;
-            }
-            return pressed && released && distance(*released, stroke.back()) < kFarthest;
+            ends = endsSince(canvas.events(), seen);
+            return ends.pressed && ends.released && distance(ends.release, stroke.back()) < kFarthest;
         };
         if (!comesTrue(whole))
             return "A stroke did not arrive whole.";
         if (!application_.perform("wait"))
             return "The hand did not come to rest.";
         farthest =
-            std::max({farthest, distance(*pressed, stroke.front()), distance(*released, stroke.back())});
+            std::max({farthest, distance(ends.press, stroke.front()), distance(ends.release, stroke.back())});
     }
     std::printf("    %zu strokes; the ends are at most %.1f pixels from the hand.\n", kStrokes.size(),
                 farthest);
