@@ -42,11 +42,12 @@ std::unique_ptr<XTray> XTray::connect(const char* display) {
 XTray::XTray(Connection connection, int screen)
     : connection_(std::move(connection)), managerAtom_(atom(connection_.get(), "MANAGER")),
       trayAtom_(atom(connection_.get(), "_NET_SYSTEM_TRAY_S" + std::to_string(screen))) {
-    // Who takes over such a selection tells the root window's listeners.
+    // Who takes over such a selection tells the root window's listeners. The server must know of this one
+    // before anybody relies on it: another program's announcement may come at once.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(connection_.get(), rootOf(connection_.get(), screen), XCB_CW_EVENT_MASK,
-                                 &events);
-    xcb_flush(connection_.get());
+    const auto request = xcb_change_window_attributes_checked(
+        connection_.get(), rootOf(connection_.get(), screen), XCB_CW_EVENT_MASK, &events);
+    owned(xcb_request_check(connection_.get(), request));
 }
 
 bool XTray::present() {

@@ -12,7 +12,8 @@ namespace lightpen {
 // of its own. Main thread.
 class XTray {
 public:
-    // Null when there is no such display; a null name stands for the one of the environment.
+    // Null when there is no such display; a null name stands for the one of the environment. From its return
+    // on no announcement is missed.
     static std::unique_ptr<XTray> connect(const char* display = nullptr);
 
     // There is a tray now.
