@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a desktop entry, as a value of one, and as a program's name: what is accepted comes back as it
+// was.
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "linux_desktop/DesktopEntry.h"
+
+namespace {
+
+void require(bool promise) {
+    if (!promise)
+        std::abort();
+}
+
+void checkEntry(lightpen::DesktopEntry entry, std::string_view value) {
+    const auto before = entry.value("Exec");
+    if (!entry.set("Exec", value)) {
+        require(entry.value("Exec") == before);
+        return;
+    }
+    require(entry.value("Exec") == value);
+    const auto reread = lightpen::DesktopEntry::parse(entry.text());
+    require(reread && reread->value("Exec") == value && reread->text() == entry.text());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    if (const auto entry = lightpen::DesktopEntry::parse(text)) {
+        const auto same = entry->text();
+        require(same == text ||
+                same.substr(0, same.size() - 1) == text); // the last line break may be missing
+        checkEntry(*entry, "a value");
+    }
+    checkEntry({}, text);
+    require(lightpen::programOf(lightpen::commandLineOf(text)) == text);
+    lightpen::programOf(text);
+    return 0;
+}
