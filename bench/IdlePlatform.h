@@ -88,6 +88,7 @@ public:
 class NoBundle final : public Bundle {
 public:
     std::string bundlePath() const override { return {}; }
+    std::string executablePath() const override { return {}; }
     std::optional<std::string> bundleIdentifier() const override { return std::nullopt; }
     std::optional<std::string> bundleIdentifierAtPath(const std::string&) const override {
         return std::nullopt;

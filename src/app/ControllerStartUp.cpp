@@ -123,9 +123,10 @@ void LightPenNX7Controller::processLaunchAtStartUp() {
     logLine("Light n:47 ");
     const Bundle& bundle = Platform::current().shell.bundle;
     LoginItems& loginItems = Platform::current().shell.loginItems;
-    LoginListUpdate update = updatedLoginList(
-        loginItems.copyValue(), isSet(kLaunchAtStartUpKey), {bundle.bundlePath(), bundle.bundleIdentifier()},
-        [&bundle](const std::string& path) { return bundle.bundleIdentifierAtPath(path); });
+    LoginListUpdate update =
+        updatedLoginList(loginItems.copyValue(), isSet(kLaunchAtStartUpKey),
+                         {bundle.executablePath(), bundle.bundleIdentifier()},
+                         [&bundle](const std::string& path) { return bundle.bundleIdentifierAtPath(path); });
     if (update.change == Change::updated)
         logLine("Light n:87 LightPenNX7 StartUp setting found in system, updating APP path now.");
     else if (update.change == Change::added)

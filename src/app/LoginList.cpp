@@ -13,15 +13,22 @@ constexpr std::string_view kNameInPath = "LightPenNX7";
 
 // Where an entry is stored is no part of what it says: the same entry stored twice goes twice.
 bool sayTheSame(const LoginItem& one, const LoginItem& other) {
-    return one.path == other.path && one.hide == other.hide;
+    return one.path == other.path && one.hide == other.hide && one.identifier == other.identifier &&
+           one.foreign == other.foreign;
+}
+
+// An application that has been moved is not at the path any more; the entry remembers whose it was.
+bool isOwn(const LoginItem& item, const RunningApplication& running, const IdentifierAtPath& identifierAt) {
+    if (item.foreign || !running.identifier || item.path.find(kNameInPath) == std::string::npos)
+        return false;
+    const auto present = identifierAt(item.path);
+    return (present ? present : item.identifier) == running.identifier;
 }
 
 std::optional<LoginItem> ownEntry(const std::vector<LoginItem>& list, const RunningApplication& running,
                                   const IdentifierAtPath& identifierAt) {
-    const auto own = std::find_if(list.begin(), list.end(), [&](const LoginItem& item) {
-        return running.identifier && item.path.find(kNameInPath) != std::string::npos &&
-               identifierAt(item.path) == running.identifier;
-    });
+    const auto own = std::find_if(list.begin(), list.end(),
+                                  [&](const LoginItem& item) { return isOwn(item, running, identifierAt); });
     return own == list.end() ? std::nullopt : std::optional(*own);
 }
 
@@ -40,6 +47,7 @@ LoginListUpdate updatedLoginList(const std::optional<std::vector<LoginItem>>& cu
         update.change = own ? Change::updated : Change::added;
         LoginItem entry = own ? std::move(*own) : LoginItem();
         entry.path = running.path;
+        entry.identifier = running.identifier;
         update.list.push_back(std::move(entry));
     } else if (own) {
         update.change = Change::removed;

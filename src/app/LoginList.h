@@ -19,7 +19,7 @@ struct LoginListUpdate {
 
 // The application as it runs now.
 struct RunningApplication {
-    std::string path;                      // of its folder
+    std::string path;                      // of its program
     std::optional<std::string> identifier; // none when its information dictionary does not say
 };
 
@@ -27,8 +27,9 @@ struct RunningApplication {
 using IdentifierAtPath = std::function<std::optional<std::string>(const std::string& path)>;
 
 // Brings the list into line with the user's wish. The running application's own entry is the first one whose
-// path names it and leads to an application of the same identifier. When it is wanted its path is brought up
-// to date and it moves to the end; when it is not, it goes. All others stay as they are, in their order.
+// path names it and leads to an application of the same identifier, or which was made for that identifier and
+// leads to no application any more. When it is wanted, path and identifier are brought up to date and it
+// moves to the end; when it is not, it goes. All others stay as they are, in their order.
 LoginListUpdate updatedLoginList(const std::optional<std::vector<LoginItem>>& current, bool wanted,
                                  const RunningApplication& running, const IdentifierAtPath& identifierAt);
 

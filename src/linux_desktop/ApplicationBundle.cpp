@@ -13,6 +13,7 @@ namespace lightpen {
 namespace {
 
 constexpr const char* kInformation = "Info.plist";
+constexpr const char* kProgram = "LightPenNX7";
 constexpr std::string_view kIdentifier = "CFBundleIdentifier";
 
 std::optional<std::string> identifierIn(const PropertyListDictionary& information) {
@@ -47,12 +48,17 @@ std::string ApplicationBundle::bundlePath() const {
     return folder_.string();
 }
 
+std::string ApplicationBundle::executablePath() const {
+    return (folder_ / kProgram).string();
+}
+
 std::optional<std::string> ApplicationBundle::bundleIdentifier() const {
     return identifierIn(information());
 }
 
 std::optional<std::string> ApplicationBundle::bundleIdentifierAtPath(const std::string& path) const {
-    const auto file = std::filesystem::path(path) / kInformation;
+    const std::filesystem::path place = path;
+    const auto file = (isFile(place) ? place.parent_path() : place) / kInformation;
     if (!isFile(file)) // nor a pipe, which would hold its reader up
         return std::nullopt;
     const PropertyListResult result = readPropertyList(file.string());

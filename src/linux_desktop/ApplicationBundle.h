@@ -21,6 +21,7 @@ public:
     static std::filesystem::path folderOfTheProgram();
 
     std::string bundlePath() const override;
+    std::string executablePath() const override;
     std::optional<std::string> bundleIdentifier() const override;
     std::optional<std::string> bundleIdentifierAtPath(const std::string& path) const override;
     std::optional<PropertyListValue> objectForInfoDictionaryKey(std::string_view key) const override;

@@ -19,18 +19,18 @@ namespace {
 // The keys of our own. "Path" alone would be the folder in which the program runs.
 constexpr const char* kPath = "X-LightPenNX7-Path";
 constexpr const char* kHide = "X-LightPenNX7-Hide";
+constexpr const char* kIdentifier = "X-LightPenNX7-Identifier";
 constexpr const char* kOrder = "X-LightPenNX7-Order";
 constexpr const char* kExec = "Exec";
 // Below the greatest numbers, so that there is always a next one.
 constexpr std::int64_t kHighestOrder = 1'000'000'000;
 
 constexpr const char* kFileStem = "org.lightpen.LightPenNX7";
-constexpr const char* kProgram = "LightPenNX7";
 
 // What a new entry has beside the keys that follow from its item: each desktop's way to start it when the
 // panel is there. Phases of GNOME's are none of them: systemd leaves entries that name one alone.
 constexpr std::pair<const char*, const char*> kStandardKeys[] = {
-    {"Name", kProgram},
+    {"Name", "LightPenNX7"},
     {"Icon", kFileStem},
     {"Terminal", "false"},
     {"X-GNOME-Autostart-enabled", "true"},
@@ -56,14 +56,26 @@ bool cannotBeStored(const LoginItem& item) {
 }
 
 bool setPath(DesktopEntry& entry, const std::string& path) {
-    return !path.empty() && entry.set(kPath, path) && entry.set(kExec, commandLineOf(path + '/' + kProgram));
+    return !path.empty() && entry.set(kPath, path) && entry.set(kExec, commandLineOf(path));
+}
+
+// What an entry says; nothing where it starts nothing.
+std::optional<LoginItem> itemOf(const std::string& name, const DesktopEntry& entry) {
+    if (const auto path = entry.value(kPath); path && !path->empty()) {
+        const auto identifier = entry.value(kIdentifier);
+        return LoginItem{*path, entry.value(kHide) == "true", name,
+                         identifier && !identifier->empty() ? identifier : std::nullopt, false};
+    }
+    const auto program = programOf(entry.value(kExec).value_or(""));
+    if (program.empty() || entry.value("Hidden") == "true")
+        return std::nullopt;
+    return LoginItem{program, false, name, std::nullopt, true};
 }
 
 } // namespace
 
 struct XdgLoginItems::Stored {
     LoginItem item;
-    bool ours;
     std::int64_t order; // 0 where there is none
 };
 
@@ -78,13 +90,9 @@ std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const 
     if (!files)
         return std::nullopt;
     std::vector<Stored> result;
-    for (const auto& [name, entry] : *files) {
-        if (const auto path = entry.value(kPath); path && !path->empty())
-            result.push_back({{*path, entry.value(kHide) == "true", name}, true, orderIn(entry)});
-        else if (const auto program = programOf(entry.value(kExec).value_or(""));
-                 !program.empty() && entry.value("Hidden") != "true")
-            result.push_back({{program, false, name}, false, 0});
-    }
+    for (const auto& [name, entry] : *files)
+        if (auto item = itemOf(name, entry))
+            result.push_back({*item, item->foreign ? 0 : orderIn(entry)});
     std::stable_sort(result.begin(), result.end(),
                      [](const Stored& a, const Stored& b) { return a.order < b.order; });
     return result;
@@ -119,6 +127,8 @@ bool XdgLoginItems::storeNew(const LoginItem& item, std::int64_t order) const {
     if (!setPath(entry, item.path))
         return cannotBeStored(item);
     entry.set(kHide, textOf(item.hide));
+    if (item.identifier)
+        entry.set(kIdentifier, *item.identifier);
     entry.set(kOrder, std::to_string(order));
     return folder_.write(name, entry);
 }
@@ -134,6 +144,8 @@ bool XdgLoginItems::storeChange(const Stored& from, const LoginItem& to, std::in
         return cannotBeStored(to);
     if (to.hide != from.item.hide)
         entry->set(kHide, textOf(to.hide));
+    if (to.identifier != from.item.identifier)
+        entry->set(kIdentifier, to.identifier.value_or(""));
     if (order != from.order)
         entry->set(kOrder, std::to_string(order));
     return folder_.write(from.item.origin, *entry);
@@ -155,7 +167,7 @@ bool XdgLoginItems::synchronize() {
             return !item.origin.empty() && one.item.origin == item.origin;
         });
         const bool isNew = item.origin.empty();
-        if (!isNew && (found == present->end() || !found->ours || !kept.insert(item.origin).second))
+        if (!isNew && (found == present->end() || found->item.foreign || !kept.insert(item.origin).second))
             continue;
         last = isNew ? last + 1 : std::max(found->order, last + 1);
         if (!(isNew ? storeNew(item, last) : storeChange(*found, item, last)))
@@ -163,7 +175,7 @@ bool XdgLoginItems::synchronize() {
     }
     bool removed = true;
     for (const Stored& one : *present)
-        if (one.ours && seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
+        if (!one.item.foreign && seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
             removed = folder_.remove(one.item.origin) && removed;
     return removed;
 }

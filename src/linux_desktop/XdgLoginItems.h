@@ -25,8 +25,9 @@ public:
     // switched off by "Hidden".
     std::optional<std::vector<LoginItem>> copyValue() const override;
     void setValue(std::vector<LoginItem> list) override;
-    // Items that are new or have another path, "Hide" or place are written, the others keep their bytes; what
-    // was on the list and is not any more is removed. What somebody else has taken away meanwhile stays away.
+    // Items that are new or have another path, "Hide", identifier or place are written, the others keep their
+    // bytes; what was on the list and is not any more is removed. What somebody else has taken away meanwhile
+    // stays away.
     bool synchronize() override;
 
 private:

@@ -15,9 +15,12 @@ public:
     virtual ~Bundle() = default;
     // The absolute path of the folder, whose last part is "LightPenNX7" where it is installed.
     virtual std::string bundlePath() const = 0;
+    // The absolute path of the program in it, whatever the folder is called.
+    virtual std::string executablePath() const = 0;
     // The information dictionary's "CFBundleIdentifier"; none (and a log line) when that cannot be read.
     virtual std::optional<std::string> bundleIdentifier() const = 0;
-    // The same of the application folder at a path; none without a word when there is none.
+    // The same of the application whose folder, or a file in whose folder, is at a path; none without a word
+    // when there is none.
     virtual std::optional<std::string> bundleIdentifierAtPath(const std::string& path) const = 0;
     // An entry of the information dictionary; none when there is no such entry, and a log line that names the
     // file when the dictionary cannot be read.

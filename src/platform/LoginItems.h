@@ -9,9 +9,13 @@ namespace lightpen {
 
 // An application that starts when the user logs in.
 struct LoginItem {
-    std::string path;   // "Path": the application's folder, or its program
+    std::string path;   // "Path": the application's program, or its folder
     bool hide = false;  // "Hide": whether it starts hidden
     std::string origin; // where the store keeps it; empty for one that is new
+    // Of the application that it was made for, which may have left the path since; none where nobody noted
+    // it.
+    std::optional<std::string> identifier = {};
+    bool foreign = false; // made by somebody else, to whom its every byte is left
     friend bool operator==(const LoginItem&, const LoginItem&) = default;
 };
 

@@ -25,7 +25,9 @@ constexpr const char* kAdded =
 
 class ControllerStartUpTest : public ControllerFixture {
 protected:
-    ControllerStartUpTest() { desk.bundle.others["/opt/LightPenNX7"] = "org.lightpen.LightPenNX7"; }
+    ControllerStartUpTest() {
+        desk.bundle.others["/opt/LightPenNX7/LightPenNX7"] = "org.lightpen.LightPenNX7";
+    }
     // What the picture of the status item shows.
     QColor statusColour() const {
         return controller->statusItem->image().pixmap(16).toImage().pixelColor(8, 8);
@@ -158,15 +160,17 @@ TEST_F(ControllerStartUpTest, TheLoginEntryComesIsRefreshedAndGoes) {
     desk.defaults.set["Launch At Start Up"] = true;
     controller->processLaunchAtStartUp();
     EXPECT_THAT(log.takeLines(), ElementsAre("Light n:47 ", kAdded));
-    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(LoginItem{"/opt/LightPenNX7", false, ""}));
-    desk.bundle.path = "/home/me/LightPenNX7";
+    const LoginItem first{"/opt/LightPenNX7/LightPenNX7", false, "", desk.bundle.identifier};
+    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(first));
+    desk.bundle.path = "/home/me/Stift";
     controller->processLaunchAtStartUp();
     EXPECT_THAT(
         log.takeLines(),
         ElementsAre("Light n:47 ",
                     "Light n:87 LightPenNX7 StartUp setting found in system, updating APP path now."));
-    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(LoginItem{"/home/me/LightPenNX7", false, ""}));
-    desk.bundle.others["/home/me/LightPenNX7"] = "org.lightpen.LightPenNX7";
+    const LoginItem moved{"/home/me/Stift/LightPenNX7", false, "", desk.bundle.identifier};
+    EXPECT_THAT(*desk.loginItems.stored, ElementsAre(moved));
+    desk.bundle.others["/home/me/Stift/LightPenNX7"] = "org.lightpen.LightPenNX7";
     desk.defaults.set["Launch At Start Up"] = false;
     controller->processLaunchAtStartUp();
     EXPECT_THAT(log.takeLines(),

@@ -62,6 +62,7 @@ protected:
 
 TEST_F(ApplicationBundleTest, IsTheFolderOfTheProgram) {
     EXPECT_EQ(bundle().bundlePath(), folder);
+    EXPECT_EQ(bundle().executablePath(), path("LightPenNX7"));
     EXPECT_TRUE(std::filesystem::exists(ApplicationBundle::folderOfTheProgram() / "ApplicationBundleTest"));
 }
 
@@ -118,7 +119,11 @@ TEST_F(ApplicationBundleTest, KnowsOtherApplicationsByTheirFolders) {
     const auto application = bundle();
     EXPECT_EQ(application.bundleIdentifierAtPath(path("other")), "org.example.other");
     EXPECT_EQ(application.bundleIdentifierAtPath(path("other/")), "org.example.other");
-    for (const char* none : {"damaged", "nameless", "pipe", "nothing", "Info.plist"})
+    for (const char* program : {"other/program", "damaged/program", "resources/table"})
+        put(program, "");
+    EXPECT_EQ(application.bundleIdentifierAtPath(path("other/program")), "org.example.other");
+    EXPECT_EQ(application.bundleIdentifierAtPath(path("Info.plist")), "org.example.pen");
+    for (const char* none : {"damaged", "nameless", "pipe", "nothing", "damaged/program", "resources/table"})
         EXPECT_FALSE(application.bundleIdentifierAtPath(path(none))) << none;
     EXPECT_FALSE(application.bundleIdentifierAtPath(""));
     EXPECT_THAT(log.lines(), IsEmpty());

@@ -41,7 +41,7 @@ protected:
         writeFile(bundle / "LightPenNX7", "#!/bin/sh\ntouch \"${0%/*}/started\"\n");
         std::filesystem::permissions(bundle / "LightPenNX7", std::filesystem::perms::owner_all);
         XdgLoginItems items(directory.file("config/autostart"));
-        items.setValue({{bundle.string(), false, {}}});
+        items.setValue({{bundle / "LightPenNX7", false, {}}});
         ASSERT_TRUE(items.synchronize());
     }
     std::string entry() const { return directory.file("config/autostart/org.lightpen.LightPenNX7.desktop"); }

@@ -25,7 +25,7 @@ constexpr const char* kOther =
     "[Desktop Entry]\nType=Application\nName=Other\nExec=\"/opt/a b/other\" --start %U\n";
 
 std::string own(const std::string& path, int order, const std::string& more = "") {
-    return "[Desktop Entry]\nType=Application\nName=LightPenNX7\nExec=" + path + "/LightPenNX7\n" + more +
+    return "[Desktop Entry]\nType=Application\nName=LightPenNX7\nExec=" + path + "\n" + more +
            "X-LightPenNX7-Path=" + path +
            "\nX-LightPenNX7-Hide=false\nX-LightPenNX7-Order=" + std::to_string(order) + "\n";
 }
@@ -92,7 +92,8 @@ TEST_F(XdgLoginItemsTest, HasNoListAtFirst) {
 }
 
 TEST_F(XdgLoginItemsTest, ANewItemIsAnEntryThatStartsIt) {
-    ASSERT_TRUE(add("/opt/Light Pen/LightPenNX7"));
+    const LoginItem item{"/opt/Light Pen/LightPenNX7", false, {}, "org.example.pen"};
+    ASSERT_TRUE(launch([&](std::vector<LoginItem>& items) { items.push_back(item); }));
     EXPECT_EQ(text(kOwn), "[Desktop Entry]\n"
                           "Type=Application\n"
                           "Name=LightPenNX7\n"
@@ -102,10 +103,11 @@ TEST_F(XdgLoginItemsTest, ANewItemIsAnEntryThatStartsIt) {
                           "X-KDE-autostart-after=panel\n"
                           "X-LXQt-Need-Tray=true\n"
                           "X-LightPenNX7-Path=/opt/Light Pen/LightPenNX7\n"
-                          "Exec=\"/opt/Light Pen/LightPenNX7/LightPenNX7\"\n"
+                          "Exec=\"/opt/Light Pen/LightPenNX7\"\n"
                           "X-LightPenNX7-Hide=false\n"
+                          "X-LightPenNX7-Identifier=org.example.pen\n"
                           "X-LightPenNX7-Order=1\n");
-    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/Light Pen/LightPenNX7", false, kOwn}));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/Light Pen/LightPenNX7", false, kOwn, "org.example.pen"}));
     EXPECT_THAT(contents(), SizeIs(1));
     EXPECT_THAT(log.lines(), IsEmpty());
 }
@@ -126,12 +128,27 @@ TEST_F(XdgLoginItemsTest, KeepsWhetherAnItemStartsHidden) {
     EXPECT_THAT(list(), ElementsAre(LoginItem{"/home/pen/LightPenNX7", false, kOwn}));
 }
 
+TEST_F(XdgLoginItemsTest, RemembersWhomAnItemWasMadeFor) {
+    put(kOwn, own("/old", 1));
+    const auto becomes = [&](const std::optional<std::string>& identifier) {
+        EXPECT_TRUE(launch([&](std::vector<LoginItem>& items) { items.at(0).identifier = identifier; }));
+        return list().at(0).identifier == identifier;
+    };
+    EXPECT_EQ(list().at(0).identifier, std::nullopt);
+    EXPECT_TRUE(becomes("org.example.pen"));
+    EXPECT_EQ(text(kOwn), own("/old", 1) + "X-LightPenNX7-Identifier=org.example.pen\n");
+    EXPECT_TRUE(becomes("org.example.\"ink\""));
+    EXPECT_TRUE(becomes(std::nullopt));
+    put(kOwn, own("/old", 1, "X-LightPenNX7-Identifier=\n"));
+    EXPECT_EQ(list().at(0).identifier, std::nullopt);
+}
+
 TEST_F(XdgLoginItemsTest, ANewPathKeepsEverythingElse) {
     put(kOwn, "# mine\n" + own("/old", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
-                  "\n[Desktop Action New]\nExec=/old/LightPenNX7\n");
+                  "\n[Desktop Action New]\nExec=/old\n");
     ASSERT_TRUE(refresh(0, "/new"));
     EXPECT_EQ(text(kOwn), "# mine\n" + own("/new", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
-                              "\n[Desktop Action New]\nExec=/old/LightPenNX7\n");
+                              "\n[Desktop Action New]\nExec=/old\n");
 }
 
 TEST_F(XdgLoginItemsTest, AnItemThatHasNotChangedKeepsItsFile) {
@@ -145,8 +162,8 @@ TEST_F(XdgLoginItemsTest, AnItemThatHasNotChangedKeepsItsFile) {
 
 TEST_F(XdgLoginItemsTest, AUsersOwnCommandLineStaysForAsLongAsThePathDoes) {
     const std::string mine = own("/opt/LightPenNX7", 1, "Exec=second\n") + "X-LightPenNX7-Hide=true\n";
-    put(kOwn, "[Desktop Entry]\nExec=env QT_SCALE_FACTOR=2 /opt/LightPenNX7/LightPenNX7\n" +
-                  mine.substr(mine.find('\n') + 1));
+    put(kOwn,
+        "[Desktop Entry]\nExec=env QT_SCALE_FACTOR=2 /opt/LightPenNX7\n" + mine.substr(mine.find('\n') + 1));
     const auto before = contents();
     ASSERT_TRUE(refresh(0, "/opt/LightPenNX7"));
     EXPECT_EQ(contents(), before);
@@ -158,8 +175,8 @@ TEST_F(XdgLoginItemsTest, OtherApplicationsAreListedByTheirPrograms) {
     put("off.desktop", std::string(kOther) + "Hidden=true\n");
     put("bus.desktop", "[Desktop Entry]\nName=Bus\nDBusActivatable=true\n");
     put(kOwn, own("/opt/LightPenNX7", 1));
-    EXPECT_THAT(list(), ElementsAre(LoginItem{"a-tool", false, "a.desktop"},
-                                    LoginItem{"/opt/a b/other", false, "b.desktop"},
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"a-tool", false, "a.desktop", {}, true},
+                                    LoginItem{"/opt/a b/other", false, "b.desktop", {}, true},
                                     LoginItem{"/opt/LightPenNX7", false, kOwn}));
 }
 
@@ -174,6 +191,7 @@ TEST_F(XdgLoginItemsTest, OtherApplicationsAreNeverTouched) {
         ASSERT_THAT(items, SizeIs(2));
         items[0].path = "/elsewhere";
         items[1].hide = true;
+        items[1].identifier = "org.example.pen";
         std::swap(items[0], items[1]);
     }));
     ASSERT_TRUE(launch([](std::vector<LoginItem>& items) { items.clear(); }));
@@ -204,7 +222,7 @@ TEST_F(XdgLoginItemsTest, ARefreshMovesAnItemToTheEnd) {
     put("z.desktop", kOther);
     const std::string second = text("2.desktop");
     ASSERT_TRUE(refresh(1, "/first"));
-    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/a b/other", false, "z.desktop"},
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/a b/other", false, "z.desktop", {}, true},
                                     LoginItem{"/second", false, "2.desktop"},
                                     LoginItem{"/first", false, "1.desktop"}));
     EXPECT_EQ(text("1.desktop"), own("/first", 3));
