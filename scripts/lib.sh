@@ -13,6 +13,18 @@ die() {
     exit 1
 }
 
+# usage_is TEXT MOST ARGUMENT...: of a script's arguments, shows the text and ends when help is asked for; refuses
+# options, and more than MOST arguments.
+usage_is() {
+    local text=$1 most=$2
+    shift 2
+    if [[ ${1:-} == -h || ${1:-} == --help ]]; then
+        say "$text"
+        exit 0
+    fi
+    (($# <= most)) && [[ ${1:-} != -* ]] || die "$text"
+}
+
 own_processes=()
 work_directory=$(mktemp -d "${TMPDIR:-/tmp}/lightpen.XXXXXX")
 leave() {

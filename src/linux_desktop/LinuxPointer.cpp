@@ -66,7 +66,8 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     if (!backend_) {
         if (!std::exchange(problemLogged_, true))
             logLine("Pointer: no events can be posted (%s); install 70-lightpen-nx7.rules into "
-                    "/etc/udev/rules.d, load the uinput module and start the program again",
+                    "/etc/udev/rules.d, as root call \"udevadm control --reload\", \"modprobe uinput\" and "
+                    "\"udevadm trigger --subsystem-match=misc\", and start the program again",
                     problem_.c_str());
         return kIOReturnNotPrivileged;
     }

@@ -99,6 +99,8 @@ TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
     EXPECT_EQ(open(pointer), 0u);
     EXPECT_THAT(log.takeLines(),
                 ElementsAre(AllOf(HasSubstr("70-lightpen-nx7.rules"),
+                                  HasSubstr("\"udevadm control --reload\""), HasSubstr("\"modprobe uinput\""),
+                                  HasSubstr("\"udevadm trigger --subsystem-match=misc\""),
                                   HasSubstr("/dev/uinput: Permission denied; no X display"))));
     EXPECT_EQ(post(pointer, connection, kLeftMouseDown), kIOReturnBadArgument);
     pointer.releaseButtons();
