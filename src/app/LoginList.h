@@ -12,6 +12,7 @@ namespace lightpen {
 
 // What the list of the applications that start at login is to be, and what has been done to it.
 struct LoginListUpdate {
+    // What happened to the entry of the running application; updated also when it says the same as before.
     enum class Change { none, added, updated, removed };
     Change change = Change::none;
     std::vector<LoginItem> list;

@@ -17,6 +17,7 @@ public:
 
     // The picture from now on; none clears it.
     void setImage(PreviewImageRef image);
+    // Null while there is none.
     PreviewImageRef image() const { return image_; }
 
     // Where the picture stands in a place of this size, in pixels of the screen; at its own size in a place

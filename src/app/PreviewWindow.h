@@ -34,6 +34,7 @@ public:
 
     // Shows it with the keyboard, before all others. One that was not visible gets its place and size anew.
     void makeKeyAndOrderFront();
+    // Hides it, without onExit.
     void orderOut() { hide(); }
 
     // The exit button, and Escape; also when the user closes the window in the window manager's way, which

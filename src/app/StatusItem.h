@@ -19,6 +19,7 @@ public:
     StatusItem(const StatusItem&) = delete;
     StatusItem& operator=(const StatusItem&) = delete;
 
+    // What the item shows, at once or as soon as there is a panel.
     void setImage(const QIcon& image);
     QIcon image() const;
     // The menu in force; null detaches it and leaves the item without one. May be called at any time, also

@@ -23,6 +23,7 @@ struct _KVRQuadPoints {
 // by any thread.
 class Calibrator {
 public:
+    // A new calibrator, made as below; never null.
     static std::shared_ptr<Calibrator> calibratorWithSourceQuadPoints(const _KVRQuadPoints& sourcePoints,
                                                                       const ScreenRect& destinationRect);
     // There is no calibrator without a quadrilateral: always null.
@@ -47,6 +48,7 @@ public:
     // None of these solves the coefficients anew.
     void setSourcePoints(const _KVRQuadPoints& points) { sourcePoints_ = points; }
     _KVRQuadPoints sourcePoints() const { return sourcePoints_; }
+    // In points of the screen.
     void setDestinationRect(const ScreenRect& rect) { destinationRect_ = rect; }
     ScreenRect destinationRect() const { return destinationRect_; }
     // Stored and returned only.

@@ -12,6 +12,7 @@ namespace lightpen {
 // a session holds on to this, so that what comes late finds a session that is over. Thread-safe.
 class CollectedPoints {
 public:
+    // Taken; refused as a repetition of an earlier touch; refused since each target has its point.
     enum class Verdict { taken, samePoint, complete };
 
     // One point for each target; at least one.

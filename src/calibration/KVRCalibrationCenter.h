@@ -54,7 +54,8 @@ public:
     KVRCalibrationCenter(const KVRCalibrationCenter&) = delete;
     KVRCalibrationCenter& operator=(const KVRCalibrationCenter&) = delete;
 
-    // --- Properties (KVRCalibrationCenter.cpp). Setters ignore what is none, or equal.
+    // --- Properties (KVRCalibrationCenter.cpp). Setters of the colour, the screen and the beep
+    // ignore none, those of the beep and the target what is equal.
 
     // As it was given.
     std::int32_t mode() const { return _mode; }
@@ -79,13 +80,13 @@ public:
     std::optional<Screen> calibrationScreen() const;
     // What is heard when a target is ready.
     void setCalibrationBeep(const SoundRef& sound);
-    SoundRef calibrationBeep() const { return _calibrationBeep; }
+    SoundRef calibrationBeep() const { return _calibrationBeep; } // null before the first
 
     // --- The calibration and its mapping (CalibrationMapping.cpp)
 
     // Sets the grid for so many targets and drops all calibrators.
     void setTotalPoints(std::int64_t totalPoints);
-    std::int64_t totalPoints() const { return _totalPoints; }
+    std::int64_t totalPoints() const { return _totalPoints; } // 0 before the first
     // Sets the grid alone.
     void setCalibrationRows(std::int64_t rows, std::int64_t columns);
     // Takes a calibration: its number of targets, its points and the calibrators made of them. Null counts as

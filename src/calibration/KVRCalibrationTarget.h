@@ -29,8 +29,8 @@ public:
     WindowRect frame() const { return *frame_; }
     // Moves and sizes at once; a frame that is not finite is kept and not shown.
     void setFrame(const WindowRect& frame);
-    void setFrameOrigin(WindowPoint origin) { setFrame({origin, frame().size}); }
-    void setFrameSize(Size size) { setFrame({frame().origin, size}); }
+    void setFrameOrigin(WindowPoint origin) { setFrame({origin, frame().size}); } // its size stays
+    void setFrameSize(Size size) { setFrame({frame().origin, size}); }            // its origin stays
     // Follows the frame; may outlive the target. Reading it is for any thread.
     std::shared_ptr<const SharedFrame> sharedFrame() const { return frame_; }
 

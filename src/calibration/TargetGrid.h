@@ -34,6 +34,7 @@ struct CellSize {
     std::int32_t height = 0;
     friend bool operator==(const CellSize&, const CellSize&) = default;
 };
+// The screen in points; of no use for a grid without cells.
 CellSize cellSize(const TargetGrid& grid, Size screen);
 
 // One cell: where its four targets stand in the list of points (upper left, upper right, lower left, lower

@@ -13,6 +13,7 @@ namespace lightpen {
 // runs. Main thread.
 class ViewAnimation final : public std::enable_shared_from_this<ViewAnimation> {
 public:
+    // How to move the view, and from where to where.
     struct Description {
         std::function<void(const WindowRect&)> setFrame;
         WindowRect startFrame;
@@ -23,6 +24,7 @@ public:
     // The handler is called once, when the view has reached its end frame; never after stop().
     ViewAnimation(Description description, Microseconds duration, EndHandler animationDidEnd);
 
+    // Begins now; nothing while it runs.
     void startAnimation();
     // Leaves the view where it is.
     void stopAnimation();

@@ -28,6 +28,7 @@ struct Distances {
     Spread pointer;
 };
 
+// What a series of taps says of a calibration.
 struct Accuracy {
     Distances reached;
     // What a mapping in double precision would have reached with the same reports, had the calibration been

@@ -24,8 +24,10 @@ struct Spread {
     double percentile99 = 0;
     double worst = 0;
 };
+// The values in any order.
 Spread spreadOf(std::vector<double> values);
 
+// What a performance leaves behind, from the hand to the canvas.
 struct DemoRecord {
     Size screen;
     std::vector<HandTouch> touches; // in order of time
@@ -50,6 +52,7 @@ std::vector<double> landingDistances(const DemoRecord& record, Measured measured
 std::vector<double> pointerDelays(const std::vector<InjectedEvent>& injected,
                                   const std::vector<CanvasEvent>& seen);
 
+// How many events are of this kind, and how often the canvas heard of the notification.
 std::size_t countOf(const std::vector<InjectedEvent>& events, InjectedEvent::Kind kind);
 std::size_t countOf(const std::vector<CanvasEvent>& events, CanvasEvent::Kind kind);
 std::size_t heard(const std::vector<CanvasEvent>& events, std::string_view notification);

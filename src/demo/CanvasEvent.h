@@ -12,7 +12,9 @@
 
 namespace lightpen {
 
+// What the canvas tells of itself, a line each, to the program that has started it.
 struct CanvasEvent {
+    // Presses, moves and releases are the left button's unless they say otherwise.
     enum class Kind {
         ready, // on the screen and listening; the position is the size of the canvas
         press,

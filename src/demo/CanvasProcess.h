@@ -15,6 +15,7 @@ namespace lightpen {
 // The canvas program: started, listened to, given commands. Main thread.
 class CanvasProcess {
 public:
+    // Starts nothing yet. The loop outlives this.
     explicit CanvasProcess(RunLoop& runLoop);
     // Ends the program.
     ~CanvasProcess();
@@ -30,6 +31,7 @@ public:
     void command(const std::string& line);
     // Runs the loop until an event of this kind has come; false when it has not within the patience.
     bool waitFor(CanvasEvent::Kind kind, Microseconds patience);
+    // All that it has told, in order.
     const std::vector<CanvasEvent>& events() const { return events_; }
 
 private:

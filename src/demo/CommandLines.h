@@ -16,6 +16,7 @@ namespace lightpen {
 // the one before is done. Main thread.
 class CommandLines {
 public:
+    // What is done with the lines; called on the main loop.
     struct Ends {
         // None: not done yet; it is asked again a little later.
         std::function<std::optional<std::string>(std::string_view line)> perform;

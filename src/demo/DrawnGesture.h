@@ -35,7 +35,9 @@ public:
     // Ends it; the gesture as the pen is to play it, its pause included. None when none was begun.
     std::optional<Hand> release(CameraPoint place, Microseconds now, const Optics& optics);
 
+    // Between a press and its release.
     bool underWay() const { return !path_.empty(); }
+    // Where the mouse was, and when.
     struct Place {
         CameraPoint point;
         Microseconds time{};

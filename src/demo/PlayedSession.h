@@ -10,6 +10,7 @@
 
 namespace lightpen {
 
+// Who answers the targets: the emulated hand, or nobody.
 enum class SessionKind { byHand, automatic };
 
 // Plays one calibration from its first target to its completion: by hand the emulated pen touches whatever

@@ -24,6 +24,7 @@ struct HandTouch {
 
 // One pointer event that the driver handed to the window system.
 struct InjectedEvent {
+    // Press and release are the left button's; a drag is a move.
     enum class Kind { move, press, release, rightPress, rightRelease };
     Kind kind = Kind::move;
     // When the point thread had taken the report that this event comes from (or had found that there was
@@ -37,9 +38,11 @@ class Recording {
 public:
     // The calling thread has just looked for a report: what it injects from now on comes from that.
     void reportTaken(Microseconds time);
+    // Each appends to its list.
     void injected(InjectedEvent::Kind kind, ScreenPoint position);
     void posted(std::string notification);
 
+    // Copies of all so far, in order.
     std::vector<InjectedEvent> injectedEvents() const;
     std::vector<std::string> postedNotifications() const;
 

@@ -41,7 +41,7 @@ public:
     void calibrate();
     // The camera is put elsewhere; the flash stays as it is. False for an unknown name.
     bool pose(std::string_view name);
-    std::string_view poseName() const { return pose_; }
+    std::string_view poseName() const { return pose_; } // the last one set
 
     // Plays the gestures from now on; false, and nothing happens, while the hand has not come to rest.
     bool play(const Hand& hand);

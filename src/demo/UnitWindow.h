@@ -23,6 +23,7 @@ namespace lightpen {
 // second, and only while it is visible. Main thread.
 class UnitWindow final : public QWidget {
 public:
+    // What the window needs of the program around it, on the main thread.
     struct Surroundings {
         // A new picture of the screen; none when nothing has changed since the last one. Empty: the view
         // shows a plain grey.

@@ -52,6 +52,8 @@ public:
     static EventGeneratorNX7* sharedEventGeneratorNX7();
     // Watches for the unit and opens it if it is there. Returns the instance.
     EventGeneratorNX7* init();
+    // The one instance is neither copied nor counted: these return it, do nothing, or answer the count that
+    // stands for ever. Any thread.
     EventGeneratorNX7* copyWithZone() { return this; }
     EventGeneratorNX7* retain() { return this; }
     EventGeneratorNX7* autorelease() { return this; }
@@ -63,7 +65,8 @@ public:
     // Whether a unit is there, ready for use.
     bool isDevicePlugIn() const;
     // Opens the unit that is there, tests for stray light and waits, running the main loop, for the point
-    // thread.
+    // thread; so long as it is listed, also for a unit that cannot be made or opened. At the end the pairing
+    // key window is made where the unit's pens are tied by a table.
     void startDevice();
     // The unit has arrived, or left; each takes every object of the iterator, which re-arms the notification.
     void deviceDidAdd(io_iterator_t iterator);
@@ -73,11 +76,16 @@ public:
 
     // The service of the unit's pen interface, with a reference for the caller; 0 when there is none.
     io_service_t getOruHWService();
+    // All HID services of the unit's vendor; product and interface are looked at by getOruHWService.
     static MatchingDictionary OruServiceMatchingDictionary();
     // Makes the device interface of _hidDevice; failures are logged and leave it null.
     void createHIDDeviceInterface();
+    // Lets go of the interface and of _hidDevice, and releases every mouse button that is still down. The
+    // last holder of the interface closes it.
     void releaseHIDInterface();
+    // Opens it and prints the result; kIOReturnNoDevice without an interface.
     IOReturn openHIDInterface();
+    // Closes it; success without effect when there is no interface or no unit.
     IOReturn closeHIDInterface();
     // The service's input report elements; null when it lists none.
     InputReportElementsRef fetchInputReportElements(io_service_t service);
@@ -90,12 +98,14 @@ public:
 
     // The calibration that takes raw points; null hands the pen back to the pointer.
     void setDelegate(std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate);
+    // Null while no calibration takes the points.
     std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate() const { return _delegate; }
     // The object that hears of arrival, removal and stray light. It is asked for through the getter by
     // everyone, the driver included: each question starts the polling, and re-arms the pointer output or
     // holds it back.
     void setDeviceDelegate(std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> newDelegate);
     std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate();
+    // Kept and returned; the driver asks nothing of it.
     void setApDelegate(std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate);
     std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate() const { return _apDelegate; }
     // The mapper from camera to screen; without one there is no pointer output.
@@ -111,8 +121,11 @@ public:
     IOReturn setUpHIDQueueAndCallback();
     // Waits a second and starts the point thread.
     void setUpPointQueue();
+    // The points queue takes no more reports until startPointQueue; the point thread goes on. Nothing without
+    // a queue.
     void stopPointQueue();
-    // Restarts the unit after the check view, or else the stopped queues.
+    // After the check view restarts the unit; then lets the points queue and the pairing queues that there
+    // are take reports again, in any case.
     void startPointQueue();
 
     // --- Decoding (Decoding.cpp)
@@ -138,6 +151,8 @@ public:
 
     // The connection to the event system, opened on first use; 0 while it cannot be opened.
     static io_connect_t serviceConnection();
+    // At this screen point, its fraction cut off and wrapped to 16 bits; nothing while there is no
+    // connection.
     void postLMouseDown(ScreenPoint point);
     void postLMouseUp(ScreenPoint point);
     void postLMouseDrag(ScreenPoint point);
@@ -153,16 +168,18 @@ public:
 
     // --- Settings and commands (Settings.cpp, Commands.cpp)
 
-    bool imageProcessMode() const { return _imageProcessMode; }
-    bool imageShrinkTrigger() const { return _imageShrinkTrigger; }
-    bool AE() const { return _AE; }
-    bool IRFilterGrounded() const { return _IRFilterGrounded; }
-    bool maskCalibration() const { return _maskCalibration; }
-    bool mask() const { return _mask; }
-    bool brightness() const { return _brightness; }
-    bool VGAout() const { return _VGAout; }
-    std::int32_t forcedExposure() const { return _forcedExposure; }
-    std::int32_t threshold() const { return _threshold; }
+    // What the next settings command says, by the bits of its control byte.
+    bool imageProcessMode() const { return _imageProcessMode; }     // bit 0
+    bool imageShrinkTrigger() const { return _imageShrinkTrigger; } // bit 1
+    bool AE() const { return _AE; }                                 // not sent
+    bool IRFilterGrounded() const { return _IRFilterGrounded; }     // bit 2, inverted: filter in
+    bool maskCalibration() const { return _maskCalibration; }       // bit 3
+    bool mask() const { return _mask; }                             // bit 4
+    bool brightness() const { return _brightness; }                 // bit 5
+    bool VGAout() const { return _VGAout; }                         // not sent
+    std::int32_t forcedExposure() const { return _forcedExposure; } // 8 bits are sent
+    std::int32_t threshold() const { return _threshold; }           // 16 bits are sent
+    // None of these sends anything. A change of exposure or threshold is logged.
     void setImageProcessMode(bool value);
     void setImageShrinkTrigger(bool value);
     void setAE(bool value);
@@ -173,11 +190,14 @@ public:
     void setVGAout(bool value);
     void setForcedExposure(std::int32_t value);
     void setThreshold(std::int32_t value);
+    // Filter in, brightness and VGA out on, every other switch off, and the unit is no longer "just added";
+    // exposure and threshold stay. Sends nothing.
     void setToDefault();
 
     // The buffer that the send routines transmit, and one that is kept and never read.
     ReportBufferRef outputReportBuffer() const { return _outputReportBuffer; }
     ReportBufferRef inputReportBuffer() const { return _inputReportBuffer; }
+    // Null: nothing can be sent. Safe beside a send on another thread.
     void setOutputReportBuffer(ReportBufferRef buffer);
     void setInputReportBuffer(ReportBufferRef buffer);
 
@@ -185,10 +205,12 @@ public:
     ReportBuffer commandFromCurrentSetting() const;
     // Logs a command's first seven bytes; it must have as many.
     void printCommand(const std::uint8_t* command) const;
-    // Sends the output buffer, with 100 ms to be taken, or without limit. 0 also when there is nothing to
-    // send.
+    // Sends the output buffer, with 100 ms to be taken. 0 also when there is nothing to send.
     IOReturn doCommandFromOutputBuffer();
+    // Without limit; 0 also without an interface, where the one above says kIOReturnNoDevice.
     IOReturn doFlashCommandFromOutputBuffer();
+    // Moves the infrared filter out of, or into, the camera's light; nothing without a unit, a failure is
+    // logged.
     void removeIRFilter();
     void putIRFilter();
     // Sends threshold and exposure and writes the stored calibration once more.
@@ -198,16 +220,20 @@ public:
 
     // --- Flash (Flash.cpp, FlashRead.cpp)
 
+    // Sends the all-zero command and sleeps two seconds, also when that fails (logged).
     void eraseFlashAddress();
     // Writes 4, 9, 25 or 80 points; true when every record was sent.
     bool writeCalibrationToFlash(const PointListRef& points);
-    // Reads the stored points and the device information; null on a send failure. Takes more than half a
-    // second.
+    // Reads the stored points, none from an empty flash, and the device information. Takes 0.4 s for an empty
+    // flash, 0.6 s for a full one. Null on a send failure and when the program ends.
     PointListRef _calibrationPointsFromFlash();
     // The points that the flash holds, as last read or written.
     PointListRef calibrationPointsFromFlash() const { return _calibrationPoints; }
-    // Waits, without limit, for the next reply and copies it. Returns its length; 0 when the program ends.
+    // Waits, without limit, for the next reply and copies it. Returns its length; 0, and the
+    // buffer as it was, when the program ends, and at once without a reply queue.
     int getSingleReportFromFlash(ReportBuffer& buffer);
+    // Of the last flash read, one byte each: the sensor's version, the board's version, the wireless flag (-1
+    // before the first read, the others 0). Any thread.
     int cmosVerFromFlash() const;
     int venerPointsFromFlash() const;
     int wirelessPointsFromFlash() const;
@@ -261,6 +287,7 @@ public:
 
     // --- Fields
 
+    // There by name; nothing in the driver sets or reads them.
     std::shared_ptr<PreviewWindow> window;
     std::shared_ptr<PreviewImageView> imageView;
     SharedFlag _imageProcessMode{false};

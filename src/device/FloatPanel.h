@@ -25,6 +25,7 @@ public:
     void keyDown(std::uint16_t) {}
     void drawRect(const QRect&) {}
 
+    // Above all others, and fixed.
     static constexpr WindowLevel level() { return WindowLevel::shielding; }
     // Fills the panel from now on; none before the first.
     void setContentView(std::unique_ptr<PanelView> view);
@@ -34,6 +35,7 @@ public:
     void setIgnoresMouseEvents(bool ignores);
     // Shows it above all others, unless there is nothing of it to show.
     void makeKeyAndOrderFront();
+    // Hides it and stops bringing it to the top; it can be shown again.
     void orderOut();
 
 protected:

@@ -8,6 +8,7 @@
 
 namespace lightpen {
 
+// Left and right are looked at first: beyond a corner counts as a side.
 enum ScreenRegion : std::int32_t {
     kRegionLeft = 0,
     kRegionRight = 1,
@@ -19,6 +20,7 @@ enum ScreenRegion : std::int32_t {
 // The region of a point on a screen of this size; the edges belong to the screen.
 ScreenRegion regionOfPoint(ScreenPoint point, Size screen);
 
+// The driver keeps it as a number; any other value is an error and changes nothing.
 enum PenState : std::int32_t { kPenUp = 0, kPenDown = 1, kPenDrag = 2 };
 
 // A stroke may wander this far from its anchor, in points, and still become a right click.
@@ -30,6 +32,7 @@ inline constexpr double kLongPressRadius = 10.0;
 //   down, drag   no anchor ((0, 0)), or within the radius    drag           -> drag
 //   other        -                                           error          unchanged
 struct PenStep {
+    // What the table says that the point does.
     enum class Kind { press, leaveAnchor, drag, error };
     Kind kind = Kind::error;
     double distance = 0; // from the anchor, in points; 0 where none is measured

@@ -20,6 +20,7 @@ public:
 class EventGeneratorNX7CallbackProtocol {
 public:
     virtual ~EventGeneratorNX7CallbackProtocol() = default;
+    // False: a touch goes nowhere, neither here nor to the pointer.
     virtual bool respondsToLightPenCallback() const { return true; }
     // One call for each touch, with the point where it began.
     virtual void lightPenCallbackAtPoint(CameraPoint point, EventGeneratorNX7& fromObject) = 0;
@@ -29,14 +30,19 @@ public:
 // that announces a pairing, which comes from the point thread.
 class EventGeneratorNX7DeviceCallbackProtocol {
 public:
+    // The operations below, by name.
     enum class Operation { noiseDetectedCallback, deviceDidAddCallback, deviceDidRemoveCallback, statMenu };
 
     virtual ~EventGeneratorNX7DeviceCallbackProtocol() = default;
     // Whether the object implements the operation; statMenu is optional.
     virtual bool respondsTo(Operation operation) const { return operation != Operation::statMenu; }
+    // Stray light was found.
     virtual void noiseDetectedCallback(EventGeneratorNX7& driver) = 0;
+    // A unit is open and its flash read.
     virtual void deviceDidAddCallback(EventGeneratorNX7& driver) = 0;
+    // The unit has left, or counts as absent (stray light, pairing).
     virtual void deviceDidRemoveCallback(EventGeneratorNX7& driver) = 0;
+    // Before deviceDidAddCallback: time to make the unit's menu.
     virtual void statMenu(EventGeneratorNX7&) {}
 };
 

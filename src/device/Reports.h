@@ -60,6 +60,7 @@ void writePenUpReport(ReportBuffer& report, std::size_t length);
 
 // Output reports: settings
 
+// What a settings command says; threshold is cut to 16 bits, exposure to 8.
 struct CameraSettings {
     bool imageProcessMode = false;
     bool imageShrinkTrigger = false;
@@ -96,6 +97,8 @@ void writeCalibrationRecord(std::span<std::uint8_t> command, int index, const Po
 // The points of a "C" command or of a "Y" reply; it must have at least 10 bytes.
 RecordPoints readRecordPoints(std::span<const std::uint8_t> report);
 
+// What a unit tells of itself, 0 to 255 each: versions as two half-bytes; wireless 0 for units with a pairing
+// table; an OPmode other than 0 wants an acknowledgement.
 struct UnitInformation {
     int wireless = 0;
     int NX9Ver = 0;

@@ -23,13 +23,14 @@ struct PointPair {
     friend bool operator==(const PointPair&, const PointPair&) = default;
 };
 
+// There is one, sharedState; the driver never sets it back as a whole.
 struct SharedState {
-    // 1 while a unit is open. Written by init (1, unit or not), arrival (1), removal and restart (0).
+    // 1 while a unit is open. Written by init (1, unit or not), arrival and restart (0, then 1), removal (0).
     SharedWord unitOpen{0};
     // 1 from the first question for the device delegate on: polling begins. Removal and restart clear it.
     SharedWord deviceDelegateQueried{0};
-    // 1 once reports become pointer output. Written by the point thread and the deviceDelegate getter (1),
-    // arrival, removal and restart (0).
+    // 1 once reports become pointer output. Written by the point thread (1), the deviceDelegate getter (1, or
+    // 0 to hold output back), arrival, removal and restart (0).
     SharedWord mouseArmed{0};
     // Passes spent waiting to arm. Written by the point thread; arrival, removal and restart clear it.
     SharedWord disarmedPollCount{0};
@@ -41,7 +42,8 @@ struct SharedState {
     SharedWord strayLightFrameCount{0};
     // Whether startDevice reports stray light to the device delegate. Written by arrival and restart (1).
     SharedWord noiseNotifyArmed{0};
-    // 0 normal, 1 pairing requested, 2 check view shown. Written by the point thread, Nx9View and restart.
+    // 0 normal, 1 pairing requested, 2 check view shown. Written by the point thread, Nx9View,
+    // removal and restart.
     SharedWord checkViewState{0};
     // Always 0 in this system; only its tests exist.
     SharedWord checkViewSubState{0};
@@ -57,7 +59,8 @@ struct SharedState {
     SharedWord checkViewWidth{0};
     SharedWord checkViewHeight{0};
     WindowRect checkViewRect;
-    // Keys of the pairing key window. Set by its windows, cleared by the point thread.
+    // Keys of the pairing key window, which sets them; Escape also by a click on the check view's panel.
+    // Cleared by the point thread.
     SharedWord keyZPressed{0};
     SharedWord keyDeletePressed{0};
     SharedWord keyCPressed{0};

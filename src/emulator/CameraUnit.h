@@ -53,6 +53,7 @@ public:
     // What became of an output report.
     enum class Output { taken, notRead, gone };
 
+    // Unplugged, its flash empty, its pen lifted. The socket outlives the unit or calls leaveSocket.
     explicit CameraUnit(UnitDescription description = {}, UnitSocket* socket = nullptr);
     CameraUnit(const CameraUnit&) = delete;
     CameraUnit& operator=(const CameraUnit&) = delete;

@@ -55,7 +55,7 @@ public:
     // Starts the thread; it wakes whenever a unit has something to do, and ends with the bus or with
     // stopRealTime.
     void runInRealTime() { drive_.start(); }
-    void stopRealTime() { drive_.stop(); }
+    void stopRealTime() { drive_.stop(); } // waits for the thread
 
 private:
     Microseconds now() override { return clock_.now(); }

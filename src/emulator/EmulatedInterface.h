@@ -25,16 +25,18 @@ public:
     // Called before each answer of a queue, without any lock held.
     using PollHook = std::function<void()>;
 
+    // The clock outlives it; the location stands in the paths of its services.
     EmulatedConnection(std::shared_ptr<CameraUnit> unit, Clock& clock, std::string location, PollHook poll);
 
     // What the registry shows: the HID services, high interface numbers first, then the USB device, so that
     // its arrival finds all of them.
     std::vector<ServiceDescription> services();
 
+    // To every started queue of the pen's interface.
     void deliver(const UnitReport& report);
     // The unit is gone: the queues get their last report, and all else fails with kIOReturnNoDevice.
     void vanish();
-    bool gone() const { return gone_.load(); }
+    bool gone() const { return gone_.load(); } // for good
 
     const std::shared_ptr<CameraUnit>& unit() const { return unit_; }
     Clock& clock() { return clock_; }
@@ -59,6 +61,7 @@ private:
 // One opened HID interface of a plugged-in unit.
 class EmulatedInterface final : public IOHIDDeviceInterface122 {
 public:
+    // Not open yet.
     EmulatedInterface(std::shared_ptr<EmulatedConnection> connection, int interfaceNumber)
         : connection_(std::move(connection)), interfaceNumber_(interfaceNumber) {}
 

@@ -65,11 +65,11 @@ public:
     // The earliest time at which the unit does something, if nothing happens to it before.
     Microseconds nextEvent() const;
 
-    std::size_t reportLength() const { return reportLength_; }
-    const ReceivedSettings& settings() const { return settings_; }
-    bool imageMode() const { return imageMode_; }
-    int operatingModeAcknowledges() const { return operatingModeAcknowledges_; }
-    int wirelessAcknowledges() const { return wirelessAcknowledges_; }
+    std::size_t reportLength() const { return reportLength_; }     // bytes of every input report
+    const ReceivedSettings& settings() const { return settings_; } // as the host sent them last
+    bool imageMode() const { return imageMode_; }                  // pictures are being sent
+    int operatingModeAcknowledges() const { return operatingModeAcknowledges_; } // how many "W" "W" have come
+    int wirelessAcknowledges() const { return wirelessAcknowledges_; }           // how many "T" have come
 
     // What a script may set at any time.
     Flash flash;

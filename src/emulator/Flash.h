@@ -36,6 +36,7 @@ public:
     // Forgets a record that waits for the other one, as power-off does.
     void forgetWaiting();
 
+    // Whether both records are valid.
     bool calibrated() const { return valid_[0] && valid_[1]; }
     // None when there is no valid record of that index.
     std::optional<FlashRecord> record(unsigned index) const;

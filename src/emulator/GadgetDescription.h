@@ -16,6 +16,7 @@ struct GadgetPaths {
 
 // How a unit looks as a USB device, beyond what UnitDescription says.
 struct GadgetDescription {
+    // Through an interrupt OUT endpoint, or with SET_REPORT on the control endpoint.
     enum class Output { interruptOut, setReport };
 
     int interfaces = 4;   // HID interfaces, numbered from 0

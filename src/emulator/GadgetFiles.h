@@ -14,6 +14,7 @@ namespace lightpen {
 class GadgetFiles {
 public:
     virtual ~GadgetFiles() = default;
+    // In configfs folders are the gadget's parts, and a link makes one part of another.
     virtual int makeFolder(const std::string& path) = 0;
     virtual int removeFolder(const std::string& path) = 0;
     virtual int makeLink(const std::string& target, const std::string& path) = 0;

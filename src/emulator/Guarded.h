@@ -10,6 +10,7 @@ namespace lightpen {
 template <class Object>
 class Guarded {
 public:
+    // Waits for the lock.
     Guarded(Object& object, std::recursive_mutex& mutex) : object_(object), hold_(mutex) {}
     Object* operator->() const { return &object_; }
     Object& operator*() const { return object_; }

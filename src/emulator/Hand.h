@@ -17,6 +17,7 @@ namespace lightpen {
 //   Hand().tap({200, 120}).wait(1s).drag({{10, 10}, {300, 40}}, 500).hold({640, 400}, 2500ms);
 class Hand {
 public:
+    // Of the screen, as one looks at it.
     enum class Side { left, right, above, below };
     // One contact of the pen.
     struct Touch {
@@ -31,6 +32,7 @@ public:
     // Gestures
     Hand& wait(Microseconds duration);
     Hand& tap(ScreenPoint point, Microseconds contact = kTap);
+    // A contact of this length; the host takes two seconds for a right click.
     Hand& hold(ScreenPoint point, Microseconds duration) { return tap(point, duration); }
     // Along the points in order, in screen points a second; an empty path does nothing.
     Hand& drag(const std::vector<ScreenPoint>& path, double speed);
@@ -49,6 +51,7 @@ public:
 
     // Where the pen touches at this time; none while it is lifted, before the start and after the end.
     std::optional<ScreenPoint> at(Microseconds time) const;
+    // To the end of the last pause.
     Microseconds duration() const { return end_; }
     // The contacts that have been ended with lift, in order.
     const std::vector<Touch>& touches() const { return touches_; }

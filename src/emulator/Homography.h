@@ -6,6 +6,7 @@
 
 namespace lightpen {
 
+// A point of either plane.
 struct PlanePoint {
     double x = 0;
     double y = 0;

@@ -15,6 +15,7 @@ struct GlyphPoint {
 // The way of the pen between touching and lifting.
 using GlyphStroke = std::vector<GlyphPoint>;
 
+// A letter; without strokes it is a gap.
 struct Glyph {
     std::vector<GlyphStroke> strokes;
     double advance = 0.5; // to the left edge of the next letter

@@ -23,6 +23,7 @@ public:
     static constexpr Microseconds kIdlePeriod{36'000};
     static constexpr Microseconds kIdleTime{1'000'000};
 
+    // Forgets everything.
     void powerUp() { *this = {}; }
     // Ends the touch and the idling without a word.
     void hush();

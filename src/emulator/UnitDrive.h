@@ -22,7 +22,9 @@ public:
     UnitDrive(const UnitDrive&) = delete;
     UnitDrive& operator=(const UnitDrive&) = delete;
 
+    // The drive shares the unit until its own end.
     void add(std::shared_ptr<CameraUnit> unit);
+    // A copy of the list.
     std::vector<std::shared_ptr<CameraUnit>> units() const;
     // Lets all units catch up with this time.
     void advance(Microseconds now);

@@ -33,12 +33,14 @@ public:
     // A blob that is further from where it was in the last picture than this, in camera units, has jumped.
     static constexpr double kJump = 40;
 
+    // Forgets what was seen; the filter is at its place at once.
     void powerUp(bool filterOut);
     bool filterOut() const { return filterOut_; }
     // Moves the filter; nothing is seen until it has arrived (while dark is set). Returns whether it moved.
     bool moveFilter(bool out, Microseconds now, bool dark);
     // True while the filter moves.
     bool moving(Microseconds now) const { return now < movingUntil_; }
+    // When its last move is over; long past before the first.
     Microseconds settledAt() const { return movingUntil_; }
 
     // The spot in this picture; none when there is none, or several.

@@ -14,11 +14,13 @@ namespace lightpen {
 // are none are as good as not there, and stay. Main thread.
 class AutostartFolder {
 public:
+    // An entry and the name of its file, without the folder.
     struct File {
         std::string name;
         DesktopEntry entry;
     };
 
+    // The folder need not be there.
     explicit AutostartFolder(std::string path) : path_(std::move(path)) {}
 
     // The entries in the order of their files' names; an empty list when there is no folder. None (with errno

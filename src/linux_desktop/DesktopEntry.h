@@ -24,6 +24,7 @@ public:
     // cannot hold the value: not UTF-8, or with control characters other than line breaks and tabs.
     bool set(std::string_view key, std::string_view value);
 
+    // The whole file; lines that nobody set are as they were read.
     std::string text() const;
 
 private:

@@ -25,11 +25,13 @@ class LinuxPointer final : public PointerEvents {
 public:
     // Opens one way; null and the reason when it cannot.
     using Opener = std::function<std::unique_ptr<PointerBackend>(std::string& problem)>;
+    // How each way is opened; one that the choice excludes is not tried.
     struct Ways {
         Opener uinput;
         Opener xtest;
     };
 
+    // Tries uinput first. Keeps the reasons when nothing can be opened.
     LinuxPointer(PointerChoice choice, const Ways& ways);
 
     // Fails, with one log line for all times, when no way could be opened.

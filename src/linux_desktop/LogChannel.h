@@ -18,6 +18,7 @@ public:
     // Callers, under the owner's lock: appends the text and, if asked, a line break. What does not fit is
     // counted and dropped, with everything behind it until the writer has made room.
     void append(std::string_view text, bool lineBreak);
+    // Text, or a loss that is still to be reported.
     bool hasWaiting() const { return !waiting_.empty() || lost_ > 0; }
     // How many texts have come so far, lost ones included.
     std::uint64_t received() const { return received_; }
@@ -29,7 +30,7 @@ public:
 
     // Writer, without the lock: whether there is something to write, and to where.
     bool hasRest() const { return written_ < writing_.size(); }
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_; } // not owned
     // Writes some whole lines, or a piece of a very long one, for which a pipe that polls as writable has
     // room. What can never be written, since the other end is closed, is dropped. Returns whether the rest
     // has become shorter.

@@ -7,6 +7,7 @@
 
 namespace lightpen {
 
+// What a symbolic link at the file's own name counts as.
 enum class Links { followed, refused };
 
 // The bytes of a file. None, with errno set, when it cannot be read, is larger than the limit (EFBIG), or is

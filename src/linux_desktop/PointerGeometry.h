@@ -13,6 +13,7 @@ struct PixelPoint {
     friend bool operator==(const PixelPoint&, const PixelPoint&) = default;
 };
 
+// From its upper left corner.
 struct PixelRect {
     int x = 0;
     int y = 0;

@@ -14,6 +14,7 @@ namespace lightpen {
 // what does not fit any more is dropped, and a line in its place says how many lines that were.
 class StderrLog final : public LogSink {
 public:
+    // As a program uses them unless it says otherwise.
     struct Settings {
         int diagnostics = 2; // descriptors, not owned
         int output = 1;
@@ -23,6 +24,7 @@ public:
     };
     static constexpr Microseconds kFlushPatience{1'000'000};
 
+    // Starts the writer.
     explicit StderrLog(Settings settings);
     StderrLog() : StderrLog(Settings{}) {}
     // Writes out what is left, as flush() does, and ends the writer.

@@ -32,6 +32,7 @@ public:
     // later are always done.
     using IsInitialised = std::function<bool(udev_device* device)>;
 
+    // Watches nothing before start; the listener is called from within start and readEvents.
     explicit UdevMonitor(BusListener listener);
     // A simulated udev cannot tell whether devices are initialised; a test says it instead.
     UdevMonitor(BusListener listener, IsInitialised isInitialised);

@@ -11,6 +11,7 @@ namespace lightpen {
 // the program and is only read. Any thread.
 class XdgDataFiles final : public DataFiles {
 public:
+    // Neither folder need be there.
     XdgDataFiles(std::string userFolder, std::string shippedFolder);
     // $XDG_DATA_HOME/LightPenNX7, with the usual place for the variable unset.
     static std::string userFolder();

@@ -17,6 +17,7 @@ namespace lightpen {
 // them in the list, by the names of their files. An item's origin is the name of its file. Main thread.
 class XdgLoginItems final : public LoginItems {
 public:
+    // The folder is made with the first entry.
     explicit XdgLoginItems(std::string folder) : folder_(std::move(folder)) {}
     // $XDG_CONFIG_HOME/autostart, with the usual place for the variable unset.
     static std::string userFolder();

@@ -27,15 +27,17 @@ public:
         });
     }
 
+    // For make: the operation follows its own target, this one only names it.
     Invocation(RBIOServiceMatchingServer& server, const void* target,
                std::function<void(io_iterator_t)> operation)
         : server_(server), target_(target), operation_(std::move(operation)) {}
 
-    RBIOServiceMatchingServer& server() const { return server_; }
+    RBIOServiceMatchingServer& server() const { return server_; } // outlives this
     // The observer's address: to compare and to print, never to follow.
     const void* target() const { return target_; }
     // What the next invoke() passes on; 0 until set.
     void setArgument(io_iterator_t argument) { argument_ = argument; }
+    // Makes the call; whether the observer is still registered has been asked before.
     void invoke() const { operation_(argument_); }
 
 private:

@@ -12,6 +12,7 @@ namespace lightpen {
 // notification's iterator, so the notification lives exactly as long as the record. Main thread.
 class RBIOServiceMatchingRecord {
 public:
+    // A new record, owned by the caller.
     static std::shared_ptr<RBIOServiceMatchingRecord> recordWithInvocation(InvocationRef invocation,
                                                                            io_iterator_t iterator);
 

@@ -71,6 +71,8 @@ public:
     // The digit behind "IOUSBInterface@" in the service's path, after half a second; -1 for an empty path.
     // Interface numbers above 9 are not known here. A path without that mark ends the process.
     std::int32_t interfaceNumberOfHIDIOService(io_object_t service);
+    // The same of a USB device (idProduct, idVendor, "USB Vendor Name", bInterfaceNumber), at once; 0 or no
+    // text when absent.
     std::int32_t pidOfUSBIOService(io_object_t service);
     std::int32_t vidOfUSBIOService(io_object_t service);
     std::optional<std::string> vendorNameOfUSBIOService(io_object_t service);

@@ -18,6 +18,7 @@ public:
     virtual ~UserDefaults() = default;
     // What objectForKey answers for keys that the user has not set.
     virtual void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) = 0;
+    // The user's value, else the registered one; none when there is neither.
     virtual std::optional<DefaultsValue> objectForKey(std::string_view key) const = 0;
     // Stores the value at once, so that a crash at any later moment keeps it. False (and a log line) when it
     // cannot be written; the value then holds until the program ends.

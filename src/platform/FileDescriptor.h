@@ -17,6 +17,7 @@ public:
     // Takes the descriptor over; a negative one is none.
     explicit FileDescriptor(int fd) : fd_(fd) {}
     FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    // Swaps: what was held here is closed with the other.
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
         std::swap(fd_, other.fd_);
         return *this;
@@ -29,7 +30,7 @@ public:
 
     // The descriptor, still owned here; -1 when there is none.
     int get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
+    explicit operator bool() const { return fd_ >= 0; } // whether one is held
 
 private:
     int fd_ = -1;

@@ -26,12 +26,14 @@ using CameraPoint = Point<CameraSpace>;
 using ScreenPoint = Point<ScreenSpace>;
 using WindowPoint = Point<WindowSpace>;
 
+// A width and a height; in points where nothing else is said.
 struct Size {
     double width = 0;
     double height = 0;
     friend bool operator==(const Size&, const Size&) = default;
 };
 
+// The origin is the corner where both coordinates are least: upper left on a screen, lower left in a window.
 template <class Space>
 struct Rect {
     Point<Space> origin;
@@ -45,10 +47,11 @@ using WindowRect = Rect<WindowSpace>;
 // A point's string form on the stack, for the log lines of the pen's own path; see NSStringFromPoint.
 class PointText {
 public:
+    // Formats at once and allocates nothing.
     PointText(double x, double y);
     template <class Space>
     explicit PointText(const Point<Space>& point) : PointText(point.x, point.y) {}
-    const char* c_str() const { return text_; }
+    const char* c_str() const { return text_; } // as long as this lives
 
 private:
     // Two shortest decimals of at most 24 characters, "{", ", ", "}" and the final zero.

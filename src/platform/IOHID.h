@@ -33,6 +33,7 @@ struct IOHIDEventStruct {
 IOHIDEventStruct inputReportEvent(IOHIDElementCookie cookie, std::span<const std::uint8_t> report,
                                   std::size_t declaredLength, std::uint64_t timestamp);
 
+// This system sends output reports and queues input reports; feature reports are not known.
 enum class IOHIDReportType : std::uint32_t { input = 0, output = 1, feature = 2 };
 
 // A time-out argument that stands for waiting without limit.
@@ -50,12 +51,15 @@ public:
     // Yields the source through which the callouts are delivered, once it is attached to the main loop.
     virtual IOReturn createAsyncEventSource(RunLoopSourceRef& source) = 0;
     // Sets how many reports the queue holds; a full queue loses its oldest report. No flags are known.
+    // kIOReturnBadArgument for a depth of 0.
     virtual IOReturn create(std::uint32_t flags, std::uint32_t depth) = 0;
     // Ends the queue: it takes no more reports and yields none.
     virtual IOReturn dispose() = 0;
+    // Lets the queue take this element's reports; a queue without elements takes none. Adding twice is adding
+    // once; no flags are known.
     virtual IOReturn addElement(IOHIDElementCookie cookie, std::uint32_t flags) = 0;
     virtual bool hasElement(IOHIDElementCookie cookie) const = 0;
-    // Begins to take reports, with an empty queue also when it was running.
+    // Begins to take reports, with an empty queue also when it was running. kIOReturnNotOpen before create.
     virtual IOReturn start() = 0;
     // Takes no more reports; those already taken stay.
     virtual IOReturn stop() = 0;
@@ -73,7 +77,9 @@ using IOHIDQueueRef = std::shared_ptr<IOHIDQueueInterface>;
 class IOHIDDeviceInterface122 {
 public:
     virtual ~IOHIDDeviceInterface122() = default;
+    // Success without effect when it is open; kIOReturnNoDevice once the unit is gone.
     virtual IOReturn open(std::uint32_t flags) = 0;
+    // kIOReturnNotOpen when it is not open; a send under way may end with that too.
     virtual IOReturn close() = 0;
     // Sends a report and waits until the unit has taken it, at most timeoutMs (kIOHIDNoTimeout: no limit).
     // kIOReturnNoDevice once the unit is gone; kIOReturnNotOpen before open; kIOReturnTimeout when time is up

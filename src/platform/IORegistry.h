@@ -25,6 +25,7 @@ using mach_port_t = std::uint32_t;
 // A registry property: a number, a string, or a list of dictionaries.
 struct PropertyDictionary;
 using Property = std::variant<std::int64_t, std::string, std::vector<PropertyDictionary>>;
+// The properties of a service, or of an element in a list of them, by key.
 struct PropertyDictionary {
     std::map<std::string, Property, std::less<>> entries;
 };
@@ -46,6 +47,7 @@ MatchingDictionary IOServiceMatching(std::string_view className);
 class IONotificationPort {
 public:
     virtual ~IONotificationPort() = default;
+    // What delivers; the same at each call, never null.
     virtual RunLoopSourceRef IONotificationPortGetRunLoopSource() = 0;
 };
 
@@ -63,6 +65,7 @@ class IORegistry {
 public:
     virtual ~IORegistry() = default;
 
+    // Yields the port that the other operations take.
     virtual IOReturn IOMasterPort(mach_port_t& port) = 0;
     // The first matching service, with a reference for the caller; 0 when there is none.
     virtual io_service_t IOServiceGetMatchingService(mach_port_t port,
@@ -70,6 +73,7 @@ public:
     // An iterator over the matching services of this moment, with a reference for the caller.
     virtual IOReturn IOServiceGetMatchingServices(mach_port_t port, const MatchingDictionary& matching,
                                                   io_iterator_t& iterator) = 0;
+    // A new port, owned by the caller; its notifications end with it. Null when there can be none.
     virtual std::shared_ptr<IONotificationPort> IONotificationPortCreate(mach_port_t port) = 0;
     // Yields an iterator that gets each service that arrives (kIOFirstMatchNotification; those already there
     // at once) or leaves (kIOTerminatedNotification). The callback is made when the iterator, drained before,
@@ -82,14 +86,20 @@ public:
 
     // The next object, with a reference for the caller; 0 at the end, which arms a notification's iterator.
     virtual io_object_t IOIteratorNext(io_iterator_t iterator) = 0;
+    // One reference more, or less; without any the object is gone, an iterator with what it holds.
+    // kIOReturnBadArgument for no object.
     virtual IOReturn IOObjectRetain(io_object_t object) = 0;
     virtual IOReturn IOObjectRelease(io_object_t object) = 0;
 
+    // The class's name; empty for what is no service.
     virtual std::string IOObjectGetClass(io_object_t object) = 0;
+    // A copy of the property; none without such a key.
     virtual std::optional<Property> IORegistryEntryCreateCFProperty(io_object_t entry,
                                                                     std::string_view key) = 0;
+    // A copy of all; empty for what is no service.
     virtual PropertyDictionary IORegistryEntryCreateCFProperties(io_object_t entry) = 0;
-    // The path in the plane; empty when the entry has none.
+    // The path in the plane. kIOReturnBadArgument, and the path as it was, for what is no service and in any
+    // plane but kIOServicePlane.
     virtual IOReturn IORegistryEntryGetPath(io_object_t entry, std::string_view plane, std::string& path) = 0;
 
     // The plug-in of a HID service; fails for other services and for those that are gone.

@@ -8,6 +8,7 @@ namespace lightpen {
 // Status of a platform call; 0 is success. The codes are 32-bit words printed in hexadecimal.
 using IOReturn = std::int32_t;
 
+// The unsigned code as the signed word that calls return.
 constexpr IOReturn ioReturn(std::uint32_t code) {
     return static_cast<IOReturn>(code);
 }

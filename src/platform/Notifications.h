@@ -27,6 +27,7 @@ public:
     using Handler = std::function<void(const Notification&)>;
     // Calls the handler for each notification of the name from the sender; a null sender stands for any.
     void addObserver(const void* observer, std::string_view name, const void* sender, Handler handler);
+    // Ends all registrations of the observer; also from a handler.
     void removeObserver(const void* observer);
     // Observers that are removed while a notification is delivered are not called any more.
     void post(const Notification& notification);
@@ -47,6 +48,7 @@ private:
 class DistributedNotificationCenter {
 public:
     virtual ~DistributedNotificationCenter() = default;
+    // Returns at once, whether anybody listens or not.
     virtual void postNotificationName(std::string_view name) = 0;
 };
 

@@ -19,6 +19,7 @@ public:
     void post(PerformRequest request);
     // Adds a request to be run when the time has come; equal times run in the order they were added.
     void postDelayed(PerformRequest request, Microseconds due);
+    // Drops every delayed request with all three equal; posted ones stay.
     void cancelDelayed(const void* target, std::string_view selector, std::string_view argument);
     // Runs one request: the oldest posted one, else the earliest delayed one that is due. Returns false when
     // there was none. Requests may post, cancel and run others.

@@ -35,6 +35,7 @@ struct Platform {
 
     // The platform of this process; ends the program with a message when none was set.
     static Platform& current();
+    // Before anything uses the platform; not owned. Null takes it away.
     static void setCurrent(Platform* platform);
 };
 

@@ -8,6 +8,7 @@ namespace lightpen {
 // Which mouse buttons are down, and what an event may therefore do. Pure; every pointer backend asks it.
 class PointerButtons {
 public:
+    // What an event presses or releases.
     enum class Button { none, left, right };
     // What a backend does for one event: move unless dropped, then change the button, if any.
     struct Action {
@@ -20,6 +21,7 @@ public:
     // What to do for an event of this type (kLeftMouseDown, ...). The release of a button that is not down
     // and unknown types are dropped; a drag without the button is a move.
     Action apply(std::uint32_t eventType);
+    // After the events so far.
     bool leftDown() const { return leftDown_; }
     bool rightDown() const { return rightDown_; }
 

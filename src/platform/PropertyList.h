@@ -20,6 +20,7 @@ struct PropertyListDictionary {
     const PropertyListValue* find(std::string_view key) const;
 };
 
+// A value of a property list; arrays and dictionaries hold others.
 struct PropertyListValue {
     std::variant<bool, std::int64_t, double, std::string, PropertyListArray, PropertyListDictionary> value;
 

@@ -17,6 +17,7 @@ class RunLoop;
 // the source is attached are lost.
 class RunLoopSource : public std::enable_shared_from_this<RunLoopSource> {
 public:
+    // The operation runs on the loop, never in signal().
     explicit RunLoopSource(std::function<void()> perform) : perform_(std::move(perform)) {}
     // Asks the loop to perform the source once; each signal is one perform. Any thread.
     void signal();
@@ -70,6 +71,7 @@ public:
     // True from the first terminate() on; every wait without a time-out of its own looks here. Any thread.
     virtual bool terminating() const = 0;
     // Flushes the log and ends the process at once, without running destructors under the other threads.
+    // Any thread; does not return outside tests.
     virtual void exitProcess(int status) = 0;
 };
 

@@ -32,6 +32,7 @@ public:
     // been taken by then.
     static constexpr Microseconds kRemovalDelay{50'000};
 
+    // Both outlive the registry.
     ServiceRegistry(RunLoop& runLoop, Clock& clock) : runLoop_(runLoop), clock_(clock) {}
 
     // Lists the service behind those already listed and reports its arrival. Returns its handle.

@@ -28,6 +28,7 @@ public:
         return *this;
     }
     operator Value() const noexcept { return load(); }
+    // Relaxed, as store is: nothing else becomes visible with the word.
     Value load() const noexcept { return value_.load(std::memory_order_relaxed); }
     void store(Value value) noexcept { value_.store(value, std::memory_order_relaxed); }
 
@@ -53,10 +54,12 @@ public:
         return *this;
     }
     operator Value() const { return load(); }
+    // A copy of the whole value.
     Value load() const {
         const std::lock_guard hold(mutex_);
         return value_;
     }
+    // What was there before is destroyed outside the lock.
     void store(Value value) {
         const std::lock_guard hold(mutex_);
         std::swap(value_, value);

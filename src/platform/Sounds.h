@@ -14,6 +14,7 @@ public:
     virtual ~Sound() = default;
     Sound(const Sound&) = delete;
     Sound& operator=(const Sound&) = delete;
+    // What two sounds are equal by.
     const std::string& name() const { return name_; }
     // Begins to play and returns at once; silent where there is no sound server.
     virtual void play() = 0;

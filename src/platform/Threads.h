@@ -5,6 +5,7 @@
 
 namespace lightpen {
 
+// Threads that run on their own. Any thread.
 class Threads {
 public:
     virtual ~Threads() = default;

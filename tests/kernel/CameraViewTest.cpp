@@ -226,7 +226,7 @@ TEST_F(CameraViewTest, APlugThatIsPulledOutOfAPictureEndsItAndAReplugGivesAWhole
     ASSERT_TRUE(removed(1));
     EXPECT_EQ(driver().previewImage(), nullptr) << "there is no unit";
     ASSERT_NO_FATAL_FAILURE(plugIn());
-    // Its reports complete what was left of the broken picture; the next one begins anew.
+    // Its reports make a picture of their own, and the one behind sets the count back.
     ASSERT_NO_FATAL_FAILURE(expectThePenToWork());
     expectAWholePicture();
 }

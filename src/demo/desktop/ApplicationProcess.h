@@ -27,6 +27,7 @@ public:
     // did. Once it has ended it may be started again, with an empty log.
     std::string start(const std::vector<std::string>& arguments,
                       const std::map<std::string, std::string>& environment = {});
+    // 0 while it does not run.
     std::uint32_t processId() const { return static_cast<std::uint32_t>(process_.processId()); }
     bool running() const { return process_.state() != QProcess::NotRunning; }
 
