@@ -157,7 +157,7 @@ TEST(ScreenCaptureTest, TheDesktopMayChangeItsSize) {
 TEST(ScreenCaptureTest, AServerThatIsGoneShowsNothing) {
     Stage stage;
     ASSERT_TRUE(stage.capture->look());
-    stage.server.kill();
+    stage.server.end();
     EXPECT_FALSE(stage.capture->look());
     EXPECT_FALSE(stage.capture->pointer());
     stage.capture->changed();

@@ -132,7 +132,7 @@ TEST_F(TapSeriesTest, ATapThatIsNeverReleasedEndsTheSeries) {
 TEST_F(TapSeriesTest, AServerThatIsGoneIsSaid) {
     Xvfb other("640x360");
     eyes = ScreenCapture::create(other.display().c_str(), noProblem);
-    other.kill();
+    other.end();
     EXPECT_EQ(tap({{200, 50}}), "The X server does not say where the pointer is.");
 }
 

@@ -144,7 +144,7 @@ TEST(XFullScreenFailure, AServerThatDiesEndsNothing) {
     Xvfb mortal("640x480");
     const auto screen = XFullScreen::connect(mortal.display().c_str());
     ASSERT_TRUE(screen);
-    mortal.kill();
+    mortal.end();
     EXPECT_EQ(screen->focus(), 0u);
     EXPECT_FALSE(screen->alive());
     EXPECT_FALSE(screen->managed());

@@ -90,7 +90,7 @@ TEST(XTestPointerFailure, AServerThatDiesEndsNothingButTheEvents) {
     const auto pointer = XTestPointer::create(mortal.display().c_str(), geometry, problem);
     ASSERT_TRUE(pointer) << problem;
     EXPECT_EQ(pointer->post(kLeftMouseDown, {1, 2}), kIOReturnSuccess);
-    mortal.kill();
+    mortal.end();
     EXPECT_TRUE(eventually([&] { return pointer->post(kLeftMouseDragged, {3, 4}) == kIOReturnNoDevice; }));
     EXPECT_EQ(pointer->post(kLeftMouseUp, {3, 4}), kIOReturnNoDevice);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"Pointer: the X server takes no events any more"});

@@ -65,12 +65,15 @@ TEST_F(XTrayTest, EndsWithItsServer) {
     const auto tray = XTray::connect(server.display().c_str());
     ASSERT_TRUE(tray);
     EXPECT_TRUE(tray->alive());
-    server.kill();
+    server.end();
     ASSERT_TRUE(readable(*tray, 10'000));
     EXPECT_FALSE(tray->arrived());
     EXPECT_FALSE(tray->present());
     EXPECT_FALSE(tray->alive());
-    EXPECT_FALSE(XTray::connect(server.display().c_str()));
+}
+
+TEST(XTrayFailure, NoServerIsNoConnection) {
+    EXPECT_FALSE(XTray::connect(":4711"));
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 #include "support/Xvfb.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 
 namespace lightpen {
@@ -17,12 +16,8 @@ Xvfb::Xvfb(const std::string& screen, const std::vector<std::string>& options) {
     display_ = ":" + number;
 }
 
-void Xvfb::kill() {
-    server_->kill();
-    // What the server would have removed itself.
-    const std::string number = display_.substr(1);
-    std::filesystem::remove("/tmp/.X" + number + "-lock");
-    std::filesystem::remove("/tmp/.X11-unix/X" + number);
+void Xvfb::end() {
+    server_.reset();
 }
 
 void Xvfb::enter() const {

@@ -18,8 +18,9 @@ public:
     const std::string& display() const { return display_; }
     // Makes it the display of this process; before the application object is made.
     void enter() const;
-    // The server goes away as if it had crashed.
-    void kill();
+    // The server goes away, and every connection breaks. It is not killed: it takes its socket along itself.
+    // By the time that anybody else would have removed it, the display may be another test's server's.
+    void end();
 
 private:
     std::unique_ptr<ChildProcess> server_;
