@@ -8,6 +8,8 @@
 #include <atomic>
 #include <thread>
 
+#include "support/Eventually.h"
+
 namespace lightpen {
 namespace {
 
@@ -63,13 +65,17 @@ TEST(SystemClock, SleepsOnAfterASignal) {
         }
     });
     SystemClock clock;
-    const auto before = std::chrono::steady_clock::now();
-    clock.sleep(50ms);
-    const auto slept = std::chrono::steady_clock::now() - before;
+    // Another sleep where the machine was too busy to disturb one. Two signals may have come beside it: one
+    // right before, one right after.
+    EXPECT_TRUE(eventually([&] {
+        const int interrupted = interruptions;
+        const auto before = std::chrono::steady_clock::now();
+        clock.sleep(50ms);
+        EXPECT_GE(std::chrono::steady_clock::now() - before, 50ms);
+        return interruptions > interrupted + 2;
+    }));
     awake = true;
     disturber.join();
-    EXPECT_GE(slept, 50ms);
-    EXPECT_GT(interruptions, 0);
 }
 
 } // namespace
