@@ -63,8 +63,8 @@ TEST_P(HidrawWriterOnNode, AUnitThatReadsNothingCostsTheTimeOutAndLaterReportsKe
 TEST_P(HidrawWriterOnNode, ALineThatIsFullTakesNoMore) {
     const std::size_t fillers = node_.fill();
     const auto writer = startWriter();
-    // The first one leaves the line for the kernel, sooner or later.
-    EXPECT_EQ(writer->send({0, 0xAA}, 100), kIOReturnTimeout);
+    // By the end of this wait the first one has left the line for the kernel, even if the thread began late.
+    EXPECT_EQ(writer->send({0, 0xAA}, 2000), kIOReturnTimeout);
     for (std::size_t report = 0; report < HidrawWriter::kMostWaiting; ++report)
         EXPECT_EQ(writer->send({0, static_cast<std::uint8_t>(report)}, 0), kIOReturnTimeout);
     EXPECT_EQ(writer->send({0, 0xBB}, 1), kIOReturnTimeout);
