@@ -126,7 +126,7 @@ TEST_P(CheckPanelOnScreenTest, CoversTheMiddleAndTakesNothingElse) {
     start("panel");
     EXPECT_TRUE(shows(kInside, kBlack));
     EXPECT_TRUE(shows(kBeside, kBlue));
-    EXPECT_TRUE(framebuffer.cursorAt(kPointer.x, kPointer.y));
+    EXPECT_TRUE(eventually([&] { return framebuffer.cursorAt(kPointer.x, kPointer.y); }));
     EXPECT_TRUE(neighbour.keyboardIsFree());
     neighbour.movePointer(800, 500);
     neighbour.takeClicks();
