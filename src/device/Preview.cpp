@@ -91,14 +91,19 @@ PreviewImageRef EventGeneratorNX7::previewImage() {
         return _previewImage;
     _fetchingPicture = true;
     const IOHIDQueueRef queue = _queue;
+    const PreviewImageRef last = _previewImage;
     if (queue)
         queue->start();
     if (triggerToGetImage() != kIOReturnNoDevice)
         waitForPicture(queue);
     if (queue)
         queue->stop();
-    if (sendImageMode(false) != kIOReturnSuccess)
+    const IOReturn result = sendImageMode(false);
+    if (result != kIOReturnSuccess)
         logLine("Event n:1149 switch to hid mode failed.");
+    // The last report of a unit that leaves is empty; it may have passed for the last part of a picture.
+    if (result == kIOReturnNoDevice || _queue.load() != queue)
+        setImage(last);
     _fetchingPicture = false;
     logLine("Event n:1151 return image: %s", textOf(_previewImage).c_str());
     return _previewImage;

@@ -228,6 +228,38 @@ TEST_F(PreviewTest, AUnitThatLeavesEndsTheFetchWithTheLastPicture) {
     EXPECT_FALSE(driver->imageProcessMode());
 }
 
+// The empty report with which its queue ends is the sixth, some moments before the unit is off the list.
+TEST_F(PreviewTest, AUnitThatLeavesAfterFivePartsDoesNotMakeAPictureOfThem) {
+    const auto last = std::make_shared<const PreviewImage>();
+    driver->setImage(last);
+    pictureReports = 5;
+    after(milliseconds(260), [this] { unit.sendReport(ReportBytes(804, 0)); });
+    after(milliseconds(290), [this] { unit.unplug(); });
+    EXPECT_EQ(driver->previewImage(), last);
+    EXPECT_EQ(driver->_previewImage, last);
+    EXPECT_EQ(sharedState.imageReady, 1) << "else no picture came of the empty report";
+}
+
+TEST_F(PreviewTest, NorDoesOneThatIsBackAtOnce) {
+    replies = emptyReplies();
+    driver->init(); // which watches for units
+    const auto last = std::make_shared<const PreviewImage>();
+    driver->setImage(last);
+    pictureReports = 5;
+    threadsStart = true;
+    after(milliseconds(260), [this] { unit.sendReport(ReportBytes(804, 0)); });
+    after(milliseconds(290), [this] {
+        unit.unplug();
+        unit.plugIn();
+        replies = emptyReplies();
+        onSend = nullptr;
+    });
+    EXPECT_EQ(driver->previewImage(), last);
+    EXPECT_EQ(driver->_previewImage, last);
+    EXPECT_EQ(sharedState.imageReady, 1) << "else no picture came of the empty report";
+    EXPECT_TRUE(driver->isDevicePlugIn());
+}
+
 TEST_F(PreviewTest, WithoutALastPictureALeavingUnitGivesNone) {
     onSend = nullptr;
     after(milliseconds(210), [this] { unit.unplug(); });
