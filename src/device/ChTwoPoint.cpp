@@ -14,6 +14,7 @@ namespace {
 
 // In the bottom-left corner.
 constexpr WindowRect kKeyWindowRect{{0, 0}, {20, 20}};
+constexpr int kLastLatinKey = 0xFF;
 
 } // namespace
 
@@ -59,9 +60,13 @@ void ChTwoPoint::makeKeyAndOrderFront() {
     setFocus(Qt::OtherFocusReason);
 }
 
+// A keyboard of Russian, Thai or Greek letters has no Z: there the key counts that stands in its place.
 void ChTwoPoint::keyPressEvent(QKeyEvent* event) {
     event->accept();
-    keyDown(virtualKeyCode(event->key()));
+    const bool latin = event->key() <= kLastLatinKey;
+    keyDown(latin || virtualKeyCode(event->key()) != kNoVirtualKey
+                ? virtualKeyCode(event->key())
+                : virtualKeyCodeAtPlace(event->nativeScanCode()));
 }
 
 std::shared_ptr<PairingKeyWindow> newPairingKeyWindow() {

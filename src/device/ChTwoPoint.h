@@ -27,7 +27,6 @@ public:
     // Kept only: an invisible window has no business with clicks, whatever it is told.
     void setIgnoresMouseEvents(bool ignores) override { ignoresMouseEvents_ = ignores; }
     void makeKeyAndOrderFront() override;
-    void orderOut() override { hide(); }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

@@ -239,8 +239,9 @@ void EventGeneratorNX7::makePairingKeyWindow() {
     auto keyWindow = newPairingKeyWindow();
     clock.sleep(kKeyWindowPause);
     _keyWindowIgnoresMouse = 0;
-    if (const auto replaced = sharedState.pairingKeyWindow.load())
-        replaced->orderOut();
+    // By design the last one is not closed: it stays where it is, and its keys count as well.
+    if (const auto former = sharedState.pairingKeyWindow.load())
+        _formerKeyWindows.push_back(former);
     if (keyWindow) {
         keyWindow->setIgnoresMouseEvents(false);
         keyWindow->makeKeyAndOrderFront();

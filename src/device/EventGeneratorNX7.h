@@ -21,6 +21,7 @@
 
 namespace lightpen {
 
+class PairingKeyWindow;
 class PreviewImageView;
 class PreviewWindow;
 
@@ -407,6 +408,7 @@ private:
     bool _strokePressed = false; // the stroke under way has pressed the left button; point thread
     SharedWord _keyWindowIgnoresMouse{-1};
     bool _fetchingPicture = false; // previewImage is under way; main thread
+    std::vector<std::shared_ptr<PairingKeyWindow>> _formerKeyWindows; // main thread
 };
 
 } // namespace lightpen

@@ -14,9 +14,6 @@ namespace lightpen {
 // among themselves.
 enum class WindowLevel : std::int32_t { statusBar = 25, shielding = 2147483628, cursor = 2147483630 };
 
-// A panel's style: it takes keys without its program becoming the active one.
-inline constexpr std::uint32_t kNonactivatingPanelMask = 128;
-
 // Whether this process can show windows at all.
 bool canShowWindows();
 

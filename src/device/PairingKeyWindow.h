@@ -14,8 +14,6 @@ public:
     virtual void setIgnoresMouseEvents(bool ignores) = 0;
     // Shows it in front and asks for the keyboard. A desktop that refuses the keyboard is left alone.
     virtual void makeKeyAndOrderFront() = 0;
-    // Takes it off the screen for good.
-    virtual void orderOut() = 0;
 };
 
 // Makes the window, still hidden; null where there is nothing to show a window on.

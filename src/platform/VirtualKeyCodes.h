@@ -32,4 +32,17 @@ constexpr std::uint16_t virtualKeyCode(int qtKey) {
     return kNoVirtualKey;
 }
 
+// The code of the key at a place of the keyboard, as X11 and Wayland number places, for layouts without Latin
+// letters; kNoVirtualKey when it has none.
+constexpr std::uint16_t virtualKeyCodeAtPlace(std::uint32_t scanCode) {
+    switch (scanCode) {
+    case 52:
+        return kVirtualKeyZ;
+    case 54:
+        return kVirtualKeyC;
+    default:
+        return kNoVirtualKey;
+    }
+}
+
 } // namespace lightpen

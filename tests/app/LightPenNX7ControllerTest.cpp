@@ -224,7 +224,6 @@ TEST_F(LightPenNX7ControllerTest, TheKeyWindowTakesTheKeyboardWhenTheMenuOpens) 
     struct KeyWindow final : PairingKeyWindow {
         void setIgnoresMouseEvents(bool) override {}
         void makeKeyAndOrderFront() override { ++asked; }
-        void orderOut() override {}
         int asked = 0;
     };
     const auto keys = std::make_shared<KeyWindow>();

@@ -64,6 +64,21 @@ TEST_F(ChTwoPointTest, KeysOfTheKeyboardArrive) {
     EXPECT_EQ(press(Qt::Key_C), (std::array{1, 1, 1, 1}));
 }
 
+TEST_F(ChTwoPointTest, WhereThereAreNoLatinLettersTheirPlacesCount) {
+    ChTwoPoint window({{0, 0}, {20, 20}});
+    const auto press = [&](int key, std::uint32_t place) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, place, 0, 0);
+        QCoreApplication::sendEvent(&window, &event);
+        return flags();
+    };
+    constexpr int kCyrillicYa = 0x042F, kThaiChoChing = 0x0E09;
+    EXPECT_EQ(press(Qt::Key_Y, 52), (std::array{0, 0, 0, 0})) << "a German keyboard has a Z of its own";
+    EXPECT_EQ(press(kCyrillicYa, 53), (std::array{0, 0, 0, 0}));
+    EXPECT_EQ(press(kCyrillicYa, 52), (std::array{1, 0, 0, 0}));
+    EXPECT_EQ(press(kThaiChoChing, 54), (std::array{1, 0, 1, 0}));
+    EXPECT_EQ(press(Qt::Key_Backspace, 22), (std::array{1, 1, 1, 0}));
+}
+
 TEST_F(ChTwoPointTest, NothingOfItIsSeenOrClicked) {
     desk.desktop.frame = ScreenRect{{0, 0}, {800, 800}};
     ChTwoPoint window({{0, 0}, {20, 20}});
@@ -93,31 +108,29 @@ TEST_F(ChTwoPointTest, AWiredUnitsKeyWindowIsShownWithTheKeyboard) {
     EXPECT_EQ(QApplication::activeWindow(), current());
 }
 
-TEST_F(ChTwoPointTest, ANewOneReplacesTheOldOne) {
+TEST_F(ChTwoPointTest, EachStartMakesANewOneAndLeavesTheLastOneOpen) {
     sharedState.wireless = 0;
     driver->startDevice();
-    const QPointer<ChTwoPoint> old = current();
+    const QPointer<ChTwoPoint> first = current();
     driver->startDevice();
     ASSERT_TRUE(current());
-    EXPECT_NE(current(), old.data());
+    ASSERT_NE(current(), first.data());
     EXPECT_TRUE(current()->isVisible());
     deleteUnused();
-    EXPECT_TRUE(old.isNull());
+    ASSERT_FALSE(first.isNull());
+    EXPECT_TRUE(first->isVisible());
+    first->keyDown(kVirtualKeyC);
+    EXPECT_EQ(flags(), (std::array{0, 0, 1, 0}));
 }
 
-TEST_F(ChTwoPointTest, TheOldOneIsHiddenWhileTheOtherThreadStillHoldsIt) {
-    sharedState.wireless = 0;
-    driver->startDevice();
-    const QPointer<ChTwoPoint> old = current();
-    auto held = sharedState.pairingKeyWindow.load();
-    driver->startDevice();
+TEST_F(ChTwoPointTest, TheLastReferenceMayBeDroppedOnAnotherThread) {
+    auto window = newPairingKeyWindow();
+    const QPointer<ChTwoPoint> widget = dynamic_cast<ChTwoPoint*>(window.get());
+    ASSERT_FALSE(widget.isNull());
+    std::thread([window = std::move(window)]() mutable { window = nullptr; }).join();
+    EXPECT_FALSE(widget.isNull()) << "a widget is destroyed on its own thread";
     deleteUnused();
-    ASSERT_FALSE(old.isNull());
-    EXPECT_FALSE(old->isVisible());
-    std::thread([held = std::move(held)]() mutable { held = nullptr; }).join();
-    EXPECT_FALSE(old.isNull()) << "a widget is destroyed on its own thread";
-    deleteUnused();
-    EXPECT_TRUE(old.isNull());
+    EXPECT_TRUE(widget.isNull());
 }
 
 } // namespace

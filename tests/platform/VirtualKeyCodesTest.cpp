@@ -19,5 +19,12 @@ TEST(VirtualKeyCodesTest, OthersHaveNoCodeThatAnyOfTheseHas) {
         EXPECT_EQ(virtualKeyCode(key), kNoVirtualKey) << key;
 }
 
+TEST(VirtualKeyCodesTest, PlacesOfTheKeysThatAreLetters) {
+    EXPECT_EQ(virtualKeyCodeAtPlace(52), 6);
+    EXPECT_EQ(virtualKeyCodeAtPlace(54), 8);
+    for (const std::uint32_t place : {0U, 6U, 8U, 22U, 51U, 53U, 55U, 0xFFFF'FFFFU})
+        EXPECT_EQ(virtualKeyCodeAtPlace(place), kNoVirtualKey) << place;
+}
+
 } // namespace
 } // namespace lightpen

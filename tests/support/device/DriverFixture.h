@@ -82,10 +82,8 @@ class RecordingKeyWindow final : public PairingKeyWindow {
 public:
     void setIgnoresMouseEvents(bool ignores) override { told.push_back(ignores); }
     void makeKeyAndOrderFront() override { ++shown; }
-    void orderOut() override { ++hidden; }
     std::vector<bool> told;
     int shown = 0;
-    int hidden = 0;
 };
 
 // A driver of its own on a platform of doubles, with the process-wide values as at the start of the process.
