@@ -36,7 +36,7 @@ void KVRCalibrationCenter::setCalibrationPoints(const PointListRef& points) {
     _calibrationPoints = taken;
     // In one step, so that a pen that is down meanwhile is never without a calibration.
     auto list = std::make_shared<CalibratorList>();
-    addCalibrators(*list);
+    addCalibrators(*list, taken);
     calibrators_ = std::move(list);
 }
 
@@ -47,12 +47,11 @@ PointListRef KVRCalibrationCenter::calibrationPoints() const {
 
 void KVRCalibrationCenter::createCalibrator() {
     auto list = std::make_shared<CalibratorList>(*calibrators());
-    addCalibrators(*list);
+    addCalibrators(*list, calibrationPoints());
     calibrators_ = std::move(list);
 }
 
-void KVRCalibrationCenter::addCalibrators(CalibratorList& list) const {
-    const PointListRef points = calibrationPoints();
+void KVRCalibrationCenter::addCalibrators(CalibratorList& list, const PointListRef& points) const {
     if (!points || points->empty())
         return;
     logLine("KVR n:279 _calibrationPoints: %s", describe(points).c_str());

@@ -142,7 +142,7 @@ private:
     enum class Kind { manual, automatic };
 
     void setGridFor(std::int64_t totalPoints);
-    void addCalibrators(CalibratorList& list) const;
+    void addCalibrators(CalibratorList& list, const PointListRef& points) const;
     static ScreenPoint smallestOf(const CalibratorList& list, CameraPoint point);
     Size screenSize() const;
     StepLayout stepLayout() const;

@@ -5,6 +5,7 @@
 namespace lightpen {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -112,6 +113,22 @@ TEST_F(CalibrationSessionTest, ListsOfEachLengthGoThrough) {
         EXPECT_EQ(center->calibrators()->size(), calibrators);
     }
     EXPECT_EQ(completed.size(), 3u);
+}
+
+// As when a unit arrives beside the one in use.
+TEST_F(CalibrationSessionTest, AListThatIsSetMeanwhileIsInForceAtOnce) {
+    start(Kind::manual);
+    touchAndWait({1000, 900});
+    takeTimeline();
+    center->setCalibrationPoints(std::make_shared<const PointList>(kFour));
+    EXPECT_THAT(
+        takeTimeline(),
+        Contains("KVR n:279 _calibrationPoints: ({312, 271}, {2201, 188.5}, {164, 1633}, {2390, 1702})"));
+    ASSERT_EQ(center->calibrators()->size(), 1u);
+    const ScreenPoint mapped = center->mapPointFrom(kFour[0]);
+    EXPECT_NEAR(mapped.x, 170, 1);
+    EXPECT_NEAR(mapped.y, 75, 1);
+    EXPECT_THAT(*center->calibrationPoints(), ElementsAre(CameraPoint{1000, 900})) << "still the session's";
 }
 
 TEST_F(CalibrationSessionTest, WithoutANumberOfTargetsTheFirstTouchIsTheLast) {
