@@ -66,22 +66,30 @@ struct DriverStage {
     // Plugs the unit in; whether the driver took it into use.
     bool plugIn(CameraUnit& unit) {
         unit.plug();
-        return waitUntil(
-            platform(),
-            [this] {
-                return controller->deviceConnected() && sharedState.unitOpen == 1 &&
-                       sharedState.mouseArmed == 1;
-            },
-            std::chrono::seconds(20));
+        const auto open = [this] { return controller->deviceConnected() && sharedState.unitOpen == 1; };
+        return waitUntil(platform(), open, std::chrono::seconds(20)) && arm(unit);
     }
     // Whether the driver noticed that the unit was gone, the pauses of the removal included.
     bool unplug(CameraUnit& unit) {
         unit.lift();
         unit.unplug();
-        const bool gone = waitUntil(
-            platform(), [this] { return !controller->deviceConnected(); }, std::chrono::seconds(5));
+        const auto gone = [this] { return !controller->deviceConnected() && sharedState.unitOpen == 0; };
+        const bool noticed = waitUntil(platform(), gone, std::chrono::seconds(20));
         platform().runLoop.runFor(std::chrono::seconds(1));
-        return gone;
+        return noticed;
+    }
+
+    // Waits until the pen counts. A unit's first reports, which bring that about, last for a second; where
+    // this process stood still meanwhile, a touch brings it about, which itself goes nowhere.
+    bool arm(CameraUnit& unit) {
+        const auto armed = [] { return sharedState.mouseArmed == 1; };
+        for (int attempt = 0; attempt < 3 && !waitUntil(platform(), armed, std::chrono::seconds(4));
+             ++attempt) {
+            unit.touch({kScreen.width / 2, kScreen.height / 2});
+            platform().runLoop.runFor(std::chrono::milliseconds(200));
+            unit.lift();
+        }
+        return waitUntil(platform(), armed, std::chrono::seconds(4));
     }
 
     FileDescriptor log;

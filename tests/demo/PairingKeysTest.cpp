@@ -110,7 +110,7 @@ protected:
             ready.writeEnd(),
             std::map<std::string, std::string>{{"DISPLAY", server.display()},
                                                {"XDG_DATA_HOME", folder.file("user")}});
-        ASSERT_EQ(ready.readUntil(kReady), kReady);
+        ASSERT_EQ(ready.readUntil(kReady, std::chrono::seconds(60)), kReady);
         ASSERT_TRUE(eventually([&] { return neighbour.focus() != backdrop; }));
     }
     // The commands in the order in which the unit took them; one that was repeated because its answer came

@@ -55,6 +55,7 @@ protected:
     void TearDown() override {
         unit.strayLight(std::nullopt);
         EXPECT_TRUE(stage->unplug(unit));
+        EXPECT_TRUE(comes([] { return sharedState.strayLightViewShown == 0; }));
     }
     static std::string server() { return std::getenv("DISPLAY"); }
 
@@ -179,7 +180,7 @@ TEST_P(StrayLightOnScreenTest, IsShownUntilItIsOffAndThePenIsBack) {
     stage->controller->showPreviewWindow(false);
     EXPECT_TRUE(shows(kInside, kWall));
     EXPECT_TRUE(stage->controller->deviceConnected());
-    EXPECT_TRUE(comes([] { return sharedState.mouseArmed == 1; }));
+    EXPECT_TRUE(stage->arm(unit));
     tap({1310, 290});
     tap({420, 770});
 }

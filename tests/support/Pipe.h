@@ -41,10 +41,11 @@ public:
         }
         return text;
     }
-    // Reads until the text ends with the given one; what came so far when it has not within ten seconds.
-    std::string readUntil(const std::string& ending) {
+    // Reads until the text ends with the given one; what came so far when nothing more has come for so long.
+    std::string readUntil(const std::string& ending,
+                          std::chrono::seconds patience = std::chrono::seconds(10)) {
         std::string text;
-        while (!text.ends_with(ending) && readSome(text, std::chrono::seconds(10))) {
+        while (!text.ends_with(ending) && readSome(text, patience)) {
         }
         return text;
     }
