@@ -5,8 +5,12 @@
 #include "app/ApplicationMain.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/QtApplicationSetup.h"
+#include "linux_desktop/SingleInstance.h"
 
 int main(int argc, char** argv) {
+    const lightpen::SingleInstance instance("LightPenNX7");
+    if (instance.runsAlready())
+        return 0;
     lightpen::setUpQtMessages();
     const QApplication application(argc, argv);
     lightpen::setUpQtApplication();

@@ -30,6 +30,30 @@ TEST(DriverProcess, RunsAsAnOrdinaryUserAndEndsWhenAsked) {
     EXPECT_FALSE(driver.running());
 }
 
+TEST(DriverProcess, ASecondOneOfTheSameUserEndsAndTheFirstGoesOn) {
+    DriverProcess driver;
+    ASSERT_TRUE(eventually([&] { return driver.threads() > 2; })) << driver.log();
+    const auto startAnother = [&] {
+        return DriverOptions{
+            .environment = {{"QT_QPA_PLATFORM", "offscreen"}, {"XDG_RUNTIME_DIR", driver.home() / "run"}}};
+    };
+    {
+        DriverProcess second(startAnother());
+        EXPECT_TRUE(second.waitFor("LightPenNX7 runs already (process " + std::to_string(driver.pid()) +
+                                   "); this one ends."))
+            << second.log();
+        EXPECT_TRUE(eventually([&] { return !second.running(); }));
+        EXPECT_EQ(second.end(), 0);
+        EXPECT_EQ(second.count(""), 1U) << second.log();
+    }
+    EXPECT_TRUE(driver.running());
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+    DriverProcess third(startAnother());
+    EXPECT_TRUE(eventually([&] { return third.threads() > 2; })) << third.log();
+    EXPECT_EQ(third.end(), 0) << third.log();
+    EXPECT_EQ(third.count("runs already"), 0U);
+}
+
 TEST(DriverProcess, LinesAreWaitedForInOrder) {
     DriverProcess program({.environment = {{"WORD", "one"}}, .program = "/usr/bin/env"});
     EXPECT_TRUE(program.waitFor("WORD=one")) << program.log();
