@@ -38,8 +38,7 @@ protected:
         return test::waitUntil(
             [&] {
                 const auto arrived = driver_.count(kArrived);
-                return arrived == driver_.count(kRemoved) + 1 &&
-                       driver_.waitFor(kInUse, std::chrono::seconds(0));
+                return arrived == driver_.count(kRemoved) + 1 && driver_.isBehind(kInUse, kArrived);
             },
             std::chrono::seconds(40));
     }

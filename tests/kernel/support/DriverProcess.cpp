@@ -169,6 +169,13 @@ std::size_t DriverProcess::count(const std::string& text) const {
         std::count_if(lines_.begin(), lines_.end(), [&](const auto& line) { return has(line, text); }));
 }
 
+bool DriverProcess::isBehind(const std::string& text, const std::string& other) const {
+    const std::lock_guard lock(mutex_);
+    const auto last = std::find_if(lines_.rbegin(), lines_.rend(),
+                                   [&](const auto& line) { return has(line, text) || has(line, other); });
+    return last != lines_.rend() && has(*last, text);
+}
+
 std::string DriverProcess::log() const {
     const std::lock_guard lock(mutex_);
     std::string all;

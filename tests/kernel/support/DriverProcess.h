@@ -57,6 +57,8 @@ public:
     bool waitFor(const std::string& text, Seconds patience = Seconds(20));
     // From here on waitFor looks only at lines that come later.
     void skipLog();
+    // Whether the last line with this text stands behind the last one with the other.
+    bool isBehind(const std::string& text, const std::string& other) const;
     // How many lines with this text there are since the start.
     std::size_t count(const std::string& text) const;
     // All lines since the start, for a failing test's message.
