@@ -16,16 +16,14 @@ namespace {
 
 constexpr QLatin1String kService{"org.kde.StatusNotifierWatcher"};
 constexpr QLatin1String kPath{"/StatusNotifierWatcher"};
-// A panel that is just starting may be slow to answer.
-constexpr int kFirstAnswerMilliseconds = 500;
-constexpr int kLaterAnswerMilliseconds = 25'000;
+constexpr std::chrono::milliseconds kLaterPatience{25'000};
 
-QDBusPendingCall askForHost(const QDBusConnection& bus, int milliseconds) {
+QDBusPendingCall askForHost(const QDBusConnection& bus, std::chrono::milliseconds patience) {
     auto message = QDBusMessage::createMethodCall(
         kService, kPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message.setArguments({QString(kService), QStringLiteral("IsStatusNotifierHostRegistered")});
     message.setAutoStartService(false); // to ask must not bring a panel's service up
-    return bus.asyncCall(message, milliseconds);
+    return bus.asyncCall(message, static_cast<int>(patience.count()));
 }
 
 bool saysYes(const QDBusPendingCall& call) {
@@ -45,7 +43,8 @@ class StatusNotifierHosts::Watch : public QObject {
     Q_OBJECT
 
 public:
-    explicit Watch(std::function<void()> found) : found_(std::move(found)), names_(kService, bus_) {
+    Watch(std::function<void()> found, std::chrono::milliseconds patience)
+        : found_(std::move(found)), patience_(patience), names_(kService, bus_) {
         connect(&names_, &QDBusServiceWatcher::serviceRegistered, this, &Watch::ask);
         // Without a bus this fails like everything else, and nobody ever comes.
         bus_.connect(kService, kPath, kService, QStringLiteral("StatusNotifierHostRegistered"), this,
@@ -53,7 +52,7 @@ public:
     }
 
     bool search() {
-        QDBusPendingCall call = askForHost(bus_, kFirstAnswerMilliseconds);
+        QDBusPendingCall call = askForHost(bus_, patience_);
         call.waitForFinished();
         if (isOpen(call))
             ask();
@@ -62,7 +61,7 @@ public:
 
 private Q_SLOTS:
     void ask() {
-        auto* answer = new QDBusPendingCallWatcher(askForHost(bus_, kLaterAnswerMilliseconds), this);
+        auto* answer = new QDBusPendingCallWatcher(askForHost(bus_, kLaterPatience), this);
         connect(answer, &QDBusPendingCallWatcher::finished, this, &Watch::take);
     }
 
@@ -76,12 +75,13 @@ private:
     }
 
     const std::function<void()> found_;
+    const std::chrono::milliseconds patience_;
     QDBusConnection bus_ = QDBusConnection::sessionBus();
     QDBusServiceWatcher names_;
 };
 
-StatusNotifierHosts::StatusNotifierHosts(std::function<void()> found)
-    : watch_(std::make_unique<Watch>(std::move(found))) {}
+StatusNotifierHosts::StatusNotifierHosts(std::function<void()> found, std::chrono::milliseconds patience)
+    : watch_(std::make_unique<Watch>(std::move(found), patience)) {}
 
 StatusNotifierHosts::~StatusNotifierHosts() = default;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -9,14 +10,18 @@ namespace lightpen {
 // Finds out whether a panel shows status items that are announced on the session bus. Main thread.
 class StatusNotifierHosts {
 public:
-    // The handler is called from the main loop each time there may have come one; search() then says.
-    explicit StatusNotifierHosts(std::function<void()> found);
+    // A panel that is just starting may be slow to answer.
+    static constexpr std::chrono::milliseconds kPatience{500};
+
+    // The handler is called from the main loop each time there may have come one; search() then says, and
+    // waits for the answer for at most that long.
+    explicit StatusNotifierHosts(std::function<void()> found, std::chrono::milliseconds patience = kPatience);
     ~StatusNotifierHosts();
     StatusNotifierHosts(const StatusNotifierHosts&) = delete;
     StatusNotifierHosts& operator=(const StatusNotifierHosts&) = delete;
 
-    // Asks whether there is one now, and waits for the answer for at most half a second. A later answer, and
-    // a panel that comes later, calls the handler. Without a session bus there is none.
+    // Asks whether there is one now. A later answer, and a panel that comes later, calls the handler. Without
+    // a session bus there is none.
     bool search();
 
 private:

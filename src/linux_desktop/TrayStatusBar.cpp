@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QSocketNotifier>
 
-#include "linux_desktop/StatusNotifierHosts.h"
 #include "linux_desktop/XTray.h"
 #include "platform/Log.h"
 
@@ -24,8 +23,8 @@ std::unique_ptr<XTray> trayOfTheDisplay() {
 // within.
 class TrayStatusBar::Search : public QObject {
 public:
-    explicit Search(std::function<void()> found)
-        : found_(std::move(found)), hosts_([this] { callLater(); }), tray_(trayOfTheDisplay()) {
+    Search(std::function<void()> found, std::chrono::milliseconds patience)
+        : found_(std::move(found)), hosts_([this] { callLater(); }, patience), tray_(trayOfTheDisplay()) {
         if (!tray_)
             return;
         notifier_ = std::make_unique<QSocketNotifier>(tray_->descriptor(), QSocketNotifier::Read);
@@ -58,12 +57,12 @@ private:
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-TrayStatusBar::TrayStatusBar() = default;
+TrayStatusBar::TrayStatusBar(std::chrono::milliseconds patience) : patience_(patience) {}
 TrayStatusBar::~TrayStatusBar() = default;
 
 void TrayStatusBar::whenAvailable(std::function<void()> handler) {
     if (!search_)
-        search_ = std::make_unique<Search>([this] { found(); });
+        search_ = std::make_unique<Search>([this] { found(); }, patience_);
     waiting_.push_back(std::move(handler));
     if (search_->thereNow())
         found();

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
+#include "linux_desktop/StatusNotifierHosts.h"
 #include "platform/StatusBar.h"
 
 namespace lightpen {
@@ -13,7 +15,8 @@ namespace lightpen {
 // an icon before the handler is called. Main thread.
 class TrayStatusBar final : public StatusBar {
 public:
-    TrayStatusBar();
+    // The patience is for the answer of a panel on the bus, each time that somebody asks.
+    explicit TrayStatusBar(std::chrono::milliseconds patience = StatusNotifierHosts::kPatience);
     ~TrayStatusBar() override;
     TrayStatusBar(const TrayStatusBar&) = delete;
     TrayStatusBar& operator=(const TrayStatusBar&) = delete;
@@ -25,6 +28,7 @@ private:
 
     void found();
 
+    const std::chrono::milliseconds patience_;
     std::unique_ptr<Search> search_; // for as long as somebody waits
     std::vector<std::function<void()>> waiting_;
 };

@@ -16,6 +16,9 @@ namespace {
 
 std::unique_ptr<PrivateBus> bus;
 
+// A panel that answers is not too slow on any machine.
+constexpr std::chrono::seconds kPatience{10};
+
 class StatusNotifierHostsTest : public testing::Test {
 protected:
     bool isCalled() {
@@ -29,7 +32,7 @@ protected:
         QCoreApplication::processEvents();
     }
     int calls = 0;
-    StatusNotifierHosts hosts{[this] { ++calls; }};
+    StatusNotifierHosts hosts{[this] { ++calls; }, kPatience};
 };
 
 TEST_F(StatusNotifierHostsTest, FindsThePanelThatIsThere) {
@@ -58,13 +61,15 @@ TEST_F(StatusNotifierHostsTest, AListThatNobodyShowsIsNoPanel) {
 }
 
 TEST_F(StatusNotifierHostsTest, APanelThatIsSlowToAnswerCountsWhenItDoes) {
+    int later = 0;
+    StatusNotifierHosts impatient([&] { ++later; });
     FakeStatusNotifierWatcher watcher(bus->address());
     watcher.appear();
     watcher.stall();
-    EXPECT_FALSE(hosts.search());
-    EXPECT_EQ(calls, 0);
+    EXPECT_FALSE(impatient.search());
+    EXPECT_EQ(later, 0);
     watcher.goOn();
-    EXPECT_TRUE(isCalled());
+    EXPECT_TRUE(eventually([&] { return later > 0; }, [] { QCoreApplication::processEvents(); }));
 }
 
 TEST_F(StatusNotifierHostsTest, ComesBackWithEveryStart) {

@@ -39,7 +39,8 @@ protected:
     FakeXTray tray{environment("DISPLAY")};
     int calls = 0;
     RecordingLog log;
-    std::unique_ptr<TrayStatusBar> bar = std::make_unique<TrayStatusBar>();
+    // A panel that answers is not too slow on any machine.
+    std::unique_ptr<TrayStatusBar> bar = std::make_unique<TrayStatusBar>(std::chrono::seconds(10));
 };
 // Qt decides for one kind of tray in the life of a process.
 using TrayStatusBarDeathTest = TrayStatusBarTest;
