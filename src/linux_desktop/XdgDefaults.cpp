@@ -72,6 +72,23 @@ std::string encode(const DefaultsValue& value) {
     return plain ? text : kStringMark + text;
 }
 
+// The value as one of the same type as the registered one; none when it is another.
+std::optional<DefaultsValue> asTypeOf(const DefaultsValue& registered, const DefaultsValue& value) {
+    const auto* whole = std::get_if<std::int64_t>(&value);
+    if (whole && std::holds_alternative<double>(registered))
+        return static_cast<double>(*whole);
+    return value.index() == registered.index() ? std::optional(value) : std::nullopt;
+}
+
+// What a user has to write for such a value.
+const char* kindOf(const DefaultsValue& value) {
+    if (std::holds_alternative<bool>(value))
+        return "true or false";
+    if (std::holds_alternative<std::int64_t>(value))
+        return "a whole number";
+    return std::holds_alternative<double>(value) ? "a number" : "a text";
+}
+
 // A comma makes Qt read several values out of what somebody has typed as one.
 std::string textOf(const QVariant& value) {
     return value.toStringList().join(QLatin1String(", ")).toStdString();
@@ -173,6 +190,11 @@ void XdgDefaults::read() {
 
 void XdgDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) {
     registered_ = std::move(defaults);
+    for (const auto& [key, value] : set_)
+        if (const auto registered = registered_.find(key);
+            registered != registered_.end() && !asTypeOf(registered->second, value))
+            logLine("Settings: %s: \"%s\" is \"%s\", not %s; the default holds", file_.c_str(), key.c_str(),
+                    encode(value).c_str(), kindOf(registered->second));
 }
 
 std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) const {
@@ -182,12 +204,7 @@ std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) con
         return set == set_.end() ? std::nullopt : std::optional(set->second);
     if (set == set_.end())
         return registered->second;
-    if (set->second.index() == registered->second.index())
-        return set->second;
-    const auto* whole = std::get_if<std::int64_t>(&set->second);
-    if (whole && std::holds_alternative<double>(registered->second))
-        return static_cast<double>(*whole);
-    return registered->second;
+    return asTypeOf(registered->second, set->second).value_or(registered->second);
 }
 
 // Each write begins with a fresh look at the file, so what somebody has edited meanwhile stays. What has been

@@ -18,6 +18,7 @@ public:
     // $XDG_CONFIG_HOME/LightPenNX7/settings.ini, with the usual place for the variable unset.
     static std::string userFile();
 
+    // Logs a line for each value in the file that will not count.
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) override;
     // The user's value, or the registered one. A value in the file that is not of the registered one's type
     // does not count; a whole number does where a fraction is registered.

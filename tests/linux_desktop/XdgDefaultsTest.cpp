@@ -95,9 +95,27 @@ TEST_F(XdgDefaultsTest, ReadsWhatPeopleType) {
 }
 
 TEST_F(XdgDefaultsTest, AValueOfAnotherTypeDoesNotCount) {
-    write("[General]\nDistance=far\nGain=2\nOn=1\n");
+    write("[General]\nDistance=far\nGain=2\nHalf=true\nName=7\nOn%20Time=yes\nOn=1\nFree=what\n");
     XdgDefaults defaults(file);
-    defaults.registerDefaults({{"Distance", std::int64_t{3}}, {"Gain", 0.5}, {"On", true}});
+    EXPECT_THAT(log.takeLines(), IsEmpty());
+    defaults.registerDefaults({{"Distance", std::int64_t{3}},
+                               {"Gain", 0.5},
+                               {"Half", 0.25},
+                               {"Name", std::string("pen")},
+                               {"On", true},
+                               {"On Time", false},
+                               {"Unset", true}});
+    const auto line = [&](const std::string& words) {
+        return "Settings: " + file + ": " + words + "; the default holds";
+    };
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre(line("\"Distance\" is \"far\", not a whole number"),
+                            line("\"Half\" is \"true\", not a number"), line("\"Name\" is \"7\", not a text"),
+                            line("\"On\" is \"1\", not true or false"),
+                            line("\"On Time\" is \"yes\", not true or false")));
+    EXPECT_EQ(defaults.objectForKey("Half"), DefaultsValue(0.25));
+    EXPECT_EQ(defaults.objectForKey("Name"), DefaultsValue(std::string("pen")));
+    EXPECT_EQ(defaults.objectForKey("On Time"), DefaultsValue(false));
     EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{3}));
     EXPECT_EQ(defaults.objectForKey("Gain"), DefaultsValue(2.0));
     EXPECT_EQ(defaults.objectForKey("On"), DefaultsValue(true));
