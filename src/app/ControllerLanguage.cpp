@@ -34,8 +34,10 @@ std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::strin
     if (const std::string* key = firstKeyFor(languageDict, identifier))
         return *key;
     logLine("Range error in LightPenNX7Controller %p constructMenu: Language.plist has no language for the "
-            "identifier \"%s\"",
-            static_cast<const void*>(this), identifier.c_str());
+            "identifier \"%s\"%s",
+            static_cast<const void*>(this), identifier.c_str(),
+            storedText(kLocaleIdentifierKey) == identifier ? " (chosen by \"Language\" in the settings)"
+                                                           : "");
     Platform::current().runLoop.exitProcess(EXIT_FAILURE);
     return std::nullopt;
 }

@@ -11,6 +11,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -118,9 +119,15 @@ TEST_F(ControllerLanguageTest, AnIdentifierWithoutALanguageEndsTheProgramWithIts
     } catch (const ProcessExit& exit) {
         EXPECT_NE(exit.status, 0);
     }
-    EXPECT_THAT(log.lines().back(), testing::HasSubstr("Language.plist has no language for the identifier "
-                                                       "\"EN\""));
+    EXPECT_THAT(log.lines().back(), EndsWith("Language.plist has no language for the identifier \"EN\" "
+                                             "(chosen by \"Language\" in the settings)"));
     EXPECT_THAT(log.lines(), Contains("Light n:384 EN modeMenu:2"));
+}
+
+TEST_F(ControllerLanguageTest, TheSettingIsNotBlamedForAnIdentifierOfTheSystem) {
+    desk.locales.languages = {"DE"};
+    EXPECT_THROW(controller->awakeFromNib(), ProcessExit);
+    EXPECT_THAT(log.lines().back(), EndsWith("Language.plist has no language for the identifier \"DE\""));
 }
 
 TEST_F(ControllerLanguageTest, AMissingLanguageListEndsTheProgramWithItsName) {
