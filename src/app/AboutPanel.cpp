@@ -48,6 +48,8 @@ public:
         setText(name_, options.applicationName);
         setText(version_, options.version);
         setText(copyright_, options.copyright);
+        if (!options.button.empty())
+            buttons_.button(QDialogButtonBox::Ok)->setText(QString::fromStdString(options.button));
         QDialog::show();
         raise();
         activateWindow();

@@ -13,6 +13,7 @@ struct AboutPanelOptions {
     std::string version;
     std::string applicationName;
     QIcon applicationIcon;
+    std::string button = {}; // what closes it; empty for Qt's own word
 };
 
 // Shows the application's about panel in front of the others, and returns at once. There is one: it takes the

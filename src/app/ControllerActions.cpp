@@ -94,6 +94,7 @@ void LightPenNX7Controller::about(const std::string& sender) {
         versionText(sharedState.wireless, controllerState.boardVersion, controllerState.cmosVersion);
     options.applicationName = "NX9 Driver";
     options.applicationIcon = resourceIcon("Picture 1");
+    options.button = displayText("OK").toStdString();
     orderFrontStandardAboutPanel(options);
 }
 

@@ -127,6 +127,15 @@ TEST_F(AboutPanelTest, TheButtonEnterAndEscapeCloseItAndItComesAgain) {
     }
 }
 
+TEST_F(AboutPanelTest, TheButtonSaysWhatItIsTold) {
+    const auto button = [](QWidget& panel) {
+        return panel.findChildren<QPushButton*>().front()->text().toStdString();
+    };
+    EXPECT_NE(button(show({kVersions, "", "NX9 Driver", icon()})), "");
+    EXPECT_EQ(button(show({kVersions, "", "NX9 Driver", icon(), "ตกลง"})), "ตกลง");
+    EXPECT_EQ(button(show({kVersions, "", "NX9 Driver", icon(), "OK"})), "OK");
+}
+
 TEST_F(AboutPanelTest, MayBeAskedForAgainWhileItCloses) {
     show({kVersions, "", "NX9 Driver", icon()}).close();
     EXPECT_THAT(texts(show({"again", "", "NX9 Driver", icon()})), ElementsAre("NX9 Driver", "again"));

@@ -77,6 +77,18 @@ TEST_F(ControllerActionsTest, AboutShowsTheVersionsOfTheUnit) {
     EXPECT_FALSE(aboutPanelSays("CMOS"));
 }
 
+TEST_F(ControllerActionsTest, TheButtonOfAboutSpeaksTheLanguageOfTheMenu) {
+    desk.locales.languages = {"de"};
+    startWithUnit();
+    item("de:About...").trigger();
+    std::vector<std::string> buttons;
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->isVisible() && window->windowTitle() == QStringLiteral("NX9 Driver"))
+            for (const QPushButton* button : window->findChildren<QPushButton*>())
+                buttons.push_back(button->text().toStdString());
+    EXPECT_THAT(buttons, ElementsAre("de:OK"));
+}
+
 TEST_F(ControllerActionsTest, ExitEndsTheProgram) {
     start();
     QAction& exit = item("Exit");

@@ -100,6 +100,7 @@ protected:
                                 "Help",
                                 "About...",
                                 "Exit",
+                                "OK",
                                 "Detect again!",
                                 kStrayLightMessage,
                                 "Threshold",
