@@ -35,8 +35,10 @@ std::string nodeNamed(const std::string& name) {
 PointerWatch::PointerWatch(const std::string& name) {
     waitUntil([&] {
         const std::string path = nodeNamed(name);
-        if (!path.empty())
+        if (!path.empty()) {
             node_ = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+            state_ = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        }
         return found();
     });
 }
@@ -74,7 +76,7 @@ bool PointerWatch::waitForReleases(int count, std::chrono::milliseconds patience
 
 bool PointerWatch::buttonDown() {
     std::array<unsigned char, KEY_MAX / 8 + 1> keys{};
-    if (::ioctl(node_.get(), EVIOCGKEY(sizeof(keys)), keys.data()) < 0)
+    if (::ioctl(state_.get(), EVIOCGKEY(sizeof(keys)), keys.data()) < 0)
         return true;
     const auto down = [&](unsigned key) { return ((keys[key / 8] >> (key % 8)) & 1) != 0; };
     return down(BTN_LEFT) || down(BTN_RIGHT);

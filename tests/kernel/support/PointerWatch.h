@@ -14,7 +14,7 @@ public:
     // Waits for the device of this name; without it, nothing is ever seen.
     explicit PointerWatch(const std::string& name = "LightPenNX7 pointer");
 
-    bool found() const { return static_cast<bool>(node_); }
+    bool found() const { return node_ && state_; }
     // So often the left button was pressed, and released, since the start.
     int presses();
     int releases();
@@ -28,6 +28,8 @@ private:
     void readAll();
 
     FileDescriptor node_;
+    // For questions only: the kernel throws the unread events of a descriptor away when it answers one.
+    FileDescriptor state_;
     int presses_ = 0;
     int releases_ = 0;
 };
