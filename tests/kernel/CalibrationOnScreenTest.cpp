@@ -226,6 +226,17 @@ protected:
         return picture ? std::vector(picture->bytes.begin(), picture->bytes.end())
                        : std::vector<std::uint8_t>();
     }
+    // What is on the screen once the program in use has drawn all that it was sent.
+    std::vector<std::uint8_t> settledPixels() {
+        std::vector<std::uint8_t> picture;
+        EXPECT_TRUE(becomes([&] {
+            const auto before = pixels();
+            platform.runLoop.runFor(kLiftSeen);
+            picture = pixels();
+            return picture == before;
+        })) << "the screen is never at rest";
+        return picture;
+    }
     void store() {
         unit.flash()->store(unit.seen(kTargets[0]), unit.seen(kTargets[1]), unit.seen(kTargets[2]),
                             unit.seen(kTargets[3]));
@@ -271,7 +282,7 @@ TEST_F(CalibrationOnScreenTest, AUnitThatIsPulledOutOfASessionLeavesNoWindowBehi
     store();
     const PointList before = stored();
     ASSERT_NO_FATAL_FAILURE(plugIn());
-    const auto desktop = pixels();
+    const auto desktop = settledPixels();
     // The camera does not look, so the first target stays.
     start(SessionKind::automatic);
     ASSERT_TRUE(becomes([this] { return targetOnScreen().has_value(); }));
