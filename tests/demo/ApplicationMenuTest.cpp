@@ -149,14 +149,17 @@ TEST_F(ApplicationMenuTest, HelpOpensTheDocumentOfTheStoredLanguage) {
     EXPECT_EQ(user.opened(), expected);
 }
 
-// Clicks from the panel's upper edge downwards until there is text to be copied, and copies it.
+// Clicks from the panel's upper edge down to its button until there is text to be copied, and copies it;
+// again and again, because the program may be slow to take it.
 std::string copiedFrom(const ShownWindow& window) {
     constexpr std::uint8_t kControl = 37, kA = 38, kC = 54;
-    constexpr int kStep = 6;
+    constexpr int kStep = 6, kButton = 56;
+    constexpr std::chrono::milliseconds kSoon{200};
     XNeighbour hand(applicationStage->server.display());
     QClipboard& clipboard = *QGuiApplication::clipboard();
     clipboard.setText(QString());
-    for (int y = kStep; y < window.height; y += kStep) {
+    const auto copied = [&] { return !clipboard.text().isEmpty(); };
+    const auto tryAt = [&](int y) {
         hand.movePointer(static_cast<std::int16_t>(window.x + window.width / 2),
                          static_cast<std::int16_t>(window.y + y));
         hand.click();
@@ -164,10 +167,14 @@ std::string copiedFrom(const ShownWindow& window) {
         hand.pressKey(kA);
         hand.pressKey(kC);
         hand.holdKey(kControl, false);
-        constexpr std::chrono::milliseconds kSoon{200};
-        if (comesTrue([&] { return !clipboard.text().isEmpty(); }, kSoon))
-            break;
-    }
+        return comesTrue(copied, kSoon);
+    };
+    comesTrue([&] {
+        for (int y = kStep; y < window.height - kButton; y += kStep)
+            if (tryAt(y))
+                return true;
+        return false;
+    });
     return clipboard.text().toStdString();
 }
 
@@ -184,7 +191,9 @@ TEST_F(ApplicationMenuTest, AboutTellsTheUnitsVersions) {
     };
     EXPECT_FALSE(about());
     EXPECT_EQ(aboutText(), "Dongle version 2.3\n\n  CMOS version 15.9\n");
-    user.screen.close(about().value());
+    const auto panel = about();
+    ASSERT_TRUE(panel);
+    user.screen.close(*panel);
     EXPECT_TRUE(comesTrue([&] { return !about(); }));
 
     // The next unit is another one.

@@ -41,6 +41,29 @@ protected:
     std::optional<ShownWindow> preview() {
         return user.windowTitled(textOf(tableOf("English"), "Camera picture"));
     }
+    // The left part of the window, where nothing but the camera's picture is.
+    static QRect placeOfPicture(const ShownWindow& window) {
+        return {window.x, window.y, window.width / 4, window.height};
+    }
+    // What is shown there once it is painted and stays as it is; none when that does not happen.
+    std::optional<QImage> settledPictureOf(const QRect& place) {
+        constexpr int kLooks = 20;
+        QImage last;
+        int alike = 0;
+        const bool settled = comesTrue([&] {
+            const QImage next = pictureOf(place);
+            alike = next == last && !isOfOneColour(next) ? alike + 1 : 0;
+            last = next;
+            return alike == kLooks;
+        });
+        return settled ? std::optional(last) : std::nullopt;
+    }
+    static bool isOfOneColour(const QImage& picture) {
+        QImage plain = picture;
+        if (!plain.isNull())
+            plain.fill(picture.pixelColor(0, 0));
+        return plain == picture;
+    }
     QImage pictureOf(const QRect& place) {
         const auto picture = eyes->look();
         if (!picture)
@@ -68,18 +91,22 @@ TEST_F(ApplicationStrayLightTest, DetectAgainFetchesAPicture) {
     const auto shown = preview();
     ASSERT_TRUE(shown);
     ASSERT_TRUE(comesTrue([&] { return user.screen.focused(user.program.processId()) == shown; }));
-    const QImage empty = pictureOf(placeOf(*shown));
+    const auto empty = settledPictureOf(placeOfPicture(*shown));
+    ASSERT_TRUE(empty);
     const auto log = user.program.log().size();
     user.screen.pressKey(kReturn);
     ASSERT_TRUE(user.program.waitForLog("Light n:386 fired", log)) << user.program.log();
-    EXPECT_TRUE(comesTrue([&] { return pictureOf(placeOf(*shown)) != empty; }));
+    ASSERT_TRUE(user.program.waitForLog("Event n:1151 return image: <", log)) << user.program.log();
+    EXPECT_TRUE(comesTrue([&] { return pictureOf(placeOfPicture(*shown)) != *empty; }));
     EXPECT_TRUE(preview()) << "it stays";
 }
 
 TEST_F(ApplicationStrayLightTest, ThePenGoesOnWhenThePreviewIsClosed) {
     lightIsMet();
     ASSERT_TRUE(user.program.perform("stray off"));
-    user.screen.close(*preview());
+    const auto shown = preview();
+    ASSERT_TRUE(shown);
+    user.screen.close(*shown);
     EXPECT_TRUE(comesTrue([&] { return !panelOfCheck() && !preview(); }));
     EXPECT_TRUE(user.showsMenu(fullMenu("English")));
     expectTap(333, 222);
@@ -98,7 +125,9 @@ TEST_F(ApplicationStrayLightTest, EscapeClosesItToo) {
 TEST_F(ApplicationStrayLightTest, ItComesBackAsLongAsTheLightIsOn) {
     lightIsMet();
     const auto log = user.program.log().size();
-    user.screen.close(*preview());
+    const auto shown = preview();
+    ASSERT_TRUE(shown);
+    user.screen.close(*shown);
     ASSERT_TRUE(user.program.waitForLog("Light n:784 noiseDetectedCallback", log)) << user.program.log();
     EXPECT_TRUE(previewComes());
 }
