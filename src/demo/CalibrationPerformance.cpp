@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "demo/Arming.h"
 #include "demo/ScreenWatch.h"
 #include "demo/TapSeries.h"
 #include "demo/Waiting.h"
@@ -17,6 +18,7 @@ using std::chrono::seconds;
 constexpr Microseconds kOpeningPatience = seconds(20);
 constexpr Microseconds kRemovalPatience = seconds(5);
 constexpr Microseconds kWritingPatience = seconds(10);
+constexpr ScreenPoint kKnock{320, 240}; // a place that every pose of the camera sees
 constexpr std::uint64_t kNoiseSeed = 20;
 constexpr std::string_view kAutomaticKey = "Auto Calibration";
 
@@ -97,10 +99,10 @@ std::string CalibrationPerformance::playSession(const CalibrationScene& scene, C
 
 std::string CalibrationPerformance::plugIn(CameraUnit& unit) {
     unit.plug();
-    const auto usable = [this] {
-        return controller_->deviceConnected() && sharedState.unitOpen == 1 && sharedState.mouseArmed == 1;
-    };
-    return waitUntil(platform_, usable, kOpeningPatience) ? "" : "The driver did not take the unit into use.";
+    const auto open = [this] { return controller_->deviceConnected() && sharedState.unitOpen == 1; };
+    const bool usable =
+        waitUntil(platform_, open, kOpeningPatience) && waitUntilArmed(platform_, unit, kKnock);
+    return usable ? "" : "The driver did not take the unit into use.";
 }
 
 std::string CalibrationPerformance::unplug(CameraUnit& unit) {

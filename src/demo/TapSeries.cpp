@@ -15,7 +15,9 @@ using std::chrono::seconds;
 // How far, in camera units, what the driver read may be from what the camera sees of a tap. Far more than its
 // noise, and far less than from one place to the next.
 constexpr double kSamePlace = 25;
-constexpr Microseconds kLiftPatience = seconds(5);
+constexpr Microseconds kLiftPatience = seconds(4);
+// A machine that stands still for as long as a contact misses the whole tap; the hand then taps again.
+constexpr int kAttempts = 3;
 // How long the X server may take to hear of the last move, over another connection than this program's.
 constexpr Microseconds kPointerPatience = milliseconds(300);
 
@@ -32,8 +34,6 @@ std::string atPlace(ScreenPoint place) {
 std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, MappingRecord& record,
                   ScreenCapture& eyes, Platform& platform, std::vector<Tap>& taps, Microseconds contact) {
     for (const ScreenPoint& place : places) {
-        record.clear();
-        unit.play(Hand().press(place).stay(contact).lift(Microseconds::zero()));
         // Where the machine is held up, the driver still reads the tap before, and lifts the pen in between
         // because a look finds no report.
         const auto lifted = [&] {
@@ -41,8 +41,15 @@ std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, Mapp
             return unit.toPlay() == Microseconds::zero() && stroke && stroke->lifted &&
                    distance(stroke->reported, unit.seen(place)) < kSamePlace;
         };
-        if (!waitUntil(platform, lifted, kLiftPatience))
-            return atPlace(place) + " did not become a stroke of the pen.";
+        const auto tapped = [&] {
+            record.clear();
+            unit.play(Hand().press(place).stay(contact).lift(Microseconds::zero()));
+            return waitUntil(platform, lifted, kLiftPatience);
+        };
+        int attempt = 1;
+        while (!tapped())
+            if (++attempt > kAttempts)
+                return atPlace(place) + " did not become a stroke of the pen.";
         const MappingRecord::Stroke stroke = *record.stroke();
         std::optional<ScreenPoint> pointer;
         const auto arrived = [&] {

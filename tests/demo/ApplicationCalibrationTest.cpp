@@ -16,7 +16,9 @@ constexpr std::uint8_t kEscape = 9;
 class ApplicationCalibrationTest : public ApplicationTest {
 protected:
     // Until the session has the keyboard, too: a key that comes before is another window's.
+    // A session of its own accord needs a pen that is heard from the start: it has no hand to touch again.
     void begin() {
+        ASSERT_TRUE(isReady());
         ASSERT_TRUE(user.menu->click(Labels{"Calibration"}));
         ASSERT_TRUE(comesTrue([&] {
             const auto session = user.coveringWindow();

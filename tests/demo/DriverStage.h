@@ -12,6 +12,7 @@
 #include <QApplication>
 
 #include "app/LightPenNX7Controller.h"
+#include "demo/Arming.h"
 #include "demo/MappingRecord.h"
 #include "demo/ScreenCapture.h"
 #include "demo/Waiting.h"
@@ -79,17 +80,8 @@ struct DriverStage {
         return noticed;
     }
 
-    // Waits until the pen counts. A unit's first reports, which bring that about, last for a second; where
-    // this process stood still meanwhile, a touch brings it about, which itself goes nowhere.
     bool arm(CameraUnit& unit) {
-        const auto armed = [] { return sharedState.mouseArmed == 1; };
-        for (int attempt = 0; attempt < 3 && !waitUntil(platform(), armed, std::chrono::seconds(4));
-             ++attempt) {
-            unit.touch({kScreen.width / 2, kScreen.height / 2});
-            platform().runLoop.runFor(std::chrono::milliseconds(200));
-            unit.lift();
-        }
-        return waitUntil(platform(), armed, std::chrono::seconds(4));
+        return waitUntilArmed(platform(), unit, {kScreen.width / 2, kScreen.height / 2});
     }
 
     FileDescriptor log;
