@@ -26,7 +26,7 @@ class LoginListOnDiskTest : public testing::Test {
 protected:
     // An application's folder.
     fs::path install(const std::string& name, const std::string& identifier = kPen) const {
-        const fs::path folder = directory.path() / name;
+        fs::path folder = directory.path() / name;
         fs::create_directories(folder);
         writeFile(folder / "LightPenNX7", "");
         writeFile(folder / "Info.plist",
@@ -35,7 +35,7 @@ protected:
         return folder;
     }
     fs::path rename(const fs::path& folder, const std::string& name) const {
-        const fs::path target = directory.path() / name;
+        fs::path target = directory.path() / name;
         fs::create_directories(target.parent_path());
         fs::rename(folder, target);
         return target;
@@ -91,9 +91,21 @@ TEST_F(LoginListOnDiskTest, AnApplicationThatMovesTakesItsEntryAlong) {
         EXPECT_EQ(launch(folder, true), Change::updated);
         EXPECT_THAT(list(), ElementsAre(entry(folder, true)));
     }
+}
+
+TEST_F(LoginListOnDiskTest, TheNextLoginStartsItWhereItIs) {
+    const fs::path folder = install("opt/LightPenNX7");
+    launch(folder, true);
+    const fs::path moved = rename(folder, "opt/Light Pen");
+    launch(moved, true);
     const auto read = DesktopEntry::parse(readFile(autostart + '/' + kFirst));
     ASSERT_TRUE(read);
-    EXPECT_EQ(programOf(read->value("Exec").value_or("")), folder / "LightPenNX7");
+    EXPECT_EQ(programOf(read->value("Exec").value_or("")), moved / "LightPenNX7");
+}
+
+TEST_F(LoginListOnDiskTest, AMovedApplicationThatIsNotWantedLeavesNoEntry) {
+    const fs::path folder = install("opt/LightPenNX7");
+    launch(folder, true);
     EXPECT_EQ(launch(rename(folder, "opt/none"), false), Change::removed);
     EXPECT_THAT(list(), IsEmpty());
 }
