@@ -69,7 +69,8 @@ struct SharedState {
     SharedWord delegateCallbackCount{0};
     // Reports decoded since start. Written by the decoder, never read.
     SharedWord decodedReportCount{0};
-    // The newest pairing key window, made by startDevice when wireless is 0. The driver keeps the earlier ones.
+    // The newest pairing key window, made by startDevice when wireless is 0. The driver keeps the earlier
+    // ones.
     SharedReference<PairingKeyWindow> pairingKeyWindow;
 
     // The connection to the event system, 0 until the first post opens it; it is never closed.
