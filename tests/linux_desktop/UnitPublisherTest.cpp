@@ -143,7 +143,7 @@ TEST_F(UnitPublisherTest, TheInterfaceTalksToTheNode) {
     EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
     EXPECT_EQ(event.longValueSize, 804U);
     EXPECT_EQ(event.longValue[3], 7);
-    EXPECT_EQ(pen->setReport(IOHIDReportType::output, 0, Bytes{'H', 0}, 1000), kIOReturnSuccess);
+    EXPECT_EQ(pen->setReport(IOHIDReportType::output, 0, Bytes{'H', 0}, 60'000), kIOReturnSuccess);
     EXPECT_EQ(socket_->take(), (Bytes{0, 'H', 0}));
 }
 
