@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QEvent>
 #include <QTranslator>
 
@@ -41,7 +43,14 @@ protected:
         setenv("LANG", "es_MX.UTF-8", 1);
         notifications.addObserver(this, kCurrentLocaleDidChange, nullptr,
                                   [this](const Notification&) { heard.push_back(languages()); });
+        makeLocales();
+    }
+    // Once it returns, the bus knows what they listen to: the service speaks from a connection of its own.
+    void makeLocales() {
         locales = std::make_unique<LinuxLocales>(notifications);
+        QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
+            QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
     }
     std::vector<std::string> languages() const { return locales->preferredLanguages(); }
     // Waits for the news of a change.
@@ -103,7 +112,7 @@ TEST_F(LinuxLocalesTest, OtherChangesAndNonsenseAreNoNews) {
 
 TEST_F(LinuxLocalesTest, AUserWhoHasOutvotedTheSystemKeepsTheLanguage) {
     setenv("LC_ALL", "pl_PL.UTF-8", 1);
-    locales = std::make_unique<LinuxLocales>(notifications);
+    makeLocales();
     service.set(assignments({"LANG=fr_FR.UTF-8"}));
     const auto hasArrived = [this] {
         unsetenv("LC_ALL");
