@@ -77,10 +77,13 @@ public Q_SLOTS:
     void RegisterStatusNotifierItem(const QString& what) {
         const bool isPath = what.startsWith(QLatin1Char('/'));
         const QString service = isPath ? message().service() : what;
+        // Whoever sees the item may end its program at once: the bus watches for that by the time it answers.
+        owners_.addWatchedService(service);
+        if (!bus_.interface()->isServiceRegistered(service))
+            return;
         auto all = items();
         all.push_back({service.toStdString(), isPath ? what.toStdString() : "/StatusNotifierItem"});
         keepOnly(std::move(all));
-        owners_.addWatchedService(service);
         Q_EMIT StatusNotifierItemRegistered(service);
     }
     void RegisterStatusNotifierHost(const QString&) {
