@@ -150,7 +150,8 @@ void StderrLog::Writer::run() {
     progressed_.notify_all();
 }
 
-StderrLog::StderrLog(Settings settings) : writer_(std::make_shared<Writer>(settings)) {
+StderrLog::StderrLog(Settings settings)
+    : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience) {
     const AllSignalsBlocked blocked;
     std::thread thread([writer = writer_] { writer->run(); });
     pthread_setname_np(thread.native_handle(), "log");
@@ -158,7 +159,7 @@ StderrLog::StderrLog(Settings settings) : writer_(std::make_shared<Writer>(setti
 }
 
 StderrLog::~StderrLog() {
-    writer_->flush(kFlushPatience);
+    writer_->flush(patience_);
     writer_->end();
 }
 

@@ -21,8 +21,10 @@ public:
         std::size_t capacity = std::size_t{1} << 20; // bytes of text that wait, for each descriptor
         // How long the writer lets lines gather before it writes them together.
         Microseconds gathering{20'000};
+        // How long a flush that names no patience, the one at the log's end too, bears with an end that takes
+        // nothing.
+        Microseconds patience{1'000'000};
     };
-    static constexpr Microseconds kFlushPatience{1'000'000};
 
     // Starts the writer.
     explicit StderrLog(Settings settings);
@@ -38,12 +40,14 @@ public:
     // Waits until everything that was logged before the call has been written, or cannot be because the other
     // end is closed. Gives up when the other end takes nothing for that long; returns whether all is out. Any
     // thread.
-    bool flush(Microseconds patience = kFlushPatience);
+    bool flush(Microseconds patience);
+    bool flush() { return flush(patience_); }
 
 private:
     class Writer;
     // Shared with the writer's thread, which may be caught in a write and then outlives the log.
     std::shared_ptr<Writer> writer_;
+    const Microseconds patience_;
 };
 
 } // namespace lightpen

@@ -51,6 +51,7 @@ protected:
         result.userFiles = directory.file("user");
         result.shippedFiles = directory.file("shipped");
         result.loginFolder = directory.file("autostart");
+        result.log.patience = 60s; // on a busy machine the writer may be late
         return result;
     }
     LinuxPlatformSettings settingsWithLog(const Pipe& log) const {

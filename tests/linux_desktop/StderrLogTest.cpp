@@ -16,7 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 
 StderrLog::Settings settings(const Pipe& diagnostics, const Pipe& output) {
-    return {diagnostics.writeEnd(), output.writeEnd(), std::size_t{1} << 20, 1ms};
+    // Patient with a writer that a busy machine holds up.
+    return {diagnostics.writeEnd(), output.writeEnd(), std::size_t{1} << 20, 1ms, 60s};
 }
 
 class StderrLogTest : public testing::Test {
