@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <grp.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -16,6 +15,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "support/OrdinaryUser.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryDirectory.h"
 
@@ -283,6 +283,10 @@ TEST_F(XdgDefaultsTest, WritesThroughALink) {
 // In a process of its own, as a user whom permissions hold up.
 class XdgDefaultsDeathTest : public XdgDefaultsTest {
 protected:
+    void SetUp() override {
+        if (!ordinaryUserMayEnter(directory.path().parent_path()))
+            GTEST_SKIP() << "no ordinary user can go into the folder for temporary files";
+    }
     void leaveTo(std::filesystem::perms ofFile, std::filesystem::perms ofFolder) {
         using std::filesystem::perms;
         write("[General]\nDistance=7\n");
@@ -292,9 +296,7 @@ protected:
         for (auto above = folder.parent_path(); above != directory.path().parent_path();
              above = above.parent_path())
             std::filesystem::permissions(above, perms::owner_all | perms::others_read | perms::others_exec);
-        constexpr uid_t kNobody = 65534;
-        if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setresgid(kNobody, kNobody, kNobody) != 0 ||
-                               setresuid(kNobody, kNobody, kNobody) != 0))
+        if (!becomeOrdinaryUser())
             std::_Exit(9);
     }
     // Sets a value and leaves with 0 when that fails and the old one is still in the file.
