@@ -38,7 +38,7 @@ public:
 
     // Returns when the program has been started, not when it is ready for anything.
     explicit DriverProcess(DriverOptions options = {});
-    // Asks it to end, insists after five seconds, and waits for it.
+    // Asks it to end, insists when that takes too long, and waits for it.
     ~DriverProcess();
     DriverProcess(const DriverProcess&) = delete;
     DriverProcess& operator=(const DriverProcess&) = delete;
@@ -50,7 +50,7 @@ public:
     bool running();
     // Asks it to end and waits for that: its exit status, or -1 when it had to be killed or a signal ended
     // it.
-    int end(Seconds patience = Seconds(5));
+    int end(Seconds patience = Seconds(20));
 
     // Waits for a line with this text behind the last line that was waited for; later waits look behind it.
     // False when there was none in time; the place is then as before.
