@@ -63,13 +63,20 @@ TEST_F(PenOnScreenTest, AUnitThatIsPluggedInLaterTapsAndDrags) {
     ASSERT_NO_FATAL_FAILURE(plugIn());
     ASSERT_NO_FATAL_FAILURE(awaitUsable());
     play(tapsEverywhere());
-    const Microseconds start = clock.now();
-    // Along y = 200 + (x - 100) / 5 for 1.5 seconds; a point lies on it or it does not.
-    play(Hand().drag({{100, 200}, {1000, 380}}, 600));
+    // Along y = 200 + (x - 100) / 5 for 1.5 seconds; a point lies on it or it does not. At its end the pen
+    // rests, so that a guest that is held up there sees the end all the same.
+    const Hand drag = Hand().press({100, 200}).moveTo({1000, 380}, 600).stay(seconds(1)).lift();
+    // The driver looks some sixty times a second; how many of its moves a busy machine merges is open. When
+    // it is nearly all of them, a second drag has to show more.
+    constexpr std::size_t kFewestMoves = 20;
+    std::vector<CanvasEvent> moves;
+    for (int drags = 0; drags < 2 && moves.size() < kFewestMoves; ++drags) {
+        const Microseconds start = clock.now();
+        play(drag);
+        moves = movesAfter(record(), start);
+    }
     expectEverythingArrived(kWorstLanding);
-    const auto moves = movesAfter(record(), start);
-    // The driver looks some sixty times a second; how many of its moves a busy machine merges is open.
-    EXPECT_THAT(moves, SizeIs(AllOf(Ge(20U), Le(110U))));
+    EXPECT_THAT(moves, SizeIs(AllOf(Ge(kFewestMoves), Le(110U))));
     double x = 0;
     for (const CanvasEvent& move : moves) {
         EXPECT_GE(move.position.x, x) << "the pointer goes back";
