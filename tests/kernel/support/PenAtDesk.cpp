@@ -78,7 +78,19 @@ void PenAtDesk::play(const Hand& hand) {
         touches.push_back({start + touch.start, start + touch.end, touch.first, touch.last,
                            touch.end - touch.start >= kLongPress});
     runLoop.runFor(hand.duration() + kSettled);
+    // Before the last touch has arrived, no button is down either.
+    EXPECT_TRUE(eventually([&] { return pressesSince(start) >= hand.touches().size(); },
+                           [this] { runLoop.runFor(milliseconds(5)); }))
+        << "a touch has not arrived";
     EXPECT_TRUE(becomes(0)) << "a button is still down";
+}
+
+std::size_t PenAtDesk::pressesSince(Microseconds start) const {
+    const auto& events = canvas.events();
+    return static_cast<std::size_t>(
+        std::count_if(events.begin(), events.end(), [start](const CanvasEvent& event) {
+            return event.kind == Seen::press && event.time >= start;
+        }));
 }
 
 bool PenAtDesk::becomes(std::size_t held) {

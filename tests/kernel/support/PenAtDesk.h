@@ -56,6 +56,8 @@ protected:
 
     // Lets the hand do this, notes what is to come of it, and waits until it is over and has arrived.
     void play(const Hand& hand);
+    // How often the button has gone down since then, as far as the canvas knows.
+    std::size_t pressesSince(Microseconds start) const;
     // Waits until so many buttons are down, as far as the canvas knows.
     bool becomes(std::size_t held);
     // What the canvas has seen since the first touch that was noted.
