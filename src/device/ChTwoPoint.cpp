@@ -63,10 +63,9 @@ void ChTwoPoint::makeKeyAndOrderFront() {
 // A keyboard of Russian, Thai or Greek letters has no Z: there the key counts that stands in its place.
 void ChTwoPoint::keyPressEvent(QKeyEvent* event) {
     event->accept();
-    const bool latin = event->key() <= kLastLatinKey;
-    keyDown(latin || virtualKeyCode(event->key()) != kNoVirtualKey
-                ? virtualKeyCode(event->key())
-                : virtualKeyCodeAtPlace(event->nativeScanCode()));
+    const std::uint16_t code = virtualKeyCode(event->key());
+    const bool placeCounts = code == kNoVirtualKey && event->key() > kLastLatinKey;
+    keyDown(placeCounts ? virtualKeyCodeAtPlace(event->nativeScanCode()) : code);
 }
 
 std::shared_ptr<PairingKeyWindow> newPairingKeyWindow() {
