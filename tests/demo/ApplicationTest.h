@@ -54,10 +54,10 @@ protected:
             const auto pointer = eyes->pointer();
             return pointer && std::hypot(pointer->x - x, pointer->y - y) < 4;
         };
-        for (int attempt = 0; attempt < kAttempts && !landed(); ++attempt) {
+        int left = kAttempts;
+        do
             ASSERT_TRUE(comesTrue([&] { return user.program.perform(command); }));
-            comesTrue(landed, kPatience);
-        }
+        while (!comesTrue(landed, kPatience) && --left > 0);
         EXPECT_TRUE(landed()) << x << ", " << y;
         EXPECT_TRUE(user.program.perform("wait"));
     }

@@ -80,6 +80,7 @@ struct DriverStage {
         return noticed;
     }
 
+    // Whether the pen of the unit, which is in use, comes to count.
     bool arm(CameraUnit& unit) {
         return waitUntilArmed(platform(), unit, {kScreen.width / 2, kScreen.height / 2});
     }
