@@ -13,7 +13,7 @@
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
-#include "linux_desktop/StderrLog.h"
+#include "linux_desktop/process/StderrLog.h"
 #include "platform/ReportFanOut.h"
 
 namespace lightpen::bench {

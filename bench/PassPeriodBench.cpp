@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "linux_desktop/SystemClock.h"
-#include "linux_desktop/SystemThreads.h"
+#include "linux_desktop/process/SystemClock.h"
+#include "linux_desktop/process/SystemThreads.h"
 
 namespace {
 

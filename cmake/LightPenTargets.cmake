@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# What every target of the project has in common, and short forms to declare a floor, a program and a test.
+# What every target of the project has in common, and short forms to declare a library, a program and tests.
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_CXX_STANDARD 20)
@@ -12,9 +12,9 @@ if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 add_library(lightpen_options INTERFACE)
-target_include_directories(lightpen_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
+# Our presets make errors of these (CMAKE_COMPILE_WARNING_AS_ERROR); another compiler's new warning stops no packager.
 target_compile_options(lightpen_options INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor
   -Woverloaded-virtual -Wold-style-cast -Wundef
   # The mapping is exact to the last bit: no fused multiply-add, no reassociation.
   -ffp-contract=off -fno-fast-math
@@ -28,26 +28,44 @@ if(LIGHTPEN_SANITIZE)
   target_compile_options(lightpen_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
-# Each header is also compiled on its own by the target all_verify_interface_header_sets.
+# A header that no source proves to compile alone is compiled on its own by all_verify_interface_header_sets.
 set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
 
-# lightpen_headers(TARGET ROOT headers...): the target's headers, which are included by their path below ROOT.
-function(lightpen_headers TARGET ROOT)
+# lightpen_headers(TARGET headers...): the target's headers, which are included by their path below src/, tools/ or
+# tests/, whichever they are in.
+function(lightpen_headers TARGET)
   get_target_property(type ${TARGET} TYPE)
   set(scope PUBLIC)
   if(type STREQUAL INTERFACE_LIBRARY)
     set(scope INTERFACE)
   endif()
-  target_sources(${TARGET} ${scope} FILE_SET HEADERS BASE_DIRS ${ROOT} FILES ${ARGN})
+  if(ARGN)
+    file(RELATIVE_PATH path ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    string(REGEX REPLACE "/.*" "" top "${path}")
+    target_sources(${TARGET} ${scope} FILE_SET HEADERS BASE_DIRS ${CMAKE_SOURCE_DIR}/${top} FILES ${ARGN})
+    target_include_directories(${TARGET} ${scope} ${CMAKE_SOURCE_DIR}/${top})
+  endif()
 endfunction()
 
-# lightpen_floor(NAME libraries...): the static library of src/NAME, from all of its files.
-function(lightpen_floor NAME)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
-  list(FILTER sources EXCLUDE REGEX "/main[A-Za-z]*\\.cpp$")
+# lightpen_files(VARIABLE PATTERN): the files of this folder and of those below it that have no targets of their own.
+function(lightpen_files VARIABLE PATTERN)
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${PATTERN})
+  file(GLOB_RECURSE others ${CMAKE_CURRENT_SOURCE_DIR}/*/CMakeLists.txt)
+  foreach(other ${others})
+    get_filename_component(folder ${other} DIRECTORY)
+    list(FILTER files EXCLUDE REGEX "^${folder}/")
+  endforeach()
+  set(${VARIABLE} ${files} PARENT_SCOPE)
+endfunction()
+
+# lightpen_library(NAME libraries...): the static library of this folder, from all of its files but the programs'
+# entries (main*.cpp).
+function(lightpen_library NAME)
+  lightpen_files(sources *.cpp)
+  lightpen_files(headers *.h)
+  list(FILTER sources EXCLUDE REGEX "/main[A-Za-z]*\\.cpp$|/tests/.*Test\\.cpp$")
   add_library(lightpen_${NAME} STATIC ${sources} ${headers})
-  lightpen_headers(lightpen_${NAME} ${CMAKE_SOURCE_DIR}/src ${headers})
+  lightpen_headers(lightpen_${NAME} ${headers})
   set_target_properties(lightpen_${NAME} PROPERTIES LINKER_LANGUAGE CXX)
   target_link_libraries(lightpen_${NAME} PUBLIC lightpen_options Threads::Threads ${ARGN})
 endfunction()
@@ -57,19 +75,28 @@ endfunction()
 function(lightpen_resources TARGET FOLDER)
   set(patterns *.bin *.plist *.strings */Localizable.strings *.svg *.htm help/* sounds/*.wav)
   list(TRANSFORM patterns PREPEND ${CMAKE_SOURCE_DIR}/resources/)
-  file(GLOB resources LIST_DIRECTORIES false RELATIVE ${CMAKE_SOURCE_DIR}/resources CONFIGURE_DEPENDS ${patterns})
-  set(copies)
-  foreach(resource ${resources})
-    set(original ${CMAKE_SOURCE_DIR}/resources/${resource})
-    set(copy ${FOLDER}/resources/${resource})
-    if(resource STREQUAL "Info.plist")
-      set(copy ${FOLDER}/${resource})
+  file(GLOB originals LIST_DIRECTORIES false CONFIGURE_DEPENDS ${patterns})
+  set(folders)
+  foreach(original ${originals})
+    file(RELATIVE_PATH resource ${CMAKE_SOURCE_DIR} ${original})
+    if(resource STREQUAL "resources/Info.plist")
+      set(resource Info.plist)
     endif()
-    add_custom_command(OUTPUT ${copy} COMMAND ${CMAKE_COMMAND} -E copy ${original} ${copy} DEPENDS ${original})
-    list(APPEND copies ${copy})
+    get_filename_component(folder ${FOLDER}/${resource} DIRECTORY)
+    list(APPEND folders ${folder})
+    list(APPEND files_${folder} ${original})
   endforeach()
-  target_sources(${TARGET} PRIVATE ${copies})
-  set_target_properties(${TARGET} PROPERTIES LIGHTPEN_RESOURCES "${resources}")
+  list(REMOVE_DUPLICATES folders)
+  # Begun anew, so that nothing stays behind which is no resource any more.
+  set(commands COMMAND ${CMAKE_COMMAND} -E rm -rf ${FOLDER}/resources)
+  foreach(folder ${folders})
+    list(APPEND commands COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+                         COMMAND ${CMAKE_COMMAND} -E copy ${files_${folder}} ${folder})
+  endforeach()
+  set(copied ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}-resources.stamp)
+  add_custom_command(OUTPUT ${copied} ${commands} COMMAND ${CMAKE_COMMAND} -E touch ${copied}
+                     DEPENDS ${originals} VERBATIM COMMENT "Copying the resources of ${TARGET}")
+  target_sources(${TARGET} PRIVATE ${copied})
 endfunction()
 
 # lightpen_application(PROGRAM): gives the program a folder of its own name, with its resources.
@@ -82,25 +109,63 @@ function(lightpen_application PROGRAM)
   lightpen_resources(${PROGRAM} ${folder})
 endfunction()
 
-# lightpen_tests(FOLDER libraries...): one program and one test for each tests/FOLDER/*Test.cpp, and the target
-# tests_FOLDER that builds them.
+# lightpen_test_program(PROGRAM sources...): a program of these test files. Its target is named after the folder too;
+# LIGHTPEN_TEST_LIBRARIES are what it links.
+function(lightpen_test_program PROGRAM)
+  add_executable(${PROGRAM} ${ARGN})
+  target_link_libraries(${PROGRAM} PRIVATE ${LIGHTPEN_TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
+  target_include_directories(${PROGRAM} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  set_target_properties(${PROGRAM} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+  add_dependencies(tests_${LIGHTPEN_TEST_FOLDER} ${PROGRAM})
+endfunction()
+
+# lightpen_suites_of(VARIABLE SOURCE): the filter that runs what this file tests and nothing else.
+function(lightpen_suites_of VARIABLE SOURCE)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${SOURCE})
+  file(STRINGS ${SOURCE} tests REGEX "^(TYPED_)?TEST(_F|_P)?\\(")
+  set(filter)
+  foreach(test ${tests})
+    string(REGEX REPLACE "^[A-Z_]+\\(([A-Za-z0-9_]+).*" "\\1" suite "${test}")
+    list(APPEND filter ${suite}.* */${suite}.*)
+  endforeach()
+  if(NOT filter)
+    message(FATAL_ERROR "${SOURCE} tests nothing")
+  endif()
+  list(REMOVE_DUPLICATES filter)
+  list(JOIN filter ":" filter)
+  set(${VARIABLE} ${filter} PARENT_SCOPE)
+endfunction()
+
+# lightpen_tests(FOLDER libraries...): a test FOLDER/UnitTest for each *Test.cpp of this folder and those below it, and
+# the target tests_FOLDER that builds them. A file with a main of its own is a program of its own, since it decides
+# what the process looks like; all others are one program, of which each test runs its file's suites in a process of
+# its own.
 function(lightpen_tests FOLDER)
+  set(LIGHTPEN_TEST_FOLDER ${FOLDER})
+  set(LIGHTPEN_TEST_LIBRARIES ${ARGN})
   add_custom_target(tests_${FOLDER})
-  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FOLDER}/*.h)
-  add_library(tests_${FOLDER}_headers INTERFACE)
-  target_link_libraries(tests_${FOLDER}_headers INTERFACE ${ARGN} GTest::gmock)
-  lightpen_headers(tests_${FOLDER}_headers ${CMAKE_SOURCE_DIR}/tests ${headers})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FOLDER}/*Test.cpp)
+  lightpen_files(headers *.h)
+  if(headers)
+    add_library(tests_${FOLDER}_headers INTERFACE)
+    target_link_libraries(tests_${FOLDER}_headers INTERFACE ${ARGN} GTest::gmock)
+    lightpen_headers(tests_${FOLDER}_headers ${headers})
+  endif()
+  lightpen_files(sources *Test.cpp)
+  set(together)
   foreach(source ${sources})
     get_filename_component(unit ${source} NAME_WE)
-    set(program ${FOLDER}_${unit})
-    add_executable(${program} ${source})
-    target_link_libraries(${program} PRIVATE ${ARGN} GTest::gmock GTest::gtest_main)
-    target_include_directories(${program} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-    set_target_properties(${program} PROPERTIES
-      RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/${FOLDER} OUTPUT_NAME ${unit})
-    add_test(NAME ${FOLDER}/${unit} COMMAND ${program})
+    file(STRINGS ${source} main REGEX "^int main\\(")
+    if(main)
+      lightpen_test_program(${FOLDER}_${unit} ${source})
+      add_test(NAME ${FOLDER}/${unit} COMMAND ${FOLDER}_${unit})
+    else()
+      list(APPEND together ${source})
+      lightpen_suites_of(filter ${source})
+      add_test(NAME ${FOLDER}/${unit} COMMAND ${FOLDER}_tests --gtest_filter=${filter})
+    endif()
     set_tests_properties(${FOLDER}/${unit} PROPERTIES LABELS ${FOLDER} TIMEOUT 120)
-    add_dependencies(tests_${FOLDER} ${program})
   endforeach()
+  if(together)
+    lightpen_test_program(${FOLDER}_tests ${together})
+  endif()
 endfunction()

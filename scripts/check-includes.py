@@ -8,26 +8,28 @@ import pathlib
 import re
 import sys
 
-# Each folder of src/ and the folders below it.
-FLOORS = {
+# The folders whose files are included by their path below them; the project's own headers are found in no other way.
+TOPS = ("src", "tools", "tests")
+# Each folder of src/ and tools/, and those that it may include.
+SYSTEM = {"platform", "matching", "device", "calibration", "app", "linux_desktop"}
+ALLOWED = {
     "platform": set(),
     "matching": {"platform"},
     "device": {"matching", "platform"},
     "calibration": {"device", "matching", "platform"},
     "app": {"calibration", "device", "matching", "platform"},
     "linux_desktop": {"platform"},
-    "emulator": {"platform"},
-    "demo": {"app", "calibration", "device", "matching", "platform", "linux_desktop", "emulator"},
+    "unit": {"platform"},
+    "emulated": SYSTEM | {"unit"},
+    "measure": SYSTEM | {"unit", "emulated"},
 }
-# What measures from the hand to the window does so as the demo does; nobody else includes it.
-DEMO_USERS = ("tests/demo/", "tests/kernel/", "bench/kernel/")
-# A user's desktop as other processes are; it knows nothing of the application, and every test may use it.
-DEMO_DESKTOP = "src/demo/desktop/"
+# A user's desktop as other processes are; it knows nothing of the application.
+DESKTOP = "tools/measure/desktop/"
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
 PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
 
 # The folders that speak to Linux, X11 and Qt as they need to, and the units elsewhere that derive from Qt's classes.
-SYSTEM_FOLDERS = {"linux_desktop", "demo"}
+SYSTEM_FOLDERS = {"linux_desktop", "emulated", "measure"}
 QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView)\w*\.(cpp|h)|"
                       r"calibration/(KVRCalibrationWindow|KVRCalibrationTarget)\w*\.(cpp|h)")
 QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*")
@@ -35,9 +37,9 @@ QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*")
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")
 # What the C++ library does not have and every folder may use: the "C" numeric locale for a thread.
 POSIX_HEADERS = {"locale.h"}
-# Descriptors and files, for the unit that is a USB device of the machine, and for the owner of a descriptor.
-FILE_HEADERS = {"fcntl.h", "poll.h", "sys/stat.h", "unistd.h"}
-FILE_UNITS = re.compile(r"emulator/Gadget\w*\.(cpp|h)|platform/FileDescriptor\.h")
+# For the owner of a descriptor.
+FILE_HEADERS = {"unistd.h"}
+FILE_UNITS = re.compile(r"platform/FileDescriptor\.h")
 
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
@@ -62,7 +64,7 @@ def includes_of(path):
 
 
 def source_files(root):
-    return sorted(path for top in ("src", "tests", "bench") for path in (root / top).rglob("*")
+    return sorted(path for top in (*TOPS, "bench") for path in (root / top).rglob("*")
                   if path.suffix in (".h", ".cpp"))
 
 
@@ -91,10 +93,10 @@ class Tree:
     def check_quoted(self, where, name, quoted):
         if quoted.endswith(".moc") or self.is_made_from_interface_file(name, quoted):
             return
-        candidates = [f"src/{quoted}", f"tests/{quoted}"] + ([quoted] if name.startswith("bench/") else [])
+        candidates = [f"{top}/{quoted}" for top in TOPS] + ([quoted] if name.startswith("bench/") else [])
         target = next((path for path in candidates if (self.root / path).is_file()), None)
         if target is None or ".." in quoted.split("/"):
-            self.problems.append(f'{where}: "{quoted}" is no file below src/ or tests/')
+            self.problems.append(f'{where}: "{quoted}" is no file below src/, tools/ or tests/')
             return
         self.graph[name].append(target)
         self.check_arrow(where, name, target)
@@ -105,21 +107,19 @@ class Tree:
         return bool(made) and name.endswith(".cpp") and (self.root / name).with_name(made[1] + ".ui").is_file()
 
     def check_arrow(self, where, name, target):
-        top, folder, rest = (target + "/").split("/", 2)
-        if name.split("/")[0] != "src":
-            shared = target.startswith(DEMO_DESKTOP) and name.startswith("tests/")
-            if (top, folder) == ("src", "demo") and not shared and not name.startswith(DEMO_USERS):
-                self.problems.append(f"{where}: nobody includes the demo")
+        top, folder, _ = (target + "/").split("/", 2)
+        own_top, own, _ = (name + "/").split("/", 2)
+        if own_top not in ("src", "tools"):
             return
-        if top != "src":
+        if top == "tests":
             self.problems.append(f"{where}: a source includes the test file {target}")
-            return
-        own = name.split("/")[1]
-        if name.startswith(DEMO_DESKTOP) and not target.startswith(DEMO_DESKTOP):
-            self.problems.append(f"{where}: the demo's desktop knows nothing of the system")
-        elif own not in FLOORS:
-            self.problems.append(f"{where}: the folder {own} has no place among the floors")
-        elif folder != own and folder not in FLOORS[own]:
+        elif own_top == "src" and top == "tools":
+            self.problems.append(f"{where}: what is installed includes the tool {target}")
+        elif name.startswith(DESKTOP) and not target.startswith(DESKTOP):
+            self.problems.append(f"{where}: the desktop around the application knows nothing of the system")
+        elif own not in ALLOWED:
+            self.problems.append(f"{where}: the folder {own} has no place among the others")
+        elif folder != own and folder not in ALLOWED[own]:
             if folder == "linux_desktop" and PROCESS_ENTRY.fullmatch(name[len("src/"):]):
                 return
             self.problems.append(f"{where}: {own} must not include {folder}")
@@ -129,7 +129,7 @@ class Tree:
         if QT_MODULE.fullmatch(header):
             self.problems.append(f"{where}: <{header}> is a whole module; name the class's header")
             return
-        if top != "src" or folder in SYSTEM_FOLDERS or header in STANDARD_HEADERS or header in POSIX_HEADERS:
+        if top not in ("src", "tools") or folder in SYSTEM_FOLDERS or header in STANDARD_HEADERS or header in POSIX_HEADERS:
             return
         if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
             return

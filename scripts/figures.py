@@ -154,7 +154,7 @@ class Figures:
         self.undocumented = []
         self.public = 0         # declarations; those of grouped have at least a comment that heads their group
         self.grouped = 0
-        for top in ("src", "tests", "bench"):
+        for top in ("src", "tools", "tests", "bench"):
             for path in sorted((root / top).rglob("*")):
                 if path.suffix in (".h", ".cpp"):
                     self.read(path)
@@ -166,7 +166,7 @@ class Figures:
         self.lengths[name] = len(lines)
         scanner = Scanner(text)
         self.functions += [(length, function, name, first) for function, first, length in scanner.functions]
-        if name.startswith("src/") and path.suffix == ".h":
+        if name.startswith(("src/", "tools/")) and path.suffix == ".h":
             self.public += len(scanner.declarations)
             self.grouped += sum(documented(lines, number) or documented_by_group(lines, number)
                                 for _, number in scanner.declarations)
@@ -178,11 +178,11 @@ class Figures:
 
     def units(self):
         """Source units of the floors, each with whether a test of its name exists."""
-        tests = {(path.parts[1], path.stem) for path in map(pathlib.PurePosixPath, self.below("tests"))}
+        tests = {path.stem for path in map(pathlib.PurePosixPath, self.below("tests"))}
         for name in self.below("src"):
             path = pathlib.PurePosixPath(name)
-            if path.suffix == ".cpp" and path.parts[1] != "demo" and not path.stem.startswith("main"):
-                yield name, (path.parts[1], path.stem + "Test") in tests
+            if path.suffix == ".cpp" and not path.stem.startswith("main"):
+                yield name, path.stem + "Test" in tests
 
     def problems(self):
         for name, length in self.lengths.items():
@@ -198,7 +198,7 @@ def share(part, whole):
 
 
 def table(figures):
-    for top in ("src", "tests"):
+    for top in ("src", "tools", "tests"):
         files = figures.below(top)
         functions = sorted(row for row in figures.functions if row[2] in files)
         if not files:

@@ -65,7 +65,7 @@ class Fingerprints:
 
 
 def units_of(arguments):
-    """(path, key) of each unit below src/."""
+    """(path, key) of each unit below src/ and tools/."""
     version = subprocess.run([TOOL, "--version"], capture_output=True, text=True, check=True).stdout
     rules = (arguments.source / ".clang-tidy").read_text(encoding="utf-8")
     dependencies = dependencies_of(arguments.build)
@@ -73,7 +73,7 @@ def units_of(arguments):
     commands = json.loads((arguments.build / "compile_commands.json").read_text(encoding="utf-8"))
     for command in sorted(commands, key=lambda entry: entry["file"]):
         path = pathlib.Path(command["file"])
-        if not path.is_relative_to(arguments.source / "src"):
+        if not any(path.is_relative_to(arguments.source / top) for top in ("src", "tools")):
             continue
         words = shlex.split(command["command"])
         files = dependencies.get(words[words.index("-o") + 1])

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "demo/CanvasEvent.h"
+#include "measure/CanvasEvent.h"
 
 namespace lightpen::bench {
 

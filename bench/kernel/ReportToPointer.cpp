@@ -18,15 +18,15 @@
 
 #include "bench/kernel/LeastPointer.h"
 #include "bench/kernel/PointerWindow.h"
-#include "demo/Analysis.h"
-#include "demo/ReportDelays.h"
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/RuleFile.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
-#include "linux_desktop/SystemClock.h"
-#include "support/Eventually.h"
+#include "kit/Eventually.h"
+#include "linux_desktop/process/SystemClock.h"
+#include "measure/Analysis.h"
+#include "measure/ReportDelays.h"
 
 namespace lightpen::bench {
 namespace {

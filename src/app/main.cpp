@@ -4,8 +4,8 @@
 
 #include "app/ApplicationMain.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/QtApplicationSetup.h"
-#include "linux_desktop/SingleInstance.h"
+#include "linux_desktop/process/QtApplicationSetup.h"
+#include "linux_desktop/process/SingleInstance.h"
 
 int main(int argc, char** argv) {
     const lightpen::SingleInstance instance("LightPenNX7");

@@ -54,4 +54,12 @@ void EventGeneratorNX7::setDeviceDelegate(
     }
 }
 
+bool EventGeneratorNX7::isUnitOpen() {
+    return sharedState.unitOpen == 1;
+}
+
+bool EventGeneratorNX7::hearsPen() {
+    return isUnitOpen() && sharedState.mouseArmed == 1;
+}
+
 } // namespace lightpen

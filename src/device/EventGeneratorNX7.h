@@ -65,6 +65,11 @@ public:
 
     // Whether a unit is there, ready for use.
     bool isDevicePlugIn() const;
+    // Whether a unit has been opened, its flash read included; false before there is a driver. Any thread.
+    static bool isUnitOpen();
+    // Whether a touch counts from now on: a unit is open, and what it reported at its start has been thrown
+    // away. Any thread.
+    static bool hearsPen();
     // Opens the unit that is there, tests for stray light and waits, running the main loop, for the point
     // thread; so long as it is listed, also for a unit that cannot be made or opened. At the end the pairing
     // key window is made where the unit's pens are tied by a table.

@@ -8,7 +8,7 @@
 
 #include <QSocketNotifier>
 
-#include "linux_desktop/UdevRegistry.h"
+#include "linux_desktop/hid/UdevRegistry.h"
 
 namespace lightpen {
 
@@ -49,7 +49,7 @@ private:
 };
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
-    : log_(settings.log), runLoop_(clock_, [this] { lastAct(); }), signals_(runLoop_),
+    : log_(settings.log), runLoop_(clock_, [this] { releaseButtonsAndFlushLog(); }), signals_(runLoop_),
       defaults_(std::move(settings.settingsFile)),
       dataFiles_(std::move(settings.userFiles), std::move(settings.shippedFiles)),
       desktop_(defaults_, geometry_),
@@ -70,11 +70,11 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
 }
 
 LinuxPlatform::~LinuxPlatform() {
-    lastAct();
+    releaseButtonsAndFlushLog();
     living.store(nullptr);
 }
 
-void LinuxPlatform::lastAct() {
+void LinuxPlatform::releaseButtonsAndFlushLog() {
     if (living.load() == this) // else it is not complete, and nothing has been pressed
         pointer_.releaseButtons();
     log_.flush();

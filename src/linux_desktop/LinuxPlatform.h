@@ -5,25 +5,25 @@
 #include <memory>
 #include <string>
 
-#include "linux_desktop/ApplicationBundle.h"
-#include "linux_desktop/CanberraOutput.h"
-#include "linux_desktop/DBusNotifications.h"
-#include "linux_desktop/LinuxLocales.h"
-#include "linux_desktop/LinuxPointer.h"
-#include "linux_desktop/LinuxSounds.h"
-#include "linux_desktop/LinuxSystemUI.h"
-#include "linux_desktop/QtDesktop.h"
-#include "linux_desktop/QtRunLoop.h"
-#include "linux_desktop/QtWorkspace.h"
-#include "linux_desktop/Resources.h"
-#include "linux_desktop/StderrLog.h"
-#include "linux_desktop/SystemClock.h"
-#include "linux_desktop/SystemThreads.h"
-#include "linux_desktop/TerminationSignals.h"
-#include "linux_desktop/TrayStatusBar.h"
-#include "linux_desktop/XdgDataFiles.h"
-#include "linux_desktop/XdgDefaults.h"
-#include "linux_desktop/XdgLoginItems.h"
+#include "linux_desktop/files/ApplicationBundle.h"
+#include "linux_desktop/files/Resources.h"
+#include "linux_desktop/files/XdgDataFiles.h"
+#include "linux_desktop/files/XdgDefaults.h"
+#include "linux_desktop/files/XdgLoginItems.h"
+#include "linux_desktop/panel/TrayStatusBar.h"
+#include "linux_desktop/pointer/LinuxPointer.h"
+#include "linux_desktop/process/CanberraOutput.h"
+#include "linux_desktop/process/DBusNotifications.h"
+#include "linux_desktop/process/LinuxLocales.h"
+#include "linux_desktop/process/LinuxSounds.h"
+#include "linux_desktop/process/QtRunLoop.h"
+#include "linux_desktop/process/QtWorkspace.h"
+#include "linux_desktop/process/StderrLog.h"
+#include "linux_desktop/process/SystemClock.h"
+#include "linux_desktop/process/SystemThreads.h"
+#include "linux_desktop/process/TerminationSignals.h"
+#include "linux_desktop/screen/LinuxSystemUI.h"
+#include "linux_desktop/screen/QtDesktop.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
 
@@ -84,7 +84,7 @@ private:
 
     class MachineUnits;
 
-    void lastAct();
+    void releaseButtonsAndFlushLog();
     static void atExit(int status, void* unused);
 
     StderrLog log_;

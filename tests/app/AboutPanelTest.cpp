@@ -13,7 +13,7 @@
 #include <QPixmap>
 #include <QPushButton>
 
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

@@ -18,7 +18,7 @@
 
 #include "app/LightPenNX7Controller.h"
 #include "app/StatusItem.h"
-#include "support/calibration/SessionFixture.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 

@@ -9,7 +9,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

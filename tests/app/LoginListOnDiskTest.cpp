@@ -5,10 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "linux_desktop/ApplicationBundle.h"
-#include "linux_desktop/XdgLoginItems.h"
-#include "support/RecordingLog.h"
-#include "support/TemporaryDirectory.h"
+#include "kit/RecordingLog.h"
+#include "kit/TemporaryDirectory.h"
+#include "linux_desktop/files/ApplicationBundle.h"
+#include "linux_desktop/files/XdgLoginItems.h"
 
 namespace lightpen {
 namespace {

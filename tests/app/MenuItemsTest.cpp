@@ -7,7 +7,7 @@
 
 #include <QAction>
 
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

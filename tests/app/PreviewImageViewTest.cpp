@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

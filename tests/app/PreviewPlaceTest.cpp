@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <ostream>
 
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 

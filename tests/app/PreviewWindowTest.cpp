@@ -13,8 +13,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-#include "support/TestPlatform.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/TestPlatform.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

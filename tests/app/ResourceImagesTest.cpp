@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "support/RecordingLog.h"
-#include "support/TemporaryDirectory.h"
-#include "support/TestPlatform.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/RecordingLog.h"
+#include "kit/TemporaryDirectory.h"
+#include "kit/TestPlatform.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

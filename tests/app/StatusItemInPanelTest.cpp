@@ -13,13 +13,13 @@
 #include <QPixmap>
 #include <QTimer>
 
-#include "demo/desktop/FakeStatusNotifierWatcher.h"
-#include "demo/desktop/MenuOverDBus.h"
-#include "support/Eventually.h"
-#include "support/PrivateBus.h"
-#include "support/TestPlatform.h"
-#include "support/Xvfb.h"
-#include "support/linux/SignalRecorder.h"
+#include "kit/Eventually.h"
+#include "kit/PrivateBus.h"
+#include "kit/TestPlatform.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/SignalRecorder.h"
+#include "measure/desktop/FakeStatusNotifierWatcher.h"
+#include "measure/desktop/MenuOverDBus.h"
 
 namespace lightpen {
 namespace {

@@ -10,12 +10,12 @@
 #include <QApplication>
 #include <QPixmap>
 
-#include "support/Eventually.h"
-#include "support/PrivateBus.h"
-#include "support/TestPlatform.h"
-#include "support/Xvfb.h"
-#include "support/linux/FakeXTray.h"
-#include "support/linux/XNeighbour.h"
+#include "kit/Eventually.h"
+#include "kit/PrivateBus.h"
+#include "kit/TestPlatform.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/FakeXTray.h"
+#include "kit/linux/XNeighbour.h"
 
 namespace lightpen {
 namespace {

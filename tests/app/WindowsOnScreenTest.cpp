@@ -20,13 +20,13 @@
 #include "app/PreviewPlace.h"
 #include "app/PreviewWindow.h"
 #include "device/FloatPanel.h"
-#include "support/Eventually.h"
-#include "support/PrivateBus.h"
-#include "support/TestPlatform.h"
-#include "support/Xvfb.h"
-#include "support/linux/WindowManager.h"
-#include "support/linux/XNeighbour.h"
-#include "support/resources/ResourceFiles.h"
+#include "kit/Eventually.h"
+#include "kit/PrivateBus.h"
+#include "kit/TestPlatform.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/WindowManager.h"
+#include "kit/linux/XNeighbour.h"
+#include "kit/resources/ResourceFiles.h"
 
 namespace lightpen {
 namespace {

@@ -2,7 +2,7 @@
 // Sessions that are cancelled, or follow one another: what comes late dies with its session.
 #include <thread>
 
-#include "support/calibration/SessionFixture.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {

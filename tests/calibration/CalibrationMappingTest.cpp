@@ -7,9 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/RecordingLog.h"
-#include "support/TestPlatform.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/RecordingLog.h"
+#include "kit/TestPlatform.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

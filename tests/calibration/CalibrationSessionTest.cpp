@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Sessions from start to end: what happens, and in which order.
-#include "support/calibration/SessionFixture.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What touches do during a session, from a hand that is not as careful as it might be.
-#include "support/calibration/SessionFixture.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {

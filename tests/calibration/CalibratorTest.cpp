@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/RecordingLog.h"
+#include "kit/RecordingLog.h"
 
 namespace lightpen {
 namespace {

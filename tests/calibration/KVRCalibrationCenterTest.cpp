@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "calibration/KVRCalibrationCenter.h"
 
-#include "support/calibration/SessionFixture.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {

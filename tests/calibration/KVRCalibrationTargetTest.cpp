@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

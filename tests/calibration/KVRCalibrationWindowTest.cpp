@@ -5,8 +5,8 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 
+#include "kit/calibration/SessionFixture.h"
 #include "platform/VirtualKeyCodes.h"
-#include "support/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {

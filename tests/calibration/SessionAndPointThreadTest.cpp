@@ -3,8 +3,8 @@
 #include <atomic>
 #include <thread>
 
-#include "support/calibration/SessionFixture.h"
-#include "support/device/DriverFixture.h"
+#include "kit/calibration/SessionFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/TestPlatform.h"
+#include "kit/TestPlatform.h"
 
 namespace lightpen {
 namespace {

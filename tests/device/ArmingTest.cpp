@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How pointer output arms: what is thrown away before, and when it begins.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

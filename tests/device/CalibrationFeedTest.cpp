@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // While a calibration runs it gets the raw point of each touch, and the pointer gets nothing.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

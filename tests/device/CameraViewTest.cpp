@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Pictures, the light test and both ways of the pairing table with a camera unit in software, whose plug is
 // pulled at every step.
-#include "support/device/EmulatedUnitFixture.h"
+#include "kit/device/EmulatedUnitFixture.h"
 
 namespace lightpen {
 namespace {

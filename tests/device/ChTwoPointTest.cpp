@@ -8,9 +8,9 @@
 #include <QKeyEvent>
 #include <QPointer>
 
+#include "kit/device/DriverFixture.h"
+#include "kit/device/OffscreenApplication.h"
 #include "platform/VirtualKeyCodes.h"
-#include "support/device/DriverFixture.h"
-#include "support/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

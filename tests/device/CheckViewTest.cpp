@@ -6,8 +6,8 @@
 
 #include "device/CheckViewRequests.h"
 #include "device/FloatPanel.h"
-#include "support/device/OffscreenApplication.h"
-#include "support/device/PassFixture.h"
+#include "kit/device/OffscreenApplication.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Sending: the output buffer, the two ways to send it, and the operations that send settings.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A unit that arrives, replugs, and a second one beside it.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A unit that leaves.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

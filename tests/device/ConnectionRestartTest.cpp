@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The restart of the unit after the check view.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

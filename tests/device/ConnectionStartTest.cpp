@@ -2,7 +2,7 @@
 // The driver's start, with and without a unit, and the wait for the point thread.
 #include <array>
 
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // From a queue's event to a camera point, with what the log says.
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Who hears what the driver has to say, and what asking and setting them does.
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

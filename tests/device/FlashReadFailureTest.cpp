@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What ends the read of a unit's flash: sends that fail, units that leave or are silent, queues that fail.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

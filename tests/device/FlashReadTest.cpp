@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Reading the unit's flash: the whole exchange, its answers and its report lengths.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

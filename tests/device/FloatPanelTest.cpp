@@ -5,8 +5,8 @@
 #include <QKeyEvent>
 #include <QPalette>
 
-#include "support/device/DriverFixture.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/DriverFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Finding the unit's pen interface, and making, opening and releasing its device interface.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Collecting the picture: when reports of the image queue count as its chunks, and what the main loop has of
 // it.
+#include "kit/device/UnitFixture.h"
 #include "platform/ReportQueue.h"
-#include "support/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The light test: its command, its fifty looks, and what counts.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A pen that is held still for two seconds becomes a right click.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pairing table between a unit and its file: the bytes both ways, the lines, and what never ends.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

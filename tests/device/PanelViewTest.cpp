@@ -6,9 +6,9 @@
 #include <QPainter>
 
 #include "device/PanelViewMarker.h"
-#include "support/TemporaryDirectory.h"
-#include "support/device/DriverFixture.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/TemporaryDirectory.h"
+#include "kit/device/DriverFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

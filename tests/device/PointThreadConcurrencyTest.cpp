@@ -4,7 +4,7 @@
 #include <chrono>
 #include <thread>
 
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What the point thread does about the pairing key window: its keys, and whether it takes the mouse.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

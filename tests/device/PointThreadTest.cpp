@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The point thread's start, polls and end; what it does with points has tests of its own.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

@@ -2,7 +2,7 @@
 // The events that each post operation makes, and the connection they go through.
 #include <limits>
 
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

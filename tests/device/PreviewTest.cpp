@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Fetching the preview picture: what is sent, what is waited for, and how it ends.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -2,7 +2,7 @@
 // The set-up of the image queue step by step, and the start and stop of the points queue.
 #include <cstdio>
 
-#include "support/device/DriverFixture.h"
+#include "kit/device/DriverFixture.h"
 
 namespace lightpen {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
-#include "support/RecordingLog.h"
-#include "support/TestPlatform.h"
+#include "kit/RecordingLog.h"
+#include "kit/TestPlatform.h"
 
 namespace lightpen {
 namespace {

@@ -8,9 +8,9 @@
 
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
-#include "support/RecordingLog.h"
-#include "support/ScriptedUnit.h"
-#include "support/TestPlatform.h"
+#include "kit/RecordingLog.h"
+#include "kit/ScriptedUnit.h"
+#include "kit/TestPlatform.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // From the service of a plugged-in unit to its running queues, and where that may end.
-#include "support/device/UnitFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -4,8 +4,8 @@
 
 #include "device/CheckViewRequests.h"
 #include "device/FloatPanel.h"
-#include "support/device/EmulatedUnitFixture.h"
-#include "support/device/OffscreenApplication.h"
+#include "kit/device/EmulatedUnitFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {

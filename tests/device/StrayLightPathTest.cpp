@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // With stray light, points go to the check view instead of the pointer.
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "support/device/PassFixture.h"
+#include "kit/device/PassFixture.h"
 
 namespace lightpen {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The driver with a camera unit in software, in virtual time: from the plug to the pointer and back.
-#include "support/device/EmulatedUnitFixture.h"
+#include "kit/device/EmulatedUnitFixture.h"
 
 namespace lightpen {
 namespace {
@@ -119,7 +119,7 @@ TEST_F(UnitLifeCycleTest, APenThatIsLitDuringTheReadIsNoCalibration) {
 TEST_F(UnitLifeCycleTest, NorWithAUnitThatDoesNotKeepQuiet) {
     CameraUnit& camera = addCamera(32);
     calibrate(camera);
-    camera.manners()->quietAroundCommands = false;
+    camera.behaviour()->quietAroundCommands = false;
     camera.touch({640, 400});
     camera.plug();
     start();

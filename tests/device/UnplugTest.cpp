@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A camera unit in software whose plug is pulled at every step, and put back.
-#include "support/device/EmulatedUnitFixture.h"
+#include "kit/device/EmulatedUnitFixture.h"
 
 namespace lightpen {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "linux_desktop/DesktopEntry.h"
+#include "linux_desktop/files/DesktopEntry.h"
 
 namespace {
 

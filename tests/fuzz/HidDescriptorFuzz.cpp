@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "linux_desktop/HidDescriptor.h"
+#include "linux_desktop/hid/HidDescriptor.h"
 
 namespace {
 

@@ -14,17 +14,17 @@
 
 #include <QCoreApplication>
 
-#include "demo/Accuracy.h"
-#include "demo/ScreenCapture.h"
-#include "demo/TargetSeeker.h"
-#include "demo/desktop/FakeStatusNotifierWatcher.h"
-#include "demo/desktop/MenuOverDBus.h"
-#include "demo/desktop/Patience.h"
-#include "demo/desktop/XWindows.h"
+#include "emulated/ScreenCapture.h"
+#include "emulated/TargetSeeker.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
-#include "support/PrivateBus.h"
+#include "kit/PrivateBus.h"
+#include "measure/Accuracy.h"
+#include "measure/desktop/FakeStatusNotifierWatcher.h"
+#include "measure/desktop/MenuOverDBus.h"
+#include "measure/desktop/Patience.h"
+#include "measure/desktop/XWindows.h"
 
 namespace lightpen {
 namespace {

@@ -9,10 +9,10 @@
 #include <chrono>
 #include <future>
 
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen::test {
 namespace {

@@ -18,22 +18,22 @@
 #include <QApplication>
 
 #include "app/LightPenNX7Controller.h"
-#include "demo/CanvasProcess.h"
-#include "demo/PlayedSession.h"
-#include "demo/ScreenWatch.h"
-#include "demo/TapSeries.h"
-#include "demo/TargetSeeker.h"
-#include "demo/Waiting.h"
-#include "device/SharedState.h"
-#include "emulator/GadgetBus.h"
+#include "device/EventGeneratorNX7.h"
+#include "emulated/ScreenWatch.h"
+#include "emulated/TargetSeeker.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/XClient.h"
 #include "kernel/support/Xorg.h"
+#include "kit/PrivateBus.h"
+#include "kit/TemporaryDirectory.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/QtApplicationSetup.h"
+#include "linux_desktop/process/QtApplicationSetup.h"
+#include "measure/CanvasProcess.h"
+#include "measure/PlayedSession.h"
+#include "measure/TapSeries.h"
+#include "measure/Waiting.h"
 #include "platform/FileDescriptor.h"
-#include "support/PrivateBus.h"
-#include "support/TemporaryDirectory.h"
 
 namespace lightpen {
 namespace {
@@ -123,12 +123,13 @@ protected:
     void plugIn() {
         unit.plug();
         ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
-        ASSERT_TRUE(becomes([this] { return controller.deviceConnected() && sharedState.unitOpen == 1; }));
+        ASSERT_TRUE(
+            becomes([this] { return controller.deviceConnected() && EventGeneratorNX7::isUnitOpen(); }));
         // The unit's first reports arm the pen; where they were missed, touches do.
-        const auto armed = [] { return sharedState.mouseArmed == 1; };
-        for (int knocks = 0; knocks < 10 && !waitUntil(platform, armed, seconds(1)); ++knocks)
+        for (int knocks = 0; knocks < 10 && !waitUntil(platform, EventGeneratorNX7::hearsPen, seconds(1));
+             ++knocks)
             unit.play(Hand().tap({59, 31}, kContact));
-        ASSERT_TRUE(armed());
+        ASSERT_TRUE(EventGeneratorNX7::hearsPen());
         ASSERT_TRUE(becomes([this] { return unit.toPlay() == Microseconds::zero(); }));
     }
     void unplug() {

@@ -16,16 +16,17 @@
 #include <QApplication>
 
 #include "app/LightPenNX7Controller.h"
-#include "demo/Waiting.h"
+#include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PointerWatch.h"
 #include "kernel/support/UnitPriority.h"
+#include "kit/TemporaryDirectory.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/QtApplicationSetup.h"
+#include "linux_desktop/process/QtApplicationSetup.h"
+#include "measure/Waiting.h"
 #include "platform/FileDescriptor.h"
-#include "support/TemporaryDirectory.h"
 
 namespace lightpen::test {
 namespace {
@@ -151,7 +152,7 @@ protected:
     void plugIn() {
         unit.plug();
         ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
-        ASSERT_TRUE(becomes([] { return sharedState.unitOpen == 1; }));
+        ASSERT_TRUE(becomes(EventGeneratorNX7::isUnitOpen));
     }
     void unplug() {
         unit.unplug();

@@ -6,7 +6,7 @@
 
 #include <fstream>
 
-#include "support/Eventually.h"
+#include "kit/Eventually.h"
 
 namespace lightpen {
 namespace {

@@ -7,13 +7,13 @@
 #include <optional>
 #include <variant>
 
-#include "emulator/GadgetBus.h"
-#include "emulator/GadgetComposition.h"
-#include "emulator/GadgetPort.h"
+#include "kernel/gadget/GadgetBus.h"
+#include "kernel/gadget/GadgetComposition.h"
+#include "kernel/gadget/GadgetPort.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
-#include "linux_desktop/HidDescriptor.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/hid/HidDescriptor.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen::test {
 namespace {

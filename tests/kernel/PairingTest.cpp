@@ -17,15 +17,15 @@
 
 #include "app/LightPenNX7Controller.h"
 #include "device/SharedState.h"
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
 #include "kernel/support/UnitPriority.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/QtApplicationSetup.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/process/QtApplicationSetup.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen::test {
 namespace {

@@ -9,7 +9,7 @@
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
-#include "support/PrivateBus.h"
+#include "kit/PrivateBus.h"
 
 namespace lightpen {
 namespace {

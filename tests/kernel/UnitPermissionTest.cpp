@@ -7,14 +7,14 @@
 #include <filesystem>
 #include <string>
 
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
-#include "linux_desktop/SystemClock.h"
-#include "support/ChildProcess.h"
-#include "support/TemporaryDirectory.h"
+#include "kit/ChildProcess.h"
+#include "kit/TemporaryDirectory.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen {
 namespace {

@@ -5,12 +5,12 @@
 #include <iterator>
 #include <thread>
 
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen {
 namespace {

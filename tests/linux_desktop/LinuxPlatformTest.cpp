@@ -9,12 +9,12 @@
 #include <QApplication>
 #include <QWindow>
 
-#include "linux_desktop/QtApplicationSetup.h"
-#include "support/Pipe.h"
-#include "support/PrivateBus.h"
-#include "support/TemporaryDirectory.h"
-#include "support/Xvfb.h"
-#include "support/linux/PointerObserver.h"
+#include "kit/Pipe.h"
+#include "kit/PrivateBus.h"
+#include "kit/TemporaryDirectory.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/PointerObserver.h"
+#include "linux_desktop/process/QtApplicationSetup.h"
 
 namespace lightpen {
 namespace {

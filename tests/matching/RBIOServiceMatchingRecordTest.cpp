@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kit/TestPlatform.h"
 #include "matching/RBIOServiceMatchingServer.h"
-#include "support/TestPlatform.h"
 
 namespace lightpen {
 namespace {

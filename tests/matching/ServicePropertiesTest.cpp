@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kit/RecordingLog.h"
+#include "kit/TestPlatform.h"
 #include "matching/RBIOServiceMatchingServer.h"
-#include "support/RecordingLog.h"
-#include "support/TestPlatform.h"
 
 namespace lightpen {
 namespace {

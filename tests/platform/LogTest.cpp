@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/RecordingLog.h"
+#include "kit/RecordingLog.h"
 
 namespace lightpen {
 namespace {

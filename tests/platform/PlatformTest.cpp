@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/TestPlatform.h"
+#include "kit/TestPlatform.h"
 
 namespace lightpen {
 namespace {

@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/RecordingLog.h"
-#include "support/VirtualTime.h"
+#include "kit/RecordingLog.h"
+#include "kit/VirtualTime.h"
 
 namespace lightpen {
 namespace {

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/VirtualTime.h"
+#include "kit/VirtualTime.h"
 
 namespace lightpen {
 namespace {

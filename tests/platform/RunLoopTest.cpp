@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/VirtualTime.h"
+#include "kit/VirtualTime.h"
 
 namespace lightpen {
 namespace {

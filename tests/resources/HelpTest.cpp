@@ -12,10 +12,10 @@
 
 #include <gmock/gmock.h>
 
-#include "linux_desktop/XdgDefaults.h"
-#include "support/TemporaryDirectory.h"
-#include "support/resources/HelpDocument.h"
-#include "support/resources/ResourceFiles.h"
+#include "kit/TemporaryDirectory.h"
+#include "kit/resources/HelpDocument.h"
+#include "kit/resources/ResourceFiles.h"
+#include "linux_desktop/files/XdgDefaults.h"
 
 namespace lightpen {
 namespace {

@@ -7,10 +7,10 @@
 
 #include <gmock/gmock.h>
 
-#include "linux_desktop/ApplicationBundle.h"
-#include "support/TemporaryDirectory.h"
-#include "support/device/EmulatedUnitFixture.h"
-#include "support/resources/ResourceFiles.h"
+#include "kit/TemporaryDirectory.h"
+#include "kit/device/EmulatedUnitFixture.h"
+#include "kit/resources/ResourceFiles.h"
+#include "linux_desktop/files/ApplicationBundle.h"
 
 namespace lightpen {
 namespace {

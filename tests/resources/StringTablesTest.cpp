@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 
-#include "support/resources/ResourceFiles.h"
-#include "support/resources/TableAudit.h"
+#include "kit/resources/ResourceFiles.h"
+#include "kit/resources/TableAudit.h"
 
 namespace lightpen {
 namespace {

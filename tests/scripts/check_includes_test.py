@@ -47,14 +47,20 @@ class CheckIncludesTest(unittest.TestCase):
     def test_an_empty_tree_is_no_success(self):
         self.assertEqual(self.check()[0], 1)
 
-    def test_the_demos_desktop_is_everybodys_in_the_tests_and_knows_nothing_of_the_system(self):
-        self.assert_fine(src__demo__desktop__Panel_h="", tests__app__T_cpp='#include "demo/desktop/Panel.h"\n')
-        self.assert_finds("the demo's desktop", src__platform__Log_h="",
-                          src__demo__desktop__Panel_h='#include "platform/Log.h"\n')
+    def test_the_desktop_around_the_application_knows_nothing_of_the_system(self):
+        self.assert_fine(tools__measure__desktop__Panel_h="", tests__app__T_cpp='#include "measure/desktop/Panel.h"\n')
+        self.assert_finds("the desktop around the application", src__platform__Log_h="",
+                          tools__measure__desktop__Panel_h='#include "platform/Log.h"\n')
 
-    def test_the_demos_desktop_stays_out_of_the_application(self):
-        self.assert_finds("app must not include demo", src__demo__desktop__Panel_h="",
-                          src__app__A_cpp='#include "demo/desktop/Panel.h"\n')
+    def test_what_is_installed_includes_no_tool(self):
+        self.assert_finds("what is installed includes the tool tools/unit/Firmware.h", tools__unit__Firmware_h="",
+                          src__app__A_cpp='#include "unit/Firmware.h"\n')
+
+    def test_tools_may_include_what_is_installed_and_the_unit(self):
+        self.assert_fine(src__app__App_h="", tools__unit__Unit_h="", tools__emulated__Window_h='#include "app/App.h"',
+                         tools__measure__main_cpp='#include "emulated/Window.h"\n#include "unit/Unit.h"\n')
+        self.assert_finds("emulated must not include measure", tools__measure__Table_h="",
+                          tools__emulated__View_cpp='#include "measure/Table.h"\n')
 
     def test_lower_floors_may_be_included_across_several_steps(self):
         self.assert_fine(src__platform__Log_h="", src__device__Unit_h="",
@@ -72,9 +78,9 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("src/platform/Log.h:2: platform must not include device", src__device__Unit_h="",
                           src__platform__Log_h='// text\n#include "device/Unit.h"')
 
-    def test_the_emulator_must_not_know_the_driver(self):
-        self.assert_finds("emulator must not include device", src__device__Reports_h="",
-                          src__emulator__Firmware_cpp='#include "device/Reports.h"')
+    def test_the_unit_in_software_must_not_know_the_driver(self):
+        self.assert_finds("unit must not include device", src__device__Reports_h="",
+                          tools__unit__wire__Firmware_cpp='#include "device/Reports.h"')
 
     def test_the_linux_side_belongs_to_the_process_entry(self):
         self.assert_fine(src__linux_desktop__X_h="", src__app__main_cpp='#include "linux_desktop/X.h"',
@@ -82,19 +88,9 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("src/app/Menu.cpp:1: app must not include linux_desktop",
                           src__app__Menu_cpp='#include "linux_desktop/X.h"')
 
-    def test_nobody_includes_the_demo_but_its_own_tests_and_what_measures_like_it(self):
-        for user in ("tests__demo__ATest_cpp", "tests__kernel__ATest_cpp", "bench__kernel__A_cpp"):
-            self.assert_fine(src__demo__Canvas_h="", **{user: '#include "demo/Canvas.h"'})
-        self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
-                          tests__app__ATest_cpp='#include "demo/Canvas.h"')
-
-    def test_a_bench_elsewhere_does_not_include_the_demo(self):
-        self.assert_finds("nobody includes the demo", src__demo__Canvas_h="",
-                          bench__A_cpp='#include "demo/Canvas.h"')
-
     def test_a_source_must_not_include_a_test(self):
-        self.assert_finds("a source includes the test file", tests__support__Double_h="",
-                          src__device__Unit_cpp='#include "support/Double.h"')
+        self.assert_finds("a source includes the test file", tests__kit__Double_h="",
+                          src__device__Unit_cpp='#include "kit/Double.h"')
 
     def test_an_unknown_folder(self):
         self.assert_finds("the folder extra has no place", src__platform__Log_h="",
@@ -114,14 +110,9 @@ class CheckIncludesTest(unittest.TestCase):
             self.assert_finds(f"<{header}> does not belong in device", src__device__A_cpp=f"#include <{header}>")
         self.assert_fine(src__device__A_cpp="", src__linux_desktop__A_cpp="#include <linux/hidraw.h>\n#include <QTimer>")
 
-    def test_files_belong_to_the_unit_that_is_a_usb_device(self):
-        self.assert_fine(src__emulator__GadgetPort_cpp="#include <poll.h>", src__emulator__GadgetFiles_h="#include <unistd.h>",
-                         src__platform__FileDescriptor_h="#include <unistd.h>")
-        self.assert_finds("<linux/usb/g_hid.h> does not belong in emulator",
-                          src__emulator__GadgetPort_cpp="#include <linux/usb/g_hid.h>")
-
-    def test_files_belong_to_no_other_unit_of_its_folder(self):
-        self.assert_finds("<poll.h> does not belong in emulator", src__emulator__Firmware_cpp="#include <poll.h>")
+    def test_descriptors_belong_to_their_owner(self):
+        self.assert_fine(src__platform__FileDescriptor_h="#include <unistd.h>")
+        self.assert_finds("<poll.h> does not belong in unit", tools__unit__wire__Firmware_cpp="#include <poll.h>")
 
     def test_files_do_not_belong_in_the_platform(self):
         self.assert_finds("<unistd.h> does not belong in platform", src__platform__Log_cpp="#include <unistd.h>")

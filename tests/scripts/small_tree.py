@@ -27,9 +27,10 @@ class SmallTree:
             shutil.copytree(ROOT / name, self.root / name, ignore=shutil.ignore_patterns("__pycache__"))
         for name in ("CMakePresets.json", ".clang-tidy"):
             shutil.copy(ROOT / name, self.root)
-        (self.root / "tests").mkdir()
+        for name in ("tests", "tools"):
+            (self.root / name).mkdir()
         self.write("CMakeLists.txt", CMAKE_LISTS)
-        self.write("src/device/CMakeLists.txt", "lightpen_floor(device)\n")
+        self.write("src/device/CMakeLists.txt", "lightpen_library(device)\n")
 
     def write(self, name, text):
         path = self.root / name

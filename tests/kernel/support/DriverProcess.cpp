@@ -14,8 +14,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "kit/ProgramArguments.h"
 #include "platform/FileDescriptor.h"
-#include "support/ProgramArguments.h"
 
 namespace lightpen {
 

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "kernel/support/InstalledProgram.h"
-#include "support/Pipe.h"
-#include "support/TemporaryDirectory.h"
+#include "kit/Pipe.h"
+#include "kit/TemporaryDirectory.h"
 
 namespace lightpen {
 

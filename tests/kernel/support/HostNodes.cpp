@@ -9,7 +9,7 @@
 #include <thread>
 #include <variant>
 
-#include "linux_desktop/HidDescriptor.h"
+#include "linux_desktop/hid/HidDescriptor.h"
 
 namespace lightpen::test {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "linux_desktop/HidrawDevice.h"
+#include "linux_desktop/hid/HidrawDevice.h"
 #include "platform/Time.h"
 #include "platform/UnitIdentifiers.h"
 

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "support/TemporaryDirectory.h"
+#include "kit/TemporaryDirectory.h"
 
 namespace lightpen {
 

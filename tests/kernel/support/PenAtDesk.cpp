@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "kernel/support/DriverLines.h"
-#include "support/Eventually.h"
+#include "kit/Eventually.h"
 
 namespace lightpen {
 

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "demo/Analysis.h"
-#include "demo/CanvasProcess.h"
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
-#include "linux_desktop/QtRunLoop.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/process/QtRunLoop.h"
+#include "linux_desktop/process/SystemClock.h"
+#include "measure/Analysis.h"
+#include "measure/CanvasProcess.h"
 
 namespace lightpen {
 

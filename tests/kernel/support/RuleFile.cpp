@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "support/ChildProcess.h"
-#include "support/TemporaryDirectory.h"
+#include "kit/ChildProcess.h"
+#include "kit/TemporaryDirectory.h"
 
 namespace lightpen {
 

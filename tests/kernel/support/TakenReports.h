@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "emulator/CameraUnit.h"
 #include "kernel/support/HostNodes.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 

@@ -9,13 +9,13 @@
 #include <optional>
 #include <string>
 
-#include "emulator/GadgetBus.h"
+#include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/PointerWatch.h"
 #include "kernel/support/UnitPriority.h"
-#include "linux_desktop/SystemClock.h"
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen::test {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "support/Eventually.h"
+#include "kit/Eventually.h"
 
 namespace lightpen {
 

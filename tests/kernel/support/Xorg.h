@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "kit/ChildProcess.h"
+#include "kit/TemporaryDirectory.h"
 #include "platform/Geometry.h"
-#include "support/ChildProcess.h"
-#include "support/TemporaryDirectory.h"
 
 namespace lightpen {
 

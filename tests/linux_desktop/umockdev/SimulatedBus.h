@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/HidDescriptors.h"
+#include "kit/HidDescriptors.h"
 
 namespace lightpen::test {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/UdevMonitor.h"
+#include "linux_desktop/hid/UdevMonitor.h"
 
 #include <gtest/gtest.h>
 
+#include "kit/RecordingLog.h"
+#include "kit/SocketNode.h"
 #include "linux_desktop/umockdev/SimulatedBus.h"
-#include "support/RecordingLog.h"
-#include "support/SocketNode.h"
 
 namespace lightpen {
 namespace {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/UdevRegistry.h"
+#include "linux_desktop/hid/UdevRegistry.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <libudev.h>
 
+#include "kit/RecordingLog.h"
+#include "kit/SocketNode.h"
+#include "kit/TestPlatform.h"
 #include "linux_desktop/umockdev/SimulatedBus.h"
 #include "platform/UnitIdentifiers.h"
-#include "support/RecordingLog.h"
-#include "support/SocketNode.h"
-#include "support/TestPlatform.h"
 
 namespace {
 int looksAtTheBus = 0;

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "linux_desktop/UinputPointer.h"
+#include "linux_desktop/pointer/UinputPointer.h"
 
 namespace lightpen {
 namespace {

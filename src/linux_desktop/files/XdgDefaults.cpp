@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/files/XdgDefaults.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include "linux_desktop/files/PlainFile.h"
+#include "linux_desktop/files/Utf8.h"
+#include "linux_desktop/files/XdgDataFiles.h"
+#include "platform/FileDescriptor.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+
+namespace {
+
+// The mark of a string that would otherwise read as something else.
+constexpr char kStringMark = '\'';
+// Far above what anybody types.
+constexpr std::size_t kLargest = 1024 * 1024;
+
+template <class Number>
+std::optional<Number> wholeNumber(std::string_view text) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+DefaultsValue decode(std::string_view text) {
+    if (text == "true" || text == "false")
+        return text == "true";
+    if (const auto number = wholeNumber<std::int64_t>(text))
+        return *number;
+    if (const auto number = wholeNumber<double>(text); number && std::isfinite(*number))
+        return *number;
+    if (text.starts_with(kStringMark))
+        text.remove_prefix(1);
+    return std::string(text);
+}
+
+// The shortest text that decode() turns back into the same value.
+std::string encode(const DefaultsValue& value) {
+    if (const auto* flag = std::get_if<bool>(&value))
+        return *flag ? "true" : "false";
+    if (const auto* number = std::get_if<std::int64_t>(&value))
+        return std::to_string(*number);
+    if (const auto* number = std::get_if<double>(&value)) {
+        char digits[32];
+        const auto end = std::to_chars(digits, digits + sizeof digits, *number).ptr;
+        std::string text(digits, end);
+        return text.find_first_of(".e") == std::string::npos && std::isfinite(*number) ? text + ".0" : text;
+    }
+    const auto& text = std::get<std::string>(value);
+    const bool plain = std::holds_alternative<std::string>(decode(text)) && !text.starts_with(kStringMark);
+    return plain ? text : kStringMark + text;
+}
+
+// The value as one of the same type as the registered one; none when it is another.
+std::optional<DefaultsValue> asTypeOf(const DefaultsValue& registered, const DefaultsValue& value) {
+    const auto* whole = std::get_if<std::int64_t>(&value);
+    if (whole && std::holds_alternative<double>(registered))
+        return static_cast<double>(*whole);
+    return value.index() == registered.index() ? std::optional(value) : std::nullopt;
+}
+
+// What a user has to write for such a value.
+const char* kindOf(const DefaultsValue& value) {
+    if (std::holds_alternative<bool>(value))
+        return "true or false";
+    if (std::holds_alternative<std::int64_t>(value))
+        return "a whole number";
+    return std::holds_alternative<double>(value) ? "a number" : "a text";
+}
+
+// A comma makes Qt read several values out of what somebody has typed as one.
+std::string textOf(const QVariant& value) {
+    return value.toStringList().join(QLatin1String(", ")).toStdString();
+}
+
+bool isSoundLine(std::string_view line) {
+    const auto first = line.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos || line[first] == ';')
+        return true;
+    bool quoted = false;
+    for (std::size_t i = first; i < line.size(); ++i) {
+        if (line[i] == '\\')
+            ++i;
+        else if (line[i] == '"')
+            quoted = !quoted;
+    }
+    const char needed = line[first] == '[' ? ']' : '=';
+    return !quoted && line.find(needed) != std::string_view::npos;
+}
+
+// Qt says whether a file is sound only when it first sees it, and silently cuts values short at what is no
+// text.
+bool isSound(std::string_view text) {
+    if (!isUtf8(text) || text.find('\0') != std::string_view::npos)
+        return false;
+    bool continued = false;
+    while (!text.empty()) {
+        const auto line = text.substr(0, text.find('\n'));
+        if (!continued && !isSoundLine(line))
+            return false;
+        continued = line.ends_with('\\');
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return true;
+}
+
+// Other processes that write into the folder in this way wait for as long as this lives; a crash ends it. No
+// lock where there is no folder yet.
+FileDescriptor lockedFolderOf(const std::string& file) {
+    const std::string folder = std::filesystem::path(file).parent_path().string();
+    FileDescriptor directory(
+        retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (directory)
+        retryInterrupted([&] { return ::flock(directory.get(), LOCK_EX); });
+    return directory;
+}
+
+// The place that a link leads to, which is to stay a link.
+std::string behindLinks(const std::string& file) {
+    std::error_code unknown;
+    const auto path = std::filesystem::canonical(file, unknown);
+    return unknown ? file : path.string();
+}
+
+} // namespace
+
+XdgDefaults::XdgDefaults(std::string file) : file_(std::move(file)) {
+    read();
+}
+
+std::string XdgDefaults::userFile() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString() +
+           "/LightPenNX7/settings.ini";
+}
+
+XdgDefaults::Condition XdgDefaults::condition() const {
+    const auto text = readPlainFile(file_, kLargest, Links::followed);
+    if (!text && errno == ENOENT)
+        return Condition::absent;
+    if (!text)
+        return errno == EFBIG ? Condition::damaged : Condition::unreadable;
+    return isSound(*text) ? Condition::sound : Condition::damaged;
+}
+
+bool XdgDefaults::moveAside() const {
+    return std::rename(file_.c_str(), asideName().c_str()) == 0;
+}
+
+void XdgDefaults::read() {
+    switch (condition()) {
+    case Condition::absent:
+        return;
+    case Condition::unreadable:
+        logLine("Settings: %s cannot be read; the defaults hold", file_.c_str());
+        return;
+    case Condition::damaged: {
+        const bool moved = moveAside();
+        logLine("Settings: %s is damaged; the defaults hold%s%s", file_.c_str(),
+                moved ? ", and it is kept as " : "", moved ? asideName().c_str() : "");
+        return;
+    }
+    case Condition::sound:
+        break;
+    }
+    const QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
+    for (const QString& key : settings.allKeys())
+        set_.insert_or_assign(key.toStdString(), decode(textOf(settings.value(key))));
+}
+
+void XdgDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) {
+    registered_ = std::move(defaults);
+    for (const auto& [key, value] : set_)
+        if (const auto registered = registered_.find(key);
+            registered != registered_.end() && !asTypeOf(registered->second, value))
+            logLine("Settings: %s: \"%s\" is \"%s\", not %s; the default holds", file_.c_str(), key.c_str(),
+                    encode(value).c_str(), kindOf(registered->second));
+}
+
+std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) const {
+    const auto set = set_.find(key);
+    const auto registered = registered_.find(key);
+    if (registered == registered_.end())
+        return set == set_.end() ? std::nullopt : std::optional(set->second);
+    if (set == set_.end())
+        return registered->second;
+    return asTypeOf(registered->second, set->second).value_or(registered->second);
+}
+
+// Each write begins with a fresh look at the file, so what somebody has edited meanwhile stays. What has been
+// damaged meanwhile is written anew from what is known.
+bool XdgDefaults::write(const std::string& key) {
+    const FileDescriptor lock = lockedFolderOf(file_);
+    const Condition before = condition();
+    const bool anew = before == Condition::damaged && moveAside();
+    if (anew)
+        logLine("Settings: %s has been damaged; it is kept as %s and written anew", file_.c_str(),
+                asideName().c_str());
+    if (before == Condition::absent || before == Condition::sound || anew)
+        return store(key, anew);
+    return cannotBeWritten(key);
+}
+
+bool XdgDefaults::cannotBeWritten(const std::string& key) const {
+    logLine("Settings: \"%s\" cannot be written to %s", key.c_str(), file_.c_str());
+    return false;
+}
+
+// Qt edits a copy. In the file's own place it would leave a lock behind in a crash, for which the next start
+// would wait up to half a minute.
+bool XdgDefaults::store(const std::string& key, bool everything) const {
+    const QTemporaryDir scratch;
+    const std::string copy = scratch.filePath(QStringLiteral("settings.ini")).toStdString();
+    if (const auto text = readPlainFile(file_, kLargest, Links::followed))
+        std::ofstream(copy, std::ios::binary) << *text;
+    QSettings settings(QString::fromStdString(copy), QSettings::IniFormat);
+    for (const auto& [name, value] : set_)
+        if (everything || name == key)
+            settings.setValue(QString::fromStdString(name), QString::fromStdString(encode(value)));
+    if (!set_.contains(key)) {
+        if (!settings.contains(QString::fromStdString(key)))
+            return true;
+        settings.remove(QString::fromStdString(key));
+    }
+    settings.sync();
+    const auto text = readPlainFile(copy, kLargest, Links::followed);
+    if (settings.status() != QSettings::NoError || !text)
+        return cannotBeWritten(key);
+    const std::vector<std::uint8_t> bytes(text->begin(), text->end());
+    return XdgDataFiles({}, {}).replace(behindLinks(file_), bytes);
+}
+
+bool XdgDefaults::setObject(std::string_view key, DefaultsValue value) {
+    const std::string name(key);
+    set_.insert_or_assign(name, std::move(value));
+    return write(name);
+}
+
+bool XdgDefaults::removeObjectForKey(std::string_view key) {
+    const std::string name(key);
+    set_.erase(name);
+    return write(name);
+}
+
+} // namespace lightpen

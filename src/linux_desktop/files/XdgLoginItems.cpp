@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/files/XdgLoginItems.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <utility>
+
+#include <QStandardPaths>
+
+#include "platform/FileDescriptor.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+
+namespace {
+
+// The keys of our own. "Path" alone would be the folder in which the program runs.
+constexpr const char* kPath = "X-LightPenNX7-Path";
+constexpr const char* kHide = "X-LightPenNX7-Hide";
+constexpr const char* kIdentifier = "X-LightPenNX7-Identifier";
+constexpr const char* kOrder = "X-LightPenNX7-Order";
+constexpr const char* kExec = "Exec";
+// Below the greatest numbers, so that there is always a next one.
+constexpr std::int64_t kHighestOrder = 1'000'000'000;
+
+constexpr const char* kFileStem = "org.lightpen.LightPenNX7";
+
+// What a new entry has beside the keys that follow from its item: each desktop's way to start it when the
+// panel is there. Phases of GNOME's are none of them: systemd leaves entries that name one alone.
+constexpr std::pair<const char*, const char*> kStandardKeys[] = {
+    {"Name", "LightPenNX7"},
+    {"Icon", kFileStem},
+    {"Terminal", "false"},
+    {"X-GNOME-Autostart-enabled", "true"},
+    {"X-KDE-autostart-after", "panel"},
+    {"X-LXQt-Need-Tray", "true"},
+};
+
+const char* textOf(bool flag) {
+    return flag ? "true" : "false";
+}
+
+std::int64_t orderIn(const DesktopEntry& entry) {
+    const std::string text = entry.value(kOrder).value_or("");
+    std::int64_t order = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), order);
+    const bool sound = error == std::errc() && end == text.data() + text.size();
+    return sound && order > 0 && order <= kHighestOrder ? order : 0;
+}
+
+bool cannotBeStored(const LoginItem& item) {
+    logLine("Login items: no entry can hold the path \"%s\"", item.path.c_str());
+    return false;
+}
+
+bool setPath(DesktopEntry& entry, const std::string& path) {
+    return !path.empty() && entry.set(kPath, path) && entry.set(kExec, commandLineOf(path));
+}
+
+// What an entry says; nothing where it starts nothing.
+std::optional<LoginItem> itemOf(const std::string& name, const DesktopEntry& entry) {
+    if (const auto path = entry.value(kPath); path && !path->empty()) {
+        const auto identifier = entry.value(kIdentifier);
+        return LoginItem{*path, entry.value(kHide) == "true", name,
+                         identifier && !identifier->empty() ? identifier : std::nullopt, false};
+    }
+    const auto program = programOf(entry.value(kExec).value_or(""));
+    if (program.empty() || entry.value("Hidden") == "true")
+        return std::nullopt;
+    return LoginItem{program, false, name, std::nullopt, true};
+}
+
+} // namespace
+
+struct XdgLoginItems::Stored {
+    LoginItem item;
+    std::int64_t order; // 0 where there is none
+};
+
+std::string XdgLoginItems::userFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString() +
+           "/autostart";
+}
+
+// In the order of the list. None (with errno set) when the folder cannot be read.
+std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const {
+    auto files = folder_.files();
+    if (!files)
+        return std::nullopt;
+    std::vector<Stored> result;
+    for (const auto& [name, entry] : *files)
+        if (auto item = itemOf(name, entry))
+            result.push_back({*item, item->foreign ? 0 : orderIn(entry)});
+    std::stable_sort(result.begin(), result.end(),
+                     [](const Stored& a, const Stored& b) { return a.order < b.order; });
+    return result;
+}
+
+std::optional<std::vector<LoginItem>> XdgLoginItems::copyValue() const {
+    seen_.clear();
+    const auto all = stored();
+    if (!all || all->empty())
+        return std::nullopt;
+    std::vector<LoginItem> list;
+    for (const Stored& one : *all) {
+        list.push_back(one.item);
+        seen_.insert(one.item.origin);
+    }
+    return list;
+}
+
+void XdgLoginItems::setValue(std::vector<LoginItem> list) {
+    list_ = std::move(list);
+}
+
+bool XdgLoginItems::storeNew(const LoginItem& item, std::int64_t order) const {
+    const std::string name = folder_.freeName(kFileStem);
+    if (name.empty()) {
+        logLine("Login items: no file name is left in %s", folder_.path().c_str());
+        return false;
+    }
+    DesktopEntry entry;
+    for (const auto& [key, value] : kStandardKeys)
+        entry.set(key, value);
+    if (!setPath(entry, item.path))
+        return cannotBeStored(item);
+    entry.set(kHide, textOf(item.hide));
+    if (item.identifier)
+        entry.set(kIdentifier, *item.identifier);
+    entry.set(kOrder, std::to_string(order));
+    return folder_.write(name, entry);
+}
+
+// Begins with a fresh look at the file, and leaves alone what has not changed.
+bool XdgLoginItems::storeChange(const Stored& from, const LoginItem& to, std::int64_t order) const {
+    if (from.item == to && from.order == order)
+        return true;
+    auto entry = folder_.read(from.item.origin);
+    if (!entry || !entry->value(kPath))
+        return true; // somebody has taken it away just now
+    if (to.path != from.item.path && !setPath(*entry, to.path))
+        return cannotBeStored(to);
+    if (to.hide != from.item.hide)
+        entry->set(kHide, textOf(to.hide));
+    if (to.identifier != from.item.identifier)
+        entry->set(kIdentifier, to.identifier.value_or(""));
+    if (order != from.order)
+        entry->set(kOrder, std::to_string(order));
+    return folder_.write(from.item.origin, *entry);
+}
+
+bool XdgLoginItems::synchronize() {
+    const auto list = std::exchange(list_, std::nullopt);
+    if (!list)
+        return true;
+    const auto present = stored();
+    if (!present) {
+        logLine("Login items: %s cannot be read: %s", folder_.path().c_str(), errorText(errno).c_str());
+        return false;
+    }
+    std::set<std::string> kept;
+    std::int64_t last = 0;
+    for (const LoginItem& item : *list) {
+        const auto found = std::find_if(present->begin(), present->end(), [&](const Stored& one) {
+            return !item.origin.empty() && one.item.origin == item.origin;
+        });
+        const bool isNew = item.origin.empty();
+        if (!isNew && (found == present->end() || found->item.foreign || !kept.insert(item.origin).second))
+            continue;
+        last = isNew ? last + 1 : std::max(found->order, last + 1);
+        if (!(isNew ? storeNew(item, last) : storeChange(*found, item, last)))
+            return false; // with what there was still in place
+    }
+    bool removed = true;
+    for (const Stored& one : *present)
+        if (!one.item.foreign && seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
+            removed = folder_.remove(one.item.origin) && removed;
+    return removed;
+}
+
+} // namespace lightpen

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "linux_desktop/files/AutostartFolder.h"
+#include "platform/LoginItems.h"
+
+namespace lightpen {
+
+// The user's autostart folder, one desktop entry an item. Items that were stored here carry keys of their own
+// in it, and only their files are ever written or removed; the entries of other applications stand before
+// them in the list, by the names of their files. An item's origin is the name of its file. Main thread.
+class XdgLoginItems final : public LoginItems {
+public:
+    // The folder is made with the first entry.
+    explicit XdgLoginItems(std::string folder) : folder_(std::move(folder)) {}
+    // $XDG_CONFIG_HOME/autostart, with the usual place for the variable unset.
+    static std::string userFolder();
+
+    // Of another application's entry: the program that it starts, and not hidden; none of those that are
+    // switched off by "Hidden".
+    std::optional<std::vector<LoginItem>> copyValue() const override;
+    void setValue(std::vector<LoginItem> list) override;
+    // Items that are new or have another path, "Hide", identifier or place are written, the others keep their
+    // bytes; what was on the list and is not any more is removed. What somebody else has taken away meanwhile
+    // stays away.
+    bool synchronize() override;
+
+private:
+    struct Stored;
+
+    std::optional<std::vector<Stored>> stored() const;
+    bool storeNew(const LoginItem& item, std::int64_t order) const;
+    bool storeChange(const Stored& from, const LoginItem& to, std::int64_t order) const;
+
+    const AutostartFolder folder_;
+    mutable std::set<std::string> seen_; // the origins of items that were on the list when it was asked for
+    std::optional<std::vector<LoginItem>> list_; // to be stored
+};
+
+} // namespace lightpen

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/hid/HidDescriptor.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace lightpen {
+
+namespace {
+
+// An item's prefix without its two size bits: four bits of tag, two of type.
+enum class ItemKind : std::uint8_t {
+    input = 0x80,
+    output = 0x90,
+    feature = 0xB0,
+    collection = 0xA0,
+    endCollection = 0xC0,
+    usagePage = 0x04,
+    reportSize = 0x74,
+    reportID = 0x84,
+    reportCount = 0x94,
+    push = 0xA4,
+    pop = 0xB4,
+    usage = 0x08,
+};
+
+constexpr std::uint8_t kLongItemPrefix = 0xFE;
+constexpr std::size_t kDeepestPush = 16;
+constexpr std::size_t kDeepestCollection = 64;
+constexpr std::uint64_t kMostReportBits = kLongestHidReport * 8;
+
+struct Item {
+    std::uint8_t kind = 0;
+    std::uint32_t value = 0; // unsigned, as the items read here all are
+    std::size_t valueSize = 0;
+};
+
+// What push saves and pop brings back.
+struct Globals {
+    std::uint32_t usagePage = 0;
+    std::uint32_t reportSize = 0;  // bits
+    std::uint32_t reportCount = 0; // fields
+    std::uint8_t reportID = 0;
+};
+
+// A report while it is gathered.
+struct Gathered {
+    HidReport report;
+    std::uint64_t bits = 0;
+};
+
+const HidReport* findReport(const std::vector<HidReport>& reports, std::uint8_t reportID) {
+    const auto found = std::find_if(reports.begin(), reports.end(),
+                                    [&](const HidReport& report) { return report.reportID == reportID; });
+    return found == reports.end() ? nullptr : &*found;
+}
+
+class Parser {
+public:
+    explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+
+    std::variant<HidDescriptor, HidDescriptorError> parse() {
+        if (bytes_.empty())
+            fail("it is empty");
+        else if (bytes_.size() > kLongestHidDescriptor)
+            fail("it is " + std::to_string(bytes_.size()) + " bytes long");
+        while (!error_ && position_ < bytes_.size())
+            if (const auto item = nextItem())
+                take(*item);
+        if (!error_)
+            checkEnd();
+        if (error_)
+            return HidDescriptorError{"the report descriptor cannot be used: " + *error_ + " (at byte " +
+                                      std::to_string(position_) + " of " + std::to_string(bytes_.size()) +
+                                      ")"};
+        return HidDescriptor{usesReportIDs_, finish(inputs_, true), finish(outputs_, false)};
+    }
+
+private:
+    void fail(std::string why) {
+        if (!error_)
+            error_ = std::move(why);
+    }
+
+    // The next short item; none after an error and for long items, which nobody uses and which are stepped
+    // over.
+    std::optional<Item> nextItem() {
+        const std::uint8_t prefix = bytes_[position_];
+        const std::size_t left = bytes_.size() - position_ - 1;
+        if (prefix == kLongItemPrefix) {
+            if (left < 2 || left - 2 < bytes_[position_ + 1])
+                fail("a long item is cut short");
+            else
+                position_ += 3U + bytes_[position_ + 1];
+            return std::nullopt;
+        }
+        Item item;
+        item.kind = prefix & 0xFC;
+        item.valueSize = (prefix & 3) == 3 ? 4 : prefix & 3;
+        if (left < item.valueSize) {
+            fail("an item is cut short");
+            return std::nullopt;
+        }
+        for (std::size_t byte = 0; byte < item.valueSize; ++byte)
+            item.value |= std::uint32_t{bytes_[position_ + 1 + byte]} << (8 * byte);
+        position_ += 1 + item.valueSize;
+        return item;
+    }
+
+    void take(const Item& item) {
+        switch (static_cast<ItemKind>(item.kind)) {
+        case ItemKind::input:
+            return addFields(inputs_);
+        case ItemKind::output:
+            return addFields(outputs_);
+        case ItemKind::feature:
+            return addFields(features_);
+        case ItemKind::collection:
+            return openCollection();
+        case ItemKind::endCollection:
+            return closeCollection();
+        case ItemKind::usagePage:
+            globals_.usagePage = item.value;
+            return;
+        case ItemKind::reportSize:
+            globals_.reportSize = item.value;
+            return;
+        case ItemKind::reportID:
+            return takeReportID(item.value);
+        case ItemKind::reportCount:
+            globals_.reportCount = item.value;
+            return;
+        case ItemKind::push:
+            if (pushed_.size() == kDeepestPush)
+                return fail("push items are nested too deeply");
+            return pushed_.push_back(globals_);
+        case ItemKind::pop:
+            return pop();
+        case ItemKind::usage:
+            if (!usage_)
+                usage_ = item;
+            return;
+        }
+        // Everything else (ranges, units, strings) does not change the layout of reports.
+    }
+
+    void takeReportID(std::uint32_t value) {
+        if (value == 0 || value > 0xFF)
+            return fail("report ID " + std::to_string(value) + " is not allowed");
+        globals_.reportID = static_cast<std::uint8_t>(value);
+        usesReportIDs_ = true;
+    }
+
+    void pop() {
+        if (pushed_.empty())
+            return fail("a pop item has no push item before it");
+        globals_ = pushed_.back();
+        pushed_.pop_back();
+    }
+
+    void openCollection() {
+        if (collectionDepth_ == kDeepestCollection)
+            return fail("collections are nested too deeply");
+        if (collectionDepth_++ == 0) {
+            // A usage of four bytes brings its own page.
+            const std::uint32_t usage = usage_ ? usage_->value : 0;
+            applicationPage_ = usage_ && usage_->valueSize == 4 ? usage >> 16 : globals_.usagePage;
+            applicationUsage_ = usage & 0xFFFF;
+        }
+        usage_.reset();
+    }
+
+    void closeCollection() {
+        if (collectionDepth_ == 0)
+            return fail("a collection ends that never began");
+        --collectionDepth_;
+        usage_.reset();
+    }
+
+    // A main item: reportCount fields of reportSize bits more in the report of the current ID.
+    void addFields(std::vector<Gathered>& reports) {
+        usage_.reset();
+        const std::uint64_t bits = std::uint64_t{globals_.reportSize} * globals_.reportCount;
+        if (bits == 0)
+            return;
+        auto found = std::find_if(reports.begin(), reports.end(), [this](const Gathered& gathered) {
+            return gathered.report.reportID == globals_.reportID;
+        });
+        if (found == reports.end()) {
+            reports.push_back({{globals_.reportID, 0, 0, applicationPage_, applicationUsage_}, 0});
+            found = std::prev(reports.end());
+        }
+        if (bits > kMostReportBits || found->bits + bits > kMostReportBits)
+            return fail("a report is longer than " + std::to_string(kLongestHidReport) + " bytes");
+        found->bits += bits;
+    }
+
+    void checkEnd() {
+        const auto unnumbered = [](const std::vector<Gathered>& reports) {
+            return std::any_of(reports.begin(), reports.end(),
+                               [](const Gathered& gathered) { return gathered.report.reportID == 0; });
+        };
+        if (collectionDepth_ != 0)
+            fail("a collection is not ended");
+        else if (usesReportIDs_ && (unnumbered(inputs_) || unnumbered(outputs_) || unnumbered(features_)))
+            fail("some reports have an ID and some have none");
+    }
+
+    static std::vector<HidReport> finish(const std::vector<Gathered>& gathered, bool withCookies) {
+        std::vector<HidReport> reports;
+        for (const Gathered& each : gathered) {
+            HidReport report = each.report;
+            report.length = static_cast<std::size_t>((each.bits + 7) / 8);
+            report.cookie = withCookies ? static_cast<IOHIDElementCookie>(reports.size() + 1) : 0;
+            reports.push_back(report);
+        }
+        return reports;
+    }
+
+    const std::span<const std::uint8_t> bytes_;
+    std::size_t position_ = 0;
+    std::optional<std::string> error_;
+    Globals globals_;
+    std::vector<Globals> pushed_;
+    std::optional<Item> usage_; // the first one since the last main item
+    std::size_t collectionDepth_ = 0;
+    std::uint32_t applicationPage_ = 0;
+    std::uint32_t applicationUsage_ = 0;
+    bool usesReportIDs_ = false;
+    std::vector<Gathered> inputs_, outputs_, features_;
+};
+
+} // namespace
+
+const HidReport* HidDescriptor::inputReport(std::uint8_t reportID) const {
+    return findReport(inputReports, reportID);
+}
+
+const HidReport* HidDescriptor::outputReport(std::uint8_t reportID) const {
+    return findReport(outputReports, reportID);
+}
+
+std::variant<HidDescriptor, HidDescriptorError> parseHidDescriptor(std::span<const std::uint8_t> bytes) {
+    return Parser(bytes).parse();
+}
+
+std::vector<PropertyDictionary> inputReportElements(const HidDescriptor& descriptor) {
+    std::vector<PropertyDictionary> elements;
+    for (const HidReport& report : descriptor.inputReports) {
+        PropertyDictionary element;
+        element.entries = {{"ReportID", std::int64_t{report.reportID}},
+                           {"ElementCookie", std::int64_t{report.cookie}},
+                           {"Size", static_cast<std::int64_t>(report.length * 8)},
+                           {"UsagePage", std::int64_t{report.usagePage}},
+                           {"Usage", std::int64_t{report.usage}}};
+        elements.push_back(std::move(element));
+    }
+    return elements;
+}
+
+} // namespace lightpen

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/hid/UdevMonitor.h"
+
+#include <fcntl.h>
+#include <libudev.h>
+#include <poll.h>
+
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+#include "linux_desktop/hid/HidDescriptor.h"
+#include "platform/FileDescriptor.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+
+namespace {
+
+// A loop that is held up for seconds, as by the opening of a unit, must not lose events: room for some
+// hundred.
+constexpr int kReceiveBuffer = 1 << 20;
+// A socket that fails for good must not hold up the loop.
+constexpr int kMostEventsAtOnce = 4096;
+
+std::string attribute(udev_device* device, const char* name) {
+    const char* value = udev_device_get_sysattr_value(device, name);
+    return value ? value : "";
+}
+
+// Numbers in sysfs' USB attributes are hexadecimal, without a prefix. None when it is no number.
+std::optional<std::int32_t> hexAttribute(udev_device* device, const char* name) {
+    const std::string text = attribute(device, name);
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+// Empty when it cannot be read. libudev's own reading of attributes would end at the first zero byte.
+std::vector<std::uint8_t> readDescriptor(const std::string& path) {
+    const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    std::vector<std::uint8_t> bytes(kLongestHidDescriptor + 1);
+    std::size_t length = 0;
+    while (file && length < bytes.size()) {
+        const ssize_t got = retryInterrupted(
+            [&] { return ::read(file.get(), bytes.data() + length, bytes.size() - length); });
+        if (got <= 0)
+            break;
+        length += static_cast<std::size_t>(got);
+    }
+    bytes.resize(length);
+    return bytes;
+}
+
+bool isSubsystem(udev_device* device, std::string_view name) {
+    const char* subsystem = udev_device_get_subsystem(device);
+    return subsystem && subsystem == name;
+}
+
+bool readable(int descriptor) {
+    pollfd state{descriptor, POLLIN, 0};
+    return retryInterrupted([&] { return ::poll(&state, 1, 0); }) > 0;
+}
+
+} // namespace
+
+void UdevMonitor::Release::operator()(udev* context) const {
+    udev_unref(context);
+}
+void UdevMonitor::Release::operator()(udev_device* device) const {
+    udev_device_unref(device);
+}
+void UdevMonitor::Release::operator()(udev_monitor* monitor) const {
+    udev_monitor_unref(monitor);
+}
+
+UdevMonitor::UdevMonitor(BusListener listener)
+    : UdevMonitor(std::move(listener),
+                  [](udev_device* device) { return udev_device_get_is_initialized(device) > 0; }) {}
+
+UdevMonitor::UdevMonitor(BusListener listener, IsInitialised isInitialised)
+    : listener_(std::move(listener)), isInitialised_(std::move(isInitialised)) {}
+
+UdevMonitor::~UdevMonitor() = default;
+
+bool UdevMonitor::start() {
+    udev_.reset(udev_new());
+    // The kernel's own events come before the rules have set the permissions; udev's come after.
+    if (udev_)
+        monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"));
+    const auto failed = [](const char* what) {
+        logLine("HID: the USB bus cannot be watched, units are not found: %s failed", what);
+        return false;
+    };
+    if (!monitor_)
+        return failed("udev_monitor_new_from_netlink");
+    udev_monitor* const monitor = monitor_.get();
+    // Only a larger buffer is missed when this is refused: lost events are noticed below.
+    static_cast<void>(udev_monitor_set_receive_buffer_size(monitor, kReceiveBuffer));
+    if (udev_monitor_filter_add_match_subsystem_devtype(monitor, "hidraw", nullptr) < 0 ||
+        udev_monitor_filter_add_match_subsystem_devtype(monitor, "usb", "usb_device") < 0)
+        return failed("udev_monitor_filter_add_match_subsystem_devtype");
+    if (udev_monitor_enable_receiving(monitor) < 0)
+        return failed("udev_monitor_enable_receiving");
+    return enumerate() || failed("udev_enumerate_scan_devices");
+}
+
+int UdevMonitor::eventDescriptor() const {
+    return monitor_ ? udev_monitor_get_fd(monitor_.get()) : -1;
+}
+
+bool UdevMonitor::enumerate() {
+    const auto release = [](udev_enumerate* enumeration) { udev_enumerate_unref(enumeration); };
+    const std::unique_ptr<udev_enumerate, decltype(release)> enumeration(udev_enumerate_new(udev_.get()));
+    if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), "hidraw") < 0 ||
+        udev_enumerate_scan_devices(enumeration.get()) < 0)
+        return false;
+    std::vector<HidNode> nodes;
+    for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get()); entry;
+         entry = udev_list_entry_get_next(entry)) {
+        const Device device(udev_device_new_from_syspath(udev_.get(), udev_list_entry_get_name(entry)));
+        if (!device) // gone since the scan
+            continue;
+        if (auto node = hidNode(device.get(), isInitialised_(device.get())))
+            nodes.push_back(std::move(*node));
+    }
+    listener_.allNodes(nodes);
+    return true;
+}
+
+void UdevMonitor::readEvents() {
+    bool lost = false;
+    for (int event = 0; event < kMostEventsAtOnce && readable(eventDescriptor()); ++event) {
+        errno = 0;
+        const Device device(udev_monitor_receive_device(monitor_.get()));
+        if (device)
+            tell(device.get());
+        else if (errno == ENOBUFS)
+            lost = true;
+    }
+    if (lost && !enumerate())
+        logLine("HID: events of the USB bus were lost, and it cannot be looked at again");
+}
+
+void UdevMonitor::tell(udev_device* device) {
+    const char* action = udev_device_get_action(device);
+    const std::string path = udev_device_get_syspath(device);
+    const bool removed = action && std::string_view(action) == "remove";
+    if (!isSubsystem(device, "hidraw")) {
+        if (removed)
+            listener_.deviceGone(path);
+    } else if (removed) {
+        listener_.nodeGone(path);
+    } else if (const auto node = hidNode(device, true)) { // udev speaks of a device when it is done with it
+        listener_.nodeSeen(*node);
+    }
+}
+
+// None for nodes that belong to no USB device, or whose device is going.
+std::optional<HidNode> UdevMonitor::hidNode(udev_device* device, bool initialised) {
+    udev_device* hid = udev_device_get_parent_with_subsystem_devtype(device, "hid", nullptr);
+    udev_device* interface = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface");
+    udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
+    const char* devnode = udev_device_get_devnode(device);
+    if (!hid || !interface || !usb || !devnode)
+        return std::nullopt;
+    const auto number = hexAttribute(interface, "bInterfaceNumber");
+    const auto vendor = hexAttribute(usb, "idVendor");
+    const auto product = hexAttribute(usb, "idProduct");
+    if (!number || !vendor || !product)
+        return std::nullopt;
+    HidNode node;
+    node.path = udev_device_get_syspath(device);
+    node.devnode = devnode;
+    node.interfacePath = udev_device_get_syspath(interface);
+    node.interfaceNumber = *number;
+    node.descriptor = readDescriptor(udev_device_get_syspath(hid) + std::string("/report_descriptor"));
+    node.initialised = initialised;
+    node.device = {udev_device_get_syspath(usb), *vendor, *product, attribute(usb, "manufacturer"),
+                   attribute(usb, "product")};
+    return node;
+}
+
+} // namespace lightpen

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/pointer/XTestPointer.h"
+
+#include <poll.h>
+#include <xcb/xcb.h>
+#include <xcb/xcbext.h>
+#include <xcb/xtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "linux_desktop/process/Environment.h"
+#include "platform/FileDescriptor.h"
+#include "platform/Log.h"
+
+namespace lightpen {
+
+namespace {
+
+constexpr std::uint8_t kLeftButton = 1;
+constexpr std::uint8_t kRightButton = 3;
+constexpr std::uint8_t kAbsolute = 0;
+constexpr int kAwaitRounds = 20;
+constexpr int kAwaitMilliseconds = 25;
+
+// The protocol's coordinates have 16 bits; beyond them the server's own limit is the desktop's edge anyway.
+std::int16_t coordinate(int pixel) {
+    using Limits = std::numeric_limits<std::int16_t>;
+    return static_cast<std::int16_t>(std::clamp<int>(pixel, Limits::min(), Limits::max()));
+}
+
+// What the library gives out, to be freed.
+using Message = std::unique_ptr<void, decltype(&std::free)>;
+
+} // namespace
+
+std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, const SharedGeometry& geometry,
+                                                   std::string& problem) {
+    Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
+    if (xcb_connection_has_error(connection.get())) {
+        const std::string name = display ? display : environmentVariable("DISPLAY");
+        problem = "no X display" + (name.empty() ? "" : " " + name);
+        return nullptr;
+    }
+    const auto* extension = xcb_get_extension_data(connection.get(), &xcb_test_id);
+    if (!extension || !extension->present) {
+        problem = "the X server has no test extension";
+        return nullptr;
+    }
+    return std::unique_ptr<XTestPointer>(new XTestPointer(std::move(connection), geometry));
+}
+
+IOReturn XTestPointer::send(std::optional<Place> place, Button button, bool press) {
+    xcb_connection_t* connection = connection_.get();
+    if (place)
+        xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, kAbsolute, XCB_CURRENT_TIME, XCB_NONE,
+                            coordinate(place->pixel.x), coordinate(place->pixel.y), 0);
+    if (button != Button::none)
+        xcb_test_fake_input(connection, press ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE,
+                            button == Button::left ? kLeftButton : kRightButton, XCB_CURRENT_TIME, XCB_NONE,
+                            0, 0, 0);
+    if (xcb_flush(connection) > 0) {
+        if (!place)
+            awaitServer();
+        discardMessages();
+        return kIOReturnSuccess;
+    }
+    if (!std::exchange(failureLogged_, true))
+        logLine("Pointer: the X server takes no events any more");
+    return kIOReturnNoDevice;
+}
+
+// A program that lets go is about to close its connection, perhaps by ending. The server reads nothing more
+// from a connection that was closed over unread news, so its answer is awaited, for as long as a server that
+// lives takes.
+void XTestPointer::awaitServer() {
+    const auto request = xcb_get_input_focus(connection_.get());
+    xcb_flush(connection_.get());
+    for (int i = 0; i < kAwaitRounds && !xcb_connection_has_error(connection_.get()); ++i) {
+        void* reply = nullptr;
+        xcb_generic_error_t* error = nullptr;
+        const bool answered = xcb_poll_for_reply(connection_.get(), request.sequence, &reply, &error) != 0;
+        const Message replyOwner(reply, std::free);
+        const Message errorOwner(error, std::free);
+        if (answered)
+            return;
+        pollfd polled{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
+        retryInterrupted([&] { return poll(&polled, 1, kAwaitMilliseconds); });
+    }
+}
+
+// Errors and the news that every client gets would otherwise pile up.
+void XTestPointer::discardMessages() {
+    while (Message(xcb_poll_for_event(connection_.get()), std::free)) {
+    }
+}
+
+} // namespace lightpen

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/process/LogChannel.h"
+
+#include <limits.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/FileDescriptor.h"
+
+namespace lightpen {
+
+namespace {
+
+constexpr std::size_t kNoteRoom = 128;
+
+std::string lossNote(std::size_t lost) {
+    return "Log: " + std::to_string(lost) + (lost == 1 ? " line was" : " lines were") +
+           " lost here, they came faster than they were read\n";
+}
+
+} // namespace
+
+LogChannel::LogChannel(int descriptor, std::size_t capacity) : descriptor_(descriptor), capacity_(capacity) {
+    waiting_.reserve(capacity_ + kNoteRoom);
+    writing_.reserve(capacity_ + kNoteRoom);
+}
+
+void LogChannel::append(std::string_view text, bool lineBreak) {
+    ++received_;
+    if (lost_ > 0 || waiting_.size() + text.size() + 1 > capacity_) {
+        ++lost_;
+        return;
+    }
+    waiting_ += text;
+    if (lineBreak)
+        waiting_ += '\n';
+}
+
+void LogChannel::refill() {
+    if (hasRest())
+        return;
+    settled_ = taken_;
+    writing_.clear();
+    written_ = 0;
+    if (!hasWaiting())
+        return;
+    writing_.swap(waiting_);
+    taken_ = received_;
+    if (lost_ > 0)
+        writing_ += lossNote(lost_);
+    lost_ = 0;
+}
+
+bool LogChannel::writeSome() {
+    std::string_view piece = std::string_view(writing_).substr(written_, PIPE_BUF);
+    if (piece.size() == PIPE_BUF)
+        if (const auto lineBreak = piece.rfind('\n'); lineBreak != std::string_view::npos)
+            piece = piece.substr(0, lineBreak + 1);
+    const auto count = retryInterrupted([&] { return ::write(descriptor_, piece.data(), piece.size()); });
+    if (count >= 0)
+        written_ += static_cast<std::size_t>(count);
+    else if (errno == EAGAIN)
+        return false;
+    else
+        written_ = writing_.size();
+    return count != 0;
+}
+
+} // namespace lightpen

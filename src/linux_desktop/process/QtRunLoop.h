@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/PerformQueue.h"
+#include "platform/RunLoop.h"
+
+namespace lightpen {
+
+// The main thread's run loop on Qt's event loop. It is made after the application object, on its thread, and
+// outlives every thread that uses it.
+class QtRunLoop final : public RunLoop {
+public:
+    // The last act is what exitProcess does before it leaves: to let go of buttons, to write out the log. It
+    // is called once, on the thread that leaves.
+    explicit QtRunLoop(Clock& clock, std::function<void()> releaseButtonsAndFlushLog = {});
+    ~QtRunLoop() override;
+    QtRunLoop(const QtRunLoop&) = delete;
+    QtRunLoop& operator=(const QtRunLoop&) = delete;
+
+    // Runs until terminate() is called, or until the session or Qt asks the application to quit or exit,
+    // which counts as terminate(). Returns the exit status. Main thread.
+    int run();
+
+    void addCommonMode(std::string_view mode) override { commonModes_.emplace_back(mode); }
+    bool containsSource(const RunLoopSourceRef& source, std::string_view mode) const override;
+    void addSource(const RunLoopSourceRef& source, std::string_view mode) override;
+    void performOnMainThread(PerformRequest request) override;
+    void performAfterDelay(PerformRequest request, Microseconds delay) override;
+    void cancelPreviousPerformRequests(const void* target, std::string_view selector,
+                                       std::string_view argument) override;
+    // Every kind of event is served meanwhile, also for a duration of nothing.
+    void runFor(Microseconds duration) override;
+    // The first status counts.
+    void terminate(int status) override;
+    bool terminating() const override { return status_.load(std::memory_order_acquire) != kNoStatus; }
+    [[noreturn]] void exitProcess(int status) override;
+
+private:
+    class Receiver;
+    // Beyond every int.
+    static constexpr long kNoStatus = std::numeric_limits<long>::max();
+
+    int status() const { return static_cast<int>(status_.load()); }
+    void turn();
+    void wake();
+    void armTimer();
+
+    Clock& clock_;
+    const std::function<void()> atExit_;
+    PerformQueue queue_;
+    std::vector<std::string> commonModes_;
+    std::vector<std::pair<RunLoopSourceRef, std::string>> sources_;
+    std::atomic<bool> wakePosted_{false};
+    std::atomic<long> status_{kNoStatus};
+    std::atomic_flag leaving_ = ATOMIC_FLAG_INIT;
+    std::unique_ptr<Receiver> receiver_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/screen/LinuxSystemUI.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QWindow>
+
+#include "linux_desktop/screen/ScreenTakeover.h"
+#include "linux_desktop/screen/XFullScreen.h"
+
+namespace lightpen {
+
+LinuxSystemUI::LinuxSystemUI() = default;
+
+LinuxSystemUI::~LinuxSystemUI() {
+    CGDisplayShowCursor(kMainDisplay);
+}
+
+XFullScreen* LinuxSystemUI::screen() {
+    if (!screen_ && QGuiApplication::platformName() == QLatin1String("xcb"))
+        screen_ = XFullScreen::connect();
+    return screen_.get();
+}
+
+void LinuxSystemUI::GetSystemUIMode(SystemUIMode& mode, SystemUIOptions& options) const {
+    mode = mode_;
+    options = options_;
+}
+
+IOReturn LinuxSystemUI::SetSystemUIMode(SystemUIMode mode, SystemUIOptions options) {
+    mode_ = mode;
+    options_ = options;
+    if (mode != kUIModeAllHidden) {
+        takeover_.reset();
+        return kIOReturnSuccess;
+    }
+    if (!screen())
+        return kIOReturnUnsupported;
+    // A second session before the end of the first goes on with what the first remembers.
+    if (!takeover_)
+        takeover_ = std::make_unique<ScreenTakeover>(*screen());
+    return kIOReturnSuccess;
+}
+
+IOReturn LinuxSystemUI::CGDisplayHideCursor(CGDirectDisplayID display) {
+    if (display != kMainDisplay)
+        return kIOReturnBadArgument;
+    if (cursorHidden_)
+        return kIOReturnSuccess;
+    cursorHidden_ = true;
+    if (!screen())
+        QGuiApplication::setOverrideCursor(Qt::BlankCursor);
+    else if (!screen()->hideCursor())
+        return kIOReturnUnsupported;
+    return kIOReturnSuccess;
+}
+
+IOReturn LinuxSystemUI::CGDisplayShowCursor(CGDirectDisplayID display) {
+    if (display != kMainDisplay)
+        return kIOReturnBadArgument;
+    if (!cursorHidden_)
+        return kIOReturnSuccess;
+    cursorHidden_ = false;
+    if (screen_)
+        screen_->showCursor();
+    else
+        QGuiApplication::restoreOverrideCursor();
+    return kIOReturnSuccess;
+}
+
+void LinuxSystemUI::activateIgnoringOtherApps() {
+    if (takeover_) {
+        takeover_->activate();
+        return;
+    }
+    for (QWindow* window : QGuiApplication::topLevelWindows())
+        if (window->isVisible())
+            bringToFront(*window);
+}
+
+// Qt asks with the time of the user's last action in this program, which a later one in another outweighs.
+void LinuxSystemUI::bringToFront(QWindow& window) {
+    window.raise();
+    XFullScreen* x = screen();
+    if (!x) {
+        window.requestActivate();
+        return;
+    }
+    const auto id = static_cast<XFullScreen::Window>(window.winId());
+    if (x->managed()) {
+        x->activate(id);
+        return;
+    }
+    x->raise(id);
+    x->setFocus(id);
+}
+
+} // namespace lightpen

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "linux_desktop/pointer/PointerGeometry.h"
+#include "platform/Defaults.h"
+#include "platform/Desktop.h"
+#include "platform/Shared.h"
+
+class QObject;
+class QScreen;
+
+namespace lightpen {
+
+// The user's screens as Qt reports them. Made after the application object, on its thread; keeps the main
+// screen's frame and the pointer's geometry up to date while the loop runs.
+class QtDesktop final : public Desktop {
+public:
+    // The user default that names the main screen, as its output is called ("HDMI-1"); without it, or when
+    // there is no such screen, the primary one is the main one.
+    static constexpr std::string_view kMainScreenKey = "Main Screen";
+
+    // Both outlive the desktop.
+    QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry);
+    ~QtDesktop() override;
+    QtDesktop(const QtDesktop&) = delete;
+    QtDesktop& operator=(const QtDesktop&) = delete;
+
+    // The origin is (0, 0): screen points are counted from the main screen's corner.
+    std::optional<ScreenRect> mainScreenFrame() const override { return frame_.load(); }
+    std::vector<Screen> screens() const override;
+    // The main screen, for windows that belong on it; null without any. Main thread.
+    QScreen* mainScreen() const;
+    // Looks again; needed only after the user default has changed. Main thread.
+    void update();
+
+private:
+    void watch(QScreen& screen);
+
+    const UserDefaults& defaults_;
+    SharedGeometry& geometry_;
+    SharedRecord<std::optional<ScreenRect>> frame_;
+    std::unique_ptr<QObject> connections_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/screen/XFullScreen.h"
+
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace lightpen {
+
+namespace {
+
+// From this version on the server hides cursors.
+constexpr std::uint32_t kFixesVersion = 4;
+// Who asks the window manager: a pager, which speaks for the user, where an application might be refused.
+constexpr std::uint32_t kSourcePager = 2;
+
+template <class Reply>
+std::unique_ptr<Reply, void (*)(void*)> owned(Reply* reply) {
+    return {reply, std::free};
+}
+
+xcb_window_t rootOf(xcb_connection_t* connection) {
+    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+bool serverHidesCursors(xcb_connection_t* connection) {
+    const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
+    if (!extension || !extension->present)
+        return false;
+    const auto version = owned(xcb_xfixes_query_version_reply(
+        connection, xcb_xfixes_query_version(connection, kFixesVersion, 0), nullptr));
+    return version && version->major_version >= kFixesVersion;
+}
+
+} // namespace
+
+std::unique_ptr<XFullScreen> XFullScreen::connect(const char* display) {
+    Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
+    if (xcb_connection_has_error(connection.get()))
+        return nullptr;
+    return std::unique_ptr<XFullScreen>(new XFullScreen(std::move(connection)));
+}
+
+XFullScreen::XFullScreen(Connection connection)
+    : connection_(std::move(connection)), root_(rootOf(connection_.get())),
+      hidesCursors_(serverHidesCursors(connection_.get())),
+      supportingWindowAtom_(atom("_NET_SUPPORTING_WM_CHECK")), activeWindowAtom_(atom("_NET_ACTIVE_WINDOW")) {
+}
+
+std::uint32_t XFullScreen::atom(const char* name) {
+    const auto reply = owned(xcb_intern_atom_reply(
+        connection_.get(),
+        xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool XFullScreen::hideCursor() {
+    if (!hidesCursors_)
+        return false;
+    xcb_xfixes_hide_cursor(connection_.get(), root_);
+    return xcb_flush(connection_.get()) > 0;
+}
+
+void XFullScreen::showCursor() {
+    if (!hidesCursors_)
+        return;
+    xcb_xfixes_show_cursor(connection_.get(), root_);
+    xcb_flush(connection_.get());
+}
+
+XFullScreen::Window XFullScreen::supportingWindow(Window of) {
+    const auto reply = owned(xcb_get_property_reply(
+        connection_.get(),
+        xcb_get_property(connection_.get(), 0, of, supportingWindowAtom_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+    if (!reply || xcb_get_property_value_length(reply.get()) != sizeof(Window))
+        return XCB_WINDOW_NONE;
+    Window window = XCB_WINDOW_NONE;
+    std::memcpy(&window, xcb_get_property_value(reply.get()), sizeof window);
+    return window;
+}
+
+// The root's property outlives a window manager that crashed; its window does not.
+bool XFullScreen::managed() {
+    const Window window = supportingWindow(root_);
+    return window != XCB_WINDOW_NONE && supportingWindow(window) == window;
+}
+
+XFullScreen::Window XFullScreen::focus() {
+    const auto reply =
+        owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+    if (!reply)
+        return XCB_WINDOW_NONE;
+    return reply->focus;
+}
+
+void XFullScreen::setFocus(Window window) {
+    xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+    focus();
+}
+
+void XFullScreen::activate(Window window) {
+    xcb_client_message_event_t request{};
+    request.response_type = XCB_CLIENT_MESSAGE;
+    request.format = 32;
+    request.window = window;
+    request.type = activeWindowAtom_;
+    request.data.data32[0] = kSourcePager;
+    request.data.data32[1] = XCB_CURRENT_TIME;
+    xcb_send_event(connection_.get(), 0, root_,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&request));
+    xcb_flush(connection_.get());
+}
+
+void XFullScreen::raise(Window window) {
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_flush(connection_.get());
+}
+
+void XFullScreen::selectEvents(Window window, std::uint32_t events) {
+    xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &events);
+}
+
+void XFullScreen::watch(Window window) {
+    if (watched_ != XCB_WINDOW_NONE)
+        selectEvents(watched_, XCB_EVENT_MASK_NO_EVENT);
+    watched_ = window;
+    if (watched_ != XCB_WINDOW_NONE)
+        selectEvents(watched_, XCB_EVENT_MASK_VISIBILITY_CHANGE | XCB_EVENT_MASK_FOCUS_CHANGE);
+    focus();
+}
+
+int XFullScreen::descriptor() const {
+    return xcb_get_file_descriptor(connection_.get());
+}
+
+bool XFullScreen::alive() const {
+    return xcb_connection_has_error(connection_.get()) == 0;
+}
+
+XFullScreen::News XFullScreen::takeNews() {
+    News news;
+    while (const auto event = owned(xcb_poll_for_event(connection_.get()))) {
+        const int type = event->response_type & 0x7F;
+        if (type == XCB_VISIBILITY_NOTIFY) {
+            const auto& change = *reinterpret_cast<const xcb_visibility_notify_event_t*>(event.get());
+            if (change.window == watched_)
+                news.covered = change.state != XCB_VISIBILITY_UNOBSCURED;
+        } else if (type == XCB_FOCUS_IN) {
+            const auto& change = *reinterpret_cast<const xcb_focus_in_event_t*>(event.get());
+            // A grab takes the keyboard alone and looks the same but for its mode.
+            const bool grab = change.mode == XCB_NOTIFY_MODE_GRAB || change.mode == XCB_NOTIFY_MODE_UNGRAB;
+            news.focused |= change.event == watched_ && !grab;
+        }
+    }
+    return news;
+}
+
+} // namespace lightpen

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "kernel/gadget/GadgetDescription.h"
+#include "platform/Time.h"
+#include "unit/CameraUnit.h"
+#include "unit/bus/UnitSocket.h"
+
+namespace lightpen {
+
+class GadgetFiles;
+class GadgetPort;
+class UnitDrive;
+
+// A real USB bus: a unit that is plugged in is a USB device of this machine, made by the kernel's gadget
+// side (configfs, usb_f_hid and a device controller such as dummy_hcd's), and the kernel's host side finds
+// it. Needs root. Units catch up with the clock, which must run in real time, on a thread of the bus.
+//
+//   GadgetBus bus(clock);
+//   CameraUnit& unit = bus.addUnit({.reportLength = 32});
+//   unit.plug();   // within about a second udev has its hidraw nodes
+//
+// plug() and unplug() of a unit return at once; a thread of the unit's own carries them out, in order. A
+// unit that is plugged in again before that thread came to the unplugging is unplugged nevertheless. What a
+// unit sends before the host has configured it is lost, as from any device; so is the oldest of what it
+// sends while the host does not ask. The clock outlives the bus.
+class GadgetBus final : private UnitSocket {
+public:
+    explicit GadgetBus(Clock& clock, GadgetPaths paths = {});
+    // With other files beneath; for tests. They outlive the bus.
+    GadgetBus(Clock& clock, GadgetPaths paths, GadgetFiles& files);
+    // Unplugs everything and takes it out of the kernel again.
+    ~GadgetBus() override;
+    GadgetBus(const GadgetBus&) = delete;
+    GadgetBus& operator=(const GadgetBus&) = delete;
+
+    // A new unit, composed but not plugged in. It belongs to the bus. Throws GadgetError when the kernel
+    // cannot have it. Any thread.
+    CameraUnit& addUnit(UnitDescription description = {}, const GadgetDescription& gadget = {});
+
+    // Waits until all that was asked of the unit's plug has been carried out. False when that took longer, or
+    // when the kernel refused it; failure() then says why.
+    bool settle(const CameraUnit& unit, Microseconds patience = std::chrono::seconds(10));
+    // Why the unit's last plugging failed (also a line of the log): for one, that each device controller is
+    // taken. Empty: it did not.
+    std::string failure(const CameraUnit& unit) const;
+    // The device controller whose socket the unit is in, such as "dummy_udc.0"; empty while it is in none.
+    std::string controller(const CameraUnit& unit) const;
+
+private:
+    Microseconds now() override { return clock_.now(); }
+    void unitPlugged(CameraUnit& unit) override;
+    void unitUnplugged(CameraUnit& unit) override;
+    void unitReport(CameraUnit& unit, const UnitReport& report) override;
+
+    GadgetPort& portOf(const CameraUnit& unit) const;
+
+    Clock& clock_;
+    const GadgetPaths paths_;
+    const std::unique_ptr<GadgetFiles> ownFiles_;
+    GadgetFiles& files_;
+
+    mutable std::mutex mutex_; // guards the map; a port lives as long as the bus
+    std::map<const CameraUnit*, std::unique_ptr<GadgetPort>> ports_;
+
+    const std::unique_ptr<UnitDrive> drive_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "kernel/gadget/GadgetDescription.h"
+#include "kernel/gadget/GadgetFiles.h"
+#include "unit/CameraUnit.h"
+
+namespace lightpen {
+
+// The report descriptor of an interface with one input and one output report of these lengths in bytes, at
+// most 65535, neither of them numbered.
+std::string gadgetReportDescriptor(std::size_t inputLength, std::size_t outputLength);
+
+// A unit as the kernel's gadget side describes it: device, configuration and HID functions. Not thread-safe.
+class GadgetComposition {
+public:
+    // Makes it. Throws GadgetError, and leaves nothing behind, when the kernel refuses. The files outlive it.
+    GadgetComposition(GadgetFiles& files, GadgetPaths paths, const UnitDescription& unit,
+                      const GadgetDescription& gadget);
+    // Takes it out of its socket and out of the kernel.
+    ~GadgetComposition();
+    GadgetComposition(const GadgetComposition&) = delete;
+    GadgetComposition& operator=(const GadgetComposition&) = delete;
+
+    // Puts the device into the first device controller that is free, or that of the last time. Throws
+    // GadgetError when there is none. May block.
+    void plug();
+    // Takes it out again; does nothing when it is in none. May block.
+    void unplug();
+    // The controller it is in; empty when it is in none.
+    const std::string& controller() const { return controller_; }
+    // The node of the pen's function while it is plugged in; empty when it has none. Throws GadgetError when
+    // the kernel does not say.
+    std::string penNode() const;
+
+private:
+    struct Made {
+        bool link = false;
+        std::string path;
+    };
+
+    void makeDevice(const UnitDescription& unit, const GadgetDescription& gadget);
+    void makeFunction(int number, std::size_t input, std::size_t output, const GadgetDescription& gadget);
+    void makeOwnFolder();
+    void makeFolder(const std::string& path);
+    void write(const std::string& path, const std::string& content);
+    void removeAll();
+    std::vector<std::string> controllers() const;
+
+    GadgetFiles& files_;
+    const GadgetPaths paths_;
+    std::string folder_;
+    std::string penFunction_; // its folder; empty: there is none
+    std::vector<Made> made_;  // in order
+    std::string controller_;
+    std::string lastController_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: MIT
+#include "kit/ScriptedUnit.h"
+
+#include <algorithm>
+
+namespace lightpen {
+
+// UnitScript
+
+std::vector<std::string> UnitScript::takeOperations() {
+    const std::lock_guard hold(mutex_);
+    return std::exchange(operations_, {});
+}
+
+void UnitScript::note(std::string operation) {
+    if (onNote)
+        onNote(operation);
+    const std::lock_guard hold(mutex_);
+    operations_.push_back(std::move(operation));
+}
+
+void UnitScript::answer(std::string operation, IOReturn result) {
+    const std::lock_guard hold(mutex_);
+    answers_.insert_or_assign(std::move(operation), result);
+}
+
+void UnitScript::carryOut(const std::string& operation) {
+    const std::lock_guard hold(mutex_);
+    answers_.erase(operation);
+}
+
+IOReturn UnitScript::answerTo(const std::string& operation) const {
+    const std::lock_guard hold(mutex_);
+    const auto found = answers_.find(operation);
+    return found == answers_.end() ? kIOReturnSuccess : found->second;
+}
+
+// ScriptedQueue
+
+ScriptedQueue::ScriptedQueue(UnitScriptRef script, std::shared_ptr<ReportQueue> queue, int number)
+    : script_(std::move(script)), queue_(std::move(queue)), number_(number) {}
+
+bool ScriptedQueue::answered(const char* operation, const std::string& arguments, IOReturn& result) const {
+    const std::string name = "queue" + std::to_string(number_) + "." + operation;
+    script_->note(name + "(" + arguments + ")");
+    result = script_->answerTo(name);
+    if (result == kIOReturnSuccess)
+        result = script_->answerTo(std::string("queue.") + operation);
+    return result != kIOReturnSuccess;
+}
+
+IOReturn ScriptedQueue::createAsyncEventSource(RunLoopSourceRef& source) {
+    IOReturn result = kIOReturnSuccess;
+    if (answered("createAsyncEventSource", "", result) || withoutSource)
+        return result;
+    return queue_->createAsyncEventSource(source);
+}
+
+IOReturn ScriptedQueue::create(std::uint32_t flags, std::uint32_t depth) {
+    IOReturn result = kIOReturnSuccess;
+    const std::string arguments = std::to_string(flags) + ", " + std::to_string(depth);
+    return answered("create", arguments, result) ? result : queue_->create(flags, depth);
+}
+
+IOReturn ScriptedQueue::dispose() {
+    IOReturn result = kIOReturnSuccess;
+    return answered("dispose", "", result) ? result : queue_->dispose();
+}
+
+IOReturn ScriptedQueue::addElement(IOHIDElementCookie cookie, std::uint32_t flags) {
+    IOReturn result = kIOReturnSuccess;
+    const std::string arguments = std::to_string(cookie) + ", " + std::to_string(flags);
+    return answered("addElement", arguments, result) ? result : queue_->addElement(cookie, flags);
+}
+
+bool ScriptedQueue::hasElement(IOHIDElementCookie cookie) const {
+    IOReturn ignored = kIOReturnSuccess;
+    answered("hasElement", std::to_string(cookie), ignored);
+    return queue_->hasElement(cookie);
+}
+
+IOReturn ScriptedQueue::start() {
+    IOReturn result = kIOReturnSuccess;
+    return answered("start", "", result) ? result : queue_->start();
+}
+
+IOReturn ScriptedQueue::stop() {
+    IOReturn result = kIOReturnSuccess;
+    return answered("stop", "", result) ? result : queue_->stop();
+}
+
+IOReturn ScriptedQueue::getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
+                                     std::uint32_t timeoutMs) {
+    if (beforePoll)
+        beforePoll();
+    const std::string name = "queue" + std::to_string(number_) + ".getNextEvent";
+    if (script_->onPoll)
+        script_->onPoll();
+    if (notesPolls)
+        script_->note(name + "(" + std::to_string(maximumTime) + ", " + std::to_string(timeoutMs) + ")");
+    for (const std::string& operation : {name, std::string("queue.getNextEvent")})
+        if (const IOReturn result = script_->answerTo(operation); result != kIOReturnSuccess)
+            return result;
+    return queue_->getNextEvent(event, maximumTime, timeoutMs);
+}
+
+IOReturn ScriptedQueue::setEventCallout(IOHIDEventCallout callout) {
+    IOReturn result = kIOReturnSuccess;
+    return answered("setEventCallout", "", result) ? result : queue_->setEventCallout(std::move(callout));
+}
+
+// The device interface and its plug-in
+
+class ScriptedUnit::Device final : public IOHIDDeviceInterface122 {
+public:
+    Device(ScriptedUnit& unit, bool opened) : unit_(unit), fanOut_(unit.fanOut_), opened_(opened) {}
+
+    IOReturn open(std::uint32_t flags) override {
+        unit_.script_->note("device.open(" + std::to_string(flags) + ")");
+        const IOReturn result = unit_.script_->answerTo("device.open");
+        opened_ = opened_ || result == kIOReturnSuccess;
+        return result;
+    }
+    IOReturn close() override {
+        unit_.script_->note("device.close()");
+        const IOReturn result = unit_.script_->answerTo("device.close");
+        if (result == kIOReturnSuccess)
+            opened_ = false;
+        return result;
+    }
+    IOReturn setReport(IOHIDReportType type, std::uint32_t reportID, std::span<const std::uint8_t> report,
+                       std::uint32_t timeoutMs) override {
+        if (fanOut_->vanished())
+            return kIOReturnNoDevice;
+        if (!opened_)
+            return kIOReturnNotOpen;
+        if (const IOReturn result = unit_.script_->answerTo("device.setReport"); result != kIOReturnSuccess)
+            return result;
+        return unit_.take({type, reportID, {report.begin(), report.end()}, timeoutMs});
+    }
+    IOHIDQueueRef allocQueue() override { return unit_.makeQueueOf(*fanOut_); }
+
+private:
+    ScriptedUnit& unit_;
+    const FanOutRef fanOut_;
+    std::atomic<bool> opened_;
+};
+
+class ScriptedUnit::PlugIn final : public IOCFPlugInInterface {
+public:
+    explicit PlugIn(ScriptedUnit& unit) : unit_(unit) {}
+    IOHIDDeviceInterfaceRef queryInterface() override {
+        return unit_.withoutInterface ? nullptr : std::make_shared<Device>(unit_, false);
+    }
+
+private:
+    ScriptedUnit& unit_;
+};
+
+// ScriptedUnit
+
+ScriptedUnit::ScriptedUnit(TestPlatform& desk, Shape shape)
+    : desk_(desk), shape_(std::move(shape)), fanOut_(makeFanOut()) {}
+
+ScriptedUnit::FanOutRef ScriptedUnit::makeFanOut() const {
+    return std::make_shared<ReportFanOut>(desk_.clock, shape_.cookie, shape_.inputLength);
+}
+
+void ScriptedUnit::reshape(Shape shape) {
+    shape_ = std::move(shape);
+    fanOut_ = makeFanOut();
+}
+
+ScriptedUnit::~ScriptedUnit() {
+    for (const io_service_t service : services_)
+        desk_.registry.withdraw(service);
+}
+
+PropertyDictionary ScriptedUnit::hidProperties(int interface) const {
+    std::vector<PropertyDictionary> elements = shape_.elements;
+    if (elements.empty())
+        elements.push_back({{{"ReportID", std::int64_t{0}}, {"ElementCookie", std::int64_t{shape_.cookie}}}});
+    return {{{"VendorID", shape_.vendor},
+             {"ProductID", shape_.product},
+             {"Manufacturer", "Scripted " + std::to_string(interface)},
+             {"InputReportElements", std::move(elements)}}};
+}
+
+void ScriptedUnit::plugIn() {
+    if (fanOut_->vanished())
+        fanOut_ = makeFanOut();
+    for (const int interface : shape_.interfaces) {
+        const std::string path = "IOService:/unit/IOUSBInterface@" + std::to_string(interface);
+        auto plugIn = [this]() -> std::shared_ptr<IOCFPlugInInterface> {
+            return withoutPlugIn || fanOut_->vanished() ? nullptr : std::make_shared<PlugIn>(*this);
+        };
+        services_.push_back(
+            desk_.registry.publish({"IOHIDDevice", path, hidProperties(interface), std::move(plugIn)}));
+    }
+    services_.push_back(
+        desk_.registry.publish({"IOUSBDevice",
+                                "IOService:/unit",
+                                {{{"idVendor", shape_.vendor}, {"idProduct", shape_.product}}},
+                                {}}));
+}
+
+void ScriptedUnit::unplug() {
+    fanOut_->vanish();
+    for (const io_service_t service : std::exchange(services_, {}))
+        desk_.registry.withdraw(service);
+}
+
+IOReturn ScriptedUnit::take(SentReport report) {
+    {
+        const std::lock_guard hold(mutex_);
+        sent_.push_back(report);
+    }
+    return onSetReport ? onSetReport(report) : kIOReturnSuccess;
+}
+
+std::vector<SentReport> ScriptedUnit::takeSent() {
+    const std::lock_guard hold(mutex_);
+    return std::exchange(sent_, {});
+}
+
+IOHIDDeviceInterfaceRef ScriptedUnit::openDevice() {
+    return std::make_shared<Device>(*this, true);
+}
+
+std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueue() {
+    return makeQueueOf(*fanOut_);
+}
+
+std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueueOf(ReportFanOut& fanOut) {
+    script_->note("device.allocQueue()");
+    if (withoutQueues)
+        return nullptr;
+    const std::lock_guard hold(mutex_);
+    auto queue =
+        std::make_shared<ScriptedQueue>(script_, fanOut.addQueue(), static_cast<int>(queues_.size()) + 1);
+    queues_.push_back(queue);
+    return queue;
+}
+
+std::shared_ptr<ScriptedQueue> ScriptedUnit::queue(int number) const {
+    const std::lock_guard hold(mutex_);
+    const auto index = static_cast<std::size_t>(number - 1);
+    return index < queues_.size() ? queues_[index].lock() : nullptr;
+}
+
+} // namespace lightpen

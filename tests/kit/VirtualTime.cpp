@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "kit/VirtualTime.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace lightpen {
+
+Microseconds VirtualClock::now() {
+    const std::lock_guard hold(mutex_);
+    return now_;
+}
+
+void VirtualClock::sleep(Microseconds duration) {
+    {
+        const std::lock_guard hold(mutex_);
+        now_ += duration;
+        sleeps_.push_back(duration);
+    }
+    if (onSleep)
+        onSleep(duration);
+}
+
+void VirtualClock::advanceTo(Microseconds time) {
+    const std::lock_guard hold(mutex_);
+    now_ = std::max(now_, time);
+}
+
+std::vector<Microseconds> VirtualClock::takeSleeps() {
+    const std::lock_guard hold(mutex_);
+    return std::exchange(sleeps_, {});
+}
+
+void VirtualRunLoop::runPending() {
+    while (!terminating() && queue_.runOne(clock_.now())) {
+    }
+}
+
+bool VirtualRunLoop::containsSource(const RunLoopSourceRef& source, std::string_view mode) const {
+    return std::any_of(sources_.begin(), sources_.end(),
+                       [&](const auto& entry) { return entry.first == source && entry.second == mode; });
+}
+
+void VirtualRunLoop::addSource(const RunLoopSourceRef& source, std::string_view mode) {
+    source->attachedTo(*this);
+    sources_.emplace_back(source, mode);
+}
+
+void VirtualRunLoop::performAfterDelay(PerformRequest request, Microseconds delay) {
+    queue_.postDelayed(std::move(request), clock_.now() + delay);
+}
+
+void VirtualRunLoop::cancelPreviousPerformRequests(const void* target, std::string_view selector,
+                                                   std::string_view argument) {
+    queue_.cancelDelayed(target, selector, argument);
+}
+
+void VirtualRunLoop::runFor(Microseconds duration) {
+    if (runsLeft_ && (*runsLeft_)-- == 0)
+        throw std::runtime_error("a wait in the run loop does not end");
+    const Microseconds end = clock_.now() + duration;
+    for (;;) {
+        runPending();
+        if (terminating())
+            return;
+        const auto due = queue_.nextDue();
+        if (!due || *due > end)
+            break;
+        clock_.advanceTo(*due);
+    }
+    clock_.advanceTo(end);
+}
+
+void VirtualRunLoop::terminate(int status) {
+    if (!terminating_.exchange(true))
+        terminateStatus_ = status;
+}
+
+} // namespace lightpen

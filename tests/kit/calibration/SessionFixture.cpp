@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include "kit/calibration/SessionFixture.h"
+
+#include <utility>
+
+#include <QApplication>
+
+#include "kit/device/OffscreenApplication.h"
+
+namespace lightpen {
+
+namespace {
+
+// The driver is made on a desktop of its own, so that no unit of a test is reported to it.
+EventGeneratorNX7* processDriver() {
+    static EventGeneratorNX7* const driver = [] {
+        TestPlatform desk;
+        const RecordingLog log;
+        return EventGeneratorNX7::sharedEventGeneratorNX7();
+    }();
+    driver->setDelegate(nullptr);
+    driver->setCalibrationCenter(nullptr);
+    driver->_calibrationPoints = nullptr;
+    driver->_pphidDeviceInterface = nullptr;
+    driver->setToDefault();
+    sharedState = SharedState{};
+    return driver;
+}
+
+} // namespace
+
+const PointList SessionFixture::kFour{{312, 271}, {2201, 188.5}, {164, 1633}, {2390, 1702}};
+
+PointListRef spreadPoints(std::size_t count) {
+    PointList points;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto at = static_cast<double>(i);
+        points.push_back({100 + 31 * at, 50 + at * at / 4});
+    }
+    return std::make_shared<const PointList>(std::move(points));
+}
+
+SessionFixture::SessionFixture() : driver(processDriver()) {
+    ensureOffscreenApplication();
+    center =
+        std::make_shared<KVRCalibrationCenter>(2, kClearColor, 0, Screen{"main", {{0, 0}, {1920, 1080}}});
+    log.onLine = [this](std::string_view line) { note(std::string(line)); };
+    desk.systemUI.onCall = [this](const std::string& call) { note(call); };
+    desk.sounds.onPlay = [this](const std::string& name) { note("play " + name); };
+    unit.onSetReport = [this](const SentReport& report) {
+        // Byte 0 of a settings command is 0, and bit 2 of the next one leaves the filter where it is.
+        if (report.bytes.at(0) == 0)
+            note(driver->IRFilterGrounded() ? "filter in" : "filter out");
+        return kIOReturnSuccess;
+    };
+    desk.notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& posted) {
+        note("posted " + posted.name);
+        completed.push_back(std::any_cast<PointListRef>(posted.userInfo.at(std::string(kCalibrationPoints))));
+    });
+    desk.notifications.addObserver(this, kCalibrationDidCanceled, nullptr,
+                                   [this](const Notification& posted) {
+                                       note("posted " + posted.name);
+                                       canceled.push_back(posted);
+                                   });
+}
+
+SessionFixture::~SessionFixture() {
+    driver->setDelegate(nullptr);
+    driver->setCalibrationCenter(nullptr);
+    driver->_pphidDeviceInterface = nullptr;
+}
+
+std::vector<std::string> SessionFixture::takeTimeline() {
+    return std::exchange(timeline_, {});
+}
+
+void SessionFixture::note(const std::string& entry) {
+    timeline_.push_back(annotation ? entry + annotation() : entry);
+}
+
+void SessionFixture::openUnit() {
+    unit.plugIn();
+    driver->_pphidDeviceInterface = unit.openDevice();
+}
+
+void SessionFixture::start(Kind kind, std::int64_t targets) {
+    center->setTotalPoints(targets);
+    if (kind == Kind::automatic)
+        center->startAutoCalibration();
+    else
+        center->startCalibration();
+}
+
+void SessionFixture::touchAll(const PointList& points) {
+    for (const CameraPoint& point : points)
+        touchAndWait(point);
+}
+
+void SessionFixture::annotate() {
+    annotation = [this] {
+        return std::string(windowIsVisible() ? ", window" : "") +
+               (driver->delegate() == center ? ", delegate" : "");
+    };
+}
+
+void SessionFixture::touchAndWait(CameraPoint point) {
+    touch(point);
+    desk.runLoop.runFor(kGlide);
+}
+
+KVRCalibrationWindow* SessionFixture::window() {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* found = dynamic_cast<KVRCalibrationWindow*>(widget))
+            return found;
+    return nullptr;
+}
+
+} // namespace lightpen

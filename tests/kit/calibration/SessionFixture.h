@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <any>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "calibration/KVRCalibrationCenter.h"
+#include "calibration/KVRCalibrationTarget.h"
+#include "calibration/KVRCalibrationWindow.h"
+#include "device/EventGeneratorNX7.h"
+#include "device/SharedState.h"
+#include "kit/RecordingLog.h"
+#include "kit/ScriptedUnit.h"
+#include "kit/TestPlatform.h"
+
+namespace lightpen {
+
+// As many points as asked for, in order, each far from all others and no three on a line.
+PointListRef spreadPoints(std::size_t count);
+
+// A calibration centre on a screen of 1920 by 1080, the process's own driver, and everything that happens in
+// one order. The driver has no point thread; tests hand points over themselves.
+class SessionFixture : public testing::Test {
+protected:
+    enum class Kind { manual, automatic };
+
+    static constexpr Microseconds kGlide = std::chrono::milliseconds(800);
+    // Four touches, and where the four targets stand on the fixture's screen.
+    static const PointList kFour;
+    static constexpr WindowPoint kOrigins[] = {{160, 995}, {1740, 995}, {160, 65}, {1740, 65}};
+
+    SessionFixture();
+    ~SessionFixture() override;
+
+    // What happened since the last call: log lines as they are; "mode 3 options 76", "hide cursor 1", ...;
+    // "play Tink"; "filter out", "filter in" for the settings command; "posted NAME".
+    std::vector<std::string> takeTimeline();
+    // What is told about each entry of the timeline, behind it; nothing unless set.
+    std::function<std::string()> annotation;
+
+    // A unit that the driver has open. Its flash holds nothing.
+    void openUnit();
+    // Hands a point over, as the point thread does.
+    void touch(CameraPoint point) { center->lightPenCallbackAtPoint(point, *driver); }
+    void start(Kind kind, std::int64_t targets = 4);
+    void touchAll(const PointList& points = kFour);
+    void pressEscape() { window()->keyDown(53); }
+    // From now on each entry of the timeline tells whether the window is shown, and who gets the points.
+    void annotate();
+    // What the main loop has to do now.
+    void runMainLoop() { desk.runLoop.runPending(); }
+    // A touch, and all that follows, until the next target takes touches.
+    void touchAndWait(CameraPoint point);
+    // The centre's window; null when there is none.
+    static KVRCalibrationWindow* window();
+    static bool windowIsVisible() { return window() && window()->isVisible(); }
+    WindowPoint targetOrigin() const { return center->calibrationTarget()->frame().origin; }
+
+    // The driver of the process, which outlives every test.
+    EventGeneratorNX7* const driver;
+    TestPlatform desk;
+    RecordingLog log;
+    ScriptedUnit unit{desk};
+    std::shared_ptr<KVRCalibrationCenter> center;
+    // The lists that "kCalibrationCompleted" came with.
+    std::vector<PointListRef> completed;
+    std::vector<Notification> canceled;
+
+private:
+    void note(const std::string& entry);
+
+    std::vector<std::string> timeline_;
+};
+
+} // namespace lightpen

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "device/EventGeneratorNX7.h"
+#include "device/PairingKeyWindow.h"
+#include "device/SharedState.h"
+#include "kit/RecordingLog.h"
+#include "kit/ScriptedUnit.h"
+#include "kit/TestPlatform.h"
+
+namespace lightpen {
+
+// A pen report of the unit: the spot's position, little-endian, the rest zero.
+ReportBytes penReport(int x, int y);
+// What the unit sends when it sees no spot.
+ReportBytes penUpReport();
+
+// Maps by shifting and scaling, so that each axis is told from the other; a fixed answer wins.
+class ShiftingMapper final : public KVRCalibrationProtocol {
+public:
+    explicit ShiftingMapper(double scale = 1, ScreenPoint shift = {}) : scale_(scale), shift_(shift) {}
+    ScreenPoint mapPointFrom(CameraPoint point) override {
+        const std::optional<ScreenPoint> fixed = answer;
+        return fixed ? *fixed : ScreenPoint{point.x * scale_ + shift_.x, point.y * scale_ + shift_.y};
+    }
+    SharedRecord<std::optional<ScreenPoint>> answer;
+
+private:
+    const double scale_;
+    const ScreenPoint shift_;
+};
+
+// Keeps the raw points of a calibration. Thread-safe.
+class RecordingCalibration final : public EventGeneratorNX7CallbackProtocol {
+public:
+    bool respondsToLightPenCallback() const override { return responds; }
+    void lightPenCallbackAtPoint(CameraPoint point, EventGeneratorNX7& fromObject) override;
+    std::vector<CameraPoint> takePoints();
+    // The driver that the last point came from.
+    SharedValue<const EventGeneratorNX7*> sender{nullptr};
+    SharedFlag responds{true};
+
+private:
+    std::mutex mutex_;
+    std::vector<CameraPoint> points_;
+};
+
+// Keeps the names of what it hears, and what the driver's arming looked like at that moment.
+class RecordingDeviceDelegate final : public EventGeneratorNX7DeviceCallbackProtocol {
+public:
+    bool respondsTo(Operation operation) const override { return !deaf.contains(operation); }
+    void noiseDetectedCallback(EventGeneratorNX7& driver) override { hear("noise", driver); }
+    void deviceDidAddCallback(EventGeneratorNX7& driver) override { hear("add", driver); }
+    void deviceDidRemoveCallback(EventGeneratorNX7& driver) override { hear("remove", driver); }
+    void statMenu(EventGeneratorNX7& driver) override { hear("statMenu", driver); }
+    std::vector<std::string> takeHeard() { return std::exchange(heard_, {}); }
+
+    std::set<Operation> deaf;
+    const EventGeneratorNX7* sender = nullptr;
+    // Called after each message, with its name.
+    std::function<void(const std::string&)> then;
+
+private:
+    void hear(const std::string& what, const EventGeneratorNX7& driver);
+    std::vector<std::string> heard_;
+};
+
+// Keeps what the key window was told.
+class RecordingKeyWindow final : public PairingKeyWindow {
+public:
+    void setIgnoresMouseEvents(bool ignores) override { told.push_back(ignores); }
+    void makeKeyAndOrderFront() override { ++shown; }
+    std::vector<bool> told;
+    int shown = 0;
+};
+
+// A driver of its own on a platform of doubles, with the process-wide values as at the start of the process.
+// A test that needs the whole way of a unit plugs in `unit`; one that starts in the middle calls openUnit().
+class DriverFixture : public testing::Test {
+protected:
+    using Operation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
+    using Posted = RecordingPointer::Posted;
+
+    DriverFixture();
+    ~DriverFixture() override;
+
+    // A driver with an open unit, as startHIDMode leaves it before it reads the flash.
+    void openUnit();
+    // What is performed on the main thread now.
+    void runMainLoop() { desk.runLoop.runPending(); }
+
+    // The event that each post operation makes.
+    static Posted down(int x, int y) { return event(kLeftMouseDown, x, y, 1, 255); }
+    static Posted drag(int x, int y) { return event(kLeftMouseDragged, x, y, 1, 255); }
+    static Posted up(int x, int y) { return event(kLeftMouseUp, x, y, 0, 128); }
+    static Posted rightDown(int x, int y) { return event(kRightMouseDown, x, y, 1, 128); }
+    static Posted rightUp(int x, int y) { return event(kRightMouseUp, x, y, 0, 128); }
+    static Posted event(std::uint32_t type, int x, int y, std::int32_t click, std::uint8_t pressure);
+
+    // Before the driver, which asks for them.
+    const bool sharedStateIsFresh = resetSharedState();
+    TestPlatform desk;
+    RecordingLog log;
+    ScriptedUnit unit{desk};
+    // The driver's own thread objects must find it until the end of the process, as they find the real one.
+    std::unique_ptr<EventGeneratorNX7> driver;
+    std::shared_ptr<RecordingDeviceDelegate> deviceDelegate = std::make_shared<RecordingDeviceDelegate>();
+
+private:
+    static bool resetSharedState();
+};
+
+} // namespace lightpen

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "kit/device/EmulatedUnitFixture.h"
+
+#include <chrono>
+#include <cstdlib>
+
+namespace lightpen {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class OpticsMapper final : public KVRCalibrationProtocol {
+public:
+    explicit OpticsMapper(const CameraUnit& camera) : optics_(camera.description().optics) {}
+    ScreenPoint mapPointFrom(CameraPoint point) override { return optics_.unproject(point); }
+
+private:
+    const Optics optics_;
+};
+
+} // namespace
+
+EmulatedUnitFixture::EmulatedUnitFixture() {
+    desk.desktop.frame = ScreenRect{{0, 0}, kScreen};
+    // The process has one matching server, whose port belongs to the platform of the first test; any port of
+    // this registry delivers for all.
+    port_ = desk.registry.IONotificationPortCreate(0);
+    desk.runLoop.addSource(port_->IONotificationPortGetRunLoopSource(), kCFRunLoopCommonModes);
+    desk.threads.onDetach = [this] {
+        desk.runLoop.performOnMainThread(
+            {this, "thread", {}, [this] { thread = driver->beginPointThread(); }});
+    };
+    desk.clock.onSleep = [this](Microseconds) { bus.advance(desk.clock.now()); };
+    bus.onPoll([this] { desk.clock.advanceTo(desk.clock.now() + 100us); });
+    bus.runOnMainLoop();
+}
+
+EmulatedUnitFixture::~EmulatedUnitFixture() {
+    desk.clock.onSleep = nullptr;
+}
+
+CameraUnit& EmulatedUnitFixture::addCamera(std::size_t reportLength) {
+    UnitDescription description;
+    description.reportLength = reportLength;
+    description.optics = Optics::strongKeystone(kScreen);
+    CameraUnit& camera = bus.addUnit(std::move(description));
+    driver->setCalibrationCenter(std::make_shared<OpticsMapper>(camera));
+    return camera;
+}
+
+void EmulatedUnitFixture::calibrate(CameraUnit& camera) {
+    camera.flash()->store(camera.seen({100, 80}), camera.seen({1180, 80}), camera.seen({100, 720}),
+                          camera.seen({1180, 720}));
+}
+
+void EmulatedUnitFixture::start() {
+    driver->init();
+    driver->setDeviceDelegate(deviceDelegate);
+}
+
+void EmulatedUnitFixture::run(Microseconds duration) {
+    const Microseconds end = desk.clock.now() + duration;
+    while (desk.clock.now() < end) {
+        if (!thread)
+            desk.runLoop.runFor(1ms);
+        else if (!driver->pointThreadPass(*thread))
+            thread.reset();
+        desk.runLoop.runPending();
+    }
+}
+
+testing::AssertionResult EmulatedUnitFixture::touchWorks(CameraUnit& camera, ScreenPoint place) {
+    run(1500ms);
+    desk.pointer.takePosted();
+    camera.touch(place);
+    run(300ms);
+    camera.lift();
+    run(300ms);
+    const auto posted = desk.pointer.takePosted();
+    if (posted.size() < 2 || posted.front().type != kLeftMouseDown || posted.back().type != kLeftMouseUp)
+        return testing::AssertionFailure() << posted.size() << " events, not a press and a release";
+    for (const Posted& event : posted)
+        if (std::abs(event.location.x - place.x) > 1 || std::abs(event.location.y - place.y) > 1)
+            return testing::AssertionFailure()
+                   << "at " << event.location.x << ", " << event.location.y << ", not at the touch";
+    return testing::AssertionSuccess();
+}
+
+std::vector<CameraPoint> EmulatedUnitFixture::knownPoints() const {
+    const PointListRef points = driver->calibrationPointsFromFlash();
+    if (!points || points->size() < 4)
+        return {};
+    return {points->begin(), points->begin() + 4};
+}
+
+std::vector<CameraPoint> EmulatedUnitFixture::flashPoints(CameraUnit& camera) {
+    const auto points = camera.flash()->points();
+    return points ? std::vector<CameraPoint>(points->begin(), points->end()) : std::vector<CameraPoint>();
+}
+
+} // namespace lightpen

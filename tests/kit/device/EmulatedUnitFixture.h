@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "kit/device/DriverFixture.h"
+#include "unit/bus/EmulatedBus.h"
+
+namespace lightpen {
+
+// The driver with camera units in software, in virtual time: the units do whatever is due while the driver
+// sleeps, polls, or waits in its loop.
+class EmulatedUnitFixture : public DriverFixture {
+protected:
+    static constexpr Size kScreen{1280, 800};
+
+    EmulatedUnitFixture();
+    ~EmulatedUnitFixture() override;
+
+    // A unit beside the bus. The driver maps as a perfect calibration of the last one would.
+    CameraUnit& addCamera(std::size_t reportLength = 804);
+    // Stores a calibration in its flash.
+    static void calibrate(CameraUnit& camera);
+    // Starts the driver and gives it its delegate.
+    void start();
+    // Runs both threads of the driver for a while.
+    void run(Microseconds duration);
+    // Touches here once the pointer follows the pen; whether one press and one release came of it, and
+    // everything within a pixel of the touch.
+    testing::AssertionResult touchWorks(CameraUnit& camera, ScreenPoint place);
+    // The four points of the calibration as the driver knows them, and as the flash holds them; empty when
+    // there are none.
+    std::vector<CameraPoint> knownPoints() const;
+    static std::vector<CameraPoint> flashPoints(CameraUnit& camera);
+
+    // The state of the point thread, while there is one.
+    std::optional<PointThreadState> thread;
+    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
+
+private:
+    std::shared_ptr<IONotificationPort> port_;
+};
+
+} // namespace lightpen

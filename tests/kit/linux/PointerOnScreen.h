@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <QGuiApplication>
+
+#include "kit/Eventually.h"
+#include "kit/TestPlatform.h"
+#include "kit/linux/RecordingWindow.h"
+#include "linux_desktop/pointer/XTestPointer.h"
+#include "linux_desktop/screen/QtDesktop.h"
+
+namespace lightpen {
+
+// A pointer, the desktop that tells it where things are, and a window on the main screen that sees what
+// arrives.
+class PointerOnScreen : public testing::Test {
+protected:
+    PointerOnScreen() {
+        std::string problem;
+        pointer = XTestPointer::create(nullptr, geometry, problem);
+        EXPECT_TRUE(pointer) << problem;
+    }
+
+    void showWindow() {
+        window = std::make_unique<RecordingWindow>(*desktop.mainScreen());
+        EXPECT_TRUE(waitFor([&] { return window->isExposed(); }));
+    }
+    template <class Condition>
+    static bool waitFor(Condition condition) {
+        return eventually(condition, [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); });
+    }
+    // The button events once there are that many.
+    std::vector<std::string> buttonEvents(std::size_t count) {
+        waitFor([&] { return window->buttonEvents().size() >= count; });
+        return window->buttonEvents();
+    }
+
+    MemoryDefaults defaults;
+    SharedGeometry geometry;
+    QtDesktop desktop{defaults, geometry};
+    std::unique_ptr<XTestPointer> pointer;
+    std::unique_ptr<RecordingWindow> window;
+};
+
+} // namespace lightpen

@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "kit/resources/TableAudit.h"
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <regex>
+#include <set>
+
+#include <QString>
+
+#include "kit/resources/Writing.h"
+
+namespace lightpen {
+
+namespace {
+
+using Problems = std::vector<std::string>;
+
+const char* const kStrayLightMessage =
+    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
+void append(Problems& problems, const Problems& more) {
+    problems.insert(problems.end(), more.begin(), more.end());
+}
+
+bool contains(const std::vector<std::string>& list, const std::string& text) {
+    return std::ranges::find(list, text) != list.end();
+}
+
+// "key" what: text
+std::string complaint(const std::string& key, std::string_view what, const std::string& text) {
+    std::string line = "\"";
+    line.append(key).append("\" ").append(what);
+    if (!text.empty())
+        line.append(": ").append(text);
+    return line;
+}
+
+Problems keyProblems(const StringTable& table) {
+    Problems problems;
+    std::map<std::string, int> counts;
+    for (const auto& [key, text] : table)
+        ++counts[key];
+    for (const std::string& key : tableKeys())
+        if (!counts.contains(key))
+            problems.push_back(complaint(key, "is missing", {}));
+    for (const auto& [key, count] : counts) {
+        if (!contains(tableKeys(), key))
+            problems.push_back(complaint(key, "is asked for by nothing", {}));
+        if (count > 1)
+            problems.push_back(complaint(key, "is there more than once", {}));
+    }
+    return problems;
+}
+
+// What a text leaves to be filled in, sorted: a translation may use another order.
+std::vector<std::string> placeholders(const std::string& text) {
+    static const std::regex pattern("%[-+#0-9.*$lh]*[A-Za-z@%]|%[0-9]+");
+    std::vector<std::string> found;
+    for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match)
+        found.push_back(match->str());
+    std::ranges::sort(found);
+    return found;
+}
+
+bool hasControlCharacter(const QString& text) {
+    return std::ranges::any_of(text, [](QChar c) {
+        return c.category() == QChar::Other_Control || c == QChar::ReplacementCharacter;
+    });
+}
+
+// Ends with the sign for "asks for more"; the English text has three full stops for it.
+bool endsWithEllipsis(const std::string& text) {
+    return text.ends_with("...") || text.ends_with("\u2026");
+}
+
+Problems formProblems(const std::string& key, const std::string& text) {
+    const QString characters = QString::fromStdString(text);
+    if (text.empty())
+        return {complaint(key, "is empty", {})};
+    Problems problems;
+    const auto complain = [&](bool wrong, const char* what) {
+        if (wrong)
+            problems.push_back(complaint(key, what, text));
+    };
+    complain(characters.trimmed() != characters, "begins or ends with a space");
+    complain(text.find("  ") != std::string::npos, "has two spaces in a row");
+    complain(hasControlCharacter(characters), "has a character that is none of writing");
+    complain(characters.normalized(QString::NormalizationForm_C) != characters,
+             "has accents apart from their letters");
+    complain(text.find('&') != std::string::npos, "has a character that menus swallow");
+    complain(placeholders(text) != placeholders(key), "has other placeholders");
+    complain(endsWithEllipsis(text) != endsWithEllipsis(key), "gained or lost its ellipsis");
+    return problems;
+}
+
+// Its letters alone, in small ones: what is left to tell two texts apart when only their form differs.
+QString essence(const std::string& text) {
+    QString letters;
+    for (const QChar c : QString::fromStdString(text).toCaseFolded())
+        if (c.isLetterOrNumber())
+            letters += c;
+    return letters;
+}
+
+Problems translationProblems(const StringTable& table, const Writing& writing) {
+    Problems problems;
+    for (const auto& [key, text] : table) {
+        if (writing.identifier == "en") {
+            if (text != key)
+                problems.push_back(complaint(key, "differs from its key", text));
+            continue;
+        }
+        const bool english = essence(text) == essence(key);
+        const bool permitted = contains(writing.asInEnglish, key);
+        if (english && !permitted)
+            problems.push_back(complaint(key, "is not translated", text));
+        if (!english && permitted)
+            problems.push_back(complaint(key, "is translated, so it need not be permitted", text));
+        if (text.ends_with("..."))
+            problems.push_back(complaint(key, "has three full stops for an ellipsis", text));
+    }
+    return problems;
+}
+
+bool permittedLetter(QChar letter, const Writing& writing) {
+    if (writing.foreignLetters.contains(letter, Qt::CaseInsensitive))
+        return false;
+    const bool common = letter.script() == QChar::Script_Common;
+    if (!common && std::ranges::find(writing.scripts, letter.script()) == writing.scripts.end())
+        return false;
+    const bool latin = letter.script() == QChar::Script_Latin;
+    return !latin || letter.unicode() < 0x80 || writing.furtherLetters.contains(letter.toLower());
+}
+
+Problems letterProblems(const StringTable& table, const Writing& writing) {
+    Problems problems;
+    std::set<QChar::Script> seen;
+    for (const auto& [key, text] : table) {
+        if (contains(writing.asInEnglish, key))
+            continue;
+        bool own = false;
+        for (const QChar c : QString::fromStdString(text)) {
+            const bool ofItsScript = std::ranges::find(writing.scripts, c.script()) != writing.scripts.end();
+            own = own || ofItsScript;
+            if (ofItsScript)
+                seen.insert(c.script());
+            if (c.isLetter() && !permittedLetter(c, writing))
+                problems.push_back(
+                    complaint(key, "has a letter of another language, " + QString(c).toStdString(), text));
+        }
+        if (!own)
+            problems.push_back(complaint(key, "has no letter of the language", text));
+    }
+    if (seen.size() != writing.scripts.size())
+        problems.emplace_back("a script of the language appears nowhere");
+    return problems;
+}
+
+// A chosen language is found again by what its menu item says.
+Problems doubleProblems(const StringTable& table) {
+    Problems problems;
+    std::map<std::string, std::string> keys;
+    for (const auto& [key, text] : table) {
+        const auto [first, isNew] = keys.emplace(text, key);
+        if (!isNew)
+            problems.push_back(complaint(first->second, "has the same text as \"" + key + "\"", text));
+    }
+    return problems;
+}
+
+} // namespace
+
+const std::vector<Language>& applicationLanguages() {
+    static const std::vector<Language> languages{
+        {"English", "en"},
+        {"Traditional Chinese", "zh-Hant"},
+        {"Simplified Chinese", "zh-Hans"},
+        {"German", "de"},
+        {"French", "fr"},
+        {"Spanish", "es"},
+        {"Italian", "it"},
+        {"Portuguese", "pt"},
+        {"Dutch", "nl"},
+        {"Swedish", "sv"},
+        {"Korean", "ko"},
+        {"Russian", "ru"},
+        {"Japanese", "ja"},
+        {"Polish", "pl"},
+        {"Thai", "th"},
+        {"Ukrainian", "uk"},
+    };
+    return languages;
+}
+
+const std::vector<std::string>& tableKeys() {
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> all{"Calibration",
+                                     "Projection Distance",
+                                     "Distance1",
+                                     "Distance2",
+                                     "Distance3",
+                                     "Language",
+                                     "Help",
+                                     "About...",
+                                     "Exit",
+                                     "Detect again!",
+                                     kStrayLightMessage,
+                                     "Threshold",
+                                     "Forced Exposure",
+                                     "Send to the unit",
+                                     "Camera picture",
+                                     "Debug",
+                                     "The camera unit is connected",
+                                     "No camera unit",
+                                     "OK"};
+        for (const Language& language : applicationLanguages())
+            all.push_back(language.key);
+        return all;
+    }();
+    return keys;
+}
+
+std::string textOf(const StringTable& table, std::string_view key) {
+    const auto entry = std::ranges::find(table, key, &StringTable::value_type::first);
+    return entry == table.end() ? std::string() : entry->second;
+}
+
+std::vector<std::string> problemsOf(const StringTable& table, const std::string& identifier) {
+    const Writing& writing = writingOf(identifier);
+    Problems problems = keyProblems(table);
+    for (const auto& [key, text] : table)
+        append(problems, formProblems(key, text));
+    append(problems, translationProblems(table, writing));
+    append(problems, letterProblems(table, writing));
+    append(problems, doubleProblems(table));
+    return problems;
+}
+
+std::vector<std::string> problemsBetween(const StringTable& one, const StringTable& other) {
+    const std::string message = textOf(one, kStrayLightMessage);
+    if (message == textOf(other, kStrayLightMessage))
+        return {"one language's message for the other: " + message};
+    return {};
+}
+
+} // namespace lightpen

@@ -1,0 +1,394 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/files/XdgDefaults.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "kit/OrdinaryUser.h"
+#include "kit/RecordingLog.h"
+#include "kit/TemporaryDirectory.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class XdgDefaultsTest : public testing::Test {
+protected:
+    void write(const std::string& text) {
+        std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+        writeFile(file, text);
+    }
+    std::optional<DefaultsValue> reread(std::string_view key) { return XdgDefaults(file).objectForKey(key); }
+
+    TemporaryDirectory directory;
+    const std::string file = directory.file("config/LightPenNX7/settings.ini");
+    RecordingLog log;
+};
+
+TEST_F(XdgDefaultsTest, HasNothingAtFirstAndSaysNothing) {
+    const XdgDefaults defaults(file);
+    EXPECT_EQ(defaults.objectForKey("Language"), std::nullopt);
+    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(XdgDefaultsTest, PutsTheUsersValueBeforeTheRegisteredOne) {
+    XdgDefaults defaults(file);
+    defaults.registerDefaults({{"Distance", std::int64_t{3}}});
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{3}));
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{5}));
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{5}));
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{5}));
+}
+
+TEST_F(XdgDefaultsTest, ReadsEveryValueBackAsItWas) {
+    const std::vector<DefaultsValue> values{true,
+                                            false,
+                                            std::int64_t{0},
+                                            std::int64_t{-7},
+                                            std::numeric_limits<std::int64_t>::min(),
+                                            0.1,
+                                            3.0,
+                                            -1e300,
+                                            std::string(""),
+                                            std::string("es"),
+                                            std::string("true"),
+                                            std::string("12"),
+                                            std::string("1.5"),
+                                            std::string("'quoted"),
+                                            std::string("a, b; c=d \\ \"e\"\n%20 @Variant(é)"),
+                                            std::string("  ends with spaces  ")};
+    for (const DefaultsValue& value : values) {
+        ASSERT_TRUE(XdgDefaults(file).setObject("Launch At Start Up", value));
+        EXPECT_EQ(reread("Launch At Start Up"), value) << readFile(file);
+    }
+}
+
+TEST_F(XdgDefaultsTest, KeepsWhatIsNotFinite) {
+    XdgDefaults defaults(file);
+    defaults.setObject("gain", std::numeric_limits<double>::infinity());
+    EXPECT_EQ(defaults.objectForKey("gain"), DefaultsValue(std::numeric_limits<double>::infinity()));
+    EXPECT_EQ(reread("gain"), DefaultsValue(std::string("inf"))); // no number that anything could use
+}
+
+TEST_F(XdgDefaultsTest, ReadsWhatPeopleType) {
+    write("[General]\nPointer=xtest\nMain%20Screen=HDMI-1\nDistance=2\nTitle=one, two\nOn=true\n");
+    const XdgDefaults defaults(file);
+    EXPECT_EQ(defaults.objectForKey("Pointer"), DefaultsValue(std::string("xtest")));
+    EXPECT_EQ(defaults.objectForKey("Main Screen"), DefaultsValue(std::string("HDMI-1")));
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{2}));
+    EXPECT_EQ(defaults.objectForKey("Title"), DefaultsValue(std::string("one, two")));
+    EXPECT_EQ(defaults.objectForKey("On"), DefaultsValue(true));
+}
+
+TEST_F(XdgDefaultsTest, AValueOfAnotherTypeDoesNotCount) {
+    write("[General]\nDistance=far\nGain=2\nHalf=true\nName=7\nOn%20Time=yes\nOn=1\nFree=what\n");
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), IsEmpty());
+    defaults.registerDefaults({{"Distance", std::int64_t{3}},
+                               {"Gain", 0.5},
+                               {"Half", 0.25},
+                               {"Name", std::string("pen")},
+                               {"On", true},
+                               {"On Time", false},
+                               {"Unset", true}});
+    const auto line = [&](const std::string& words) {
+        return "Settings: " + file + ": " + words + "; the default holds";
+    };
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre(line("\"Distance\" is \"far\", not a whole number"),
+                            line("\"Half\" is \"true\", not a number"), line("\"Name\" is \"7\", not a text"),
+                            line("\"On\" is \"1\", not true or false"),
+                            line("\"On Time\" is \"yes\", not true or false")));
+    EXPECT_EQ(defaults.objectForKey("Half"), DefaultsValue(0.25));
+    EXPECT_EQ(defaults.objectForKey("Name"), DefaultsValue(std::string("pen")));
+    EXPECT_EQ(defaults.objectForKey("On Time"), DefaultsValue(false));
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{3}));
+    EXPECT_EQ(defaults.objectForKey("Gain"), DefaultsValue(2.0));
+    EXPECT_EQ(defaults.objectForKey("On"), DefaultsValue(true));
+}
+
+TEST_F(XdgDefaultsTest, KeepsWhatOthersHaveWrittenMeanwhile) {
+    XdgDefaults defaults(file);
+    defaults.setObject("first", std::int64_t{1});
+    ASSERT_TRUE(XdgDefaults(file).setObject("second", std::int64_t{2}));
+    defaults.setObject("third", std::int64_t{3});
+    const XdgDefaults all(file);
+    for (const auto& [key, value] : {std::pair("first", 1), std::pair("second", 2), std::pair("third", 3)})
+        EXPECT_EQ(all.objectForKey(key), DefaultsValue(std::int64_t{value}));
+}
+
+TEST_F(XdgDefaultsTest, ReplacesTheFileInOneStep) {
+    XdgDefaults defaults(file);
+    defaults.setObject("a", std::int64_t{1});
+    const std::string old = directory.file("old");
+    std::filesystem::create_hard_link(file, old);
+    const std::string before = readFile(old);
+    defaults.setObject("a", std::int64_t{2});
+    EXPECT_EQ(readFile(old), before); // the old file was not written into
+    EXPECT_NE(readFile(file), before);
+}
+
+TEST_F(XdgDefaultsTest, MovesADamagedFileAside) {
+    const std::string damaged = "[General]\nDistance=7\n\x01\x02 no such line\n[unclosed\n";
+    write(damaged);
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Settings: " + file + " is damaged; the defaults hold, and it is kept as " +
+                            file + ".damaged"));
+    EXPECT_EQ(readFile(file + ".damaged"), damaged);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    defaults.registerDefaults({{"Distance", std::int64_t{3}}});
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{3}));
+
+    // From then on it is a file like any other.
+    EXPECT_TRUE(defaults.setObject("Gain", std::int64_t{9}));
+    EXPECT_EQ(reread("Gain"), DefaultsValue(std::int64_t{9}));
+    EXPECT_EQ(reread("Distance"), std::nullopt);
+    EXPECT_THAT(log.takeLines(), IsEmpty());
+}
+
+TEST_F(XdgDefaultsTest, AFileThatCannotBeWrittenIsSaidAndTheValueHolds) {
+    writeFile(directory.file("config"), "a file where a folder is needed");
+    XdgDefaults defaults(file);
+    log.clear();
+    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{4}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{4}));
+
+    std::filesystem::remove(directory.file("config"));
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{5}));
+}
+
+TEST_F(XdgDefaultsTest, AFileThatCannotBeReadIsSaid) {
+    std::filesystem::create_directories(file);
+    const XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
+}
+
+TEST_F(XdgDefaultsTest, GivesTheRegisteredValueBack) {
+    XdgDefaults defaults(file);
+    defaults.registerDefaults({{"Language", std::string("en")}});
+    defaults.setObject("Language", std::string("th"));
+    defaults.setObject("Distance", std::int64_t{5});
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_EQ(defaults.objectForKey("Language"), DefaultsValue(std::string("en")));
+    EXPECT_EQ(reread("Language"), std::nullopt);
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{5}));
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_TRUE(defaults.setObject("Language", std::string("ja")));
+    EXPECT_EQ(reread("Language"), DefaultsValue(std::string("ja")));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(XdgDefaultsTest, TakesAwayWhatSomebodyElseHasSet) {
+    XdgDefaults defaults(file);
+    ASSERT_TRUE(XdgDefaults(file).setObject("Language", std::string("th")));
+    EXPECT_TRUE(defaults.removeObjectForKey("Language"));
+    EXPECT_EQ(reread("Language"), std::nullopt);
+}
+
+TEST_F(XdgDefaultsTest, AValueThatCannotBeTakenAwayIsSaid) {
+    XdgDefaults defaults(file);
+    defaults.setObject("Language", std::string("th"));
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    EXPECT_FALSE(defaults.removeObjectForKey("Language"));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Language\" cannot be written to " + file));
+    EXPECT_EQ(defaults.objectForKey("Language"), std::nullopt);
+}
+
+// What a crash, a bad disk or an editor can make of the file.
+class DamagedDefaultsTest : public XdgDefaultsTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(DamagedDefaultsTest, AreMovedAsideAtTheStart) {
+    write(GetParam());
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Settings: " + file + " is damaged; the defaults hold, and it is kept as " +
+                            file + ".damaged"));
+    EXPECT_TRUE(readFile(file + ".damaged") == GetParam());
+    EXPECT_EQ(defaults.objectForKey("Distance"), std::nullopt);
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), IsEmpty());
+}
+
+TEST_P(DamagedDefaultsTest, AreWrittenAnewLater) {
+    XdgDefaults defaults(file);
+    defaults.setObject("Language", std::string("th"));
+    defaults.setObject("Distance", std::int64_t{2});
+    write(GetParam());
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{3}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " has been damaged; it is kept as " +
+                                             file + ".damaged and written anew"));
+    EXPECT_TRUE(readFile(file + ".damaged") == GetParam());
+    EXPECT_EQ(reread("Language"), DefaultsValue(std::string("th")));
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{3}));
+}
+
+TEST_P(DamagedDefaultsTest, AreLeftAloneWhereTheyCannotBeMoved) {
+    write(GetParam());
+    std::filesystem::create_directories(file + ".damaged/full");
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " is damaged; the defaults hold"));
+    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+    EXPECT_TRUE(readFile(file) == GetParam());
+    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{2}));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DamagedDefaultsTest,
+                         testing::Values("[General]\nDistance=7\nLangu", // cut off in a key
+                                         "[Gene",                        // in the group
+                                         "\x7f"
+                                         "ELF\x01\x02 = \xc3\xa9\n no such line\n", // another file
+                                         std::string(4096, '\0'), // of a crash of the machine
+                                         "[General]\nDistance=7\n" + std::string(3, '\0'),
+                                         "[General]\nDistance=7\nLanguage=caf\xe9\n",
+                                         "[General]\nDistance=7\n" + std::string(1024 * 1024, ';') + "\n"));
+
+TEST_F(XdgDefaultsTest, APipeDoesNotHoldTheProgramUp) {
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    XdgDefaults defaults(file);
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
+    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+}
+
+TEST_F(XdgDefaultsTest, WritesThroughALink) {
+    write("[General]\nDistance=7\n");
+    const std::string real = directory.file("real.ini");
+    std::filesystem::rename(file, real);
+    std::filesystem::create_symlink(real, file);
+    EXPECT_TRUE(XdgDefaults(file).setObject("Distance", std::int64_t{8}));
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    EXPECT_EQ(XdgDefaults(real).objectForKey("Distance"), DefaultsValue(std::int64_t{8}));
+}
+
+// In a process of its own, as a user whom permissions hold up.
+class XdgDefaultsDeathTest : public XdgDefaultsTest {
+protected:
+    void SetUp() override {
+        if (!ordinaryUserMayEnter(directory.path().parent_path()))
+            GTEST_SKIP() << "no ordinary user can go into the folder for temporary files";
+    }
+    void leaveTo(std::filesystem::perms ofFile, std::filesystem::perms ofFolder) {
+        using std::filesystem::perms;
+        write("[General]\nDistance=7\n");
+        const auto folder = std::filesystem::path(file).parent_path();
+        std::filesystem::permissions(file, ofFile);
+        std::filesystem::permissions(folder, ofFolder);
+        for (auto above = folder.parent_path(); above != directory.path().parent_path();
+             above = above.parent_path())
+            std::filesystem::permissions(above, perms::owner_all | perms::others_read | perms::others_exec);
+        if (!becomeOrdinaryUser())
+            std::_Exit(9);
+    }
+    // Sets a value and leaves with 0 when that fails and the old one is still in the file.
+    [[noreturn]] void expectRefusal(std::size_t lines) {
+        XdgDefaults defaults(file);
+        const bool stored = defaults.setObject("Distance", std::int64_t{8});
+        const bool held = defaults.objectForKey("Distance") == DefaultsValue(std::int64_t{8});
+        for (const std::string& line : log.lines())
+            std::fprintf(stderr, "%s\n", line.c_str());
+        std::_Exit(!stored && held && log.lines().size() == lines ? 0 : 1);
+    }
+};
+
+TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeWrittenStays) {
+    using std::filesystem::perms;
+    EXPECT_EXIT(
+        {
+            leaveTo(perms::owner_read | perms::others_read, perms::all);
+            expectRefusal(1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(XdgDefaultsDeathTest, AFolderThatMayNotBeWrittenStays) {
+    using std::filesystem::perms;
+    EXPECT_EXIT(
+        {
+            leaveTo(perms::owner_read | perms::others_read,
+                    perms::owner_read | perms::owner_exec | perms::others_read | perms::others_exec);
+            expectRefusal(1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeReadStays) {
+    EXPECT_EXIT(
+        {
+            leaveTo(std::filesystem::perms::none, std::filesystem::perms::all);
+            expectRefusal(2);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// A process that stores one number after another and says each when it is stored, until it is killed.
+[[noreturn]] void storeNumbers(const std::string& file, int acknowledgements) {
+    XdgDefaults defaults(file);
+    for (std::int64_t number = 1;; ++number) {
+        if (!defaults.setObject("Number", number) ||
+            ::write(acknowledgements, &number, sizeof number) != sizeof number)
+            std::_Exit(1);
+    }
+}
+
+TEST_F(XdgDefaultsTest, SurvivesACrashAtAnyMoment) {
+    write("[General]\nLanguage=th\n");
+    std::int64_t reached = 0;
+    for (int crash = 0; crash < 25; ++crash) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0)
+            storeNumbers(file, ends[1]);
+        close(ends[1]);
+        std::int64_t acknowledged = 0;
+        while (acknowledged < 3 && ::read(ends[0], &acknowledged, sizeof acknowledged) > 0) {
+        }
+        std::this_thread::sleep_for(crash * std::chrono::microseconds(40)); // another moment each time
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        while (::read(ends[0], &acknowledged, sizeof acknowledged) > 0) {
+        }
+        close(ends[0]);
+        EXPECT_EQ(reread("Language"), DefaultsValue(std::string("th")));
+        const auto stored = reread("Number");
+        ASSERT_TRUE(stored);
+        EXPECT_GE(std::get<std::int64_t>(*stored), acknowledged);
+        EXPECT_LE(std::get<std::int64_t>(*stored), acknowledged + 1);
+        reached = acknowledged;
+    }
+    EXPECT_GE(reached, 3);
+    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_TRUE(XdgDefaults(file).setObject("Language", std::string("ja"))); // no lock holds it up
+}
+
+TEST(XdgDefaultsFile, LiesUnderTheConfigurationFolder) {
+    setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
+    EXPECT_EQ(XdgDefaults::userFile(), "/somewhere/else/LightPenNX7/settings.ini");
+    unsetenv("XDG_CONFIG_HOME");
+    setenv("HOME", "/home/pen", 1);
+    EXPECT_EQ(XdgDefaults::userFile(), "/home/pen/.config/LightPenNX7/settings.ini");
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,346 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/files/XdgLoginItems.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <map>
+
+#include "kit/RecordingLog.h"
+#include "kit/TemporaryDirectory.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+constexpr const char* kOwn = "org.lightpen.LightPenNX7.desktop";
+constexpr const char* kOther =
+    "[Desktop Entry]\nType=Application\nName=Other\nExec=\"/opt/a b/other\" --start %U\n";
+
+std::string own(const std::string& path, int order, const std::string& more = "") {
+    return "[Desktop Entry]\nType=Application\nName=LightPenNX7\nExec=" + path + "\n" + more +
+           "X-LightPenNX7-Path=" + path +
+           "\nX-LightPenNX7-Hide=false\nX-LightPenNX7-Order=" + std::to_string(order) + "\n";
+}
+
+class XdgLoginItemsTest : public testing::Test {
+protected:
+    void put(const std::string& name, const std::string& text) {
+        std::filesystem::create_directories(folder);
+        writeFile(folder + '/' + name, text);
+    }
+    std::string text(const std::string& name) const { return readFile(folder + '/' + name); }
+    // Every file with its bytes and the moment of its last change.
+    using Contents = std::map<std::string, std::pair<std::string, std::filesystem::file_time_type>>;
+    Contents contents() const {
+        Contents result;
+        for (const auto& file : std::filesystem::directory_iterator(folder))
+            result[file.path().filename()] = {readFile(file.path()), file.last_write_time()};
+        return result;
+    }
+    // The list as a program sees it that starts now.
+    std::vector<LoginItem> list() const {
+        return XdgLoginItems(folder).copyValue().value_or(std::vector<LoginItem>());
+    }
+    // What a launch does: it reads the list, changes it and writes it back.
+    template <class Change>
+    bool launch(Change change) {
+        XdgLoginItems items(folder);
+        auto present = items.copyValue().value_or(std::vector<LoginItem>());
+        change(present);
+        items.setValue(present);
+        return items.synchronize();
+    }
+    bool add(const std::string& path, bool hide = false) {
+        return launch([&](std::vector<LoginItem>& items) { items.push_back({path, hide, {}}); });
+    }
+    // Gives the item that is at the place a path and puts it at the end.
+    bool refresh(std::size_t place, const std::string& path) {
+        return launch([&](std::vector<LoginItem>& items) {
+            LoginItem item = items.at(place);
+            items.erase(items.begin() + static_cast<std::ptrdiff_t>(place));
+            item.path = path;
+            items.push_back(item);
+        });
+    }
+    bool drop(std::size_t place) {
+        return launch([&](std::vector<LoginItem>& items) {
+            items.erase(items.begin() + static_cast<std::ptrdiff_t>(place));
+        });
+    }
+
+    const TemporaryDirectory directory;
+    const std::string folder = directory.file("config/autostart");
+    RecordingLog log;
+};
+
+TEST_F(XdgLoginItemsTest, HasNoListAtFirst) {
+    XdgLoginItems items(folder);
+    EXPECT_EQ(items.copyValue(), std::nullopt);
+    EXPECT_TRUE(items.synchronize());
+    items.setValue({});
+    EXPECT_TRUE(items.synchronize());
+    EXPECT_FALSE(std::filesystem::exists(directory.file("config")));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(XdgLoginItemsTest, ANewItemIsAnEntryThatStartsIt) {
+    const LoginItem item{"/opt/Light Pen/LightPenNX7", false, {}, "org.example.pen"};
+    ASSERT_TRUE(launch([&](std::vector<LoginItem>& items) { items.push_back(item); }));
+    EXPECT_EQ(text(kOwn), "[Desktop Entry]\n"
+                          "Type=Application\n"
+                          "Name=LightPenNX7\n"
+                          "Icon=org.lightpen.LightPenNX7\n"
+                          "Terminal=false\n"
+                          "X-GNOME-Autostart-enabled=true\n"
+                          "X-KDE-autostart-after=panel\n"
+                          "X-LXQt-Need-Tray=true\n"
+                          "X-LightPenNX7-Path=/opt/Light Pen/LightPenNX7\n"
+                          "Exec=\"/opt/Light Pen/LightPenNX7\"\n"
+                          "X-LightPenNX7-Hide=false\n"
+                          "X-LightPenNX7-Identifier=org.example.pen\n"
+                          "X-LightPenNX7-Order=1\n");
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/Light Pen/LightPenNX7", false, kOwn, "org.example.pen"}));
+    EXPECT_THAT(contents(), SizeIs(1));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(XdgLoginItemsTest, NothingIsStoredBeforeItIsSynchronized) {
+    {
+        XdgLoginItems items(folder);
+        items.setValue({{"/opt/LightPenNX7", false, {}}});
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+TEST_F(XdgLoginItemsTest, KeepsWhetherAnItemStartsHidden) {
+    ASSERT_TRUE(add("/opt/LightPenNX7", true));
+    ASSERT_TRUE(refresh(0, "/home/pen/LightPenNX7"));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/home/pen/LightPenNX7", true, kOwn}));
+    ASSERT_TRUE(launch([](std::vector<LoginItem>& items) { items[0].hide = false; }));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/home/pen/LightPenNX7", false, kOwn}));
+}
+
+TEST_F(XdgLoginItemsTest, RemembersWhomAnItemWasMadeFor) {
+    put(kOwn, own("/old", 1));
+    const auto becomes = [&](const std::optional<std::string>& identifier) {
+        EXPECT_TRUE(launch([&](std::vector<LoginItem>& items) { items.at(0).identifier = identifier; }));
+        return list().at(0).identifier == identifier;
+    };
+    EXPECT_EQ(list().at(0).identifier, std::nullopt);
+    EXPECT_TRUE(becomes("org.example.pen"));
+    EXPECT_EQ(text(kOwn), own("/old", 1) + "X-LightPenNX7-Identifier=org.example.pen\n");
+    EXPECT_TRUE(becomes("org.example.\"ink\""));
+    EXPECT_TRUE(becomes(std::nullopt));
+    put(kOwn, own("/old", 1, "X-LightPenNX7-Identifier=\n"));
+    EXPECT_EQ(list().at(0).identifier, std::nullopt);
+}
+
+TEST_F(XdgLoginItemsTest, ANewPathKeepsEverythingElse) {
+    put(kOwn, "# mine\n" + own("/old", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
+                  "\n[Desktop Action New]\nExec=/old\n");
+    ASSERT_TRUE(refresh(0, "/new"));
+    EXPECT_EQ(text(kOwn), "# mine\n" + own("/new", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
+                              "\n[Desktop Action New]\nExec=/old\n");
+}
+
+TEST_F(XdgLoginItemsTest, AnItemThatHasNotChangedKeepsItsFile) {
+    put(kOwn, own("/opt/LightPenNX7", 1));
+    put("other.desktop", kOther);
+    const auto before = contents();
+    ASSERT_TRUE(refresh(1, "/opt/LightPenNX7"));
+    ASSERT_TRUE(launch([](std::vector<LoginItem>&) {}));
+    EXPECT_EQ(contents(), before);
+}
+
+TEST_F(XdgLoginItemsTest, AUsersOwnCommandLineStaysForAsLongAsThePathDoes) {
+    const std::string mine = own("/opt/LightPenNX7", 1, "Exec=second\n") + "X-LightPenNX7-Hide=true\n";
+    put(kOwn,
+        "[Desktop Entry]\nExec=env QT_SCALE_FACTOR=2 /opt/LightPenNX7\n" + mine.substr(mine.find('\n') + 1));
+    const auto before = contents();
+    ASSERT_TRUE(refresh(0, "/opt/LightPenNX7"));
+    EXPECT_EQ(contents(), before);
+}
+
+TEST_F(XdgLoginItemsTest, OtherApplicationsAreListedByTheirPrograms) {
+    put("b.desktop", kOther);
+    put("a.desktop", "[Desktop Entry]\nName=A\nExec=a-tool\n");
+    put("off.desktop", std::string(kOther) + "Hidden=true\n");
+    put("bus.desktop", "[Desktop Entry]\nName=Bus\nDBusActivatable=true\n");
+    put(kOwn, own("/opt/LightPenNX7", 1));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"a-tool", false, "a.desktop", {}, true},
+                                    LoginItem{"/opt/a b/other", false, "b.desktop", {}, true},
+                                    LoginItem{"/opt/LightPenNX7", false, kOwn}));
+}
+
+TEST_F(XdgLoginItemsTest, OtherApplicationsAreNeverTouched) {
+    put("a.desktop", "[Desktop Entry]\r\n Exec = a-tool\r\n\r\n# odd\r\nX-LightPenNX7-Order=3\r\n");
+    put("b.desktop", kOther);
+    put("damaged.desktop", "[Desktop Entry]\nX-LightPenNX7-Path=/opt/LightPenNX7\nno such line\n");
+    put("latin.desktop", own("/opt/caf\xe9", 2));
+    const auto before = contents();
+    // Not even when the list says so.
+    ASSERT_TRUE(launch([](std::vector<LoginItem>& items) {
+        ASSERT_THAT(items, SizeIs(2));
+        items[0].path = "/elsewhere";
+        items[1].hide = true;
+        items[1].identifier = "org.example.pen";
+        std::swap(items[0], items[1]);
+    }));
+    ASSERT_TRUE(launch([](std::vector<LoginItem>& items) { items.clear(); }));
+    EXPECT_EQ(contents(), before);
+    ASSERT_TRUE(add("/opt/LightPenNX7"));
+    auto after = contents();
+    EXPECT_EQ(after.erase(kOwn), 1u);
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(XdgLoginItemsTest, TheOrderIsThatOfTheKeysThenOfTheNames) {
+    put("1.desktop", own("/first", 12));
+    put("2.desktop", own("/second", 3));
+    put("3.desktop", own("/third", 3));
+    put("4.desktop", kOther);
+    put("5.desktop", own("/fifth", -1)); // no key at all
+    put("6.desktop", own("/sixth", 2));
+    std::vector<std::string> origins;
+    for (const LoginItem& item : list())
+        origins.push_back(item.origin);
+    EXPECT_THAT(origins,
+                ElementsAre("4.desktop", "5.desktop", "6.desktop", "2.desktop", "3.desktop", "1.desktop"));
+}
+
+TEST_F(XdgLoginItemsTest, ARefreshMovesAnItemToTheEnd) {
+    put("1.desktop", own("/first", 1));
+    put("2.desktop", own("/second", 2));
+    put("z.desktop", kOther);
+    const std::string second = text("2.desktop");
+    ASSERT_TRUE(refresh(1, "/first"));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/opt/a b/other", false, "z.desktop", {}, true},
+                                    LoginItem{"/second", false, "2.desktop"},
+                                    LoginItem{"/first", false, "1.desktop"}));
+    EXPECT_EQ(text("1.desktop"), own("/first", 3));
+    EXPECT_EQ(text("2.desktop"), second);
+    ASSERT_TRUE(add("/third"));
+    EXPECT_THAT(text(kOwn), HasSubstr("X-LightPenNX7-Order=4\n"));
+}
+
+TEST_F(XdgLoginItemsTest, OrdersThatAreNoneAreMended) {
+    for (const char* order : {"", "x", "-4", "0", "1000000001", "99999999999999999999", "1.5"}) {
+        put(kOwn,
+            "[Desktop Entry]\nX-LightPenNX7-Path=/pen\nX-LightPenNX7-Order=" + std::string(order) + "\n");
+        ASSERT_TRUE(refresh(0, "/pen"));
+        EXPECT_EQ(text(kOwn), "[Desktop Entry]\nX-LightPenNX7-Path=/pen\nX-LightPenNX7-Order=1\n") << order;
+    }
+}
+
+TEST_F(XdgLoginItemsTest, AnItemThatIsTakenOffIsRemoved) {
+    put("1.desktop", own("/first", 1));
+    put("2.desktop", own("/second", 2));
+    put("z.desktop", kOther);
+    auto expected = contents();
+    expected.erase("1.desktop");
+    ASSERT_TRUE(drop(1));
+    EXPECT_EQ(contents(), expected);
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(XdgLoginItemsTest, TheNameOfAFileThatIsThereIsNotTaken) {
+    put(kOwn, "of somebody else");
+    ASSERT_TRUE(add("/opt/LightPenNX7"));
+    EXPECT_EQ(text(kOwn), "of somebody else");
+    EXPECT_THAT(list(),
+                ElementsAre(LoginItem{"/opt/LightPenNX7", false, "org.lightpen.LightPenNX7-2.desktop"}));
+}
+
+TEST_F(XdgLoginItemsTest, ALinkIsNobodysEntry) {
+    std::filesystem::create_directories(folder);
+    writeFile(directory.file("target"), own("/opt/LightPenNX7", 1));
+    std::filesystem::create_symlink(directory.file("target"), folder + '/' + kOwn);
+    EXPECT_THAT(list(), IsEmpty());
+    ASSERT_TRUE(add("/new"));
+    EXPECT_EQ(readFile(directory.file("target")), own("/opt/LightPenNX7", 1));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder + '/' + kOwn));
+}
+
+TEST_F(XdgLoginItemsTest, WhatSomebodyHasDoneMeanwhileStays) {
+    put("1.desktop", own("/first", 1));
+    put("2.desktop", own("/second", 2));
+    put("3.desktop", own("/third", 3));
+    XdgLoginItems items(folder);
+    auto present = items.copyValue().value();
+    std::filesystem::remove(folder + "/1.desktop");
+    put("2.desktop", own("/second", 2, "Comment=new\n"));
+    put("3.desktop", kOther);
+    put("4.desktop", own("/fourth", 4));
+    for (LoginItem& item : present)
+        item.hide = true;
+    items.setValue(present);
+    ASSERT_TRUE(items.synchronize());
+    EXPECT_FALSE(std::filesystem::exists(folder + "/1.desktop"));
+    EXPECT_THAT(text("2.desktop"), testing::AllOf(HasSubstr("Comment=new\n"), HasSubstr("Hide=true\n")));
+    EXPECT_EQ(text("3.desktop"), kOther);
+    EXPECT_EQ(text("4.desktop"), own("/fourth", 4)); // it was not on the list that was changed
+}
+
+TEST_F(XdgLoginItemsTest, OneItemTwiceIsStoredOnce) {
+    put(kOwn, own("/pen", 1));
+    ASSERT_TRUE(launch([](std::vector<LoginItem>& items) {
+        items.push_back(items[0]);
+        items[1].path = "/other";
+    }));
+    EXPECT_EQ(text(kOwn), own("/pen", 1));
+}
+
+TEST_F(XdgLoginItemsTest, AFolderThatCannotBeMadeLosesNothing) {
+    writeFile(directory.file("config"), "a file where a folder is needed");
+    EXPECT_FALSE(add("/opt/LightPenNX7"));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Login items: " + folder + " cannot be read: Not a directory"));
+    EXPECT_EQ(readFile(directory.file("config")), "a file where a folder is needed");
+}
+
+TEST_F(XdgLoginItemsTest, AnEntryThatCannotBeReplacedLosesNothing) {
+    // Where not even root may write: the name of the temporary file would be too long.
+    const std::string name = std::string(245, 'n') + ".desktop";
+    put(name, own("/old", 1));
+    put("z.desktop", own("/zed", 2));
+    const auto before = contents();
+    EXPECT_FALSE(launch([](std::vector<LoginItem>& items) {
+        items[0].path = "/new";
+        items.pop_back(); // nor is anything removed then
+    }));
+    EXPECT_EQ(contents(), before);
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre(StartsWith("Files: " + folder + '/' + name + " cannot be written: ")));
+}
+
+TEST_F(XdgLoginItemsTest, APathThatNoEntryCanHoldIsSaid) {
+    EXPECT_FALSE(add("/caf\xe9/LightPenNX7"));
+    EXPECT_THAT(log.takeLines(), SizeIs(1));
+    EXPECT_FALSE(add(""));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Login items: no entry can hold the path \"\""));
+    EXPECT_FALSE(std::filesystem::exists(folder));
+
+    put(kOwn, own("/old", 1));
+    const auto before = contents();
+    EXPECT_FALSE(refresh(0, "/\x01"));
+    EXPECT_THAT(log.takeLines(), SizeIs(1));
+    EXPECT_EQ(contents(), before);
+}
+
+TEST(XdgLoginItemsFolder, LiesUnderTheConfigurationFolder) {
+    setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
+    EXPECT_EQ(XdgLoginItems::userFolder(), "/somewhere/else/autostart");
+    unsetenv("XDG_CONFIG_HOME");
+    setenv("HOME", "/home/pen", 1);
+    EXPECT_EQ(XdgLoginItems::userFolder(), "/home/pen/.config/autostart");
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/hid/UnitPublisher.h"
+
+#include <gtest/gtest.h>
+
+#include "kit/CameraUnits.h"
+#include "kit/RecordingLog.h"
+#include "kit/SocketNode.h"
+#include "kit/TestPlatform.h"
+
+namespace lightpen {
+namespace {
+
+using namespace test;
+
+// Follows arrivals and removals of units as the system does, and keeps each as "+" or "-".
+class Observer {
+public:
+    explicit Observer(ServiceRegistry& registry) : registry_(registry) {
+        port_ = registry.IONotificationPortCreate(0);
+        MatchingDictionary units = IOServiceMatching("IOUSBDevice");
+        units.numbers["idVendor"] = kUnitVendorID;
+        for (const auto type : {kIOFirstMatchNotification, kIOTerminatedNotification}) {
+            const auto callback =
+                type == kIOFirstMatchNotification
+                    ? [](void* self,
+                         io_iterator_t iterator) { static_cast<Observer*>(self)->drain(iterator, "+"); }
+                    : [](void* self, io_iterator_t iterator) {
+                          static_cast<Observer*>(self)->drain(iterator, "-");
+                      };
+            io_iterator_t iterator = 0;
+            registry.IOServiceAddMatchingNotification(port_, type, units, callback, this, iterator);
+            drain(iterator, "");
+        }
+    }
+    RunLoopSourceRef source() { return port_->IONotificationPortGetRunLoopSource(); }
+    std::string seen;
+
+private:
+    void drain(io_iterator_t iterator, const char* mark) {
+        while (const io_object_t unit = registry_.IOIteratorNext(iterator)) {
+            seen += mark;
+            registry_.IOObjectRelease(unit);
+        }
+    }
+    ServiceRegistry& registry_;
+    std::shared_ptr<IONotificationPort> port_;
+};
+
+class UnitPublisherTest : public testing::Test {
+protected:
+    UnitPublisherTest() { desktop_.runLoop.addSource(observer_.source(), kCFRunLoopCommonModes); }
+    int open(const std::string& devnode, FileDescriptor& node) {
+        opened_ += devnode + " ";
+        if (openError_ == 0)
+            node = socket_->takeHost();
+        return openError_;
+    }
+    // The readiness test takes a host's end; the next opening gets the unit's connection again.
+    void plugIn(int serial = 1) {
+        socket_ = std::make_unique<SocketNode>();
+        publisher_->nodeSeen(unitNode(0, serial));
+        publisher_->nodeSeen(unitNode(3, serial));
+        socket_ = std::make_unique<SocketNode>();
+    }
+    // The interface of the first HID service, as the system opens it.
+    IOHIDDeviceInterfaceRef openPen() {
+        const io_service_t service =
+            desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
+        std::shared_ptr<IOCFPlugInInterface> plugIn;
+        if (desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn) != kIOReturnSuccess)
+            return nullptr;
+        desktop_.registry.IOObjectRelease(service);
+        auto pen = plugIn->queryInterface();
+        return pen && pen->open(0) == kIOReturnSuccess ? pen : nullptr;
+    }
+    static IOHIDQueueRef startQueue(IOHIDDeviceInterface122& pen) {
+        IOHIDQueueRef queue = pen.allocQueue();
+        queue->create(0, 1);
+        queue->addElement(1, 0);
+        queue->start();
+        return queue;
+    }
+    std::vector<std::string> listed(std::string_view className) {
+        std::vector<std::string> paths;
+        io_iterator_t services = 0;
+        desktop_.registry.IOServiceGetMatchingServices(0, IOServiceMatching(className), services);
+        while (const io_object_t service = desktop_.registry.IOIteratorNext(services)) {
+            std::string path;
+            desktop_.registry.IORegistryEntryGetPath(service, kIOServicePlane, path);
+            paths.push_back(path);
+            desktop_.registry.IOObjectRelease(service);
+        }
+        desktop_.registry.IOObjectRelease(services);
+        return paths;
+    }
+
+    RecordingLog log_;
+    TestPlatform desktop_;
+    Observer observer_{desktop_.registry};
+    std::string opened_;
+    int openError_ = 0;
+    std::unique_ptr<SocketNode> socket_;
+    std::unique_ptr<UnitPublisher> publisher_ = std::make_unique<UnitPublisher>(
+        desktop_.registry, desktop_.runLoop, desktop_.clock,
+        [this](const std::string& devnode, FileDescriptor& node) { return open(devnode, node); });
+};
+
+TEST_F(UnitPublisherTest, AReadyUnitIsListedAndReportedOnce) {
+    plugIn();
+    EXPECT_EQ(listed("IOUSBDevice"), std::vector<std::string>{"IOService:/devices/pci0000:00/usb1/1-2"});
+    const auto hid = listed("IOHIDDevice");
+    ASSERT_EQ(hid.size(), 2U);
+    EXPECT_NE(hid[0].find("IOUSBInterface@3"), std::string::npos);
+    EXPECT_NE(hid[1].find("IOUSBInterface@0"), std::string::npos);
+    publisher_->nodeSeen(unitNode(3));
+    desktop_.runLoop.runPending();
+    EXPECT_EQ(observer_.seen, "+");
+    EXPECT_EQ(opened_, "/dev/hidraw13 ") << "only the pen's node, and only once";
+}
+
+TEST_F(UnitPublisherTest, AUnitWithoutPermissionIsAbsentWithOneLine) {
+    openError_ = EACCES;
+    plugIn();
+    publisher_->nodeSeen(unitNode(3));
+    EXPECT_TRUE(listed("IOUSBDevice").empty());
+    EXPECT_TRUE(listed("IOHIDDevice").empty());
+    ASSERT_EQ(log_.lines().size(), 1U);
+    EXPECT_NE(log_.lines()[0].find("70-lightpen-nx7.rules"), std::string::npos);
+    openError_ = 0;
+    publisher_->nodeSeen(unitNode(3));
+    desktop_.runLoop.runPending();
+    EXPECT_EQ(observer_.seen, "+");
+}
+
+TEST_F(UnitPublisherTest, TheInterfaceTalksToTheNode) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    const auto queue = startQueue(*pen);
+    socket_->send(Bytes{0, 5, 1, 7, 2});
+    IOHIDEventStruct event;
+    EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValueSize, 804U);
+    EXPECT_EQ(event.longValue[3], 7);
+    EXPECT_EQ(pen->setReport(IOHIDReportType::output, 0, Bytes{'H', 0}, 60'000), kIOReturnSuccess);
+    EXPECT_EQ(socket_->take(), (Bytes{0, 'H', 0}));
+}
+
+TEST_F(UnitPublisherTest, WhenTheBusReportsFirstTheDeviceVanishesAtOnceAndTheRemovalFollows) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    const auto queue = startQueue(*pen);
+    desktop_.runLoop.runPending();
+    publisher_->deviceGone(cameraUnit().path);
+    IOHIDEventStruct event;
+    EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValue, Bytes(804, 0));
+    EXPECT_EQ(pen->setReport(IOHIDReportType::output, 0, Bytes{'H'}, kIOHIDNoTimeout), kIOReturnNoDevice);
+    EXPECT_TRUE(listed("IOUSBDevice").empty());
+    desktop_.runLoop.runPending();
+    EXPECT_EQ(observer_.seen, "+") << "not before the last report can have been taken";
+    socket_->unplug();
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    EXPECT_EQ(observer_.seen, "+-");
+}
+
+TEST_F(UnitPublisherTest, WhenTheNodeHangsUpFirstTheUnitIsWithdrawnWithoutTheBus) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    desktop_.runLoop.runPending();
+    socket_->unplug();
+    EXPECT_TRUE(eventually([&] {
+        desktop_.runLoop.runPending();
+        return listed("IOUSBDevice").empty();
+    }));
+    EXPECT_TRUE(listed("IOHIDDevice").empty());
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    for (const int interface : {0, 3})
+        publisher_->nodeGone(unitNode(interface).path);
+    publisher_->deviceGone(cameraUnit().path);
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    EXPECT_EQ(observer_.seen, "+-");
+}
+
+TEST_F(UnitPublisherTest, AHangUpThatIsHeardLateDoesNotTouchTheUnitThatCameAfterwards) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    socket_->unplug();
+    // The hang-up waits on the loop while the bus tells the whole story.
+    IOHIDEventStruct event;
+    startQueue(*pen)->getNextEvent(event, 0, 0);
+    publisher_->deviceGone(cameraUnit().path);
+    plugIn(); // the very same names again
+    EXPECT_EQ(pen->close(), kIOReturnSuccess);
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    EXPECT_EQ(listed("IOUSBDevice").size(), 1U);
+}
+
+TEST_F(UnitPublisherTest, AReplugWithinTheRemovalDelayIsARemovalAndAnArrival) {
+    plugIn(1);
+    desktop_.runLoop.runPending();
+    publisher_->nodeGone(unitNode(3, 1).path);
+    publisher_->nodeGone(unitNode(0, 1).path);
+    publisher_->deviceGone(cameraUnit().path);
+    desktop_.runLoop.runFor(Microseconds(20'000));
+    plugIn(2);
+    desktop_.runLoop.runFor(Microseconds(100'000));
+    EXPECT_EQ(observer_.seen, "+-+");
+    EXPECT_NE(listed("IOHIDDevice").at(0).find("hidraw23"), std::string::npos);
+}
+
+TEST_F(UnitPublisherTest, AFreshLookFindsAReplugWhoseEventsWereLost) {
+    plugIn(1);
+    desktop_.runLoop.runPending();
+    socket_ = std::make_unique<SocketNode>();
+    publisher_->allNodes({unitNode(0, 2), unitNode(3, 2)});
+    desktop_.runLoop.runFor(Microseconds(100'000));
+    EXPECT_EQ(observer_.seen, "+-+");
+    EXPECT_EQ(listed("IOHIDDevice").size(), 2U);
+    publisher_->allNodes({unitNode(0, 2), unitNode(3, 2)});
+    desktop_.runLoop.runFor(Microseconds(100'000));
+    EXPECT_EQ(observer_.seen, "+-+");
+    publisher_->allNodes({});
+    EXPECT_TRUE(listed("IOHIDDevice").empty());
+}
+
+TEST_F(UnitPublisherTest, TheInterfaceOfAUnitThatIsGoneCannotBeMade) {
+    plugIn();
+    const io_service_t service =
+        desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
+    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    ASSERT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnSuccess);
+    publisher_->deviceGone(cameraUnit().path);
+    EXPECT_EQ(plugIn->queryInterface(), nullptr);
+    EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnNoDevice);
+}
+
+TEST_F(UnitPublisherTest, AnInterfaceWithNumberedReportsIsListedWithoutAPlugIn) {
+    HidNode numbered = unitNode(4);
+    numbered.descriptor =
+        kVendorCollection + Bytes{0x85, 0x01} + reportSize(8) + reportCount(4) + kInput + kEndCollection;
+    publisher_->nodeSeen(numbered);
+    plugIn();
+    const io_service_t first =
+        desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
+    std::string path;
+    desktop_.registry.IORegistryEntryGetPath(first, kIOServicePlane, path);
+    EXPECT_NE(path.find("IOUSBInterface@4"), std::string::npos);
+    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(first, plugIn), kIOReturnUnsupported);
+}
+
+TEST_F(UnitPublisherTest, AnOpenInterfaceOutlivesThePublisher) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    const auto queue = startQueue(*pen);
+    publisher_.reset();
+    socket_->send(Bytes{0, 5});
+    IOHIDEventStruct event;
+    EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    socket_->unplug();
+    EXPECT_TRUE(eventually(
+        [&] { return pen->setReport(IOHIDReportType::output, 0, Bytes{'H'}, 1000) == kIOReturnNoDevice; }));
+    desktop_.runLoop.runPending();
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/panel/XTray.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include "kit/Xvfb.h"
+#include "kit/linux/FakeXTray.h"
+
+namespace lightpen {
+namespace {
+
+class XTrayTest : public testing::Test {
+protected:
+    // Waits until there is something to read; false when nothing has come.
+    static bool readable(const XTray& tray, int milliseconds) {
+        pollfd descriptor{tray.descriptor(), POLLIN, 0};
+        return poll(&descriptor, 1, milliseconds) == 1;
+    }
+    Xvfb server;
+    FakeXTray panel{server.display()};
+};
+
+TEST_F(XTrayTest, IsThereForAsLongAsItsPanel) {
+    const auto tray = XTray::connect(server.display().c_str());
+    ASSERT_TRUE(tray);
+    EXPECT_FALSE(tray->present());
+    panel.appear();
+    EXPECT_TRUE(tray->present());
+    panel.disappear();
+    EXPECT_FALSE(tray->present());
+}
+
+TEST_F(XTrayTest, AnnouncesItself) {
+    const auto tray = XTray::connect(server.display().c_str());
+    ASSERT_TRUE(tray);
+    panel.announceSomethingElse();
+    ASSERT_TRUE(readable(*tray, 10'000));
+    EXPECT_FALSE(tray->arrived());
+    panel.appear();
+    ASSERT_TRUE(readable(*tray, 10'000));
+    EXPECT_TRUE(tray->arrived());
+    EXPECT_FALSE(tray->arrived());
+}
+
+TEST_F(XTrayTest, AnAnnouncementIsNotLostToAnotherQuestion) {
+    const auto tray = XTray::connect(server.display().c_str());
+    ASSERT_TRUE(tray);
+    panel.appear();
+    EXPECT_TRUE(tray->present()); // the announcement came before this reply
+    EXPECT_TRUE(tray->arrived());
+}
+
+TEST_F(XTrayTest, KnowsTheTrayOfItsOwnScreenOnly) {
+    const Xvfb two("640x480", {"-screen", "1", "320x200x24"});
+    FakeXTray ofTheFirst(two.display());
+    ofTheFirst.appear();
+    EXPECT_TRUE(XTray::connect((two.display() + ".0").c_str())->present());
+    const auto second = XTray::connect((two.display() + ".1").c_str());
+    ASSERT_TRUE(second);
+    EXPECT_FALSE(second->present());
+}
+
+TEST_F(XTrayTest, EndsWithItsServer) {
+    const auto tray = XTray::connect(server.display().c_str());
+    ASSERT_TRUE(tray);
+    EXPECT_TRUE(tray->alive());
+    server.end();
+    ASSERT_TRUE(readable(*tray, 10'000));
+    EXPECT_FALSE(tray->arrived());
+    EXPECT_FALSE(tray->present());
+    EXPECT_FALSE(tray->alive());
+}
+
+TEST(XTrayFailure, NoServerIsNoConnection) {
+    EXPECT_FALSE(XTray::connect(":4711"));
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/pointer/XTestPointer.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include "kit/Eventually.h"
+#include "kit/RecordingLog.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/PointerObserver.h"
+
+namespace lightpen {
+namespace {
+
+class XTestPointerTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { server = std::make_unique<Xvfb>("1000x600"); }
+    static void TearDownTestSuite() { server.reset(); }
+
+    XTestPointerTest() {
+        std::string problem;
+        pointer = XTestPointer::create(server->display().c_str(), geometry, problem);
+        EXPECT_TRUE(pointer) << problem;
+    }
+
+    static std::unique_ptr<Xvfb> server;
+    SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 1000, 600})};
+    PointerObserver observer{server->display()};
+    std::unique_ptr<XTestPointer> pointer;
+};
+
+std::unique_ptr<Xvfb> XTestPointerTest::server;
+
+TEST_F(XTestPointerTest, PressesDragsAndReleases) {
+    EXPECT_EQ(pointer->post(kLeftMouseDown, {100, 50}), kIOReturnSuccess);
+    EXPECT_TRUE(observer.becomes({100, 50, true, false}));
+    EXPECT_EQ(pointer->post(kLeftMouseDragged, {120, 57}), kIOReturnSuccess);
+    EXPECT_TRUE(observer.becomes({120, 57, true, false}));
+    EXPECT_EQ(pointer->post(kLeftMouseUp, {121, 58}), kIOReturnSuccess);
+    EXPECT_TRUE(observer.becomes({121, 58, false, false}));
+}
+
+TEST_F(XTestPointerTest, ClicksOnTheRight) {
+    pointer->post(kRightMouseDown, {300, 200});
+    EXPECT_TRUE(observer.becomes({300, 200, false, true}));
+    pointer->post(kRightMouseUp, {300, 200});
+    EXPECT_TRUE(observer.becomes({300, 200, false, false}));
+}
+
+TEST_F(XTestPointerTest, DragsWithoutAButtonMove) {
+    pointer->post(kLeftMouseDragged, {11, 13});
+    EXPECT_TRUE(observer.becomes({11, 13, false, false}));
+}
+
+TEST_F(XTestPointerTest, LeavesPointsOutsideToTheServer) {
+    pointer->post(kLeftMouseDragged, {-40, 599});
+    EXPECT_TRUE(observer.becomes({0, 599, false, false}));
+    pointer->post(kLeftMouseDragged, {32767, 3});
+    EXPECT_TRUE(observer.becomes({999, 3, false, false}));
+}
+
+TEST_F(XTestPointerTest, SurvivesCoordinatesBeyondTheProtocols) {
+    geometry.store(PointerGeometry({0, 0}, 3, {0, 0, 1000, 600}));
+    pointer->post(kLeftMouseDragged, {32767, 5});
+    EXPECT_TRUE(observer.becomes({999, 15, false, false}));
+    pointer->post(kLeftMouseDragged, {-32768, 6});
+    EXPECT_TRUE(observer.becomes({0, 18, false, false}));
+}
+
+TEST_F(XTestPointerTest, ReleasesWhatIsDownWhereThePointerStands) {
+    pointer->post(kLeftMouseDown, {40, 30});
+    EXPECT_TRUE(observer.becomes({40, 30, true, false}));
+    pointer->releaseButtons();
+    EXPECT_TRUE(observer.becomes({40, 30, false, false}));
+}
+
+TEST_F(XTestPointerTest, LeavesNothingPressedBehind) {
+    pointer->post(kRightMouseDown, {41, 31});
+    EXPECT_TRUE(observer.becomes({41, 31, false, true}));
+    pointer.reset();
+    EXPECT_TRUE(observer.becomes({41, 31, false, false}));
+}
+
+TEST(XTestPointerFailure, AServerThatDiesEndsNothingButTheEvents) {
+    RecordingLog log;
+    signal(SIGPIPE, SIG_IGN); // as in the program
+    Xvfb mortal("640x480");
+    SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 640, 480})};
+    std::string problem;
+    const auto pointer = XTestPointer::create(mortal.display().c_str(), geometry, problem);
+    ASSERT_TRUE(pointer) << problem;
+    EXPECT_EQ(pointer->post(kLeftMouseDown, {1, 2}), kIOReturnSuccess);
+    mortal.end();
+    EXPECT_TRUE(eventually([&] { return pointer->post(kLeftMouseDragged, {3, 4}) == kIOReturnNoDevice; }));
+    EXPECT_EQ(pointer->post(kLeftMouseUp, {3, 4}), kIOReturnNoDevice);
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"Pointer: the X server takes no events any more"});
+}
+
+TEST(XTestPointerFailure, NoDisplayIsNoPointer) {
+    SharedGeometry geometry;
+    std::string problem;
+    EXPECT_FALSE(XTestPointer::create(":4711", geometry, problem));
+    EXPECT_EQ(problem, "no X display :4711");
+    unsetenv("DISPLAY");
+    EXPECT_FALSE(XTestPointer::create(nullptr, geometry, problem));
+    EXPECT_EQ(problem, "no X display");
+}
+
+TEST(XTestPointerFailure, AServerWithoutTheExtensionIsNoPointer) {
+    const Xvfb bare("640x480", {"-extension", "XTEST"});
+    SharedGeometry geometry;
+    std::string problem;
+    EXPECT_FALSE(XTestPointer::create(bare.display().c_str(), geometry, problem));
+    EXPECT_EQ(problem, "the X server has no test extension");
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/process/TerminationSignals.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+
+#include "kit/Pipe.h"
+#include "kit/VirtualTime.h"
+
+namespace lightpen {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Says when it has been told to terminate, from whichever thread.
+class WatchedRunLoop final : public RunLoop {
+public:
+    std::optional<int> waitForStatus() {
+        std::unique_lock lock(mutex_);
+        told_.wait_for(lock, 10s, [&] { return status_.has_value(); });
+        return status_;
+    }
+    void terminate(int status) override {
+        const std::lock_guard hold(mutex_);
+        status_ = status;
+        told_.notify_all();
+    }
+    bool terminating() const override {
+        const std::lock_guard hold(mutex_);
+        return status_.has_value();
+    }
+    [[noreturn]] void exitProcess(int status) override {
+        std::fputs("left at once", stderr);
+        std::_Exit(status);
+    }
+
+    void addCommonMode(std::string_view) override {}
+    bool containsSource(const RunLoopSourceRef&, std::string_view) const override { return false; }
+    void addSource(const RunLoopSourceRef&, std::string_view) override {}
+    void performOnMainThread(PerformRequest) override {}
+    void performAfterDelay(PerformRequest, Microseconds) override {}
+    void cancelPreviousPerformRequests(const void*, std::string_view, std::string_view) override {}
+    void runFor(Microseconds) override {}
+
+private:
+    mutable std::mutex mutex_;
+    std::condition_variable told_;
+    std::optional<int> status_;
+};
+
+class TerminationSignalsTest : public testing::TestWithParam<int> {};
+
+TEST_P(TerminationSignalsTest, EndTheProgramInOrderThoughTheMainThreadIsBusy) {
+    WatchedRunLoop loop;
+    const TerminationSignals signals(loop);
+    ASSERT_EQ(kill(getpid(), GetParam()), 0);
+    // This thread runs no loop: nothing but the signal's own thread can tell it.
+    EXPECT_EQ(loop.waitForStatus(), std::optional<int>(EXIT_SUCCESS));
+}
+
+TEST_P(TerminationSignalsTest, AskedForTwiceLeaveAtOnce) {
+    EXPECT_EXIT(
+        {
+            WatchedRunLoop loop;
+            const TerminationSignals signals(loop);
+            kill(getpid(), GetParam());
+            loop.waitForStatus();
+            kill(getpid(), GetParam());
+            for (;;)
+                pause();
+        },
+        testing::ExitedWithCode(128 + GetParam()), "left at once");
+}
+
+TEST_P(TerminationSignalsTest, AreGivenBackAtTheEnd) {
+    struct sigaction mine {};
+    mine.sa_handler = [](int) {};
+    struct sigaction before {};
+    ASSERT_EQ(sigaction(GetParam(), &mine, &before), 0);
+    {
+        WatchedRunLoop loop;
+        const TerminationSignals signals(loop);
+    }
+    struct sigaction after {};
+    ASSERT_EQ(sigaction(GetParam(), &before, &after), 0);
+    EXPECT_EQ(after.sa_handler, mine.sa_handler);
+}
+
+TEST(TerminationSignals, APipeThatNobodyReadsIsAnErrorOfTheWriteAlone) {
+    signal(SIGPIPE, SIG_DFL);
+    Pipe pipe;
+    pipe.closeReadEnd();
+    {
+        WatchedRunLoop loop;
+        const TerminationSignals signals(loop);
+        EXPECT_EQ(write(pipe.writeEnd(), "x", 1), -1);
+        EXPECT_EQ(errno, EPIPE);
+        EXPECT_FALSE(loop.terminating());
+    }
+    struct sigaction after {};
+    ASSERT_EQ(sigaction(SIGPIPE, nullptr, &after), 0);
+    EXPECT_EQ(after.sa_handler, SIG_DFL);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, TerminationSignalsTest, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/screen/ScreenTakeover.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "kit/PrivateBus.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/CoveringWindow.h"
+#include "kit/linux/FakeWindowManager.h"
+#include "kit/linux/XNeighbour.h"
+
+namespace lightpen {
+namespace {
+
+class ScreenTakeoverTest : public testing::Test {
+protected:
+    ScreenTakeoverTest() { neighbour.setFocus(backdrop); }
+
+    void takeOver() { takeover = std::make_unique<ScreenTakeover>(*screen); }
+    bool keyboardBecomesFree(bool free) {
+        return waitFor([&] { return neighbour.keyboardIsFree() == free; });
+    }
+
+    XNeighbour neighbour{std::getenv("DISPLAY")};
+    const xcb_window_t backdrop = neighbour.openWindow({0, 0, 640, 480, 0x0000FF});
+    const std::unique_ptr<XFullScreen> screen = XFullScreen::connect();
+    std::unique_ptr<ScreenTakeover> takeover;
+};
+
+TEST_F(ScreenTakeoverTest, TheCoveringWindowHasTheKeyboardAndNotTheFocus) {
+    takeOver();
+    CoveringWindow window;
+    window.cover();
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    EXPECT_TRUE(waitFor([&] { return neighbour.focus() == backdrop; }));
+    EXPECT_TRUE(waitFor([&] { return window.isActive(); })); // as Qt sees it
+}
+
+TEST_F(ScreenTakeoverTest, TakesAWindowThatCoversAlready) {
+    CoveringWindow window;
+    window.cover();
+    ASSERT_TRUE(waitFor([&] { return window.isActive(); }));
+    EXPECT_TRUE(neighbour.keyboardIsFree());
+    takeOver();
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    takeover.reset();
+    EXPECT_TRUE(keyboardBecomesFree(true));
+}
+
+TEST_F(ScreenTakeoverTest, GivesTheKeyboardBackWithItsEnd) {
+    takeOver();
+    CoveringWindow window;
+    window.cover();
+    ASSERT_TRUE(keyboardBecomesFree(false));
+    takeover.reset();
+    EXPECT_TRUE(keyboardBecomesFree(true));
+    EXPECT_EQ(neighbour.focus(), backdrop);
+}
+
+TEST_F(ScreenTakeoverTest, AWindowThatCoversNothingIsLeftAlone) {
+    takeOver();
+    QWindow small;
+    small.setGeometry(10, 20, 300, 200);
+    small.show();
+    small.requestActivate();
+    ASSERT_TRUE(waitFor([&] { return small.isActive(); }));
+    EXPECT_TRUE(neighbour.keyboardIsFree());
+    EXPECT_EQ(neighbour.focus(), small.winId());
+    small.setGeometry(QGuiApplication::primaryScreen()->geometry()); // and now it does
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    small.setGeometry(0, 0, 639, 480); // and no longer
+    EXPECT_TRUE(keyboardBecomesFree(true));
+}
+
+TEST_F(ScreenTakeoverTest, FollowsTheWindowThroughHidingAndEnd) {
+    takeOver();
+    CoveringWindow window;
+    window.cover();
+    ASSERT_TRUE(keyboardBecomesFree(false));
+    window.hide();
+    EXPECT_TRUE(keyboardBecomesFree(true));
+    window.cover();
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    window.destroy();
+    EXPECT_TRUE(keyboardBecomesFree(true));
+    CoveringWindow next;
+    next.cover();
+    EXPECT_TRUE(keyboardBecomesFree(false));
+}
+
+TEST_F(ScreenTakeoverTest, AWindowThatDiesFirstHurtsNobody) {
+    takeOver();
+    auto window = std::make_unique<CoveringWindow>();
+    window->cover();
+    ASSERT_TRUE(keyboardBecomesFree(false));
+    window.reset();
+    EXPECT_TRUE(keyboardBecomesFree(true));
+    takeover->activate();
+    takeover.reset();
+    EXPECT_EQ(neighbour.focus(), backdrop);
+}
+
+TEST_F(ScreenTakeoverTest, AFocusThatComesLaterIsLeftWhereItWasToo) {
+    takeOver();
+    CoveringWindow window;
+    window.cover();
+    ASSERT_TRUE(keyboardBecomesFree(false));
+    neighbour.setFocus(static_cast<xcb_window_t>(window.winId()));
+    EXPECT_TRUE(waitFor([&] { return neighbour.focus() == backdrop; }));
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    EXPECT_TRUE(waitFor([&] { return window.isActive(); }));
+}
+
+TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
+    takeOver();
+    CoveringWindow window;
+    window.cover();
+    ASSERT_TRUE(keyboardBecomesFree(false));
+    const auto panel = neighbour.openFreePanel({0, 0, 640, 30, 0x00FF00});
+    EXPECT_TRUE(waitFor([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; }));
+    for (int i = 0; i < 3; ++i) {
+        neighbour.raise(panel);
+        ASSERT_EQ(neighbour.pixelAt(100, 10), 0x00FF00u);
+        EXPECT_TRUE(waitFor([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; })) << i;
+    }
+}
+
+TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItself) {
+    FakeWindowManager manager(std::getenv("DISPLAY"));
+    takeOver();
+    CoveringWindow window;
+    window.showFullScreen(); // asks for nothing
+    const FakeWindowManager::Activation asked{static_cast<xcb_window_t>(window.winId()), 2};
+    EXPECT_TRUE(waitFor([&] { return manager.takeActivation() == asked; }));
+    takeover->activate();
+    EXPECT_TRUE(waitFor([&] { return manager.takeActivation() == asked; }));
+    neighbour.setFocus(asked.window); // what a window manager does about it
+    EXPECT_TRUE(keyboardBecomesFree(false));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(neighbour.focus(), asked.window);
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const lightpen::NoBus none;
+    none.enter();
+    const lightpen::Xvfb server("640x480");
+    server.enter();
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "measure/TapSeries.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "kit/TestPlatform.h"
+#include "kit/Xvfb.h"
+#include "kit/linux/ScreenPainter.h"
+#include "unit/bus/EmulatedBus.h"
+
+namespace lightpen {
+namespace {
+
+using testing::IsEmpty;
+
+// In the place of a driver: what a unit reports is mapped with an error of its own, logged as the driver logs
+// it, and the pointer follows.
+class TapSeriesTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { server = std::make_unique<Xvfb>("640x360"); }
+    static void TearDownTestSuite() { server.reset(); }
+
+    TapSeriesTest() {
+        bus.runOnMainLoop();
+        unit.onReport([this](const UnitReport& report) {
+            desk.runLoop.performAfterDelay({this, "take", {}, [this, report] { take(report); }}, delay);
+        });
+        unit.plug();
+    }
+    void take(const UnitReport& report) {
+        if (report.kind == ReportKind::spot) {
+            const CameraPoint seen{static_cast<double>(report.bytes[1] + 256 * report.bytes[2]),
+                                   static_cast<double>(report.bytes[3] + 256 * report.bytes[4])};
+            const ScreenPoint exact = unit.description().optics.unproject(seen);
+            const bool stumbling = stumbles > 0;
+            const ScreenPoint mapped{exact.x + 0.25 + (stumbling ? 90 : 0), exact.y + 1};
+            log("Event n:1759 mappedPoint: (" + std::to_string(static_cast<int>(seen.x)) + ".00," +
+                std::to_string(static_cast<int>(seen.y)) + ".00)");
+            log("Event n:1763 mappedPoint: " + NSStringFromPoint(mapped) + ", in Region: 4");
+            if (follows)
+                painter.movePointer(static_cast<std::int16_t>(mapped.x), static_cast<std::int16_t>(mapped.y));
+            if (stumbling)
+                --stumbles;
+            if (stumbling || delay > Microseconds::zero())
+                log("Event n:1737 state down to up 0");
+        } else if (lifts) {
+            log("Event n:1737 state down to up 0");
+        }
+    }
+    void log(const std::string& line) { record.logLine(line); }
+    std::string tap(const std::vector<ScreenPoint>& places) {
+        return tapAt(places, unit, record, *eyes, desk.platform, taps);
+    }
+
+    struct NoLog final : LogSink {
+        void logLine(std::string_view) override {}
+        void standardOutput(std::string_view) override {}
+    };
+
+    static std::unique_ptr<Xvfb> server;
+    TestPlatform desk;
+    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
+    CameraUnit& unit = bus.addUnit({.optics = Optics::straight({640, 360})});
+    ScreenPainter painter{server->display()};
+    std::string noProblem;
+    std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
+    NoLog nowhere;
+    MappingRecord record{nowhere};
+    bool follows = true;
+    bool lifts = true;
+    int stumbles = 0;     // as many reports are mapped far away and lift the pen, which the hand does not
+    Microseconds delay{}; // of reading a report; with one, each report is a stroke of its own
+    std::vector<Tap> taps;
+};
+std::unique_ptr<Xvfb> TapSeriesTest::server;
+
+TEST_F(TapSeriesTest, EachTapIsKeptFromTheHandToThePointer) {
+    const std::vector<ScreenPoint> places = {{100.3, 40.8}, {600.2, 300.1}, {100.3, 41.9}};
+    EXPECT_EQ(tap(places), "");
+    ASSERT_EQ(taps.size(), places.size());
+    for (std::size_t i = 0; i < taps.size(); ++i) {
+        const Tap& tap = taps[i];
+        const CameraPoint seen = unit.seen(places[i]);
+        EXPECT_EQ(tap.hand, places[i]);
+        EXPECT_EQ(tap.reported, (CameraPoint{std::round(seen.x), std::round(seen.y)}));
+        EXPECT_NEAR(tap.mapped.x, unit.description().optics.unproject(tap.reported).x + 0.25, 1e-12);
+        EXPECT_NEAR(tap.mapped.y, unit.description().optics.unproject(tap.reported).y + 1, 1e-12);
+        EXPECT_EQ(tap.pointer, (ScreenPoint{std::trunc(tap.mapped.x), std::trunc(tap.mapped.y)}));
+    }
+}
+
+TEST_F(TapSeriesTest, APointerThatDoesNotFollowIsMeasuredWhereItIs) {
+    painter.movePointer(17, 23);
+    follows = false;
+    EXPECT_EQ(tap({{100, 40}}), "");
+    ASSERT_EQ(taps.size(), 1U);
+    EXPECT_EQ(taps[0].pointer, (ScreenPoint{17, 23}));
+}
+
+TEST_F(TapSeriesTest, ATapIsWhatItIsAtItsEndWhenTheDriverHasLiftedThePenBefore) {
+    stumbles = 4;
+    EXPECT_EQ(tap({{100, 40}, {200, 50}}), "");
+    ASSERT_EQ(taps.size(), 2U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+}
+
+TEST_F(TapSeriesTest, WhatIsReadLateOfOneTapIsNotTakenForTheNext) {
+    delay = std::chrono::milliseconds(200);
+    EXPECT_EQ(tap({{100, 40}, {200, 50}, {300, 60}}), "");
+    ASSERT_EQ(taps.size(), 3U);
+    EXPECT_NEAR(taps[0].mapped.x, 100.25, 1);
+    EXPECT_NEAR(taps[1].mapped.x, 200.25, 1);
+    EXPECT_NEAR(taps[2].mapped.x, 300.25, 1);
+}
+
+TEST_F(TapSeriesTest, ATapThatDoesNotArriveEndsTheSeries) {
+    EXPECT_EQ(tap({{100, 40}}), "");
+    unit.unplug();
+    EXPECT_EQ(tap({{200, 50}, {300, 60}}), "The tap at {200, 50} did not become a stroke of the pen.");
+    EXPECT_EQ(taps.size(), 1U);
+}
+
+TEST_F(TapSeriesTest, ATapThatIsNeverReleasedEndsTheSeries) {
+    lifts = false;
+    EXPECT_EQ(tap({{200, 50}}), "The tap at {200, 50} did not become a stroke of the pen.");
+    EXPECT_THAT(taps, IsEmpty());
+}
+
+TEST_F(TapSeriesTest, AServerThatIsGoneIsSaid) {
+    Xvfb other("640x360");
+    eyes = ScreenCapture::create(other.display().c_str(), noProblem);
+    other.end();
+    EXPECT_EQ(tap({{200, 50}}), "The X server does not say where the pointer is.");
+}
+
+} // namespace
+} // namespace lightpen

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <initializer_list>
+#include <vector>
+
+#include "unit/wire/Firmware.h"
+
+namespace lightpen::test {
+
+// A firmware under the hands of a test: time goes by when the test says so, and every report is kept.
+struct FirmwareBench {
+    explicit FirmwareBench(std::size_t reportLength = 32) : firmware(reportLength) { firmware.powerUp(now); }
+
+    Firmware firmware;
+    Microseconds now{5'000'000};
+    Scene scene; // what the camera sees from now on
+
+    // Sends a command, filled up with zeros to a length.
+    void command(std::initializer_list<int> bytes, std::size_t length = 32) {
+        ReportBytes report;
+        for (const int byte : bytes)
+            report.push_back(static_cast<std::uint8_t>(byte));
+        report.resize(length);
+        firmware.handleOutput(report, now);
+    }
+    // Settings with these control bits; bit 6 marks them as settings.
+    void settings(int bits) { command({0, 0x40 | bits, 0x00, 0x02, 0x02, 0x19, 0}); }
+
+    // Lets time go by, and returns what was sent meanwhile.
+    std::vector<UnitReport> run(Microseconds duration) {
+        now += duration;
+        return firmware.advance(now, [this](Microseconds) { return scene; });
+    }
+    std::vector<UnitReport> runTo(Microseconds sinceStart) { return run(sinceStart - (now - start)); }
+    // The time since the bench was made, as a report shows it.
+    Microseconds at(const UnitReport& report) const { return report.time - start; }
+
+    const Microseconds start = now;
+};
+
+inline std::vector<UnitReport> ofKind(const std::vector<UnitReport>& reports, ReportKind kind) {
+    std::vector<UnitReport> found;
+    std::copy_if(reports.begin(), reports.end(), std::back_inserter(found),
+                 [&](const UnitReport& report) { return report.kind == kind; });
+    return found;
+}
+
+inline std::vector<ReportKind> kinds(const std::vector<UnitReport>& reports) {
+    std::vector<ReportKind> found;
+    for (const UnitReport& report : reports)
+        found.push_back(report.kind);
+    return found;
+}
+
+inline std::vector<Microseconds> gaps(const std::vector<UnitReport>& reports) {
+    std::vector<Microseconds> found;
+    for (std::size_t next = 1; next < reports.size(); ++next)
+        found.push_back(reports[next].time - reports[next - 1].time);
+    return found;
+}
+
+// The front of a report.
+inline ReportBytes front(const ReportBytes& bytes, std::size_t count) {
+    return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, bytes.size()))};
+}
+
+} // namespace lightpen::test

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include "unit/room/LetterFont.h"
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+namespace lightpen {
+namespace {
+
+TEST(LetterFontTest, EveryLetterStaysInItsCell) {
+    for (const char letter : std::string_view("LightPendoalr")) {
+        const Glyph glyph = glyphOf(letter);
+        EXPECT_FALSE(glyph.strokes.empty()) << letter;
+        for (const GlyphStroke& stroke : glyph.strokes) {
+            EXPECT_GE(stroke.size(), 2U) << letter;
+            for (const GlyphPoint& point : stroke) {
+                EXPECT_GE(point.x, -0.001) << letter;
+                EXPECT_LE(point.x, glyph.advance) << letter;
+                EXPECT_GE(point.y, 0) << letter;
+                EXPECT_LE(point.y, 1.3 + 0.001) << letter;
+            }
+        }
+    }
+}
+
+TEST(LetterFontTest, ARingComesBackToItsStart) {
+    const GlyphStroke ring = glyphOf('o').strokes.at(0);
+    EXPECT_NEAR(ring.front().x, ring.back().x, 1e-9);
+    EXPECT_NEAR(ring.front().y, ring.back().y, 1e-9);
+}
+
+TEST(LetterFontTest, OnlyTheGHangsBelowTheBaseLine) {
+    for (const char letter : std::string_view("LightPendoalr")) {
+        double lowest = 0;
+        for (const GlyphStroke& stroke : glyphOf(letter).strokes)
+            for (const GlyphPoint& point : stroke)
+                lowest = std::max(lowest, point.y);
+        EXPECT_NEAR(letter == 'g' ? 1.3 : 1.0, lowest, 0.02) << letter;
+    }
+}
+
+TEST(LetterFontTest, AnUnknownCharacterIsAGap) {
+    EXPECT_TRUE(glyphOf('?').strokes.empty());
+    EXPECT_GT(glyphOf(' ').advance, 0);
+}
+
+} // namespace
+} // namespace lightpen

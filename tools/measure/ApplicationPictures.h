@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <QImage>
+#include <QTemporaryDir>
+
+#include "emulated/ScreenCapture.h"
+#include "measure/desktop/ApplicationProcess.h"
+#include "measure/desktop/XTrayPanel.h"
+#include "measure/desktop/XWindows.h"
+
+namespace lightpen {
+
+// Takes the pictures of the application's menu and windows that its documents show, from the program itself
+// on the X server of the environment, which nobody else uses. Main thread.
+class ApplicationPictures {
+public:
+    // The program with a unit in software, and the folder that the pictures go to. Throws when there is no
+    // such display, or a tray already.
+    ApplicationPictures(std::string program, std::filesystem::path output);
+
+    // Takes all of them. Returns what went wrong, empty when nothing did.
+    std::string take();
+
+private:
+    std::string takeMenu(const std::string& language, const std::string& name);
+    std::string takeWindows();
+    std::string takePreview(const std::string& language, const std::string& name);
+    std::string takeCalibration();
+
+    // Starts the program with a home of its own; the settings are lines of its settings file.
+    std::string start(const std::vector<std::string>& options, const std::string& settings);
+    void end();
+    // Opens the menu from the icon; the first entry has the number 1.
+    std::string openMenu();
+    std::string choose(int entry);
+    // The windows that have come since the last call of forget().
+    std::vector<ShownWindow> fresh();
+    void forget() { known_ = windows_.shown(program_.processId()); }
+    template <class Condition>
+    bool comes(Condition condition);
+    bool comesToRest();
+    QImage screen();
+    // The part of the screen in which these windows are, without their frames.
+    QImage pictureOf(const std::vector<ShownWindow>& shown);
+    std::string save(const QImage& picture, const std::string& name);
+
+    const std::filesystem::path output_;
+    XTrayPanel tray_;
+    XWindows windows_;
+    std::unique_ptr<ScreenCapture> eyes_;
+    ApplicationProcess program_;
+    std::unique_ptr<QTemporaryDir> home_;
+    std::vector<ShownWindow> known_;
+};
+
+} // namespace lightpen
