@@ -2,7 +2,9 @@
 # SPDX-License-Identifier: MIT
 """The sizes of files and functions, documented declarations, and tests beside sources; fails above the bounds.
 
-usage: scripts/figures.py [ROOT]
+usage: scripts/figures.py [--list] [ROOT]
+
+What is installed (src), the tools and the tests are counted apart. --list names what has no comment or no test.
 """
 import pathlib
 import re
@@ -11,6 +13,14 @@ import sys
 
 FILE_BOUND = 500
 FUNCTION_BOUND = 80
+HEADERS_BOUND = 21  # of the project's own, included in one file
+# How often tests and benchmarks may name what is private to the driver: its fields, and the state that its threads share.
+PRIVATE_BOUND = 722
+
+OWN_INCLUDE = re.compile(r'^\s*#\s*include\s*"', re.MULTILINE)
+# Fields carry their underscore in front, as no other name of the project does.
+FIELD = re.compile(r"(?:->|\.)\s*(_[A-Za-z]\w*)")
+SHARED_STATE = re.compile(r"\b(sharedState)\b")
 
 COMMENT_OR_LITERAL = re.compile(
     r'//[^\n]*|/\*.*?\*/|R"(?P<tag>[^(\s]*)\(.*?\)(?P=tag)"|"(?:\\.|[^"\\\n])*"|(?<![0-9a-fA-F])\'(?:\\.|[^\'\\\n])+\'',
@@ -146,11 +156,21 @@ def documented_by_group(lines, number):
     return False
 
 
+def private_names(name, text):
+    """The matches of what this file must not name: outside the driver its state, and in tests any field too."""
+    found = [] if name.startswith("src/device/") else list(SHARED_STATE.finditer(text))
+    if name.startswith(("tests/", "bench/")):
+        found += FIELD.finditer(text)
+    return sorted(found, key=lambda match: match.start())
+
+
 class Figures:
     def __init__(self, root):
         self.root = root
         self.lengths = {}       # file: lines
         self.functions = []     # (lines, name, file, first line)
+        self.includes = {}      # file: own headers
+        self.private = []       # where a name that is private to the driver is used outside it
         self.undocumented = []
         self.public = 0         # declarations; those of grouped have at least a comment that heads their group
         self.grouped = 0
@@ -164,7 +184,10 @@ class Figures:
         text = path.read_text(encoding="utf-8")
         lines = text.splitlines()
         self.lengths[name] = len(lines)
+        self.includes[name] = len(OWN_INCLUDE.findall(text))
         scanner = Scanner(text)
+        self.private += [f"{name}:{scanner.line(match.start(1))}: {match[1]} is private to src/device"
+                         for match in private_names(name, scanner.text)]
         self.functions += [(length, function, name, first) for function, first, length in scanner.functions]
         if name.startswith(("src/", "tools/")) and path.suffix == ".h":
             self.public += len(scanner.declarations)
@@ -191,6 +214,12 @@ class Figures:
         for length, function, name, first in self.functions:
             if length > FUNCTION_BOUND:
                 yield f"{name}:{first}: {function} has {length} lines, more than {FUNCTION_BOUND}"
+        for name, headers in self.includes.items():
+            if headers > HEADERS_BOUND:
+                yield f"{name}: includes {headers} headers of the project's own, more than {HEADERS_BOUND}"
+        if len(self.private) > PRIVATE_BOUND:
+            yield from self.private
+            yield f"Private names of the driver are used {len(self.private)} times, more than {PRIVATE_BOUND}."
 
 
 def share(part, whole):
@@ -207,6 +236,8 @@ def table(figures):
         yield f"{top}: files", f"{len(files)} ({sum(files.values())} lines)"
         yield f"{top}: lines a file, median", f"{statistics.median(files.values()):.0f}"
         yield f"{top}: lines a file, most", f"{files[longest_file]} ({longest_file})"
+        most_headers = max(files, key=figures.includes.get)
+        yield f"{top}: own headers a file, most", f"{figures.includes[most_headers]} ({most_headers})"
         yield f"{top}: files below 300 lines", share(sum(n < 300 for n in files.values()), len(files))
         if functions:
             short = sum(row[0] <= 40 for row in functions)
@@ -218,6 +249,7 @@ def table(figures):
     tests, sources = sum(figures.below("tests").values()), sum(figures.below("src").values())
     if sources:
         yield "test lines to source lines", f"{tests / sources:.2f}"
+    yield "private names of the driver elsewhere", str(len(figures.private))
     units = [tested for _, tested in figures.units()]
     yield "units with a test of their name", f"{share(sum(units), len(units))} of {len(units)}"
 

@@ -1,11 +1,14 @@
 # SPDX-License-Identifier: MIT
 """scripts/figures.py measures files and functions as a reader would, and fails above its bounds."""
+import contextlib
 import importlib.util
+import io
 import pathlib
 import subprocess
 import sys
 import tempfile
 import unittest
+from unittest import mock
 
 SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "figures.py"
 module_spec = importlib.util.spec_from_file_location("figures", SCRIPT)
@@ -112,6 +115,50 @@ class BoundsTest(unittest.TestCase):
         status, output = self.check("tests/device/ATest.cpp", "// line\n" * 501)
         self.assertEqual(status, 1)
         self.assertIn("tests/device/ATest.cpp: 501 lines, more than 500", output)
+
+    def test_own_headers_up_to_the_bound_pass_and_one_more_fails(self):
+        own = [f'#include "device/H{i}.h"\n' for i in range(figures.HEADERS_BOUND + 1)]
+        for top in ("src/app", "tools/unit", "tests/app"):
+            self.assertEqual(self.check(f"{top}/A.cpp", "#include <string>\n" + "".join(own[1:]))[0], 0)
+            status, output = self.check(f"{top}/A.cpp", "".join(own))
+            self.assertEqual(status, 1)
+            self.assertIn(f"{top}/A.cpp: includes {len(own)} headers of the project's own, more than {len(own) - 1}", output)
+
+    def check_private(self, name, text):
+        """As check, but no private name may be used, whatever the project has left."""
+        with tempfile.TemporaryDirectory() as folder, mock.patch.object(figures, "PRIVATE_BOUND", 0):
+            path = pathlib.Path(folder) / name
+            path.parent.mkdir(parents=True)
+            path.write_text(text)
+            output = io.StringIO()
+            with contextlib.redirect_stdout(output):
+                return figures.main([folder]), output.getvalue()
+
+    def test_a_test_names_no_field(self):
+        for use in ("driver->_queue", "driver()._queue", "driver->\n    _queue"):
+            for name in ("tests/device/ATest.cpp", "tests/kit/device/A.h", "bench/A.cpp"):
+                status, output = self.check_private(name, f"int a = {use};\n")
+                self.assertEqual(status, 1, use)
+                self.assertIn(f"{name}:{1 + use.count(chr(10))}: _queue is private to src/device", output)
+                self.assertIn("used 1 times, more than 0", output)
+        own = '_queue = 1; // driver->_queue\ng("driver->_queue", own_, a.queue_);\n'
+        self.assertEqual(self.check_private("tests/device/ATest.cpp", own)[0], 0)
+        self.assertEqual(self.check_private("src/device/A.cpp", "int a = driver->_queue;\n")[0], 0)
+
+    def test_the_shared_state_is_the_drivers_own(self):
+        text = "int a = sharedState().mode;\n"
+        self.assertEqual(self.check_private("src/device/A.cpp", text)[0], 0)
+        for name in ("src/app/A.cpp", "src/calibration/A.h", "tools/unit/A.cpp", "tests/device/ATest.cpp"):
+            status, output = self.check_private(name, text)
+            self.assertEqual(status, 1)
+            self.assertIn(f"{name}:1: sharedState is private to src/device", output)
+        self.assertEqual(self.check_private("src/app/A.cpp", "int a = sharedStateOfMine();\n")[0], 0)
+
+    def test_product_tools_and_tests_are_counted_apart(self):
+        output = self.check("tools/unit/A.cpp", "// line\n" * 3)[1]
+        self.assertIn("tools: files", output)
+        self.assertIn("1 (3 lines)", output)
+        self.assertNotIn("src: files", output)
 
     def test_an_empty_tree_is_no_success(self):
         self.assertEqual(self.check("docs/a.md", "text")[0], 1)
