@@ -28,11 +28,27 @@ if(LIGHTPEN_SANITIZE)
   target_compile_options(lightpen_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
-# A header that no source proves to compile alone is compiled on its own by all_verify_interface_header_sets.
-set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
+# lightpen_unproven(VARIABLE TOP headers...): those that the source of their name does not include before anything else.
+# A source that does so proves by being compiled that the header needs nothing before it.
+function(lightpen_unproven VARIABLE TOP)
+  set(unproven)
+  foreach(header ${ARGN})
+    string(REGEX REPLACE "\\.h$" ".cpp" source ${header})
+    set(first)
+    if(EXISTS ${source})
+      file(STRINGS ${source} first REGEX "^ *# *include" LIMIT_COUNT 1)
+    endif()
+    file(RELATIVE_PATH path ${TOP} ${header})
+    if(NOT first STREQUAL "#include \"${path}\"")
+      list(APPEND unproven ${header})
+    endif()
+  endforeach()
+  set(${VARIABLE} ${unproven} PARENT_SCOPE)
+endfunction()
 
 # lightpen_headers(TARGET headers...): the target's headers, which are included by their path below src/, tools/ or
-# tests/, whichever they are in.
+# tests/, whichever they are in. Those that no source proves to compile alone are compiled on their own by
+# all_verify_interface_header_sets.
 function(lightpen_headers TARGET)
   get_target_property(type ${TARGET} TYPE)
   set(scope PUBLIC)
@@ -42,8 +58,13 @@ function(lightpen_headers TARGET)
   if(ARGN)
     file(RELATIVE_PATH path ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
     string(REGEX REPLACE "/.*" "" top "${path}")
-    target_sources(${TARGET} ${scope} FILE_SET HEADERS BASE_DIRS ${CMAKE_SOURCE_DIR}/${top} FILES ${ARGN})
-    target_include_directories(${TARGET} ${scope} ${CMAKE_SOURCE_DIR}/${top})
+    set(top ${CMAKE_SOURCE_DIR}/${top})
+    target_include_directories(${TARGET} ${scope} ${top})
+    lightpen_unproven(unproven ${top} ${ARGN})
+    if(unproven)
+      target_sources(${TARGET} ${scope} FILE_SET HEADERS BASE_DIRS ${top} FILES ${unproven})
+      set_target_properties(${TARGET} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+    endif()
   endif()
 endfunction()
 
