@@ -23,6 +23,8 @@ ALLOWED = {
     "emulated": SYSTEM | {"unit"},
     "measure": SYSTEM | {"unit", "emulated"},
 }
+# The wire side of the unit knows nothing of the room that it is emulated in.
+UNIT_PARTS = {"wire": set(), "bus": {"wire"}, "room": {"wire"}}
 # A user's desktop as other processes are; it knows nothing of the application.
 DESKTOP = "tools/measure/desktop/"
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
@@ -123,6 +125,14 @@ class Tree:
             if folder == "linux_desktop" and PROCESS_ENTRY.fullmatch(name[len("src/"):]):
                 return
             self.problems.append(f"{where}: {own} must not include {folder}")
+        elif own == folder == "unit":
+            self.check_unit_part(where, name, target)
+
+    def check_unit_part(self, where, name, target):
+        """A file beside the parts joins them, so each of them may not include it."""
+        own, part = (path.split("/")[2] for path in (name, target))
+        if own in UNIT_PARTS and part != own and part not in UNIT_PARTS[own]:
+            self.problems.append(f"{where}: unit/{own} must not include {target}")
 
     def check_bracketed(self, where, name, header):
         top, folder, *_ = name.split("/")

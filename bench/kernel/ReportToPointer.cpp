@@ -27,6 +27,7 @@
 #include "linux_desktop/process/SystemClock.h"
 #include "measure/Analysis.h"
 #include "measure/ReportDelays.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::bench {
 namespace {
@@ -82,7 +83,7 @@ private:
     PointerWindow window_{xorg_.display()};
     std::optional<UnitPriority> priority_{std::in_place};
     GadgetBus bus_{clock_};
-    CameraUnit& unit_ = bus_.addUnit({.reportLength = 32, .optics = kOptics});
+    CameraUnit& unit_ = bus_.add<CameraUnit>({.reportLength = 32}, {}, kOptics);
     std::mutex mutex_;
     std::vector<SentReport> sent_;
     bool touching_ = false;

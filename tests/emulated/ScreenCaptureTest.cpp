@@ -172,7 +172,7 @@ TEST(ScreenCaptureTest, SaysWhyItCannotLook) {
 TEST(ScreenCaptureTest, AWatchShowsTheUnitWhatIsOnTheScreen) {
     Stage stage;
     stage.painter.show({0, 0, 1280, 720}, kBlack);
-    CameraUnit unit({.optics = Optics::straight({1280, 720})});
+    CameraUnit unit({}, nullptr, Optics::straight({1280, 720}));
     unit.behaviour()->filterInAtPowerUp = false;
     std::vector<CameraPoint> spots;
     unit.onReport([&](const UnitReport& report) {

@@ -7,6 +7,7 @@
 #include "kit/Xvfb.h"
 #include "kit/device/OffscreenApplication.h"
 #include "kit/linux/ScreenPainter.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -51,7 +52,7 @@ protected:
     const bool application = ensureOffscreenApplication();
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit();
+    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, {640, 360}};
     ScreenPainter painter{server->display()};
     std::string problem;

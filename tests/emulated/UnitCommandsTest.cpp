@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "kit/TestPlatform.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -39,7 +40,7 @@ protected:
 
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit();
+    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, kScreen};
     std::vector<std::string> heard;
     UnitCommands commands{control,

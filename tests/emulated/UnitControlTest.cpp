@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kit/TestPlatform.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -16,7 +17,7 @@ constexpr Size kScreen{1024, 700};
 struct UnitControlTest : testing::Test {
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit();
+    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, kScreen};
 
     UnitControlTest() { bus.runOnMainLoop(); }

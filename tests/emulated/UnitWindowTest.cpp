@@ -14,6 +14,7 @@
 #include "emulated/CameraPainting.h"
 #include "kit/TestPlatform.h"
 #include "kit/device/OffscreenApplication.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -71,7 +72,7 @@ protected:
     const bool application = ensureOffscreenApplication();
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit();
+    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, kScreen};
     std::optional<QImage> nextDisplay;
     int looks = 0;

@@ -13,6 +13,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 namespace {
@@ -60,7 +61,7 @@ protected:
 
     SystemClock clock_;
     GadgetBus bus_{clock_};
-    CameraUnit& unit_ = bus_.addUnit({.reportLength = kLength}, {.outputLength = kLength});
+    CameraUnit& unit_ = bus_.add<CameraUnit>({.reportLength = kLength}, {.outputLength = kLength});
     TakenReports taken_{unit_};
     std::vector<HostNode> nodes_;
     std::unique_ptr<HidrawDevice> device_;

@@ -34,6 +34,7 @@
 #include "measure/TapSeries.h"
 #include "measure/Waiting.h"
 #include "platform/FileDescriptor.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen {
 namespace {
@@ -189,7 +190,7 @@ protected:
         EXPECT_EQ(tapAt({{5, 9}, {1268.5, 14}, {1271, 706.25}, {11, 702}, {333.5, 444}, {871, 118.75}}, unit,
                         seat->record, *eyes, platform, taps, kContact),
                   "");
-        const AccuracyRow row{"strong keystone", "", 0, accuracyOf(taps, unit.description().optics)};
+        const AccuracyRow row{"strong keystone", "", 0, accuracyOf(taps, unit.optics())};
         EXPECT_EQ(taps.size(), 6U);
         EXPECT_THAT(missedAims({row}), IsEmpty());
         std::printf("%s", tableOf({row}).c_str());
@@ -247,7 +248,7 @@ protected:
     LightPenNX7Controller& controller = *seat->controller;
     std::optional<UnitPriority> priority{std::in_place};
     GadgetBus bus{platform.clock}; // the kernel has room for one unit of four interfaces at a time
-    CameraUnit& unit = bus.addUnit({.optics = Optics::strongKeystone(kScreen)});
+    CameraUnit& unit = bus.add<CameraUnit>({}, {}, Optics::strongKeystone(kScreen));
     std::unique_ptr<ScreenCapture> eyes = look();
 };
 

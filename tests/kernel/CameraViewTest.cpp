@@ -27,6 +27,7 @@
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/Waiting.h"
 #include "platform/FileDescriptor.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 namespace {
@@ -196,7 +197,7 @@ protected:
     PointerWatch& pointer = seat->pointer;
     std::optional<UnitPriority> priority{std::in_place};
     GadgetBus bus{platform.clock}; // the kernel has room for one unit of four interfaces at a time
-    CameraUnit& unit = bus.addUnit({.reportLength = 804, .optics = Optics::strongKeystone({1280, 720})});
+    CameraUnit& unit = bus.add<CameraUnit>({}, {}, Optics::strongKeystone({1280, 720}));
     int removals = 0;
 };
 

@@ -14,6 +14,7 @@
 #include "kernel/support/TakenReports.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 namespace {
@@ -74,7 +75,7 @@ TEST_P(GadgetUnitTest, ShowsItsInterfacesWithTheLengthsThatTheyHave) {
     GadgetBus bus(clock_);
     description_.productID = kUnitSecondProductID;
     description_.vendorName = "A maker of pens";
-    CameraUnit& unit = bus.addUnit(description_, {.outputLength = GetParam().output});
+    CameraUnit& unit = bus.add<CameraUnit>(description_, {.outputLength = GetParam().output});
     unit.plug();
     ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);
     const auto of = [](int number, Lengths lengths) {
@@ -119,7 +120,7 @@ TEST_P(GadgetUnitTest, DeliversEachByteOfItsReportsInOrder) {
 // Both ways that output reports can travel.
 void GadgetUnitTest::expectOutputReaches(GadgetDescription::Output way) {
     GadgetBus bus(clock_);
-    CameraUnit& unit = bus.addUnit(description_, {.outputLength = GetParam().output, .output = way});
+    CameraUnit& unit = bus.add<CameraUnit>(description_, {.outputLength = GetParam().output, .output = way});
     const TakenReports taken(unit);
     unit.plug();
     ASSERT_TRUE(bus.settle(unit)) << bus.failure(unit);

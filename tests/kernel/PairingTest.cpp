@@ -26,6 +26,7 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 namespace {
@@ -165,7 +166,7 @@ protected:
     SystemClock clock_;
     std::optional<UnitPriority> priority_{std::in_place};
     GadgetBus bus_{clock_};
-    CameraUnit& unit_ = bus_.addUnit({.reportLength = 804});
+    CameraUnit& unit_ = bus_.add<CameraUnit>({.reportLength = 804});
     std::unique_ptr<DriverProcess> driver_;
 };
 

@@ -16,6 +16,7 @@
 #include "kernel/support/RuleFile.h"
 #include "kernel/support/UhidDevice.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen {
 namespace {
@@ -53,7 +54,7 @@ protected:
     CameraUnit& addUnit(const UnitDescription& unit, const GadgetDescription& gadget = {}) {
         bus_.reset();
         bus_ = std::make_unique<GadgetBus>(clock_);
-        return bus_->addUnit(unit, gadget);
+        return bus_->add<CameraUnit>(unit, gadget);
     }
     void SetUp() override { ASSERT_TRUE(driver_.waitFor(kStarted)) << driver_.log(); }
     void TearDown() override {

@@ -15,6 +15,7 @@
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryDirectory.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen {
 namespace {
@@ -37,7 +38,7 @@ std::string penNode() {
 
 class UnitPermission : public testing::Test {
 protected:
-    UnitPermission() : unit_(bus_.addUnit({.reportLength = 32})) {}
+    UnitPermission() : unit_(bus_.add<CameraUnit>({.reportLength = 32})) {}
     ~UnitPermission() override {
         unit_.unplug();
         bus_.settle(unit_);

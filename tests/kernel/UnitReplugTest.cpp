@@ -11,6 +11,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen {
 namespace {
@@ -47,7 +48,7 @@ protected:
     PackagedRule rule_;
     DriverProcess driver_;
     GadgetBus bus_{clock_};
-    CameraUnit& unit_{bus_.addUnit({.reportLength = 32})};
+    CameraUnit& unit_{bus_.add<CameraUnit>({.reportLength = 32})};
 };
 
 TEST_F(UnitReplug, TwoHundredQuickOnesLeaveAUnitThatWorksAndNothingElse) {

@@ -10,6 +10,7 @@
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/ScreenPainter.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -79,7 +80,7 @@ protected:
     static std::unique_ptr<Xvfb> server;
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit({.optics = Optics::straight({640, 360})});
+    CameraUnit& unit = bus.add<CameraUnit>({}, Optics::straight({640, 360}));
     ScreenPainter painter{server->display()};
     std::string noProblem;
     std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);

@@ -8,6 +8,7 @@
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/ScreenPainter.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -33,7 +34,7 @@ protected:
         if (report.kind == ReportKind::spot) {
             const CameraPoint seen{static_cast<double>(report.bytes[1] + 256 * report.bytes[2]),
                                    static_cast<double>(report.bytes[3] + 256 * report.bytes[4])};
-            const ScreenPoint exact = unit.description().optics.unproject(seen);
+            const ScreenPoint exact = unit.optics().unproject(seen);
             const bool stumbling = stumbles > 0;
             const ScreenPoint mapped{exact.x + 0.25 + (stumbling ? 90 : 0), exact.y + 1};
             log("Event n:1759 mappedPoint: (" + std::to_string(static_cast<int>(seen.x)) + ".00," +
@@ -62,7 +63,7 @@ protected:
     static std::unique_ptr<Xvfb> server;
     TestPlatform desk;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.addUnit({.optics = Optics::straight({640, 360})});
+    CameraUnit& unit = bus.add<CameraUnit>({}, Optics::straight({640, 360}));
     ScreenPainter painter{server->display()};
     std::string noProblem;
     std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
@@ -85,8 +86,8 @@ TEST_F(TapSeriesTest, EachTapIsKeptFromTheHandToThePointer) {
         const CameraPoint seen = unit.seen(places[i]);
         EXPECT_EQ(tap.hand, places[i]);
         EXPECT_EQ(tap.reported, (CameraPoint{std::round(seen.x), std::round(seen.y)}));
-        EXPECT_NEAR(tap.mapped.x, unit.description().optics.unproject(tap.reported).x + 0.25, 1e-12);
-        EXPECT_NEAR(tap.mapped.y, unit.description().optics.unproject(tap.reported).y + 1, 1e-12);
+        EXPECT_NEAR(tap.mapped.x, unit.optics().unproject(tap.reported).x + 0.25, 1e-12);
+        EXPECT_NEAR(tap.mapped.y, unit.optics().unproject(tap.reported).y + 1, 1e-12);
         EXPECT_EQ(tap.pointer, (ScreenPoint{std::trunc(tap.mapped.x), std::trunc(tap.mapped.y)}));
     }
 }

@@ -23,6 +23,7 @@
 #include "measure/PenReadiness.h"
 #include "measure/Waiting.h"
 #include "platform/FileDescriptor.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {

@@ -38,7 +38,7 @@ protected:
         }
     }
 
-    CameraUnit& unit = stage->bus.addUnit();
+    CameraUnit& unit = stage->bus.add<CameraUnit>();
     UnitControl control{unit, stage->platform().clock, DriverStage::kScreen};
     TargetHand hand{control, stage->platform().clock, stage->look(),
                     [this] { return sessionByHandShown(unit); }};

@@ -70,8 +70,8 @@ TEST(PairingAfterCalibrationTest, TheFileHoldsTheUnitsTable) {
     const std::string shipped(112, 'x');
     std::ofstream(folder / "shipped" / "NX9_Wireless.bin") << shipped;
     SentCommands sent;
-    CameraUnit& unit = stage->bus.addUnit(
-        {.information = {.wireless = 0}, .optics = Optics::strongKeystone(DriverStage::kScreen)});
+    CameraUnit& unit = stage->bus.add<CameraUnit>({.information = {.wireless = 0}},
+                                                  Optics::strongKeystone(DriverStage::kScreen));
     const Bytes table = fillTable(unit);
     const auto eyes = stage->look();
     const ScreenWatch watch(stage->look(), unit);

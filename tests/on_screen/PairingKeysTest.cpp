@@ -49,8 +49,8 @@ int runProgramUnderTest(const std::filesystem::path& folder, int readyDescriptor
     const QApplication application(count, arguments);
     setUpQtApplication();
     DriverStage& stage = *new DriverStage(folder); // as in a program that leaves by exitProcess
-    CameraUnit& unit = stage.bus.addUnit(
-        {.information = {.wireless = 0}, .optics = Optics::strongKeystone(DriverStage::kScreen)});
+    CameraUnit& unit = stage.bus.add<CameraUnit>({.information = {.wireless = 0}},
+                                                 Optics::strongKeystone(DriverStage::kScreen));
     DriverStage::calibrate(unit);
     std::ofstream commands(folder / kCommands, std::ios::binary);
     unit.onOutput([&](Microseconds, std::span<const std::uint8_t> report) {

@@ -136,7 +136,7 @@ protected:
         EXPECT_TRUE(comes([&] { return !pointer.state().left; }));
     }
 
-    CameraUnit& unit = stage->bus.addUnit({.optics = Optics::strongKeystone(DriverStage::kScreen)});
+    CameraUnit& unit = stage->bus.add<CameraUnit>({}, Optics::strongKeystone(DriverStage::kScreen));
     std::unique_ptr<ScreenCapture> eyes = stage->look();
     XNeighbour neighbour{server()};
     PointerObserver pointer{server()};

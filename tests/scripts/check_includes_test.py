@@ -82,6 +82,16 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("unit must not include device", src__device__Reports_h="",
                           tools__unit__wire__Firmware_cpp='#include "device/Reports.h"')
 
+    def test_the_wire_side_of_the_unit_must_not_know_the_room(self):
+        self.assert_fine(tools__unit__wire__Eye_h="", tools__unit__bus__Bus_h='#include "unit/wire/Eye.h"',
+                         tools__unit__room__Hand_h="",
+                         tools__unit__Unit_h='#include "unit/bus/Bus.h"\n#include "unit/room/Hand.h"')
+        self.assert_finds("unit/wire must not include tools/unit/room/Hand.h",
+                          tools__unit__wire__Firmware_h='#include "unit/room/Hand.h"')
+        (self.root / "tools/unit/wire/Firmware.h").unlink()
+        self.assert_finds("unit/bus must not include tools/unit/Unit.h",
+                          tools__unit__bus__Drive_h='#include "unit/Unit.h"')
+
     def test_the_linux_side_belongs_to_the_process_entry(self):
         self.assert_fine(src__linux_desktop__X_h="", src__app__main_cpp='#include "linux_desktop/X.h"',
                          src__app__DesktopPlatform_cpp='#include "linux_desktop/X.h"')

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "unit/bus/EmulatedBus.h"
+#include "unit/CameraUnit.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -60,7 +61,7 @@ private:
 struct EmulatedBusTest : testing::Test {
     TestPlatform platform;
     EmulatedBus bus{platform.registry, platform.runLoop, platform.clock};
-    CameraUnit& unit = bus.addUnit({.reportLength = 32});
+    CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 32});
     PluggedHost host{platform.registry};
 };
 
@@ -78,7 +79,8 @@ TEST_F(EmulatedBusTest, APluggedUnitIsListedWithTheHighInterfacesFirst) {
 }
 
 TEST_F(EmulatedBusTest, ServicesCarryTheUnitsIdentity) {
-    CameraUnit& other = bus.addUnit({.vendorID = 0x1234, .productID = 0x5678, .vendorName = "Somebody Else"});
+    CameraUnit& other =
+        bus.add<CameraUnit>({.vendorID = 0x1234, .productID = 0x5678, .vendorName = "Somebody Else"});
     other.plug();
     EXPECT_THAT(host.paths("IOUSBDevice"), ElementsAre("IOService:/EmulatedBus/Unit@2"));
     const io_service_t usb = host.services("IOUSBDevice").at(0);
@@ -156,8 +158,8 @@ TEST_F(EmulatedBusTest, ABusThatEndsUnplugsItsUnits) {
     IOHIDDeviceInterfaceRef device;
     {
         EmulatedBus brief(platform.registry, platform.runLoop, platform.clock);
-        brief.addUnit().plug();
-        brief.addUnit();
+        brief.add<CameraUnit>().plug();
+        brief.add<CameraUnit>();
         brief.runOnMainLoop();
         device = host.openedPen();
         ASSERT_TRUE(device);
@@ -182,7 +184,7 @@ TEST_F(EmulatedBusTest, NothingIsLeftInTheRegistry) {
 // Time
 
 TEST_F(EmulatedBusTest, AdvanceMovesEveryUnit) {
-    CameraUnit& second = bus.addUnit({.productID = kUnitSecondProductID});
+    CameraUnit& second = bus.add<CameraUnit>({.productID = kUnitSecondProductID});
     int reports = 0;
     for (CameraUnit* each : {&unit, &second}) {
         each->onReport([&](const UnitReport&) { ++reports; });
@@ -229,7 +231,7 @@ struct RealTimeBusTest : testing::Test {
     TestPlatform platform;
     SteadyClock clock;
     EmulatedBus bus{platform.registry, platform.runLoop, clock};
-    CameraUnit& unit = bus.addUnit({.reportLength = 32});
+    CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 32});
     PluggedHost host{platform.registry};
 
     // Turns the main loop until the condition holds; false when that takes unreasonably long.

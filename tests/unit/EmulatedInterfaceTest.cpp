@@ -9,6 +9,7 @@
 
 #include "kit/RecordingLog.h"
 #include "kit/TestPlatform.h"
+#include "unit/CameraUnit.h"
 #include "unit/PluggedHost.h"
 #include "unit/bus/EmulatedBus.h"
 
@@ -28,7 +29,7 @@ constexpr std::array<std::uint8_t, 32> kReadRequest{'H', 1};
 struct EmulatedInterfaceTest : testing::Test {
     TestPlatform platform;
     EmulatedBus bus{platform.registry, platform.runLoop, platform.clock};
-    CameraUnit& unit = bus.addUnit({.reportLength = 40});
+    CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 40});
     PluggedHost host{platform.registry};
     IOHIDDeviceInterfaceRef device;
     IOHIDQueueRef queue;
@@ -211,7 +212,7 @@ TEST_F(EmulatedInterfaceTest, EveryPollCanMoveAVirtualClock) {
     EmulatedBus moving(platform.registry, platform.runLoop, platform.clock);
     moving.onPoll([this] { platform.clock.advanceTo(platform.clock.now() + 1ms); });
     unit.unplug();
-    CameraUnit& other = moving.addUnit({.reportLength = 40});
+    CameraUnit& other = moving.add<CameraUnit>({.reportLength = 40});
     other.plug();
     device = host.openedPen();
     queue = host.startedQueue(*device, 100);

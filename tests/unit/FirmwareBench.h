@@ -10,7 +10,7 @@
 namespace lightpen::test {
 
 // A firmware under the hands of a test: time goes by when the test says so, and every report is kept.
-struct FirmwareBench {
+struct FirmwareBench : private Eye {
     explicit FirmwareBench(std::size_t reportLength = 32) : firmware(reportLength) { firmware.powerUp(now); }
 
     Firmware firmware;
@@ -31,13 +31,19 @@ struct FirmwareBench {
     // Lets time go by, and returns what was sent meanwhile.
     std::vector<UnitReport> run(Microseconds duration) {
         now += duration;
-        return firmware.advance(now, [this](Microseconds) { return scene; });
+        std::vector<UnitReport> reports;
+        while (auto report = firmware.next(now, *this))
+            reports.push_back(std::move(*report));
+        return reports;
     }
     std::vector<UnitReport> runTo(Microseconds sinceStart) { return run(sinceStart - (now - start)); }
     // The time since the bench was made, as a report shows it.
     Microseconds at(const UnitReport& report) const { return report.time - start; }
 
     const Microseconds start = now;
+
+private:
+    Scene look(Microseconds) override { return scene; }
 };
 
 inline std::vector<UnitReport> ofKind(const std::vector<UnitReport>& reports, ReportKind kind) {

@@ -23,6 +23,7 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "platform/Log.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -122,7 +123,7 @@ public:
     EmulatedDesk(LinuxPlatform& real, const EmulatedOptions& options,
                  const std::shared_ptr<const LightPenNX7Controller>& controller)
         : platform_(real.platform()), bus_(real.registry(), platform_.runLoop, platform_.clock),
-          control_(bus_.addUnit(), platform_.clock,
+          control_(bus_.add<CameraUnit>(), platform_.clock,
                    real.desktop().mainScreenFrame().value_or(ScreenRect{{}, {1280, 800}}).size),
           driver_(control_.unit(), platform_.clock, controller),
           hand_(control_, platform_.clock, captureOf(real.desktop().mainScreen()),

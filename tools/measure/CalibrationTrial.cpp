@@ -47,7 +47,7 @@ CalibrationOutcome CalibrationTrial::run(const CalibrationScene& scene) {
     outcome.row.pose = scene.pose;
     outcome.row.session = scene.session == SessionKind::byHand ? "by hand" : "automatic";
     outcome.row.noise = scene.noise;
-    CameraUnit& unit = bus_.addUnit({.optics = Optics(scene.optics).setNoise(scene.noise, kNoiseSeed)});
+    CameraUnit& unit = bus_.add<CameraUnit>({}, Optics(scene.optics).setNoise(scene.noise, kNoiseSeed));
     outcome.problem = play(scene, unit, outcome);
     if (const std::string problem = unplug(unit); outcome.problem.empty())
         outcome.problem = problem;
@@ -76,7 +76,7 @@ std::string CalibrationTrial::play(const CalibrationScene& scene, CameraUnit& un
         return "There is no screen.";
     std::vector<Tap> taps;
     std::string problem = tapAt(unevenGrid(screen->size), unit, record_, *eyes, platform_, taps);
-    outcome.row.accuracy = accuracyOf(taps, unit.description().optics);
+    outcome.row.accuracy = accuracyOf(taps, unit.optics());
     return problem;
 }
 

@@ -12,6 +12,7 @@
 #include "measure/CalibrationScenes.h"
 #include "measure/MappingRecord.h"
 #include "platform/Platform.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {

@@ -29,7 +29,7 @@ constexpr const char* kEnded = "The demo was ended before it was over.";
 
 PenDemonstration::PenDemonstration(Platform& platform, EmulatedBus& bus, CanvasProcess& canvas)
     : platform_(platform), canvas_(canvas), screen_(canvas.size()),
-      unit_(bus.addUnit({.optics = Optics::strongKeystone(screen_)})),
+      unit_(bus.add<CameraUnit>({}, Optics::strongKeystone(screen_))),
       controller_(std::make_shared<LightPenNX7Controller>()) {}
 
 std::string PenDemonstration::run() {

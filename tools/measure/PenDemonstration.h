@@ -9,6 +9,7 @@
 #include "measure/CanvasProcess.h"
 #include "measure/Recording.h"
 #include "platform/Platform.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {

@@ -21,6 +21,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -99,7 +100,7 @@ int measureDriver(Microseconds span) {
     std::ranges::set_difference(threadsNow(), before, std::inserter(unitThreads, unitThreads.end()));
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->awakeFromNib();
-    bus.addUnit().plug();
+    bus.add<CameraUnit>().plug();
     const Microseconds end = platform.clock.now() + kOpeningPatience;
     while (!EventGeneratorNX7::hearsPen() || !controller->deviceConnected()) {
         if (platform.clock.now() > end)

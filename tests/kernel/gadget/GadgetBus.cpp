@@ -29,46 +29,44 @@ GadgetBus::~GadgetBus() {
     ports_.clear();
 }
 
-CameraUnit& GadgetBus::addUnit(UnitDescription description, const GadgetDescription& gadget) {
-    auto composition = std::make_unique<GadgetComposition>(files_, paths_, description, gadget);
-    auto unit = std::make_shared<CameraUnit>(std::move(description), static_cast<UnitSocket*>(this));
-    CameraUnit& added = *unit;
-    auto port = std::make_unique<GadgetPort>(added, clock_, std::move(composition), files_);
+void GadgetBus::addUnit(std::shared_ptr<SoftwareUnit> unit, const GadgetDescription& gadget) {
+    auto port = std::make_unique<GadgetPort>(
+        *unit, clock_, std::make_unique<GadgetComposition>(files_, paths_, unit->description(), gadget),
+        files_);
     {
         const std::lock_guard hold(mutex_);
-        ports_[&added] = std::move(port);
+        ports_[unit.get()] = std::move(port);
     }
     drive_->add(std::move(unit));
-    return added;
 }
 
-GadgetPort& GadgetBus::portOf(const CameraUnit& unit) const {
+GadgetPort& GadgetBus::portOf(const SoftwareUnit& unit) const {
     const std::lock_guard hold(mutex_);
     return *ports_.at(&unit);
 }
 
-void GadgetBus::unitPlugged(CameraUnit& unit) {
+void GadgetBus::unitPlugged(SoftwareUnit& unit) {
     portOf(unit).setPlugged(true);
     drive_->wake();
 }
 
-void GadgetBus::unitUnplugged(CameraUnit& unit) {
+void GadgetBus::unitUnplugged(SoftwareUnit& unit) {
     portOf(unit).setPlugged(false);
 }
 
-void GadgetBus::unitReport(CameraUnit& unit, const UnitReport& report) {
+void GadgetBus::unitReport(SoftwareUnit& unit, const UnitReport& report) {
     portOf(unit).send(report.bytes);
 }
 
-bool GadgetBus::settle(const CameraUnit& unit, Microseconds patience) {
+bool GadgetBus::settle(const SoftwareUnit& unit, Microseconds patience) {
     return portOf(unit).settle(patience);
 }
 
-std::string GadgetBus::failure(const CameraUnit& unit) const {
+std::string GadgetBus::failure(const SoftwareUnit& unit) const {
     return portOf(unit).failure();
 }
 
-std::string GadgetBus::controller(const CameraUnit& unit) const {
+std::string GadgetBus::controller(const SoftwareUnit& unit) const {
     return portOf(unit).controller();
 }
 

@@ -5,10 +5,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "kernel/gadget/GadgetDescription.h"
 #include "platform/Time.h"
-#include "unit/CameraUnit.h"
+#include "unit/bus/SoftwareUnit.h"
 #include "unit/bus/UnitSocket.h"
 
 namespace lightpen {
@@ -22,7 +23,7 @@ class UnitDrive;
 // it. Needs root. Units catch up with the clock, which must run in real time, on a thread of the bus.
 //
 //   GadgetBus bus(clock);
-//   CameraUnit& unit = bus.addUnit({.reportLength = 32});
+//   CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 32});
 //   unit.plug();   // within about a second udev has its hidraw nodes
 //
 // plug() and unplug() of a unit return at once; a thread of the unit's own carries them out, in order. A
@@ -39,26 +40,33 @@ public:
     GadgetBus(const GadgetBus&) = delete;
     GadgetBus& operator=(const GadgetBus&) = delete;
 
-    // A new unit, composed but not plugged in. It belongs to the bus. Throws GadgetError when the kernel
-    // cannot have it. Any thread.
-    CameraUnit& addUnit(UnitDescription description = {}, const GadgetDescription& gadget = {});
+    // A new unit, made of what its constructor takes behind description and socket; composed but not plugged
+    // in. It belongs to the bus. Throws GadgetError when the kernel cannot have it. Any thread.
+    template <class Unit, class... More>
+    Unit& add(const UnitDescription& description = {}, const GadgetDescription& gadget = {}, More&&... more) {
+        auto unit =
+            std::make_shared<Unit>(description, static_cast<UnitSocket*>(this), std::forward<More>(more)...);
+        addUnit(unit, gadget);
+        return *unit;
+    }
 
     // Waits until all that was asked of the unit's plug has been carried out. False when that took longer, or
     // when the kernel refused it; failure() then says why.
-    bool settle(const CameraUnit& unit, Microseconds patience = std::chrono::seconds(10));
+    bool settle(const SoftwareUnit& unit, Microseconds patience = std::chrono::seconds(10));
     // Why the unit's last plugging failed (also a line of the log): for one, that each device controller is
     // taken. Empty: it did not.
-    std::string failure(const CameraUnit& unit) const;
+    std::string failure(const SoftwareUnit& unit) const;
     // The device controller whose socket the unit is in, such as "dummy_udc.0"; empty while it is in none.
-    std::string controller(const CameraUnit& unit) const;
+    std::string controller(const SoftwareUnit& unit) const;
 
 private:
     Microseconds now() override { return clock_.now(); }
-    void unitPlugged(CameraUnit& unit) override;
-    void unitUnplugged(CameraUnit& unit) override;
-    void unitReport(CameraUnit& unit, const UnitReport& report) override;
+    void unitPlugged(SoftwareUnit& unit) override;
+    void unitUnplugged(SoftwareUnit& unit) override;
+    void unitReport(SoftwareUnit& unit, const UnitReport& report) override;
 
-    GadgetPort& portOf(const CameraUnit& unit) const;
+    void addUnit(std::shared_ptr<SoftwareUnit> unit, const GadgetDescription& gadget);
+    GadgetPort& portOf(const SoftwareUnit& unit) const;
 
     Clock& clock_;
     const GadgetPaths paths_;
@@ -66,7 +74,7 @@ private:
     GadgetFiles& files_;
 
     mutable std::mutex mutex_; // guards the map; a port lives as long as the bus
-    std::map<const CameraUnit*, std::unique_ptr<GadgetPort>> ports_;
+    std::map<const SoftwareUnit*, std::unique_ptr<GadgetPort>> ports_;
 
     const std::unique_ptr<UnitDrive> drive_;
 };

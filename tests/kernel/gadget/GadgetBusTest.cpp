@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "kernel/gadget/GadgetBus.h"
+#include "unit/CameraUnit.h"
 
 #include <gmock/gmock.h>
 #include <linux/sockios.h>
@@ -79,7 +80,7 @@ protected:
 const ReportBytes kReadFirstRecord{'H', 0, 0, 0, 0, 0, 0, 0};
 
 TEST_F(GadgetBusTest, PlugsInByTheControllersNameAndOutByNone) {
-    CameraUnit& unit = bus_.addUnit({}, {.interfaces = 4});
+    CameraUnit& unit = bus_.add<CameraUnit>({}, {.interfaces = 4});
     tree_.takeActions();
     plugIn(unit);
     EXPECT_EQ(bus_.controller(unit), "dummy_udc.0");
@@ -92,7 +93,7 @@ TEST_F(GadgetBusTest, PlugsInByTheControllersNameAndOutByNone) {
 }
 
 TEST_F(GadgetBusTest, CarriesReportsBothWays) {
-    CameraUnit& unit = bus_.addUnit({.reportLength = 32});
+    CameraUnit& unit = bus_.add<CameraUnit>({.reportLength = 32});
     unit.flash()->store({11, 12}, {13, 14}, {15, 16}, {17, 18});
     remember(unit);
     plugIn(unit);
@@ -105,7 +106,7 @@ TEST_F(GadgetBusTest, CarriesReportsBothWays) {
 }
 
 TEST_F(GadgetBusTest, LeavesOutputReportsWhereTheyAreUntilTheUnitReads) {
-    CameraUnit& unit = bus_.addUnit({.reportLength = 32});
+    CameraUnit& unit = bus_.add<CameraUnit>({.reportLength = 32});
     remember(unit);
     unit.faults()->doesNotReadOutput = true;
     plugIn(unit);
@@ -126,7 +127,7 @@ TEST_F(GadgetBusTest, LeavesOutputReportsWhereTheyAreUntilTheUnitReads) {
 }
 
 TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
-    CameraUnit& unit = bus_.addUnit({.reportLength = 804});
+    CameraUnit& unit = bus_.add<CameraUnit>({.reportLength = 804});
     unit.onReport([&](const UnitReport& report) {
         const std::lock_guard hold(mutex_);
         sent_.push_back(report.bytes);
@@ -156,7 +157,7 @@ TEST_F(GadgetBusTest, AHostThatDoesNotAskLosesReportsAndNeverHoldsTheUnitUp) {
 }
 
 TEST_F(GadgetBusTest, AUnitThatPullsItsOwnPlugIsUnboundAndComesBackByItself) {
-    CameraUnit& unit = bus_.addUnit({.reportLength = 32});
+    CameraUnit& unit = bus_.add<CameraUnit>({.reportLength = 32});
     plugIn(unit);
     tree_.takeActions();
     unit.faults()->unplug = UnplugPoint{.command = std::uint8_t{'H'}, .replugAfter = 30ms};
@@ -176,7 +177,7 @@ TEST_F(GadgetBusTest, AUnitThatPullsItsOwnPlugIsUnboundAndComesBackByItself) {
 }
 
 TEST_F(GadgetBusTest, AQuickReplugIsAnUnpluggingNevertheless) {
-    CameraUnit& unit = bus_.addUnit();
+    CameraUnit& unit = bus_.add<CameraUnit>();
     plugIn(unit);
     tree_.takeActions();
     for (int again = 0; again < 20; ++again) {
@@ -190,9 +191,9 @@ TEST_F(GadgetBusTest, AQuickReplugIsAnUnpluggingNevertheless) {
 }
 
 TEST_F(GadgetBusTest, AThirdUnitHasNoSocketAndGetsOneLater) {
-    CameraUnit& one = bus_.addUnit();
-    CameraUnit& two = bus_.addUnit();
-    CameraUnit& three = bus_.addUnit();
+    CameraUnit& one = bus_.add<CameraUnit>();
+    CameraUnit& two = bus_.add<CameraUnit>();
+    CameraUnit& three = bus_.add<CameraUnit>();
     one.plug();
     two.plug();
     ASSERT_TRUE(bus_.settle(one));
@@ -212,7 +213,7 @@ TEST_F(GadgetBusTest, AThirdUnitHasNoSocketAndGetsOneLater) {
 
 TEST_F(GadgetBusTest, ANodeThatMayNotBeOpenedIsAFailureAndTheSocketIsFreeAgain) {
     tree_.refuse("/nodes/hidg5", EACCES);
-    CameraUnit& unit = bus_.addUnit();
+    CameraUnit& unit = bus_.add<CameraUnit>();
     tree_.takeActions();
     unit.plug();
     EXPECT_FALSE(bus_.settle(unit));
@@ -224,7 +225,7 @@ TEST_F(GadgetBusTest, ANodeThatMayNotBeOpenedIsAFailureAndTheSocketIsFreeAgain) 
 
 TEST_F(GadgetBusTest, AUnitThatTheKernelCannotHaveIsRefused) {
     tree_.refuse("/gadgets/lightpen0", EPERM);
-    EXPECT_THROW(bus_.addUnit(), GadgetError);
+    EXPECT_THROW(bus_.add<CameraUnit>(), GadgetError);
 }
 
 TEST(GadgetBusEndTest, TakesEveryUnitOutOfTheKernel) {
@@ -232,8 +233,8 @@ TEST(GadgetBusEndTest, TakesEveryUnitOutOfTheKernel) {
     GadgetTree tree;
     {
         GadgetBus bus(clock, {GadgetTree::kGadgets, GadgetTree::kControllers, GadgetTree::kDevices}, tree);
-        bus.addUnit();
-        CameraUnit& unit = bus.addUnit();
+        bus.add<CameraUnit>();
+        CameraUnit& unit = bus.add<CameraUnit>();
         unit.touch({100, 200});
         unit.plug();
     }

@@ -7,7 +7,7 @@
 
 #include "kernel/gadget/GadgetDescription.h"
 #include "kernel/gadget/GadgetFiles.h"
-#include "unit/CameraUnit.h"
+#include "unit/bus/SoftwareUnit.h"
 
 namespace lightpen {
 

@@ -27,7 +27,7 @@ constexpr int kNodeRetryMs = 10;
 
 } // namespace
 
-GadgetPort::GadgetPort(CameraUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
+GadgetPort::GadgetPort(SoftwareUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
                        GadgetFiles& files)
     : unit_(unit), clock_(clock), composition_(std::move(composition)), files_(files) {
     std::array<int, 2> ends{-1, -1};
@@ -220,7 +220,7 @@ void GadgetPort::readOutput() {
     if (got <= 0)
         return got < 0 && errno == EAGAIN ? void() : dropNode(got < 0 ? errno : EIO);
     report.resize(static_cast<std::size_t>(got));
-    if (unit_.output(report, clock_.now()) == CameraUnit::Output::notRead)
+    if (unit_.output(report, clock_.now()) == SoftwareUnit::Output::notRead)
         unit_.outputLater(report);
 }
 

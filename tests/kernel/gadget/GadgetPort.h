@@ -12,7 +12,7 @@
 #include "kernel/gadget/GadgetComposition.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Time.h"
-#include "unit/CameraUnit.h"
+#include "unit/bus/SoftwareUnit.h"
 
 namespace lightpen {
 
@@ -21,7 +21,7 @@ namespace lightpen {
 class GadgetPort {
 public:
     // Starts the thread. The unit and the clock outlive the port.
-    GadgetPort(CameraUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
+    GadgetPort(SoftwareUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
                GadgetFiles& files);
     // Takes the device out of its socket and ends the thread.
     ~GadgetPort();
@@ -53,7 +53,7 @@ private:
     void wakeThread();
     void clearWakeUps();
 
-    CameraUnit& unit_;
+    SoftwareUnit& unit_;
     Clock& clock_;
     const std::unique_ptr<GadgetComposition> composition_; // the thread's
     GadgetFiles& files_;

@@ -17,6 +17,7 @@
 #include "linux_desktop/process/SystemClock.h"
 #include "measure/Analysis.h"
 #include "measure/CanvasProcess.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen {
 
@@ -73,7 +74,7 @@ protected:
     CanvasProcess& canvas;
     std::optional<UnitPriority> priority{std::in_place};
     GadgetBus bus{clock};
-    CameraUnit& unit = bus.addUnit({.optics = Optics::strongKeystone(kScreen)});
+    CameraUnit& unit = bus.add<CameraUnit>({}, {}, Optics::strongKeystone(kScreen));
     std::size_t driverPointers = 0; // that the X server had taken before the test
     std::unique_ptr<DriverProcess> driver;
     std::vector<HandTouch> touches;

@@ -16,6 +16,7 @@
 #include "kernel/support/PointerWatch.h"
 #include "kernel/support/UnitPriority.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "unit/CameraUnit.h"
 
 namespace lightpen::test {
 
@@ -88,7 +89,7 @@ protected:
     SystemClock clock_;
     std::optional<UnitPriority> priority_{std::in_place};
     GadgetBus bus_{clock_};
-    CameraUnit& unit_ = bus_.addUnit({.reportLength = 32});
+    CameraUnit& unit_ = bus_.add<CameraUnit>({.reportLength = 32});
     std::unique_ptr<PointerWatch> pointer_;
 
 private:

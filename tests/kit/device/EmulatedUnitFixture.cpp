@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 class OpticsMapper final : public KVRCalibrationProtocol {
 public:
-    explicit OpticsMapper(const CameraUnit& camera) : optics_(camera.description().optics) {}
+    explicit OpticsMapper(const CameraUnit& camera) : optics_(camera.optics()) {}
     ScreenPoint mapPointFrom(CameraPoint point) override { return optics_.unproject(point); }
 
 private:
@@ -41,10 +41,7 @@ EmulatedUnitFixture::~EmulatedUnitFixture() {
 }
 
 CameraUnit& EmulatedUnitFixture::addCamera(std::size_t reportLength) {
-    UnitDescription description;
-    description.reportLength = reportLength;
-    description.optics = Optics::strongKeystone(kScreen);
-    CameraUnit& camera = bus.addUnit(std::move(description));
+    CameraUnit& camera = bus.add<CameraUnit>({.reportLength = reportLength}, Optics::strongKeystone(kScreen));
     driver->setCalibrationCenter(std::make_shared<OpticsMapper>(camera));
     return camera;
 }

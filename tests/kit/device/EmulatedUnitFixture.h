@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kit/device/DriverFixture.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {

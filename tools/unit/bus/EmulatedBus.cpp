@@ -19,16 +19,13 @@ EmulatedBus::~EmulatedBus() {
     }
 }
 
-CameraUnit& EmulatedBus::addUnit(UnitDescription description) {
-    auto unit = std::make_shared<CameraUnit>(std::move(description), static_cast<UnitSocket*>(this));
+void EmulatedBus::addUnit(std::shared_ptr<SoftwareUnit> unit) {
     {
         const std::lock_guard hold(mutex_);
         units_[unit.get()] = unit;
         locations_[unit.get()] = "IOService:/EmulatedBus/Unit@" + std::to_string(units_.size());
     }
-    CameraUnit& added = *unit;
     drive_.add(std::move(unit));
-    return added;
 }
 
 // Plugging
@@ -80,7 +77,7 @@ void EmulatedBus::withdraw(const ConnectionRef& connection) {
     });
 }
 
-void EmulatedBus::unitPlugged(CameraUnit& unit) {
+void EmulatedBus::unitPlugged(SoftwareUnit& unit) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
@@ -94,7 +91,7 @@ void EmulatedBus::unitPlugged(CameraUnit& unit) {
     publish(connection);
 }
 
-void EmulatedBus::unitUnplugged(CameraUnit& unit) {
+void EmulatedBus::unitUnplugged(SoftwareUnit& unit) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
@@ -106,7 +103,7 @@ void EmulatedBus::unitUnplugged(CameraUnit& unit) {
     withdraw(connection);
 }
 
-void EmulatedBus::unitReport(CameraUnit& unit, const UnitReport& report) {
+void EmulatedBus::unitReport(SoftwareUnit& unit, const UnitReport& report) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);

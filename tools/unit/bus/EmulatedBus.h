@@ -7,13 +7,14 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
-#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedInterface.h"
+#include "unit/bus/SoftwareUnit.h"
 #include "unit/bus/UnitDrive.h"
 #include "unit/bus/UnitSocket.h"
 
@@ -39,8 +40,15 @@ public:
     EmulatedBus(const EmulatedBus&) = delete;
     EmulatedBus& operator=(const EmulatedBus&) = delete;
 
-    // A new unit beside the bus; plug() of the unit plugs it in. It belongs to the bus.
-    CameraUnit& addUnit(UnitDescription description = {});
+    // A new unit beside the bus, made of what its constructor takes behind description and socket; plug() of
+    // the unit plugs it in. It belongs to the bus.
+    template <class Unit, class... More>
+    Unit& add(UnitDescription description = {}, More&&... more) {
+        auto unit = std::make_shared<Unit>(std::move(description), static_cast<UnitSocket*>(this),
+                                           std::forward<More>(more)...);
+        addUnit(unit);
+        return *unit;
+    }
 
     // Lets all units catch up with this time.
     void advance(Microseconds now) { drive_.advance(now); }
@@ -59,10 +67,11 @@ public:
 
 private:
     Microseconds now() override { return clock_.now(); }
-    void unitPlugged(CameraUnit& unit) override;
-    void unitUnplugged(CameraUnit& unit) override;
-    void unitReport(CameraUnit& unit, const UnitReport& report) override;
+    void unitPlugged(SoftwareUnit& unit) override;
+    void unitUnplugged(SoftwareUnit& unit) override;
+    void unitReport(SoftwareUnit& unit, const UnitReport& report) override;
 
+    void addUnit(std::shared_ptr<SoftwareUnit> unit);
     using ConnectionRef = std::shared_ptr<EmulatedConnection>;
     void onMainThread(std::function<void(ServiceRegistry&)> operation);
     void publish(const ConnectionRef& connection);
@@ -85,9 +94,9 @@ private:
     EmulatedConnection::PollHook poll_;
 
     std::mutex mutex_; // guards what follows
-    std::map<const CameraUnit*, std::weak_ptr<CameraUnit>> units_;
-    std::map<const CameraUnit*, ConnectionRef> connections_;
-    std::map<const CameraUnit*, std::string> locations_;
+    std::map<const SoftwareUnit*, std::weak_ptr<SoftwareUnit>> units_;
+    std::map<const SoftwareUnit*, ConnectionRef> connections_;
+    std::map<const SoftwareUnit*, std::string> locations_;
 
     UnitDrive drive_;
     // What the requests for turns on the main loop know of the bus; gone with it.

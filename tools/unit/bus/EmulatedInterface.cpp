@@ -32,7 +32,7 @@ private:
 
 } // namespace
 
-EmulatedConnection::EmulatedConnection(std::shared_ptr<CameraUnit> unit, Clock& clock, std::string location,
+EmulatedConnection::EmulatedConnection(std::shared_ptr<SoftwareUnit> unit, Clock& clock, std::string location,
                                        PollHook poll)
     : unit_(std::move(unit)), clock_(clock), location_(std::move(location)), poll_(std::move(poll)) {
     const std::size_t length = unit_->description().reportLength;
@@ -134,7 +134,7 @@ IOReturn EmulatedInterface::setReport(IOHIDReportType type, std::uint32_t report
 }
 
 IOReturn EmulatedInterface::waitUntilTaken(std::span<const std::uint8_t> report, std::uint32_t timeoutMs) {
-    CameraUnit& unit = *connection_->unit();
+    SoftwareUnit& unit = *connection_->unit();
     Clock& clock = connection_->clock();
     const Microseconds start = clock.now();
     const Microseconds patience =
@@ -142,9 +142,9 @@ IOReturn EmulatedInterface::waitUntilTaken(std::span<const std::uint8_t> report,
     while (!connection_->gone()) {
         const Microseconds now = clock.now();
         const auto result = unit.output(report, now);
-        if (result == CameraUnit::Output::taken)
+        if (result == SoftwareUnit::Output::taken)
             return kIOReturnSuccess;
-        if (result == CameraUnit::Output::gone)
+        if (result == SoftwareUnit::Output::gone)
             break;
         const Microseconds waited = now - start;
         if (waited >= patience) {

@@ -12,7 +12,7 @@
 #include "platform/ReportFanOut.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
-#include "unit/CameraUnit.h"
+#include "unit/bus/SoftwareUnit.h"
 
 namespace lightpen {
 
@@ -26,7 +26,7 @@ public:
     using PollHook = std::function<void()>;
 
     // The clock outlives it; the location stands in the paths of its services.
-    EmulatedConnection(std::shared_ptr<CameraUnit> unit, Clock& clock, std::string location, PollHook poll);
+    EmulatedConnection(std::shared_ptr<SoftwareUnit> unit, Clock& clock, std::string location, PollHook poll);
 
     // What the registry shows: the HID services, high interface numbers first, then the USB device, so that
     // its arrival finds all of them.
@@ -38,7 +38,7 @@ public:
     void vanish();
     bool gone() const { return gone_.load(); } // for good
 
-    const std::shared_ptr<CameraUnit>& unit() const { return unit_; }
+    const std::shared_ptr<SoftwareUnit>& unit() const { return unit_; }
     Clock& clock() { return clock_; }
     // A queue of one interface; only that of the pen ever gets reports. Null when the unit is gone.
     IOHIDQueueRef newQueue(int interfaceNumber);
@@ -50,7 +50,7 @@ private:
     ServiceDescription hidService(int interfaceNumber);
     ServiceDescription usbDevice() const;
 
-    const std::shared_ptr<CameraUnit> unit_;
+    const std::shared_ptr<SoftwareUnit> unit_;
     Clock& clock_;
     const std::string location_;
     const PollHook poll_;

@@ -17,12 +17,12 @@ UnitDrive::~UnitDrive() {
     stop();
 }
 
-void UnitDrive::add(std::shared_ptr<CameraUnit> unit) {
+void UnitDrive::add(std::shared_ptr<SoftwareUnit> unit) {
     const std::lock_guard hold(mutex_);
     units_.push_back(std::move(unit));
 }
 
-std::vector<std::shared_ptr<CameraUnit>> UnitDrive::units() const {
+std::vector<std::shared_ptr<SoftwareUnit>> UnitDrive::units() const {
     const std::lock_guard hold(mutex_);
     return units_;
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/Time.h"
-#include "unit/CameraUnit.h"
+#include "unit/bus/SoftwareUnit.h"
 
 namespace lightpen {
 
@@ -23,9 +23,9 @@ public:
     UnitDrive& operator=(const UnitDrive&) = delete;
 
     // The drive shares the unit until its own end.
-    void add(std::shared_ptr<CameraUnit> unit);
+    void add(std::shared_ptr<SoftwareUnit> unit);
     // A copy of the list.
-    std::vector<std::shared_ptr<CameraUnit>> units() const;
+    std::vector<std::shared_ptr<SoftwareUnit>> units() const;
     // Lets all units catch up with this time.
     void advance(Microseconds now);
     // Until a unit has something to do, within bounds: a script may change what comes next at any moment.
@@ -43,7 +43,7 @@ private:
 
     Clock& clock_;
     mutable std::mutex mutex_; // guards what follows
-    std::vector<std::shared_ptr<CameraUnit>> units_;
+    std::vector<std::shared_ptr<SoftwareUnit>> units_;
     std::condition_variable wake_;
     bool running_ = false;
     std::thread thread_;

@@ -6,7 +6,7 @@
 
 namespace lightpen {
 
-class CameraUnit;
+class SoftwareUnit;
 
 // Where a unit's plug goes. The unit calls these on whatever thread drives it, with its own lock held: an
 // implementation must not wait for another thread.
@@ -15,10 +15,10 @@ public:
     virtual ~UnitSocket() = default;
     // The time on the clock that drives the unit.
     virtual Microseconds now() = 0;
-    virtual void unitPlugged(CameraUnit& unit) = 0;
-    virtual void unitUnplugged(CameraUnit& unit) = 0;
+    virtual void unitPlugged(SoftwareUnit& unit) = 0;
+    virtual void unitUnplugged(SoftwareUnit& unit) = 0;
     // Carries an input report to the host; only between plugged and unplugged.
-    virtual void unitReport(CameraUnit& unit, const UnitReport& report) = 0;
+    virtual void unitReport(SoftwareUnit& unit, const UnitReport& report) = 0;
 };
 
 } // namespace lightpen

@@ -244,7 +244,7 @@ Microseconds Firmware::nextEvent() const {
     return std::min(earliest, nextIdle().value_or(earliest));
 }
 
-std::optional<UnitReport> Firmware::next(Microseconds now, const SceneSource& scene) {
+std::optional<UnitReport> Firmware::next(Microseconds now, Eye& eye) {
     while (ready_.empty()) {
         const Microseconds time = nextEvent();
         if (time > now)
@@ -252,10 +252,10 @@ std::optional<UnitReport> Firmware::next(Microseconds now, const SceneSource& sc
         if (!tasks_.empty() && tasks_.front().report.time == time) {
             const Task task = std::move(tasks_.front());
             tasks_.pop_front();
-            perform(task, scene);
+            perform(task, eye);
         } else if (nextFrame_ == time) {
             nextFrame_ += PenStream::kFrame;
-            lookAtFrame(time, scene);
+            lookAtFrame(time, eye);
         } else {
             emit(stream_.idle(time));
         }
@@ -263,13 +263,6 @@ std::optional<UnitReport> Firmware::next(Microseconds now, const SceneSource& sc
     UnitReport report = std::move(ready_.front());
     ready_.pop_front();
     return report;
-}
-
-std::vector<UnitReport> Firmware::advance(Microseconds now, const SceneSource& scene) {
-    std::vector<UnitReport> reports;
-    while (auto report = next(now, scene))
-        reports.push_back(std::move(*report));
-    return reports;
 }
 
 } // namespace lightpen

@@ -3,11 +3,11 @@
 
 #include <array>
 #include <deque>
-#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
 
+#include "unit/wire/Eye.h"
 #include "unit/wire/Flash.h"
 #include "unit/wire/PairingTable.h"
 #include "unit/wire/PenStream.h"
@@ -45,8 +45,6 @@ struct ReceivedSettings {
 //   'W' 'W', 'T'                  acknowledges
 class Firmware {
 public:
-    using SceneSource = std::function<Scene(Microseconds)>;
-
     static constexpr Microseconds kAnswerDelay{5'000};
     static constexpr Microseconds kQuietTime{300'000};
 
@@ -58,10 +56,8 @@ public:
     // Takes an output report (without its report ID).
     void handleOutput(std::span<const std::uint8_t> report, Microseconds now);
     // The next report that is sent up to now, each one once, in order of time; none when there are no more.
-    // The scene is asked once for each picture that the camera has taken meanwhile.
-    std::optional<UnitReport> next(Microseconds now, const SceneSource& scene);
-    // All of these reports.
-    std::vector<UnitReport> advance(Microseconds now, const SceneSource& scene);
+    // The eye is asked once for each picture that the camera has taken meanwhile.
+    std::optional<UnitReport> next(Microseconds now, Eye& eye);
     // The earliest time at which the unit does something, if nothing happens to it before.
     Microseconds nextEvent() const;
 
@@ -104,8 +100,8 @@ private:
     void endImageMode();
 
     std::optional<Microseconds> nextIdle() const;
-    void perform(const Task& task, const SceneSource& scene);
-    void lookAtFrame(Microseconds now, const SceneSource& scene);
+    void perform(const Task& task, Eye& eye);
+    void lookAtFrame(Microseconds now, Eye& eye);
     void emit(UnitReport report);
     ReportBytes garbage() const;
 

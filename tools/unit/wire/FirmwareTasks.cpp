@@ -17,7 +17,7 @@ constexpr Microseconds kPauseAfterPicture{8'000};
 
 } // namespace
 
-void Firmware::perform(const Task& task, const SceneSource& scene) {
+void Firmware::perform(const Task& task, Eye& eye) {
     const Microseconds now = task.report.time;
     if (task.what == Task::What::send) {
         emit(task.report);
@@ -25,7 +25,7 @@ void Firmware::perform(const Task& task, const SceneSource& scene) {
     }
     if (faults.silent)
         return;
-    const Scene seen = scene ? scene(now) : Scene{};
+    const Scene seen = eye.look(now);
     if (task.what == Task::What::testLight) {
         for (unsigned reply = 1; seen.strayLight && reply <= kLightReplies; ++reply)
             schedule({Task::What::send, {now + reply * kLightReplyPeriod, ReportKind::answer, 'K', {'s'}}});
@@ -45,8 +45,8 @@ void Firmware::perform(const Task& task, const SceneSource& scene) {
         stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
 }
 
-void Firmware::lookAtFrame(Microseconds now, const SceneSource& scene) {
-    const auto spot = vision_.look(scene ? scene(now) : Scene{}, now, behaviour);
+void Firmware::lookAtFrame(Microseconds now, Eye& eye) {
+    const auto spot = vision_.look(eye.look(now), now, behaviour);
     stream_.see(spot.has_value());
     if (quiet(now) || (imageMode_ && behaviour.penStopsInImageMode))
         return;
