@@ -8,6 +8,7 @@
 #include "kit/RecordingLog.h"
 #include "kit/TemporaryDirectory.h"
 #include "linux_desktop/files/ApplicationBundle.h"
+#include "linux_desktop/files/DesktopEntry.h"
 #include "linux_desktop/files/XdgLoginItems.h"
 
 namespace lightpen {

@@ -59,8 +59,6 @@ std::optional<std::string> ApplicationBundle::bundleIdentifier() const {
 std::optional<std::string> ApplicationBundle::bundleIdentifierAtPath(const std::string& path) const {
     const std::filesystem::path place = path;
     const auto file = (isFile(place) ? place.parent_path() : place) / kInformation;
-    if (!isFile(file)) // nor a pipe, which would hold its reader up
-        return std::nullopt;
     const PropertyListResult result = readPropertyList(file.string());
     return result.dictionary ? identifierIn(*result.dictionary) : std::nullopt;
 }

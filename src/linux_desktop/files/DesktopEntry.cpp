@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "linux_desktop/files/Utf8.h"
+#include <QUtf8StringView>
 
 namespace lightpen {
 
@@ -29,17 +29,21 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
-bool saysNothing(std::string_view line) {
-    const auto text = trimmed(line);
-    return text.empty() || text.front() == '#';
+// The next line that says something, without the blanks around it; the text goes on behind it. Empty at the
+// end.
+std::string_view nextLine(std::string_view& text) {
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const auto line = trimmed(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (!line.empty() && line.front() != '#')
+            return line;
+    }
+    return {};
 }
 
-bool isGroup(std::string_view line) {
-    return trimmed(line).starts_with('[');
-}
-
-bool isOf(std::string_view line, std::string_view key) {
-    return !saysNothing(line) && trimmed(line.substr(0, line.find('='))) == key;
+bool isUtf8(std::string_view text) {
+    return QUtf8StringView(text.data(), static_cast<qsizetype>(text.size())).isValidUtf8();
 }
 
 // What the escapes of a value mean; one that is none is left as it is written.
@@ -82,80 +86,45 @@ bool canBeHeld(std::string_view value) {
            });
 }
 
-std::vector<std::string> linesOf(std::string_view text) {
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const auto end = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
-
 } // namespace
 
-DesktopEntry::DesktopEntry()
-    : lines_{std::string(kMainGroup), "Type=Application"}, begin_(1), end_(lines_.size()) {}
-
 std::optional<DesktopEntry> DesktopEntry::parse(std::string_view text) {
-    if (!isUtf8(text) || text.find('\0') != std::string_view::npos)
+    if (!isUtf8(text) || text.find('\0') != std::string_view::npos || nextLine(text) != kMainGroup)
         return std::nullopt;
     DesktopEntry entry;
-    entry.lines_ = linesOf(text);
-    const auto first = std::find_if_not(entry.lines_.begin(), entry.lines_.end(), saysNothing);
-    if (first == entry.lines_.end() || trimmed(*first) != kMainGroup)
-        return std::nullopt;
-    const auto last = std::find_if(first + 1, entry.lines_.end(), isGroup);
-    const bool sound = std::all_of(first + 1, last, [](const std::string& line) {
-        return saysNothing(line) || line.find('=') != std::string::npos;
-    });
-    if (!sound)
-        return std::nullopt;
-    entry.begin_ = static_cast<std::size_t>(first + 1 - entry.lines_.begin());
-    entry.end_ = static_cast<std::size_t>(last - entry.lines_.begin());
+    entry.keys_.clear();
+    for (auto line = nextLine(text); !line.empty() && line.front() != '['; line = nextLine(text)) {
+        const auto equals = line.find('=');
+        if (equals == std::string_view::npos)
+            return std::nullopt;
+        entry.keys_.emplace_back(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
+    }
     return entry;
 }
 
-std::optional<std::size_t> DesktopEntry::find(std::string_view key) const {
-    for (std::size_t line = begin_; line < end_; ++line)
-        if (isOf(lines_[line], key))
-            return line;
-    return std::nullopt;
-}
-
 std::optional<std::string> DesktopEntry::value(std::string_view key) const {
-    const auto line = find(key);
-    if (!line)
-        return std::nullopt;
-    const std::string_view text = lines_[*line];
-    return unescaped(trimmed(text.substr(text.find('=') + 1)));
+    for (const auto& [name, value] : keys_)
+        if (name == key)
+            return unescaped(value);
+    return std::nullopt;
 }
 
 bool DesktopEntry::set(std::string_view key, std::string_view value) {
     if (!canBeHeld(value))
         return false;
-    std::string line = std::string(key) + '=' + escaped(value);
-    if (const auto present = find(key)) {
-        if (lines_[*present].ends_with('\r'))
-            line += '\r';
-        lines_[*present] = std::move(line);
-        return true;
-    }
-    // Behind the last line that says something, before the blank ones that part groups.
-    std::size_t place = end_;
-    while (place > begin_ && saysNothing(lines_[place - 1]))
-        --place;
-    if (lines_[place - 1].ends_with('\r'))
-        line += '\r';
-    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(place), std::move(line));
-    ++end_;
+    const auto found =
+        std::find_if(keys_.begin(), keys_.end(), [&](const auto& known) { return known.first == key; });
+    if (found == keys_.end())
+        keys_.emplace_back(key, escaped(value));
+    else
+        found->second = escaped(value);
     return true;
 }
 
 std::string DesktopEntry::text() const {
-    std::string text;
-    for (const std::string& line : lines_)
-        text += line + '\n';
+    std::string text = std::string(kMainGroup) + '\n';
+    for (const auto& [name, value] : keys_)
+        text += name + '=' + value + '\n';
     return text;
 }
 

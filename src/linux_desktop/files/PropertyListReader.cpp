@@ -5,11 +5,9 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <memory>
-#include <sstream>
 
+#include "linux_desktop/files/PlainFile.h"
 #include "platform/FileDescriptor.h"
 
 namespace lightpen {
@@ -18,6 +16,8 @@ namespace {
 
 // Deeper than any list of ours; a guard for the stack.
 constexpr int kDeepest = 32;
+// Far above any list of ours, in bytes; a longer one ends there, and is not well-formed.
+constexpr std::size_t kLargest = std::size_t{4} << 20;
 
 struct Reader {
     std::string error;
@@ -120,12 +120,10 @@ PropertyListResult parsePropertyList(std::string_view text) {
 }
 
 PropertyListResult readPropertyList(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text; // whose operator turns what the buffer throws, for a folder say, into a flag
-    text << stream.rdbuf();
-    if (!stream.is_open() || text.bad())
+    const auto text = readPlainFile(file, kLargest);
+    if (!text)
         return {std::nullopt, file + ": " + errorText(errno)};
-    PropertyListResult result = parsePropertyList(text.str());
+    PropertyListResult result = parsePropertyList(*text);
     if (!result.dictionary)
         result.error = file + ": " + result.error;
     return result;

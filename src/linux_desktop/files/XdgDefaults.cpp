@@ -1,28 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/files/XdgDefaults.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <system_error>
 #include <utility>
 
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStringList>
-#include <QTemporaryDir>
+#include <QUtf8StringView>
 
 #include "linux_desktop/files/PlainFile.h"
-#include "linux_desktop/files/Utf8.h"
-#include "linux_desktop/files/XdgDataFiles.h"
-#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {
@@ -112,7 +105,8 @@ bool isSoundLine(std::string_view line) {
 // Qt says whether a file is sound only when it first sees it, and silently cuts values short at what is no
 // text.
 bool isSound(std::string_view text) {
-    if (!isUtf8(text) || text.find('\0') != std::string_view::npos)
+    if (!QUtf8StringView(text.data(), static_cast<qsizetype>(text.size())).isValidUtf8() ||
+        text.find('\0') != std::string_view::npos)
         return false;
     bool continued = false;
     while (!text.empty()) {
@@ -125,22 +119,13 @@ bool isSound(std::string_view text) {
     return true;
 }
 
-// Other processes that write into the folder in this way wait for as long as this lives; a crash ends it. No
-// lock where there is no folder yet.
-FileDescriptor lockedFolderOf(const std::string& file) {
-    const std::string folder = std::filesystem::path(file).parent_path().string();
-    FileDescriptor directory(
-        retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (directory)
-        retryInterrupted([&] { return ::flock(directory.get(), LOCK_EX); });
-    return directory;
-}
-
-// The place that a link leads to, which is to stay a link.
-std::string behindLinks(const std::string& file) {
-    std::error_code unknown;
-    const auto path = std::filesystem::canonical(file, unknown);
-    return unknown ? file : path.string();
+// Qt takes over the lock of a process that is gone, but waits half a minute for one that does not say whose
+// it is: a crash between two calls of Qt's leaves it empty.
+void removeEmptyLock(const std::string& file) {
+    const std::string lock = file + ".lock";
+    std::error_code gone;
+    if (std::filesystem::file_size(lock, gone) == 0 && !gone)
+        std::filesystem::remove(lock, gone);
 }
 
 } // namespace
@@ -155,12 +140,10 @@ std::string XdgDefaults::userFile() {
 }
 
 XdgDefaults::Condition XdgDefaults::condition() const {
-    const auto text = readPlainFile(file_, kLargest, Links::followed);
-    if (!text && errno == ENOENT)
-        return Condition::absent;
+    const auto text = readPlainFile(file_, kLargest + 1);
     if (!text)
-        return errno == EFBIG ? Condition::damaged : Condition::unreadable;
-    return isSound(*text) ? Condition::sound : Condition::damaged;
+        return errno == ENOENT ? Condition::absent : Condition::unreadable;
+    return text->size() <= kLargest && isSound(*text) ? Condition::sound : Condition::damaged;
 }
 
 bool XdgDefaults::moveAside() const {
@@ -210,7 +193,6 @@ std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) con
 // Each write begins with a fresh look at the file, so what somebody has edited meanwhile stays. What has been
 // damaged meanwhile is written anew from what is known.
 bool XdgDefaults::write(const std::string& key) {
-    const FileDescriptor lock = lockedFolderOf(file_);
     const Condition before = condition();
     const bool anew = before == Condition::damaged && moveAside();
     if (anew)
@@ -226,28 +208,22 @@ bool XdgDefaults::cannotBeWritten(const std::string& key) const {
     return false;
 }
 
-// Qt edits a copy. In the file's own place it would leave a lock behind in a crash, for which the next start
-// would wait up to half a minute.
+// Qt takes turns with other processes and replaces the file whole.
 bool XdgDefaults::store(const std::string& key, bool everything) const {
-    const QTemporaryDir scratch;
-    const std::string copy = scratch.filePath(QStringLiteral("settings.ini")).toStdString();
-    if (const auto text = readPlainFile(file_, kLargest, Links::followed))
-        std::ofstream(copy, std::ios::binary) << *text;
-    QSettings settings(QString::fromStdString(copy), QSettings::IniFormat);
+    if (!makeFolderOf(file_))
+        return false;
+    removeEmptyLock(file_);
+    QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
     for (const auto& [name, value] : set_)
         if (everything || name == key)
             settings.setValue(QString::fromStdString(name), QString::fromStdString(encode(value)));
-    if (!set_.contains(key)) {
-        if (!settings.contains(QString::fromStdString(key)))
-            return true;
+    if (!set_.contains(key))
         settings.remove(QString::fromStdString(key));
-    }
     settings.sync();
-    const auto text = readPlainFile(copy, kLargest, Links::followed);
-    if (settings.status() != QSettings::NoError || !text)
+    if (settings.status() != QSettings::NoError)
         return cannotBeWritten(key);
-    const std::vector<std::uint8_t> bytes(text->begin(), text->end());
-    return XdgDataFiles({}, {}).replace(behindLinks(file_), bytes);
+    keepNameOf(file_);
+    return true;
 }
 
 bool XdgDefaults::setObject(std::string_view key, DefaultsValue value) {

@@ -1,14 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/files/XdgLoginItems.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
+#include <system_error>
+#include <tuple>
 #include <utility>
 
 #include <QStandardPaths>
 
+#include "linux_desktop/files/DesktopEntry.h"
+#include "linux_desktop/files/PlainFile.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
@@ -26,6 +34,10 @@ constexpr const char* kExec = "Exec";
 constexpr std::int64_t kHighestOrder = 1'000'000'000;
 
 constexpr const char* kFileStem = "org.lightpen.LightPenNX7";
+constexpr std::string_view kSuffix = ".desktop";
+// Far above any entry, in bytes.
+constexpr std::size_t kLargest = 64 * 1024;
+constexpr int kMostNames = 100;
 
 // What a new entry has beside the keys that follow from its item: each desktop's way to start it when the
 // panel is there. Phases of GNOME's are none of them: systemd leaves entries that name one alone.
@@ -37,6 +49,18 @@ constexpr std::pair<const char*, const char*> kStandardKeys[] = {
     {"X-KDE-autostart-after", "panel"},
     {"X-LXQt-Need-Tray", "true"},
 };
+
+DesktopEntry newEntry() {
+    DesktopEntry entry;
+    for (const auto& [key, value] : kStandardKeys)
+        entry.set(key, value);
+    return entry;
+}
+
+std::optional<DesktopEntry> readEntry(const std::string& path) {
+    const auto text = readPlainFile(path, kLargest + 1, Links::refused);
+    return text && text->size() <= kLargest ? DesktopEntry::parse(*text) : std::nullopt;
+}
 
 const char* textOf(bool flag) {
     return flag ? "true" : "false";
@@ -86,15 +110,22 @@ std::string XdgLoginItems::userFolder() {
 
 // In the order of the list. None (with errno set) when the folder cannot be read.
 std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const {
-    auto files = folder_.files();
-    if (!files)
-        return std::nullopt;
+    std::error_code error;
+    std::filesystem::directory_iterator place(folder_, error);
     std::vector<Stored> result;
-    for (const auto& [name, entry] : *files)
-        if (auto item = itemOf(name, entry))
-            result.push_back({*item, item->foreign ? 0 : orderIn(entry)});
-    std::stable_sort(result.begin(), result.end(),
-                     [](const Stored& a, const Stored& b) { return a.order < b.order; });
+    for (; !error && place != std::filesystem::directory_iterator(); place.increment(error)) {
+        const std::string name = place->path().filename().string();
+        const auto entry = name.ends_with(kSuffix) ? readEntry(file(name)) : std::nullopt;
+        if (auto item = entry ? itemOf(name, *entry) : std::nullopt)
+            result.push_back({*item, item->foreign ? 0 : orderIn(*entry)});
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        errno = error.value();
+        return std::nullopt;
+    }
+    std::sort(result.begin(), result.end(), [](const Stored& a, const Stored& b) {
+        return std::tie(a.order, a.item.origin) < std::tie(b.order, b.item.origin);
+    });
     return result;
 }
 
@@ -115,40 +146,44 @@ void XdgLoginItems::setValue(std::vector<LoginItem> list) {
     list_ = std::move(list);
 }
 
-bool XdgLoginItems::storeNew(const LoginItem& item, std::int64_t order) const {
-    const std::string name = folder_.freeName(kFileStem);
-    if (name.empty()) {
-        logLine("Login items: no file name is left in %s", folder_.path().c_str());
-        return false;
+// A name that nothing in the folder has; empty when there is none.
+std::string XdgLoginItems::freeName() const {
+    for (int number = 1; number <= kMostNames; ++number) {
+        std::string name =
+            kFileStem + (number == 1 ? "" : '-' + std::to_string(number)) + std::string(kSuffix);
+        struct stat status {};
+        if (::lstat(file(name).c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
+            return name;
     }
-    DesktopEntry entry;
-    for (const auto& [key, value] : kStandardKeys)
-        entry.set(key, value);
-    if (!setPath(entry, item.path))
-        return cannotBeStored(item);
-    entry.set(kHide, textOf(item.hide));
-    if (item.identifier)
-        entry.set(kIdentifier, *item.identifier);
-    entry.set(kOrder, std::to_string(order));
-    return folder_.write(name, entry);
+    logLine("Login items: no file name is left in %s", folder_.c_str());
+    return {};
 }
 
-// Begins with a fresh look at the file, and leaves alone what has not changed.
-bool XdgLoginItems::storeChange(const Stored& from, const LoginItem& to, std::int64_t order) const {
-    if (from.item == to && from.order == order)
+// Begins with a fresh look at the file of an item that was stored before, and leaves alone what has not
+// changed.
+bool XdgLoginItems::store(const LoginItem& item, std::int64_t order, const Stored* before) const {
+    if (before && before->item == item && before->order == order)
         return true;
-    auto entry = folder_.read(from.item.origin);
-    if (!entry || !entry->value(kPath))
+    auto entry = before ? readEntry(file(item.origin)) : newEntry();
+    if (!entry || (before && !entry->value(kPath)))
         return true; // somebody has taken it away just now
-    if (to.path != from.item.path && !setPath(*entry, to.path))
-        return cannotBeStored(to);
-    if (to.hide != from.item.hide)
-        entry->set(kHide, textOf(to.hide));
-    if (to.identifier != from.item.identifier)
-        entry->set(kIdentifier, to.identifier.value_or(""));
-    if (order != from.order)
-        entry->set(kOrder, std::to_string(order));
-    return folder_.write(from.item.origin, *entry);
+    const std::string name = before ? item.origin : freeName();
+    if (name.empty())
+        return false;
+    if ((!before || item.path != before->item.path) && !setPath(*entry, item.path))
+        return cannotBeStored(item);
+    entry->set(kHide, textOf(item.hide));
+    if (item.identifier || entry->value(kIdentifier))
+        entry->set(kIdentifier, item.identifier.value_or(""));
+    entry->set(kOrder, std::to_string(order));
+    return replacePlainFile(file(name), entry->text());
+}
+
+bool XdgLoginItems::remove(const std::string& name) const {
+    if (::unlink(file(name).c_str()) == 0 || errno == ENOENT)
+        return true;
+    logLine("Login items: %s cannot be removed: %s", file(name).c_str(), errorText(errno).c_str());
+    return false;
 }
 
 bool XdgLoginItems::synchronize() {
@@ -157,7 +192,7 @@ bool XdgLoginItems::synchronize() {
         return true;
     const auto present = stored();
     if (!present) {
-        logLine("Login items: %s cannot be read: %s", folder_.path().c_str(), errorText(errno).c_str());
+        logLine("Login items: %s cannot be read: %s", folder_.c_str(), errorText(errno).c_str());
         return false;
     }
     std::set<std::string> kept;
@@ -170,13 +205,13 @@ bool XdgLoginItems::synchronize() {
         if (!isNew && (found == present->end() || found->item.foreign || !kept.insert(item.origin).second))
             continue;
         last = isNew ? last + 1 : std::max(found->order, last + 1);
-        if (!(isNew ? storeNew(item, last) : storeChange(*found, item, last)))
+        if (!store(item, last, isNew ? nullptr : &*found))
             return false; // with what there was still in place
     }
     bool removed = true;
     for (const Stored& one : *present)
         if (!one.item.foreign && seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
-            removed = folder_.remove(one.item.origin) && removed;
+            removed = remove(one.item.origin) && removed;
     return removed;
 }
 

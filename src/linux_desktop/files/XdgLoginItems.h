@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "linux_desktop/files/AutostartFolder.h"
 #include "platform/LoginItems.h"
 
 namespace lightpen {
 
 // The user's autostart folder, one desktop entry an item. Items that were stored here carry keys of their own
 // in it, and only their files are ever written or removed; the entries of other applications stand before
-// them in the list, by the names of their files. An item's origin is the name of its file. Main thread.
+// them in the list, by the names of their files. An item's origin is the name of its file. Links, folders,
+// pipes, files that are too large for an entry or are none are as good as not there, and stay. Main thread.
 class XdgLoginItems final : public LoginItems {
 public:
     // The folder is made with the first entry.
@@ -26,19 +26,21 @@ public:
     // switched off by "Hidden".
     std::optional<std::vector<LoginItem>> copyValue() const override;
     void setValue(std::vector<LoginItem> list) override;
-    // Items that are new or have another path, "Hide", identifier or place are written, the others keep their
-    // bytes; what was on the list and is not any more is removed. What somebody else has taken away meanwhile
-    // stays away.
+    // Items that are new or have another path, "Hide", identifier or place are written whole, with all keys
+    // that they had; the others keep their bytes. What was on the list and is not any more is removed. What
+    // somebody else has taken away meanwhile stays away.
     bool synchronize() override;
 
 private:
     struct Stored;
 
+    std::string file(const std::string& name) const { return folder_ + '/' + name; }
     std::optional<std::vector<Stored>> stored() const;
-    bool storeNew(const LoginItem& item, std::int64_t order) const;
-    bool storeChange(const Stored& from, const LoginItem& to, std::int64_t order) const;
+    std::string freeName() const;
+    bool store(const LoginItem& item, std::int64_t order, const Stored* before) const;
+    bool remove(const std::string& name) const;
 
-    const AutostartFolder folder_;
+    const std::string folder_;
     mutable std::set<std::string> seen_; // the origins of items that were on the list when it was asked for
     std::optional<std::vector<LoginItem>> list_; // to be stored
 };

@@ -8,6 +8,7 @@
 
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryDirectory.h"
+#include "linux_desktop/files/DesktopEntry.h"
 #include "linux_desktop/files/XdgLoginItems.h"
 
 namespace lightpen {

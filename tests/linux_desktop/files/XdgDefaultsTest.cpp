@@ -382,6 +382,16 @@ TEST_F(XdgDefaultsTest, SurvivesACrashAtAnyMoment) {
     EXPECT_TRUE(XdgDefaults(file).setObject("Language", std::string("ja"))); // no lock holds it up
 }
 
+TEST_F(XdgDefaultsTest, AnEmptyLockOfACrashIsNoLock) {
+    write("[General]\nDistance=7\n");
+    writeFile(file + ".lock", "");
+    const auto begun = std::chrono::steady_clock::now();
+    EXPECT_TRUE(XdgDefaults(file).setObject("Distance", std::int64_t{8}));
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(20)) << "Qt would wait for 30";
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{8}));
+    EXPECT_FALSE(std::filesystem::exists(file + ".lock"));
+}
+
 TEST(XdgDefaultsFile, LiesUnderTheConfigurationFolder) {
     setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
     EXPECT_EQ(XdgDefaults::userFile(), "/somewhere/else/LightPenNX7/settings.ini");

@@ -143,12 +143,11 @@ TEST_F(XdgLoginItemsTest, RemembersWhomAnItemWasMadeFor) {
     EXPECT_EQ(list().at(0).identifier, std::nullopt);
 }
 
-TEST_F(XdgLoginItemsTest, ANewPathKeepsEverythingElse) {
-    put(kOwn, "# mine\n" + own("/old", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
-                  "\n[Desktop Action New]\nExec=/old\n");
+TEST_F(XdgLoginItemsTest, ANewPathKeepsEveryOtherKey) {
+    const std::string keys = "Hidden=true\nComment=\\sStift \\q\nX-Delay=5\n";
+    put(kOwn, "# mine\n" + own("/old", 4, keys) + "\n[Desktop Action New]\nExec=/old\n");
     ASSERT_TRUE(refresh(0, "/new"));
-    EXPECT_EQ(text(kOwn), "# mine\n" + own("/new", 4, "Hidden=true\nComment=Stift\nX-Delay=5\n") +
-                              "\n[Desktop Action New]\nExec=/old\n");
+    EXPECT_EQ(text(kOwn), own("/new", 4, keys));
 }
 
 TEST_F(XdgLoginItemsTest, AnItemThatHasNotChangedKeepsItsFile) {
@@ -236,7 +235,9 @@ TEST_F(XdgLoginItemsTest, OrdersThatAreNoneAreMended) {
         put(kOwn,
             "[Desktop Entry]\nX-LightPenNX7-Path=/pen\nX-LightPenNX7-Order=" + std::string(order) + "\n");
         ASSERT_TRUE(refresh(0, "/pen"));
-        EXPECT_EQ(text(kOwn), "[Desktop Entry]\nX-LightPenNX7-Path=/pen\nX-LightPenNX7-Order=1\n") << order;
+        EXPECT_EQ(text(kOwn), "[Desktop Entry]\nX-LightPenNX7-Path=/pen\nX-LightPenNX7-Order=1\n"
+                              "X-LightPenNX7-Hide=false\n")
+            << order;
     }
 }
 
@@ -257,6 +258,32 @@ TEST_F(XdgLoginItemsTest, TheNameOfAFileThatIsThereIsNotTaken) {
     EXPECT_EQ(text(kOwn), "of somebody else");
     EXPECT_THAT(list(),
                 ElementsAre(LoginItem{"/opt/LightPenNX7", false, "org.lightpen.LightPenNX7-2.desktop"}));
+}
+
+TEST_F(XdgLoginItemsTest, WhereEveryNameIsTakenNothingIsStored) {
+    put(kOwn, "");
+    std::filesystem::create_symlink("nowhere", folder + "/org.lightpen.LightPenNX7-2.desktop");
+    std::filesystem::create_directory(folder + "/org.lightpen.LightPenNX7-3.desktop");
+    ASSERT_TRUE(add("/pen"));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/pen", false, "org.lightpen.LightPenNX7-4.desktop"}));
+    for (int number = 5; number <= 100; ++number)
+        put("org.lightpen.LightPenNX7-" + std::to_string(number) + ".desktop", "");
+    EXPECT_FALSE(add("/another"));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Login items: no file name is left in " + folder));
+}
+
+TEST_F(XdgLoginItemsTest, WhatIsNoEntryIsPassedOver) {
+    const std::string entry = own("/pen", 1);
+    put("good.desktop", entry);
+    put("text.txt", entry);
+    put("good.desktop.Xq3aB1", entry); // what a crash may leave of a write
+    put("empty.desktop", "");
+    put("huge.desktop", entry + std::string(70'000, '#'));
+    std::filesystem::create_directory(folder + "/folder.desktop");
+    std::filesystem::create_symlink("nowhere", folder + "/dangling.desktop");
+    ASSERT_EQ(mkfifo((folder + "/pipe.desktop").c_str(), 0600), 0);
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/pen", false, "good.desktop"}));
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(XdgLoginItemsTest, ALinkIsNobodysEntry) {
