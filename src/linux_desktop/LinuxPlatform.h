@@ -12,7 +12,6 @@
 #include "linux_desktop/files/XdgLoginItems.h"
 #include "linux_desktop/panel/TrayStatusBar.h"
 #include "linux_desktop/pointer/LinuxPointer.h"
-#include "linux_desktop/process/CanberraOutput.h"
 #include "linux_desktop/process/DBusNotifications.h"
 #include "linux_desktop/process/LinuxLocales.h"
 #include "linux_desktop/process/LinuxSounds.h"
@@ -103,7 +102,7 @@ private:
     NotificationCenter notifications_;
     DBusNotifications distributedNotifications_;
     LinuxSystemUI systemUI_;
-    LinuxSounds sounds_{clock_, std::make_unique<CanberraOutput>()};
+    LinuxSounds sounds_;
     LinuxLocales locales_{notifications_};
     ApplicationBundle bundle_;
     XdgLoginItems loginItems_;

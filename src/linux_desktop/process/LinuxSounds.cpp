@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/process/LinuxSounds.h"
 
-#include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
+#include <canberra.h>
+#include <dlfcn.h>
+#include <link.h>
+
+#include <atomic>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "linux_desktop/files/Resources.h"
+#include "linux_desktop/process/Environment.h"
 #include "linux_desktop/process/SignalMask.h"
 #include "platform/Log.h"
 
@@ -17,106 +20,142 @@ namespace lightpen {
 
 namespace {
 
-// How long the end waits for the thread, which is then idle or held up by the sound server.
+namespace fs = std::filesystem;
+using SteadyClock = std::chrono::steady_clock;
+
+// How long the end waits for a call that is under way.
 constexpr std::chrono::milliseconds kEndPatience{200};
+
+bool isThere(const fs::path& path) {
+    std::error_code unreadable;
+    return fs::exists(path, unreadable);
+}
+
+bool serverRuns() {
+    const fs::path runtime = environmentVariable("XDG_RUNTIME_DIR");
+    return (!runtime.empty() && (isThere(runtime / "pulse/native") || isThere(runtime / "pipewire-0"))) ||
+           isThere("/run/pulse/native");
+}
+
+bool cardIsThere() {
+    std::error_code unreadable;
+    for (const auto& entry : fs::directory_iterator("/dev/snd", unreadable))
+        if (entry.path().filename().string().starts_with("controlC"))
+            return true;
+    return false;
+}
+
+// Somebody has said where sounds go.
+bool outputIsChosen() {
+    for (const char* name : {"CANBERRA_DRIVER", "PULSE_SERVER", "ALSA_CONFIG_PATH"})
+        if (!environmentVariable(name).empty())
+            return true;
+    return false;
+}
+
+int noteDriver(dl_phdr_info* library, std::size_t, void* paths) {
+    const std::string_view path = library->dlpi_name;
+    if (path.find("/libcanberra-") != std::string_view::npos)
+        static_cast<std::vector<std::string>*>(paths)->emplace_back(path);
+    return 0;
+}
+
+// libcanberra unloads its driver with the context, and does not wait for the driver's thread to return from
+// its last instructions: they must still be there then.
+void keepDriverLoaded() {
+    std::vector<std::string> paths;
+    ::dl_iterate_phdr(noteDriver, &paths);
+    for (const std::string& path : paths)
+        ::dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
 
 } // namespace
 
-// What the sounds and the thread share; it lives as long as the last of them.
+bool soundIsPossible() {
+    return outputIsChosen() || serverRuns() || cardIsThere();
+}
+
+// What the sounds and their threads share; it lives as long as the last of them.
 class LinuxSounds::Player : public std::enable_shared_from_this<Player> {
 public:
-    Player(Clock& clock, std::unique_ptr<SoundOutput> output) : clock_(clock), output_(std::move(output)) {}
+    explicit Player(Patience patience) : patience_(patience) {}
 
     // Any thread; never waits for the output.
     void play(const std::string& file);
-    // The clock is not touched after it.
     void end();
 
 private:
-    struct Request {
-        std::string file;
-        Microseconds asked;
-    };
+    void playInTurn(const std::string& file, SteadyClock::time_point asked);
+    int playNow(const std::string& file);
+    void takeProblem(const char* problem);
 
-    bool startThread();
-    void run();
-    void playNext(std::unique_lock<std::mutex>& lock);
-    void take(bool heard, const std::string& problem);
-
-    Clock& clock_;
-    const std::unique_ptr<SoundOutput> output_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<Request> waiting_;
-    Microseconds silentUntil_{0};
+    const Patience patience_;
+    std::atomic<int> waiting_{0};
+    std::atomic<bool> ending_{false};
+    std::timed_mutex turn_; // around what follows
+    std::unique_ptr<ca_context, int (*)(ca_context*)> context_{nullptr, ca_context_destroy};
+    SteadyClock::time_point silentUntil_{};
     bool problemLogged_ = false;
-    bool running_ = false;
-    bool ending_ = false;
 };
 
 void LinuxSounds::Player::play(const std::string& file) {
-    {
-        const std::lock_guard hold(mutex_);
-        if (ending_ || waiting_.size() >= kMostWaiting || (!running_ && !startThread()))
-            return;
-        waiting_.push_back({file, clock_.now()});
+    if (++waiting_ > kMostWaiting) {
+        --waiting_;
+        return;
     }
-    changed_.notify_all();
-}
-
-bool LinuxSounds::Player::startThread() {
     const AllSignalsBlocked inherited;
     try {
-        std::thread([self = shared_from_this()] { self->run(); }).detach();
-    } catch (const std::system_error& error) {
-        take(false, error.what());
-        return false;
+        std::thread([self = shared_from_this(), file, asked = SteadyClock::now()] {
+            self->playInTurn(file, asked);
+        }).detach();
+    } catch (const std::system_error&) {
+        --waiting_; // a machine that has no thread left for a beep
     }
-    running_ = true;
-    return true;
+}
+
+void LinuxSounds::Player::playInTurn(const std::string& file, SteadyClock::time_point asked) {
+    const std::lock_guard turn(turn_);
+    --waiting_;
+    const auto now = SteadyClock::now();
+    if (ending_ || now - asked > patience_.mostLate || now < silentUntil_)
+        return;
+    if (!soundIsPossible())
+        takeProblem("there is no sound server");
+    else if (const int result = playNow(file); result != CA_SUCCESS)
+        takeProblem(ca_strerror(result));
+    else
+        problemLogged_ = false;
+}
+
+int LinuxSounds::Player::playNow(const std::string& file) {
+    if (!context_) {
+        ca_context* made = nullptr;
+        if (const int result = ca_context_create(&made); result != CA_SUCCESS)
+            return result;
+        context_.reset(made);
+    }
+    // The server keeps a sound that it has been given once: the next time it begins sooner.
+    const int result =
+        ca_context_play(context_.get(), 0, CA_PROP_MEDIA_FILENAME, file.c_str(), CA_PROP_MEDIA_ROLE, "event",
+                        CA_PROP_APPLICATION_NAME, "LightPenNX7", CA_PROP_EVENT_DESCRIPTION, "Light pen",
+                        CA_PROP_CANBERRA_CACHE_CONTROL, "permanent", static_cast<char*>(nullptr));
+    keepDriverLoaded();
+    // A server that comes later, or again, is only found by a new context.
+    if (result != CA_SUCCESS)
+        context_.reset();
+    return result;
+}
+
+void LinuxSounds::Player::takeProblem(const char* problem) {
+    silentUntil_ = SteadyClock::now() + patience_.retry;
+    if (!ending_ && !std::exchange(problemLogged_, true))
+        logLine("Sounds: nothing is heard: %s", problem);
 }
 
 void LinuxSounds::Player::end() {
-    std::unique_lock lock(mutex_);
     ending_ = true;
-    changed_.notify_all();
-    changed_.wait_for(lock, kEndPatience, [&] { return !running_; });
-}
-
-void LinuxSounds::Player::run() {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        changed_.wait(lock, [&] { return ending_ || !waiting_.empty(); });
-        if (ending_)
-            break;
-        playNext(lock);
-    }
-    running_ = false;
-    changed_.notify_all();
-}
-
-void LinuxSounds::Player::playNext(std::unique_lock<std::mutex>& lock) {
-    const Request request = std::move(waiting_.front());
-    waiting_.pop_front();
-    const auto now = clock_.now();
-    if (now - request.asked > kMostLate || now < silentUntil_)
-        return;
-    std::string problem;
-    lock.unlock();
-    const bool heard = output_->play(request.file, problem);
-    lock.lock();
-    if (!ending_)
-        take(heard, problem);
-}
-
-void LinuxSounds::Player::take(bool heard, const std::string& problem) {
-    if (heard) {
-        problemLogged_ = false;
-        return;
-    }
-    silentUntil_ = clock_.now() + kRetry;
-    if (!std::exchange(problemLogged_, true))
-        logLine("Sounds: nothing is heard: %s", problem.c_str());
+    if (const std::unique_lock turn(turn_, kEndPatience); turn)
+        context_.reset();
 }
 
 class LinuxSounds::FileSound final : public Sound {
@@ -130,12 +169,12 @@ private:
     const std::shared_ptr<Player> player_;
 };
 
-std::filesystem::path LinuxSounds::programSounds() {
+fs::path LinuxSounds::programSounds() {
     return resourceFolder() / "sounds";
 }
 
-LinuxSounds::LinuxSounds(Clock& clock, std::unique_ptr<SoundOutput> output, std::filesystem::path folder)
-    : folder_(std::move(folder)), player_(std::make_shared<Player>(clock, std::move(output))) {}
+LinuxSounds::LinuxSounds(fs::path folder, Patience patience)
+    : folder_(std::move(folder)), player_(std::make_shared<Player>(patience)) {}
 
 LinuxSounds::~LinuxSounds() {
     player_->end();
@@ -146,17 +185,12 @@ SoundRef LinuxSounds::soundNamed(std::string_view name) {
         return nullptr; // a name, not a way out of the folder
     const auto file = folder_ / (std::string(name) + ".wav");
     std::error_code unreadable;
-    if (!std::filesystem::is_regular_file(file, unreadable)) {
-        missing(file.string());
-        return nullptr;
-    }
-    return std::make_shared<FileSound>(std::string(name), file.string(), player_);
-}
-
-void LinuxSounds::missing(const std::string& file) {
+    if (fs::is_regular_file(file, unreadable))
+        return std::make_shared<FileSound>(std::string(name), file.string(), player_);
     const std::lock_guard hold(mutex_);
-    if (missing_.insert(file).second)
+    if (missing_.insert(file.string()).second)
         logLine("Sounds: there is no %s", file.c_str());
+    return nullptr;
 }
 
 } // namespace lightpen

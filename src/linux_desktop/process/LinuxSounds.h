@@ -1,37 +1,42 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 
-#include "linux_desktop/process/SoundOutput.h"
 #include "platform/Sounds.h"
-#include "platform/Time.h"
 
 namespace lightpen {
 
-// The sounds of a folder, one file NAME.wav each. A thread of their own plays them, begun with the first one,
-// so that a sound server that is slow or hangs is in nobody's way: a sound that cannot begin soon is left
-// out, and the end of the program waits for none. A failure is logged once, until a sound was heard again.
+// Whether something on this machine could play: a sound server of the user's or of the system's, or a sound
+// card. What libcanberra loads complains on stderr by itself where there is nothing to play on. Any thread.
+bool soundIsPossible();
+
+// The sounds of a folder, one file NAME.wav each, played by libcanberra, which knows the desktop's sound
+// servers. Its calls last as long as a server takes to answer, so each is made on a thread of its own, one at
+// a time: a server that hangs is in nobody's way, and the end of the program waits for no sound. Nothing is
+// opened before the first sound. A failure is logged once, until a sound was heard again.
 class LinuxSounds final : public Sounds {
 public:
-    // How many sounds may wait; more are left out.
-    static constexpr std::size_t kMostWaiting = 4;
-    // A sound that has waited longer is left out: it would belong to something else by now.
-    static constexpr Microseconds kMostLate{1'000'000};
-    // After a failure there is silence for this long.
-    static constexpr Microseconds kRetry{60'000'000};
+    struct Patience {
+        // A sound that has waited longer for its turn is left out: it would belong to something else by now.
+        std::chrono::milliseconds mostLate{1000};
+        // After a failure there is silence for this long.
+        std::chrono::milliseconds retry{60'000};
+    };
+    // How many sounds may wait for their turn; more are left out.
+    static constexpr int kMostWaiting = 4;
 
     // The folder of the program's own sounds, see resourceFolder().
     static std::filesystem::path programSounds();
 
-    // The clock outlives this; the output is used by the thread alone, and outlives this when it hangs.
-    LinuxSounds(Clock& clock, std::unique_ptr<SoundOutput> output,
-                std::filesystem::path folder = programSounds());
-    // Waits a moment for the thread, not for a sound.
+    LinuxSounds() : LinuxSounds(programSounds(), {}) {}
+    LinuxSounds(std::filesystem::path folder, Patience patience);
+    // Cuts off what still plays. Waits a moment for a call that is under way; one that hangs is left behind.
     ~LinuxSounds() override;
     LinuxSounds(const LinuxSounds&) = delete;
     LinuxSounds& operator=(const LinuxSounds&) = delete;
@@ -43,10 +48,8 @@ private:
     class Player;
     class FileSound;
 
-    void missing(const std::string& file);
-
     const std::filesystem::path folder_;
-    const std::shared_ptr<Player> player_;
+    const std::shared_ptr<Player> player_; // shared with the threads
     std::mutex mutex_;
     std::set<std::string> missing_; // logged already
 };
