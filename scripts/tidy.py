@@ -2,8 +2,9 @@
 # SPDX-License-Identifier: MIT
 """clang-tidy over the sources; a unit that was fine is looked at again only when something that it reads has changed.
 
-usage: scripts/tidy.py [--build FOLDER] [--source FOLDER] [--jobs N] [NAME...]
+usage: scripts/tidy.py [--build FOLDER] [--source FOLDER] [--jobs N] [--since COMMIT] [NAME...]
 
+It looks at the product and the tools, and at the tests and benchmarks that differ from those of COMMIT.
 The build folder must hold a finished build: its record of what each object was made from is the key of the cache.
 A NAME limits the check to units whose path contains it.
 """
@@ -27,6 +28,7 @@ def arguments_of(command_line):
     parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build" / "dev")
     parser.add_argument("--source", type=pathlib.Path, default=ROOT)
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--since", metavar="COMMIT")
     parser.add_argument("names", nargs="*")
     return parser.parse_args(command_line)
 
@@ -64,8 +66,20 @@ class Fingerprints:
         return self.known[name]
 
 
+def changed_tests(arguments):
+    """The tests and benchmarks that are not as they were in the commit; none when no commit is named."""
+    if not arguments.since:
+        return set()
+    run = subprocess.run(["git", "diff", "--name-only", "-z", "--diff-filter=d", arguments.since, "--", "tests", "bench"],
+                         cwd=arguments.source, capture_output=True, text=True, check=False)
+    if run.returncode != 0:
+        sys.exit(run.stderr)
+    return {arguments.source / name for name in run.stdout.split("\0") if name}
+
+
 def units_of(arguments):
-    """(path, key) of each unit below src/ and tools/."""
+    """(path, key) of each unit below src/ and tools/, and of the tests that have changed."""
+    changed = changed_tests(arguments)
     version = subprocess.run([TOOL, "--version"], capture_output=True, text=True, check=True).stdout
     rules = (arguments.source / ".clang-tidy").read_text(encoding="utf-8")
     dependencies = dependencies_of(arguments.build)
@@ -73,7 +87,7 @@ def units_of(arguments):
     commands = json.loads((arguments.build / "compile_commands.json").read_text(encoding="utf-8"))
     for command in sorted(commands, key=lambda entry: entry["file"]):
         path = pathlib.Path(command["file"])
-        if not any(path.is_relative_to(arguments.source / top) for top in ("src", "tools")):
+        if path not in changed and not any(path.is_relative_to(arguments.source / top) for top in ("src", "tools")):
             continue
         words = shlex.split(command["command"])
         files = dependencies.get(words[words.index("-o") + 1])

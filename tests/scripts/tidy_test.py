@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """scripts/tidy.py fails on what clang-tidy objects to, and looks again at exactly what has changed."""
 import shutil
+import subprocess
 import sys
 import unittest
 
@@ -41,6 +42,24 @@ class TidyTest(unittest.TestCase):
             self.assertIn("modernize-use-equals-default", output)
             self.assertIn("src/device/One.cpp", output)
 
+    def test_of_the_tests_those_that_changed_are_looked_at(self):
+        self.tree.write("tests/kit/Old.cpp", "struct Old {\n    virtual ~Old() {}\n};\n")
+        self.tree.write("tests/kit/New.cpp", "int three();\nint three() {\n    return 3;\n}\n")
+        self.tree.write("tests/kit/CMakeLists.txt", "lightpen_library(kit)\n")
+        lists = self.tree.root / "CMakeLists.txt"
+        lists.write_text(lists.read_text() + "add_subdirectory(tests/kit)\n")
+        git = ["git", "-c", "user.name=Nobody", "-c", "user.email=nobody@example.org"]
+        for command in (["init", "-q"], ["add", "tests"], ["commit", "-q", "-m", "Tests"]):
+            subprocess.run([*git, *command], cwd=self.tree.root, check=True, capture_output=True)
+        self.assertEqual(self.tidy(), (0, "clang-tidy: 2 units are fine (2 looked at).\n"))
+        self.assertEqual(self.tidy("--since", "HEAD"), (0, "clang-tidy: 2 units are fine (0 looked at).\n"))
+        self.tree.write("tests/kit/New.cpp", "struct New {\n    virtual ~New() {}\n};\n")
+        status, output = self.tidy("--since", "HEAD")
+        self.assertEqual(status, 1, output)
+        self.assertIn("tests/kit/New.cpp", output)
+        self.assertNotIn("Old.cpp", output)
+        self.assertEqual(self.tidy("--since", "nowhere")[0], 1)
+
     def test_nothing_to_look_at_is_no_success(self):
         self.assertEqual(self.tidy("Three"), (1, "There is nothing for clang-tidy to look at.\n"))
 
@@ -54,6 +73,6 @@ class TidyTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if not shutil.which("clang-tidy-14"):
-        sys.exit(77)  # ctest says "Skipped"; scripts/check, which installs the tool, runs this again
+    if not (shutil.which("clang-tidy-14") and shutil.which("git")):
+        sys.exit(77)  # ctest says "Skipped"; scripts/check, which installs the tools, runs this again
     unittest.main()
