@@ -23,7 +23,6 @@
 #include "emulated/TargetSeeker.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/UnitPriority.h"
-#include "kernel/support/XClient.h"
 #include "kernel/support/Xorg.h"
 #include "kit/PrivateBus.h"
 #include "kit/TemporaryDirectory.h"
@@ -33,6 +32,7 @@
 #include "measure/PlayedSession.h"
 #include "measure/TapSeries.h"
 #include "measure/Waiting.h"
+#include "measure/desktop/XWindows.h"
 #include "platform/FileDescriptor.h"
 #include "unit/CameraUnit.h"
 
@@ -44,6 +44,7 @@ using std::chrono::seconds;
 using testing::IsEmpty;
 
 constexpr Size kScreen = Xorg::kScreen;
+constexpr std::uint8_t kEscape = 9; // on the X server's own keyboard
 // Where the targets of a session stand on it, in points.
 constexpr ScreenPoint kTargets[] = {{170, 75}, {1110, 75}, {170, 645}, {1110, 645}};
 // A guest that is held up for as long as a short tap lasts never sees it.
@@ -71,7 +72,7 @@ struct Seat {
     Platform& platform = real.platform();
     MappingRecord record{real.log()};
     CanvasProcess canvas{platform.runLoop};
-    XClient client;
+    XWindows client{server.display()};
     std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
 
     explicit Seat(const Xorg& xorg) : server(xorg) {
@@ -143,7 +144,9 @@ protected:
         controller.calibration("the test");
     }
     // How many windows cover the screen beside the program in use.
-    std::size_t sessionWindows() { return seat->client.windowsThatCover(kScreen) - 1; }
+    std::size_t sessionWindows() {
+        return seat->client.thatCover(static_cast<int>(kScreen.width), static_cast<int>(kScreen.height)) - 1;
+    }
     PointList stored() {
         const auto points = unit.flash()->points();
         return points ? PointList(points->begin(), points->end()) : PointList();
@@ -273,7 +276,7 @@ TEST_F(CalibrationOnScreenTest, EscapeBringsBackWhatTheUnitHasStored) {
     ASSERT_NO_FATAL_FAILURE(touchFirstTarget());
     EXPECT_EQ(sessionWindows(), 1U);
     ASSERT_TRUE(becomes([] { return QGuiApplication::focusWindow() != nullptr; }));
-    seat->client.pressKey(XClient::kEscape);
+    seat->client.pressKey(kEscape);
     EXPECT_TRUE(becomes([this] { return sessionWindows() == 0; }));
     EXPECT_FALSE(driver().delegate());
     EXPECT_EQ(stored(), before);

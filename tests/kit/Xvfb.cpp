@@ -20,8 +20,8 @@ void Xvfb::end() {
     server_.reset();
 }
 
-void Xvfb::enter() const {
-    setenv("DISPLAY", display_.c_str(), 1);
+void enterDisplay(const std::string& display) {
+    setenv("DISPLAY", display.c_str(), 1);
     setenv("QT_QPA_PLATFORM", "xcb", 1);
     unsetenv("WAYLAND_DISPLAY");
     unsetenv("XDG_SESSION_TYPE");

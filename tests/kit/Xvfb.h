@@ -8,6 +8,9 @@
 
 namespace lightpen {
 
+// Makes this display that of the process and of those that it starts; before the application object is made.
+void enterDisplay(const std::string& display);
+
 // An X server of the test's own, on a free display, with a screen in memory. Throws when it does not start.
 class Xvfb {
 public:
@@ -16,8 +19,7 @@ public:
 
     // The name that goes into DISPLAY, such as ":1".
     const std::string& display() const { return display_; }
-    // Makes it the display of this process; before the application object is made.
-    void enter() const;
+    void enter() const { enterDisplay(display_); }
     // The server goes away, and every connection breaks. It is not killed: it takes its socket along itself.
     // By the time that anybody else would have removed it, the display may be another test's server's.
     void end();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "kernel/support/Xorg.h"
 
-#include <cstdlib>
 #include <stdexcept>
 
 #include "kit/Eventually.h"
@@ -33,13 +32,6 @@ Xorg::Xorg() {
     if (number.empty())
         throw std::runtime_error("Xorg did not start. Its log:\n" + log());
     display_ = ":" + number;
-}
-
-void Xorg::enter() const {
-    setenv("DISPLAY", display_.c_str(), 1);
-    setenv("QT_QPA_PLATFORM", "xcb", 1);
-    unsetenv("WAYLAND_DISPLAY");
-    unsetenv("XDG_SESSION_TYPE");
 }
 
 std::string Xorg::log() const {

@@ -7,6 +7,7 @@
 
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryDirectory.h"
+#include "kit/Xvfb.h"
 #include "platform/Geometry.h"
 
 namespace lightpen {
@@ -22,8 +23,7 @@ public:
     const std::string& display() const { return display_; }
     // Its size in pixels.
     static constexpr Size kScreen{1280, 720};
-    // Makes it the display of this process and of those that it starts.
-    void enter() const;
+    void enter() const { enterDisplay(display_); }
 
     // How often the server has taken a device of this name into use.
     std::size_t timesAdded(const std::string& device) const;

@@ -1,42 +1,42 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <xcb/xcb.h>
+#include <utility>
+#include <vector>
 
-#include <cstdint>
-#include <string>
+#include "measure/desktop/XTray.h"
 
 namespace lightpen {
 
-// The X server's tray, as a panel keeps it: it owns the selection and counts who wants to be embedded.
-class FakeXTray {
+// A tray at the screen's upper left corner that comes, goes and takes in icons when a test says so.
+class FakeXTray final : public XTray {
 public:
-    // Not there yet.
-    explicit FakeXTray(const std::string& display);
-    ~FakeXTray();
-    FakeXTray(const FakeXTray&) = delete;
-    FakeXTray& operator=(const FakeXTray&) = delete;
+    using XTray::XTray;
 
-    void appear();
-    void disappear();
-    // Says in the way of a tray that another selection has an owner.
-    void announceSomethingElse();
-    // How often windows have asked to be embedded in the present tray since the last call. Qt may ask twice.
-    int takeDockRequests();
-    // Embeds every window that has asked for it, at the screen's upper left corner in the tray's size.
-    void embed();
     static constexpr std::uint16_t kSide = 24; // of the tray, in pixels
 
-private:
-    // The window that asks to be embedded, from the events that have come; none when none does.
-    xcb_window_t nextDockRequest();
-    xcb_atom_t atom(const std::string& name);
-    void announce(xcb_atom_t selection);
+    void appear() {
+        waiting_.clear();
+        XTray::appear({0, 0, kSide, kSide}, 0);
+    }
+    // Says in the way of a tray that another selection has an owner.
+    void announceSomethingElse() { announce("_NET_SYSTEM_TRAY_S7"); }
+    // How often windows have asked to be embedded in the present tray since the last call. Qt may ask twice.
+    std::size_t takeDockRequests() { return takeWaiting().size(); }
+    // Embeds every window that has asked for it, in the tray's size.
+    void embed() {
+        for (const xcb_window_t icon : takeWaiting())
+            takeIn(icon, {0, 0, kSide, kSide});
+    }
 
-    xcb_connection_t* connection_;
-    xcb_screen_t* screen_ = nullptr;
-    xcb_window_t window_ = XCB_WINDOW_NONE;
-    xcb_atom_t selection_ = XCB_ATOM_NONE;
+private:
+    void embed(xcb_window_t icon) override { waiting_.push_back(icon); }
+    std::vector<xcb_window_t> takeWaiting() {
+        handleEvents();
+        return std::exchange(waiting_, {});
+    }
+
+    std::vector<xcb_window_t> waiting_;
 };
 
 } // namespace lightpen

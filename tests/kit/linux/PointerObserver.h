@@ -2,13 +2,9 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <memory>
-#include <string>
 
 #include "kit/Eventually.h"
+#include "measure/desktop/XClient.h"
 
 namespace lightpen {
 
@@ -21,18 +17,13 @@ struct PointerState {
 };
 
 // What the server says about the pointer to somebody else.
-class PointerObserver {
+class PointerObserver final : public XClient {
 public:
-    explicit PointerObserver(const std::string& display)
-        : connection_(xcb_connect(display.c_str(), nullptr)) {}
-    ~PointerObserver() { xcb_disconnect(connection_); }
-    PointerObserver(const PointerObserver&) = delete;
-    PointerObserver& operator=(const PointerObserver&) = delete;
+    using XClient::XClient;
 
     PointerState state() {
-        const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-        const std::unique_ptr<xcb_query_pointer_reply_t, void (*)(void*)> reply(
-            xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, root), nullptr), std::free);
+        const auto reply = owned(
+            xcb_query_pointer_reply(connection(), xcb_query_pointer(connection(), screen().root), nullptr));
         if (!reply)
             return {};
         return {reply->root_x, reply->root_y, (reply->mask & XCB_BUTTON_MASK_1) != 0,
@@ -46,9 +37,6 @@ public:
         return testing::AssertionFailure() << "the pointer is at " << now.x << ", " << now.y << " with left "
                                            << now.left << " and right " << now.right;
     }
-
-private:
-    xcb_connection_t* connection_;
 };
 
 } // namespace lightpen

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <xcb/xcb.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include "measure/desktop/XClient.h"
 
 namespace lightpen {
 
@@ -19,7 +19,7 @@ struct NeighbourWindow {
 
 // Another program on the same X server: it has windows and a panel, presses keys, moves the pointer and looks
 // at what is shown.
-class XNeighbour {
+class XNeighbour final : public XClient {
 public:
     // Keycodes of the server's own keyboard.
     static constexpr std::uint8_t kEscape = 9;
@@ -34,10 +34,7 @@ public:
     static constexpr std::uint8_t kDown = 116;
     static constexpr std::uint8_t kDelete = 119;
 
-    explicit XNeighbour(const std::string& display);
-    ~XNeighbour();
-    XNeighbour(const XNeighbour&) = delete;
-    XNeighbour& operator=(const XNeighbour&) = delete;
+    using XClient::XClient;
 
     // An ordinary window, mapped.
     xcb_window_t openWindow(const NeighbourWindow& window);
@@ -48,22 +45,17 @@ public:
     void raise(xcb_window_t window);
     void close(xcb_window_t window);
     // Whether the server shows it, were it not for windows above it.
-    bool isViewable(xcb_window_t window);
+    bool isViewable(xcb_window_t window) { return viewable(window); }
 
     // Whose window has the keyboard focus.
-    xcb_window_t focus();
+    using XClient::focus;
     void setFocus(xcb_window_t window);
     // What is shown there, 0xRRGGBB; the cursor is not in it.
     std::uint32_t pixelAt(std::int16_t x, std::int16_t y);
-    void movePointer(std::int16_t x, std::int16_t y);
     // Gives the root a cursor, which windows show that have none of their own.
     void setRootCursor();
-    // Presses and releases the left button where the pointer is.
-    void click();
     // How many presses of a button arrived in this program's windows since the last call.
     int takeClicks();
-    void pressKey(std::uint8_t keycode);
-    void holdKey(std::uint8_t keycode, bool down);
     // Holds the whole keyboard, as an open menu does; false when somebody else does.
     bool grabKeyboard();
     void ungrabKeyboard();
@@ -78,16 +70,10 @@ public:
 
 private:
     xcb_window_t create(const NeighbourWindow& window, bool overrideRedirect);
-    xcb_atom_t atom(const char* name);
     void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::uint32_t* values,
                      std::uint32_t count);
-    void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
     void countInput();
-    // Returns when the server has done everything asked so far.
-    void sync();
 
-    xcb_connection_t* connection_;
-    xcb_screen_t* screen_;
     int keys_ = 0;
     int clicks_ = 0;
 };

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "measure/desktop/XWindows.h"
 
-#include <xcb/xcb.h>
-#include <xcb/xtest.h>
-
-#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <span>
 #include <stdexcept>
 
 namespace lightpen {
@@ -15,66 +11,50 @@ namespace {
 
 constexpr std::uint32_t kLongestProperty = 1024; // in words
 
-template <class Reply>
-std::unique_ptr<Reply, void (*)(void*)> owned(Reply* reply) {
-    return {reply, std::free};
+// The lowest first; as long as the reply.
+std::span<const xcb_window_t> childrenIn(const xcb_query_tree_reply_t& tree) {
+    return {xcb_query_tree_children(&tree), static_cast<std::size_t>(xcb_query_tree_children_length(&tree))};
 }
 
 } // namespace
 
-XWindows::XWindows(const std::string& display) : connection_(xcb_connect(display.c_str(), nullptr)) {
-    if (xcb_connection_has_error(connection_)) {
-        xcb_disconnect(connection_);
-        throw std::runtime_error("no X server " + display);
-    }
-    root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-}
-
-XWindows::~XWindows() {
-    xcb_disconnect(connection_);
-}
-
 std::vector<ShownWindow> XWindows::shown(std::uint32_t processId) {
     std::vector<ShownWindow> found;
-    collect(root_, processId, found);
+    collect(screen().root, processId, found);
     return found;
 }
 
 // A window manager puts a program's windows into its own.
 void XWindows::collect(std::uint32_t window, std::uint32_t processId, std::vector<ShownWindow>& found) {
-    if (window != root_) {
+    if (window != screen().root) {
         if (const auto one = read(window, processId)) {
             found.push_back(*one);
             return;
         }
     }
-    const auto tree = owned(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+    const auto tree =
+        owned(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), window), nullptr));
     if (!tree)
         return; // it has just gone
-    const xcb_window_t* const children = xcb_query_tree_children(tree.get());
-    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i)
-        collect(children[i], processId, found);
+    for (const xcb_window_t child : childrenIn(*tree))
+        collect(child, processId, found);
 }
 
 std::optional<ShownWindow> XWindows::read(std::uint32_t window, std::uint32_t processId) {
     if (numbers(window, "_NET_WM_PID") != std::vector<std::uint32_t>{processId})
         return std::nullopt;
-    const auto attributes = owned(xcb_get_window_attributes_reply(
-        connection_, xcb_get_window_attributes(connection_, window), nullptr));
     const auto geometry =
-        owned(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+        owned(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
     const auto place = owned(xcb_translate_coordinates_reply(
-        connection_, xcb_translate_coordinates(connection_, window, root_, 0, 0), nullptr));
-    if (!attributes || !geometry || !place || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+        connection(), xcb_translate_coordinates(connection(), window, screen().root, 0, 0), nullptr));
+    if (!geometry || !place || !viewable(window))
         return std::nullopt;
     return ShownWindow{
         window, text(window, "_NET_WM_NAME"), place->dst_x, place->dst_y, geometry->width, geometry->height};
 }
 
 std::optional<ShownWindow> XWindows::focused(std::uint32_t processId) {
-    const auto focus =
-        owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
-    return focus ? read(focus->focus, processId) : std::nullopt;
+    return read(focus(), processId);
 }
 
 std::vector<int> XWindows::frame(const ShownWindow& window) {
@@ -90,41 +70,35 @@ std::vector<int> XWindows::frame(const ShownWindow& window) {
 }
 
 void XWindows::close(const ShownWindow& window) {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window.id;
-    message.type = atom("WM_PROTOCOLS");
-    message.data.data32[0] = atom("WM_DELETE_WINDOW");
-    message.data.data32[1] = XCB_CURRENT_TIME;
-    xcb_send_event(connection_, 0, window.id, XCB_EVENT_MASK_NO_EVENT,
-                   reinterpret_cast<const char*>(&message));
-    sync();
+    sendMessage(window.id, XCB_EVENT_MASK_NO_EVENT, window.id, "WM_PROTOCOLS",
+                {atom("WM_DELETE_WINDOW"), XCB_CURRENT_TIME});
 }
 
 void XWindows::hide(const ShownWindow& window) {
-    xcb_unmap_window(connection_, window.id);
+    xcb_unmap_window(connection(), window.id);
     sync();
 }
 
-void XWindows::click(int x, int y, std::uint8_t button) {
-    xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root_,
-                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-    for (const std::uint8_t type : {std::uint8_t{XCB_BUTTON_PRESS}, std::uint8_t{XCB_BUTTON_RELEASE}})
-        xcb_test_fake_input(connection_, type, button, XCB_CURRENT_TIME, root_, 0, 0, 0);
-    sync();
-}
-
-void XWindows::pressKey(std::uint8_t keycode) {
-    for (const std::uint8_t type : {std::uint8_t{XCB_KEY_PRESS}, std::uint8_t{XCB_KEY_RELEASE}})
-        xcb_test_fake_input(connection_, type, keycode, XCB_CURRENT_TIME, root_, 0, 0, 0);
-    sync();
+std::size_t XWindows::thatCover(int width, int height) {
+    const auto tree =
+        owned(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), screen().root), nullptr));
+    if (!tree)
+        throw std::runtime_error("the X server does not tell its windows");
+    std::size_t count = 0;
+    for (const xcb_window_t window : childrenIn(*tree)) {
+        const auto place =
+            owned(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
+        if (place && viewable(window) && place->x <= 0 && place->y <= 0 && place->x + place->width >= width &&
+            place->y + place->height >= height)
+            ++count;
+    }
+    return count;
 }
 
 std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* property) {
     const auto reply = owned(xcb_get_property_reply(
-        connection_,
-        xcb_get_property(connection_, 0, window, atom(property), XCB_ATOM_CARDINAL, 0, kLongestProperty),
+        connection(),
+        xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_CARDINAL, 0, kLongestProperty),
         nullptr));
     if (!reply || reply->format != 32)
         return {};
@@ -136,24 +110,13 @@ std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* p
 
 std::string XWindows::text(std::uint32_t window, const char* property) {
     const auto reply = owned(xcb_get_property_reply(
-        connection_,
-        xcb_get_property(connection_, 0, window, atom(property), XCB_ATOM_ANY, 0, kLongestProperty),
+        connection(),
+        xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_ANY, 0, kLongestProperty),
         nullptr));
     if (!reply || reply->format != 8)
         return {};
     return {static_cast<const char*>(xcb_get_property_value(reply.get())),
             static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
-}
-
-std::uint32_t XWindows::atom(const char* name) {
-    const auto reply = owned(xcb_intern_atom_reply(
-        connection_, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
-        nullptr));
-    return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
-}
-
-void XWindows::sync() {
-    owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
 
 } // namespace lightpen

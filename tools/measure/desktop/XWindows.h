@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-struct xcb_connection_t;
+#include "measure/desktop/XClient.h"
 
 namespace lightpen {
 
@@ -23,13 +23,9 @@ struct ShownWindow {
 };
 
 // The windows of another program on an X server, and what a user does to them. One thread at a time.
-class XWindows {
+class XWindows final : public XClient {
 public:
-    // The display of that name. Throws when there is none.
-    explicit XWindows(const std::string& display);
-    ~XWindows();
-    XWindows(const XWindows&) = delete;
-    XWindows& operator=(const XWindows&) = delete;
+    using XClient::XClient;
 
     // Those of the process that are mapped, the lowest first.
     std::vector<ShownWindow> shown(std::uint32_t processId);
@@ -41,22 +37,15 @@ public:
     void close(const ShownWindow& window);
     // Takes it off the screen, as a window manager does that minimises it.
     void hide(const ShownWindow& window);
-    // Moves the pointer there and presses and releases a button: 1 left, 3 right.
-    void click(int x, int y, std::uint8_t button = 1);
-    // Presses and releases the key of the server's own keyboard.
-    void pressKey(std::uint8_t keycode);
+    // How many windows of all programs are on the screen and cover an area of this size
+    // from its corner on. Throws when the server does not say.
+    std::size_t thatCover(int width, int height);
 
 private:
     void collect(std::uint32_t window, std::uint32_t processId, std::vector<ShownWindow>& found);
     std::optional<ShownWindow> read(std::uint32_t window, std::uint32_t processId);
     std::vector<std::uint32_t> numbers(std::uint32_t window, const char* property);
     std::string text(std::uint32_t window, const char* property);
-    std::uint32_t atom(const char* name);
-    // Returns when the server has done everything asked so far.
-    void sync();
-
-    xcb_connection_t* const connection_;
-    std::uint32_t root_ = 0;
 };
 
 } // namespace lightpen
