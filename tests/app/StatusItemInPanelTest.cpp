@@ -13,13 +13,13 @@
 #include <QPixmap>
 #include <QTimer>
 
-#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/SignalRecorder.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
 #include "measure/desktop/MenuOverDBus.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -33,11 +33,6 @@ std::string busAddress;
 void handleEvents() {
     QCoreApplication::processEvents();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
-
-template <class Condition>
-bool comesTrue(Condition condition) {
-    return eventually(condition, handleEvents);
 }
 
 std::shared_ptr<QMenu> menuOf(const std::vector<QString>& labels) {

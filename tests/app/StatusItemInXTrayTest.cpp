@@ -10,28 +10,18 @@
 #include <QApplication>
 #include <QPixmap>
 
-#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/FakeXTray.h"
 #include "kit/linux/XNeighbour.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
 
 // Set by main.
 std::string display;
-
-void handleEvents() {
-    QCoreApplication::processEvents();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
-
-template <class Condition>
-bool comesTrue(Condition condition) {
-    return eventually(condition, handleEvents);
-}
 
 QIcon plainIcon(QRgb colour) {
     QPixmap pixmap(32, 32);

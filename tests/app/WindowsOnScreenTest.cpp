@@ -20,13 +20,13 @@
 #include "app/PreviewPlace.h"
 #include "app/PreviewWindow.h"
 #include "device/FloatPanel.h"
-#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/WindowManager.h"
 #include "kit/linux/XNeighbour.h"
 #include "kit/resources/ResourceFiles.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -39,14 +39,6 @@ constexpr std::uint32_t kBlue = 0x0000FF;
 // Set by main.
 std::string display;
 int scale = 1;
-
-template <class Condition>
-bool comesTrue(Condition condition) {
-    return eventually(condition, [] {
-        QCoreApplication::processEvents();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    });
-}
 
 QRect screen() {
     return {0, 0, kWidth, kHeight};

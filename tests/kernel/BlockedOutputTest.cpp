@@ -12,6 +12,7 @@
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
 
@@ -26,7 +27,7 @@ constexpr std::size_t kLength = 32;
 constexpr unsigned kTakenByKernel = 4;
 constexpr std::uint32_t kTimeoutMs = 100;
 constexpr std::uint32_t kPatienceMs = 5000;
-// The kernel gives a write up after 5 s; whoever comes back before this did not wait for it.
+// The kernel gives a write up after 5 s. A call that returns before this has not waited for the kernel.
 constexpr auto kBeforeKernel = 4500ms;
 
 class BlockedOutputTest : public testing::Test {
@@ -39,7 +40,7 @@ protected:
         nodes_ = waitForNodes(4);
         device_ = deviceOf(nodes_, 3, clock_);
         ASSERT_NE(device_, nullptr);
-        ASSERT_TRUE(waitUntil([&] { return device_->open(0) == kIOReturnSuccess; }));
+        ASSERT_TRUE(eventually([&] { return device_->open(0) == kIOReturnSuccess; }));
     }
 
     IOReturn send(unsigned number, std::uint32_t timeoutMs = kTimeoutMs) {

@@ -12,6 +12,7 @@
 #include "kernel/gadget/GadgetPort.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
@@ -51,7 +52,7 @@ protected:
     // The pen interface of a unit that has been plugged in, open; null when it does not come.
     std::unique_ptr<HidrawDevice> openPen() {
         auto device = deviceOf(waitForNodes(4), 3, clock_);
-        if (device && !waitUntil([&] { return device->open(0) == kIOReturnSuccess; }))
+        if (device && !eventually([&] { return device->open(0) == kIOReturnSuccess; }))
             device = nullptr;
         return device;
     }
@@ -112,7 +113,7 @@ TEST_P(GadgetUnitTest, DeliversEachByteOfItsReportsInOrder) {
             sent.push_back(patternOf(round * 4 + number, GetParam().input));
             port.send(sent.back());
         }
-        waitUntil([&] { return fetch(*queue, received) >= sent.size(); });
+        eventually([&] { return fetch(*queue, received) >= sent.size(); });
     }
     EXPECT_EQ(received, sent);
 }

@@ -23,6 +23,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
 #include "kernel/support/UnitPriority.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "linux_desktop/process/SystemClock.h"
@@ -148,12 +149,12 @@ protected:
     }
     void expectToSave(const Table& table) {
         ask(kSave);
-        EXPECT_TRUE(waitUntil([&] { return inFile() == table; }));
+        EXPECT_TRUE(eventually([&] { return inFile() == table; }));
         EXPECT_EQ(inUnit(), table);
     }
     void expectToSend(const Table& table) {
         ask(kSend);
-        EXPECT_TRUE(waitUntil([&] { return !driver_->running(); }));
+        EXPECT_TRUE(eventually([&] { return !driver_->running(); }));
         EXPECT_EQ(driver_->end(), 0);
         EXPECT_EQ(inUnit(), table);
         EXPECT_EQ(inFile(), table);
@@ -201,7 +202,7 @@ TEST_F(PairingTest, APlugThatIsPulledWhileTheTableIsSentEndsTheProgram) {
     const TakenReports taken(unit_);
     ask(kSend);
     const int sent = sentBeforeTheEnd();
-    EXPECT_TRUE(waitUntil([this] { return !driver_->running(); }));
+    EXPECT_TRUE(eventually([this] { return !driver_->running(); }));
     EXPECT_EQ(driver_->end(), 0);
     EXPECT_EQ(inFile(), second_);
     // The unit took this record, and never said so. It is the eighth, unless a reply was late: the driver

@@ -15,6 +15,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
 #include "kernel/support/UhidDevice.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
 
@@ -23,7 +24,6 @@ namespace {
 
 using test::hostNodes;
 using test::waitForNodes;
-using test::waitUntil;
 
 constexpr std::int32_t kOtherProductID = 0x0099;
 
@@ -79,7 +79,7 @@ TEST_F(UnitNodes, AUnitIsFoundAgainUnderOtherNumbers) {
     std::vector<std::unique_ptr<UhidDevice>> strangers;
     while (strangers.size() < 5)
         strangers.push_back(std::make_unique<UhidDevice>(kUnitVendorID, kUnitFirstProductID));
-    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(before); }));
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(before); }));
     settleUdev();
     plug(unit, 4);
     EXPECT_NE(penNode(), before);

@@ -13,6 +13,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
 #include "kit/ChildProcess.h"
+#include "kit/Eventually.h"
 #include "kit/TemporaryDirectory.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
@@ -22,7 +23,6 @@ namespace {
 
 using test::hostNodes;
 using test::waitForNodes;
-using test::waitUntil;
 
 unsigned modeOf(const std::string& path) {
     struct stat status {};
@@ -162,7 +162,7 @@ TEST_F(UnitPermission, AStartWhileUdevIsAtWorkFindsTheUnitAfterwards) {
     plug();
     DriverProcess driver;
     ASSERT_TRUE(driver.waitFor(kPointerThroughUinput)) << driver.log();
-    EXPECT_TRUE(waitUntil([&] { return driver.count(kStarted) == 1; })) << driver.log();
+    EXPECT_TRUE(eventually([&] { return driver.count(kStarted) == 1; })) << driver.log();
     EXPECT_EQ(modeOf(penNode()), 0600U);
     EXPECT_EQ(driver.count(kOpening), 0U) << driver.log();
     delay.goOn();

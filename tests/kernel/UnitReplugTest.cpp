@@ -10,6 +10,7 @@
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
 
@@ -36,7 +37,7 @@ protected:
     // The driver and udev have come to the end of all that has happened, and the unit is in use.
     bool inUse() {
         settleUdev();
-        return test::waitUntil(
+        return eventually(
             [&] {
                 const auto arrived = driver_.count(kArrived);
                 return arrived == driver_.count(kRemoved) + 1 && driver_.isBehind(kInUse, kArrived);
@@ -61,9 +62,9 @@ TEST_F(UnitReplug, TwoHundredQuickOnesLeaveAUnitThatWorksAndNothingElse) {
         replug(std::chrono::milliseconds(kContactMs[number % std::size(kContactMs)]));
     EXPECT_TRUE(inUse()) << driver_.log();
     RecordProperty("arrivals", static_cast<int>(driver_.count(kArrived)));
-    EXPECT_TRUE(test::waitUntil([&] { return driver_.openDescriptors() == descriptors; }))
+    EXPECT_TRUE(eventually([&] { return driver_.openDescriptors() == descriptors; }))
         << driver_.openDescriptors() << " instead of " << descriptors;
-    EXPECT_TRUE(test::waitUntil([&] { return driver_.threads() == threads; }))
+    EXPECT_TRUE(eventually([&] { return driver_.threads() == threads; }))
         << driver_.threads() << " instead of " << threads;
     EXPECT_EQ(driver_.count(kRefused), 0U) << driver_.log();
     // It can still leave and come back.

@@ -73,15 +73,4 @@ private:
     FileDescriptor unit_, host_;
 };
 
-// Waits until the condition holds, at most ten seconds; false when it did not.
-inline bool eventually(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 } // namespace lightpen

@@ -9,6 +9,7 @@
 #include <thread>
 #include <variant>
 
+#include "kit/Eventually.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 
 namespace lightpen::test {
@@ -59,22 +60,14 @@ std::vector<HostNode> hostNodes() {
     return nodes;
 }
 
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
-
 std::vector<HostNode> waitForNodes(std::size_t count) {
     std::vector<HostNode> nodes;
-    waitUntil([&] {
+    const auto there = [&] {
         nodes = hostNodes();
         return nodes.size() == count;
-    });
+    };
+    // Each look reads many files of the kernel's.
+    eventually(there, [] { std::this_thread::sleep_for(std::chrono::milliseconds(10)); });
     return nodes;
 }
 

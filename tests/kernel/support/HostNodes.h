@@ -28,10 +28,6 @@ struct HostNode {
 // All hidraw nodes of USB devices, in the order of their interface numbers.
 std::vector<HostNode> hostNodes();
 
-// Waits, looking again and again, until the condition holds; false when the patience is over before.
-bool waitUntil(const std::function<bool()>& condition,
-               std::chrono::milliseconds patience = std::chrono::seconds(10));
-
 // Waits until there are so many hidraw nodes; what there is then.
 std::vector<HostNode> waitForNodes(std::size_t count);
 

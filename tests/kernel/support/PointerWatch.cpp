@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "kernel/support/HostNodes.h"
+#include "kit/Eventually.h"
 
 namespace lightpen::test {
 
@@ -33,7 +34,7 @@ std::string nodeNamed(const std::string& name) {
 } // namespace
 
 PointerWatch::PointerWatch(const std::string& name) {
-    waitUntil([&] {
+    eventually([&] {
         const std::string path = nodeNamed(name);
         if (!path.empty()) {
             node_ = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -67,11 +68,11 @@ int PointerWatch::releases() {
 }
 
 bool PointerWatch::waitForPresses(int count, std::chrono::milliseconds patience) {
-    return waitUntil([&] { return presses() >= count; }, patience);
+    return eventually([&] { return presses() >= count; }, patience);
 }
 
 bool PointerWatch::waitForReleases(int count, std::chrono::milliseconds patience) {
-    return waitUntil([&] { return releases() >= count; }, patience);
+    return eventually([&] { return releases() >= count; }, patience);
 }
 
 bool PointerWatch::buttonDown() {

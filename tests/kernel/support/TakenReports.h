@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kernel/support/HostNodes.h"
+#include "kit/Eventually.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen::test {
@@ -37,7 +38,7 @@ public:
     }
     // Waits until there are so many; what there is then.
     std::vector<ReportBytes> waitFor(std::size_t count) const {
-        waitUntil([&] { return reports().size() >= count; });
+        eventually([&] { return reports().size() >= count; });
         return reports();
     }
 

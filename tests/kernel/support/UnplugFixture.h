@@ -15,6 +15,7 @@
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/PointerWatch.h"
 #include "kernel/support/UnitPriority.h"
+#include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "unit/CameraUnit.h"
 
@@ -75,7 +76,7 @@ protected:
     // than one in a touch: when a look of the driver finds no report, because the guest was held up, the
     // press ends.
     bool buttonBecomes(bool down) {
-        return waitUntil([&] {
+        return eventually([&] {
             return pointer_->buttonDown() == down &&
                    pointer_->presses() == pointer_->releases() + (down ? 1 : 0);
         });

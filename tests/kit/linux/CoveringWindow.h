@@ -7,15 +7,9 @@
 #include <QRasterWindow>
 #include <QScreen>
 
-#include "kit/Eventually.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
-
-// Runs Qt's loop until the condition holds; false when it has not within ten seconds.
-template <class Condition>
-bool waitFor(Condition condition) {
-    return eventually(condition, [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); });
-}
 
 // A black window of this program.
 class BlackWindow : public QRasterWindow {

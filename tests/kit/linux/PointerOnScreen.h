@@ -8,11 +8,11 @@
 
 #include <QGuiApplication>
 
-#include "kit/Eventually.h"
 #include "kit/TestPlatform.h"
 #include "kit/linux/RecordingWindow.h"
 #include "linux_desktop/pointer/XTestPointer.h"
 #include "linux_desktop/screen/QtDesktop.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 
@@ -28,15 +28,11 @@ protected:
 
     void showWindow() {
         window = std::make_unique<RecordingWindow>(*desktop.mainScreen());
-        EXPECT_TRUE(waitFor([&] { return window->isExposed(); }));
-    }
-    template <class Condition>
-    static bool waitFor(Condition condition) {
-        return eventually(condition, [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); });
+        EXPECT_TRUE(comesTrue([&] { return window->isExposed(); }));
     }
     // The button events once there are that many.
     std::vector<std::string> buttonEvents(std::size_t count) {
-        waitFor([&] { return window->buttonEvents().size() >= count; });
+        comesTrue([&] { return window->buttonEvents().size() >= count; });
         return window->buttonEvents();
     }
 

@@ -7,6 +7,7 @@
 #include <future>
 #include <numeric>
 
+#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "kit/VirtualTime.h"

@@ -6,6 +6,7 @@
 
 #include <atomic>
 
+#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "kit/VirtualTime.h"

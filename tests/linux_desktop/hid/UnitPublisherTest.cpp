@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kit/CameraUnits.h"
+#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "kit/TestPlatform.h"

@@ -7,12 +7,12 @@
 #include <QPixmap>
 #include <QSystemTrayIcon>
 
-#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/RecordingLog.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/FakeXTray.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -20,10 +20,6 @@ namespace {
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value ? value : "";
-}
-
-bool waitFor(const std::function<bool()>& condition) {
-    return eventually(condition, [] { QCoreApplication::processEvents(); });
 }
 
 class TrayStatusBarTest : public testing::Test {
@@ -52,7 +48,7 @@ TEST_F(TrayStatusBarTest, SaysOnceThatThereIsNoPanelYet) {
               std::vector<std::string>{"Status bar: no panel shows status items yet; the item "
                                        "comes with the first one that does"});
     watcher.appear();
-    EXPECT_TRUE(waitFor([this] { return calls == 1; }));
+    EXPECT_TRUE(comesTrue([this] { return calls == 1; }));
     EXPECT_TRUE(log.takeLines().empty());
 }
 
@@ -77,7 +73,7 @@ TEST_F(TrayStatusBarTest, CallsOnceWhenAPanelComesOnTheBus) {
     settle();
     EXPECT_EQ(calls, 0);
     watcher.appear();
-    EXPECT_TRUE(waitFor([this] { return calls > 0; }));
+    EXPECT_TRUE(comesTrue([this] { return calls > 0; }));
     watcher.disappear();
     watcher.appear();
     tray.appear();
@@ -91,7 +87,7 @@ TEST_F(TrayStatusBarTest, CallsOnceWhenATrayComesToTheXServer) {
     settle();
     EXPECT_EQ(calls, 0);
     tray.appear();
-    EXPECT_TRUE(waitFor([this] { return calls > 0; }));
+    EXPECT_TRUE(comesTrue([this] { return calls > 0; }));
     tray.disappear();
     tray.appear();
     settle();
@@ -102,7 +98,7 @@ TEST_F(TrayStatusBarTest, EveryoneWhoWaitsIsCalled) {
     ask();
     ask();
     tray.appear();
-    EXPECT_TRUE(waitFor([this] { return calls == 2; }));
+    EXPECT_TRUE(comesTrue([this] { return calls == 2; }));
     ask();
     EXPECT_EQ(calls, 3);
 }
@@ -110,7 +106,7 @@ TEST_F(TrayStatusBarTest, EveryoneWhoWaitsIsCalled) {
 TEST_F(TrayStatusBarTest, OneWhoAsksAgainWhenCalledIsAnswered) {
     bar->whenAvailable([this] { ask(); });
     tray.appear();
-    EXPECT_TRUE(waitFor([this] { return calls == 1; }));
+    EXPECT_TRUE(comesTrue([this] { return calls == 1; }));
 }
 
 TEST_F(TrayStatusBarTest, CallsNobodyAfterItsEnd) {
@@ -143,10 +139,10 @@ TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInThePanelOfTheBusAndInTheN
             });
             settle();
             watcher.appear();
-            bool shown = waitFor([&] { return watcher.items().size() == 1; });
+            bool shown = comesTrue([&] { return watcher.items().size() == 1; });
             watcher.disappear();
             watcher.appear();
-            shown = shown && waitFor([&] { return watcher.items().size() == 1; });
+            shown = shown && comesTrue([&] { return watcher.items().size() == 1; });
             std::_Exit(shown && tray.takeDockRequests() == 0 ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
@@ -162,11 +158,11 @@ TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInTheTrayOfTheXServerAndInT
             });
             settle();
             tray.appear();
-            bool shown = waitFor([&] { return tray.takeDockRequests() > 0; });
+            bool shown = comesTrue([&] { return tray.takeDockRequests() > 0; });
             tray.disappear();
             settle();
             tray.appear();
-            shown = shown && waitFor([&] { return tray.takeDockRequests() > 0; });
+            shown = shown && comesTrue([&] { return tray.takeDockRequests() > 0; });
             std::_Exit(shown && watcher.items().empty() ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");

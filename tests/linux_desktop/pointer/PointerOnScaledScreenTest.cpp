@@ -30,13 +30,13 @@ TEST_F(PointerOnScaledScreenTest, OtherScreensStandAsManyPointsAway) {
          {std::tuple("*left", "400/106x600/159+0+0", "screen"), {"right", "500/132x450/119+400+100", "none"}})
         ASSERT_EQ(runProgram({"xrandr", "--setmonitor", name, place, output}), 0);
     const std::vector<Screen> both{{"left", {{0, 0}, {200, 300}}}, {"right", {{200, 50}, {250, 225}}}};
-    EXPECT_TRUE(waitFor([&] { return desktop.screens() == both; }));
+    EXPECT_TRUE(comesTrue([&] { return desktop.screens() == both; }));
     defaults.setObject("Main Screen", std::string("right"));
     EXPECT_EQ(desktop.screens(),
               (std::vector<Screen>{{"right", {{0, 0}, {250, 225}}}, {"left", {{-200, -50}, {200, 300}}}}));
     for (const char* name : {"left", "right"})
         EXPECT_EQ(runProgram({"xrandr", "--delmonitor", name}), 0);
-    EXPECT_TRUE(waitFor([&] { return desktop.screens().size() == 1; }));
+    EXPECT_TRUE(comesTrue([&] { return desktop.screens().size() == 1; }));
 }
 
 TEST_F(PointerOnScaledScreenTest, TheGeometryCountsPixels) {

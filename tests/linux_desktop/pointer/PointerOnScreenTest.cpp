@@ -18,7 +18,7 @@ TEST_F(PointerOnScreenTest, PressDragAndReleaseArrive) {
     EXPECT_THAT(buttonEvents(1), ElementsAre("press left 100,50"));
     for (std::int16_t x = 101; x <= 300; ++x)
         pointer->post(kLeftMouseDragged, {x, 60});
-    EXPECT_TRUE(waitFor([&] { return window->lastPlace() == QPoint(300, 60); }));
+    EXPECT_TRUE(comesTrue([&] { return window->lastPlace() == QPoint(300, 60); }));
     EXPECT_EQ(window->lastButtons(), Qt::LeftButton);
     pointer->post(kLeftMouseUp, {300, 61});
     EXPECT_THAT(buttonEvents(2), ElementsAre("press left 100,50", "release left 300,61"));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/CoveringWindow.h"
@@ -33,7 +34,7 @@ protected:
         return eventually([&] { return framebuffer->cursorAt(320, 200) == shown; });
     }
     bool keyboardBecomesFree(bool free) {
-        return waitFor([&] { return neighbour.keyboardIsFree() == free; });
+        return comesTrue([&] { return neighbour.keyboardIsFree() == free; });
     }
 
 public:
@@ -62,7 +63,7 @@ TEST_F(LinuxSystemUITest, KeepsModeAndOptionsAsTheyAreSet) {
 TEST_F(LinuxSystemUITest, AllHiddenTakesTheKeyboardAndTheSavedModeGivesItBack) {
     CoveringWindow window;
     window.cover();
-    ASSERT_TRUE(waitFor([&] { return window.isActive(); }));
+    ASSERT_TRUE(comesTrue([&] { return window.isActive(); }));
     EXPECT_TRUE(neighbour.keyboardIsFree());
     const Mode saved = modeOf(*ui);
     ui->SetSystemUIMode(kUIModeAllHidden, kSessionOptions);
@@ -107,13 +108,13 @@ TEST_F(LinuxSystemUITest, BringsTheProgramsWindowsToTheFront) {
     BlackWindow window;
     window.setGeometry(100, 100, 200, 150);
     window.show();
-    ASSERT_TRUE(waitFor([&] { return window.isExposed(); }));
+    ASSERT_TRUE(comesTrue([&] { return window.isExposed(); }));
     neighbour.openWindow({100, 100, 200, 150, 0x00FF00});
     neighbour.setFocus(backdrop);
     ASSERT_EQ(neighbour.pixelAt(150, 150), 0x00FF00u);
     ui->activateIgnoringOtherApps();
-    EXPECT_TRUE(waitFor([&] { return neighbour.pixelAt(150, 150) != 0x00FF00; }));
-    EXPECT_TRUE(waitFor([&] { return neighbour.focus() == window.winId(); }));
+    EXPECT_TRUE(comesTrue([&] { return neighbour.pixelAt(150, 150) != 0x00FF00; }));
+    EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == window.winId(); }));
 }
 
 } // namespace

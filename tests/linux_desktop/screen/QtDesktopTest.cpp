@@ -29,15 +29,15 @@ protected:
     void addMonitors(const std::string& leftMark = "*", const std::string& rightMark = "") {
         xrandr({"--setmonitor", leftMark + "left", "400/106x600/159+0+0", "screen"});
         xrandr({"--setmonitor", rightMark + "right", "500/132x450/119+400+100", "none"});
-        ASSERT_TRUE(waitFor([] { return QGuiApplication::screens().size() == 2; }));
+        ASSERT_TRUE(comesTrue([] { return QGuiApplication::screens().size() == 2; }));
     }
     static void removeMonitors() {
         for (const char* name : {"left", "right"})
             runProgram({"xrandr", "--delmonitor", name});
-        EXPECT_TRUE(waitFor([] { return QGuiApplication::screens().size() == 1; }));
+        EXPECT_TRUE(comesTrue([] { return QGuiApplication::screens().size() == 1; }));
     }
     bool frameBecomes(double width, double height) {
-        return waitFor([&] { return desktop.mainScreenFrame() == ScreenRect{{0, 0}, {width, height}}; });
+        return comesTrue([&] { return desktop.mainScreenFrame() == ScreenRect{{0, 0}, {width, height}}; });
     }
 };
 
@@ -102,10 +102,10 @@ TEST_F(QtDesktopTest, FollowsANewSizeOfTheWholeDesktop) {
     xrandr({"--addmode", "screen", "smaller"});
     xrandr({"--output", "screen", "--mode", "smaller"});
     EXPECT_TRUE(frameBecomes(800, 500));
-    EXPECT_TRUE(waitFor([&] { return geometry.load() == PointerGeometry({0, 0}, 1, {0, 0, 800, 500}); }));
+    EXPECT_TRUE(comesTrue([&] { return geometry.load() == PointerGeometry({0, 0}, 1, {0, 0, 800, 500}); }));
     xrandr({"--output", "screen", "--mode", "1000x600"});
     EXPECT_TRUE(frameBecomes(1000, 600));
-    EXPECT_TRUE(waitFor([&] { return geometry.load() == PointerGeometry({0, 0}, 1, kWholeDesktop); }));
+    EXPECT_TRUE(comesTrue([&] { return geometry.load() == PointerGeometry({0, 0}, 1, kWholeDesktop); }));
 }
 
 } // namespace

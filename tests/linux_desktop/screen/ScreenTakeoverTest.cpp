@@ -20,7 +20,7 @@ protected:
 
     void takeOver() { takeover = std::make_unique<ScreenTakeover>(*screen); }
     bool keyboardBecomesFree(bool free) {
-        return waitFor([&] { return neighbour.keyboardIsFree() == free; });
+        return comesTrue([&] { return neighbour.keyboardIsFree() == free; });
     }
 
     XNeighbour neighbour{std::getenv("DISPLAY")};
@@ -34,14 +34,14 @@ TEST_F(ScreenTakeoverTest, TheCoveringWindowHasTheKeyboardAndNotTheFocus) {
     CoveringWindow window;
     window.cover();
     EXPECT_TRUE(keyboardBecomesFree(false));
-    EXPECT_TRUE(waitFor([&] { return neighbour.focus() == backdrop; }));
-    EXPECT_TRUE(waitFor([&] { return window.isActive(); })); // as Qt sees it
+    EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == backdrop; }));
+    EXPECT_TRUE(comesTrue([&] { return window.isActive(); })); // as Qt sees it
 }
 
 TEST_F(ScreenTakeoverTest, TakesAWindowThatCoversAlready) {
     CoveringWindow window;
     window.cover();
-    ASSERT_TRUE(waitFor([&] { return window.isActive(); }));
+    ASSERT_TRUE(comesTrue([&] { return window.isActive(); }));
     EXPECT_TRUE(neighbour.keyboardIsFree());
     takeOver();
     EXPECT_TRUE(keyboardBecomesFree(false));
@@ -65,7 +65,7 @@ TEST_F(ScreenTakeoverTest, AWindowThatCoversNothingIsLeftAlone) {
     small.setGeometry(10, 20, 300, 200);
     small.show();
     small.requestActivate();
-    ASSERT_TRUE(waitFor([&] { return small.isActive(); }));
+    ASSERT_TRUE(comesTrue([&] { return small.isActive(); }));
     EXPECT_TRUE(neighbour.keyboardIsFree());
     EXPECT_EQ(neighbour.focus(), small.winId());
     small.setGeometry(QGuiApplication::primaryScreen()->geometry()); // and now it does
@@ -108,9 +108,9 @@ TEST_F(ScreenTakeoverTest, AFocusThatComesLaterIsLeftWhereItWasToo) {
     window.cover();
     ASSERT_TRUE(keyboardBecomesFree(false));
     neighbour.setFocus(static_cast<xcb_window_t>(window.winId()));
-    EXPECT_TRUE(waitFor([&] { return neighbour.focus() == backdrop; }));
+    EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == backdrop; }));
     EXPECT_TRUE(keyboardBecomesFree(false));
-    EXPECT_TRUE(waitFor([&] { return window.isActive(); }));
+    EXPECT_TRUE(comesTrue([&] { return window.isActive(); }));
 }
 
 TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
@@ -119,11 +119,11 @@ TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
     window.cover();
     ASSERT_TRUE(keyboardBecomesFree(false));
     const auto panel = neighbour.openFreePanel({0, 0, 640, 30, 0x00FF00});
-    EXPECT_TRUE(waitFor([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; }));
+    EXPECT_TRUE(comesTrue([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; }));
     for (int i = 0; i < 3; ++i) {
         neighbour.raise(panel);
         ASSERT_EQ(neighbour.pixelAt(100, 10), 0x00FF00u);
-        EXPECT_TRUE(waitFor([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; })) << i;
+        EXPECT_TRUE(comesTrue([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; })) << i;
     }
 }
 
@@ -133,9 +133,9 @@ TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItse
     CoveringWindow window;
     window.showFullScreen(); // asks for nothing
     const FakeWindowManager::Activation asked{static_cast<xcb_window_t>(window.winId()), 2};
-    EXPECT_TRUE(waitFor([&] { return manager.takeActivation() == asked; }));
+    EXPECT_TRUE(comesTrue([&] { return manager.takeActivation() == asked; }));
     takeover->activate();
-    EXPECT_TRUE(waitFor([&] { return manager.takeActivation() == asked; }));
+    EXPECT_TRUE(comesTrue([&] { return manager.takeActivation() == asked; }));
     neighbour.setFocus(asked.window); // what a window manager does about it
     EXPECT_TRUE(keyboardBecomesFree(false));
     QCoreApplication::processEvents();

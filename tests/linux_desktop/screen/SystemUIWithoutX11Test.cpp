@@ -51,7 +51,7 @@ TEST(SystemUIWithoutX11, AsksForTheWindowsOfTheProgram) {
     CoveringWindow window;
     window.show();
     ui.activateIgnoringOtherApps();
-    EXPECT_TRUE(waitFor([&] { return window.isActive(); }));
+    EXPECT_TRUE(comesTrue([&] { return window.isActive(); }));
 }
 
 } // namespace

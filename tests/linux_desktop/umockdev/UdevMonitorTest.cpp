@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "linux_desktop/umockdev/SimulatedBus.h"

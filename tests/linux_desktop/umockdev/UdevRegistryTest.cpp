@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <libudev.h>
 
+#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "kit/TestPlatform.h"

@@ -6,23 +6,23 @@
 
 #include <QCoreApplication>
 
+#include "measure/desktop/Eventually.h"
+
 namespace lightpen {
 
-// How long whoever looks at the application from outside waits for it, on a machine that is busy.
+// How long a program waits for the application that it uses from outside. The machine may be busy.
 inline constexpr std::chrono::seconds kDesktopPatience{30};
 
-// Handles this process's events, where it has an application object, until the condition is true; false when
-// it is not within the patience.
+// Waits as eventually does, and handles this process's events meanwhile, where it has an application object.
 template <class Condition>
 bool comesTrue(Condition condition, std::chrono::milliseconds patience = kDesktopPatience) {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        QCoreApplication::processEvents();
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+    return eventually(
+        condition,
+        [] {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        },
+        patience);
 }
 
 } // namespace lightpen
