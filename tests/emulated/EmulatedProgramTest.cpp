@@ -1,31 +1,37 @@
 // SPDX-License-Identifier: MIT
 // The whole program, from outside: its window, its commands and what its pen does to the pointer.
-#include "kit/EmulatedProgram.h"
-
 #include <signal.h>
 
 #include <gtest/gtest.h>
 
 #include "emulated/ScreenCapture.h"
+#include "kit/ChildProcess.h"
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
 #include "kit/TemporaryDirectory.h"
 #include "kit/Xvfb.h"
+#include "kit/device/OffscreenApplication.h"
+#include "measure/desktop/ApplicationProcess.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
 
 class EmulatedProgramTest : public testing::Test {
 protected:
-    std::unique_ptr<EmulatedProgram> start(const std::vector<std::string>& options) {
-        return std::make_unique<EmulatedProgram>(
-            LIGHTPEN_EMULATED, options,
-            std::map<std::string, std::string>{{"DISPLAY", server.display()},
-                                               {"XDG_CONFIG_HOME", folder.file("config")},
-                                               {"XDG_DATA_HOME", folder.file("data")},
-                                               {"XDG_RUNTIME_DIR", folder.path().string()},
-                                               {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere"},
-                                               {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"}});
+    void start(std::vector<std::string> options) {
+        options.insert(options.begin(), {"--commands", "--xtest"});
+        ASSERT_EQ(program.start(options, {{"DISPLAY", server.display()},
+                                          {"QT_QPA_PLATFORM", "xcb"},
+                                          {"XDG_CONFIG_HOME", folder.file("config")},
+                                          {"XDG_DATA_HOME", folder.file("data")},
+                                          {"XDG_RUNTIME_DIR", folder.path().string()},
+                                          {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere"},
+                                          {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"}}),
+                  "");
+    }
+    // Whether its state comes to hold these words.
+    bool reaches(const std::string& words) {
+        return comesTrue([&] { return program.isIn(words); });
     }
     bool pointerComesTo(ScreenPoint place) {
         return eventually([&] {
@@ -40,41 +46,43 @@ protected:
                                       [](std::uint8_t byte) { return byte > 0x80 && byte < 0xFF; });
     }
 
+    const bool application = ensureOffscreenApplication();
     TemporaryDirectory folder;
     Xvfb server{"1024x700"};
     std::string problem;
     std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server.display().c_str(), problem);
+    ApplicationProcess program{LIGHTPEN_EMULATED};
 };
 
 TEST_F(EmulatedProgramTest, ThePenOfACalibratedUnitMovesThePointer) {
-    const auto program = start({"--plugged", "--calibrated"});
-    ASSERT_TRUE(program->reaches("ready=yes"));
+    start({"--plugged", "--calibrated"});
+    ASSERT_TRUE(reaches("ready=yes"));
     EXPECT_TRUE(eventually([&] { return somethingIsShown(); }));
-    EXPECT_EQ(program->ask("tap 31 660"), "ok");
+    EXPECT_EQ(program.ask("tap 31 660"), "ok");
     EXPECT_TRUE(pointerComesTo({31, 660}));
-    EXPECT_EQ(program->ask("wait"), "ok");
-    EXPECT_EQ(program->ask("unplug"), "ok");
-    EXPECT_TRUE(program->reaches("connected=no ready=no"));
-    EXPECT_EQ(program->ask("plug"), "ok");
-    EXPECT_TRUE(program->reaches("ready=yes"));
-    EXPECT_EQ(program->ask("drag 990 20 980 640"), "ok");
+    EXPECT_EQ(program.ask("wait"), "ok");
+    EXPECT_EQ(program.ask("unplug"), "ok");
+    EXPECT_TRUE(reaches("connected=no ready=no"));
+    EXPECT_EQ(program.ask("plug"), "ok");
+    EXPECT_TRUE(reaches("ready=yes"));
+    EXPECT_EQ(program.ask("drag 990 20 980 640"), "ok");
     EXPECT_TRUE(pointerComesTo({980, 640}));
-    EXPECT_EQ(program->ask("quit"), "ok");
-    EXPECT_EQ(program->wait(), 0);
+    EXPECT_EQ(program.ask("quit"), "ok");
+    EXPECT_EQ(program.waitForEnd(), 0);
 }
 
 TEST_F(EmulatedProgramTest, TheEndOfItsInputEndsIt) {
-    const auto program = start({"--pose", "rotated", "--wireless", "0"});
-    EXPECT_EQ(program->ask("flash"), "ok empty");
-    program->endInput();
-    EXPECT_EQ(program->wait(), 0);
+    start({"--pose", "rotated", "--wireless", "0"});
+    EXPECT_EQ(program.ask("flash"), "ok empty");
+    program.endInput();
+    EXPECT_EQ(program.waitForEnd(), 0);
 }
 
 TEST_F(EmulatedProgramTest, SigtermEndsItInOrder) {
-    const auto program = start({});
-    ASSERT_EQ(program->ask("flash"), "ok empty");
-    program->process().send(SIGTERM);
-    EXPECT_EQ(program->wait(), 0);
+    start({});
+    ASSERT_EQ(program.ask("flash"), "ok empty");
+    program.send(SIGTERM);
+    EXPECT_EQ(program.waitForEnd(), 0);
 }
 
 TEST_F(EmulatedProgramTest, UnknownOptionsAreRefused) {

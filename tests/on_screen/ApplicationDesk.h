@@ -156,14 +156,10 @@ private:
     }
     std::map<std::string, std::string> ownEnvironment() const {
         const char* const path = std::getenv("PATH");
-        return {{"HOME", home_.path()},
-                {"XDG_CONFIG_HOME", home_.file("config")},
-                {"XDG_DATA_HOME", home_.file("data")},
-                {"XDG_CACHE_HOME", home_.file("cache")},
-                {"XDG_CURRENT_DESKTOP", ""},
-                {"LC_ALL", "C.UTF-8"},
-                {"LANGUAGE", ""},
-                {"PATH", home_.file("bin") + ":" + (path ? path : "/usr/bin:/bin")}};
+        auto environment = environmentOf(home_.path());
+        environment["XDG_CURRENT_DESKTOP"] = "";
+        environment["PATH"] = home_.file("bin") + ":" + (path ? path : "/usr/bin:/bin");
+        return environment;
     }
     bool findItem(const FakeStatusNotifierWatcher& watcher) {
         if (const auto item = watcher.itemOf(program.processId()))

@@ -35,11 +35,8 @@ protected:
     // Whether the pen comes to be heard. Where the machine stood still in the unit's first second, the first
     // touch is what makes it heard.
     testing::AssertionResult isReady() {
-        const auto ready = [&] {
-            return user.program.ask("state").value_or("").find("ready=yes") != std::string::npos;
-        };
         for (int attempt = 0; attempt < kAttempts; ++attempt) {
-            if (comesTrue(ready, kPatience))
+            if (comesTrue([&] { return user.program.isIn("ready=yes"); }, kPatience))
                 return testing::AssertionSuccess();
             user.program.perform("tap 59 31");
         }

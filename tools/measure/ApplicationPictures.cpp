@@ -100,12 +100,7 @@ std::string ApplicationPictures::start(const std::vector<std::string>& options, 
     if (!file.open(QIODevice::WriteOnly) || file.write(("[General]\n" + settings + "\n").c_str()) < 0)
         return "no settings can be written below " + home.string();
     file.close();
-    std::string problem = program_.start(options, {{"HOME", home},
-                                                   {"XDG_CONFIG_HOME", home / "config"},
-                                                   {"XDG_DATA_HOME", home / "data"},
-                                                   {"XDG_CACHE_HOME", home / "cache"},
-                                                   {"LC_ALL", "C.UTF-8"},
-                                                   {"LANGUAGE", ""}});
+    std::string problem = program_.start(options, environmentOf(home));
     if (!problem.empty())
         return problem;
     if (!comes([this] { return tray_.hasIcon() || !program_.running(); }) || !program_.running())
@@ -128,7 +123,7 @@ std::vector<ShownWindow> ApplicationPictures::fresh() {
 }
 
 std::string ApplicationPictures::openMenu() {
-    if (!comes([this] { return program_.ask("state").value_or("").find("ready=yes") != std::string::npos; }))
+    if (!comes([this] { return program_.isIn("ready=yes"); }))
         return "The unit was not taken into use. The application said:\n" + program_.log();
     comesToRest();
     forget();

@@ -91,13 +91,8 @@ std::string ApplicationShow::run() {
 std::string ApplicationShow::begin() {
     std::puts("The application starts; its item is in the panel. Its menu without a unit:");
     panel_.appear();
-    const std::filesystem::path home = home_.path().toStdString();
-    std::string problem = application_.start({"--commands", "--xtest"}, {{"HOME", home},
-                                                                         {"XDG_CONFIG_HOME", home / "config"},
-                                                                         {"XDG_DATA_HOME", home / "data"},
-                                                                         {"XDG_CACHE_HOME", home / "cache"},
-                                                                         {"LC_ALL", "C.UTF-8"},
-                                                                         {"LANGUAGE", ""}});
+    std::string problem =
+        application_.start({"--commands", "--xtest"}, environmentOf(home_.path().toStdString()));
     if (!problem.empty())
         return problem;
     const bool came = comesTrue([this] {
@@ -203,8 +198,7 @@ bool ApplicationShow::menuHas(std::size_t entries) {
 }
 
 bool ApplicationShow::unitIsReady() {
-    return comesTrue(
-        [this] { return application_.ask("state").value_or("").find("ready=yes") != std::string::npos; });
+    return comesTrue([this] { return application_.isIn("ready=yes"); });
 }
 
 void ApplicationShow::printMenu() {

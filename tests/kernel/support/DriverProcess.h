@@ -8,12 +8,14 @@
 #include <cstddef>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "kernel/support/InstalledProgram.h"
+#include "kit/ChildProcess.h"
 #include "kit/Pipe.h"
 #include "kit/TemporaryDirectory.h"
 
@@ -43,14 +45,14 @@ public:
     DriverProcess(const DriverProcess&) = delete;
     DriverProcess& operator=(const DriverProcess&) = delete;
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return program_->pid(); }
     // Its user's home folder, which lasts as long as this object.
     const std::filesystem::path& home() const { return home_.path(); }
     // Whether it has not ended yet.
-    bool running();
+    bool running() { return program_->running(); }
     // Asks it to end and waits for that: its exit status, or -1 when it had to be killed or a signal ended
     // it.
-    int end(Seconds patience = Seconds(20));
+    int end(Seconds patience = Seconds(20)) { return program_->end(patience); }
 
     // Waits for a line with this text behind the last line that was waited for; later waits look behind it.
     // False when there was none in time; the place is then as before.
@@ -70,16 +72,10 @@ public:
 
 private:
     void readLog();
-    [[noreturn]] static void become(uid_t user, const std::vector<gid_t>& groups, int program, int log,
-                                    char* const* command, char* const* environment);
-    std::vector<std::string> environmentFor(const DriverOptions& options) const;
-    bool reap(bool wait);
 
     TemporaryDirectory home_;
     Pipe log_;
-    pid_t pid_ = -1;
-    bool ended_ = false;
-    int status_ = -1;
+    std::unique_ptr<ChildProcess> program_;
     mutable std::mutex mutex_; // guards the lines
     std::condition_variable newLine_;
     std::vector<std::string> lines_;

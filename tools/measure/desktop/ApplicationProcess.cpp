@@ -13,6 +13,15 @@
 
 namespace lightpen {
 
+std::map<std::string, std::string> environmentOf(const std::filesystem::path& home) {
+    return {{"HOME", home},
+            {"XDG_CONFIG_HOME", home / "config"},
+            {"XDG_DATA_HOME", home / "data"},
+            {"XDG_CACHE_HOME", home / "cache"},
+            {"LC_ALL", "C.UTF-8"},
+            {"LANGUAGE", ""}};
+}
+
 ApplicationProcess::ApplicationProcess(std::string program) : program_(std::move(program)) {
     QObject::connect(&process_, &QProcess::readyReadStandardOutput, &process_, [this] { read(); });
     QObject::connect(&process_, &QProcess::readyReadStandardError, &process_, [this] { read(); });
@@ -59,6 +68,10 @@ std::optional<std::string> ApplicationProcess::ask(const std::string& command) {
 bool ApplicationProcess::perform(const std::string& command) {
     const auto answer = ask(command);
     return answer && answer->starts_with("ok");
+}
+
+bool ApplicationProcess::isIn(const std::string& state) {
+    return ask("state").value_or("").find(state) != std::string::npos;
 }
 
 void ApplicationProcess::tell(const std::string& command) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -12,8 +13,11 @@
 
 namespace lightpen {
 
+// The environment of a user with this home and nothing else of their own, in English.
+std::map<std::string, std::string> environmentOf(const std::filesystem::path& home);
+
 // The application with a unit in software, as a process: started with an environment of its own, given
-// commands for its unit, ended as a desktop would. Whoever waits here handles events meanwhile, so there must
+// commands for its unit, ended as a desktop would. Each wait handles events meanwhile, so there must
 // be an application object. Main thread.
 class ApplicationProcess {
 public:
@@ -35,6 +39,8 @@ public:
     std::optional<std::string> ask(const std::string& command);
     // Whether the answer to the command begins with "ok".
     bool perform(const std::string& command);
+    // Whether the unit and the driver are in this state now, such as "ready=yes".
+    bool isIn(const std::string& state);
     // Sends a command and does not wait for the answer, which is thrown away when it comes.
     void tell(const std::string& command);
 
@@ -43,6 +49,8 @@ public:
     // Waits until the log has this text behind that place of it; false when it does not come.
     bool waitForLog(const std::string& text, std::size_t behind = 0);
 
+    // There will be no more commands.
+    void endInput() { process_.closeWriteChannel(); }
     // Sends it a signal.
     void send(int signal);
     // Waits until it has ended; its exit status, none when it did not end or a signal ended it.
