@@ -3,16 +3,12 @@
 
 #include <array>
 #include <chrono>
-#include <cstdlib>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
 namespace lightpen::bench {
 
 namespace {
-
-using Event = std::unique_ptr<xcb_generic_event_t, void (*)(void*)>;
 
 // Presses, releases and moves have one layout.
 CanvasEvent canvasEvent(const xcb_generic_event_t& event, Microseconds time) {
@@ -36,43 +32,36 @@ CanvasEvent canvasEvent(const xcb_generic_event_t& event, Microseconds time) {
 
 } // namespace
 
-PointerWindow::PointerWindow(const std::string& display)
-    : connection_(xcb_connect(display.c_str(), nullptr)) {
-    if (xcb_connection_has_error(connection_) != 0) {
-        xcb_disconnect(connection_);
-        throw std::runtime_error("no display " + display);
-    }
+PointerWindow::PointerWindow(const std::string& display) : XClient(display) {
     show();
     thread_ = std::thread([this] { listen(); });
 }
 
 PointerWindow::~PointerWindow() {
     // The window's end is the last event that its thread waits for.
-    xcb_destroy_window(connection_, window_);
-    xcb_flush(connection_);
+    xcb_destroy_window(connection(), window_);
+    xcb_flush(connection());
     thread_.join();
-    xcb_disconnect(connection_);
 }
 
 void PointerWindow::show() {
-    const xcb_screen_t& screen = *xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-    window_ = xcb_generate_id(connection_);
+    window_ = xcb_generate_id(connection());
     const std::array<std::uint32_t, 2> values{1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
                                                      XCB_EVENT_MASK_POINTER_MOTION |
                                                      XCB_EVENT_MASK_STRUCTURE_NOTIFY};
-    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen.root, 0, 0, screen.width_in_pixels,
-                      screen.height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen.root_visual,
-                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
-    xcb_map_window(connection_, window_);
-    xcb_flush(connection_);
-    while (const Event event{xcb_wait_for_event(connection_), std::free})
+    xcb_create_window(connection(), XCB_COPY_FROM_PARENT, window_, screen().root, 0, 0,
+                      screen().width_in_pixels, screen().height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      screen().root_visual, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
+    xcb_map_window(connection(), window_);
+    xcb_flush(connection());
+    while (const auto event = owned(xcb_wait_for_event(connection())))
         if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY)
             return;
     throw std::runtime_error("the display went away");
 }
 
 void PointerWindow::listen() {
-    while (const Event event{xcb_wait_for_event(connection_), std::free}) {
+    while (const auto event = owned(xcb_wait_for_event(connection()))) {
         const int type = event->response_type & 0x7f;
         if (type == XCB_DESTROY_NOTIFY)
             return;
