@@ -18,6 +18,7 @@
 
 #include "bench/kernel/LeastPointer.h"
 #include "bench/kernel/PointerWindow.h"
+#include "emulated/UnitControl.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
 #include "kernel/support/RuleFile.h"
@@ -93,10 +94,7 @@ private:
 
 Bench::Bench() {
     priority_.reset();
-    const double right = kScreen.width - 170;
-    const double bottom = kScreen.height - 75;
-    unit_.flash()->store(unit_.seen({170, 75}), unit_.seen({right, 75}), unit_.seen({170, bottom}),
-                         unit_.seen({right, bottom}));
+    storeCalibration(unit_, kScreen);
     unit_.onReport([this](const UnitReport& report) { noteReport(report); });
     unit_.plug();
     require(bus_.settle(unit_), "The unit cannot be plugged in: " + bus_.failure(unit_));

@@ -15,7 +15,7 @@
 #include <QCoreApplication>
 
 #include "emulated/ScreenCapture.h"
-#include "emulated/TargetSeeker.h"
+#include "emulated/SeekingHand.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
@@ -56,7 +56,6 @@ constexpr ScreenPoint kTargets[] = {{170, 75}, {1110, 75}, {170, 645}, {1110, 64
 constexpr Microseconds kContact = milliseconds(200);
 // By then even a guest that is held up has polled after the unit fell silent.
 constexpr Microseconds kLiftSeen = milliseconds(500);
-constexpr Microseconds kLookPeriod = milliseconds(30);
 constexpr Microseconds kSessionPatience = seconds(40);
 constexpr const char* kCompleted = "Light n:637 calibrationDidComplete";
 constexpr const char* kExitChosen = "Light n:746 exit";
@@ -114,25 +113,16 @@ protected:
         runLoop.runFor(kLiftSeen);
         expectTheTargetsStored();
     }
-    // The hand touches each target that it sees, until the unit has stored something. It knows neither where
-    // targets stand nor how many there are. Returns how often it touched.
+    // The hand touches each target that it sees, until the unit has stored something. Returns how often it
+    // touched.
     int touchTargets() {
-        TargetSeeker seeker;
-        std::optional<ScreenPoint> seen;
-        int count = 0;
+        SeekingHand seeking([this](const Hand& hand) { unit.play(hand); }, *eyes, clock, kContact);
         const Microseconds end = clock.now() + kSessionPatience;
         while (!unit.flash()->calibrated() && clock.now() < end) {
-            if (eyes->changed()) {
-                const auto picture = eyes->look();
-                seen = picture ? targetSeen(*picture) : std::nullopt;
-            }
-            if (const auto place = seeker.look(seen, clock.now())) {
-                unit.play(Hand().press(*place).stay(kContact).lift());
-                ++count;
-            }
-            runLoop.runFor(kLookPeriod);
+            seeking.look();
+            runLoop.runFor(SeekingHand::kLookPeriod);
         }
-        return count;
+        return seeking.touches();
     }
     void expectTheTargetsStored() {
         const auto points = unit.flash()->points();

@@ -3,9 +3,7 @@
 // its own, the sessions stand on an X server's screen, hand and camera look at that server's pixels, and the
 // pointer is a device of the kernel's that the server follows through libinput. The driver's parts run in the
 // test's own process.
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,23 +15,20 @@
 
 #include <QApplication>
 
-#include "app/LightPenNX7Controller.h"
 #include "device/EventGeneratorNX7.h"
 #include "emulated/ScreenWatch.h"
 #include "emulated/TargetSeeker.h"
 #include "kernel/gadget/GadgetBus.h"
+#include "kernel/support/DriverSeat.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
 #include "kit/PrivateBus.h"
-#include "kit/TemporaryDirectory.h"
-#include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/CanvasProcess.h"
 #include "measure/PlayedSession.h"
 #include "measure/TapSeries.h"
 #include "measure/Waiting.h"
 #include "measure/desktop/XWindows.h"
-#include "platform/FileDescriptor.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen {
@@ -53,33 +48,13 @@ constexpr Microseconds kPatience = seconds(20);
 // By then even a guest that is held up has polled after the unit fell silent.
 constexpr Microseconds kLiftSeen = milliseconds(500);
 
-// What a user sits at: a session, a screen, a program in use, and the driver. It is one for the process, and
-// its threads never end.
-struct Seat {
+// What a user sits at: a session, a screen, a program in use, and the driver.
+struct Seat : DriverSeat {
     const Xorg& server;
-    TemporaryDirectory folder;
-    FileDescriptor log{
-        ::open(folder.file("driver.log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
-    LinuxPlatform real{[this] {
-        LinuxPlatformSettings settings;
-        settings.pointer = PointerChoice::uinput;
-        settings.settingsFile = folder.file("settings.ini");
-        settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
-        settings.log.diagnostics = log.get();
-        settings.log.output = log.get();
-        return settings;
-    }()};
-    Platform& platform = real.platform();
-    MappingRecord record{real.log()};
     CanvasProcess canvas{platform.runLoop};
     XWindows client{server.display()};
-    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
 
-    explicit Seat(const Xorg& xorg) : server(xorg) {
-        setLogSink(&record);
-        Platform::setCurrent(&platform);
-        controller->awakeFromNib();
-    }
+    explicit Seat(const Xorg& xorg) : server(xorg) {}
     // Empty when all is there.
     std::string sitDown() {
         if (std::string problem = canvas.start(LIGHTPEN_CANVAS); !problem.empty())
@@ -105,17 +80,14 @@ class CalibrationOnScreenTest : public testing::Test {
 protected:
     CalibrationOnScreenTest() {
         priority.reset();
-        EXPECT_EQ(::ftruncate(seat->log.get(), 0), 0);
+        seat->desktop.emptyLog();
     }
     ~CalibrationOnScreenTest() override {
         unit.unplug();
         EXPECT_TRUE(becomes([this] { return !controller.deviceConnected(); })) << "the unit is still there";
         platform.runLoop.runFor(seconds(1)); // the removal's pauses come after its announcement
-        if (HasFailure()) {
-            seat->real.log().flush();
-            std::printf("--- the driver's log:\n%s--- end of the driver's log\n",
-                        readFile(seat->folder.file("driver.log")).c_str());
-        }
+        if (HasFailure())
+            seat->printLog();
     }
 
     template <class Condition>
@@ -189,9 +161,10 @@ protected:
     // in use.
     void expectThePointerToFollow() {
         const std::size_t clicks = countOf(seat->canvas.events(), CanvasEvent::Kind::release);
+        const HeardMapping heard(seat->desktop.record, driver());
         std::vector<Tap> taps;
         EXPECT_EQ(tapAt({{5, 9}, {1268.5, 14}, {1271, 706.25}, {11, 702}, {333.5, 444}, {871, 118.75}}, unit,
-                        seat->record, *eyes, platform, taps, kContact),
+                        seat->desktop.record, *eyes, platform, taps, kContact),
                   "");
         const AccuracyRow row{"strong keystone", "", 0, accuracyOf(taps, unit.optics())};
         EXPECT_EQ(taps.size(), 6U);

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the camera sees, fetched over a real bus: pictures byte for byte as the unit sent them, the light test
 // at plug-in, and the plug pulled in the middle of either. The driver's parts run in the test's own process.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <functional>
@@ -15,18 +13,15 @@
 
 #include <QApplication>
 
-#include "app/LightPenNX7Controller.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
+#include "kernel/support/DriverSeat.h"
 #include "kernel/support/PointerWatch.h"
 #include "kernel/support/UnitPriority.h"
-#include "kit/TemporaryDirectory.h"
-#include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/Waiting.h"
-#include "platform/FileDescriptor.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen::test {
@@ -40,32 +35,8 @@ constexpr CameraPoint kLight{700, 333};
 // As many as a unit answers to one light test.
 constexpr int kMostSightings = 12;
 
-// The driver in this process; its threads never end.
-struct Seat {
-    TemporaryDirectory folder;
-    FileDescriptor log{
-        ::open(folder.file("driver.log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
-    LinuxPlatform real{[this] {
-        LinuxPlatformSettings settings;
-        settings.pointer = PointerChoice::uinput;
-        settings.settingsFile = folder.file("settings.ini");
-        settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
-        settings.log.diagnostics = log.get();
-        settings.log.output = log.get();
-        return settings;
-    }()};
-    Platform& platform = real.platform();
+struct Seat : DriverSeat {
     PointerWatch pointer;
-    std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
-
-    Seat() {
-        Platform::setCurrent(&platform);
-        controller->awakeFromNib();
-    }
-    std::string logged() {
-        real.log().flush();
-        return readFile(folder.file("driver.log"));
-    }
 };
 Seat* seat = nullptr;
 
@@ -121,8 +92,7 @@ class CameraViewTest : public testing::Test {
 protected:
     CameraViewTest() {
         priority.reset();
-        seat->real.log().flush();
-        EXPECT_EQ(::ftruncate(seat->log.get(), 0), 0);
+        seat->desktop.emptyLog();
         unit.flash()->store(unit.seen({100, 75}), unit.seen({700, 80}), unit.seen({105, 720}),
                             unit.seen({690, 710}));
     }
@@ -132,7 +102,7 @@ protected:
             EXPECT_TRUE(removed(1));
         }
         if (HasFailure())
-            std::printf("--- the driver's log:\n%s--- end of the driver's log\n", seat->logged().c_str());
+            seat->printLog();
     }
 
     template <class Condition>

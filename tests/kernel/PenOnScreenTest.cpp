@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 
+#include "emulated/UnitControl.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
@@ -29,12 +30,7 @@ constexpr double kWorstLanding = 2;
 
 class PenOnScreenTest : public PenAtDesk {
 protected:
-    PenOnScreenTest() : PenAtDesk(*desk) {
-        const double right = kScreen.width - 170;
-        const double bottom = kScreen.height - 75;
-        unit.flash()->store(unit.seen({170, 75}), unit.seen({right, 75}), unit.seen({170, bottom}),
-                            unit.seen({right, bottom}));
-    }
+    PenOnScreenTest() : PenAtDesk(*desk) { storeCalibration(unit, kScreen); }
 };
 
 std::vector<CanvasEvent> movesAfter(const DemoRecord& record, Microseconds start) {

@@ -3,20 +3,27 @@
 
 #include <gmock/gmock.h>
 
+#include "kit/TestPlatform.h"
+
 namespace lightpen {
 namespace {
 
+// Takes the pen to be where its camera point is, shifted by a fraction.
+struct Shift final : KVRCalibrationProtocol {
+    ScreenPoint mapPointFrom(CameraPoint point) override {
+        return {point.x + 0.12345678901234, point.y - 0.0625};
+    }
+};
+
 class MappingRecordTest : public testing::Test {
 protected:
-    struct Log final : LogSink {
-        void logLine(std::string_view line) override { lines.emplace_back(line); }
-        void standardOutput(std::string_view text) override { output += text; }
-        std::vector<std::string> lines;
-        std::string output;
-    };
+    void post(std::uint32_t eventType, IOGPoint place = {7, 8}) {
+        EXPECT_EQ(record.IOHIDPostEvent(3, eventType, place, {.click = 1}, 2, 0, 0), kIOReturnSuccess);
+    }
 
-    Log log;
-    MappingRecord record{log};
+    RecordingPointer pointer;
+    MappingRecord record{pointer};
+    std::shared_ptr<KVRCalibrationProtocol> mapping = record.noted(std::make_shared<Shift>());
 };
 
 TEST_F(MappingRecordTest, KnowsNothingAtFirst) {
@@ -24,48 +31,43 @@ TEST_F(MappingRecordTest, KnowsNothingAtFirst) {
 }
 
 TEST_F(MappingRecordTest, KeepsTheLastPointOfAStrokeToAllDigits) {
-    record.logLine("Event n:1759 mappedPoint: (512.00,77.00)");
-    record.logLine("Event n:1763 mappedPoint: {170.25, 75}, in Region: 0");
-    record.logLine("Event n:1759 mappedPoint: (511.00,-3.00)");
-    record.logLine("Calibr n:503 map point result: {1, 2}");
-    record.logLine("Event n:1763 mappedPoint: {169.12345678901234, -0.0625}, in Region: 3");
+    mapping->mapPointFrom({512, 77});
+    EXPECT_EQ(mapping->mapPointFrom({511, -3}), (ScreenPoint{511.12345678901234, -3.0625}));
     const auto stroke = record.stroke();
     ASSERT_TRUE(stroke);
     EXPECT_EQ(stroke->reported, (CameraPoint{511, -3}));
-    EXPECT_EQ(stroke->mapped, (ScreenPoint{169.12345678901234, -0.0625}));
+    EXPECT_EQ(stroke->mapped, (ScreenPoint{511.12345678901234, -3.0625}));
     EXPECT_FALSE(stroke->lifted);
 }
 
 TEST_F(MappingRecordTest, KnowsWhenThePenIsLifted) {
-    record.logLine("Event n:1737 state down to up 0"); // of a stroke that was before
+    post(kLeftMouseUp); // of a stroke that was before
     EXPECT_FALSE(record.stroke());
-    record.logLine("Event n:1759 mappedPoint: (5.00,6.00)");
-    record.logLine("Event n:1763 mappedPoint: {7, 8}, in Region: 0");
-    record.logLine("Event n:1737 state down to up 0");
+    mapping->mapPointFrom({5, 6});
+    for (const std::uint32_t other : {kLeftMouseDown, kLeftMouseDragged, kRightMouseUp})
+        post(other);
+    EXPECT_FALSE(record.stroke()->lifted);
+    post(kLeftMouseUp);
+    EXPECT_TRUE(record.stroke()->lifted);
+    mapping->mapPointFrom({5, 6});
+    EXPECT_FALSE(record.stroke()->lifted);
+    record.releaseButtons();
     EXPECT_TRUE(record.stroke()->lifted);
     record.clear();
     EXPECT_FALSE(record.stroke());
 }
 
-TEST_F(MappingRecordTest, OtherLinesMeanNothing) {
-    for (const char* line :
-         {"", "Event n:1763 mappedPoint: ", "Event n:1763 mappedPoint: {1, }, in Region: 0", "Event n:1763",
-          "Event n:1806 state mouse drag", "{1, 2}"})
-        record.logLine(line);
-    EXPECT_FALSE(record.stroke());
-    for (const char* line :
-         {"Event n:1759 mappedPoint: ", "Event n:1759 mappedPoint: (1", "Event n:1759 mappedPoint: (1)"})
-        record.logLine(line);
-    record.logLine("Event n:1763 mappedPoint: {7, 8}, in Region: 0");
-    EXPECT_EQ(record.stroke()->reported, (CameraPoint{}));
-}
-
 TEST_F(MappingRecordTest, HandsEverythingOn) {
-    record.logLine("Event n:1763 mappedPoint: {7, 8}, in Region: 0");
-    record.logLine("another");
-    record.standardOutput("text\n");
-    EXPECT_THAT(log.lines, testing::ElementsAre("Event n:1763 mappedPoint: {7, 8}, in Region: 0", "another"));
-    EXPECT_EQ(log.output, "text\n");
+    io_connect_t connection = 0;
+    EXPECT_EQ(record.IOServiceOpen(1, 0, connection), kIOReturnSuccess);
+    EXPECT_EQ(connection, pointer.connection);
+    post(kLeftMouseDown);
+    post(kLeftMouseUp, {9, 8});
+    using Posted = RecordingPointer::Posted;
+    EXPECT_THAT(pointer.takePosted(), testing::ElementsAre(Posted{kLeftMouseDown, {7, 8}, {.click = 1}},
+                                                           Posted{kLeftMouseUp, {9, 8}, {.click = 1}}));
+    record.releaseButtons();
+    EXPECT_EQ(pointer.releases, 1);
 }
 
 } // namespace

@@ -37,27 +37,25 @@ protected:
             const ScreenPoint exact = unit.optics().unproject(seen);
             const bool stumbling = stumbles > 0;
             const ScreenPoint mapped{exact.x + 0.25 + (stumbling ? 90 : 0), exact.y + 1};
-            log("Event n:1759 mappedPoint: (" + std::to_string(static_cast<int>(seen.x)) + ".00," +
-                std::to_string(static_cast<int>(seen.y)) + ".00)");
-            log("Event n:1763 mappedPoint: " + NSStringFromPoint(mapped) + ", in Region: 4");
+            answer->mapped = mapped;
+            mapping->mapPointFrom(seen);
             if (follows)
                 painter.movePointer(static_cast<std::int16_t>(mapped.x), static_cast<std::int16_t>(mapped.y));
             if (stumbling)
                 --stumbles;
             if (stumbling || delay > Microseconds::zero())
-                log("Event n:1737 state down to up 0");
+                record.IOHIDPostEvent(0, kLeftMouseUp, {}, {}, 0, 0, 0);
         } else if (lifts) {
-            log("Event n:1737 state down to up 0");
+            record.IOHIDPostEvent(0, kLeftMouseUp, {}, {}, 0, 0, 0);
         }
     }
-    void log(const std::string& line) { record.logLine(line); }
     std::string tap(const std::vector<ScreenPoint>& places) {
         return tapAt(places, unit, record, *eyes, desk.platform, taps);
     }
 
-    struct NoLog final : LogSink {
-        void logLine(std::string_view) override {}
-        void standardOutput(std::string_view) override {}
+    struct Answer final : KVRCalibrationProtocol {
+        ScreenPoint mapPointFrom(CameraPoint) override { return mapped; }
+        ScreenPoint mapped;
     };
 
     static std::unique_ptr<Xvfb> server;
@@ -67,8 +65,9 @@ protected:
     ScreenPainter painter{server->display()};
     std::string noProblem;
     std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
-    NoLog nowhere;
-    MappingRecord record{nowhere};
+    MappingRecord record{desk.pointer};
+    std::shared_ptr<Answer> answer = std::make_shared<Answer>();
+    std::shared_ptr<KVRCalibrationProtocol> mapping = record.noted(answer);
     bool follows = true;
     bool lifts = true;
     int stumbles = 0;     // as many reports are mapped far away and lift the pen, which the hand does not

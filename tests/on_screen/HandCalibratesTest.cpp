@@ -11,8 +11,6 @@ namespace {
 
 using std::chrono::seconds;
 
-DriverStage* stage = nullptr;
-
 class HandCalibratesTest : public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(stage->plugIn(unit)); }
@@ -66,9 +64,5 @@ TEST_F(HandCalibratesTest, AnAutomaticSessionIsLeftAlone) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::runOnDriverStage(argc, argv, [](lightpen::DriverStage& stage, const std::filesystem::path&) {
-        lightpen::stage = &stage;
-        return RUN_ALL_TESTS();
-    });
+    lightpen::runTestsOnDriverStage(argc, argv);
 }

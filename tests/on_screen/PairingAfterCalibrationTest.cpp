@@ -18,9 +18,6 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Bytes = std::vector<std::uint8_t>;
 
-DriverStage* stage = nullptr;
-std::filesystem::path folder;
-
 Bytes contentsOf(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
@@ -65,10 +62,10 @@ private:
 };
 
 TEST(PairingAfterCalibrationTest, TheFileHoldsTheUnitsTable) {
-    const auto file = folder / "user" / "LightPenNX7" / "NX9_Wireless.bin";
-    std::filesystem::create_directories(folder / "shipped");
+    const auto file = stage->folder / "user" / "LightPenNX7" / "NX9_Wireless.bin";
+    std::filesystem::create_directories(stage->folder / "shipped");
     const std::string shipped(112, 'x');
-    std::ofstream(folder / "shipped" / "NX9_Wireless.bin") << shipped;
+    std::ofstream(stage->folder / "shipped" / "NX9_Wireless.bin") << shipped;
     SentCommands sent;
     CameraUnit& unit = stage->bus.add<CameraUnit>({.information = {.wireless = 0}},
                                                   Optics::strongKeystone(DriverStage::kScreen));
@@ -85,13 +82,13 @@ TEST(PairingAfterCalibrationTest, TheFileHoldsTheUnitsTable) {
     PlayedSession session(stage->platform(), unit, *eyes);
     EXPECT_EQ(session.run(
                   SessionKind::automatic, [] { stage->controller->calibration("the test"); },
-                  (folder / "target.png").string()),
+                  (stage->folder / "target.png").string()),
               "");
     EXPECT_TRUE(waitUntil(
         stage->platform(), [&] { return std::filesystem::exists(file); }, seconds(10)));
     EXPECT_TRUE(unit.flash()->calibrated());
     EXPECT_EQ(contentsOf(file), table);
-    EXPECT_EQ(contentsOf(folder / "shipped" / "NX9_Wireless.bin"), Bytes(112, 'x'));
+    EXPECT_EQ(contentsOf(stage->folder / "shipped" / "NX9_Wireless.bin"), Bytes(112, 'x'));
     const auto pause = sent.pauseBefore('R');
     ASSERT_TRUE(pause);
     EXPECT_GE(*pause, milliseconds(500));
@@ -103,11 +100,5 @@ TEST(PairingAfterCalibrationTest, TheFileHoldsTheUnitsTable) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::runOnDriverStage(argc, argv,
-                               [](lightpen::DriverStage& stage, const std::filesystem::path& folder) {
-                                   lightpen::stage = &stage;
-                                   lightpen::folder = folder;
-                                   return RUN_ALL_TESTS();
-                               });
+    lightpen::runTestsOnDriverStage(argc, argv);
 }

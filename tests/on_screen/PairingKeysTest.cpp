@@ -48,8 +48,8 @@ int runProgramUnderTest(const std::filesystem::path& folder, int readyDescriptor
     char* arguments[] = {name.data(), nullptr};
     const QApplication application(count, arguments);
     setUpQtApplication();
-    DriverStage& stage = *new DriverStage(folder); // as in a program that leaves by exitProcess
-    CameraUnit& unit = stage.bus.add<CameraUnit>({.information = {.wireless = 0}},
+    DriverStage& driven = *new DriverStage(folder); // as in a program that leaves by exitProcess
+    CameraUnit& unit = driven.bus.add<CameraUnit>({.information = {.wireless = 0}},
                                                  Optics::strongKeystone(DriverStage::kScreen));
     DriverStage::calibrate(unit);
     std::ofstream commands(folder / kCommands, std::ios::binary);
@@ -62,9 +62,9 @@ int runProgramUnderTest(const std::filesystem::path& folder, int readyDescriptor
         if (!report.bytes.empty() && report.bytes[0] == 'S')
             writeFile(folder / kTable, tableOf(unit));
     });
-    if (stage.plugIn(unit) && ::write(readyDescriptor, kReady, 6) == 6)
-        stage.platform().runLoop.exitProcess(stage.real.run());
-    stage.platform().runLoop.exitProcess(EXIT_FAILURE);
+    if (driven.plugIn(unit) && ::write(readyDescriptor, kReady, 6) == 6)
+        driven.platform().runLoop.exitProcess(driven.desktop.real.run());
+    driven.platform().runLoop.exitProcess(EXIT_FAILURE);
     return EXIT_FAILURE;
 }
 

@@ -17,7 +17,6 @@
 #include "kit/linux/PointerObserver.h"
 #include "kit/linux/WindowManager.h"
 #include "kit/linux/XNeighbour.h"
-#include "measure/TapSeries.h"
 #include "on_screen/DriverStage.h"
 
 namespace lightpen {
@@ -26,7 +25,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-DriverStage* stage = nullptr;
 constexpr std::uint32_t kBlack = 0x000000, kWall = 0x3A6EA5, kPaper = 0xE8E4DA;
 // The middle of a screen of 1920 x 1080, in pixels from its upper left corner; right and bottom are outside.
 constexpr int kLeft = 480, kTop = 180, kRight = 1440, kBottom = 720;
@@ -127,10 +125,7 @@ protected:
     // held up, a touch may be more than one press.
     void tap(ScreenPoint place) {
         neighbour.takeClicks();
-        std::vector<Tap> taps;
-        ASSERT_EQ(tapAt({place}, unit, stage->record, *eyes, stage->platform(), taps), "");
-        ASSERT_EQ(taps.size(), 1U);
-        EXPECT_LT(std::hypot(taps[0].pointer.x - place.x, taps[0].pointer.y - place.y), 4);
+        ASSERT_NO_FATAL_FAILURE(stage->tap(unit, *eyes, place));
         int presses = 0;
         EXPECT_TRUE(comes([&] { return (presses += neighbour.takeClicks()) > 0; }));
         EXPECT_TRUE(comes([&] { return !pointer.state().left; }));
@@ -206,9 +201,5 @@ INSTANTIATE_TEST_SUITE_P(On, StrayLightOnScreenTest, testing::Values(false, true
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::runOnDriverStage(argc, argv, [](lightpen::DriverStage& stage, const std::filesystem::path&) {
-        lightpen::stage = &stage;
-        return RUN_ALL_TESTS();
-    });
+    lightpen::runTestsOnDriverStage(argc, argv);
 }

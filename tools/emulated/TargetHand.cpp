@@ -6,21 +6,15 @@
 #include <QApplication>
 
 #include "calibration/KVRCalibrationWindow.h"
-#include "unit/room/ScreenSight.h"
 
 namespace lightpen {
 
-namespace {
-
-constexpr std::chrono::milliseconds kLookPeriod{30};
-constexpr Microseconds kDwell = std::chrono::milliseconds(120);
-
-} // namespace
-
 TargetHand::TargetHand(UnitControl& control, Clock& clock, std::unique_ptr<ScreenCapture> eyes,
                        std::function<bool()> sessionShown)
-    : control_(control), clock_(clock), eyes_(std::move(eyes)), sessionShown_(std::move(sessionShown)) {
-    timer_.setInterval(kLookPeriod);
+    : eyes_(std::move(eyes)), sessionShown_(std::move(sessionShown)) {
+    if (eyes_)
+        hand_.emplace([&control](const Hand& hand) { control.play(hand); }, *eyes_, clock);
+    timer_.setInterval(SeekingHand::kLookPeriod);
     QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { look(); });
 }
 
@@ -32,17 +26,12 @@ void TargetHand::allow(bool allowed) {
 }
 
 void TargetHand::look() {
-    if (!eyes_ || !sessionShown_()) {
-        seeker_ = {};
-        seen_.reset();
+    if (!hand_)
         return;
-    }
-    if (eyes_->changed()) {
-        const auto picture = eyes_->look();
-        seen_ = picture ? targetSeen(*picture) : std::nullopt;
-    }
-    if (const auto place = seeker_.look(seen_, clock_.now()))
-        control_.play(Hand().press(*place).stay(kDwell).lift());
+    if (sessionShown_())
+        hand_->look();
+    else
+        hand_->forget();
 }
 
 bool sessionByHandShown(CameraUnit& unit) {

@@ -3,17 +3,17 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <QTimer>
 
 #include "emulated/ScreenCapture.h"
-#include "emulated/TargetSeeker.h"
+#include "emulated/SeekingHand.h"
 #include "emulated/UnitControl.h"
 
 namespace lightpen {
 
-// A hand that calibrates by itself: while a calibration is on the screen, it touches each target that it
-// sees. It looks at pixels and knows neither where targets stand nor how many there are. Main thread.
+// A hand that calibrates by itself: it plays each calibration that comes to the screen. Main thread.
 class TargetHand {
 public:
     // The control and the clock outlive this. Without eyes it never touches anything. The last one says
@@ -28,13 +28,10 @@ public:
     void look();
 
 private:
-    UnitControl& control_;
-    Clock& clock_;
     const std::unique_ptr<ScreenCapture> eyes_;
     const std::function<bool()> sessionShown_;
     QTimer timer_;
-    TargetSeeker seeker_;
-    std::optional<ScreenPoint> seen_;
+    std::optional<SeekingHand> hand_; // none without eyes
 };
 
 // Whether one of this program's calibration windows is on the screen and the pen is what it waits for: with

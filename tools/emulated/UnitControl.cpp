@@ -14,6 +14,14 @@ constexpr std::array<std::string_view, 3> kPoses{"keystone", "straight", "rotate
 
 } // namespace
 
+void storeCalibration(CameraUnit& unit, Size screen) {
+    const double right = screen.width - kTargetSideMargin;
+    const double bottom = screen.height - kTargetUpperMargin;
+    unit.flash()->store(unit.seen({kTargetSideMargin, kTargetUpperMargin}),
+                        unit.seen({right, kTargetUpperMargin}), unit.seen({kTargetSideMargin, bottom}),
+                        unit.seen({right, bottom}));
+}
+
 std::span<const std::string_view> UnitControl::poses() {
     return kPoses;
 }
@@ -47,12 +55,7 @@ void UnitControl::replug(Microseconds pause) {
 }
 
 void UnitControl::calibrate() {
-    const double right = screen_.width - kTargetSideMargin;
-    const double bottom = screen_.height - kTargetUpperMargin;
-    const CameraPoint points[] = {unit_.seen({kTargetSideMargin, kTargetUpperMargin}),
-                                  unit_.seen({right, kTargetUpperMargin}),
-                                  unit_.seen({kTargetSideMargin, bottom}), unit_.seen({right, bottom})};
-    unit_.flash()->store(points[0], points[1], points[2], points[3]);
+    storeCalibration(unit_, screen_);
 }
 
 bool UnitControl::pose(std::string_view name) {

@@ -10,6 +10,9 @@
 
 namespace lightpen {
 
+// Has the unit's flash hold what a calibration on a screen of this size leaves, as its camera sees it now.
+void storeCalibration(CameraUnit& unit, Size screen);
+
 // What a person does with a camera unit in software: plugs it, lights lamps, moves it, holds its pen. The
 // unit window and the commands both act through this. Main thread.
 class UnitControl {

@@ -5,8 +5,8 @@
 
 #include "device/EventGeneratorNX7.h"
 #include "emulated/ScreenWatch.h"
-#include "measure/PenReadiness.h"
 #include "measure/TapSeries.h"
+#include "measure/UnitInUse.h"
 #include "measure/Waiting.h"
 
 namespace lightpen {
@@ -15,8 +15,6 @@ namespace {
 
 using std::chrono::seconds;
 
-constexpr Microseconds kOpeningPatience = seconds(20);
-constexpr Microseconds kRemovalPatience = seconds(5);
 constexpr Microseconds kWritingPatience = seconds(10);
 constexpr ScreenPoint kKnock{320, 240}; // a place that every pose of the camera sees
 constexpr std::uint64_t kNoiseSeed = 20;
@@ -33,16 +31,13 @@ EventGeneratorNX7& driver() {
 
 } // namespace
 
-CalibrationTrial::CalibrationTrial(Platform& platform, EmulatedBus& bus, MappingRecord& record,
-                                   NewCapture newCapture, std::filesystem::path pictures)
-    : platform_(platform), bus_(bus), record_(record), newCapture_(std::move(newCapture)),
-      pictures_(std::move(pictures)) {}
+CalibrationTrial::CalibrationTrial(DriverDesktop& desktop, EmulatedBus& bus,
+                                   LightPenNX7Controller& controller, NewCapture newCapture,
+                                   std::filesystem::path pictures)
+    : desktop_(desktop), platform_(desktop.platform), bus_(bus), controller_(controller),
+      newCapture_(std::move(newCapture)), pictures_(std::move(pictures)) {}
 
 CalibrationOutcome CalibrationTrial::run(const CalibrationScene& scene) {
-    if (!controller_) {
-        controller_ = std::make_shared<LightPenNX7Controller>();
-        controller_->awakeFromNib();
-    }
     CalibrationOutcome outcome;
     outcome.row.pose = scene.pose;
     outcome.row.session = scene.session == SessionKind::byHand ? "by hand" : "automatic";
@@ -75,7 +70,8 @@ std::string CalibrationTrial::play(const CalibrationScene& scene, CameraUnit& un
     if (!screen)
         return "There is no screen.";
     std::vector<Tap> taps;
-    std::string problem = tapAt(unevenGrid(screen->size), unit, record_, *eyes, platform_, taps);
+    const HeardMapping heard(desktop_.record, driver());
+    std::string problem = tapAt(unevenGrid(screen->size), unit, desktop_.record, *eyes, platform_, taps);
     outcome.row.accuracy = accuracyOf(taps, unit.optics());
     return problem;
 }
@@ -86,7 +82,7 @@ std::string CalibrationTrial::playSession(const CalibrationScene& scene, CameraU
     platform_.defaults.setObject(kAutomaticKey, automatic);
     PlayedSession session(platform_, unit, eyes);
     std::string problem = session.run(
-        scene.session, [this] { controller_->calibration("the demo"); },
+        scene.session, [this] { controller_.calibration("the demo"); },
         (pictures_ / (automatic ? "target-automatic.png" : "target-by-hand.png")).string());
     outcome.touches = session.touches();
     outcome.completions = session.completions();
@@ -98,22 +94,15 @@ std::string CalibrationTrial::playSession(const CalibrationScene& scene, CameraU
 }
 
 std::string CalibrationTrial::plugIn(CameraUnit& unit) {
-    unit.plug();
-    const auto open = [this] { return controller_->deviceConnected() && EventGeneratorNX7::isUnitOpen(); };
-    const bool usable =
-        waitUntil(platform_, open, kOpeningPatience) && waitUntilPenIsHeard(platform_, unit, kKnock);
-    return usable ? "" : "The driver did not take the unit into use.";
+    return takeIntoUse(platform_, controller_, unit, kKnock) ? ""
+                                                             : "The driver did not take the unit into use.";
 }
 
 std::string CalibrationTrial::unplug(CameraUnit& unit) {
     unit.lift();
     unit.unplug();
-    if (!waitUntil(
-            platform_, [this] { return !controller_->deviceConnected(); }, kRemovalPatience))
-        return "The driver did not notice that the unit was gone.";
-    // The pauses of the removal come after its announcement.
-    platform_.runLoop.runFor(seconds(1));
-    return {};
+    return waitUntilRemoved(platform_, controller_) ? ""
+                                                    : "The driver did not notice that the unit was gone.";
 }
 
 } // namespace lightpen

@@ -10,7 +10,7 @@
 #include "emulated/ScreenCapture.h"
 #include "measure/Accuracy.h"
 #include "measure/CalibrationScenes.h"
-#include "measure/MappingRecord.h"
+#include "measure/DriverDesktop.h"
 #include "platform/Platform.h"
 #include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
@@ -36,10 +36,10 @@ public:
     // Makes another look at the screen; null when that cannot be had.
     using NewCapture = std::function<std::unique_ptr<ScreenCapture>()>;
 
-    // Everything outlives this object. The bus runs in real time; the record is the log in force. Pictures of
-    // the targets go to the folder.
-    CalibrationTrial(Platform& platform, EmulatedBus& bus, MappingRecord& record, NewCapture newCapture,
-                     std::filesystem::path pictures);
+    // Everything outlives this object. The desktop's bus runs in real time. Pictures of the targets go to the
+    // folder.
+    CalibrationTrial(DriverDesktop& desktop, EmulatedBus& bus, LightPenNX7Controller& controller,
+                     NewCapture newCapture, std::filesystem::path pictures);
 
     // Plays one calibration, with a unit of its own.
     CalibrationOutcome run(const CalibrationScene& scene);
@@ -51,12 +51,12 @@ private:
     std::string plugIn(CameraUnit& unit);
     std::string unplug(CameraUnit& unit);
 
+    DriverDesktop& desktop_;
     Platform& platform_;
     EmulatedBus& bus_;
-    MappingRecord& record_;
+    LightPenNX7Controller& controller_;
     const NewCapture newCapture_;
     const std::filesystem::path pictures_;
-    std::shared_ptr<LightPenNX7Controller> controller_; // made with the first scene
 };
 
 } // namespace lightpen

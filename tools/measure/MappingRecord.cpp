@@ -1,49 +1,53 @@
 // SPDX-License-Identifier: MIT
 #include "measure/MappingRecord.h"
 
-#include <string>
+#include <utility>
+
+#include "device/EventGeneratorNX7.h"
 
 namespace lightpen {
 
-namespace {
+class MappingRecord::NotedMapping final : public KVRCalibrationProtocol {
+public:
+    NotedMapping(MappingRecord& record, std::shared_ptr<KVRCalibrationProtocol> mapping)
+        : record_(record), mapping_(std::move(mapping)) {}
 
-// In the order in which the point thread writes them for a point.
-constexpr std::string_view kReported = "Event n:1759 mappedPoint: ";
-constexpr std::string_view kMapped = "Event n:1763 mappedPoint: ";
-constexpr std::string_view kLifted = "Event n:1737 state down to up ";
-
-// "(x,y)".
-std::optional<CameraPoint> reportedIn(std::string_view text) {
-    const std::size_t comma = text.find(',');
-    if (!text.starts_with('(') || !text.ends_with(')') || comma == std::string_view::npos)
-        return std::nullopt;
-    const std::string standard = "{" + std::string(text.substr(1, comma - 1)) + ", " +
-                                 std::string(text.substr(comma + 1, text.size() - comma - 2)) + "}";
-    CameraPoint point;
-    if (!pairFromString(standard, point.x, point.y))
-        return std::nullopt;
-    return point;
-}
-
-} // namespace
-
-void MappingRecord::logLine(std::string_view line) {
-    read(line);
-    log_.logLine(line);
-}
-
-void MappingRecord::read(std::string_view line) {
-    const std::lock_guard hold(mutex_);
-    if (line.starts_with(kReported)) {
-        reported_ = reportedIn(line.substr(kReported.size())).value_or(CameraPoint{});
-    } else if (line.starts_with(kMapped)) {
-        const std::string_view text = line.substr(kMapped.size());
-        ScreenPoint mapped;
-        if (pairFromString(text.substr(0, text.find('}') + 1), mapped.x, mapped.y))
-            stroke_ = Stroke{reported_, mapped, false};
-    } else if (line.starts_with(kLifted) && stroke_) {
-        stroke_->lifted = true;
+    ScreenPoint mapPointFrom(CameraPoint point) override {
+        const ScreenPoint mapped = mapping_->mapPointFrom(point);
+        const std::lock_guard hold(record_.mutex_);
+        record_.stroke_ = Stroke{point, mapped, false};
+        return mapped;
     }
+
+private:
+    MappingRecord& record_;
+    const std::shared_ptr<KVRCalibrationProtocol> mapping_;
+};
+
+std::shared_ptr<KVRCalibrationProtocol>
+MappingRecord::noted(std::shared_ptr<KVRCalibrationProtocol> mapping) {
+    return std::make_shared<NotedMapping>(*this, std::move(mapping));
+}
+
+IOReturn MappingRecord::IOHIDPostEvent(io_connect_t connection, std::uint32_t eventType, IOGPoint location,
+                                       const NXMouseEventData& data, std::uint32_t eventDataVersion,
+                                       std::uint32_t eventFlags, std::uint32_t options) {
+    const IOReturn result =
+        pointer_.IOHIDPostEvent(connection, eventType, location, data, eventDataVersion, eventFlags, options);
+    if (eventType == kLeftMouseUp)
+        lift();
+    return result;
+}
+
+void MappingRecord::releaseButtons() {
+    pointer_.releaseButtons();
+    lift();
+}
+
+void MappingRecord::lift() {
+    const std::lock_guard hold(mutex_);
+    if (stroke_)
+        stroke_->lifted = true;
 }
 
 void MappingRecord::clear() {
@@ -54,6 +58,16 @@ void MappingRecord::clear() {
 std::optional<MappingRecord::Stroke> MappingRecord::stroke() const {
     const std::lock_guard hold(mutex_);
     return stroke_;
+}
+
+HeardMapping::HeardMapping(MappingRecord& record, EventGeneratorNX7& driver)
+    : driver_(driver), before_(driver.calibrationCenter()) {
+    if (before_)
+        driver_.setCalibrationCenter(record.noted(before_));
+}
+
+HeardMapping::~HeardMapping() {
+    driver_.setCalibrationCenter(before_);
 }
 
 } // namespace lightpen

@@ -3,7 +3,8 @@
 
 #include <cstdio>
 
-#include "device/EventGeneratorNX7.h"
+#include "emulated/UnitControl.h"
+#include "measure/UnitInUse.h"
 #include "measure/Waiting.h"
 
 namespace lightpen {
@@ -13,15 +14,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr Microseconds kOpeningPatience = seconds(20);
-constexpr Microseconds kRemovalPatience = seconds(5);
 constexpr Microseconds kSettled = milliseconds(400); // what was posted has arrived by then
 constexpr Microseconds kMenuClosed = milliseconds(1200);
 constexpr Microseconds kLongPress = milliseconds(2500);
-
-// Where a calibration's four targets stand.
-constexpr double kTargetX = 170;
-constexpr double kTargetY = 75;
 
 constexpr const char* kEnded = "The demo was ended before it was over.";
 
@@ -33,7 +28,7 @@ PenDemonstration::PenDemonstration(Platform& platform, EmulatedBus& bus, CanvasP
       controller_(std::make_shared<LightPenNX7Controller>()) {}
 
 std::string PenDemonstration::run() {
-    calibrate();
+    storeCalibration(unit_, screen_);
     controller_->awakeFromNib();
     std::string problem = plugIn("Plugging in the unit...");
     for (auto part : {&PenDemonstration::writeAndDrag, &PenDemonstration::holdAndTouchBeside,
@@ -43,19 +38,11 @@ std::string PenDemonstration::run() {
     return problem;
 }
 
-// As if the four targets had been touched before: the unit's flash keeps where the camera saw them.
-void PenDemonstration::calibrate() {
-    const double right = screen_.width - kTargetX;
-    const double bottom = screen_.height - kTargetY;
-    unit_.flash()->store(unit_.seen({kTargetX, kTargetY}), unit_.seen({right, kTargetY}),
-                         unit_.seen({kTargetX, bottom}), unit_.seen({right, bottom}));
-}
-
 std::string PenDemonstration::plugIn(const char* message) {
     say(message);
-    unit_.plug();
-    const auto usable = [this] { return controller_->deviceConnected() && EventGeneratorNX7::hearsPen(); };
-    return waitUntil(platform_, usable, kOpeningPatience) ? "" : "The driver did not take the unit into use.";
+    const ScreenPoint middle{screen_.width / 2, screen_.height / 2};
+    return takeIntoUse(platform_, *controller_, unit_, middle) ? ""
+                                                               : "The driver did not take the unit into use.";
 }
 
 std::string PenDemonstration::writeAndDrag() {
@@ -95,11 +82,8 @@ std::string PenDemonstration::interruptStroke() {
     unit_.unplug();
     unit_.lift();
     touches_.push_back({start, platform_.clock.now(), from, std::nullopt, false});
-    if (!waitUntil(
-            platform_, [this] { return !controller_->deviceConnected(); }, kRemovalPatience))
+    if (!waitUntilRemoved(platform_, *controller_))
         return "The driver did not notice that the unit was gone.";
-    // The pauses of the removal come after its announcement.
-    platform_.runLoop.runFor(seconds(1));
     return plugIn("Plugging it in again...");
 }
 

@@ -27,7 +27,6 @@ public:
     const std::vector<HandTouch>& touches() const { return touches_; }
 
 private:
-    void calibrate();
     std::string plugIn(const char* message);
     std::string writeAndDrag();
     std::string holdAndTouchBeside();

@@ -6,14 +6,13 @@
 #include <QImage>
 #include <QString>
 
-#include "emulated/TargetSeeker.h"
+#include "emulated/SeekingHand.h"
+#include "unit/room/ScreenSight.h"
 
 namespace lightpen {
 
 namespace {
 
-constexpr Microseconds kLookPeriod = std::chrono::milliseconds(30);
-constexpr Microseconds kDwell = std::chrono::milliseconds(120);
 constexpr Microseconds kSessionPatience = std::chrono::seconds(40);
 constexpr std::string_view kCompleted = "kCalibrationCompleted";
 
@@ -33,44 +32,29 @@ std::string PlayedSession::run(SessionKind kind, const std::function<void()>& st
                                const std::string& pictureFile) {
     pictureFile_ = pictureFile;
     start();
-    if (kind == SessionKind::byHand)
-        playByHand();
-    else
-        watch();
+    SeekingHand hand([this](const Hand& played) { unit_.play(played); }, eyes_, platform_.clock);
+    const Microseconds end = platform_.clock.now() + kSessionPatience;
+    while (completions_ == 0 && platform_.clock.now() < end && !platform_.runLoop.terminating()) {
+        if (kind == SessionKind::byHand)
+            hand.look([this](const ScreenPicture& picture) { keepPicture(picture); });
+        else
+            watch();
+        platform_.runLoop.runFor(SeekingHand::kLookPeriod);
+    }
+    touches_ = hand.touches();
     if (completions_ == 0)
         return kind == SessionKind::byHand ? "The calibration by hand was not completed."
                                            : "The automatic calibration was not completed.";
     return pictureKept_ ? "" : "The target could not be pictured in " + pictureFile + ".";
 }
 
-void PlayedSession::playByHand() {
-    TargetSeeker seeker;
-    std::optional<ScreenPoint> seen;
-    const Microseconds end = platform_.clock.now() + kSessionPatience;
-    while (completions_ == 0 && platform_.clock.now() < end && !platform_.runLoop.terminating()) {
-        const auto picture = eyes_.changed() ? eyes_.look() : std::nullopt;
-        if (picture)
-            seen = targetSeen(*picture);
-        if (picture && seen)
-            keepPicture(*picture);
-        if (const auto place = seeker.look(seen, platform_.clock.now())) {
-            unit_.play(Hand().press(*place).stay(kDwell).lift());
-            ++touches_;
-        }
-        platform_.runLoop.runFor(kLookPeriod);
-    }
-}
-
 void PlayedSession::watch() {
-    const Microseconds end = platform_.clock.now() + kSessionPatience;
-    while (completions_ == 0 && platform_.clock.now() < end && !platform_.runLoop.terminating()) {
-        if (const auto picture = pictureKept_ ? std::nullopt : eyes_.look()) {
-            const DisplayedPicture view = cameraView(*picture);
-            if (view.dark && view.blobs.size() == 1)
-                keepPicture(*picture);
-        }
-        platform_.runLoop.runFor(kLookPeriod);
-    }
+    const auto picture = pictureKept_ ? std::nullopt : eyes_.look();
+    if (!picture)
+        return;
+    const DisplayedPicture view = cameraView(*picture);
+    if (view.dark && view.blobs.size() == 1)
+        keepPicture(*picture);
 }
 
 void PlayedSession::keepPicture(const ScreenPicture& picture) {

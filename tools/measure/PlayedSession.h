@@ -32,8 +32,7 @@ public:
     int completions() const { return completions_; }
 
 private:
-    void playByHand();
-    void watch();
+    void watch(); // keeps the picture once the camera's only target is shown
     void keepPicture(const ScreenPicture& picture);
 
     Platform& platform_;

@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Calibrates emulated units by hand and without one, and measures how exactly the pointer then follows the
 // pen.
-#include <fcntl.h>
-
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <optional>
 
 #include <QApplication>
 
 #include "emulated/ScreenArea.h"
-#include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/CalibrationTrial.h"
 #include "measure/CanvasProcess.h"
-#include "platform/FileDescriptor.h"
+#include "measure/DriverDesktop.h"
 
 namespace lightpen {
 namespace {
@@ -91,11 +88,8 @@ bool report(const std::vector<AccuracyRow>& rows, const std::filesystem::path& o
     return missed.empty();
 }
 
-int perform(LinuxPlatform& real, const Options& options) {
-    MappingRecord record(real.log());
-    setLogSink(&record);
-    Platform& platform = real.platform();
-    Platform::setCurrent(&platform);
+int perform(DriverDesktop& desktop, const Options& options) {
+    Platform& platform = desktop.platform;
     CanvasProcess canvas(platform.runLoop); // under the taps, so that nobody else is hit by them
     if (const std::string problem =
             canvas.start((QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
@@ -103,15 +97,16 @@ int perform(LinuxPlatform& real, const Options& options) {
         std::printf("%s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    EmulatedBus bus(real.registry(), platform.runLoop, platform.clock);
+    EmulatedBus bus(desktop.real.registry(), platform.runLoop, platform.clock);
     bus.runInRealTime();
-    CalibrationTrial trial(platform, bus, record, captures(real), options.output);
+    const auto controller = std::make_shared<LightPenNX7Controller>();
+    controller->awakeFromNib();
+    CalibrationTrial trial(desktop, bus, *controller, captures(desktop.real), options.output);
     std::vector<AccuracyRow> rows;
     const bool well = play(calibrationScenes(canvas.size(), options.all), trial, rows);
     const bool met = report(rows, options.output);
     canvas.command("quit");
     std::fflush(stdout);
-    setLogSink(&real.log());
     // The driver's point thread still runs; nothing is destroyed under it.
     const int status = well && met ? EXIT_SUCCESS : EXIT_FAILURE;
     platform.runLoop.exitProcess(status);
@@ -129,27 +124,18 @@ int calibrationMain(int argc, char** argv) {
     }
     std::error_code ignored;
     std::filesystem::create_directories(options->output, ignored);
-    const std::string logFile = (options->output / "calibration.log").string();
-    const FileDescriptor log(
-        ::open(logFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644));
-    if (!log) {
-        std::printf("%s cannot be written: %s\n", logFile.c_str(), errorText(errno).c_str());
-        return EXIT_FAILURE;
-    }
-    LinuxPlatformSettings settings;
-    settings.units = Units::ofTheProgram;
-    settings.pointer = PointerChoice::xtest;
-    settings.settingsFile = (options->output / "settings.ini").string(); // the user's own are left alone
-    settings.loginFolder = (options->output / "autostart").string();
-    settings.log.diagnostics = log.get();
-    settings.log.output = log.get();
-    LinuxPlatform real(std::move(settings));
-    return perform(real, *options);
+    DriverDesktop desktop(options->output / "calibration.log", settingsIn(options->output));
+    return perform(desktop, *options);
 }
 
 } // namespace
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    return lightpen::calibrationMain(argc, argv);
+    try {
+        return lightpen::calibrationMain(argc, argv);
+    } catch (const std::exception& failure) {
+        std::printf("%s\n", failure.what());
+        return EXIT_FAILURE;
+    }
 }

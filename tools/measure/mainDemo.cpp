@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: MIT
 // The demo: the real driver with an emulated unit, a hand that writes, and a canvas that sees what arrives.
-#include <fcntl.h>
-
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 #include <QApplication>
 
-#include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/CanvasProcess.h"
-#include "measure/Injection.h"
+#include "measure/DriverDesktop.h"
 #include "measure/PenDemonstration.h"
 #include "measure/Table.h"
-#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 namespace {
@@ -24,36 +21,6 @@ namespace {
 constexpr std::string_view kNotifications[] = {"LightPenNX7RegionLeft", "LightPenNX7RegionRight",
                                                "LightPenNX7RegionTop", "LightPenNX7RegionButtom"};
 constexpr Microseconds kSavePatience = std::chrono::seconds(5);
-
-// The driver's platform, with the demo's ears on the way out and on the poll of the pen's reports.
-class ListenedPlatform {
-public:
-    explicit ListenedPlatform(LinuxPlatform& real)
-        : pointer_(real.platform().pointer, recording),
-          broadcast_(real.platform().distributedNotifications, recording), platform{
-                                                                               real.platform().registry,
-                                                                               pointer_,
-                                                                               real.platform().runLoop,
-                                                                               real.platform().clock,
-                                                                               real.platform().threads,
-                                                                               real.platform().notifications,
-                                                                               broadcast_,
-                                                                               real.platform().desktop,
-                                                                               real.platform().defaults,
-                                                                               real.platform().systemUI,
-                                                                               real.platform().sounds,
-                                                                               real.platform().dataFiles,
-                                                                               real.platform().shell} {}
-
-    Recording recording;
-
-private:
-    RecordedPointer pointer_;
-    RecordedBroadcast broadcast_;
-
-public:
-    Platform platform;
-};
 
 // Only the point thread polls for touches; the main thread asks for answers of the flash.
 void noteTakenReports(EmulatedBus& bus, Recording& recording, Clock& clock) {
@@ -72,25 +39,23 @@ bool report(const DemoRecord& record) {
     return lost.empty();
 }
 
-int runDemo(LinuxPlatform& real, const std::filesystem::path& output, const std::string& canvasProgram) {
-    ListenedPlatform listened(real);
-    Platform::setCurrent(&listened.platform);
-    CanvasProcess canvas(listened.platform.runLoop);
+int runDemo(DriverDesktop& desktop, const std::filesystem::path& output, const std::string& canvasProgram) {
+    CanvasProcess canvas(desktop.platform.runLoop);
     if (const std::string problem = canvas.start(canvasProgram); !problem.empty()) {
         std::printf("%s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    EmulatedBus bus(real.registry(), listened.platform.runLoop, listened.platform.clock);
-    noteTakenReports(bus, listened.recording, listened.platform.clock);
+    EmulatedBus bus(desktop.real.registry(), desktop.platform.runLoop, desktop.platform.clock);
+    noteTakenReports(bus, desktop.recording, desktop.platform.clock);
     bus.runInRealTime();
-    PenDemonstration demonstration(listened.platform, bus, canvas);
+    PenDemonstration demonstration(desktop.platform, bus, canvas);
     const std::string problem = demonstration.run();
 
     const std::string picture = (output / "canvas.png").string();
     canvas.command("save " + picture);
     const bool saved = canvas.waitFor(CanvasEvent::Kind::saved, kSavePatience);
-    const bool complete = report({canvas.size(), demonstration.touches(), listened.recording.injectedEvents(),
-                                  listened.recording.postedNotifications(), canvas.events()});
+    const bool complete = report({canvas.size(), demonstration.touches(), desktop.recording.injectedEvents(),
+                                  desktop.recording.postedNotifications(), canvas.events()});
     if (!problem.empty())
         std::printf("%s\n", problem.c_str());
     std::printf("%s\nThe driver's log: %s\n",
@@ -101,7 +66,7 @@ int runDemo(LinuxPlatform& real, const std::filesystem::path& output, const std:
     canvas.command("quit");
     std::fflush(stdout);
     // The driver's point thread still runs; nothing is destroyed under it.
-    listened.platform.runLoop.exitProcess(status);
+    desktop.platform.runLoop.exitProcess(status);
     return status;
 }
 
@@ -116,25 +81,21 @@ int demoMain(int argc, char** argv) {
     const std::filesystem::path output = std::filesystem::absolute(argv[2]);
     std::error_code ignored;
     std::filesystem::create_directories(output, ignored);
-    const FileDescriptor log(
-        ::open((output / "driver.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644));
-    if (!log) {
-        std::printf("%s cannot be written: %s\n", (output / "driver.log").c_str(), errorText(errno).c_str());
-        return EXIT_FAILURE;
-    }
-    LinuxPlatformSettings settings;
-    settings.units = Units::ofTheProgram;
-    settings.pointer = PointerChoice::xtest;
-    settings.loginFolder = (output / "autostart").string(); // the user's own is left alone
-    settings.log.diagnostics = log.get();
-    settings.log.output = log.get();
-    LinuxPlatform real(std::move(settings));
-    return runDemo(real, output, (QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
+    LinuxPlatformSettings settings = settingsIn(output);
+    settings.settingsFile.clear(); // the demo is of the program as its user has set it
+    DriverDesktop desktop(output / "driver.log", std::move(settings));
+    return runDemo(desktop, output,
+                   (QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
 }
 
 } // namespace
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    return lightpen::demoMain(argc, argv);
+    try {
+        return lightpen::demoMain(argc, argv);
+    } catch (const std::exception& failure) {
+        std::printf("%s\n", failure.what());
+        return EXIT_FAILURE;
+    }
 }
