@@ -16,6 +16,15 @@ namespace {
 constexpr double kDragSpeed = 800; // screen points a second
 constexpr Microseconds kLongestTime = std::chrono::minutes(10);
 
+using Answer = std::optional<std::string>; // none: not done yet
+
+// One line that is to be performed, with the words behind the command's own.
+struct Call {
+    UnitControl& control;
+    const UnitCommands::Surroundings& surroundings;
+    const std::vector<std::string_view> words;
+};
+
 const std::string kOk = "ok";
 
 std::string error(std::string_view reason) {
@@ -99,154 +108,127 @@ std::optional<std::string> setByte(std::uint8_t& target, std::span<const std::st
     return kOk;
 }
 
-} // namespace
-
-const UnitCommands::Command UnitCommands::kCommands[] = {
-    {"plug", &UnitCommands::plug},     {"unplug", &UnitCommands::unplug},
-    {"replug", &UnitCommands::replug}, {"tap", &UnitCommands::tap},
-    {"hold", &UnitCommands::hold},     {"drag", &UnitCommands::drag},
-    {"wait", &UnitCommands::wait},     {"stray", &UnitCommands::stray},
-    {"pose", &UnitCommands::pose},     {"wireless", &UnitCommands::wireless},
-    {"board", &UnitCommands::board},   {"cmos", &UnitCommands::cmos},
-    {"erase", &UnitCommands::erase},   {"calibrate", &UnitCommands::calibrate},
-    {"flash", &UnitCommands::flash},   {"hand", &UnitCommands::hand},
-    {"silent", &UnitCommands::silent}, {"state", &UnitCommands::state},
-    {"quit", &UnitCommands::quit},
-};
-
-UnitCommands::UnitCommands(UnitControl& control, Surroundings surroundings)
-    : control_(control), surroundings_(std::move(surroundings)) {}
-
-std::optional<std::string> UnitCommands::perform(std::string_view line) {
-    Words words = wordsOf(line);
-    if (words.empty())
-        return error("an empty line is no command");
-    const std::string_view name = words.front();
-    words.erase(words.begin());
-    const auto* const command = std::ranges::find(kCommands, name, &Command::name);
-    if (command == std::end(kCommands))
-        return error("there is no command " + std::string(name));
-    return (this->*command->perform)(words);
-}
-
 // The plug is done when the unit has it; asked for again meanwhile, it changes nothing.
-UnitCommands::Answer UnitCommands::plug(const Words&) {
-    if (control_.unit().plugged())
+Answer plug(const Call& call) {
+    if (call.control.unit().plugged())
         return kOk;
-    control_.plug();
+    call.control.plug();
     return std::nullopt;
 }
 
-UnitCommands::Answer UnitCommands::unplug(const Words&) {
-    if (!control_.unit().plugged())
+Answer unplug(const Call& call) {
+    if (!call.control.unit().plugged())
         return kOk;
-    control_.unplug();
+    call.control.unplug();
     return std::nullopt;
 }
 
-UnitCommands::Answer UnitCommands::replug(const Words& words) {
-    const auto pause = timeOf(words, UnitControl::kReplugPause);
+Answer replug(const Call& call) {
+    const auto pause = timeOf(call.words, UnitControl::kReplugPause);
     if (!pause)
         return error("replug, or replug and a pause in milliseconds");
-    control_.replug(*pause);
+    call.control.replug(*pause);
     return kOk;
 }
 
 // The hand
 
-UnitCommands::Answer UnitCommands::play(const Hand& gesture) {
-    if (!control_.unit().plugged())
+Answer play(const Call& call, const Hand& gesture) {
+    if (!call.control.unit().plugged())
         return error("the unit is not plugged in");
-    return control_.play(gesture) ? kOk : error("the hand is busy");
+    return call.control.play(gesture) ? kOk : error("the hand is busy");
 }
 
-UnitCommands::Answer UnitCommands::tap(const Words& words) {
-    const auto point = pointOf<ScreenPoint>(words);
-    return point ? play(Hand().tap(*point, DrawnGesture::kTapContact)) : error("tap X Y");
+Answer tap(const Call& call) {
+    const auto point = pointOf<ScreenPoint>(call.words);
+    return point ? play(call, Hand().tap(*point, DrawnGesture::kTapContact)) : error("tap X Y");
 }
 
-UnitCommands::Answer UnitCommands::hold(const Words& words) {
-    const std::span all(words);
+Answer hold(const Call& call) {
+    const std::span all(call.words);
     const std::size_t place = std::min<std::size_t>(all.size(), 2);
     const auto point = pointOf<ScreenPoint>(all.first(place));
     const auto time = timeOf(all.subspan(place), DrawnGesture::kLeastHold);
-    return point && time ? play(Hand().hold(*point, *time)) : error("hold X Y, or hold X Y and milliseconds");
+    return point && time ? play(call, Hand().hold(*point, *time))
+                         : error("hold X Y, or hold X Y and milliseconds");
 }
 
-UnitCommands::Answer UnitCommands::drag(const Words& words) {
-    const auto points = pointsOf<ScreenPoint>(words);
+Answer drag(const Call& call) {
+    const auto points = pointsOf<ScreenPoint>(call.words);
     if (!points || points->size() < 2)
         return error("drag X Y X Y, and more points if need be");
     Hand hand;
     hand.press(points->front()).stay(DrawnGesture::kRest);
     for (const ScreenPoint& point : *points)
         hand.moveTo(point, kDragSpeed);
-    return play(hand.stay(DrawnGesture::kRest).lift());
+    return play(call, hand.stay(DrawnGesture::kRest).lift());
 }
 
-UnitCommands::Answer UnitCommands::wait(const Words&) {
-    return control_.handRests() ? Answer(kOk) : std::nullopt;
+Answer waitForHand(const Call& call) {
+    return call.control.handRests() ? Answer(kOk) : std::nullopt;
 }
 
-UnitCommands::Answer UnitCommands::hand(const Words& words) {
-    const auto on = switchOf(words);
+Answer hand(const Call& call) {
+    const auto on = switchOf(call.words);
     if (!on)
         return error("hand on, or hand off");
-    surroundings_.letHandTouchTargets(*on);
+    call.surroundings.letHandTouchTargets(*on);
     return kOk;
 }
 
 // The room
 
-UnitCommands::Answer UnitCommands::stray(const Words& words) {
-    const std::span all(words);
+Answer stray(const Call& call) {
+    const std::span all(call.words);
     const auto on = switchOf(all.first(std::min<std::size_t>(all.size(), 1)));
     const auto place =
         all.size() > 1 ? pointOf<CameraPoint>(all.subspan(1)) : std::optional(UnitControl::kLampBeside);
     if (!on || !place || (!*on && all.size() > 1))
         return error("stray on, stray on X Y, or stray off");
-    control_.unit().strayLight(*on ? place : std::nullopt);
+    call.control.unit().strayLight(*on ? place : std::nullopt);
     return kOk;
 }
 
-UnitCommands::Answer UnitCommands::pose(const Words& words) {
-    return words.size() == 1 && control_.pose(words[0]) ? kOk : error("pose keystone, straight or rotated");
+Answer pose(const Call& call) {
+    return call.words.size() == 1 && call.control.pose(call.words[0])
+               ? kOk
+               : error("pose keystone, straight or rotated");
 }
 
 // The firmware
 
-UnitCommands::Answer UnitCommands::wireless(const Words& words) {
-    return setByte(control_.unit().information()->wireless, words);
+Answer wireless(const Call& call) {
+    return setByte(call.control.unit().information()->wireless, call.words);
 }
 
-UnitCommands::Answer UnitCommands::board(const Words& words) {
-    return setByte(control_.unit().information()->NX9Ver, words);
+Answer board(const Call& call) {
+    return setByte(call.control.unit().information()->NX9Ver, call.words);
 }
 
-UnitCommands::Answer UnitCommands::cmos(const Words& words) {
-    return setByte(control_.unit().information()->cmosVer, words);
+Answer cmos(const Call& call) {
+    return setByte(call.control.unit().information()->cmosVer, call.words);
 }
 
-UnitCommands::Answer UnitCommands::silent(const Words& words) {
-    const auto on = switchOf(words);
+Answer silent(const Call& call) {
+    const auto on = switchOf(call.words);
     if (!on)
         return error("silent on, or silent off");
-    control_.unit().faults()->silent = *on;
+    call.control.unit().faults()->silent = *on;
     return kOk;
 }
 
-UnitCommands::Answer UnitCommands::calibrate(const Words&) {
-    control_.calibrate();
+Answer calibrate(const Call& call) {
+    call.control.calibrate();
     return kOk;
 }
 
-UnitCommands::Answer UnitCommands::erase(const Words&) {
-    control_.unit().flash()->erase();
+Answer erase(const Call& call) {
+    call.control.unit().flash()->erase();
     return kOk;
 }
 
-UnitCommands::Answer UnitCommands::flash(const Words&) {
-    const auto points = control_.unit().flash()->points();
+Answer flash(const Call& call) {
+    const auto points = call.control.unit().flash()->points();
     if (!points)
         return "ok empty";
     std::string answer = kOk;
@@ -255,19 +237,48 @@ UnitCommands::Answer UnitCommands::flash(const Words&) {
     return answer;
 }
 
-UnitCommands::Answer UnitCommands::state(const Words&) {
-    const CameraUnit& unit = control_.unit();
-    const bool filterOut = control_.unit().firmware()->settings().filterOut;
+Answer state(const Call& call) {
+    const CameraUnit& unit = call.control.unit();
+    const bool filterOut = call.control.unit().firmware()->settings().filterOut;
     std::string answer = kOk;
     answer += unit.plugged() ? " plugged=yes" : " plugged=no";
     answer += filterOut ? " filter=out" : " filter=in";
-    answer += control_.handRests() ? " hand=resting" : " hand=playing";
-    return answer + " " + surroundings_.driverState();
+    answer += call.control.handRests() ? " hand=resting" : " hand=playing";
+    return answer + " " + call.surroundings.driverState();
 }
 
-UnitCommands::Answer UnitCommands::quit(const Words&) {
-    surroundings_.quit();
+Answer quit(const Call& call) {
+    call.surroundings.quit();
     return kOk;
+}
+
+struct Command {
+    std::string_view name;
+    Answer (*perform)(const Call& call);
+};
+constexpr Command kCommands[] = {
+    {"plug", plug},     {"unplug", unplug},       {"replug", replug},    {"tap", tap},
+    {"hold", hold},     {"drag", drag},           {"wait", waitForHand}, {"stray", stray},
+    {"pose", pose},     {"wireless", wireless},   {"board", board},      {"cmos", cmos},
+    {"erase", erase},   {"calibrate", calibrate}, {"flash", flash},      {"hand", hand},
+    {"silent", silent}, {"state", state},         {"quit", quit},
+};
+
+} // namespace
+
+UnitCommands::UnitCommands(UnitControl& control, Surroundings surroundings)
+    : control_(control), surroundings_(std::move(surroundings)) {}
+
+std::optional<std::string> UnitCommands::perform(std::string_view line) {
+    std::vector<std::string_view> words = wordsOf(line);
+    if (words.empty())
+        return error("an empty line is no command");
+    const std::string_view name = words.front();
+    words.erase(words.begin());
+    const auto* const command = std::ranges::find(kCommands, name, &Command::name);
+    if (command == std::end(kCommands))
+        return error("there is no command " + std::string(name));
+    return command->perform({control_, surroundings_, std::move(words)});
 }
 
 } // namespace lightpen

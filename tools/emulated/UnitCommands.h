@@ -29,7 +29,7 @@ namespace lightpen {
 // An answer is "ok", "ok" with what was asked for, or "error" with the reason. Main thread.
 class UnitCommands {
 public:
-    // What is not the unit's.
+    // What the commands reach beside the unit.
     struct Surroundings {
         std::function<void(bool)> letHandTouchTargets;
         std::function<std::string()> driverState; // name=value, for the command state
@@ -43,35 +43,6 @@ public:
     std::optional<std::string> perform(std::string_view line);
 
 private:
-    using Words = std::vector<std::string_view>; // behind the command's own
-    using Answer = std::optional<std::string>;
-    struct Command {
-        std::string_view name;
-        Answer (UnitCommands::*perform)(const Words& words);
-    };
-    static const Command kCommands[];
-
-    Answer plug(const Words& words);
-    Answer unplug(const Words& words);
-    Answer replug(const Words& words);
-    Answer tap(const Words& words);
-    Answer hold(const Words& words);
-    Answer drag(const Words& words);
-    Answer wait(const Words& words);
-    Answer stray(const Words& words);
-    Answer pose(const Words& words);
-    Answer wireless(const Words& words);
-    Answer board(const Words& words);
-    Answer cmos(const Words& words);
-    Answer silent(const Words& words);
-    Answer calibrate(const Words& words);
-    Answer erase(const Words& words);
-    Answer flash(const Words& words);
-    Answer hand(const Words& words);
-    Answer state(const Words& words);
-    Answer quit(const Words& words);
-    Answer play(const Hand& gesture);
-
     UnitControl& control_;
     const Surroundings surroundings_;
 };
