@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How far the point thread's pause runs over its 16.8 ms: on a thread as it comes, and on one that has asked
-// for the highest priority, as the point thread does.
+// How far the point thread's pause runs over its 16.8 ms: on a thread with the usual scheduling, and on one
+// that has asked for the highest priority, as the point thread does.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

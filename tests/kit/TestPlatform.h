@@ -251,7 +251,7 @@ private:
     mutable std::map<std::string, std::optional<Contents>> files_;
 };
 
-// The real registry; it counts whoever has its services listed.
+// The real registry, which counts how often its services are listed.
 class CountingRegistry final : public ServiceRegistry {
 public:
     using ServiceRegistry::ServiceRegistry;

@@ -50,7 +50,7 @@ int runProgramUnderTest(const std::filesystem::path& folder, int readyDescriptor
     setUpQtApplication();
     DriverStage& driven = *new DriverStage(folder); // as in a program that leaves by exitProcess
     CameraUnit& unit = driven.bus.add<CameraUnit>({.information = {.wireless = 0}},
-                                                 Optics::strongKeystone(DriverStage::kScreen));
+                                                  Optics::strongKeystone(DriverStage::kScreen));
     DriverStage::calibrate(unit);
     std::ofstream commands(folder / kCommands, std::ios::binary);
     unit.onOutput([&](Microseconds, std::span<const std::uint8_t> report) {

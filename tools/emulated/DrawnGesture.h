@@ -19,7 +19,7 @@ class DrawnGesture {
 public:
     // A mouse that stays within this, in camera units, is still.
     static constexpr double kStill = 16;
-    // Held for so long, it is no click.
+    // A press that is held for so long becomes a hold instead of a tap.
     static constexpr Microseconds kHold{1'000'000};
     static constexpr Microseconds kTapContact{120'000};
     // Long enough for a right click.

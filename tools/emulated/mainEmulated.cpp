@@ -75,10 +75,10 @@ std::string yesOrNo(bool yes) {
     return yes ? "yes" : "no";
 }
 
-// What the driver does at the moment, for who is to know when the pen will be heard.
+// Tells in words what the driver does at the moment, so that a script knows when the pen will be heard.
 class DriverWatch {
 public:
-    // Both outlive this; the unit calls back for as long as it lives.
+    // Unit and clock outlive this object, which lives as long as the unit may call back.
     DriverWatch(CameraUnit& unit, Clock& clock, std::shared_ptr<const LightPenNX7Controller> controller)
         : clock_(clock), controller_(std::move(controller)) {
         unit.onOutput([this](Microseconds time, auto) { lastCommand_.store(time); });
@@ -86,8 +86,8 @@ public:
 
     // The application's start has come to its end.
     void started() { started_ = true; }
-    // Ready: what the pen does now reaches the pointer. A unit is deaf to its pen for a while behind most
-    // commands, and the driver sends them in rows.
+    // Ready means that what the pen does now reaches the pointer. A unit does not report its pen for a while
+    // after most commands, and the driver sends several commands in a row.
     std::string state() const {
         const bool connected = controller_->deviceConnected();
         const bool alone = clock_.now() - lastCommand_.load() > kRowIsOver;

@@ -13,7 +13,7 @@ namespace {
 // The parts of the screen at which the columns and rows of the grid stand.
 constexpr std::array kColumns = {0.013, 0.107, 0.268, 0.391, 0.523, 0.684, 0.829, 0.986};
 constexpr std::array kRows = {0.021, 0.213, 0.437, 0.706, 0.974};
-// Columns and rows are not straight either: by how many points a place stands off, as it comes.
+// Columns and rows are not straight either: places stand off by so many points, which they take in turn.
 constexpr std::array kShifts = {0.31, -2.77, 1.64, 3.18, -0.92, -3.49, 2.25};
 
 double distance(ScreenPoint one, ScreenPoint other) {

@@ -31,7 +31,7 @@ void EmulatedBus::addUnit(std::shared_ptr<SoftwareUnit> unit) {
 // Plugging
 
 // A unit that is unplugged on one thread and plugged in again on another must leave before it arrives, so all
-// that the registry is to hear waits in one line, whoever performs it.
+// that the registry is to hear waits in one line, whichever thread performs it.
 void EmulatedBus::onMainThread(std::function<void(ServiceRegistry&)> operation) {
     {
         const std::lock_guard hold(registryWork_->mutex);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What there is to see on a screen, for the camera without its infrared filter and for whoever holds the pen.
-// Both know nothing of what is shown and why: they look at pixels. Pure functions.
+// What the camera without its infrared filter, and the person who holds the pen, see on a screen. Both look
+// at pixels and know nothing of what is shown and why. Pure functions.
 #pragma once
 
 #include <cstddef>

@@ -16,9 +16,9 @@ namespace lightpen {
 inline constexpr int kCameraWidth = 2560;
 inline constexpr int kCameraHeight = 1920;
 
-// The X that a report carries for a spot: whole camera units; the neighbour of a value whose low byte is 0
-// (when avoidZeroLowByte is set), the one inside the range at its end; for a spot beside the range, on either
-// side of it, a value above it.
+// The X that a report carries for a spot, in whole camera units. A spot beside the range, on either side of
+// it, is reported with a value above the range. With avoidZeroLowByte set, a value whose low byte is 0 is
+// replaced by a neighbour of it that lies inside the range.
 int reportedX(double x, bool avoidZeroLowByte);
 // Likewise for Y, which has no forbidden values.
 int reportedY(double y);

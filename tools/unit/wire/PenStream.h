@@ -29,7 +29,8 @@ public:
     void hush();
     // Idles for one second from this moment on; a later command replaces it.
     void idleFrom(Microseconds from);
-    // Idles without end from this moment on, and only so; none goes back to the ordinary idling.
+    // Idles without end from this moment on, instead of the ordinary idling. Without a moment, idles as usual
+    // again.
     void idleWithoutEnd(std::optional<Microseconds> from) { endlessFrom_ = from; }
     bool idlesWithoutEnd() const { return endlessFrom_.has_value(); }
 
