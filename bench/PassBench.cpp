@@ -14,7 +14,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "device/SharedState.h"
 #include "linux_desktop/process/StderrLog.h"
-#include "platform/ReportFanOut.h"
+#include "platform/ReportQueue.h"
 
 namespace lightpen::bench {
 namespace {

@@ -8,14 +8,19 @@
 
 #include <QSocketNotifier>
 
-#include "linux_desktop/hid/UdevRegistry.h"
+#include "linux_desktop/files/Resources.h"
+#include "linux_desktop/files/XdgDataFiles.h"
+#include "linux_desktop/files/XdgDefaults.h"
+#include "linux_desktop/hid/UdevMonitor.h"
+#include "linux_desktop/panel/ShellParts.h"
+#include "linux_desktop/process/DBusNotifications.h"
+#include "linux_desktop/process/LinuxSounds.h"
+#include "linux_desktop/process/ProcessParts.h"
+#include "linux_desktop/screen/LinuxSystemUI.h"
 
 namespace lightpen {
 
 namespace {
-
-// Whom exit() has to do with.
-std::atomic<LinuxPlatform*> living{nullptr};
 
 PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
     if (asked != PointerChoice::automatic)
@@ -25,66 +30,129 @@ PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
     return name ? pointerChoiceNamed(*name) : PointerChoice::automatic;
 }
 
-LinuxPointer openPointer(PointerChoice choice, const SharedGeometry& geometry) {
-    return LinuxPointer(choice, pointerWays(choice, geometry));
-}
-
-} // namespace
-
 // The units of the machine, for as long as the loop runs.
-class LinuxPlatform::MachineUnits {
+class MachineUnits {
 public:
     MachineUnits(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock)
-        : udev_(registry, runLoop, clock) {
-        if (!udev_.start())
+        : publisher_(registry, runLoop, clock) {
+        if (!monitor_.start())
             return;
-        notifier_ = std::make_unique<QSocketNotifier>(udev_.eventDescriptor(), QSocketNotifier::Read);
+        notifier_ = std::make_unique<QSocketNotifier>(monitor_.eventDescriptor(), QSocketNotifier::Read);
         QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
-                         [this] { udev_.readEvents(); });
+                         [this] { monitor_.readEvents(); });
     }
 
 private:
-    UdevRegistry udev_;
+    UnitPublisher publisher_;
+    UdevMonitor monitor_{publisher_};
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
-    : log_(settings.log), runLoop_(clock_, [this] { releaseButtonsAndFlushLog(); }), signals_(runLoop_),
-      defaults_(std::move(settings.settingsFile)),
-      dataFiles_(std::move(settings.userFiles), std::move(settings.shippedFiles)),
-      desktop_(defaults_, geometry_),
-      pointer_(openPointer(chosenPointer(settings.pointer, defaults_), geometry_)),
-      registry_(runLoop_, clock_), distributedNotifications_(runLoop_),
-      bundle_(std::move(settings.applicationFolder), [this] { return locales_.preferredLanguages(); }),
-      loginItems_(std::move(settings.loginFolder)),
-      platform_{
-          registry_, pointer_,  runLoop_,  clock_,  threads_,   notifications_, distributedNotifications_,
-          desktop_,  defaults_, systemUI_, sounds_, dataFiles_, shell_} {
-    registry_.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
+} // namespace
+
+class LinuxPlatform::Parts {
+public:
+    explicit Parts(LinuxPlatformSettings settings);
+    ~Parts();
+    Parts(const Parts&) = delete;
+    Parts& operator=(const Parts&) = delete;
+
+    void releaseButtonsAndFlushLog();
+    static void atExit(int status, void* unused);
+
+    ProcessParts process;
+    XdgDefaults defaults;
+    XdgDataFiles dataFiles;
+    SharedGeometry geometry;
+    QtDesktop desktop{defaults, geometry};
+    LinuxPointer pointer;
+    ServiceRegistry registry{process.runLoop, process.clock};
+    std::unique_ptr<MachineUnits> machineUnits;
+    NotificationCenter notifications;
+    DBusNotifications distributedNotifications{process.runLoop};
+    LinuxSystemUI systemUI;
+    LinuxSounds sounds;
+    ShellParts shell;
+    Platform platform{registry,
+                      pointer,
+                      process.runLoop,
+                      process.clock,
+                      process.threads,
+                      notifications,
+                      distributedNotifications,
+                      desktop,
+                      defaults,
+                      systemUI,
+                      sounds,
+                      dataFiles,
+                      shell.shell};
+    // Whom exit() has to do with.
+    static std::atomic<Parts*> living;
+};
+
+std::atomic<LinuxPlatform::Parts*> LinuxPlatform::Parts::living{nullptr};
+
+LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
+    : process(settings.log, [this] { releaseButtonsAndFlushLog(); }),
+      defaults(std::move(settings.settingsFile)),
+      dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
+      pointer(chosenPointer(settings.pointer, defaults), geometry),
+      shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
+    registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
-        machineUnits_ = std::make_unique<MachineUnits>(registry_, runLoop_, clock_);
+        machineUnits = std::make_unique<MachineUnits>(registry, process.runLoop, process.clock);
     static const bool registered = on_exit(atExit, nullptr) == 0;
     if (!registered)
         logLine("Platform: exit() will not write the log out");
     living.store(this);
 }
 
-LinuxPlatform::~LinuxPlatform() {
+LinuxPlatform::Parts::~Parts() {
     releaseButtonsAndFlushLog();
     living.store(nullptr);
 }
 
-void LinuxPlatform::releaseButtonsAndFlushLog() {
+void LinuxPlatform::Parts::releaseButtonsAndFlushLog() {
     if (living.load() == this) // else it is not complete, and nothing has been pressed
-        pointer_.releaseButtons();
-    log_.flush();
+        pointer.releaseButtons();
+    process.log.flush();
 }
 
 // Qt calls exit() when the display goes away, and so may any library. Destructors would then run under the
 // threads.
-void LinuxPlatform::atExit(int status, void*) {
-    if (LinuxPlatform* platform = living.load())
-        platform->runLoop_.exitProcess(status);
+void LinuxPlatform::Parts::atExit(int status, void*) {
+    if (Parts* parts = living.load())
+        parts->process.runLoop.exitProcess(status);
+}
+
+LinuxPlatformSettings::LinuxPlatformSettings()
+    : settingsFile(XdgDefaults::userFile()), userFiles(XdgDataFiles::userFolder()),
+      shippedFiles(resourceFolder().string()), loginFolder(XdgLoginItems::userFolder()),
+      applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
+
+LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
+    : parts_(std::make_unique<Parts>(std::move(settings))) {}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+Platform& LinuxPlatform::platform() {
+    return parts_->platform;
+}
+
+int LinuxPlatform::run() {
+    return parts_->process.runLoop.run();
+}
+
+ServiceRegistry& LinuxPlatform::registry() {
+    return parts_->registry;
+}
+
+QtDesktop& LinuxPlatform::desktop() {
+    return parts_->desktop;
+}
+
+StderrLog& LinuxPlatform::log() {
+    return parts_->process.log;
 }
 
 } // namespace lightpen

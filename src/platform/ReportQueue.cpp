@@ -2,6 +2,9 @@
 #include "platform/ReportQueue.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "platform/Log.h"
 
 namespace lightpen {
 
@@ -118,6 +121,47 @@ IOReturn ReportQueue::setEventCallout(IOHIDEventCallout callout) {
     const std::lock_guard hold(mutex_);
     callout_ = std::move(callout);
     return kIOReturnSuccess;
+}
+
+ReportFanOut::ReportFanOut(Clock& clock, IOHIDElementCookie cookie, std::size_t declaredLength)
+    : clock_(clock), cookie_(cookie), declaredLength_(declaredLength) {}
+
+std::shared_ptr<ReportQueue> ReportFanOut::addQueue(std::function<void()> drain) {
+    auto queue = std::make_shared<ReportQueue>(std::move(drain));
+    const std::lock_guard hold(mutex_);
+    std::erase_if(queues_, [](const auto& weak) { return weak.expired(); });
+    queues_.push_back(queue);
+    return queue;
+}
+
+void ReportFanOut::deliver(std::span<const std::uint8_t> report) {
+    const std::lock_guard hold(mutex_);
+    if (vanished_)
+        return;
+    if (report.size() > declaredLength_ && !std::exchange(cutLogged_, true))
+        logLine("HID: an input report of %zu bytes is longer than the declared %zu; such reports are cut",
+                report.size(), declaredLength_);
+    deliverToAll(
+        inputReportEvent(cookie_, report, declaredLength_, static_cast<std::uint64_t>(clock_.now().count())));
+}
+
+void ReportFanOut::vanish() {
+    const std::lock_guard hold(mutex_);
+    if (std::exchange(vanished_, true))
+        return;
+    deliverToAll(
+        inputReportEvent(cookie_, {}, declaredLength_, static_cast<std::uint64_t>(clock_.now().count())));
+}
+
+bool ReportFanOut::vanished() const {
+    const std::lock_guard hold(mutex_);
+    return vanished_;
+}
+
+void ReportFanOut::deliverToAll(const IOHIDEventStruct& event) {
+    for (const auto& weak : queues_)
+        if (const auto queue = weak.lock())
+            queue->push(event);
 }
 
 } // namespace lightpen

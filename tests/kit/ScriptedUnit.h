@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "kit/TestPlatform.h"
-#include "platform/ReportFanOut.h"
+#include "platform/ReportQueue.h"
 
 namespace lightpen {
 

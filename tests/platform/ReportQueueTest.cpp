@@ -6,11 +6,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kit/RecordingLog.h"
 #include "kit/VirtualTime.h"
 
 namespace lightpen {
 namespace {
 
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -212,6 +214,91 @@ TEST_F(ReportQueueTest, ReaderThreadAndTakersShareIt) {
     }
     reader.join();
     EXPECT_THAT(takeAll(), IsEmpty());
+}
+
+// All queues of an interface
+
+constexpr std::size_t kDeclared = 6;
+
+class ReportFanOutTest : public testing::Test {
+protected:
+    std::shared_ptr<ReportQueue> startedQueue() {
+        auto queue = fanOut.addQueue();
+        queue->create(0, 4);
+        queue->addElement(kCookie, 0);
+        queue->start();
+        return queue;
+    }
+    void deliver(std::vector<std::uint8_t> report) { fanOut.deliver(report); }
+
+    VirtualClock clock;
+    RecordingLog log;
+    ReportFanOut fanOut{clock, kCookie, kDeclared};
+    IOHIDEventStruct event;
+};
+
+TEST_F(ReportFanOutTest, EveryStartedQueueGetsEachReport) {
+    const auto first = startedQueue(), second = startedQueue();
+    const auto idle = fanOut.addQueue();
+    deliver({1, 2, 3, 4, 5, 6});
+    for (const auto& queue : {first, second}) {
+        ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+        EXPECT_EQ(event.elementCookie, kCookie);
+        EXPECT_EQ(event.longValueSize, kDeclared);
+        EXPECT_EQ(event.timestamp, static_cast<std::uint64_t>(clock.now().count()));
+        EXPECT_THAT(std::vector(event.longValue.begin(), event.longValue.begin() + 7),
+                    ElementsAre(1, 2, 3, 4, 5, 6, 0));
+        EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnUnderrun);
+    }
+    EXPECT_EQ(idle->getNextEvent(event, 0, 0), kIOReturnUnderrun);
+}
+
+TEST_F(ReportFanOutTest, ShortAndEmptyReportsArePaddedToAReadableLength) {
+    const auto queue = startedQueue();
+    for (const std::size_t length : {0u, 2u}) {
+        deliver(std::vector<std::uint8_t>(length, 9));
+        ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+        EXPECT_EQ(event.longValueSize, kDeclared);
+        ASSERT_EQ(event.longValue.size(), kReadableReportBytes);
+        EXPECT_EQ(std::count(event.longValue.begin(), event.longValue.end(), 9),
+                  static_cast<std::ptrdiff_t>(length));
+    }
+}
+
+TEST_F(ReportFanOutTest, LongReportsAreCutWithOneLine) {
+    const auto queue = startedQueue();
+    for (int i = 0; i < 3; ++i)
+        deliver(std::vector<std::uint8_t>(100, 7));
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValueSize, kDeclared);
+    EXPECT_EQ(std::count(event.longValue.begin(), event.longValue.end(), 7), 6);
+    EXPECT_THAT(log.lines(), ElementsAre("HID: an input report of 100 bytes is longer than the declared 6; "
+                                         "such reports are cut"));
+}
+
+TEST_F(ReportFanOutTest, TheLastWordIsOneReportOfZeros) {
+    const auto queue = startedQueue();
+    EXPECT_FALSE(fanOut.vanished());
+    fanOut.vanish();
+    fanOut.vanish();
+    deliver({1, 2});
+    EXPECT_TRUE(fanOut.vanished());
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValueSize, kDeclared);
+    EXPECT_THAT(event.longValue, Each(0));
+    EXPECT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnUnderrun);
+    EXPECT_EQ(startedQueue()->getNextEvent(event, 0, 0), kIOReturnUnderrun);
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(ReportFanOutTest, QueuesThatNobodyHoldsAreForgotten) {
+    std::weak_ptr<ReportQueue> watched = startedQueue();
+    EXPECT_TRUE(watched.expired());
+    deliver({1});
+    const auto queue = startedQueue();
+    deliver({2});
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValue.at(0), 2);
 }
 
 } // namespace

@@ -28,7 +28,9 @@ IOReturn resultOfOpenError(int error) {
 
 } // namespace
 
-int openHidrawNode(const std::string& devnode, FileDescriptor& node) {
+int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead) {
+    if (instead)
+        return instead(devnode, node);
     FileDescriptor opened(
         retryInterrupted([&] { return ::open(devnode.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); }));
     if (!opened)
@@ -52,8 +54,8 @@ IOReturn HidrawDevice::open(std::uint32_t) {
     if (reader_->load())
         return kIOReturnSuccess;
     FileDescriptor file;
-    if (const int error = node_.open(file); error != 0) {
-        logLine("HID: %s cannot be opened: %s", node_.name.c_str(), errorText(error).c_str());
+    if (const int error = openHidrawNode(node_.devnode, file, node_.openInstead); error != 0) {
+        logLine("HID: %s cannot be opened: %s", node_.devnode.c_str(), errorText(error).c_str());
         return resultOfOpenError(error);
     }
     return start(std::make_shared<const FileDescriptor>(std::move(file)));

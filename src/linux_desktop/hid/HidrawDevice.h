@@ -11,27 +11,30 @@
 #include "linux_desktop/hid/HidrawWriter.h"
 #include "platform/FileDescriptor.h"
 #include "platform/IOHID.h"
-#include "platform/ReportFanOut.h"
+#include "platform/ReportQueue.h"
 #include "platform/Shared.h"
 #include "platform/Time.h"
 
 namespace lightpen {
 
-// Opens a hidraw node for reading and writing. Returns 0, or the error number; the node is then unchanged.
-int openHidrawNode(const std::string& devnode, FileDescriptor& node);
+// Opens a node in another way than the kernel's: a test gives an end of a socket pair of type SOCK_SEQPACKET.
+using OpenHidrawNode = std::function<int(const std::string& devnode, FileDescriptor& node)>;
+
+// Opens a hidraw node for reading and writing, in that other way if there is one. Returns 0, or the error
+// number; the node is then unchanged.
+int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead = {});
 
 // A hidraw node as the device needs it.
 struct HidrawNode {
-    std::string name; // for the log
-    HidReport input;  // the unnumbered input report
-    // Opens the node, as openHidrawNode does. Tests give an end of a socket pair of type SOCK_SEQPACKET.
-    std::function<int(FileDescriptor& node)> open;
+    std::string devnode; // "/dev/hidraw3"
+    HidReport input;     // the unnumbered input report
     // Whether the program is ending: waits without limit then end. Any thread. Empty: never.
-    std::function<bool()> terminating;
+    std::function<bool()> terminating = {};
     // Called once when the open node has failed or hung up, on any thread, perhaps just after the device's
     // end; it must not close or destroy the device, but may ask the main loop to. Empty: nobody wants to
     // know.
-    std::function<void()> gone;
+    std::function<void()> gone = {};
+    OpenHidrawNode openInstead = {};
 };
 
 // The device interface on one hidraw node whose reports are not numbered. Queues live for as long as somebody
@@ -69,18 +72,6 @@ private:
     const std::shared_ptr<CurrentReader> reader_ = std::make_shared<CurrentReader>();
     SharedReference<HidrawWriter> writer_; // null while it is not open
     std::mutex opening_;                   // open and close take turns
-};
-
-// The plug-in of a HID service.
-class HidrawPlugIn final : public IOCFPlugInInterface {
-public:
-    // Makes the device; null when the service is gone.
-    using Factory = std::function<IOHIDDeviceInterfaceRef()>;
-    explicit HidrawPlugIn(Factory makeDevice) : makeDevice_(std::move(makeDevice)) {}
-    IOHIDDeviceInterfaceRef queryInterface() override { return makeDevice_(); }
-
-private:
-    const Factory makeDevice_;
 };
 
 } // namespace lightpen

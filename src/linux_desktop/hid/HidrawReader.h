@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/FileDescriptor.h"
-#include "platform/ReportFanOut.h"
+#include "platform/ReportQueue.h"
 
 namespace lightpen {
 

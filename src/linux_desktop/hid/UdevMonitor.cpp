@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/hid/UdevMonitor.h"
 
-#include <fcntl.h>
 #include <libudev.h>
 #include <poll.h>
 
+#include <cerrno>
 #include <charconv>
-#include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "linux_desktop/files/PlainFile.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
@@ -40,18 +42,8 @@ std::optional<std::int32_t> hexAttribute(udev_device* device, const char* name) 
 
 // Empty when it cannot be read. libudev's own reading of attributes would end at the first zero byte.
 std::vector<std::uint8_t> readDescriptor(const std::string& path) {
-    const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
-    std::vector<std::uint8_t> bytes(kLongestHidDescriptor + 1);
-    std::size_t length = 0;
-    while (file && length < bytes.size()) {
-        const ssize_t got = retryInterrupted(
-            [&] { return ::read(file.get(), bytes.data() + length, bytes.size() - length); });
-        if (got <= 0)
-            break;
-        length += static_cast<std::size_t>(got);
-    }
-    bytes.resize(length);
-    return bytes;
+    const auto bytes = readPlainFile(path, kLongestHidDescriptor + 1).value_or("");
+    return {bytes.begin(), bytes.end()};
 }
 
 bool isSubsystem(udev_device* device, std::string_view name) {
@@ -66,6 +58,30 @@ bool readable(int descriptor) {
 
 } // namespace
 
+std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised) {
+    udev_device* hid = udev_device_get_parent_with_subsystem_devtype(device, "hid", nullptr);
+    udev_device* interface = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface");
+    udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
+    const char* devnode = udev_device_get_devnode(device);
+    if (!hid || !interface || !usb || !devnode)
+        return std::nullopt;
+    const auto number = hexAttribute(interface, "bInterfaceNumber");
+    const auto vendor = hexAttribute(usb, "idVendor");
+    const auto product = hexAttribute(usb, "idProduct");
+    if (!number || !vendor || !product)
+        return std::nullopt;
+    HidNode node;
+    node.path = udev_device_get_syspath(device);
+    node.devnode = devnode;
+    node.interfacePath = udev_device_get_syspath(interface);
+    node.interfaceNumber = *number;
+    node.descriptor = readDescriptor(udev_device_get_syspath(hid) + std::string("/report_descriptor"));
+    node.initialised = initialised;
+    node.device = {udev_device_get_syspath(usb), *vendor, *product, attribute(usb, "manufacturer"),
+                   attribute(usb, "product")};
+    return node;
+}
+
 void UdevMonitor::Release::operator()(udev* context) const {
     udev_unref(context);
 }
@@ -76,12 +92,11 @@ void UdevMonitor::Release::operator()(udev_monitor* monitor) const {
     udev_monitor_unref(monitor);
 }
 
-UdevMonitor::UdevMonitor(BusListener listener)
-    : UdevMonitor(std::move(listener),
-                  [](udev_device* device) { return udev_device_get_is_initialized(device) > 0; }) {}
+UdevMonitor::UdevMonitor(UnitPublisher& units)
+    : UdevMonitor(units, [](udev_device* device) { return udev_device_get_is_initialized(device) > 0; }) {}
 
-UdevMonitor::UdevMonitor(BusListener listener, IsInitialised isInitialised)
-    : listener_(std::move(listener)), isInitialised_(std::move(isInitialised)) {}
+UdevMonitor::UdevMonitor(UnitPublisher& units, IsInitialised isInitialised)
+    : units_(units), isInitialised_(std::move(isInitialised)) {}
 
 UdevMonitor::~UdevMonitor() = default;
 
@@ -123,10 +138,10 @@ bool UdevMonitor::enumerate() {
         const Device device(udev_device_new_from_syspath(udev_.get(), udev_list_entry_get_name(entry)));
         if (!device) // gone since the scan
             continue;
-        if (auto node = hidNode(device.get(), isInitialised_(device.get())))
+        if (auto node = hidNodeOf(device.get(), isInitialised_(device.get())))
             nodes.push_back(std::move(*node));
     }
-    listener_.allNodes(nodes);
+    units_.allNodes(nodes);
     return true;
 }
 
@@ -150,37 +165,12 @@ void UdevMonitor::tell(udev_device* device) {
     const bool removed = action && std::string_view(action) == "remove";
     if (!isSubsystem(device, "hidraw")) {
         if (removed)
-            listener_.deviceGone(path);
+            units_.deviceGone(path);
     } else if (removed) {
-        listener_.nodeGone(path);
-    } else if (const auto node = hidNode(device, true)) { // udev speaks of a device when it is done with it
-        listener_.nodeSeen(*node);
+        units_.nodeGone(path);
+    } else if (const auto node = hidNodeOf(device, true)) { // udev speaks of a device when it is done with it
+        units_.nodeSeen(*node);
     }
-}
-
-// None for nodes that belong to no USB device, or whose device is going.
-std::optional<HidNode> UdevMonitor::hidNode(udev_device* device, bool initialised) {
-    udev_device* hid = udev_device_get_parent_with_subsystem_devtype(device, "hid", nullptr);
-    udev_device* interface = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface");
-    udev_device* usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
-    const char* devnode = udev_device_get_devnode(device);
-    if (!hid || !interface || !usb || !devnode)
-        return std::nullopt;
-    const auto number = hexAttribute(interface, "bInterfaceNumber");
-    const auto vendor = hexAttribute(usb, "idVendor");
-    const auto product = hexAttribute(usb, "idProduct");
-    if (!number || !vendor || !product)
-        return std::nullopt;
-    HidNode node;
-    node.path = udev_device_get_syspath(device);
-    node.devnode = devnode;
-    node.interfacePath = udev_device_get_syspath(interface);
-    node.interfaceNumber = *number;
-    node.descriptor = readDescriptor(udev_device_get_syspath(hid) + std::string("/report_descriptor"));
-    node.initialised = initialised;
-    node.device = {udev_device_get_syspath(usb), *vendor, *product, attribute(usb, "manufacturer"),
-                   attribute(usb, "product")};
-    return node;
 }
 
 } // namespace lightpen

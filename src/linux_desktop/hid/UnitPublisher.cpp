@@ -2,14 +2,93 @@
 #include "linux_desktop/hid/UnitPublisher.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
-#include "linux_desktop/hid/UnitServices.h"
 #include "platform/Log.h"
 
 namespace lightpen {
 
-UnitPublisher::UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock, OpenNode openNode)
+namespace {
+
+std::string registryPath(std::string_view sysfsPath) {
+    constexpr std::string_view mount = "/sys";
+    if (sysfsPath.starts_with(mount))
+        sysfsPath.remove_prefix(mount.size());
+    return "IOService:" + std::string(sysfsPath);
+}
+
+std::string hidPath(const HidNode& node) {
+    const std::string marker = "/IOUSBInterface@" + std::to_string(node.interfaceNumber);
+    if (!node.path.starts_with(node.interfacePath + "/"))
+        return registryPath(node.path) + marker;
+    const std::string parent = node.interfacePath.substr(0, node.interfacePath.rfind('/'));
+    return registryPath(parent) + marker + node.path.substr(node.interfacePath.size());
+}
+
+void addString(PropertyDictionary& properties, std::string_view key, const std::string& value) {
+    if (!value.empty())
+        properties.entries.emplace(key, value);
+}
+
+std::int64_t longest(const std::vector<HidReport>& reports) {
+    std::size_t length = 0;
+    for (const HidReport& report : reports)
+        length = std::max(length, report.length);
+    return static_cast<std::int64_t>(length);
+}
+
+} // namespace
+
+ServiceDescription usbDeviceService(const UsbDevice& device) {
+    ServiceDescription service;
+    service.className = "IOUSBDevice";
+    service.path = registryPath(device.path);
+    service.properties.entries = {{"idVendor", std::int64_t{device.vendorID}},
+                                  {"idProduct", std::int64_t{device.productID}}};
+    addString(service.properties, "USB Vendor Name", device.vendorName);
+    addString(service.properties, "USB Product Name", device.productName);
+    return service;
+}
+
+ServiceDescription hidDeviceService(const HidListing& listing) {
+    const UsbDevice& device = listing.node.device;
+    ServiceDescription service;
+    service.className = "IOHIDDevice";
+    service.path = hidPath(listing.node);
+    service.properties.entries = {{"VendorID", std::int64_t{device.vendorID}},
+                                  {"ProductID", std::int64_t{device.productID}},
+                                  {"InputReportElements", inputReportElements(listing.descriptor)},
+                                  {"MaxInputReportSize", longest(listing.descriptor.inputReports)},
+                                  {"MaxOutputReportSize", longest(listing.descriptor.outputReports)}};
+    addString(service.properties, "Manufacturer", device.vendorName);
+    addString(service.properties, "Product", device.productName);
+    return service;
+}
+
+// Makes the device interfaces of a listed node; none once it has been withdrawn.
+class UnitPublisher::PlugIn final : public IOCFPlugInInterface {
+public:
+    PlugIn(HidrawNode node, std::weak_ptr<Listed> listed, Clock& clock)
+        : node_(std::move(node)), listed_(std::move(listed)), clock_(clock) {}
+    IOHIDDeviceInterfaceRef queryInterface() override {
+        const auto listed = listed_.lock();
+        if (!listed)
+            return nullptr;
+        auto device = std::make_shared<HidrawDevice>(node_, clock_);
+        std::erase_if(listed->devices, [](const auto& weak) { return weak.expired(); });
+        listed->devices.push_back(device);
+        return device;
+    }
+
+private:
+    const HidrawNode node_;
+    const std::weak_ptr<Listed> listed_;
+    Clock& clock_;
+};
+
+UnitPublisher::UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
+                             OpenHidrawNode openNode)
     : registry_(registry), runLoop_(runLoop), clock_(clock), openNode_(std::move(openNode)) {}
 
 void UnitPublisher::allNodes(const std::vector<HidNode>& nodes) {
@@ -27,7 +106,7 @@ void UnitPublisher::nodeSeen(const HidNode& node) {
     // Opening it is the only sure answer, but it costs 50 ms: once is enough.
     if (isPenNode(node) && node.initialised && !readiness_.listed(node.path)) {
         FileDescriptor opened;
-        openError = openNode_(node.devnode, opened);
+        openError = openHidrawNode(node.devnode, opened, openNode_);
     }
     carryOut(readiness_.nodeSeen(node, openError));
 }
@@ -70,36 +149,22 @@ void UnitPublisher::publishHid(const HidListing& listing) {
     ServiceDescription service = hidDeviceService(listing);
     // Numbered reports are nobody's here: such an interface is listed, but has no plug-in.
     if (listing.descriptor.inputReport(0))
-        service.plugIn = plugInOf(listing, listed);
+        service.plugIn = [plugIn = std::make_shared<PlugIn>(hidrawNodeOf(listing, listed), listed, clock_)] {
+            return plugIn;
+        };
     listed->service = registry_.publish(std::move(service));
     listed_[listing.node.path] = listed;
 }
 
-std::function<std::shared_ptr<IOCFPlugInInterface>()> UnitPublisher::plugInOf(const HidListing& listing,
-                                                                              std::weak_ptr<Listed> listed) {
-    HidrawNode node;
-    node.name = listing.node.devnode;
-    node.input = *listing.descriptor.inputReport(0);
-    node.open = [open = openNode_, devnode = node.name](FileDescriptor& opened) {
-        return open(devnode, opened);
-    };
-    node.terminating = [&loop = runLoop_] { return loop.terminating(); };
-    node.gone = hangUpHandler(listing.node.path, listed);
-    auto makeDevice = [node = std::move(node), listed = std::move(listed),
-                       &clock = clock_]() -> IOHIDDeviceInterfaceRef {
-        const auto entry = listed.lock();
-        if (!entry)
-            return nullptr;
-        auto device = std::make_shared<HidrawDevice>(node, clock);
-        std::erase_if(entry->devices, [](const auto& weak) { return weak.expired(); });
-        entry->devices.push_back(device);
-        return device;
-    };
-    return [makeDevice = std::move(makeDevice)] { return std::make_shared<HidrawPlugIn>(makeDevice); };
+HidrawNode UnitPublisher::hidrawNodeOf(const HidListing& listing,
+                                       const std::shared_ptr<Listed>& listed) const {
+    return {listing.node.devnode, *listing.descriptor.inputReport(0),
+            [&loop = runLoop_] { return loop.terminating(); }, hangUpHandler(listing.node.path, listed),
+            openNode_};
 }
 
 // A node that has been withdrawn meanwhile has no entry any more: its successor is not meant.
-std::function<void()> UnitPublisher::hangUpHandler(std::string path, std::weak_ptr<Listed> listed) {
+std::function<void()> UnitPublisher::hangUpHandler(std::string path, std::weak_ptr<Listed> listed) const {
     return [&loop = runLoop_, self = std::weak_ptr(self_), path = std::move(path),
             listed = std::move(listed)] {
         loop.performOnMainThread({nullptr, "nodeHungUp", path, [self, path, listed] {

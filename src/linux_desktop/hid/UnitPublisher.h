@@ -15,16 +15,21 @@
 
 namespace lightpen {
 
+// The "IOUSBDevice" of a unit: "idVendor", "idProduct", and "USB Vendor Name" and "USB Product Name" where
+// the unit gives them.
+ServiceDescription usbDeviceService(const UsbDevice& device);
+
+// The "IOHIDDevice" of a node, without its plug-in: "VendorID", "ProductID", "Manufacturer" and "Product"
+// where the unit gives them, "InputReportElements", "MaxInputReportSize" and "MaxOutputReportSize" (bytes).
+// Its path is the node's with the USB interface's step as "IOUSBInterface@<number>".
+ServiceDescription hidDeviceService(const HidListing& listing);
+
 // Lists the camera units that are ready in the registry, makes their device interfaces, and lets those vanish
 // when the unit goes, whoever notices first: the bus or an open node. Main thread.
 class UnitPublisher {
 public:
-    // Opens a node, as openHidrawNode does.
-    using OpenNode = std::function<int(const std::string& devnode, FileDescriptor& node)>;
-
     // The registry, the loop and the clock outlive this object, and the device interfaces and queues too.
-    UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
-                  OpenNode openNode = openHidrawNode);
+    UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock, OpenHidrawNode openNode = {});
     // What is listed stays listed; nothing is told of hang-ups any more.
     ~UnitPublisher() = default;
     UnitPublisher(const UnitPublisher&) = delete;
@@ -38,6 +43,7 @@ public:
     void deviceGone(const std::string& path);
 
 private:
+    class PlugIn;
     // What is listed under one sysfs path, and the devices that were made of it.
     struct Listed {
         io_service_t service = 0;
@@ -47,14 +53,13 @@ private:
     void carryOut(const UnitDecisions& decisions);
     void withdraw(const std::string& path);
     void publishHid(const HidListing& listing);
-    std::function<std::shared_ptr<IOCFPlugInInterface>()> plugInOf(const HidListing& listing,
-                                                                   std::weak_ptr<Listed> listed);
-    std::function<void()> hangUpHandler(std::string path, std::weak_ptr<Listed> listed);
+    HidrawNode hidrawNodeOf(const HidListing& listing, const std::shared_ptr<Listed>& listed) const;
+    std::function<void()> hangUpHandler(std::string path, std::weak_ptr<Listed> listed) const;
 
     ServiceRegistry& registry_;
     RunLoop& runLoop_;
     Clock& clock_;
-    const OpenNode openNode_;
+    const OpenHidrawNode openNode_;
     UnitReadiness readiness_;
     std::map<std::string, std::shared_ptr<Listed>> listed_; // by sysfs path
     // For requests on the loop, which may come after this object's end.

@@ -18,9 +18,9 @@ bool isWaylandSession() {
            environmentVariable("XDG_SESSION_TYPE") == "wayland";
 }
 
-std::unique_ptr<PointerBackend> openUinput(const SharedGeometry& geometry, std::string& problem) {
+std::unique_ptr<PointerDevice> openUinput(std::string& problem) {
     auto device = openUinputDevice(kUinputPath, problem);
-    return device ? std::make_unique<UinputPointer>(std::move(*device), geometry) : nullptr;
+    return device ? std::make_unique<UinputPointer>(std::move(*device)) : nullptr;
 }
 
 } // namespace
@@ -31,22 +31,22 @@ PointerChoice pointerChoiceNamed(std::string_view name) {
     return name == "xtest" ? PointerChoice::xtest : PointerChoice::automatic;
 }
 
-LinuxPointer::Ways pointerWays(PointerChoice choice, const SharedGeometry& geometry) {
-    return {[&geometry](std::string& problem) { return openUinput(geometry, problem); },
-            [&geometry, choice](std::string& problem) -> std::unique_ptr<PointerBackend> {
+LinuxPointer::Ways pointerWays(PointerChoice choice) {
+    return {openUinput, [choice](std::string& problem) -> std::unique_ptr<PointerDevice> {
                 if (choice != PointerChoice::xtest && isWaylandSession()) {
                     problem = "the session is not X11";
                     return nullptr;
                 }
-                return XTestPointer::create(nullptr, geometry, problem);
+                return XTestPointer::create(nullptr, problem);
             }};
 }
 
-LinuxPointer::LinuxPointer(PointerChoice choice, const Ways& ways) {
+LinuxPointer::LinuxPointer(PointerChoice choice, const SharedGeometry& geometry, const Ways& ways)
+    : geometry_(geometry) {
     const auto attempt = [&](const Opener& open, const char* name) {
         std::string problem;
-        backend_ = open(problem);
-        if (backend_)
+        device_ = open(problem);
+        if (device_)
             logLine("Pointer: events go through %s%s", name,
                     problem_.empty() ? "" : (" (" + problem_ + ")").c_str());
         else
@@ -54,7 +54,7 @@ LinuxPointer::LinuxPointer(PointerChoice choice, const Ways& ways) {
     };
     if (choice != PointerChoice::xtest)
         attempt(ways.uinput, "uinput");
-    if (!backend_ && choice != PointerChoice::uinput)
+    if (!device_ && choice != PointerChoice::uinput)
         attempt(ways.xtest, "XTest");
 }
 
@@ -63,7 +63,7 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     if (service == 0 || type != kIOHIDParamConnectType)
         return kIOReturnBadArgument;
     const std::lock_guard hold(mutex_);
-    if (!backend_) {
+    if (!device_) {
         if (!std::exchange(problemLogged_, true))
             logLine("Pointer: no events can be posted (%s); install 70-lightpen-nx7.rules into "
                     "/etc/udev/rules.d, as root call \"udevadm control --reload\", \"modprobe uinput\" and "
@@ -75,19 +75,44 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     return kIOReturnSuccess;
 }
 
+LinuxPointer::LinuxPointer(PointerChoice choice, const SharedGeometry& geometry)
+    : LinuxPointer(choice, geometry, pointerWays(choice)) {}
+
+LinuxPointer::~LinuxPointer() {
+    releaseButtons();
+}
+
 IOReturn LinuxPointer::IOHIDPostEvent(io_connect_t connection, std::uint32_t eventType, IOGPoint location,
                                       const NXMouseEventData&, std::uint32_t, std::uint32_t, std::uint32_t) {
-    {
-        const std::lock_guard hold(mutex_);
-        if (connection == 0 || connection > lastConnection_)
-            return kIOReturnBadArgument;
-    }
-    return backend_->post(eventType, location);
+    const std::lock_guard hold(mutex_);
+    if (connection == 0 || connection > lastConnection_)
+        return kIOReturnBadArgument;
+    const PointerButtons::Action action = buttons_.apply(eventType);
+    if (action.drop)
+        return kIOReturnSuccess;
+    const PointerGeometry geometry = geometry_.load();
+    if (geometry.known())
+        return send(PointerDevice::Place{geometry.pixelAt(location), geometry.axisAt(location)}, action);
+    // Without a screen nothing can be pointed at, but a button is let go wherever the pointer is.
+    if (action.button != PointerButtons::Button::none && !action.press)
+        return send(std::nullopt, action);
+    return kIOReturnNoDevice;
 }
 
 void LinuxPointer::releaseButtons() {
-    if (backend_)
-        backend_->releaseButtons();
+    const std::lock_guard hold(mutex_);
+    for (const std::uint32_t release : {kLeftMouseUp, kRightMouseUp})
+        if (const auto action = buttons_.apply(release); !action.drop)
+            send(std::nullopt, action);
+}
+
+// A release that did not get through is still owed: the button counts as down, so that the next attempt is
+// made.
+IOReturn LinuxPointer::send(std::optional<PointerDevice::Place> place, PointerButtons::Action action) {
+    const IOReturn result = device_->send(place, action.button, action.press);
+    if (result != kIOReturnSuccess && action.button != PointerButtons::Button::none && !action.press)
+        buttons_.apply(action.button == PointerButtons::Button::left ? kLeftMouseDown : kRightMouseDown);
+    return result;
 }
 
 } // namespace lightpen

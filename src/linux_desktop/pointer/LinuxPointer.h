@@ -8,10 +8,27 @@
 #include <string>
 #include <string_view>
 
-#include "linux_desktop/pointer/PointerBackend.h"
+#include "linux_desktop/pointer/PointerGeometry.h"
+#include "platform/PointerButtons.h"
 #include "platform/PointerEvents.h"
 
 namespace lightpen {
+
+// One way to inject pointer events.
+class PointerDevice {
+public:
+    using Button = PointerButtons::Button;
+    // The place of one event, in the coordinates of every kind of device.
+    struct Place {
+        PixelPoint pixel;
+        AxisPoint axis;
+    };
+
+    virtual ~PointerDevice() = default;
+    // Moves to the place, if there is one, then presses or releases the button, if it is one. One call at a
+    // time.
+    virtual IOReturn send(std::optional<Place> place, Button button, bool press) = 0;
+};
 
 // Which way pointer events go: the first that works, or only the one that was asked for.
 enum class PointerChoice { automatic, uinput, xtest };
@@ -24,33 +41,44 @@ PointerChoice pointerChoiceNamed(std::string_view name);
 class LinuxPointer final : public PointerEvents {
 public:
     // Opens one way; null and the reason when it cannot.
-    using Opener = std::function<std::unique_ptr<PointerBackend>(std::string& problem)>;
+    using Opener = std::function<std::unique_ptr<PointerDevice>(std::string& problem)>;
     // How each way is opened; one that the choice excludes is not tried.
     struct Ways {
         Opener uinput;
         Opener xtest;
     };
 
-    // Tries uinput first. Keeps the reasons when nothing can be opened.
-    LinuxPointer(PointerChoice choice, const Ways& ways);
+    // Tries uinput first. Keeps the reasons when nothing can be opened. The geometry outlives the pointer.
+    LinuxPointer(PointerChoice choice, const SharedGeometry& geometry, const Ways& ways);
+    // In the ways of this machine.
+    LinuxPointer(PointerChoice choice, const SharedGeometry& geometry);
+    // Releases what is down.
+    ~LinuxPointer() override;
+    LinuxPointer(const LinuxPointer&) = delete;
+    LinuxPointer& operator=(const LinuxPointer&) = delete;
 
     // Fails, with one log line for all times, when no way could be opened.
     IOReturn IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) override;
-    // kIOReturnBadArgument for a connection that was not opened here.
+    // kIOReturnBadArgument for a connection that was not opened here, kIOReturnNoDevice without a desktop, or
+    // what the device says.
     IOReturn IOHIDPostEvent(io_connect_t connection, std::uint32_t eventType, IOGPoint location,
                             const NXMouseEventData& data, std::uint32_t eventDataVersion,
                             std::uint32_t eventFlags, std::uint32_t options) override;
     void releaseButtons() override;
 
 private:
-    std::unique_ptr<PointerBackend> backend_;
+    IOReturn send(std::optional<PointerDevice::Place> place, PointerButtons::Action action);
+
+    const SharedGeometry& geometry_;
+    std::mutex mutex_; // around what follows
+    std::unique_ptr<PointerDevice> device_;
     std::string problem_;
-    std::mutex mutex_;
+    PointerButtons buttons_;
     io_connect_t lastConnection_ = 0;
     bool problemLogged_ = false;
 };
 
 // The two ways of this machine. XTest is offered where the session is X11, or where it was asked for by name.
-LinuxPointer::Ways pointerWays(PointerChoice choice, const SharedGeometry& geometry);
+LinuxPointer::Ways pointerWays(PointerChoice choice);
 
 } // namespace lightpen

@@ -74,9 +74,6 @@ std::optional<UinputDevice> openUinputDevice(const char* path, std::string& prob
     return opened;
 }
 
-UinputPointer::UinputPointer(UinputDevice device, const SharedGeometry& geometry)
-    : PointerBackend(geometry), device_(std::move(device)) {}
-
 // One frame an event, in one write: desktops see the button change where the move has led.
 IOReturn UinputPointer::send(std::optional<Place> place, Button button, bool press) {
     std::array<input_event, 4> records{};

@@ -5,8 +5,9 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
-#include "linux_desktop/pointer/PointerBackend.h"
+#include "linux_desktop/pointer/LinuxPointer.h"
 #include "platform/FileDescriptor.h"
 
 struct input_event;
@@ -30,13 +31,12 @@ std::shared_ptr<libevdev> describeUinputPointer();
 std::optional<UinputDevice> openUinputDevice(const char* path, std::string& problem);
 
 // Injects events through a device of the kernel, which X11 and Wayland desktops both follow.
-class UinputPointer final : public PointerBackend {
+class UinputPointer final : public PointerDevice {
 public:
-    UinputPointer(UinputDevice device, const SharedGeometry& geometry);
-    ~UinputPointer() override { releaseButtons(); }
+    explicit UinputPointer(UinputDevice device) : device_(std::move(device)) {}
+    IOReturn send(std::optional<Place> place, Button button, bool press) override;
 
 private:
-    IOReturn send(std::optional<Place> place, Button button, bool press) override;
     IOReturn write(std::span<const input_event> records);
 
     const UinputDevice device_;

@@ -36,8 +36,7 @@ using Message = std::unique_ptr<void, decltype(&std::free)>;
 
 } // namespace
 
-std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, const SharedGeometry& geometry,
-                                                   std::string& problem) {
+std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::string& problem) {
     Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
     if (xcb_connection_has_error(connection.get())) {
         const std::string name = display ? display : environmentVariable("DISPLAY");
@@ -49,7 +48,7 @@ std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, const Sh
         problem = "the X server has no test extension";
         return nullptr;
     }
-    return std::unique_ptr<XTestPointer>(new XTestPointer(std::move(connection), geometry));
+    return std::unique_ptr<XTestPointer>(new XTestPointer(std::move(connection)));
 }
 
 IOReturn XTestPointer::send(std::optional<Place> place, Button button, bool press) {

@@ -82,9 +82,7 @@ std::unique_ptr<HidrawDevice> deviceOf(const std::vector<HostNode>& nodes, int i
     const auto* descriptor = std::get_if<HidDescriptor>(&parsed);
     if (!descriptor || descriptor->inputReports.empty())
         return nullptr;
-    HidrawNode hidraw{node->devnode, descriptor->inputReports.front(), {}, {}, {}};
-    hidraw.open = [devnode = node->devnode](FileDescriptor& file) { return openHidrawNode(devnode, file); };
-    return std::make_unique<HidrawDevice>(std::move(hidraw), clock);
+    return std::make_unique<HidrawDevice>(HidrawNode{node->devnode, descriptor->inputReports.front()}, clock);
 }
 
 } // namespace lightpen::test

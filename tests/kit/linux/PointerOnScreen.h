@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 
 #include "kit/TestPlatform.h"
+#include "kit/linux/PointerOver.h"
 #include "kit/linux/RecordingWindow.h"
 #include "linux_desktop/pointer/XTestPointer.h"
 #include "linux_desktop/screen/QtDesktop.h"
@@ -22,8 +23,9 @@ class PointerOnScreen : public testing::Test {
 protected:
     PointerOnScreen() {
         std::string problem;
-        pointer = XTestPointer::create(nullptr, geometry, problem);
-        EXPECT_TRUE(pointer) << problem;
+        auto device = XTestPointer::create(nullptr, problem);
+        EXPECT_TRUE(device) << problem;
+        pointer = std::make_unique<PointerOver>(std::move(device), geometry);
     }
 
     void showWindow() {
@@ -39,7 +41,7 @@ protected:
     MemoryDefaults defaults;
     SharedGeometry geometry;
     QtDesktop desktop{defaults, geometry};
-    std::unique_ptr<XTestPointer> pointer;
+    std::unique_ptr<PointerOver> pointer;
     std::unique_ptr<RecordingWindow> window;
 };
 

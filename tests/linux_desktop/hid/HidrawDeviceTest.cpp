@@ -25,10 +25,8 @@ constexpr std::uint32_t kPlentyMs = 60'000;
 class HidrawDeviceTest : public testing::Test {
 protected:
     std::shared_ptr<HidrawDevice> makeDevice(std::size_t declaredLength = 32) {
-        HidrawNode node;
-        node.name = "/dev/hidraw7";
-        node.input = {0, declaredLength, kCookie, 0xFF00, 1};
-        node.open = [this](FileDescriptor& opened) {
+        HidrawNode node{"/dev/hidraw7", {0, declaredLength, kCookie, 0xFF00, 1}};
+        node.openInstead = [this](const std::string&, FileDescriptor& opened) {
             ++opens_;
             if (openError_ == 0)
                 opened = (again_ ? again_ : socket_)->takeHost();
@@ -305,12 +303,6 @@ TEST_F(BlockedDevice, ClosingAndDestroyingDoNotWait) {
     EXPECT_EQ(device_->close(), kIOReturnSuccess);
     EXPECT_EQ(endless_.get(), kIOReturnNotOpen);
     device_.reset();
-}
-
-TEST_F(HidrawDeviceTest, ThePlugInYieldsWhatItsFactoryMakes) {
-    const auto device = makeDevice();
-    EXPECT_EQ(HidrawPlugIn([&] { return device; }).queryInterface(), device);
-    EXPECT_EQ(HidrawPlugIn([] { return nullptr; }).queryInterface(), nullptr);
 }
 
 TEST(OpenHidrawNode, YieldsTheErrorOrTheNode) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "kit/RecordingLog.h"
+#include "kit/linux/PointerOver.h"
 
 namespace lightpen {
 namespace {
@@ -14,20 +15,25 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class CountingBackend final : public PointerBackend {
+class RecordingDevice final : public PointerDevice {
 public:
-    CountingBackend(const SharedGeometry& geometry, std::vector<std::string>& calls, std::string name)
-        : PointerBackend(geometry), calls_(calls), name_(std::move(name)) {}
+    RecordingDevice(std::vector<std::string>& sent, const IOReturn& result, std::string name)
+        : sent_(sent), result_(result), name_(std::move(name)) {}
+
+    IOReturn send(std::optional<Place> place, Button button, bool press) override {
+        std::string text =
+            name_ +
+            (place ? " " + std::to_string(place->pixel.x) + "," + std::to_string(place->pixel.y) : " here");
+        if (button != Button::none)
+            text +=
+                std::string(press ? " press" : " release") + (button == Button::left ? " left" : " right");
+        sent_.push_back(text);
+        return result_;
+    }
 
 private:
-    IOReturn send(std::optional<Place> place, Button button, bool press) override {
-        calls_.push_back(name_ + (place ? " move" : "") +
-                         (button == Button::none ? ""
-                          : press                ? " press"
-                                                 : " release"));
-        return kIOReturnSuccess;
-    }
-    std::vector<std::string>& calls_;
+    std::vector<std::string>& sent_;
+    const IOReturn& result_;
     const std::string name_;
 };
 
@@ -36,7 +42,7 @@ protected:
     LinuxPointer::Opener works(const std::string& name) {
         return [this, name](std::string&) {
             opened.push_back(name);
-            return std::make_unique<CountingBackend>(geometry, calls, name);
+            return std::make_unique<RecordingDevice>(calls, result, name);
         };
     }
     LinuxPointer::Opener fails(const std::string& name, const std::string& why) {
@@ -60,37 +66,39 @@ protected:
     SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 100, 80})};
     std::vector<std::string> opened;
     std::vector<std::string> calls;
+    IOReturn result = kIOReturnSuccess;
 };
 
 TEST_F(LinuxPointerTest, PrefersUinputAndOpensItWhenItIsMade) {
-    LinuxPointer pointer(PointerChoice::automatic, {works("uinput"), works("xtest")});
+    LinuxPointer pointer(PointerChoice::automatic, geometry, {works("uinput"), works("xtest")});
     EXPECT_THAT(opened, ElementsAre("uinput"));
     EXPECT_THAT(log.takeLines(), ElementsAre("Pointer: events go through uinput"));
     const io_connect_t connection = open(pointer);
     EXPECT_NE(connection, 0u);
     EXPECT_EQ(post(pointer, connection, kLeftMouseDown), kIOReturnSuccess);
-    EXPECT_THAT(calls, ElementsAre("uinput move press"));
+    EXPECT_THAT(calls, ElementsAre("uinput 3,4 press left"));
 }
 
 TEST_F(LinuxPointerTest, FallsBackToXTestAndSaysWhy) {
-    LinuxPointer pointer(PointerChoice::automatic, {fails("uinput", "no permission"), works("xtest")});
+    LinuxPointer pointer(PointerChoice::automatic, geometry,
+                         {fails("uinput", "no permission"), works("xtest")});
     EXPECT_THAT(opened, ElementsAre("uinput", "xtest"));
     EXPECT_THAT(log.takeLines(), ElementsAre("Pointer: events go through XTest (no permission)"));
     EXPECT_EQ(post(pointer, open(pointer), kLeftMouseDragged), kIOReturnSuccess);
-    EXPECT_THAT(calls, ElementsAre("xtest move"));
+    EXPECT_THAT(calls, ElementsAre("xtest 3,4"));
 }
 
 TEST_F(LinuxPointerTest, OpensOnlyWhatWasAskedForByName) {
-    LinuxPointer xtest(PointerChoice::xtest, {works("uinput"), works("xtest")});
+    LinuxPointer xtest(PointerChoice::xtest, geometry, {works("uinput"), works("xtest")});
     EXPECT_THAT(opened, ElementsAre("xtest"));
     opened.clear();
-    LinuxPointer uinput(PointerChoice::uinput, {fails("uinput", "no"), works("xtest")});
+    LinuxPointer uinput(PointerChoice::uinput, geometry, {fails("uinput", "no"), works("xtest")});
     EXPECT_THAT(opened, ElementsAre("uinput"));
     EXPECT_EQ(open(uinput), 0u);
 }
 
 TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
-    LinuxPointer pointer(PointerChoice::automatic,
+    LinuxPointer pointer(PointerChoice::automatic, geometry,
                          {fails("uinput", "/dev/uinput: Permission denied"), fails("xtest", "no X display")});
     EXPECT_THAT(log.takeLines(), IsEmpty());
     io_connect_t connection = 99;
@@ -107,7 +115,7 @@ TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
 }
 
 TEST_F(LinuxPointerTest, KnowsItsConnections) {
-    LinuxPointer pointer(PointerChoice::automatic, {works("uinput"), works("xtest")});
+    LinuxPointer pointer(PointerChoice::automatic, geometry, {works("uinput"), works("xtest")});
     EXPECT_EQ(post(pointer, 1, kLeftMouseDown), kIOReturnBadArgument);
     const io_connect_t first = open(pointer);
     const io_connect_t second = open(pointer);
@@ -120,7 +128,7 @@ TEST_F(LinuxPointerTest, KnowsItsConnections) {
 }
 
 TEST_F(LinuxPointerTest, OpensOnlyAServiceAndOnlyForParameters) {
-    LinuxPointer pointer(PointerChoice::automatic, {works("uinput"), works("xtest")});
+    LinuxPointer pointer(PointerChoice::automatic, geometry, {works("uinput"), works("xtest")});
     io_connect_t connection = 99;
     EXPECT_EQ(pointer.IOServiceOpen(0, kIOHIDParamConnectType, connection), kIOReturnBadArgument);
     EXPECT_EQ(connection, 0u);
@@ -128,11 +136,81 @@ TEST_F(LinuxPointerTest, OpensOnlyAServiceAndOnlyForParameters) {
 }
 
 TEST_F(LinuxPointerTest, ReleasesWhatIsDown) {
-    LinuxPointer pointer(PointerChoice::automatic, {works("uinput"), works("xtest")});
+    LinuxPointer pointer(PointerChoice::automatic, geometry, {works("uinput"), works("xtest")});
     post(pointer, open(pointer), kLeftMouseDown);
     calls.clear();
     pointer.releaseButtons();
-    EXPECT_THAT(calls, ElementsAre("uinput release"));
+    EXPECT_THAT(calls, ElementsAre("uinput here release left"));
+}
+
+// What becomes of each event
+
+class PostedEventsTest : public LinuxPointerTest {
+protected:
+    std::vector<std::string> take() { return std::exchange(calls, {}); }
+
+    SharedGeometry desktop{PointerGeometry({100, 50}, 1, {0, 0, 1000, 700})};
+    PointerOver pointer{std::make_unique<RecordingDevice>(calls, result, "to"), desktop};
+};
+
+TEST_F(PostedEventsTest, AreAMoveAndAButton) {
+    pointer.post(kLeftMouseDown, {1, 2});
+    pointer.post(kLeftMouseDragged, {3, 4});
+    pointer.post(kLeftMouseUp, {5, 6});
+    pointer.post(kRightMouseDown, {7, 8});
+    pointer.post(kRightMouseUp, {9, 10});
+    EXPECT_THAT(take(), ElementsAre("to 101,52 press left", "to 103,54", "to 105,56 release left",
+                                    "to 107,58 press right", "to 109,60 release right"));
+}
+
+TEST_F(PostedEventsTest, ThatReleaseAButtonThatIsNotDownAreDroppedWithTheirMoves) {
+    EXPECT_EQ(pointer.post(kLeftMouseUp, {1, 2}), kIOReturnSuccess);
+    pointer.post(kLeftMouseDown, {3, 4});
+    pointer.post(kRightMouseUp, {5, 6});
+    pointer.post(kLeftMouseUp, {7, 8});
+    pointer.post(kLeftMouseUp, {9, 10});
+    EXPECT_THAT(take(), ElementsAre("to 103,54 press left", "to 107,58 release left"));
+}
+
+TEST_F(PostedEventsTest, FollowTheGeometry) {
+    pointer.post(kLeftMouseDragged, {10, 20});
+    desktop.store(PointerGeometry({0, 0}, 2, {0, 0, 1000, 700}));
+    pointer.post(kLeftMouseDragged, {10, 20});
+    EXPECT_THAT(take(), ElementsAre("to 110,70", "to 20,40"));
+}
+
+TEST_F(PostedEventsTest, LeaveNothingDownOnceItIsReleased) {
+    pointer.post(kLeftMouseDown, {1, 2});
+    pointer.post(kRightMouseDown, {1, 2});
+    take();
+    pointer.releaseButtons();
+    EXPECT_THAT(take(), ElementsAre("to here release left", "to here release right"));
+    pointer.releaseButtons();
+    EXPECT_THAT(take(), IsEmpty());
+}
+
+TEST_F(PostedEventsTest, WithoutADesktopOnlyLetGo) {
+    pointer.post(kLeftMouseDown, {1, 2});
+    take();
+    desktop.store(PointerGeometry());
+    EXPECT_EQ(pointer.post(kLeftMouseDragged, {3, 4}), kIOReturnNoDevice);
+    EXPECT_EQ(pointer.post(kLeftMouseUp, {3, 4}), kIOReturnSuccess);
+    EXPECT_THAT(take(), ElementsAre("to here release left"));
+}
+
+TEST_F(PostedEventsTest, FailAsTheDeviceDoes) {
+    result = kIOReturnNoDevice;
+    EXPECT_EQ(pointer.post(kLeftMouseDown, {1, 2}), kIOReturnNoDevice);
+}
+
+TEST_F(PostedEventsTest, OweAReleaseThatDidNotGetThrough) {
+    pointer.post(kRightMouseDown, {1, 2});
+    take();
+    result = kIOReturnError;
+    EXPECT_EQ(pointer.post(kRightMouseUp, {3, 4}), kIOReturnError);
+    result = kIOReturnSuccess;
+    pointer.releaseButtons();
+    EXPECT_THAT(take(), ElementsAre("to 103,54 release right", "to here release right"));
 }
 
 TEST(PointerChoice, HasNames) {
@@ -145,18 +223,17 @@ TEST(PointerChoice, HasNames) {
 TEST(PointerWays, OffersXTestToAWaylandSessionOnlyOnRequest) {
     setenv("WAYLAND_DISPLAY", "wayland-0", 1);
     setenv("DISPLAY", ":4711", 1);
-    SharedGeometry geometry;
     std::string problem;
-    EXPECT_FALSE(pointerWays(PointerChoice::automatic, geometry).xtest(problem));
+    EXPECT_FALSE(pointerWays(PointerChoice::automatic).xtest(problem));
     EXPECT_EQ(problem, "the session is not X11");
-    EXPECT_FALSE(pointerWays(PointerChoice::xtest, geometry).xtest(problem));
+    EXPECT_FALSE(pointerWays(PointerChoice::xtest).xtest(problem));
     EXPECT_EQ(problem, "no X display :4711"); // it was tried
     unsetenv("WAYLAND_DISPLAY");
     setenv("XDG_SESSION_TYPE", "wayland", 1);
-    EXPECT_FALSE(pointerWays(PointerChoice::automatic, geometry).xtest(problem));
+    EXPECT_FALSE(pointerWays(PointerChoice::automatic).xtest(problem));
     EXPECT_EQ(problem, "the session is not X11");
     setenv("XDG_SESSION_TYPE", "x11", 1);
-    EXPECT_FALSE(pointerWays(PointerChoice::automatic, geometry).xtest(problem));
+    EXPECT_FALSE(pointerWays(PointerChoice::automatic).xtest(problem));
     EXPECT_EQ(problem, "no X display :4711");
 }
 

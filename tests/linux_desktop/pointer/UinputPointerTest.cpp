@@ -16,6 +16,7 @@
 
 #include "kit/RecordingLog.h"
 #include "kit/TemporaryDirectory.h"
+#include "kit/linux/PointerOver.h"
 
 namespace lightpen {
 namespace {
@@ -48,7 +49,8 @@ protected:
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
         kernel = FileDescriptor(ends[0]);
-        pointer = std::make_unique<UinputPointer>(UinputDevice{FileDescriptor(ends[1]), nullptr}, geometry);
+        pointer = std::make_unique<PointerOver>(
+            std::make_unique<UinputPointer>(UinputDevice{FileDescriptor(ends[1]), nullptr}), geometry);
     }
 
     // The records of the next write; none when there was none.
@@ -68,7 +70,7 @@ protected:
 
     SharedGeometry geometry{PointerGeometry({0, 0}, 1, kDesktop)};
     FileDescriptor kernel;
-    std::unique_ptr<UinputPointer> pointer;
+    std::unique_ptr<PointerOver> pointer;
 };
 
 TEST_F(UinputPointerTest, APressIsAMoveAndAButtonInOneFrame) {

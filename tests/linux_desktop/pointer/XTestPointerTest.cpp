@@ -8,6 +8,7 @@
 #include "kit/RecordingLog.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/PointerObserver.h"
+#include "kit/linux/PointerOver.h"
 
 namespace lightpen {
 namespace {
@@ -19,14 +20,15 @@ protected:
 
     XTestPointerTest() {
         std::string problem;
-        pointer = XTestPointer::create(server->display().c_str(), geometry, problem);
-        EXPECT_TRUE(pointer) << problem;
+        auto device = XTestPointer::create(server->display().c_str(), problem);
+        EXPECT_TRUE(device) << problem;
+        pointer = std::make_unique<PointerOver>(std::move(device), geometry);
     }
 
     static std::unique_ptr<Xvfb> server;
     SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 1000, 600})};
     PointerObserver observer{server->display()};
-    std::unique_ptr<XTestPointer> pointer;
+    std::unique_ptr<PointerOver> pointer;
 };
 
 std::unique_ptr<Xvfb> XTestPointerTest::server;
@@ -87,30 +89,30 @@ TEST(XTestPointerFailure, AServerThatDiesEndsNothingButTheEvents) {
     Xvfb mortal("640x480");
     SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 640, 480})};
     std::string problem;
-    const auto pointer = XTestPointer::create(mortal.display().c_str(), geometry, problem);
-    ASSERT_TRUE(pointer) << problem;
-    EXPECT_EQ(pointer->post(kLeftMouseDown, {1, 2}), kIOReturnSuccess);
+    auto device = XTestPointer::create(mortal.display().c_str(), problem);
+    ASSERT_TRUE(device) << problem;
+    PointerOver pointer(std::move(device), geometry);
+    log.clear();
+    EXPECT_EQ(pointer.post(kLeftMouseDown, {1, 2}), kIOReturnSuccess);
     mortal.end();
-    EXPECT_TRUE(eventually([&] { return pointer->post(kLeftMouseDragged, {3, 4}) == kIOReturnNoDevice; }));
-    EXPECT_EQ(pointer->post(kLeftMouseUp, {3, 4}), kIOReturnNoDevice);
+    EXPECT_TRUE(eventually([&] { return pointer.post(kLeftMouseDragged, {3, 4}) == kIOReturnNoDevice; }));
+    EXPECT_EQ(pointer.post(kLeftMouseUp, {3, 4}), kIOReturnNoDevice);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"Pointer: the X server takes no events any more"});
 }
 
 TEST(XTestPointerFailure, NoDisplayIsNoPointer) {
-    SharedGeometry geometry;
     std::string problem;
-    EXPECT_FALSE(XTestPointer::create(":4711", geometry, problem));
+    EXPECT_FALSE(XTestPointer::create(":4711", problem));
     EXPECT_EQ(problem, "no X display :4711");
     unsetenv("DISPLAY");
-    EXPECT_FALSE(XTestPointer::create(nullptr, geometry, problem));
+    EXPECT_FALSE(XTestPointer::create(nullptr, problem));
     EXPECT_EQ(problem, "no X display");
 }
 
 TEST(XTestPointerFailure, AServerWithoutTheExtensionIsNoPointer) {
     const Xvfb bare("640x480", {"-extension", "XTEST"});
-    SharedGeometry geometry;
     std::string problem;
-    EXPECT_FALSE(XTestPointer::create(bare.display().c_str(), geometry, problem));
+    EXPECT_FALSE(XTestPointer::create(bare.display().c_str(), problem));
     EXPECT_EQ(problem, "the X server has no test extension");
 }
 

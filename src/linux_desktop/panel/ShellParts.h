@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <utility>
+
+#include "linux_desktop/files/ApplicationBundle.h"
+#include "linux_desktop/files/XdgLoginItems.h"
+#include "linux_desktop/panel/TrayStatusBar.h"
+#include "linux_desktop/process/LinuxLocales.h"
+#include "linux_desktop/process/QtWorkspace.h"
+#include "platform/ApplicationShell.h"
+
+namespace lightpen {
+
+// What only the application itself asks of its desktop, in the order in which it is made. Main thread.
+struct ShellParts {
+    // The centre outlives them.
+    ShellParts(NotificationCenter& notifications, std::filesystem::path applicationFolder,
+               std::string loginFolder)
+        : locales(notifications),
+          bundle(std::move(applicationFolder), [this] { return locales.preferredLanguages(); }),
+          loginItems(std::move(loginFolder)) {}
+
+    LinuxLocales locales;
+    ApplicationBundle bundle;
+    XdgLoginItems loginItems;
+    TrayStatusBar statusBar;
+    QtWorkspace workspace;
+    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace};
+};
+
+} // namespace lightpen
