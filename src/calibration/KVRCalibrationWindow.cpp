@@ -11,18 +11,13 @@
 
 #include "calibration/KVRCalibrationTarget.h"
 #include "device/EventGeneratorNX7.h"
+#include "device/VirtualKeyCodes.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
-#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 
 namespace {
-
-static_assert(virtualKeyCode(Qt::Key_Z) == kVirtualKeyZ && virtualKeyCode(Qt::Key_C) == kVirtualKeyC &&
-              virtualKeyCode(Qt::Key_Backspace) == kVirtualKeyDelete &&
-              virtualKeyCode(Qt::Key_Delete) == kVirtualKeyDelete &&
-              virtualKeyCode(Qt::Key_Escape) == kVirtualKeyEscape);
 
 QScreen* screenNamed(const std::string& name) {
     for (QScreen* screen : QGuiApplication::screens())

@@ -5,8 +5,8 @@
 #include <QRegion>
 
 #include "device/SharedState.h"
+#include "device/VirtualKeyCodes.h"
 #include "platform/Log.h"
-#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 

@@ -5,8 +5,8 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 
+#include "device/VirtualKeyCodes.h"
 #include "kit/calibration/SessionFixture.h"
-#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 namespace {

@@ -8,9 +8,9 @@
 #include <QKeyEvent>
 #include <QPointer>
 
+#include "device/VirtualKeyCodes.h"
 #include "kit/device/DriverFixture.h"
 #include "kit/device/OffscreenApplication.h"
-#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 namespace {

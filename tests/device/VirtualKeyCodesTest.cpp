@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/VirtualKeyCodes.h"
+#include "device/VirtualKeyCodes.h"
 
 #include <gtest/gtest.h>
 
@@ -7,11 +7,11 @@ namespace lightpen {
 namespace {
 
 TEST(VirtualKeyCodesTest, KeysThatTheSystemActsOn) {
-    EXPECT_EQ(virtualKeyCode('Z'), 6);
-    EXPECT_EQ(virtualKeyCode('C'), 8);
-    EXPECT_EQ(virtualKeyCode(0x01000003), 51) << "Backspace";
-    EXPECT_EQ(virtualKeyCode(0x01000007), 51) << "Delete";
-    EXPECT_EQ(virtualKeyCode(0x01000000), 53) << "Escape";
+    EXPECT_EQ(virtualKeyCode(Qt::Key_Z), 6);
+    EXPECT_EQ(virtualKeyCode(Qt::Key_C), 8);
+    EXPECT_EQ(virtualKeyCode(Qt::Key_Backspace), 51);
+    EXPECT_EQ(virtualKeyCode(Qt::Key_Delete), 51);
+    EXPECT_EQ(virtualKeyCode(Qt::Key_Escape), 53);
 }
 
 TEST(VirtualKeyCodesTest, OthersHaveNoCodeThatAnyOfTheseHas) {
