@@ -8,7 +8,6 @@
 
 #include <QSocketNotifier>
 
-#include "linux_desktop/files/Resources.h"
 #include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/files/XdgDefaults.h"
 #include "linux_desktop/hid/UdevMonitor.h"
@@ -127,8 +126,8 @@ void LinuxPlatform::Parts::atExit(int status, void*) {
 
 LinuxPlatformSettings::LinuxPlatformSettings()
     : settingsFile(XdgDefaults::userFile()), userFiles(XdgDataFiles::userFolder()),
-      shippedFiles(resourceFolder().string()), loginFolder(XdgLoginItems::userFolder()),
-      applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
+      shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
+      loginFolder(XdgLoginItems::userFolder()), applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
     : parts_(std::make_unique<Parts>(std::move(settings))) {}

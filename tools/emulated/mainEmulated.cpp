@@ -21,6 +21,7 @@
 #include "emulated/UnitCommands.h"
 #include "emulated/UnitWindow.h"
 #include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "platform/Log.h"
 #include "unit/CameraUnit.h"

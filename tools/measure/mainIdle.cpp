@@ -20,6 +20,7 @@
 #include "app/LightPenNX7Controller.h"
 #include "device/EventGeneratorNX7.h"
 #include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"

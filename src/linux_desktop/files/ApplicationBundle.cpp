@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "linux_desktop/files/PropertyListReader.h"
-#include "linux_desktop/files/Resources.h"
 #include "platform/Log.h"
 
 namespace lightpen {
@@ -14,6 +13,7 @@ namespace {
 
 constexpr const char* kInformation = "Info.plist";
 constexpr const char* kProgram = "LightPenNX7";
+constexpr const char* kResources = "resources";
 constexpr std::string_view kIdentifier = "CFBundleIdentifier";
 
 std::optional<std::string> identifierIn(const PropertyListDictionary& information) {
@@ -41,7 +41,13 @@ ApplicationBundle::ApplicationBundle(std::filesystem::path folder,
     : folder_(std::move(folder)), languages_(std::move(languages)) {}
 
 std::filesystem::path ApplicationBundle::folderOfTheProgram() {
-    return resourceFolder().parent_path();
+    std::error_code unknown;
+    return std::filesystem::read_symlink("/proc/self/exe", unknown).parent_path();
+}
+
+std::filesystem::path ApplicationBundle::resourcesOfTheProgram() {
+    const auto folder = folderOfTheProgram();
+    return folder.empty() ? folder : folder / kResources;
 }
 
 std::string ApplicationBundle::bundlePath() const {
@@ -75,7 +81,7 @@ std::optional<PropertyListValue> ApplicationBundle::objectForInfoDictionaryKey(s
 }
 
 std::filesystem::path ApplicationBundle::resource(std::string_view name, std::string_view type) const {
-    return folder_ / "resources" / (std::string(name) + '.' + std::string(type));
+    return folder_ / kResources / (std::string(name) + '.' + std::string(type));
 }
 
 std::optional<std::string> ApplicationBundle::pathForResource(std::string_view name,

@@ -19,6 +19,8 @@ public:
     ApplicationBundle(std::filesystem::path folder, std::function<std::vector<std::string>()> languages);
     // Where the running program's own file is; empty when the system does not say.
     static std::filesystem::path folderOfTheProgram();
+    // The folder "resources" in it. Both: any thread.
+    static std::filesystem::path resourcesOfTheProgram();
 
     std::string bundlePath() const override;
     std::string executablePath() const override;

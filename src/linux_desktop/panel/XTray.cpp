@@ -1,26 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/panel/XTray.h"
 
-#include <xcb/xcb.h>
-
-#include <cstdlib>
 #include <string>
 #include <utility>
 
 namespace lightpen {
 
 namespace {
-
-template <class Reply>
-std::unique_ptr<Reply, void (*)(void*)> owned(Reply* reply) {
-    return {reply, std::free};
-}
-
-xcb_atom_t atom(xcb_connection_t* connection, const std::string& name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    const auto reply = owned(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
 
 xcb_window_t rootOf(xcb_connection_t* connection, int screen) {
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
@@ -33,15 +19,13 @@ xcb_window_t rootOf(xcb_connection_t* connection, int screen) {
 
 std::unique_ptr<XTray> XTray::connect(const char* display) {
     int screen = 0;
-    Connection connection(xcb_connect(display, &screen), xcb_disconnect);
-    if (xcb_connection_has_error(connection.get()))
-        return nullptr;
-    return std::unique_ptr<XTray>(new XTray(std::move(connection), screen));
+    XConnection connection = connectToX(display, &screen);
+    return connection ? std::unique_ptr<XTray>(new XTray(std::move(connection), screen)) : nullptr;
 }
 
-XTray::XTray(Connection connection, int screen)
-    : connection_(std::move(connection)), managerAtom_(atom(connection_.get(), "MANAGER")),
-      trayAtom_(atom(connection_.get(), "_NET_SYSTEM_TRAY_S" + std::to_string(screen))) {
+XTray::XTray(XConnection connection, int screen)
+    : connection_(std::move(connection)), managerAtom_(atomOf(connection_.get(), "MANAGER")),
+      trayAtom_(atomOf(connection_.get(), "_NET_SYSTEM_TRAY_S" + std::to_string(screen))) {
     // Who takes over such a selection tells the root window's listeners. The server must know of this one
     // before anybody relies on it: another program's announcement may come at once.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-struct xcb_connection_t;
+#include "linux_desktop/screen/XConnection.h"
 
 namespace lightpen {
 
@@ -26,11 +26,9 @@ public:
     bool alive() const;
 
 private:
-    using Connection = std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)>;
+    XTray(XConnection connection, int screen);
 
-    XTray(Connection connection, int screen);
-
-    Connection connection_;
+    const XConnection connection_;
     std::uint32_t managerAtom_;
     std::uint32_t trayAtom_;
 };

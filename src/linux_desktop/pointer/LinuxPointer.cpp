@@ -3,9 +3,10 @@
 
 #include <utility>
 
+#include <QByteArray>
+
 #include "linux_desktop/pointer/UinputPointer.h"
 #include "linux_desktop/pointer/XTestPointer.h"
-#include "linux_desktop/process/Environment.h"
 #include "platform/Log.h"
 
 namespace lightpen {
@@ -14,8 +15,7 @@ namespace {
 
 // An X server for old programs inside a Wayland session moves its own pointer only.
 bool isWaylandSession() {
-    return !environmentVariable("WAYLAND_DISPLAY").empty() ||
-           environmentVariable("XDG_SESSION_TYPE") == "wayland";
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || qgetenv("XDG_SESSION_TYPE") == "wayland";
 }
 
 std::unique_ptr<PointerDevice> openUinput(std::string& problem) {

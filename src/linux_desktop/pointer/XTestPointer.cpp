@@ -2,16 +2,15 @@
 #include "linux_desktop/pointer/XTestPointer.h"
 
 #include <poll.h>
-#include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <utility>
 
-#include "linux_desktop/process/Environment.h"
+#include <QByteArray>
+
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
@@ -31,15 +30,12 @@ std::int16_t coordinate(int pixel) {
     return static_cast<std::int16_t>(std::clamp<int>(pixel, Limits::min(), Limits::max()));
 }
 
-// What the library gives out, to be freed.
-using Message = std::unique_ptr<void, decltype(&std::free)>;
-
 } // namespace
 
 std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::string& problem) {
-    Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
-    if (xcb_connection_has_error(connection.get())) {
-        const std::string name = display ? display : environmentVariable("DISPLAY");
+    XConnection connection = connectToX(display);
+    if (!connection) {
+        const std::string name = display ? display : qgetenv("DISPLAY").toStdString();
         problem = "no X display" + (name.empty() ? "" : " " + name);
         return nullptr;
     }
@@ -81,8 +77,8 @@ void XTestPointer::awaitServer() {
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
         const bool answered = xcb_poll_for_reply(connection_.get(), request.sequence, &reply, &error) != 0;
-        const Message replyOwner(reply, std::free);
-        const Message errorOwner(error, std::free);
+        const auto replyOwner = owned(reply);
+        const auto errorOwner = owned(error);
         if (answered)
             return;
         pollfd polled{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
@@ -92,7 +88,7 @@ void XTestPointer::awaitServer() {
 
 // Errors and the news that every client gets would otherwise pile up.
 void XTestPointer::discardMessages() {
-    while (Message(xcb_poll_for_event(connection_.get()), std::free)) {
+    while (owned(xcb_poll_for_event(connection_.get()))) {
     }
 }
 

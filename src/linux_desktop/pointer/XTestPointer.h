@@ -6,13 +6,11 @@
 #include <utility>
 
 #include "linux_desktop/pointer/LinuxPointer.h"
-
-struct xcb_connection_t;
+#include "linux_desktop/screen/XConnection.h"
 
 namespace lightpen {
 
-// Injects events through the X server's test extension, over a connection of its own. Errors of the server
-// are results here and never end the process, which is why this is xcb and not Xlib.
+// Injects events through the X server's test extension, over a connection of its own.
 class XTestPointer final : public PointerDevice {
 public:
     // Connects to the display of that name, null for the one of the environment. Null, and the reason, when
@@ -21,13 +19,11 @@ public:
     IOReturn send(std::optional<Place> place, Button button, bool press) override;
 
 private:
-    using Connection = std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)>;
-
-    explicit XTestPointer(Connection connection) : connection_(std::move(connection)) {}
+    explicit XTestPointer(XConnection connection) : connection_(std::move(connection)) {}
     void awaitServer();
     void discardMessages();
 
-    const Connection connection_;
+    const XConnection connection_;
     bool failureLogged_ = false;
 };
 

@@ -8,13 +8,13 @@
 
 namespace lightpen {
 
-// The languages of the user's locale: those of the environment, until the system's locale is set anew while
-// the program runs. Then that one holds, but for LC_ALL, with which the user has outvoted it before. Main
-// thread.
+// The languages of the user's locale. They come from the environment at first. When somebody sets the
+// system's locale while the program runs, they come from that one from then on; LC_ALL in the environment
+// still goes before it. Main thread.
 class LinuxLocales final : public Locales {
 public:
-    // The application object is there, and the centre outlives this. Where there is no system bus or Qt says
-    // nothing, changes go unnoticed.
+    // Needs the application object. The centre outlives this. A change is noticed when the system bus or Qt
+    // tells of it.
     explicit LinuxLocales(NotificationCenter& notifications);
     ~LinuxLocales() override;
     LinuxLocales(const LinuxLocales&) = delete;

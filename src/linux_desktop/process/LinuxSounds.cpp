@@ -11,8 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "linux_desktop/files/Resources.h"
-#include "linux_desktop/process/Environment.h"
+#include <QByteArray>
+
+#include "linux_desktop/files/ApplicationBundle.h"
 #include "linux_desktop/process/SignalMask.h"
 #include "platform/Log.h"
 
@@ -32,7 +33,7 @@ bool isThere(const fs::path& path) {
 }
 
 bool serverRuns() {
-    const fs::path runtime = environmentVariable("XDG_RUNTIME_DIR");
+    const fs::path runtime = qgetenv("XDG_RUNTIME_DIR").toStdString();
     return (!runtime.empty() && (isThere(runtime / "pulse/native") || isThere(runtime / "pipewire-0"))) ||
            isThere("/run/pulse/native");
 }
@@ -48,7 +49,7 @@ bool cardIsThere() {
 // Somebody has said where sounds go.
 bool outputIsChosen() {
     for (const char* name : {"CANBERRA_DRIVER", "PULSE_SERVER", "ALSA_CONFIG_PATH"})
-        if (!environmentVariable(name).empty())
+        if (!qEnvironmentVariableIsEmpty(name))
             return true;
     return false;
 }
@@ -170,7 +171,7 @@ private:
 };
 
 fs::path LinuxSounds::programSounds() {
-    return resourceFolder() / "sounds";
+    return ApplicationBundle::resourcesOfTheProgram() / "sounds";
 }
 
 LinuxSounds::LinuxSounds(fs::path folder, Patience patience)

@@ -31,7 +31,7 @@ public:
     // How many sounds may wait for their turn; more are left out.
     static constexpr int kMostWaiting = 4;
 
-    // The folder of the program's own sounds, see resourceFolder().
+    // The folder of the program's own sounds, in its resources.
     static std::filesystem::path programSounds();
 
     LinuxSounds() : LinuxSounds(programSounds(), {}) {}

@@ -5,7 +5,7 @@
 #include <array>
 #include <string_view>
 
-#include "linux_desktop/process/Environment.h"
+#include <QByteArray>
 
 namespace lightpen {
 
@@ -71,8 +71,8 @@ std::string languageOf(std::string_view locale) {
 } // namespace
 
 LocaleVariables localeVariablesOfTheEnvironment() {
-    return {environmentVariable("LC_ALL"), environmentVariable("LC_MESSAGES"), environmentVariable("LANG"),
-            environmentVariable("LANGUAGE")};
+    return {qgetenv("LC_ALL").toStdString(), qgetenv("LC_MESSAGES").toStdString(),
+            qgetenv("LANG").toStdString(), qgetenv("LANGUAGE").toStdString()};
 }
 
 std::vector<std::string> preferredLanguages(const LocaleVariables& variables) {

@@ -3,7 +3,8 @@
 
 #include <string>
 
-#include "linux_desktop/process/Environment.h"
+#include <QByteArray>
+
 #include "platform/FileDescriptor.h"
 
 namespace lightpen {
@@ -16,7 +17,7 @@ public:
     // Takes the lock. When another process holds it, one log line names that process. Without a folder there
     // is no lock; where the file cannot be locked there is none either, and one log line says why.
     explicit SingleInstance(const std::string& name,
-                            const std::string& folder = environmentVariable("XDG_RUNTIME_DIR"));
+                            const std::string& folder = qgetenv("XDG_RUNTIME_DIR").toStdString());
 
     // Whether another process holds the lock, and this one is to end.
     bool runsAlready() const { return runsAlready_; }

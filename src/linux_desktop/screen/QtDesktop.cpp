@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/QtDesktop.h"
 
-#include <xcb/xcb.h>
-
 #include <cmath>
-#include <cstdlib>
 #include <string>
 #include <variant>
 
 #include <QGuiApplication>
 #include <QScreen>
+
+#include "linux_desktop/screen/XConnection.h"
 
 namespace lightpen {
 
@@ -21,9 +20,8 @@ QSize xDesktopSize() {
     if (!x11 || !x11->connection())
         return {};
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(x11->connection())).data->root;
-    const std::unique_ptr<xcb_get_geometry_reply_t, void (*)(void*)> reply(
-        xcb_get_geometry_reply(x11->connection(), xcb_get_geometry(x11->connection(), root), nullptr),
-        std::free);
+    const auto reply =
+        owned(xcb_get_geometry_reply(x11->connection(), xcb_get_geometry(x11->connection(), root), nullptr));
     return reply ? QSize(reply->width, reply->height) : QSize();
 }
 

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/XFullScreen.h"
 
-#include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -16,11 +14,6 @@ namespace {
 constexpr std::uint32_t kFixesVersion = 4;
 // Who asks the window manager: a pager, which speaks for the user, where an application might be refused.
 constexpr std::uint32_t kSourcePager = 2;
-
-template <class Reply>
-std::unique_ptr<Reply, void (*)(void*)> owned(Reply* reply) {
-    return {reply, std::free};
-}
 
 xcb_window_t rootOf(xcb_connection_t* connection) {
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
@@ -38,24 +31,15 @@ bool serverHidesCursors(xcb_connection_t* connection) {
 } // namespace
 
 std::unique_ptr<XFullScreen> XFullScreen::connect(const char* display) {
-    Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
-    if (xcb_connection_has_error(connection.get()))
-        return nullptr;
-    return std::unique_ptr<XFullScreen>(new XFullScreen(std::move(connection)));
+    XConnection connection = connectToX(display);
+    return connection ? std::unique_ptr<XFullScreen>(new XFullScreen(std::move(connection))) : nullptr;
 }
 
-XFullScreen::XFullScreen(Connection connection)
+XFullScreen::XFullScreen(XConnection connection)
     : connection_(std::move(connection)), root_(rootOf(connection_.get())),
       hidesCursors_(serverHidesCursors(connection_.get())),
-      supportingWindowAtom_(atom("_NET_SUPPORTING_WM_CHECK")), activeWindowAtom_(atom("_NET_ACTIVE_WINDOW")) {
-}
-
-std::uint32_t XFullScreen::atom(const char* name) {
-    const auto reply = owned(xcb_intern_atom_reply(
-        connection_.get(),
-        xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
+      supportingWindowAtom_(atomOf(connection_.get(), "_NET_SUPPORTING_WM_CHECK")),
+      activeWindowAtom_(atomOf(connection_.get(), "_NET_ACTIVE_WINDOW")) {}
 
 bool XFullScreen::hideCursor() {
     if (!hidesCursors_)

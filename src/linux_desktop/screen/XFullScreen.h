@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-struct xcb_connection_t;
+#include "linux_desktop/screen/XConnection.h"
 
 namespace lightpen {
 
@@ -50,14 +50,11 @@ public:
     News takeNews();
 
 private:
-    using Connection = std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)>;
-
-    explicit XFullScreen(Connection connection);
-    std::uint32_t atom(const char* name);
+    explicit XFullScreen(XConnection connection);
     Window supportingWindow(Window of);
     void selectEvents(Window window, std::uint32_t events);
 
-    const Connection connection_;
+    const XConnection connection_;
     const Window root_;
     bool hidesCursors_ = false;
     std::uint32_t supportingWindowAtom_ = 0;

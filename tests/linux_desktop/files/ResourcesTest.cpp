@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/files/Resources.h"
+#include "linux_desktop/files/ApplicationBundle.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace lightpen {
 namespace {
 
 TEST(Resources, StandBesideTheProgram) {
-    const auto folder = resourceFolder();
+    const auto folder = ApplicationBundle::resourcesOfTheProgram();
     EXPECT_EQ(folder.filename(), "resources");
     EXPECT_EQ(folder.parent_path(), std::filesystem::read_symlink("/proc/self/exe").parent_path());
 }
@@ -20,7 +20,7 @@ TEST(Resources, MoveWithTheProgram) {
     const std::string program = elsewhere.file("moved");
     std::filesystem::copy_file("/proc/self/exe", program);
     EXPECT_EQ(runProgram({program, "--expect", elsewhere.file("resources")}), 0);
-    EXPECT_EQ(runProgram({program, "--expect", resourceFolder()}), 1);
+    EXPECT_EQ(runProgram({program, "--expect", ApplicationBundle::resourcesOfTheProgram()}), 1);
     // Not even a link hides where it really is.
     const TemporaryDirectory links;
     std::filesystem::create_symlink(program, links.file("link"));
@@ -42,7 +42,7 @@ TEST(Resources, TheProgramHasItsSounds) {
 // With --expect it is the program that was moved.
 int main(int argc, char** argv) {
     if (argc == 3 && std::string_view(argv[1]) == "--expect")
-        return lightpen::resourceFolder() == argv[2] ? 0 : 1;
+        return lightpen::ApplicationBundle::resourcesOfTheProgram() == argv[2] ? 0 : 1;
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -14,7 +14,7 @@
 
 #include <unistd.h>
 
-#include "linux_desktop/process/DBusListener.h"
+#include "measure/canvas/BusListener.h"
 #include "measure/canvas/CanvasWindow.h"
 
 namespace {
@@ -63,7 +63,7 @@ bool readCommands(CanvasWindow& canvas, std::string& pending) {
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
     CanvasWindow canvas(report);
-    lightpen::DBusListener listener(
+    lightpen::BusListener listener(
         [&](const std::string& name) { canvas.heard(QString::fromStdString(name)); });
     for (const QString& name : lightpen::kSideNotifications) {
         if (!listener.listenFor(name.toStdString()))

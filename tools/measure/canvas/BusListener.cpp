@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/process/DBusListener.h"
+#include "measure/canvas/BusListener.h"
 
 #include <utility>
 
@@ -11,7 +11,7 @@
 namespace lightpen {
 
 // The only kind of receiver that the bus library knows is an object with slots.
-class DBusListener::Receiver : public QObject {
+class BusListener::Receiver : public QObject {
     Q_OBJECT
 
 public:
@@ -24,11 +24,11 @@ private:
     const Handler handler_;
 };
 
-DBusListener::DBusListener(Handler handler) : receiver_(std::make_unique<Receiver>(std::move(handler))) {}
+BusListener::BusListener(Handler handler) : receiver_(std::make_unique<Receiver>(std::move(handler))) {}
 
-DBusListener::~DBusListener() = default;
+BusListener::~BusListener() = default;
 
-bool DBusListener::listenFor(std::string_view name) {
+bool BusListener::listenFor(std::string_view name) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     return bus.isConnected() &&
            bus.connect({}, {}, {}, QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())),
@@ -37,4 +37,4 @@ bool DBusListener::listenFor(std::string_view name) {
 
 } // namespace lightpen
 
-#include "DBusListener.moc"
+#include "BusListener.moc"

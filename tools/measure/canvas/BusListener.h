@@ -9,15 +9,15 @@
 namespace lightpen {
 
 // Hears the distributed notifications of other programs on the session bus. Main thread.
-class DBusListener {
+class BusListener {
 public:
     using Handler = std::function<void(const std::string& name)>;
 
     // The handler is called on the main loop, once for each notification that is listened for.
-    explicit DBusListener(Handler handler);
-    ~DBusListener();
-    DBusListener(const DBusListener&) = delete;
-    DBusListener& operator=(const DBusListener&) = delete;
+    explicit BusListener(Handler handler);
+    ~BusListener();
+    BusListener(const BusListener&) = delete;
+    BusListener& operator=(const BusListener&) = delete;
 
     // Whoever sends it. False when there is no session bus.
     bool listenFor(std::string_view name);
