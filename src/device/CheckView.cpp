@@ -59,12 +59,13 @@ void EventGeneratorNX7::askForCheckView(CameraPoint point) {
     const auto requests = sharedState.checkViewRequests.load();
     if (!requests || !requests->ask(point))
         return;
-    performOnMain("Nx9View", {}, [this, requests](const std::string&) {
+    auto showView = [this, requests] {
         if (sharedState.checkViewRequests.load() != requests)
             return; // its panel is gone; the view's flags would come back without it
         requests->arrived();
         Nx9View();
-    });
+    };
+    Platform::current().runLoop.performOnMainThread({this, "Nx9View", {}, std::move(showView)});
 }
 
 int EventGeneratorNX7::Nx9windowrelease() {

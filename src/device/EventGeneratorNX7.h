@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "device/PenPipeline.h"
 #include "device/PointList.h"
 #include "device/PreviewImage.h"
 #include "device/Protocols.h"
@@ -134,13 +134,13 @@ public:
     // are take reports again, in any case.
     void startPointQueue();
 
-    // --- Decoding (Decoding.cpp)
+    // --- Decoding (PenOutput.cpp)
 
     // The point of a pen report: pen up (-1, -1), far away (4294967295, 4294967295), or camera coordinates.
     // Point thread.
     CameraPoint pointFromHIDEvent(const IOHIDEventStruct& event);
 
-    // --- The point thread (PointThread.cpp, Strokes.cpp)
+    // --- The point thread (PointThread.cpp, PenOutput.cpp)
 
     // The thread's body: starts, then makes passes until it is to end. The argument is not used.
     void receivingPointsQueueThreadEntry(const void* argument);
@@ -153,7 +153,7 @@ public:
     // Cancels the long press that was scheduled with this point. Main thread.
     void wrapper2(const std::string& string);
 
-    // --- Pointer events (PointerEvents.cpp). Any thread; nothing is posted for a point that is not finite.
+    // --- Pointer events (PenOutput.cpp). Any thread; nothing is posted for a point that is not finite.
 
     // The connection to the event system, opened on first use; 0 while it cannot be opened.
     static io_connect_t serviceConnection();
@@ -336,6 +336,7 @@ public:
 
 private:
     using DeviceDelegateRef = std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol>;
+    using StringOperation = void (EventGeneratorNX7::*)(const std::string&);
     // Whether a pass sleeps at its end.
     enum class AfterPass { sleep, goOn };
     // Whether the pairing table goes from the unit into its file, or back.
@@ -365,14 +366,12 @@ private:
     bool threadEnds(const PointThreadState& thread);
     void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);
     AfterPass drivePointer(CameraPoint point);
-    void usePointOnScreen(CameraPoint point);
-    void runPenStateMachine(ScreenPoint point);
-    void releaseStroke();
-    void cancelLongPress(ScreenPoint anchor);
+    Stroke stroke() const;
+    void perform(const PenResult& result);
+    void perform(const PenAction& action, std::int32_t region);
+    void performOnMain(const char* selector, std::string argument, StringOperation operation);
     void keyWindowIgnoresMouse(bool ignores);
     void askForCheckView(CameraPoint point);
-    void performOnMain(const char* selector, std::string argument,
-                       std::function<void(const std::string&)> operation);
     static bool canPost(ScreenPoint point);
     IOReturn postMouseEvent(std::uint32_t eventType, ScreenPoint point, std::int32_t click,
                             std::uint8_t pressure);

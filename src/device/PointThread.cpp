@@ -2,7 +2,6 @@
 // The point thread: takes the newest report about sixty times a second and decides where it goes.
 #include "device/EventGeneratorNX7.h"
 
-#include "device/PenStateMachine.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -68,7 +67,7 @@ bool EventGeneratorNX7::threadEnds(const PointThreadState& thread) {
         return false;
     // A stroke that is under way would otherwise hold the button for ever.
     if (_strokePressed)
-        releaseStroke();
+        perform(penLifts(stroke()));
     logLine("Event n:1829 456");
     state.delegateCallbackCount = 0;
     return true;
@@ -226,21 +225,13 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::showStrayLight(PointThreadState&
     return AfterPass::sleep;
 }
 
-// What belongs to the main thread is asked for there, and not waited for.
-void EventGeneratorNX7::performOnMain(const char* selector, std::string argument,
-                                      std::function<void(const std::string&)> operation) {
-    auto perform = [operation = std::move(operation), argument] { operation(argument); };
-    Platform::current().runLoop.performOnMainThread(
-        {this, selector, std::move(argument), std::move(perform)});
-}
-
 void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {
     const auto keyWindow = state.pairingKeyWindow.load();
     if (!keyWindow || _keyWindowIgnoresMouse == static_cast<int>(ignores))
         return; // asked for already; most passes ask for what is so
     _keyWindowIgnoresMouse = static_cast<int>(ignores);
-    performOnMain("setIgnoresMouseEvents", {},
-                  [keyWindow, ignores](const std::string&) { keyWindow->setIgnoresMouseEvents(ignores); });
+    Platform::current().runLoop.performOnMainThread(
+        {this, "setIgnoresMouseEvents", {}, [=] { keyWindow->setIgnoresMouseEvents(ignores); }});
 }
 
 } // namespace lightpen

@@ -40,29 +40,6 @@ std::uint16_t truncatedTo16Bits(double value) {
     return static_cast<std::uint16_t>(static_cast<std::int32_t>(wrapped));
 }
 
-PenReport readPenReport(std::span<const std::uint8_t> report) {
-    return {report[1] != 0, wordAt(report, 1), wordAt(report, 3)};
-}
-
-CameraPoint pointInCameraRange(const PenReport& report) {
-    if (!report.lightSpot)
-        return kPenUpPoint;
-    const auto x = static_cast<std::int16_t>(report.x);
-    const auto y = static_cast<std::int16_t>(report.y);
-    if (x > kCameraMaximumX || y > kCameraMaximumY)
-        return kFarAwayPoint;
-    return {static_cast<double>(x), static_cast<double>(y)};
-}
-
-void writePenUpReport(ReportBuffer& report, std::size_t length) {
-    constexpr std::size_t kLeastRoom = 64;
-    constexpr std::size_t kPenReportBytes = 5;
-    report.resize(std::max({report.size(), length, kLeastRoom}));
-    // A length that ends before the position must not leave the last one standing.
-    std::fill_n(report.begin(), std::max(length, kPenReportBytes), std::uint8_t{0});
-    report[0] = 1;
-}
-
 void writeSettingsCommand(std::span<std::uint8_t> command, const CameraSettings& settings) {
     const auto bit = [](bool set, int number) { return set ? 1 << number : 0; };
     const int control = bit(settings.imageProcessMode, 0) | bit(settings.imageShrinkTrigger, 1) |

@@ -32,32 +32,6 @@ ReportBuffer scratchBuffer(int reportSize, int copyLength);
 // A coordinate as the unit stores it: truncated toward zero, then to 16 bits. 0 for what is not a number.
 std::uint16_t truncatedTo16Bits(double value);
 
-// Input reports: the pen
-
-// byte  0      1       2        3       4
-//       -   X low   X high   Y low   Y high
-// A zero X low byte means that no light spot is seen, whatever the other bytes say: the unit's convention.
-struct PenReport {
-    bool lightSpot = false;
-    std::uint16_t x = 0;
-    std::uint16_t y = 0;
-};
-
-inline constexpr CameraPoint kPenUpPoint{-1, -1};
-// A spot that the camera sees beside its range: a point that is off every screen, not an error.
-inline constexpr CameraPoint kFarAwayPoint{4294967295.0, 4294967295.0};
-inline constexpr int kCameraMaximumX = 2560;
-inline constexpr int kCameraMaximumY = 1920;
-
-// Reads a pen report; it must have at least 5 bytes.
-PenReport readPenReport(std::span<const std::uint8_t> report);
-// The point with both coordinates taken as signed: pen up, far away above the range, else as they are (also
-// below 0).
-CameraPoint pointInCameraRange(const PenReport& report);
-// Makes a report say "pen up": byte 0 is 1 and the rest, up to `length` bytes but at least up to the end of
-// the position, 0.
-void writePenUpReport(ReportBuffer& report, std::size_t length);
-
 // Output reports: settings
 
 // What a settings command says; threshold is cut to 16 bits, exposure to 8.
