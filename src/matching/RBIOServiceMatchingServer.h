@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "matching/Invocation.h"
 #include "matching/RBIOServiceMatchingRecord.h"
 #include "platform/IORegistry.h"
 
@@ -34,13 +33,11 @@ public:
     // The registry's master port, asked for at the first call. Without one the process ends.
     mach_port_t masterPort();
     // The port of all notifications of this server, made at the first call and then attached to the main
-    // loop, in the modal mode too. Null when the registry has none to give.
+    // loop, in the modal mode too. Null when the registry cannot make one.
     std::shared_ptr<IONotificationPort> notificationPort();
 
     // Whether at least one USB device with these identifiers is there now.
     bool matchUSBDeviceWithVenderID(std::int32_t venderID, std::int32_t productID);
-    // An iterator over the USB devices with these identifiers, which the caller releases; 0 on failure.
-    io_iterator_t createUSBDevicesWithVenderID(std::int32_t venderID, std::int32_t productID);
 
     // Calls the observer's operation whenever services that match arrive; those already there do not count.
     // The operation gets the iterator over them and must take and release every object of it, or it is not
@@ -71,8 +68,13 @@ public:
     // The digit behind "IOUSBInterface@" in the service's path, after half a second; -1 for an empty path.
     // Interface numbers above 9 are not known here. A path without that mark ends the process.
     std::int32_t interfaceNumberOfHIDIOService(io_object_t service);
-    // The same of a USB device (idProduct, idVendor, "USB Vendor Name", bInterfaceNumber), at once; 0 or no
-    // text when absent.
+
+    // --- Kept by name: nothing in this system calls these.
+
+    // An iterator over the USB devices with these identifiers; empty on failure.
+    IOObject createUSBDevicesWithVenderID(std::int32_t venderID, std::int32_t productID);
+    // The properties of a USB device (idProduct, idVendor, "USB Vendor Name", bInterfaceNumber), at once; 0
+    // or no text when absent.
     std::int32_t pidOfUSBIOService(io_object_t service);
     std::int32_t vidOfUSBIOService(io_object_t service);
     std::optional<std::string> vendorNameOfUSBIOService(io_object_t service);
@@ -84,8 +86,8 @@ private:
 
     void addServiceDidAddInvocation(const InvocationRef& invocation, const MatchingDictionary& macthing);
     void addServiceDidRemoveInvocation(const InvocationRef& invocation, const MatchingDictionary& macthing);
-    io_iterator_t arm(std::string_view notificationType, const InvocationRef& invocation,
-                      const MatchingDictionary& matching);
+    IOObject arm(std::string_view notificationType, const InvocationRef& invocation,
+                 const MatchingDictionary& matching);
     void retire(Registry& registry, const std::string& key);
 
     mach_port_t m_MasterPort = 0;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -106,5 +107,35 @@ public:
     virtual IOReturn IOCreatePlugInInterfaceForService(io_service_t service,
                                                        std::shared_ptr<IOCFPlugInInterface>& plugIn) = 0;
 };
+
+// Owns one reference to an object of the registry, or none, and lets go of it at its end. Main thread; the
+// registry must outlive it.
+class IOObject {
+public:
+    IOObject() = default;
+    // Takes over the reference that came with this handle; 0 is no object.
+    IOObject(IORegistry& registry, io_object_t handle) : registry_(&registry), handle_(handle) {}
+    // A reference of its own to an object that somebody else holds.
+    static IOObject retained(IORegistry& registry, io_object_t handle);
+    IOObject(IOObject&& other) noexcept
+        : registry_(other.registry_), handle_(std::exchange(other.handle_, 0)) {}
+    IOObject& operator=(IOObject&& other) noexcept;
+    ~IOObject();
+
+    // 0 for none. It stays owned by this.
+    io_object_t get() const { return handle_; }
+    explicit operator bool() const { return handle_ != 0; }
+    // The next object of this iterator; none at its end, which arms a notification's iterator.
+    IOObject next() const;
+
+private:
+    IORegistry* registry_ = nullptr;
+    io_object_t handle_ = 0;
+};
+
+// An iterator over the services that match now; none on failure.
+IOObject matchingServices(IORegistry& registry, mach_port_t port, const MatchingDictionary& matching);
+// Takes every object of the iterator and lets go of it, which arms a notification's iterator.
+void drain(IORegistry& registry, io_iterator_t iterator);
 
 } // namespace lightpen

@@ -100,10 +100,10 @@ TEST_F(RBIOServiceMatchingServerTest, DeviceListHoldsTheMatchingDevicesOnly) {
     const io_service_t first = plugIn();
     plugIn(kOtherProduct);
     const io_service_t third = plugIn();
-    const io_iterator_t iterator = server.createUSBDevicesWithVenderID(kVendor, kProduct);
-    EXPECT_EQ(desk.registry.IOIteratorNext(iterator), first);
-    EXPECT_EQ(desk.registry.IOIteratorNext(iterator), third);
-    EXPECT_EQ(desk.registry.IOIteratorNext(iterator), 0u);
+    const IOObject iterator = server.createUSBDevicesWithVenderID(kVendor, kProduct);
+    EXPECT_EQ(iterator.next().get(), first);
+    EXPECT_EQ(iterator.next().get(), third);
+    EXPECT_EQ(iterator.next().get(), 0u);
 }
 
 TEST_F(RBIOServiceMatchingServerTest, AddObserverHearsOfLaterArrivalsOnly) {
@@ -275,7 +275,7 @@ TEST_F(RBIOServiceMatchingServerScriptedTest, DeviceListThatFailsIsZeroAndLeaves
     RBIOServiceMatchingServer server;
     ASSERT_NE(server.masterPort(), 0u);
     registry.failing = true;
-    EXPECT_EQ(server.createUSBDevicesWithVenderID(kVendor, kProduct), 0u);
+    EXPECT_EQ(server.createUSBDevicesWithVenderID(kVendor, kProduct).get(), 0u);
     EXPECT_EQ(registry.liveObjects(), 0u);
 }
 
