@@ -18,9 +18,10 @@ constexpr int kLastLatinKey = 0xFF;
 
 } // namespace
 
-// A utility window has no entry in the task bar. It is transparent where the desktop can do that, and where
-// it cannot, all of its shape lies outside of it; that is also why it takes no clicks. It is shown without
-// activating the program; the keyboard is asked for separately.
+// The window must take keys without being seen. As a tool window it has no entry in the task bar. Its
+// background is transparent. Where the desktop cannot draw that, the mask hides it: the mask lies outside of
+// the window, so that nothing is drawn and no click is taken. Showing it does not activate the program; the
+// keyboard is asked for separately.
 ChTwoPoint::ChTwoPoint(const WindowRect& contentRect)
     : QWidget(nullptr,
               Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint) {
@@ -60,7 +61,7 @@ void ChTwoPoint::makeKeyAndOrderFront() {
     setFocus(Qt::OtherFocusReason);
 }
 
-// A keyboard of Russian, Thai or Greek letters has no Z: there the key counts that stands in its place.
+// A keyboard of Russian, Thai or Greek letters has no Z. There the key counts that stands in the same place.
 void ChTwoPoint::keyPressEvent(QKeyEvent* event) {
     event->accept();
     const std::uint16_t code = virtualKeyCode(event->key());

@@ -5,7 +5,7 @@
 
 #include <QWidget>
 
-#include "device/FloatPanelSupport.h"
+#include "device/FloatPanel.h"
 #include "device/PairingKeyWindow.h"
 
 namespace lightpen {

@@ -1,15 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "device/FloatPanel.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPalette>
+#include <QScreen>
+
+#include "platform/Platform.h"
 
 namespace lightpen {
 
 namespace {
+
+// The main screen may be another one than Qt's primary screen: the user can choose.
+QScreen* mainScreen() {
+    const auto screens = Platform::current().desktop.screens();
+    if (!screens.empty())
+        for (QScreen* screen : QGuiApplication::screens())
+            if (screen->name().toStdString() == screens.front().name)
+                return screen;
+    return QGuiApplication::primaryScreen();
+}
 
 // Often enough that nothing stays on top of the panel for long, and rarely enough that two programs which
 // both want to be on top do not spend the machine on it.
@@ -17,7 +30,24 @@ constexpr int kStayOnTopMilliseconds = 100;
 
 } // namespace
 
-// A window manager would put it below a full-screen window that has the focus, so none is asked.
+bool canShowWindows() {
+    return dynamic_cast<QApplication*>(QCoreApplication::instance()) != nullptr;
+}
+
+// y is turned over here: windows count it from the screen's upper edge.
+void placeOnMainScreen(QWidget& window, const WindowRect& rect) {
+    QScreen* screen = mainScreen();
+    const auto frame = Platform::current().desktop.mainScreenFrame();
+    const double height = frame ? frame->size.height : 0;
+    const QPoint corner = screen ? screen->geometry().topLeft() : QPoint();
+    if (screen)
+        window.setScreen(screen);
+    window.setGeometry(corner.x() + qRound(rect.origin.x),
+                       corner.y() + qRound(height - rect.origin.y - rect.size.height),
+                       qRound(rect.size.width), qRound(rect.size.height));
+}
+
+// The panel bypasses the window manager, which would put it below a full-screen window that has the focus.
 FloatPanel::FloatPanel(const WindowRect& contentRect)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                            Qt::NoDropShadowWindowHint | Qt::BypassWindowManagerHint),
@@ -59,8 +89,7 @@ void FloatPanel::makeKeyAndOrderFront() {
         stayOnTop_.start();
 }
 
-// Qt keeps what it asks of the X server until it has more to say; whoever asks where the pointer is makes it
-// say so.
+// Qt holds its requests to the X server back for a while. Asking where the pointer is sends them now.
 void FloatPanel::raiseNow() {
     raise();
     QCursor::pos(screen());

@@ -7,11 +7,20 @@
 #include <QTimer>
 #include <QWidget>
 
-#include "device/FloatPanelSupport.h"
 #include "device/PanelView.h"
 #include "platform/Geometry.h"
 
 namespace lightpen {
+
+// How far up a window belongs. The desktop knows no more than "above the others"; the numbers keep the order
+// among themselves.
+enum class WindowLevel : std::int32_t { statusBar = 25, shielding = 2147483628, cursor = 2147483630 };
+
+// Whether this process can show windows at all.
+bool canShowWindows();
+
+// Places the window on the main screen; the rectangle counts from that screen's bottom-left corner.
+void placeOnMainScreen(QWidget& window, const WindowRect& rect);
 
 // The check view's panel: black, above every other window, managed or not, and over its own rectangle only.
 // Keys that reach it are swallowed. Main thread.

@@ -10,7 +10,7 @@ namespace lightpen {
 class PairingKeyWindow {
 public:
     virtual ~PairingKeyWindow() = default;
-    // Whether clicks are to pass it by; nobody sees it, so a window may let all of them pass.
+    // Whether clicks pass through it. The window is invisible, so it may let all of them pass.
     virtual void setIgnoresMouseEvents(bool ignores) = 0;
     // Shows it in front and asks for the keyboard. A desktop that refuses the keyboard is left alone.
     virtual void makeKeyAndOrderFront() = 0;

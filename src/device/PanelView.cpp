@@ -4,10 +4,12 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPixmap>
+#include <QString>
 
-#include "device/PanelViewMarker.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
+#include "platform/Platform.h"
 
 namespace lightpen {
 
@@ -17,13 +19,46 @@ namespace {
 constexpr double kShownWidth = 1410;
 constexpr double kShownHeight = 860;
 constexpr double kMarkerSide = 10;
-constexpr float kInkBrightness = 0.0696F;
 
 QSize imageSize(const Size& size) {
     return QSize(qRound(size.width), qRound(size.height)).expandedTo({0, 0});
 }
 
+// In a square of side 1.
+constexpr double kLine = 0.2;
+constexpr double kDot = 0.14;
+constexpr int kDegree = 16; // the painter counts angles in sixteenths
+constexpr QRgb kDotColor = 0xFFFF5252U;
+
+void drawArcAroundDot(QPainter& painter, const QRectF& place) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(place.topLeft());
+    painter.scale(place.width(), place.height());
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Qt::white, kLine, Qt::SolidLine, Qt::FlatCap));
+    const double inset = kLine / 2;
+    painter.drawArc(QRectF(0, 0, 1, 1).adjusted(inset, inset, -inset, -inset), -90 * kDegree, 270 * kDegree);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(kDotColor));
+    painter.drawEllipse(QPointF(0.5, 0.5), kDot, kDot);
+    painter.restore();
+}
+
 } // namespace
+
+QIcon markerPicture() {
+    const auto file = Platform::current().shell.bundle.pathForResource("wArc", "svg");
+    return file ? QIcon(QString::fromStdString(*file)) : QIcon();
+}
+
+void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture) {
+    const QPixmap pixels = picture.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
+    if (pixels.isNull())
+        drawArcAroundDot(painter, place);
+    else
+        painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
+}
 
 WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, CameraPoint lastCorner) {
     if (lastCorner.x > firstCorner.x && lastCorner.y > firstCorner.y)
@@ -53,10 +88,7 @@ void PanelView::mouseDown() {
 }
 
 void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
-    // A painter's first colour is black. The grey that follows is set and never drawn with.
-    painter.setBrush(Qt::black);
-    painter.fillRect(dirty, painter.brush());
-    painter.setBrush(QColor::fromHsvF(0, 0, kInkBrightness, 1));
+    painter.fillRect(dirty, Qt::black);
 
     const CameraPoint first = sharedState.firstRecordPoints.load().first;
     const CameraPoint last = sharedState.secondRecordPoints.load().second;
@@ -66,11 +98,7 @@ void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
             first.y, last.x, last.y);
 
     const QRectF place(point.x, panel.height - point.y - kMarkerSide, kMarkerSide, kMarkerSide);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     drawMarker(painter, place, marker_);
-    // Nothing laid on what is there leaves what is there: one sees the marker as it was drawn.
-    painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
-    painter.fillRect(place, QColor(255, 255, 255, 0));
 }
 
 void PanelView::paintEvent(QPaintEvent* event) {

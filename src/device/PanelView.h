@@ -50,4 +50,10 @@ private:
 // is mounted one way up or the other, which the corners tell.
 WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, CameraPoint lastCorner);
 
+// The picture "wArc" of the application's folder; a null icon when there is no such file.
+QIcon markerPicture();
+// Draws the check view's marker into this place, as sharp as the screen: the picture or, where that is null,
+// a white arc, open at the lower left, around a red dot.
+void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture);
+
 } // namespace lightpen

@@ -5,7 +5,6 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include "device/PanelViewMarker.h"
 #include "kit/TemporaryDirectory.h"
 #include "kit/device/DriverFixture.h"
 #include "kit/device/OffscreenApplication.h"
