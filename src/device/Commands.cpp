@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Commands to the unit: building and sending them, and the start of HID mode.
+// The camera settings, and commands to the unit: building and sending them.
 #include "device/EventGeneratorNX7.h"
 
 #include <algorithm>
@@ -16,21 +16,56 @@ constexpr std::uint32_t kCommandTimeoutMs = 100;
 
 } // namespace
 
-CameraSettings EventGeneratorNX7::currentSettings() const {
-    return {.imageProcessMode = imageProcessMode(),
-            .imageShrinkTrigger = imageShrinkTrigger(),
-            .IRFilterGrounded = IRFilterGrounded(),
-            .maskCalibration = maskCalibration(),
-            .mask = mask(),
-            .brightness = brightness(),
-            .unitJustAdded = _deviceMode == 0,
-            .threshold = threshold(),
-            .forcedExposure = forcedExposure()};
+// Settings: nothing here is sent
+
+void EventGeneratorNX7::setForcedExposure(std::int32_t value) {
+    if (_forcedExposure == value)
+        return;
+    _forcedExposure = value;
+    logLine("Event n:1291 set forcedExposure: %d", value);
 }
 
+void EventGeneratorNX7::setThreshold(std::int32_t value) {
+    if (_threshold == value)
+        return;
+    _threshold = value;
+    logLine("Event n:758 set threshold: %d", value);
+}
+
+void EventGeneratorNX7::setToDefault() {
+    _deviceMode = 1;
+    setImageProcessMode(false);
+    setImageShrinkTrigger(false);
+    setIRFilterGrounded(true);
+    setMaskCalibration(false);
+    setMask(false);
+    setBrightness(true);
+    setVGAout(true);
+    setAE(false);
+}
+
+void EventGeneratorNX7::setOutputReportBuffer(ReportBufferRef buffer) {
+    const std::lock_guard hold(_outputBytes);
+    _outputReportBuffer = std::move(buffer);
+}
+
+void EventGeneratorNX7::setInputReportBuffer(ReportBufferRef buffer) {
+    _inputReportBuffer = std::move(buffer);
+}
+
+// Commands
+
 ReportBuffer EventGeneratorNX7::commandFromCurrentSetting() const {
-    ReportBuffer command = scratchBuffer(sharedState.reportSize, sharedState.reportCopyLength);
-    writeSettingsCommand(command, currentSettings());
+    ReportBuffer command = sharedState.emptyCommand();
+    writeSettingsCommand(command, {.imageProcessMode = imageProcessMode(),
+                                   .imageShrinkTrigger = imageShrinkTrigger(),
+                                   .IRFilterGrounded = IRFilterGrounded(),
+                                   .maskCalibration = maskCalibration(),
+                                   .mask = mask(),
+                                   .brightness = brightness(),
+                                   .unitJustAdded = _deviceMode == 0,
+                                   .threshold = threshold(),
+                                   .forcedExposure = forcedExposure()});
     return command;
 }
 
@@ -52,7 +87,7 @@ void EventGeneratorNX7::putIntoOutputBuffer(const ReportBuffer& command) {
     std::copy_n(command.begin(), std::min(length, command.size()), output.begin());
 }
 
-// The front of the output buffer that setReport sends; none when the buffer is missing or empty.
+// The front of the output buffer that setReport sends; no value when the buffer is missing or empty.
 std::optional<ReportBuffer> EventGeneratorNX7::outputReport() {
     const std::lock_guard hold(_outputBytes);
     if (!_outputReportBuffer || _outputReportBuffer->empty())
@@ -112,38 +147,6 @@ void EventGeneratorNX7::updateTwoValueToDevice() {
     sendSettings("Event n:1965 update values faied");
     // Each settings update writes the calibration once more, by design.
     writeCalibrationToFlash(_calibrationPoints);
-}
-
-void EventGeneratorNX7::startHIDMode() {
-    _stopThread = false;
-    // A second unit arrives beside the open one.
-    if (_hidDevice)
-        Platform::current().registry.IOObjectRelease(_hidDevice);
-    _hidDevice = getOruHWService();
-    if (_hidDevice == 0) {
-        logLine("Event n:2074 hiddevice null.");
-        _isStaring = false;
-        return;
-    }
-    _inputReportElements = fetchInputReportElements(_hidDevice);
-    const auto elements = _inputReportElements.load();
-    logLine("Event n:1982 _inputReportElements:%s",
-            elements ? describe(Property(*elements)).c_str() : "(null)");
-    createHIDDeviceInterface();
-    if (!_pphidDeviceInterface.load()) {
-        logLine("Event n:2071 hid interface null.");
-        return;
-    }
-    if (const IOReturn result = openHIDInterface(); result != kIOReturnSuccess) {
-        logLine("Event n:2068 open device failed. %d", result);
-        return;
-    }
-    _calibrationPoints = _calibrationPointsFromFlash();
-    logLine("Event n:2033 _calibrationPointsFromFlash: %s", describe(_calibrationPoints).c_str());
-    // The image queue is there already when a second unit arrives beside an open one: no thread starts for
-    // it, so nobody else would end the wait for the thread.
-    if (setUpHIDQueueAndCallback() == -1)
-        _isStaring = false;
 }
 
 } // namespace lightpen

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The driver object, and the unit's coming and going.
+// The driver object, the unit's coming and going, and who hears of it.
 #include "device/EventGeneratorNX7.h"
 
-#include "device/PairingKeyWindow.h"
 #include "device/SharedState.h"
 #include "matching/RBIOServiceMatchingServer.h"
 #include "platform/Log.h"
@@ -19,26 +18,19 @@ using DeviceOperation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
 
 constexpr Microseconds kLoopSlice = milliseconds(100);
 constexpr Microseconds kDropPause = milliseconds(100);
-constexpr Microseconds kKeyWindowPause = milliseconds(10);
 
-// The USB device of a unit that is there, with a reference for the caller; 0 when there is none. A unit that
-// is pulled and plugged in again is another device.
-io_service_t presentUnit() {
+// The USB device of a unit that is there; empty when there is no unit. A unit that is pulled and plugged in
+// again is another device.
+IOObject presentUnit() {
     IORegistry& registry = Platform::current().registry;
     const mach_port_t port = RBIOServiceMatchingServer::defaultServer().masterPort();
-    for (const std::int32_t product : {kUnitFirstProductID, kUnitSecondProductID})
-        if (const io_service_t unit = registry.IOServiceGetMatchingService(
-                port, RBIOServiceMatchingServer::matchingDictionaryForUSBDeviceWithVenderID(kUnitVendorID,
-                                                                                            product)))
+    for (const std::int32_t product : {kUnitFirstProductID, kUnitSecondProductID}) {
+        const auto matching =
+            RBIOServiceMatchingServer::matchingDictionaryForUSBDeviceWithVenderID(kUnitVendorID, product);
+        if (IOObject unit{registry, registry.IOServiceGetMatchingService(port, matching)})
             return unit;
-    return 0;
-}
-
-bool stillPresent(io_service_t unit) {
-    const io_service_t present = presentUnit();
-    if (present)
-        Platform::current().registry.IOObjectRelease(present);
-    return present == unit;
+    }
+    return {};
 }
 
 } // namespace
@@ -48,6 +40,7 @@ bool stillPresent(io_service_t unit) {
 EventGeneratorNX7::EventGeneratorNX7()
     : _inputReportBuffer(std::make_shared<ReportBuffer>()),
       _outputReportBuffer(std::make_shared<ReportBuffer>()) {
+    sharedState = {};
     const auto capacity = static_cast<std::size_t>(sharedState.reportCopyLength.load());
     _inputReportBuffer->reserve(capacity);
     _outputReportBuffer->reserve(capacity);
@@ -91,7 +84,7 @@ bool EventGeneratorNX7::isDevicePlugIn() const {
 }
 
 void EventGeneratorNX7::startDevice() {
-    if (const io_service_t unit = presentUnit()) {
+    if (const IOObject unit = presentUnit()) {
         logLine("Event n:2125 Device plugged in on start up, read calibration data from FLASH memory.");
         _isStaring = true;
         _hasNoise = false;
@@ -103,36 +96,16 @@ void EventGeneratorNX7::startDevice() {
         // The point thread clears the flag when it starts. A unit that cannot be opened is waited for, but
         // not one that has left meanwhile, even if it is back: both are reported after this wait.
         RunLoop& loop = Platform::current().runLoop;
-        while (_isStaring && !loop.terminating() && stillPresent(unit))
+        while (_isStaring && !loop.terminating() && presentUnit().get() == unit.get())
             loop.runFor(kLoopSlice);
-        if (!stillPresent(unit))
+        if (presentUnit().get() != unit.get())
             _isStaring = false;
-        Platform::current().registry.IOObjectRelease(unit);
     }
     if (sharedState.wireless == 0)
         makePairingKeyWindow();
 }
 
-void EventGeneratorNX7::reportStrayLight() {
-    sharedState.strayLightFrameCount = 1;
-    Nx9windowChTwoPoint();
-    if (sharedState.noiseNotifyArmed <= 0)
-        return;
-    const auto delegate = deviceDelegate();
-    if (!delegate)
-        return;
-    delegate->noiseDetectedCallback(*this);
-    if (delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
-        delegate->deviceDidRemoveCallback(*this);
-}
-
 // Arrival and removal
-
-void EventGeneratorNX7::drainIterator(io_iterator_t iterator) {
-    IORegistry& registry = Platform::current().registry;
-    while (const io_object_t object = registry.IOIteratorNext(iterator))
-        registry.IOObjectRelease(object);
-}
 
 // The delegate is asked for before the unit counts as open: the getter then holds the pointer output back,
 // and the reports of the first passes are thrown away.
@@ -153,15 +126,14 @@ void EventGeneratorNX7::announceArrival(const DeviceDelegateRef& delegate) {
 
 void EventGeneratorNX7::deviceDidAdd(io_iterator_t iterator) {
     logLine("Event n:647 device did add");
-    drainIterator(iterator);
+    drain(Platform::current().registry, iterator);
     _threshold = 512;
     _deviceMode = 0;
     sharedState.noiseNotifyArmed = 1;
     // A start without a unit left these as if one were open and armed; its first touch would reach the
     // pointer before the calibration does.
     sharedState.unitOpen = 0;
-    sharedState.mouseArmed = 0;
-    sharedState.disarmedPollCount = 0;
+    sharedState.waitAnew();
     startDevice();
     announceArrival(openedForDelegate());
 }
@@ -181,7 +153,7 @@ void EventGeneratorNX7::dropQueues() {
 }
 
 void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
-    drainIterator(iterator);
+    drain(Platform::current().registry, iterator);
     logLine("Event n:666 device did removed");
     _stopThread = true;
     sharedState.unitOpen = 0;
@@ -200,10 +172,7 @@ void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
     if (delegate && delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
         delegate->deviceDidRemoveCallback(*this);
     Platform::current().clock.sleep(kDropPause);
-    sharedState.mouseArmed = 0;
-    sharedState.disarmedPollCount = 0;
-    sharedState.unitOpen = 0;
-    sharedState.deviceDelegateQueried = 0;
+    sharedState.close();
     logLine("Event n:594 device did removed");
 }
 
@@ -219,10 +188,7 @@ void EventGeneratorNX7::restartUnit() {
     releaseHIDInterface();
     dropQueues();
     _stopThread = true;
-    sharedState.mouseArmed = 0;
-    sharedState.disarmedPollCount = 0;
-    sharedState.unitOpen = 0;
-    sharedState.deviceDelegateQueried = 0;
+    sharedState.close();
     setThreshold(512);
     _deviceMode = 0;
     startDevice();
@@ -231,23 +197,49 @@ void EventGeneratorNX7::restartUnit() {
         announceArrival(delegate);
 }
 
-// The pairing key window
+// Delegates
 
-void EventGeneratorNX7::makePairingKeyWindow() {
-    Clock& clock = Platform::current().clock;
-    clock.sleep(kKeyWindowPause);
-    auto keyWindow = newPairingKeyWindow();
-    clock.sleep(kKeyWindowPause);
-    _keyWindowIgnoresMouse = 0;
-    // By design the last one is not closed: it stays where it is, and its keys count as well.
-    if (const auto former = sharedState.pairingKeyWindow.load())
-        _formerKeyWindows.push_back(former);
-    if (keyWindow) {
-        keyWindow->setIgnoresMouseEvents(false);
-        keyWindow->makeKeyAndOrderFront();
+void EventGeneratorNX7::setDelegate(std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate) {
+    const std::lock_guard hold(_lock);
+    _delegate = std::move(delegate);
+}
+
+void EventGeneratorNX7::setCalibrationCenter(std::shared_ptr<KVRCalibrationProtocol> calibrationCenter) {
+    const std::lock_guard hold(_lock);
+    _calibrationCenter = std::move(calibrationCenter);
+}
+
+std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> EventGeneratorNX7::deviceDelegate() {
+    sharedState.delegateIsAskedFor();
+    return _deviceDelegate;
+}
+
+void EventGeneratorNX7::setDeviceDelegate(
+    std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> newDelegate) {
+    _deviceDelegate = std::move(newDelegate);
+    // Through the getter: with a unit that was there from the start this is the first question, which starts
+    // the polling.
+    const auto delegate = deviceDelegate();
+    const bool hearsOfNoise = delegate && delegate->respondsTo(DeviceOperation::noiseDetectedCallback);
+    logLine("Event n:721 _hasNoise:%d, has implement:%d", _hasNoise.load(), hearsOfNoise);
+    if (_hasNoise && hearsOfNoise) {
+        logLine("Event n:724 Noise Detected.");
+        delegate->noiseDetectedCallback(*this);
+        _hasNoise = false;
     }
-    sharedState.pairingKeyWindow = std::move(keyWindow);
-    clock.sleep(kKeyWindowPause);
+    if (delegate && sharedState.strayLightLevel > 0) {
+        delegate->noiseDetectedCallback(*this);
+        if (delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
+            delegate->deviceDidRemoveCallback(*this);
+    }
+}
+
+bool EventGeneratorNX7::isUnitOpen() {
+    return sharedState.unitOpen == 1;
+}
+
+bool EventGeneratorNX7::hearsPen() {
+    return sharedState.arming() == Arming::armed;
 }
 
 } // namespace lightpen

@@ -18,12 +18,14 @@
 #include "platform/IORegistry.h"
 #include "platform/PointerEvents.h"
 #include "platform/Shared.h"
+#include "platform/Time.h"
 
 namespace lightpen {
 
 class PairingKeyWindow;
 class PreviewImageView;
 class PreviewWindow;
+struct ReplyQueue;
 
 using ReportBufferRef = std::shared_ptr<ReportBuffer>;
 using InputReportElements = std::vector<PropertyDictionary>;
@@ -53,13 +55,6 @@ public:
     static EventGeneratorNX7* sharedEventGeneratorNX7();
     // Watches for the unit and opens it if it is there. Returns the instance.
     EventGeneratorNX7* init();
-    // The one instance is neither copied nor counted: these return it, do nothing, or answer the count that
-    // stands for ever. Any thread.
-    EventGeneratorNX7* copyWithZone() { return this; }
-    EventGeneratorNX7* retain() { return this; }
-    EventGeneratorNX7* autorelease() { return this; }
-    void release() {}
-    static constexpr std::uint32_t retainCount() { return 4294967295U; }
 
     // --- The unit's coming and going (Connection.cpp)
 
@@ -78,10 +73,12 @@ public:
     void deviceDidAdd(io_iterator_t iterator);
     void deviceDidRemove(io_iterator_t iterator);
 
-    // --- The HID interface (HIDInterface.cpp)
+    // --- Opening: the HID interface and its queues (HIDInterface.cpp)
 
-    // The service of the unit's pen interface, with a reference for the caller; 0 when there is none.
-    io_service_t getOruHWService();
+    // Finds and opens the unit, reads its flash and starts its queues.
+    void startHIDMode();
+    // The service of the unit's pen interface; empty when there is no unit.
+    IOObject getOruHWService();
     // All HID services of the unit's vendor; product and interface are looked at by getOruHWService.
     static MatchingDictionary OruServiceMatchingDictionary();
     // Makes the device interface of _hidDevice; failures are logged and leave it null.
@@ -91,16 +88,20 @@ public:
     void releaseHIDInterface();
     // Opens it and prints the result; kIOReturnNoDevice without an interface.
     IOReturn openHIDInterface();
-    // Closes it; success without effect when there is no interface or no unit.
-    IOReturn closeHIDInterface();
     // The service's input report elements; null when it lists none.
     InputReportElementsRef fetchInputReportElements(io_service_t service);
     // The cookie of the last element of this report ID; 0 when there is none. Any thread.
     IOHIDElementCookie inputReportElementCookieFromReportID(long reportID) const;
-    // Prints the service's path and properties, for diagnosis.
-    static void showHIDProperties(io_service_t service);
+    // Sets up the image queue and starts the point thread. Returns 0, -1 when the queue exists already
+    // (nothing is started then), or the code of the step that failed.
+    IOReturn setUpHIDQueueAndCallback();
+    // Waits a second and starts the point thread.
+    void setUpPointQueue();
+    // After the check view restarts the unit; then lets the points queue and the pairing queues that there
+    // are take reports again, in any case.
+    void startPointQueue();
 
-    // --- Delegates (Delegates.cpp). Setters retain, getters may be called on any thread.
+    // --- Delegates (Connection.cpp). Setters retain, getters may be called on any thread.
 
     // The calibration that takes raw points; null hands the pen back to the pointer.
     void setDelegate(std::shared_ptr<EventGeneratorNX7CallbackProtocol> delegate);
@@ -111,28 +112,14 @@ public:
     // holds it back.
     void setDeviceDelegate(std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> newDelegate);
     std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol> deviceDelegate();
-    // Kept and returned; the driver asks nothing of it.
-    void setApDelegate(std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate);
-    std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate() const { return _apDelegate; }
     // The mapper from camera to screen; without one there is no pointer output.
     void setCalibrationCenter(std::shared_ptr<KVRCalibrationProtocol> calibrationCenter);
     std::shared_ptr<KVRCalibrationProtocol> calibrationCenter() const { return _calibrationCenter; }
     // Ends a calibration: there is no delegate any more. Returns false.
-    bool exitCalib();
-
-    // --- Queues (Queues.cpp)
-
-    // Sets up the image queue and starts the point thread. Returns 0, -1 when the queue exists already
-    // (nothing is started then), or the code of the step that failed.
-    IOReturn setUpHIDQueueAndCallback();
-    // Waits a second and starts the point thread.
-    void setUpPointQueue();
-    // The points queue takes no more reports until startPointQueue; the point thread goes on. Nothing without
-    // a queue.
-    void stopPointQueue();
-    // After the check view restarts the unit; then lets the points queue and the pairing queues that there
-    // are take reports again, in any case.
-    void startPointQueue();
+    bool exitCalib() {
+        _delegate = nullptr;
+        return false;
+    }
 
     // --- Decoding (PenOutput.cpp)
 
@@ -165,55 +152,37 @@ public:
     void postRMouseDown(ScreenPoint point);
     void postRMouseUp(ScreenPoint point);
     void postRMouseClick(ScreenPoint point);
-    // Does nothing, by design.
-    void postLMouseClick(ScreenPoint point);
     // Schedules the long press at this point. Main thread.
     void postRightMouseClickWithStringFormat(const std::string& point);
     // The long press: releases the left button and clicks the right one. Main thread.
     void wrapper(const std::string& string);
 
-    // --- Settings and commands (Settings.cpp, Commands.cpp)
+    // --- Settings and commands (Commands.cpp)
 
     // What the next settings command says, by the bits of its control byte.
     bool imageProcessMode() const { return _imageProcessMode; }     // bit 0
     bool imageShrinkTrigger() const { return _imageShrinkTrigger; } // bit 1
-    bool AE() const { return _AE; }                                 // not sent
     bool IRFilterGrounded() const { return _IRFilterGrounded; }     // bit 2, inverted: filter in
     bool maskCalibration() const { return _maskCalibration; }       // bit 3
     bool mask() const { return _mask; }                             // bit 4
     bool brightness() const { return _brightness; }                 // bit 5
-    bool VGAout() const { return _VGAout; }                         // not sent
     std::int32_t forcedExposure() const { return _forcedExposure; } // 8 bits are sent
     std::int32_t threshold() const { return _threshold; }           // 16 bits are sent
     // None of these sends anything. A change of exposure or threshold is logged.
-    void setImageProcessMode(bool value);
-    void setImageShrinkTrigger(bool value);
-    void setAE(bool value);
-    void setIRFilterGrounded(bool value);
-    void setMaskCalibration(bool value);
-    void setMask(bool value);
-    void setBrightness(bool value);
-    void setVGAout(bool value);
+    void setImageProcessMode(bool value) { _imageProcessMode = value; }
+    void setImageShrinkTrigger(bool value) { _imageShrinkTrigger = value; }
+    void setIRFilterGrounded(bool value) { _IRFilterGrounded = value; }
+    void setMaskCalibration(bool value) { _maskCalibration = value; }
+    void setMask(bool value) { _mask = value; }
+    void setBrightness(bool value) { _brightness = value; }
     void setForcedExposure(std::int32_t value);
     void setThreshold(std::int32_t value);
-    // Filter in, brightness and VGA out on, every other switch off, and the unit is no longer "just added";
-    // exposure and threshold stay. Sends nothing.
-    void setToDefault();
-
-    // The buffer that the send routines transmit, and one that is kept and never read.
-    ReportBufferRef outputReportBuffer() const { return _outputReportBuffer; }
-    ReportBufferRef inputReportBuffer() const { return _inputReportBuffer; }
-    // Null: nothing can be sent. Safe beside a send on another thread.
-    void setOutputReportBuffer(ReportBufferRef buffer);
-    void setInputReportBuffer(ReportBufferRef buffer);
-
     // The settings command, in a scratch buffer of its own.
     ReportBuffer commandFromCurrentSetting() const;
-    // Logs a command's first seven bytes; it must have as many.
-    void printCommand(const std::uint8_t* command) const;
     // Sends the output buffer, with 100 ms to be taken. 0 also when there is nothing to send.
     IOReturn doCommandFromOutputBuffer();
-    // Without limit; 0 also without an interface, where the one above says kIOReturnNoDevice.
+    // The same without a time limit. 0 also without an interface, where doCommandFromOutputBuffer answers
+    // kIOReturnNoDevice.
     IOReturn doFlashCommandFromOutputBuffer();
     // Moves the infrared filter out of, or into, the camera's light; nothing without a unit, a failure is
     // logged.
@@ -221,31 +190,21 @@ public:
     void putIRFilter();
     // Sends threshold and exposure and writes the stored calibration once more.
     void updateTwoValueToDevice();
-    // Finds and opens the unit, reads its flash and starts its queues.
-    void startHIDMode();
 
-    // --- Flash (Flash.cpp, FlashRead.cpp)
+    // --- Flash (Flash.cpp)
 
-    // Sends the all-zero command and sleeps two seconds, also when that fails (logged).
-    void eraseFlashAddress();
     // Writes 4, 9, 25 or 80 points; true when every record was sent.
     bool writeCalibrationToFlash(const PointListRef& points);
-    // Reads the stored points, none from an empty flash, and the device information. Takes 0.4 s for an empty
-    // flash, 0.6 s for a full one. Null on a send failure and when the program ends.
+    // Reads the stored points and the device information. An empty flash yields an empty list, in 0.4 s; a
+    // full one takes 0.6 s. Null on a send failure and when the program ends.
     PointListRef _calibrationPointsFromFlash();
     // The points that the flash holds, as last read or written.
     PointListRef calibrationPointsFromFlash() const { return _calibrationPoints; }
-    // Waits, without limit, for the next reply and copies it. Returns its length; 0, and the
-    // buffer as it was, when the program ends, and at once without a reply queue.
-    int getSingleReportFromFlash(ReportBuffer& buffer);
     // Of the last flash read, one byte each: the sensor's version, the board's version, the wireless flag (-1
     // before the first read, the others 0). Any thread.
     int cmosVerFromFlash() const;
     int venerPointsFromFlash() const;
-    int wirelessPointsFromFlash() const;
-    // Both do nothing, by design.
-    void getAddressIndex(int addressIndex, int byteIndex, int value);
-    void stopUSBStorageMode();
+    static int wirelessPointsFromFlash();
 
     // --- Preview picture (Preview.cpp)
 
@@ -262,13 +221,20 @@ public:
     // Receives the reports of the image queue. Main thread.
     void imageReportReceived(IOReturn result, IOHIDQueueInterface& queue);
 
-    // --- Stray light (LightTest.cpp)
+    // --- Stray light: the test, and the view that shows where (StrayLight.cpp)
 
     // How often stray light was seen, 0 to 50. Takes 50 ms.
     int StrayLightDetecting();
     // The first byte of the next reply, which goes into the buffer; 0 (and the buffer as it was) when none
     // comes.
     std::uint8_t getLightDetecting(ReportBuffer& buffer);
+    // Makes the panel over the middle of the main screen, with nothing in it yet, and shows the view. Without
+    // windows only the view's flags are set.
+    void Nx9windowChTwoPoint();
+    // Shows the panel with its marker, the first time; after that it only draws the marker anew.
+    void Nx9View();
+    // Takes the check view away and ends the point thread. Returns 0.
+    int Nx9windowrelease();
 
     // --- Pairing (Pairing.cpp)
 
@@ -278,34 +244,73 @@ public:
     void Nx9commd(std::uint32_t IDCode);
     // Sends the pairing data file to the unit. Point thread. Repeats unanswered records in the same way.
     void Nx9inPairing();
+    // Asks for the keyboard for the pairing key window, where there is one and the unit's pens are tied by a
+    // table. Main thread.
+    static void askForPairingKeys();
 
-    // --- Check view (CheckView.cpp)
+    // --- Kept by name: nothing in this system calls these.
 
-    // Makes the panel over the middle of the main screen, with nothing in it yet, and shows the view. Without
-    // windows only the view's flags are set.
-    void Nx9windowChTwoPoint();
-    // Shows the panel with its marker, the first time; after that it only draws the marker anew.
-    void Nx9View();
-    // Takes the check view away and ends the point thread. Returns 0.
-    int Nx9windowrelease();
+    // The one instance is neither copied nor counted.
+    EventGeneratorNX7* copyWithZone() { return this; }
+    EventGeneratorNX7* retain() { return this; }
+    EventGeneratorNX7* autorelease() { return this; }
+    void release() {}
+    static constexpr std::uint32_t retainCount() { return 4294967295U; }
+    // Closes the interface; success without effect when there is no interface or no unit.
+    IOReturn closeHIDInterface();
+    // Prints the service's path and properties, for diagnosis.
+    static void showHIDProperties(io_service_t service);
+    // The points queue takes no more reports until startPointQueue; the point thread goes on. Nothing without
+    // a queue.
+    void stopPointQueue();
+    // Kept and returned; the driver asks nothing of it.
+    void setApDelegate(std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate) {
+        _apDelegate = std::move(apDelegate);
+    }
+    std::shared_ptr<EventGeneratorNX7ApplicationCallbackProtocol> apDelegate() const { return _apDelegate; }
+    // Settings that are not sent.
+    bool AE() const { return _AE; }
+    bool VGAout() const { return _VGAout; }
+    void setAE(bool value) { _AE = value; }
+    void setVGAout(bool value) { _VGAout = value; }
+    // Filter in, brightness and VGA out on, every other switch off, and the unit is no longer "just added";
+    // exposure and threshold stay. Sends nothing.
+    void setToDefault();
     // 25 from the start on; nothing sets it.
     std::int32_t nx9Exposure() const { return _nx9Exposure; }
+    // The buffer that the send routines transmit, and one that is never read. Without the first nothing can
+    // be sent. Safe beside a send on another thread.
+    ReportBufferRef outputReportBuffer() const { return _outputReportBuffer; }
+    ReportBufferRef inputReportBuffer() const { return _inputReportBuffer; }
+    void setOutputReportBuffer(ReportBufferRef buffer);
+    void setInputReportBuffer(ReportBufferRef buffer);
+    // Logs a command's first seven bytes; it must have as many.
+    void printCommand(const std::uint8_t* command) const;
+    // Sends the all-zero command and sleeps two seconds, also when that fails (logged).
+    void eraseFlashAddress();
+    // Waits, without limit, for the next reply and copies it. Returns its length; 0, and the buffer as it
+    // was, when the program ends, and at once without a reply queue.
+    int getSingleReportFromFlash(ReportBuffer& buffer);
+    // These do nothing, by design.
+    void postLMouseClick(ScreenPoint) {}
+    void getAddressIndex(int, int, int) {}
+    void stopUSBStorageMode() {}
 
     // --- Fields
 
-    // There by name; nothing in the driver sets or reads them.
-    std::shared_ptr<PreviewWindow> window;
-    std::shared_ptr<PreviewImageView> imageView;
+    // All are there by name and in this order; "unused" are those that nothing reads.
+    std::shared_ptr<PreviewWindow> window;       // unused
+    std::shared_ptr<PreviewImageView> imageView; // unused
     SharedFlag _imageProcessMode{false};
     bool _imageShrinkTrigger = false;
-    bool _AE = false;
+    bool _AE = false; // unused
     bool _IRFilterGrounded = false;
     bool _maskCalibration = false;
     bool _mask = false;
     bool _brightness = false;
-    bool _VGAout = false;
+    bool _VGAout = false; // unused
     std::int32_t _forcedExposure = 25;
-    std::int32_t _nx9Exposure = 25;
+    std::int32_t _nx9Exposure = 25;  // unused
     std::int32_t _lightPenState = 0; // PenState; point thread
     ScreenPoint _previousPoint; // where a button event was last posted, (0, 0) after pen up; point thread
     // Where the stroke began, (0, 0) when no long press is pending; both threads.
@@ -315,17 +320,17 @@ public:
     SharedReference<KVRCalibrationProtocol> _calibrationCenter;
     SharedReference<EventGeneratorNX7CallbackProtocol> _delegate;
     SharedReference<EventGeneratorNX7DeviceCallbackProtocol> _deviceDelegate;
-    SharedReference<EventGeneratorNX7ApplicationCallbackProtocol> _apDelegate;
+    SharedReference<EventGeneratorNX7ApplicationCallbackProtocol> _apDelegate; // unused
     std::int32_t _threshold = 512;
-    io_service_t _hidDevice = 0; // with a reference
+    IOObject _hidDevice;
     SharedReference<IOHIDDeviceInterface122> _pphidDeviceInterface;
     SharedReference<const InputReportElements> _inputReportElements;
-    ReportBufferRef _inputReportBuffer;
+    ReportBufferRef _inputReportBuffer; // unused
     ReportBufferRef _outputReportBuffer;
     SharedReference<IOHIDQueueInterface> _queue;
     SharedReference<IOHIDQueueInterface> _pointsQueue;
     RunLoopSourceRef _CFRunLoopSourceRef;
-    PointListRef _calibrationPointsArray; // not used
+    PointListRef _calibrationPointsArray; // unused
     SharedFlag _stopThread{false};
     IOHIDQueueRef _calibrationQueue;
     SharedFlag _isStaring{false};
@@ -342,27 +347,19 @@ private:
     // Whether the pairing table goes from the unit into its file, or back.
     enum class PairingDirection { saving, sending };
 
-    void reportStrayLight();
-    void makePairingKeyWindow();
     DeviceDelegateRef openedForDelegate();
     void announceArrival(const DeviceDelegateRef& delegate);
-    void drainIterator(io_iterator_t iterator);
     void dropQueues();
 
     IOReturn addReportElement(IOHIDQueueInterface& queue);
-    void attachSource(const RunLoopSourceRef& source);
     IOReturn setImageReceiver(IOHIDQueueInterface& queue);
     void restartUnit();
 
     IOReturn nextPointEvent(PointThreadState& thread);
-    void handleKeys();
-    bool pairingExitRequested() const;
     void performPairingExit();
     void poll(PointThreadState& thread);
     std::optional<AfterPass> arm(PointThreadState& thread);
     AfterPass processPoll(PointThreadState& thread);
-    AfterPass handlePollError(IOReturn result);
-    AfterPass showStrayLight(PointThreadState& thread);
     bool threadEnds(const PointThreadState& thread);
     void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);
     AfterPass drivePointer(CameraPoint point);
@@ -370,13 +367,7 @@ private:
     void perform(const PenResult& result);
     void perform(const PenAction& action, std::int32_t region);
     void performOnMain(const char* selector, std::string argument, StringOperation operation);
-    void keyWindowIgnoresMouse(bool ignores);
-    void askForCheckView(CameraPoint point);
-    static bool canPost(ScreenPoint point);
-    IOReturn postMouseEvent(std::uint32_t eventType, ScreenPoint point, std::int32_t click,
-                            std::uint8_t pressure);
 
-    CameraSettings currentSettings() const;
     void putIntoOutputBuffer(const ReportBuffer& command);
     void sendSettings(const char* failureMessage);
     std::optional<ReportBuffer> outputReport();
@@ -384,22 +375,26 @@ private:
     void openCalibrationQueue();
     void closeCalibrationQueue();
     IOReturn sendFlashCommand(std::uint8_t letter, std::uint8_t second);
-    IOReturn requestRecord(int index);
+    ReplyQueue flashReplies() const;
+    template <class Take>
+    bool readRecord(int index, int failureLine, Microseconds pause, Take take);
     bool readReportLength();
     bool readRecords(PointList& points);
-    void takeStoredRecord(int index, const ReportBuffer& reply, PointList& points);
-    bool acknowledgeOperatingMode();
+
+    void reportStrayLight();
+    void showStrayLight(PointThreadState& thread);
+    void askForCheckView(CameraPoint point);
 
     IOReturn sendImageMode(bool on);
     void waitForPicture(const IOHIDQueueRef& queue);
-    bool collectsPicture() const;
     void takeImageReport(const IOHIDEventStruct& event);
-    static void takeReportBehindPicture(IOHIDQueueInterface& queue);
 
     IOHIDQueueRef startedPairingQueue(PairingDirection direction);
     bool pairingEnds(IOReturn sent, const IOHIDDeviceInterfaceRef& device) const;
-    std::optional<bool> requestPairingRecord(std::uint32_t IDCode, int index, ReportBuffer& table);
-    bool sendPairingRecord(const ReportBuffer& command, IOHIDQueueInterface* queue);
+    bool readPairingRecord(std::uint32_t IDCode, int index, const IOHIDQueueRef& queue, ReportBuffer& table);
+    bool sendPairingRecord(const ReportBuffer& command, const IOHIDQueueRef& queue);
+    void makePairingKeyWindow();
+    void keyWindowIgnoresMouse(bool ignores);
 
     // The interface that feeds the running queues. The arrival of a second unit replaces the other one, and
     // its queues would dry up with it.

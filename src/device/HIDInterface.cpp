@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Finding the unit's HID service and making, opening and releasing its device interface.
+// Opening the unit: its HID service, the device interface, the flash read, and the queues that its reports
+// come through.
 #include "device/EventGeneratorNX7.h"
 
+#include "device/SharedState.h"
 #include "matching/RBIOServiceMatchingServer.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -10,6 +12,9 @@
 namespace lightpen {
 
 namespace {
+
+constexpr std::uint32_t kImageQueueDepth = 100; // a whole picture fits
+constexpr Microseconds kPointThreadDelay = std::chrono::seconds(1);
 
 bool isPenInterface(io_service_t service) {
     RBIOServiceMatchingServer& server = RBIOServiceMatchingServer::defaultServer();
@@ -21,7 +26,7 @@ bool isPenInterface(io_service_t service) {
            interface == kUnitPenInterfaceNumber;
 }
 
-// The number under the key; none when it is absent or of another type.
+// The number under the key; no value when it is absent or of another type.
 std::optional<std::int64_t> numberIn(const PropertyDictionary& dictionary, std::string_view key) {
     const auto found = dictionary.entries.find(key);
     if (found == dictionary.entries.end())
@@ -30,7 +35,48 @@ std::optional<std::int64_t> numberIn(const PropertyDictionary& dictionary, std::
     return number ? std::optional(*number) : std::nullopt;
 }
 
+void attachSource(const RunLoopSourceRef& source) {
+    RunLoop& loop = Platform::current().runLoop;
+    if (loop.containsSource(source, kCFRunLoopDefaultMode))
+        return;
+    loop.addSource(source, kCFRunLoopDefaultMode);
+    logLine("Event n:1895 ##attach source(%p) to runloop(%p) now", static_cast<const void*>(source.get()),
+            static_cast<const void*>(&loop));
+}
+
 } // namespace
+
+// Opening
+
+void EventGeneratorNX7::startHIDMode() {
+    _stopThread = false;
+    _hidDevice = {}; // a second unit may have arrived beside the open one
+    _hidDevice = getOruHWService();
+    if (!_hidDevice) {
+        logLine("Event n:2074 hiddevice null.");
+        _isStaring = false;
+        return;
+    }
+    _inputReportElements = fetchInputReportElements(_hidDevice.get());
+    const auto elements = _inputReportElements.load();
+    logLine("Event n:1982 _inputReportElements:%s",
+            elements ? describe(Property(*elements)).c_str() : "(null)");
+    createHIDDeviceInterface();
+    if (!_pphidDeviceInterface.load()) {
+        logLine("Event n:2071 hid interface null.");
+        return;
+    }
+    if (const IOReturn result = openHIDInterface(); result != kIOReturnSuccess) {
+        logLine("Event n:2068 open device failed. %d", result);
+        return;
+    }
+    _calibrationPoints = _calibrationPointsFromFlash();
+    logLine("Event n:2033 _calibrationPointsFromFlash: %s", describe(_calibrationPoints).c_str());
+    // The image queue is there already when a second unit arrives beside an open one. No thread starts for
+    // it, so the wait for the thread ends here.
+    if (setUpHIDQueueAndCallback() == -1)
+        _isStaring = false;
+}
 
 MatchingDictionary EventGeneratorNX7::OruServiceMatchingDictionary() {
     MatchingDictionary matching = IOServiceMatching("IOHIDDevice");
@@ -38,32 +84,25 @@ MatchingDictionary EventGeneratorNX7::OruServiceMatchingDictionary() {
     return matching;
 }
 
-io_service_t EventGeneratorNX7::getOruHWService() {
-    IORegistry& registry = Platform::current().registry;
+IOObject EventGeneratorNX7::getOruHWService() {
     const mach_port_t port = RBIOServiceMatchingServer::defaultServer().masterPort();
-    io_iterator_t iterator = 0;
-    if (registry.IOServiceGetMatchingServices(port, OruServiceMatchingDictionary(), iterator) !=
-        kIOReturnSuccess)
-        return 0;
-    io_service_t found = 0;
-    while (const io_service_t service = registry.IOIteratorNext(iterator)) {
-        if (isPenInterface(service)) {
-            logLine("Event n:2198 found defice: %d, interface number = %d", static_cast<int>(service),
-                    kUnitPenInterfaceNumber);
-            found = service;
-            break;
-        }
-        registry.IOObjectRelease(service);
+    const IOObject services =
+        matchingServices(Platform::current().registry, port, OruServiceMatchingDictionary());
+    while (IOObject service = services.next()) {
+        if (!isPenInterface(service.get()))
+            continue;
+        logLine("Event n:2198 found defice: %d, interface number = %d", static_cast<int>(service.get()),
+                kUnitPenInterfaceNumber);
+        return service;
     }
-    registry.IOObjectRelease(iterator);
-    return found;
+    return {};
 }
 
 void EventGeneratorNX7::createHIDDeviceInterface() {
     IORegistry& registry = Platform::current().registry;
-    printText("Event n:2254 Found device type %s\n", registry.IOObjectGetClass(_hidDevice).c_str());
+    printText("Event n:2254 Found device type %s\n", registry.IOObjectGetClass(_hidDevice.get()).c_str());
     std::shared_ptr<IOCFPlugInInterface> plugIn;
-    if (registry.IOCreatePlugInInterfaceForService(_hidDevice, plugIn) != kIOReturnSuccess || !plugIn)
+    if (registry.IOCreatePlugInInterfaceForService(_hidDevice.get(), plugIn) != kIOReturnSuccess || !plugIn)
         return;
     _pphidDeviceInterface = plugIn->queryInterface();
     if (_pphidDeviceInterface.load())
@@ -89,9 +128,7 @@ IOReturn EventGeneratorNX7::closeHIDInterface() {
 void EventGeneratorNX7::releaseHIDInterface() {
     _pphidDeviceInterface = nullptr;
     _queueInterface = nullptr;
-    if (_hidDevice)
-        Platform::current().registry.IOObjectRelease(_hidDevice);
-    _hidDevice = 0;
+    _hidDevice = {};
     // Whatever the pen still held down goes with its unit.
     Platform::current().pointer.releaseButtons();
 }
@@ -125,6 +162,83 @@ void EventGeneratorNX7::showHIDProperties(io_service_t service) {
         printText("Event n:2157 [ %s ]\n", path.c_str());
     printText("%s\n", describe(registry.IORegistryEntryCreateCFProperties(service)).c_str());
     printText("\n");
+}
+
+// Queues
+
+// Adds the element of report ID 0 unless the queue holds it.
+IOReturn EventGeneratorNX7::addReportElement(IOHIDQueueInterface& queue) {
+    const IOHIDElementCookie cookie = inputReportElementCookieFromReportID(0);
+    return queue.hasElement(cookie) ? kIOReturnSuccess : queue.addElement(cookie, 0);
+}
+
+IOReturn EventGeneratorNX7::setImageReceiver(IOHIDQueueInterface& queue) {
+    return queue.setEventCallout(
+        [this](IOReturn status, IOHIDQueueInterface& sender) { imageReportReceived(status, sender); });
+}
+
+IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
+    if (_queue.load()) {
+        logLine("Event n:1872 alloc queue failed");
+        return -1;
+    }
+    const auto device = _pphidDeviceInterface.load();
+    const IOHIDQueueRef queue = device ? device->allocQueue() : nullptr;
+    _queue = queue;
+    _queueInterface = device;
+    if (queue)
+        queue->create(0, kImageQueueDepth);
+    logLine("Event n:2010");
+    if (queue)
+        addReportElement(*queue);
+    else
+        inputReportElementCookieFromReportID(0);
+    _CFRunLoopSourceRef = nullptr;
+    const IOReturn sourceResult =
+        queue ? queue->createAsyncEventSource(_CFRunLoopSourceRef) : kIOReturnNoDevice;
+    if (sourceResult != kIOReturnSuccess) {
+        logLine("Event n:1886 Failed to createAsyncEventSource, error:%d\n", sourceResult);
+        setUpPointQueue();
+        return sourceResult;
+    }
+    if (!_CFRunLoopSourceRef) {
+        logLine("Event n:1910 event source null");
+        setUpPointQueue();
+        return kIOReturnSuccess;
+    }
+    attachSource(_CFRunLoopSourceRef);
+    if (const IOReturn failure = setImageReceiver(*queue); failure != kIOReturnSuccess)
+        logLine("Event n:1900 Failed to setEventCallout, error : %x", static_cast<unsigned>(failure));
+    const IOReturn result = queue->start();
+    if (result != kIOReturnSuccess)
+        logLine("Event n:1906 Failed to start queue, error : %x", static_cast<unsigned>(result));
+    setUpPointQueue();
+    return result;
+}
+
+void EventGeneratorNX7::setUpPointQueue() {
+    // A thread that outlived its removal must not run beside its successor. It has this second to end.
+    _threadGeneration = _threadGeneration + 1;
+    Platform::current().clock.sleep(kPointThreadDelay);
+    Platform::current().threads.detachNewThread([this] { receivingPointsQueueThreadEntry(nullptr); });
+}
+
+void EventGeneratorNX7::stopPointQueue() {
+    if (const auto queue = _pointsQueue.load())
+        queue->stop();
+}
+
+void EventGeneratorNX7::startPointQueue() {
+    if (sharedState.checkViewState == 2 && Nx9windowrelease() == 0)
+        restartUnit();
+    if (const auto queue = _pointsQueue.load()) {
+        queue->start();
+        _hasNoise = false;
+    }
+    if (const auto queue = _RetPairingData.load())
+        queue->start();
+    if (const auto queue = _PairingData.load())
+        queue->start();
 }
 
 } // namespace lightpen

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The pairing table between the unit and its data file.
+// The pairing table between the unit and its data file, and the window whose keys ask for it.
 //
 //   host                          unit
 //   "R" i                     ->
@@ -8,13 +8,10 @@
 //                             <-  "S"                           sending
 #include "device/EventGeneratorNX7.h"
 
-#include <algorithm>
-#include <array>
-
-#include "device/PairingRecords.h"
+#include "device/Exchange.h"
+#include "device/PairingKeyWindow.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
-#include "platform/Platform.h"
 
 namespace lightpen {
 
@@ -25,6 +22,7 @@ using std::chrono::milliseconds;
 constexpr std::uint32_t kPairingQueueDepth = 1;
 constexpr Microseconds kReplyPause = milliseconds(100);
 constexpr std::size_t kPrintedReplyBytes = 10;
+constexpr Microseconds kKeyWindowPause = milliseconds(10);
 
 void printReplyByte(int index, std::size_t position, std::uint8_t byte) {
     printText("Event n:2941 indexNumber:%d j %d : %x \n", index, static_cast<int>(position), byte);
@@ -52,7 +50,7 @@ void printRecord(std::span<const std::uint8_t> command) {
     }
 }
 
-// The pairing data file's front, zeros where it has none.
+// The front of the pairing data file, filled up with zeros.
 ReportBuffer readPairingFile() {
     const DataFiles& files = Platform::current().dataFiles;
     const auto paths = files.locate(kPairingFileName);
@@ -105,44 +103,36 @@ bool EventGeneratorNX7::pairingEnds(IOReturn sent, const IOHIDDeviceInterfaceRef
 
 // Saving
 
-// One request and its reply; a value once the exchange is over: whether the record has come.
-std::optional<bool> EventGeneratorNX7::requestPairingRecord(std::uint32_t IDCode, int index,
-                                                            ReportBuffer& table) {
-    const auto device = _pphidDeviceInterface.load();
+// Asks for one record until it has come. False when the exchange is over without it.
+bool EventGeneratorNX7::readPairingRecord(std::uint32_t IDCode, int index, const IOHIDQueueRef& queue,
+                                          ReportBuffer& table) {
     const auto letter = static_cast<std::uint8_t>(IDCode & 0xFF);
-    const IOReturn sent = sendFlashCommand(letter, static_cast<std::uint8_t>(index));
-    printText("Event n:2897 ID_code:%x indexValue %d\n", IDCode, index);
-    if (sent != kIOReturnSuccess)
-        logLine("Event n:2915 erase flash with ID_code:0x%x failed", IDCode);
-    if (pairingEnds(sent, device))
-        return false;
-    if (sent != kIOReturnSuccess)
-        return std::nullopt;
-    Platform::current().clock.sleep(kReplyPause);
-    const IOHIDQueueRef queue = _RetPairingData;
-    IOHIDEventStruct event;
-    const IOReturn result = queue ? queue->getNextEvent(event, 0, 0) : kIOReturnUnderrun;
-    if (result == kIOReturnSuccess) {
-        const bool answers = answersPairingRequest(event.longValue, letter, index);
-        takePairingReply(event.longValue, answers, index, table);
-        if (answers)
-            return true;
-    } else if (result != kIOReturnUnderrun) {
-        logLine("Event n:2927 error : %x", static_cast<unsigned>(result));
-    }
-    return std::nullopt;
+    const auto ask = [&] {
+        const auto device = _pphidDeviceInterface.load();
+        const IOReturn sent = sendFlashCommand(letter, static_cast<std::uint8_t>(index));
+        printText("Event n:2897 ID_code:%x indexValue %d\n", IDCode, index);
+        if (sent != kIOReturnSuccess)
+            logLine("Event n:2915 erase flash with ID_code:0x%x failed", IDCode);
+        if (pairingEnds(sent, device))
+            return Turn::over;
+        return sent == kIOReturnSuccess ? Turn::goOn : Turn::askAgain;
+    };
+    const auto take = [&](const std::optional<IOHIDEventStruct>& reply) {
+        if (!reply)
+            return Turn::askAgain;
+        const bool answers = answersPairingRequest(reply->longValue, letter, index);
+        takePairingReply(reply->longValue, answers, index, table);
+        return answers ? Turn::goOn : Turn::askAgain;
+    };
+    return exchange({queue, "Event n:2927 error : ", 1}, kReplyPause, ask, take);
 }
 
 void EventGeneratorNX7::Nx9commd(std::uint32_t IDCode) {
-    startedPairingQueue(PairingDirection::saving);
+    const IOHIDQueueRef queue = startedPairingQueue(PairingDirection::saving);
     ReportBuffer table;
     bool complete = true;
-    for (int index = 0; complete && index < kPairingRecords; ++index) {
-        std::optional<bool> came;
-        while (!came)
-            came = requestPairingRecord(IDCode, index, table);
-        complete = *came;
-    }
+    for (int index = 0; complete && index < kPairingRecords; ++index)
+        complete = readPairingRecord(IDCode, index, queue, table);
     if (complete)
         savePairingFile(table);
     else
@@ -152,39 +142,68 @@ void EventGeneratorNX7::Nx9commd(std::uint32_t IDCode) {
 
 // Sending
 
-// True once the unit has confirmed the record, false when the exchange is over.
-bool EventGeneratorNX7::sendPairingRecord(const ReportBuffer& command, IOHIDQueueInterface* queue) {
+// Sends one record until the unit has confirmed it. False when the exchange is over before that.
+bool EventGeneratorNX7::sendPairingRecord(const ReportBuffer& command, const IOHIDQueueRef& queue) {
     const auto device = _pphidDeviceInterface.load();
-    for (;;) {
+    const auto ask = [&] {
         putIntoOutputBuffer(command);
-        const IOReturn sent = doFlashCommandFromOutputBuffer();
-        if (pairingEnds(sent, device))
-            return false;
-        Platform::current().clock.sleep(kReplyPause);
-        IOHIDEventStruct event;
-        event.longValue.resize(kReadableReportBytes);
-        const IOReturn result = queue ? queue->getNextEvent(event, 0, 0) : kIOReturnUnderrun;
-        if (result != kIOReturnSuccess && result != kIOReturnUnderrun)
-            logLine("Event n:2817 error when get calibration points from flash, %x",
-                    static_cast<unsigned>(result));
-        printText("Event n:2790 (%x , %d)\n", event.longValue[0], event.longValue[1]);
-        if (event.longValue[0] == kStorePairingCommand)
-            return true;
-    }
+        return pairingEnds(doFlashCommandFromOutputBuffer(), device) ? Turn::over : Turn::goOn;
+    };
+    const auto take = [](const std::optional<IOHIDEventStruct>& reply) {
+        const std::uint8_t first = reply ? reply->longValue[0] : 0;
+        printText("Event n:2790 (%x , %d)\n", first, reply ? reply->longValue[1] : 0);
+        return first == kStorePairingCommand ? Turn::goOn : Turn::askAgain;
+    };
+    return exchange({queue, "Event n:2817 error when get calibration points from flash, ", 1}, kReplyPause,
+                    ask, take);
 }
 
 void EventGeneratorNX7::Nx9inPairing() {
     const ReportBuffer file = readPairingFile();
     const IOHIDQueueRef queue = startedPairingQueue(PairingDirection::sending);
     for (int index = 0; index < kPairingRecords; ++index) {
-        ReportBuffer command = scratchBuffer(sharedState.reportSize, sharedState.reportCopyLength);
+        ReportBuffer command = sharedState.emptyCommand();
         writePairingRecord(command, index, file);
         printRecord(command);
-        if (!sendPairingRecord(command, queue.get())) {
+        if (!sendPairingRecord(command, queue)) {
             logLine("Pairing: the table could not be sent whole; %d of its records were", index);
             return;
         }
     }
+}
+
+// The pairing key window
+
+void EventGeneratorNX7::makePairingKeyWindow() {
+    Clock& clock = Platform::current().clock;
+    clock.sleep(kKeyWindowPause);
+    auto keyWindow = newPairingKeyWindow();
+    clock.sleep(kKeyWindowPause);
+    _keyWindowIgnoresMouse = 0;
+    // By design the last one is not closed: it stays where it is, and its keys count as well.
+    if (const auto former = sharedState.pairingKeyWindow.load())
+        _formerKeyWindows.push_back(former);
+    if (keyWindow) {
+        keyWindow->setIgnoresMouseEvents(false);
+        keyWindow->makeKeyAndOrderFront();
+    }
+    sharedState.pairingKeyWindow = std::move(keyWindow);
+    clock.sleep(kKeyWindowPause);
+}
+
+void EventGeneratorNX7::askForPairingKeys() {
+    const auto keyWindow = sharedState.pairingKeyWindow.load();
+    if (keyWindow && sharedState.wireless == 0)
+        keyWindow->makeKeyAndOrderFront();
+}
+
+void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {
+    const auto keyWindow = sharedState.pairingKeyWindow.load();
+    if (!keyWindow || _keyWindowIgnoresMouse == static_cast<int>(ignores))
+        return; // asked for already; most passes ask for what is so
+    _keyWindowIgnoresMouse = static_cast<int>(ignores);
+    Platform::current().runLoop.performOnMainThread(
+        {this, "setIgnoresMouseEvents", {}, [=] { keyWindow->setIgnoresMouseEvents(ignores); }});
 }
 
 } // namespace lightpen

@@ -30,20 +30,14 @@ constexpr std::uint8_t kFullPressure = 255;
 constexpr std::uint8_t kHalfPressure = 128;
 
 io_connect_t openConnection(mach_port_t masterPort) {
-    IORegistry& registry = Platform::current().registry;
-    io_iterator_t iterator = 0;
-    if (registry.IOServiceGetMatchingServices(masterPort, IOServiceMatching("IOHIDSystem"), iterator) !=
-        kIOReturnSuccess)
-        return 0;
+    const IOObject services =
+        matchingServices(Platform::current().registry, masterPort, IOServiceMatching("IOHIDSystem"));
+    const IOObject service = services.next();
     io_connect_t connection = 0;
-    const io_service_t service = registry.IOIteratorNext(iterator);
-    if (!service || Platform::current().pointer.IOServiceOpen(service, kIOHIDParamConnectType, connection) !=
-                        kIOReturnSuccess)
-        connection = 0;
-    if (service)
-        registry.IOObjectRelease(service);
-    registry.IOObjectRelease(iterator);
-    return connection;
+    if (service && Platform::current().pointer.IOServiceOpen(service.get(), kIOHIDParamConnectType,
+                                                             connection) == kIOReturnSuccess)
+        return connection;
+    return 0;
 }
 
 } // namespace
@@ -188,12 +182,14 @@ io_connect_t EventGeneratorNX7::serviceConnection() {
     return handle;
 }
 
-bool EventGeneratorNX7::canPost(ScreenPoint point) {
-    return std::isfinite(point.x) && std::isfinite(point.y) && serviceConnection() != 0;
+namespace {
+
+bool canPost(ScreenPoint point) {
+    return std::isfinite(point.x) && std::isfinite(point.y) && EventGeneratorNX7::serviceConnection() != 0;
 }
 
-IOReturn EventGeneratorNX7::postMouseEvent(std::uint32_t eventType, ScreenPoint point, std::int32_t click,
-                                           std::uint8_t pressure) {
+IOReturn postMouseEvent(std::uint32_t eventType, ScreenPoint point, std::int32_t click,
+                        std::uint8_t pressure) {
     if (!canPost(point))
         return kIOReturnNotOpen;
     NXMouseEventData data;
@@ -203,9 +199,12 @@ IOReturn EventGeneratorNX7::postMouseEvent(std::uint32_t eventType, ScreenPoint 
     // Beyond 16 bits a coordinate wraps; nothing is cut to the screen.
     const IOGPoint location{static_cast<std::int16_t>(truncatedTo16Bits(point.x)),
                             static_cast<std::int16_t>(truncatedTo16Bits(point.y))};
-    return Platform::current().pointer.IOHIDPostEvent(serviceConnection(), eventType, location, data,
-                                                      kNXEventDataVersion, 0, kIOHIDSetCursorPosition);
+    return Platform::current().pointer.IOHIDPostEvent(EventGeneratorNX7::serviceConnection(), eventType,
+                                                      location, data, kNXEventDataVersion, 0,
+                                                      kIOHIDSetCursorPosition);
 }
+
+} // namespace
 
 void EventGeneratorNX7::postLMouseDown(ScreenPoint point) {
     if (!canPost(point))
@@ -236,8 +235,6 @@ void EventGeneratorNX7::postRMouseClick(ScreenPoint point) {
     postRMouseDown(point);
     postRMouseUp(point);
 }
-
-void EventGeneratorNX7::postLMouseClick(ScreenPoint) {}
 
 void EventGeneratorNX7::postRightMouseClickWithStringFormat(const std::string& point) {
     logLine("Event n:2546 !!!post rmouse click");

@@ -15,6 +15,13 @@ using PointList = std::vector<CameraPoint>;
 using PointListRef = std::shared_ptr<const PointList>;
 
 // "({x, y}, {x, y})", or "(null)".
-std::string describe(const PointListRef& points);
+inline std::string describe(const PointListRef& points) {
+    if (!points)
+        return "(null)";
+    std::string text = "(";
+    for (const CameraPoint& point : *points)
+        text += (text.size() > 1 ? ", " : "") + NSStringFromPoint(point);
+    return text + ")";
+}
 
 } // namespace lightpen

@@ -15,14 +15,34 @@ using std::chrono::seconds;
 using DeviceOperation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
 
 constexpr Microseconds kPassPeriod{16'800};
-constexpr int kPassesBeforeArming = 6;
 constexpr std::uint32_t kPointsQueueDepth = 1; // the thread only ever sees the newest report
 // The private poll result that means: stop waiting to arm.
 constexpr IOReturn kStopWaiting = ioReturn(0xFFEF0BBA);
-// Where the check view draws a spot that is not there.
-constexpr CameraPoint kNoCheckViewPoint{-100, -100};
 
 SharedState& state = sharedState;
+
+// Keys of the pairing key window
+
+bool pairingExitRequested() {
+    return state.keyZPressed + state.keyDeletePressed == 2 && state.wireless == 0 &&
+           state.checkViewState == 0;
+}
+
+void handleKeys() {
+    if (state.keyCPressed + state.keyDeletePressed == 2 && state.wireless > 0 && state.checkViewState == 0) {
+        state.checkViewState = 1;
+        logLine("Event n:1725 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
+        state.keyCPressed = 0;
+        state.keyDeletePressed = 0;
+    }
+    if (state.keyEscapePressed == 1 && state.checkViewState == 2 && state.checkViewSubState == 1) {
+        logLine("Event n:1742 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
+        state.keyEscapePressed = 0;
+        Platform::current().clock.sleep(seconds(2));
+    }
+    if (state.checkViewState == 2 && state.checkViewSubState == 0)
+        logLine("Event n:1767 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
+}
 
 } // namespace
 
@@ -87,13 +107,6 @@ bool EventGeneratorNX7::pointThreadPass(PointThreadState& thread) {
     return !threadEnds(thread);
 }
 
-// Keys of the pairing key window
-
-bool EventGeneratorNX7::pairingExitRequested() const {
-    return state.keyZPressed + state.keyDeletePressed == 2 && state.wireless == 0 &&
-           state.checkViewState == 0;
-}
-
 void EventGeneratorNX7::performPairingExit() {
     state.checkViewState = 1;
     const auto delegate = deviceDelegate();
@@ -113,22 +126,6 @@ void EventGeneratorNX7::performPairingExit() {
     Platform::current().runLoop.exitProcess(0);
 }
 
-void EventGeneratorNX7::handleKeys() {
-    if (state.keyCPressed + state.keyDeletePressed == 2 && state.wireless > 0 && state.checkViewState == 0) {
-        state.checkViewState = 1;
-        logLine("Event n:1725 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
-        state.keyCPressed = 0;
-        state.keyDeletePressed = 0;
-    }
-    if (state.keyEscapePressed == 1 && state.checkViewState == 2 && state.checkViewSubState == 1) {
-        logLine("Event n:1742 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
-        state.keyEscapePressed = 0;
-        Platform::current().clock.sleep(seconds(2));
-    }
-    if (state.checkViewState == 2 && state.checkViewSubState == 0)
-        logLine("Event n:1767 keyCode : (%d , %d)", state.keyDeletePressed.load(), state.keyCPressed.load());
-}
-
 // Polling
 
 // Pixels of a picture and pairing records come the same way as points, and are no touches: they are taken,
@@ -145,7 +142,7 @@ IOReturn EventGeneratorNX7::nextPointEvent(PointThreadState& thread) {
 }
 
 void EventGeneratorNX7::poll(PointThreadState& thread) {
-    if (state.unitOpen != 1 || state.deviceDelegateQueried != 1 || state.strayLightLevel != 0)
+    if (!state.polls())
         return;
     thread.pollResult = nextPointEvent(thread);
     if (thread.pollResult == kIOReturnSuccess || _lightPenState == kPenUp)
@@ -160,35 +157,42 @@ void EventGeneratorNX7::poll(PointThreadState& thread) {
     thread.pollResult = kIOReturnSuccess;
 }
 
-// Waiting to arm: reports are thrown away until the first empty poll after six passes of waiting or, with
-// stray light, after six passes whatever comes. A value means that this was all the pass had to do.
+// A value means that this was all the pass had to do.
 std::optional<EventGeneratorNX7::AfterPass> EventGeneratorNX7::arm(PointThreadState& thread) {
-    if (state.unitOpen != 1 || (state.mouseArmed != 0 && state.disarmedPollCount != 1))
-        return std::nullopt;
-    if (state.strayLightLevel > 0 && state.disarmedPollCount >= kPassesBeforeArming)
-        thread.pollResult = kStopWaiting;
-    if (thread.pollResult == kIOReturnSuccess) {
-        // Counted before the sleep, so that the deviceDelegate getter sees a pass that is under way.
-        state.disarmedPollCount = state.disarmedPollCount + 1;
+    const bool strayLight = state.strayLightLevel > 0;
+    switch (armingStep(state.arming(), strayLight, thread.pollResult == kIOReturnSuccess)) {
+    case ArmingStep::goOn:
+        break;
+    case ArmingStep::throwAway:
+        state.countPass();
         return AfterPass::sleep;
-    }
-    if (state.disarmedPollCount >= kPassesBeforeArming) {
-        state.mouseArmed = 1;
-        state.disarmedPollCount = 0;
+    case ArmingStep::arm:
+        if (strayLight)
+            thread.pollResult = kStopWaiting;
+        state.arm();
         if (const auto queue = _queue.load())
             setImageReceiver(*queue);
         logLine("Event n:1790 ");
-        if (state.strayLightLevel > 0)
+        if (strayLight)
             state.strayLightViewShown = 1;
+        break;
     }
     return std::nullopt;
 }
 
 EventGeneratorNX7::AfterPass EventGeneratorNX7::processPoll(PointThreadState& thread) {
-    if (thread.pollResult != kIOReturnSuccess && state.strayLightLevel == 0)
-        return handlePollError(thread.pollResult);
-    if (state.strayLightViewShown == 1 && state.strayLightLevel > 0)
-        return showStrayLight(thread);
+    if (thread.pollResult != kIOReturnSuccess && state.strayLightLevel == 0) {
+        if (state.wireless == 0)
+            keyWindowIgnoresMouse(false);
+        if (thread.pollResult != kIOReturnUnderrun)
+            logLine("Event n:1688 Queue getNextEvent unhandled error: %x\n",
+                    static_cast<unsigned>(thread.pollResult));
+        return AfterPass::sleep;
+    }
+    if (state.strayLightViewShown == 1 && state.strayLightLevel > 0) {
+        showStrayLight(thread);
+        return AfterPass::sleep;
+    }
     if (state.unitOpen != 1 || state.strayLightViewShown != 0 || state.strayLightLevel != 0)
         return AfterPass::sleep;
     if (state.wireless == 0)
@@ -199,39 +203,6 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::processPoll(PointThreadState& th
         return AfterPass::sleep;
     }
     return drivePointer(point);
-}
-
-EventGeneratorNX7::AfterPass EventGeneratorNX7::handlePollError(IOReturn result) {
-    if (state.wireless == 0)
-        keyWindowIgnoresMouse(false);
-    if (result != kIOReturnUnderrun)
-        logLine("Event n:1688 Queue getNextEvent unhandled error: %x\n", static_cast<unsigned>(result));
-    return AfterPass::sleep;
-}
-
-EventGeneratorNX7::AfterPass EventGeneratorNX7::showStrayLight(PointThreadState& thread) {
-    thread.pollResult = nextPointEvent(thread);
-    keyWindowIgnoresMouse(true);
-    const int shownBefore = state.strayLightFrameCount;
-    state.strayLightFrameCount = shownBefore + 1;
-    if (shownBefore <= 0)
-        return AfterPass::sleep;
-    const CameraPoint point = pointFromHIDEvent(thread.event);
-    logLine("Event n:1811 mappedPoint: (%.2f,%.2f) MouesState:%d vtMouseStop:%d ,result:%d", point.x, point.y,
-            state.mouseArmed.load(), state.disarmedPollCount.load(), thread.pollResult);
-    const CameraPoint shown = thread.pollResult == kIOReturnSuccess ? point : kNoCheckViewPoint;
-    state.checkViewPoint = shown;
-    askForCheckView(shown);
-    return AfterPass::sleep;
-}
-
-void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {
-    const auto keyWindow = state.pairingKeyWindow.load();
-    if (!keyWindow || _keyWindowIgnoresMouse == static_cast<int>(ignores))
-        return; // asked for already; most passes ask for what is so
-    _keyWindowIgnoresMouse = static_cast<int>(ignores);
-    Platform::current().runLoop.performOnMainThread(
-        {this, "setIgnoresMouseEvents", {}, [=] { keyWindow->setIgnoresMouseEvents(ignores); }});
 }
 
 } // namespace lightpen

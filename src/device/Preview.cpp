@@ -40,6 +40,21 @@ void emptyQueue(IOHIDQueueInterface& queue) {
     }
 }
 
+// The report behind a picture: the next one begins at its first chunk.
+void takeReportBehindPicture(IOHIDQueueInterface& queue) {
+    IOHIDEventStruct event;
+    const IOReturn result = queue.getNextEvent(event, 0, 0);
+    if (result == kIOReturnUnderrun)
+        return;
+    if (result != kIOReturnSuccess) {
+        logLine("Event n:466 hid->getNextEvent() unhandled error: %x", static_cast<unsigned>(result));
+        return;
+    }
+    state.pictureAssembly.imageChunkCount = 0;
+    if (state.pictureAssembly.release())
+        logLine("Event n:473 $release related resource.");
+}
+
 } // namespace
 
 PreviewImageRef
@@ -111,11 +126,6 @@ PreviewImageRef EventGeneratorNX7::previewImage() {
 
 // Collecting
 
-bool EventGeneratorNX7::collectsPicture() const {
-    return _fetchingPicture ||
-           (state.mouseArmed == 1 && state.disarmedPollCount == 0 && state.strayLightLevel == 0);
-}
-
 void EventGeneratorNX7::takeImageReport(const IOHIDEventStruct& event) {
     PictureAssembly& assembly = state.pictureAssembly;
     logLine("Event n:420 reportID :%x, size: %d, count :%d, ", event.longValue[0],
@@ -127,25 +137,10 @@ void EventGeneratorNX7::takeImageReport(const IOHIDEventStruct& event) {
     state.imageReady = 1;
 }
 
-// The report behind a picture: the next one begins at its first chunk.
-void EventGeneratorNX7::takeReportBehindPicture(IOHIDQueueInterface& queue) {
-    IOHIDEventStruct event;
-    const IOReturn result = queue.getNextEvent(event, 0, 0);
-    if (result == kIOReturnUnderrun)
-        return;
-    if (result != kIOReturnSuccess) {
-        logLine("Event n:466 hid->getNextEvent() unhandled error: %x", static_cast<unsigned>(result));
-        return;
-    }
-    state.pictureAssembly.imageChunkCount = 0;
-    if (state.pictureAssembly.release())
-        logLine("Event n:473 $release related resource.");
-}
-
 // Until a picture is complete each report counts as one of its chunks. An empty queue ends the turn: the next
 // report's callout goes on here, and menus and long presses have the main loop meanwhile.
 void EventGeneratorNX7::imageReportReceived(IOReturn, IOHIDQueueInterface& queue) {
-    if (!collectsPicture())
+    if (!_fetchingPicture && !state.collectsPictures())
         return;
     const RunLoop& loop = Platform::current().runLoop;
     while (isDevicePlugIn() && state.imageReady == 0 && !loop.terminating()) {

@@ -3,8 +3,10 @@
 // nothing here knows a queue, a clock or the driver. Multi-byte values are little-endian.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "device/PointList.h"
@@ -85,5 +87,28 @@ struct UnitInformation {
 UnitInformation informationFromNoRecord(std::span<const std::uint8_t> reply);
 // From the "Y" reply to record 2; it must have at least 10 bytes.
 UnitInformation informationFromLastRecord(std::span<const std::uint8_t> reply);
+
+// Output and input reports: the pairing table of the wireless pens
+
+inline constexpr int kPairingRecords = 14;
+inline constexpr std::size_t kPairingRecordBytes = 8;
+// A record begins behind the letter and the index.
+inline constexpr std::size_t kPairingRecordOffset = 2;
+
+// The file holds the records one after the other and nothing else.
+inline constexpr std::string_view kPairingFileName = "NX9_Wireless.bin";
+inline constexpr std::size_t kPairingFileLimit = 560; // bytes that are read; only the records are sent
+
+// The letter of the commands that store a record and of the replies to them. The letter of the requests for a
+// record is chosen by the caller of Nx9commd.
+inline constexpr std::uint8_t kStorePairingCommand = 'S';
+
+// byte  0     1       2-9
+//       "S"   index   the record
+// The command must have at least 10 bytes, zero-filled; the file as many as all records together.
+void writePairingRecord(std::span<std::uint8_t> command, int index, std::span<const std::uint8_t> file);
+
+// Whether this is the unit's answer to the request for that record; it must have at least 2 bytes.
+bool answersPairingRequest(std::span<const std::uint8_t> reply, std::uint8_t letter, int index);
 
 } // namespace lightpen

@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "device/Arming.h"
 #include "device/PairingKeyWindow.h"
-#include "device/PictureAssembly.h"
+#include "device/PreviewImage.h"
+#include "device/Reports.h"
 #include "platform/Geometry.h"
 #include "platform/Shared.h"
 
@@ -23,19 +25,8 @@ struct PointPair {
     friend bool operator==(const PointPair&, const PointPair&) = default;
 };
 
-// There is one, sharedState; the driver never sets it back as a whole.
-struct SharedState {
-    // 1 while a unit is open. Written by init (1, unit or not), arrival and restart (0, then 1), removal (0).
-    SharedWord unitOpen{0};
-    // 1 from the first question for the device delegate on: polling begins. Removal and restart clear it.
-    SharedWord deviceDelegateQueried{0};
-    // 1 once reports become pointer output. Written by the point thread (1), the deviceDelegate getter (1, or
-    // 0 to hold output back), arrival, removal and restart (0).
-    SharedWord mouseArmed{0};
-    // Passes spent waiting to arm. Written by the point thread; arrival, removal and restart clear it.
-    SharedWord disarmedPollCount{0};
-    // Sightings of the light test, -1 before the first. Written by startDevice; restart clears it.
-    SharedWord strayLightLevel{-1};
+// There is one, sharedState. A new driver begins it anew; after that nothing sets it back as a whole.
+struct SharedState : ArmingWords {
     // 1 while points go to the check view. Written by the point thread and Nx9View (1), Nx9windowrelease (0).
     SharedWord strayLightViewShown{0};
     // Frames shown in the check view. Written by startDevice, the point thread and restart.
@@ -49,7 +40,8 @@ struct SharedState {
     SharedWord checkViewSubState{0};
     // The last raw point for the check view. Written by the point thread, read by the panel's drawing.
     SharedRecord<CameraPoint> checkViewPoint;
-    // The panel of the check view, while it is shown; none where nothing can be shown. Main thread.
+    // The panel of the check view, while it is shown; null where the process cannot show windows. Main
+    // thread.
     std::shared_ptr<FloatPanel> checkViewPanel;
     // What the point thread asks of that panel; comes and goes with it. Written by the main thread.
     SharedReference<CheckViewRequests> checkViewRequests;
@@ -86,9 +78,9 @@ struct SharedState {
     SharedRecord<PointPair> firstRecordPoints;
     SharedRecord<PointPair> secondRecordPoints;
 
-    // How many bytes a command has and setReport sends, and how many are copied into the output buffer.
-    // Written by the flash read, from the length of the unit's input report: the one keeps only its low 8
-    // bits, by design.
+    // How many bytes a command has and setReport sends (reportSize), and how many are copied into the output
+    // buffer (reportCopyLength). The flash read sets both from the length of the unit's input report. By
+    // design reportSize keeps only its low 8 bits.
     SharedValue<std::uint8_t> reportSize{32};
     SharedWord reportCopyLength{32};
 
@@ -97,8 +89,11 @@ struct SharedState {
     // Whether the picture that was last asked for is complete. Written by the trigger (0) and by the image
     // reports (1).
     SharedWord imageReady{0};
+
+    // A zero-filled command of the unit's length.
+    ReportBuffer emptyCommand() const { return scratchBuffer(reportSize, reportCopyLength); }
 };
 
-extern SharedState sharedState;
+inline SharedState sharedState;
 
 } // namespace lightpen

@@ -80,7 +80,7 @@ TEST_F(ConnectionRemovalTest, HappensInThisOrder) {
     EXPECT_EQ(sharedState.disarmedPollCount, 0);
     EXPECT_EQ(sharedState.unitOpen, 0);
     EXPECT_EQ(sharedState.deviceDelegateQueried, 0) << "polling waits for the next question";
-    EXPECT_EQ(driver->_hidDevice, 0u);
+    EXPECT_EQ(driver->_hidDevice.get(), 0u);
 }
 
 TEST_F(ConnectionRemovalTest, TheIteratorIsEmptiedFirst) {

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "kit/device/UnitFixture.h"
+#include "matching/RBIOServiceMatchingServer.h"
 
 namespace lightpen {
 namespace {
@@ -111,6 +112,7 @@ TEST_F(ConnectionStartTest, RemovalAndArrivalOfEachProductAreWatchedInThisOrder)
                 ElementsAre("IOServiceTerminate IOUSBDevice 4617 1", "IOServiceFirstMatch IOUSBDevice 4617 1",
                             "IOServiceTerminate IOUSBDevice 4617 2",
                             "IOServiceFirstMatch IOUSBDevice 4617 2"));
+    RBIOServiceMatchingServer::defaultServer().removeObserver(driver.get()); // while its registry lives
     driver.reset();
     Platform::setCurrent(&desk.platform);
 }

@@ -29,11 +29,8 @@ protected:
     }
     // The pen interface found, with its reference given back.
     std::string foundPath() {
-        const io_service_t service = driver->getOruHWService();
-        const std::string path = service ? pathOf(service) : "none";
-        if (service)
-            desk.registry.IOObjectRelease(service);
-        return path;
+        const IOObject service = driver->getOruHWService();
+        return service ? pathOf(service.get()) : "none";
     }
     IOHIDElementCookie cookieOf(long reportID, std::vector<PropertyDictionary> elements) {
         driver->_inputReportElements = std::make_shared<const InputReportElements>(std::move(elements));
@@ -53,7 +50,7 @@ TEST_F(HIDInterfaceTest, MatchingDictionaryNamesTheClassAndTheVendor) {
 }
 
 TEST_F(HIDInterfaceTest, WithoutAUnitNothingIsFound) {
-    EXPECT_EQ(driver->getOruHWService(), 0u);
+    EXPECT_EQ(driver->getOruHWService().get(), 0u);
     EXPECT_THAT(takeTimeline(), IsEmpty());
     EXPECT_EQ(desk.registry.liveObjects(), objectsBefore);
 }
@@ -61,7 +58,8 @@ TEST_F(HIDInterfaceTest, WithoutAUnitNothingIsFound) {
 TEST_F(HIDInterfaceTest, ThePenInterfaceIsFoundAndItsReferenceIsTheCallers) {
     plugIn();
     const std::size_t plugged = desk.registry.liveObjects();
-    const io_service_t service = driver->getOruHWService();
+    IOObject found = driver->getOruHWService();
+    const io_service_t service = found.get();
     ASSERT_NE(service, 0u);
     EXPECT_THAT(
         takeTimeline(),
@@ -69,7 +67,7 @@ TEST_F(HIDInterfaceTest, ThePenInterfaceIsFoundAndItsReferenceIsTheCallers) {
                     "Event n:2198 found defice: " + std::to_string(service) + ", interface number = 3"));
     unplug();
     EXPECT_EQ(pathOf(service), "IOService:/unit/IOUSBInterface@3") << "it lives as long as it is held";
-    desk.registry.IOObjectRelease(service);
+    found = {};
     EXPECT_EQ(pathOf(service), "");
     EXPECT_EQ(desk.registry.liveObjects(), objectsBefore);
     EXPECT_EQ(plugged, objectsBefore + 2) << "the search keeps no other object";
@@ -142,7 +140,7 @@ TEST_F(HIDInterfaceTest, ARegistryThatCannotListYieldsNothing) {
                       desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles,
                       desk.shell};
     Platform::setCurrent(&platform);
-    EXPECT_EQ(driver->getOruHWService(), 0u);
+    EXPECT_EQ(driver->getOruHWService().get(), 0u);
     EXPECT_EQ(broken.liveObjects(), 0u);
     Platform::setCurrent(&desk.platform);
 }
@@ -230,7 +228,7 @@ TEST_F(HIDInterfaceTest, ReleasingGivesUpInterfaceServiceAndHeldButtons) {
     driver->releaseHIDInterface();
     EXPECT_TRUE(device.expired());
     EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-    EXPECT_EQ(driver->_hidDevice, 0u);
+    EXPECT_EQ(driver->_hidDevice.get(), 0u);
     EXPECT_EQ(desk.registry.liveObjects(), plugged);
     EXPECT_EQ(desk.pointer.releases, 1);
     driver->releaseHIDInterface(); // releases nothing twice
@@ -241,9 +239,9 @@ TEST_F(HIDInterfaceTest, ReleasingGivesUpInterfaceServiceAndHeldButtons) {
 
 TEST_F(HIDInterfaceTest, ElementsAreTheServicesProperty) {
     plugIn();
-    const io_service_t service = driver->getOruHWService();
+    const IOObject service = driver->getOruHWService();
     clearTimeline();
-    const InputReportElementsRef elements = driver->fetchInputReportElements(service);
+    const InputReportElementsRef elements = driver->fetchInputReportElements(service.get());
     EXPECT_THAT(takeTimeline(), ElementsAre("Event n:2314 Fetch input report elements"));
     ASSERT_NE(elements, nullptr);
     ASSERT_THAT(*elements, SizeIs(1));
@@ -299,9 +297,9 @@ TEST_F(HIDInterfaceTest, CookiesUseAllTheir32Bits) {
 
 TEST_F(HIDInterfaceTest, PropertiesAreShownWithThePath) {
     plugIn();
-    const io_service_t service = driver->getOruHWService();
+    const IOObject service = driver->getOruHWService();
     clearTimeline();
-    EventGeneratorNX7::showHIDProperties(service);
+    EventGeneratorNX7::showHIDProperties(service.get());
     EXPECT_THAT(takeTimeline(),
                 ElementsAre("out: Event n:2157 [ IOService:/unit/IOUSBInterface@3 ]\n",
                             "out: {InputReportElements = ({ElementCookie = 17; ReportID = 0; }); "

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "device/PairingRecords.h"
+#include "device/Reports.h"
 
 #include <array>
 #include <vector>

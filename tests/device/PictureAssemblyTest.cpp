@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "device/PictureAssembly.h"
+#include "device/PreviewImage.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -37,7 +37,7 @@ TEST_F(StartHIDModeTest, TheWholeWay) {
         takeTimeline(),
         ElementsAre(
             "RBIOS n:289 char: 3", "sleep 500000", "RBIOS n:292 interface number :3",
-            "Event n:2198 found defice: " + std::to_string(driver->_hidDevice) + ", interface number = 3",
+            "Event n:2198 found defice: " + std::to_string(driver->_hidDevice.get()) + ", interface number = 3",
             "Event n:2314 Fetch input report elements",
             "Event n:1982 _inputReportElements:({ElementCookie = 17; ReportID = 0; })",
             "out: Event n:2254 Found device type IOHIDDevice\n", "Event n:2774 create hid interface done.",
@@ -80,7 +80,7 @@ TEST_F(StartHIDModeTest, WithoutAServiceTheStartIsOver) {
     EXPECT_THAT(takeTimeline(), ElementsAre("Event n:2074 hiddevice null."));
     EXPECT_FALSE(driver->_isStaring);
     EXPECT_FALSE(driver->_stopThread);
-    EXPECT_EQ(driver->_hidDevice, 0u);
+    EXPECT_EQ(driver->_hidDevice.get(), 0u);
 }
 
 TEST_F(StartHIDModeTest, WithoutAPlugInItStopsAndIsStillStarting) {

@@ -24,7 +24,7 @@ protected:
         run(100ms); // the point thread's last pass
         EXPECT_FALSE(camera.plugged());
         EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-        EXPECT_EQ(driver->_hidDevice, 0u);
+        EXPECT_EQ(driver->_hidDevice.get(), 0u);
         EXPECT_EQ(driver->_queue.load(), nullptr);
         EXPECT_EQ(driver->_pointsQueue.load(), nullptr);
         EXPECT_EQ(driver->_calibrationQueue, nullptr);

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#include "device/Exchange.h"
+
+#include "platform/Log.h"
+
+namespace lightpen {
+
+std::optional<IOHIDEventStruct> ReplyQueue::next() const {
+    const RunLoop& loop = Platform::current().runLoop;
+    IOHIDEventStruct event;
+    for (int look = 0; queue; ++look) {
+        if (looks == kUntilItComes ? loop.terminating() : look == looks)
+            break;
+        const IOReturn result = queue->getNextEvent(event, 0, 0);
+        if (result == kIOReturnSuccess)
+            return event;
+        if (result != kIOReturnUnderrun)
+            logLine("%s%x", complaint, static_cast<unsigned>(result));
+    }
+    return std::nullopt;
+}
+
+} // namespace lightpen
