@@ -12,7 +12,6 @@
 #include "app/ResourceImages.h"
 #include "app/VersionText.h"
 #include "calibration/KVRCalibrationTarget.h"
-#include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -61,7 +60,7 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     driver.setCalibrationCenter(calibrationCenter_);
     logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
     Platform::current().clock.sleep(kFlashPause);
-    if (sharedState.wireless == 0)
+    if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);
 }
 
@@ -90,8 +89,8 @@ void LightPenNX7Controller::markDistances(std::int32_t exposure) const {
 void LightPenNX7Controller::about(const std::string& sender) {
     logLine("Light n:741 about : %s", sender.c_str());
     AboutPanelOptions options;
-    options.copyright =
-        versionText(sharedState.wireless, controllerState.boardVersion, controllerState.cmosVersion);
+    options.copyright = versionText(EventGeneratorNX7::wirelessPointsFromFlash(),
+                                    controllerState.boardVersion, controllerState.cmosVersion);
     options.applicationName = "NX9 Driver";
     options.applicationIcon = resourceIcon("Picture 1");
     options.button = displayText("OK").toStdString();

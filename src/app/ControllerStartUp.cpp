@@ -8,7 +8,6 @@
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
 #include "app/StatusItem.h"
-#include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -112,7 +111,7 @@ void LightPenNX7Controller::startWithUnit(EventGeneratorNX7& driver) {
     logLine("Light n:357 cmosVer:0x%x veners: 0x%x",
             static_cast<unsigned>(controllerState.cmosVersion.load()),
             static_cast<unsigned>(controllerState.boardVersion.load()));
-    logLine("Light n:358 wireless: %d", sharedState.wireless.load());
+    logLine("Light n:358 wireless: %d", EventGeneratorNX7::wirelessPointsFromFlash());
     controllerState.menuMode = MenuMode::full;
     rebuildMenu(MenuMode::full);
     deviceDidAddCallback(driver);

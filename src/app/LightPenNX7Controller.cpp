@@ -10,7 +10,6 @@
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
 #include "app/StatusItem.h"
-#include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -42,13 +41,12 @@ LightPenNX7Controller::~LightPenNX7Controller() {
 void LightPenNX7Controller::readDeviceInformation(const EventGeneratorNX7& driver) {
     controllerState.cmosVersion = driver.cmosVerFromFlash();
     controllerState.boardVersion = driver.venerPointsFromFlash();
-    sharedState.wireless = driver.wirelessPointsFromFlash();
 }
 
 void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
     readDeviceInformation(driver);
     logLine("Light n:140 veners: %x", static_cast<unsigned>(controllerState.boardVersion.load()));
-    logLine("Light n:143 wireless: %d", sharedState.wireless.load());
+    logLine("Light n:143 wireless: %d", EventGeneratorNX7::wirelessPointsFromFlash());
     controllerState.menuMode = MenuMode::full;
     rebuildMenu(MenuMode::full);
 }
@@ -107,9 +105,7 @@ void LightPenNX7Controller::showToolTip() {
 void LightPenNX7Controller::menuOpened() {
     if (const auto menu = statusItem->menu())
         validateItems(*menu);
-    const auto keyWindow = sharedState.pairingKeyWindow.load();
-    if (keyWindow && sharedState.wireless == 0)
-        keyWindow->makeKeyAndOrderFront();
+    EventGeneratorNX7::askForPairingKeys();
 }
 
 void LightPenNX7Controller::noiseDetectedCallback(EventGeneratorNX7&) {
