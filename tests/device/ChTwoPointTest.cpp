@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "device/ChTwoPoint.h"
 
-#include <array>
 #include <thread>
 
 #include <QApplication>
@@ -15,21 +14,35 @@
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
-
 class ChTwoPointTest : public DriverFixture {
 protected:
-    ~ChTwoPointTest() override {
-        sharedState.pairingKeyWindow = nullptr;
-        deleteUnused();
-    }
-    static std::array<int, 4> flags() {
-        return {sharedState.keyZPressed, sharedState.keyDeletePressed, sharedState.keyCPressed,
-                sharedState.keyEscapePressed};
-    }
+    // What earlier tests have let go of is not to be found.
+    ChTwoPointTest() { deleteUnused(); }
     static void deleteUnused() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
-    static ChTwoPoint* current() {
-        return dynamic_cast<ChTwoPoint*>(sharedState.pairingKeyWindow.load().get());
+    // The key windows that the driver has made, oldest first.
+    static std::vector<QPointer<ChTwoPoint>> made() {
+        std::vector<QPointer<ChTwoPoint>> found;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = dynamic_cast<ChTwoPoint*>(widget))
+                found.emplace_back(window);
+        return found;
+    }
+    // Which of Z, Delete, C and Escape count as pressed, as the last line says.
+    std::string flags() const {
+        const std::string line = log.lines().back();
+        return line.substr(line.find('('));
+    }
+    std::string press(ChTwoPoint& window, int key, std::uint32_t place = 0) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, place, 0, 0);
+        QCoreApplication::sendEvent(&window, &event);
+        EXPECT_TRUE(event.isAccepted());
+        return flags();
+    }
+    // Starts a driver whose unit's pens are tied by a table.
+    void startTied() {
+        unitAnswers.wireless = 0;
+        unit.plugIn();
+        start();
     }
 
     const bool application = ensureOffscreenApplication();
@@ -37,46 +50,30 @@ protected:
 
 TEST_F(ChTwoPointTest, EachKeySetsItsFlagAndIsLogged) {
     ChTwoPoint window({{0, 0}, {20, 20}});
-    log.clear();
-    window.keyDown(kVirtualKeyDelete);
-    window.keyDown(7);
-    window.keyDown(kVirtualKeyEscape);
-    window.keyDown(kVirtualKeyZ);
-    window.keyDown(kVirtualKeyC);
-    EXPECT_THAT(log.takeLines(),
-                ElementsAre("Event n:111 keyCode : (0 , 1 , 0 , 0)", "Event n:111 keyCode : (0 , 1 , 0 , 0)",
-                            "Event n:111 keyCode : (0 , 1 , 0 , 1)", "Event n:111 keyCode : (1 , 1 , 0 , 1)",
-                            "Event n:111 keyCode : (1 , 1 , 1 , 1)"));
+    happened.clear();
+    for (const std::uint16_t code :
+         {kVirtualKeyDelete, std::uint16_t{7}, kVirtualKeyEscape, kVirtualKeyZ, kVirtualKeyC})
+        window.keyDown(code);
+    EXPECT_TRUE(matchesTranscript("keys"));
 }
 
 TEST_F(ChTwoPointTest, KeysOfTheKeyboardArrive) {
     ChTwoPoint window({{0, 0}, {20, 20}});
-    const auto press = [&](int key) {
-        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
-        QCoreApplication::sendEvent(&window, &event);
-        EXPECT_TRUE(event.isAccepted());
-        return flags();
-    };
-    EXPECT_EQ(press(Qt::Key_Tab), (std::array{0, 0, 0, 0}));
-    EXPECT_EQ(press(Qt::Key_Backspace), (std::array{0, 1, 0, 0}));
-    EXPECT_EQ(press(Qt::Key_Z), (std::array{1, 1, 0, 0}));
-    EXPECT_EQ(press(Qt::Key_Escape), (std::array{1, 1, 0, 1}));
-    EXPECT_EQ(press(Qt::Key_C), (std::array{1, 1, 1, 1}));
+    EXPECT_EQ(press(window, Qt::Key_Tab), "(0 , 0 , 0 , 0)");
+    EXPECT_EQ(press(window, Qt::Key_Backspace), "(0 , 1 , 0 , 0)");
+    EXPECT_EQ(press(window, Qt::Key_Z), "(1 , 1 , 0 , 0)");
+    EXPECT_EQ(press(window, Qt::Key_Escape), "(1 , 1 , 0 , 1)");
+    EXPECT_EQ(press(window, Qt::Key_C), "(1 , 1 , 1 , 1)");
 }
 
 TEST_F(ChTwoPointTest, WhereThereAreNoLatinLettersTheirPlacesCount) {
     ChTwoPoint window({{0, 0}, {20, 20}});
-    const auto press = [&](int key, std::uint32_t place) {
-        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, place, 0, 0);
-        QCoreApplication::sendEvent(&window, &event);
-        return flags();
-    };
     constexpr int kCyrillicYa = 0x042F, kThaiChoChing = 0x0E09;
-    EXPECT_EQ(press(Qt::Key_Y, 52), (std::array{0, 0, 0, 0})) << "a German keyboard has a Z of its own";
-    EXPECT_EQ(press(kCyrillicYa, 53), (std::array{0, 0, 0, 0}));
-    EXPECT_EQ(press(kCyrillicYa, 52), (std::array{1, 0, 0, 0}));
-    EXPECT_EQ(press(kThaiChoChing, 54), (std::array{1, 0, 1, 0}));
-    EXPECT_EQ(press(Qt::Key_Backspace, 22), (std::array{1, 1, 1, 0}));
+    EXPECT_EQ(press(window, Qt::Key_Y, 52), "(0 , 0 , 0 , 0)") << "a German keyboard has a Z of its own";
+    EXPECT_EQ(press(window, kCyrillicYa, 53), "(0 , 0 , 0 , 0)");
+    EXPECT_EQ(press(window, kCyrillicYa, 52), "(1 , 0 , 0 , 0)");
+    EXPECT_EQ(press(window, kThaiChoChing, 54), "(1 , 0 , 1 , 0)");
+    EXPECT_EQ(press(window, Qt::Key_Backspace, 22), "(1 , 1 , 1 , 0)");
 }
 
 TEST_F(ChTwoPointTest, NothingOfItIsSeenOrClicked) {
@@ -95,32 +92,30 @@ TEST_F(ChTwoPointTest, NothingOfItIsSeenOrClicked) {
 
 // As the driver makes it
 
-TEST_F(ChTwoPointTest, AWiredUnitsKeyWindowIsShownWithTheKeyboard) {
+TEST_F(ChTwoPointTest, ATiedUnitsKeyWindowIsShownWithTheKeyboard) {
     desk.desktop.frame = ScreenRect{{0, 0}, {1440, 900}};
-    sharedState.wireless = 0;
-    driver->startDevice();
-    ASSERT_TRUE(current());
-    EXPECT_TRUE(current()->isVisible());
-    EXPECT_EQ(current()->level(), WindowLevel::cursor);
-    EXPECT_FALSE(current()->ignoresMouseEvents());
-    EXPECT_EQ(current()->geometry(), QRect(0, 880, 20, 20));
+    startTied();
+    ASSERT_EQ(made().size(), 1u);
+    const ChTwoPoint& window = *made().front();
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(window.level(), WindowLevel::cursor);
+    EXPECT_FALSE(window.ignoresMouseEvents());
+    EXPECT_EQ(window.geometry(), QRect(0, 880, 20, 20));
     QCoreApplication::processEvents();
-    EXPECT_EQ(QApplication::activeWindow(), current());
+    EXPECT_EQ(QApplication::activeWindow(), &window);
 }
 
 TEST_F(ChTwoPointTest, EachStartMakesANewOneAndLeavesTheLastOneOpen) {
-    sharedState.wireless = 0;
+    startTied();
+    ASSERT_EQ(made().size(), 1u);
+    const QPointer<ChTwoPoint> first = made().front();
     driver->startDevice();
-    const QPointer<ChTwoPoint> first = current();
-    driver->startDevice();
-    ASSERT_TRUE(current());
-    ASSERT_NE(current(), first.data());
-    EXPECT_TRUE(current()->isVisible());
     deleteUnused();
+    EXPECT_EQ(made().size(), 2u);
     ASSERT_FALSE(first.isNull());
     EXPECT_TRUE(first->isVisible());
     first->keyDown(kVirtualKeyC);
-    EXPECT_EQ(flags(), (std::array{0, 0, 1, 0}));
+    EXPECT_EQ(flags(), "(0 , 0 , 1 , 0)");
 }
 
 TEST_F(ChTwoPointTest, TheLastReferenceMayBeDroppedOnAnotherThread) {

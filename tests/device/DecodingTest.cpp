@@ -6,7 +6,6 @@ namespace lightpen {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class DecodingTest : public DriverFixture {
 protected:
@@ -54,38 +53,6 @@ TEST_F(DecodingTest, BytesBehindThePositionAreNotRead) {
     report[1] = 3;
     report[2] = report[3] = report[4] = 0;
     EXPECT_EQ(decode(report, 804), (CameraPoint{3, 0}));
-}
-
-TEST_F(DecodingTest, EveryReportIsCounted) {
-    decode({0, 5});
-    decode({});
-    sharedState.checkViewSubState = 7;
-    decode({0, 5});
-    EXPECT_EQ(sharedState.decodedReportCount, 3);
-}
-
-TEST_F(DecodingTest, CheckViewAloneChangesNothing) {
-    sharedState.checkViewState = 2;
-    EXPECT_EQ(decode({0, 0x01, 0x0A, 0, 0}), kFarAwayPoint);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 2561, 0)"));
-}
-
-TEST_F(DecodingTest, CheckViewWithItsSubStateTakesUnsignedPointsWithoutARange) {
-    sharedState.checkViewState = 2;
-    sharedState.checkViewSubState = 1;
-    EXPECT_EQ(decode({0, 0xFE, 0xFF, 0xFF, 0xFF}), (CameraPoint{65534, 65535}));
-    EXPECT_EQ(decode({0, 0x00, 0x05, 0x00, 0x03}), (CameraPoint{1280, 768})); // no pen-up either
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(DecodingTest, AnyOtherSubStateDecodesNothing) {
-    for (const auto& [state, subState] :
-         {std::pair(0, 1), std::pair(1, 1), std::pair(2, 2), std::pair(0, -1)}) {
-        sharedState.checkViewState = state;
-        sharedState.checkViewSubState = subState;
-        EXPECT_EQ(decode({0, 0xF4, 0x01, 0x90, 0x01}), (CameraPoint{0, 0})) << state << ", " << subState;
-    }
-    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 } // namespace

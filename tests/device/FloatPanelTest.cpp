@@ -67,7 +67,6 @@ TEST_F(FloatPanelTest, SwallowsKeysAndOutlivesAClose) {
         QCoreApplication::sendEvent(&panel, &event);
         EXPECT_TRUE(event.isAccepted());
     }
-    EXPECT_EQ(sharedState.keyEscapePressed + sharedState.keyZPressed, 0);
     EXPECT_EQ(log.lines(), std::vector<std::string>());
     panel.close();
     EXPECT_TRUE(panel.isVisible());

@@ -5,35 +5,32 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "device/ChTwoPoint.h"
 #include "kit/TemporaryDirectory.h"
-#include "kit/device/DriverFixture.h"
-#include "kit/device/OffscreenApplication.h"
+#include "kit/device/CheckViewFixture.h"
 
 namespace lightpen {
 namespace {
-
-using testing::ElementsAre;
 
 // A panel whose points are two camera units wide, on both axes.
 constexpr int kWidth = 705, kHeight = 430;
 const QPoint kMiddle(5, 5); // of the marker
 
-class PanelViewTest : public DriverFixture {
+class PanelViewTest : public CheckViewFixture {
 protected:
-    PanelViewTest() {
-        sharedState.checkViewWidth = kWidth;
-        sharedState.checkViewHeight = kHeight;
-        sharedState.checkViewPoint = CameraPoint{200, 100};
+    // Shows a spot on a panel of a unit with these corners.
+    void show(CameraPoint first, CameraPoint last, int x = 200, int y = 100) {
+        storeCorners(first, last);
+        openShowing();
+        drawnFor(x, y);
     }
-    void storeCorners(CameraPoint first, CameraPoint last) {
-        sharedState.firstRecordPoints = PointPair{first, {1, 2}};
-        sharedState.secondRecordPoints = PointPair{{3, 4}, last};
-    }
-    QImage drawn(int scale) {
+    // What the panel shows; before there is one, or for a view of its own, another view.
+    static QImage drawing(QWidget& view, int scale) {
         QImage picture = blank(scale, Qt::red);
         view.render(&picture);
         return picture;
     }
+    static QImage drawing(int scale) { return drawing(*panel()->contentView(), scale); }
     // The marker alone, with its upper left corner there, on black.
     static QImage expected(int scale, QPointF corner) {
         QImage picture = blank(scale, Qt::black);
@@ -48,31 +45,33 @@ protected:
         return picture;
     }
 
-    const bool application = ensureOffscreenApplication();
     PanelView view{{{360, 300}, {kWidth, kHeight}}};
 };
 
-TEST_F(PanelViewTest, BothMirrorBranchesInBothResolutions) {
-    for (const int scale : {1, 2}) {
-        SCOPED_TRACE(scale);
-        storeCorners({100, 90}, {2000, 1500});
-        EXPECT_EQ(drawn(scale), expected(scale, {100, 40}));
-        storeCorners({2000, 1500}, {100, 90});
-        EXPECT_EQ(drawn(scale), expected(scale, {605, 370}));
-    }
+TEST_F(PanelViewTest, ASpotRightOfAndBelowCountsFromTheUpperLeftInBothResolutions) {
+    show({100, 90}, {2000, 1500});
+    for (const int scale : {1, 2})
+        EXPECT_EQ(drawing(scale), expected(scale, {100, 40}));
+    EXPECT_EQ(drawnFor(201, 103), (Deeds{"100.50,378.50"}));
+    EXPECT_EQ(drawing(2), expected(2, {100.5, 41.5})) << "between points";
+    pass();
+    drawn();
+    EXPECT_EQ(drawing(1), blank(1, Qt::black)) << "a spot that is not there";
 }
 
-TEST_F(PanelViewTest, ASpotBetweenPointsIsDrawnBetweenPoints) {
-    storeCorners({100, 90}, {2000, 1500});
-    sharedState.checkViewPoint = CameraPoint{201, 103};
-    EXPECT_EQ(drawn(2), expected(2, {100.5, 41.5}));
-    EXPECT_NE(drawn(2), expected(2, {100, 41}));
+TEST_F(PanelViewTest, TheOtherWayRoundItCountsFromTheLowerRight) {
+    show({2000, 1500}, {100, 90});
+    for (const int scale : {1, 2})
+        EXPECT_EQ(drawing(scale), expected(scale, {605, 370}));
+    pass();
+    drawn();
+    EXPECT_EQ(drawing(1), blank(1, Qt::black));
 }
 
 // Without the marker's own code: white above right, a red middle, open below left, black elsewhere.
 TEST_F(PanelViewTest, TheMarkerLooksLikeThis) {
-    storeCorners({100, 90}, {2000, 1500});
-    const QImage picture = drawn(1);
+    show({100, 90}, {2000, 1500});
+    const QImage picture = drawing(1);
     const QPoint corner(100, 40);
     EXPECT_EQ(picture.pixelColor(corner + QPoint(8, 4)), QColor(Qt::white));
     EXPECT_EQ(picture.pixelColor(corner + QPoint(4, 1)), QColor(Qt::white));
@@ -89,38 +88,17 @@ TEST_F(PanelViewTest, TheApplicationsPictureGoesBeforeTheDrawnOne) {
     writeFile(file, "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
                     "<rect width='10' height='5' fill='#00ff00'/></svg>");
     desk.bundle.files["wArc.svg"] = file;
+    show({100, 90}, {2000, 1500});
     PanelView withPicture{{{360, 300}, {kWidth, kHeight}}};
-    storeCorners({100, 90}, {2000, 1500});
     for (const int scale : {1, 2}) {
         SCOPED_TRACE(scale);
         QImage wanted = blank(scale, Qt::black);
         QPainter(&wanted).fillRect(QRect(100, 40, 10, 5), QColor(0, 255, 0));
-        QImage picture = blank(scale, Qt::red);
-        withPicture.render(&picture);
-        EXPECT_EQ(picture, wanted);
+        EXPECT_EQ(drawing(withPicture, scale), wanted);
     }
     writeFile(file, "this is no picture");
     PanelView withDamagedPicture{{{360, 300}, {kWidth, kHeight}}};
-    QImage picture = blank(1, Qt::red);
-    withDamagedPicture.render(&picture);
-    EXPECT_EQ(picture, drawn(1));
-}
-
-TEST_F(PanelViewTest, ASpotThatIsNotThereIsNotSeen) {
-    sharedState.checkViewPoint = CameraPoint{-100, -100};
-    storeCorners({100, 90}, {2000, 1500});
-    EXPECT_EQ(drawn(1), blank(1, Qt::black));
-    storeCorners({2000, 1500}, {100, 90});
-    EXPECT_EQ(drawn(1), blank(1, Qt::black));
-}
-
-TEST_F(PanelViewTest, EachDrawingIsLogged) {
-    storeCorners({100.125, 90}, {2000, 1500.5});
-    sharedState.checkViewPoint = CameraPoint{201, 103};
-    log.clear();
-    drawn(1);
-    EXPECT_THAT(log.takeLines(),
-                ElementsAre("Event n:256 sptScreenP1: (100.50,378.50)C1(100.12,90.00)C4(2000.00,1500.50)"));
+    EXPECT_EQ(drawing(withDamagedPicture, 1), expected(1, {100, 40}));
 }
 
 TEST_F(PanelViewTest, OnlyTheDirtyPartIsFilled) {
@@ -182,9 +160,12 @@ TEST_F(PanelViewTest, AClickCountsAsEscapeAndNothingElseDoes) {
     EXPECT_TRUE(send(QEvent::MouseButtonRelease));
     view.drawLineFromPoint({1, 2}, {3, 4});
     view.keyDown(53);
-    EXPECT_EQ(sharedState.keyEscapePressed, 0);
+    ChTwoPoint keys{{{0, 0}, {20, 20}}};
+    keys.keyDown(0);
+    EXPECT_TRUE(log.lines().back().ends_with(", 0)"));
     EXPECT_TRUE(send(QEvent::MouseButtonPress));
-    EXPECT_EQ(sharedState.keyEscapePressed, 1);
+    keys.keyDown(0);
+    EXPECT_TRUE(log.lines().back().ends_with(", 1)"));
     EXPECT_EQ(view.lastLocation, WindowPoint());
 }
 

@@ -1,200 +1,164 @@
 // SPDX-License-Identifier: MIT
 // What the point thread does about the pairing key window: its keys, and whether it takes the mouse.
-#include "kit/device/PassFixture.h"
+#include <QApplication>
+
+#include "device/ChTwoPoint.h"
+#include "kit/device/OffscreenApplication.h"
+#include "kit/device/PenFixture.h"
+#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 namespace {
 
-using std::chrono::seconds;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
-class PointThreadKeysTest : public PassFixture {
+class PointThreadKeysTest : public PenFixture {
 protected:
-    PointThreadKeysTest() {
-        beginArmedThread();
-        sharedState.pairingKeyWindow = keyWindow;
+    // What earlier tests have let go of is not to be found.
+    PointThreadKeysTest() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    // A unit whose pens are paired like that: 0 by a table, else by themselves.
+    void openPairedWith(std::uint8_t paired) {
+        unitAnswers.wireless = paired;
+        openArmed();
     }
-    // The unit confirms each record of the pairing table.
-    void confirmRecords() {
-        unit.onSetReport = [this](const SentReport& report) {
-            unit.sendReport({'S', report.bytes.at(1)});
-            return kIOReturnSuccess;
-        };
+    // Presses keys, and says which of Z, Delete, C and Escape count as pressed now.
+    std::string press(std::initializer_list<std::uint16_t> codes) {
+        for (const std::uint16_t code : codes)
+            keys.keyDown(code);
+        const std::string line = log.lines().back();
+        return line.substr(line.find('('));
     }
-    static void press(SharedWord& first, SharedWord& second) { first = second = 1; }
+    // The same after a pass of the point thread.
+    std::string pressedAfterPass() {
+        EXPECT_THAT(pass(), IsEmpty());
+        return press({kNoVirtualKey});
+    }
+    // The window that the driver has made; null where there is none.
+    static ChTwoPoint* keyWindow() {
+        ChTwoPoint* found = nullptr;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = dynamic_cast<ChTwoPoint*>(widget); window && window->isVisible())
+                found = window;
+        return found;
+    }
 
-    std::shared_ptr<RecordingKeyWindow> keyWindow = std::make_shared<RecordingKeyWindow>();
+    const bool application = ensureOffscreenApplication();
+    ChTwoPoint keys{{{0, 0}, {20, 20}}};
 };
 
 // C and Delete: the check request
 
-TEST_F(PointThreadKeysTest, CAndDeleteRequestACheck) {
-    sharedState.wireless = 1;
-    press(sharedState.keyCPressed, sharedState.keyDeletePressed);
-    EXPECT_EQ(pass(), (Pass{.lines = {"Event n:1725 keyCode : (1 , 1)"}, .sleeps = {kPassSleep}}));
-    EXPECT_EQ(sharedState.checkViewState, 1);
-    EXPECT_EQ(sharedState.keyCPressed, 0);
-    EXPECT_EQ(sharedState.keyDeletePressed, 0);
-    EXPECT_EQ(pass(), idle());
+TEST_F(PointThreadKeysTest, CAndDeleteRequestACheckOnce) {
+    openPairedWith(1);
+    EXPECT_EQ(press({kVirtualKeyC, kVirtualKeyDelete}), "(0 , 1 , 1 , 0)");
+    EXPECT_EQ(pressedAfterPass(), "(0 , 0 , 0 , 0)");
+    press({kVirtualKeyC, kVirtualKeyDelete});
+    EXPECT_EQ(pressedAfterPass(), "(0 , 1 , 1 , 0)") << "a check is requested already";
 }
 
-TEST_F(PointThreadKeysTest, ACheckNeedsBothKeysAPairedPenAndNoOtherCheck) {
-    struct Case {
-        int wireless, checkViewState, keyC, keyDelete;
-    };
-    for (const Case& held :
-         {Case{0, 0, 1, 1}, Case{-1, 0, 1, 1}, Case{1, 1, 1, 1}, Case{1, 0, 1, 0}, Case{1, 0, 0, 1}}) {
-        sharedState.wireless = held.wireless;
-        sharedState.checkViewState = held.checkViewState;
-        sharedState.keyCPressed = held.keyC;
-        sharedState.keyDeletePressed = held.keyDelete;
-        EXPECT_EQ(pass(), idle());
-        EXPECT_EQ(sharedState.checkViewState, held.checkViewState);
-        EXPECT_EQ(sharedState.keyCPressed, held.keyC);
-        EXPECT_EQ(sharedState.keyDeletePressed, held.keyDelete);
-    }
+TEST_F(PointThreadKeysTest, ACheckNeedsBothKeys) {
+    openPairedWith(1);
+    press({kVirtualKeyC});
+    EXPECT_EQ(pressedAfterPass(), "(0 , 0 , 1 , 0)");
+    press({kVirtualKeyEscape, kVirtualKeyZ});
+    EXPECT_EQ(pressedAfterPass(), "(1 , 0 , 1 , 1)") << "Escape is left alone";
 }
 
-// The check view
-
-TEST_F(PointThreadKeysTest, ACheckViewIsLoggedOnEveryPass) {
-    sharedState.checkViewState = 2;
-    sharedState.keyCPressed = 1;
-    const Pass expected{.lines = {"Event n:1767 keyCode : (0 , 1)"}, .sleeps = {kPassSleep}};
-    EXPECT_EQ(pass(), expected);
-    EXPECT_EQ(pass(), expected);
+TEST_F(PointThreadKeysTest, ACheckNeedsPensThatArePaired) {
+    openPairedWith(0);
+    press({kVirtualKeyC, kVirtualKeyDelete});
+    EXPECT_EQ(pressedAfterPass(), "(0 , 1 , 1 , 0)");
 }
 
-TEST_F(PointThreadKeysTest, EscapeInTheCheckViewsSubStatePausesForTwoSeconds) {
-    sharedState.checkViewState = 2;
-    sharedState.checkViewSubState = 1;
-    sharedState.keyEscapePressed = 1;
-    sharedState.keyDeletePressed = 1;
-    EXPECT_EQ(pass(),
-              (Pass{.lines = {"Event n:1742 keyCode : (1 , 0)"}, .sleeps = {seconds(2), kPassSleep}}));
-    EXPECT_EQ(sharedState.keyEscapePressed, 0);
-    EXPECT_EQ(pass(), idle());
-}
-
-TEST_F(PointThreadKeysTest, EscapeElsewhereIsLeftAlone) {
-    sharedState.keyEscapePressed = 1;
-    EXPECT_EQ(pass(), idle());
-    sharedState.checkViewState = 2;
-    EXPECT_THAT(pass().lines, ElementsAre("Event n:1767 keyCode : (0 , 0)"));
-    EXPECT_EQ(sharedState.keyEscapePressed, 1);
+TEST_F(PointThreadKeysTest, KeysAndTheCheckViewAreToldLikeThis) {
+    openPairedWith(1);
+    happened.clear();
+    press({kVirtualKeyC, kVirtualKeyDelete});
+    desk.clock.sleep(2 * kPassSleep);
+    driver->Nx9View(); // without a panel
+    press({kVirtualKeyC});
+    desk.clock.sleep(2 * kPassSleep);
+    EXPECT_TRUE(matchesTranscript("check_request"));
 }
 
 // Z and Delete: the pairing exit
 
-TEST_F(PointThreadKeysTest, ZAndDeleteEndTheProcessWithStatusZero) {
-    sharedState.wireless = 0;
-    driver->setDeviceDelegate(deviceDelegate);
-    confirmRecords();
-    int stateDuringCallback = 0;
-    deviceDelegate->then = [&](const std::string& what) {
-        log.logLine("delegate: " + what);
-        stateDuringCallback = sharedState.checkViewState;
+TEST_F(PointThreadKeysTest, ZAndDeleteSendTheTableAndEndTheProcessWithStatusZero) {
+    openPairedWith(0);
+    unitAnswers.then = [this](const SentReport& report) {
+        if (report.bytes.at(0) == 'S')
+            unit.sendReport({'S', report.bytes.at(1)});
+        return kIOReturnSuccess;
     };
-    press(sharedState.keyZPressed, sharedState.keyDeletePressed);
-    sharedState.keyCPressed = 7;
-    forgetWhatWas();
-    int status = -1;
-    try {
-        driver->pointThreadPass(thread);
-    } catch (const ProcessExit& exit) {
-        status = exit.status;
-    }
-    EXPECT_EQ(status, 0);
-    EXPECT_THAT(log.lines(), ElementsAre("delegate: remove", "Event n:2644 Error", "Event n:2764 file:(null)",
-                                         "Event n:2323 Input report element for 0", "Event n:2349 ",
-                                         "Event n:2789 result:0", "Event n:1601 keyCode : (1 , 1)",
-                                         "Event n:1715 keyCode : (1 , 7) exit"));
-    EXPECT_THAT(unit.takeOperations(), ElementsAre("device.allocQueue()", "queue2.create(0, 1)",
-                                                   "queue2.hasElement(17)", "queue2.addElement(17, 0)",
-                                                   "queue2.start()", "queue2.stop()", "queue2.dispose()"));
-    EXPECT_EQ(driver->_PairingData.load(), nullptr);
-    EXPECT_EQ(deviceDelegate->sender, driver.get());
-    EXPECT_EQ(stateDuringCallback, 1);
-    EXPECT_EQ(sharedState.keyZPressed, 0);
-    EXPECT_EQ(sharedState.keyDeletePressed, 0);
-    EXPECT_EQ(sharedState.keyCPressed, 7);
-    EXPECT_EQ(sharedState.checkViewState, 0);
-    EXPECT_EQ(desk.clock.takeSleeps(), std::vector<Microseconds>(14, std::chrono::milliseconds(100)));
+    press({kVirtualKeyZ, kVirtualKeyDelete, kVirtualKeyC});
+    happened.clear();
+    run(std::chrono::seconds(3));
+    EXPECT_EQ(turnTaking.exitStatus(), 0);
+    EXPECT_TRUE(matchesTranscript("pairing_exit"));
+    EXPECT_EQ(press({kNoVirtualKey}), "(0 , 0 , 1 , 0)");
 }
 
-TEST_F(PointThreadKeysTest, ThePairingExitNeedsNeitherAListenerNorAUnit) {
-    sharedState.wireless = 0;
-    driver->_pphidDeviceInterface = nullptr;
-    for (const auto& delegate : {deviceDelegate, std::shared_ptr<RecordingDeviceDelegate>()}) {
-        deviceDelegate->deaf = {Operation::deviceDidRemoveCallback};
-        driver->setDeviceDelegate(delegate);
-        press(sharedState.keyZPressed, sharedState.keyDeletePressed);
-        EXPECT_THROW(driver->pointThreadPass(thread), ProcessExit);
-        EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
-        EXPECT_EQ(driver->_PairingData.load(), nullptr);
-    }
+TEST_F(PointThreadKeysTest, ThePairingExitNeedsNoListenerAndEndsWithItsUnit) {
+    openPairedWith(0);
+    deviceDelegate->deaf = {Operation::deviceDidRemoveCallback};
+    unitAnswers.then = [](const SentReport&) { return kIOReturnNoDevice; };
+    press({kVirtualKeyZ, kVirtualKeyDelete});
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(turnTaking.exitStatus(), 0);
+    EXPECT_THAT(deviceDelegate->takeHeard(), testing::Not(testing::Contains("remove")));
 }
 
-TEST_F(PointThreadKeysTest, ThePairingExitNeedsBothKeysAnUnpairedPenAndNoCheck) {
-    struct Case {
-        int wireless, checkViewState, keyZ, keyDelete;
-    };
-    for (const Case& held :
-         {Case{1, 0, 1, 1}, Case{-1, 0, 1, 1}, Case{0, 1, 1, 1}, Case{0, 0, 1, 0}, Case{0, 0, 0, 1}}) {
-        sharedState.wireless = held.wireless;
-        sharedState.checkViewState = held.checkViewState;
-        sharedState.keyZPressed = held.keyZ;
-        sharedState.keyDeletePressed = held.keyDelete;
-        EXPECT_EQ(pass(), idle());
-        EXPECT_EQ(sharedState.keyZPressed, held.keyZ);
-    }
+TEST_F(PointThreadKeysTest, ThePairingExitNeedsBothKeys) {
+    openPairedWith(0);
+    press({kVirtualKeyZ});
+    EXPECT_EQ(pressedAfterPass(), "(1 , 0 , 0 , 0)");
+    EXPECT_EQ(turnTaking.running(), 1);
+}
+
+TEST_F(PointThreadKeysTest, ThePairingExitNeedsPensThatAreTiedByATable) {
+    openPairedWith(1);
+    press({kVirtualKeyZ, kVirtualKeyDelete});
+    EXPECT_EQ(pressedAfterPass(), "(1 , 1 , 0 , 0)");
+    EXPECT_EQ(turnTaking.running(), 1);
 }
 
 // Whether the key window takes the mouse
 
 TEST_F(PointThreadKeysTest, TheKeyWindowTakesTheMouseOnlyWhileThereIsNoReport) {
-    sharedState.wireless = 0;
-    pass();
-    runMainLoop();
-    EXPECT_THAT(keyWindow->told, ElementsAre(false));
+    openPairedWith(0);
+    ASSERT_TRUE(keyWindow());
+    EXPECT_FALSE(keyWindow()->ignoresMouseEvents());
     passOn(1001, 601);
+    EXPECT_FALSE(keyWindow()->ignoresMouseEvents()) << "it is told on the main thread";
     runMainLoop();
-    EXPECT_THAT(keyWindow->told, ElementsAre(false, true));
-    passOn(penUpReport()); // a report, too
-    unit.script().answer("queue1.getNextEvent", kIOReturnError);
+    EXPECT_TRUE(keyWindow()->ignoresMouseEvents());
+    lift(); // a report, too
+    runMainLoop();
+    EXPECT_TRUE(keyWindow()->ignoresMouseEvents());
+    unit.script().answer("queue.getNextEvent", kIOReturnError);
     pass();
     runMainLoop();
-    EXPECT_THAT(keyWindow->told, ElementsAre(false, true, false));
+    EXPECT_FALSE(keyWindow()->ignoresMouseEvents());
 }
 
-TEST_F(PointThreadKeysTest, TheKeyWindowIsToldOnTheMainThreadAndOnlyOfChanges) {
-    sharedState.wireless = 0;
-    emptyPasses(3);
-    EXPECT_THAT(keyWindow->told, IsEmpty());
+TEST_F(PointThreadKeysTest, TheKeyWindowIsToldOnlyOfChanges) {
+    openPairedWith(0);
+    lift();
     runMainLoop();
-    EXPECT_THAT(keyWindow->told, ElementsAre(false));
-    emptyPasses(3);
+    desk.runLoop.posted = 0;
+    lift();
+    const int posted = desk.runLoop.posted; // the report, for the image queue
+    for (int i = 1; i < 5; ++i)
+        lift();
+    EXPECT_LE(desk.runLoop.posted, 5 * posted);
     runMainLoop();
-    EXPECT_THAT(keyWindow->told, ElementsAre(false));
+    EXPECT_TRUE(keyWindow()->ignoresMouseEvents());
 }
 
-TEST_F(PointThreadKeysTest, APairedPenLeavesTheKeyWindowAlone) {
-    for (const int wireless : {-1, 1}) {
-        sharedState.wireless = wireless;
-        pass();
-        passOn(1001, 601);
-        pass();
-    }
-    runMainLoop();
-    EXPECT_THAT(keyWindow->told, IsEmpty());
-}
-
-TEST_F(PointThreadKeysTest, WithoutAKeyWindowNothingIsTold) {
-    sharedState.wireless = 0;
-    sharedState.pairingKeyWindow = nullptr;
-    EXPECT_EQ(pass(), idle());
-    EXPECT_EQ(passOn(1001, 601).posted, (std::vector{down(503, 307)}));
+TEST_F(PointThreadKeysTest, APairedPenHasNoKeyWindow) {
+    openPairedWith(1);
+    EXPECT_FALSE(keyWindow());
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
 }
 
 } // namespace

@@ -15,6 +15,7 @@ using testing::SizeIs;
 class QueuesTest : public DriverFixture {
 protected:
     QueuesTest() {
+        desk.threads.onDetach = nullptr; // the thread is asked for, and not started
         openUnit();
         unit.takeOperations();
     }
@@ -84,7 +85,7 @@ TEST_F(QueuesTest, WithoutASourceTheCodeComesBackAndTheThreadStarts) {
     EXPECT_THAT(log.lines(),
                 ElementsAre("Event n:2010", kElement, "Event n:2349 ",
                             "Event n:1886 Failed to createAsyncEventSource, error:-536870208\n"));
-    EXPECT_THAT(desk.runLoop.sources(), IsEmpty());
+    EXPECT_THAT(desk.runLoop.sources(), SizeIs(1)) << "that of the hot-plug notifications";
     EXPECT_EQ(unit.takeOperations().back(), "queue1.createAsyncEventSource()");
     EXPECT_EQ(driver->_queue.load(), unit.queue(1));
     expectThread();

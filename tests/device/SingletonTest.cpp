@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "device/EventGeneratorNX7.h"
-#include "device/SharedState.h"
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
@@ -45,7 +44,7 @@ long countIn(const std::string& text, const std::string& part) {
     EventGeneratorNX7* const first = EventGeneratorNX7::sharedEventGeneratorNX7();
     if (log.output() != "Event n:546 \n")
         end("first: " + log.output());
-    if (sharedState.unitOpen != 1)
+    if (!EventGeneratorNX7::isUnitOpen())
         end("not started");
     EventGeneratorNX7* const second = EventGeneratorNX7::sharedEventGeneratorNX7();
     if (log.output() != "Event n:546 \nEvent n:546 \n")
@@ -70,18 +69,18 @@ TEST(SingletonTest, TheInstanceIsMadeOnceAndPrintsEachTime) {
     answerRequests(unit);
     unit.plugIn();
     EventGeneratorNX7* inside = nullptr;
-    bool stillStarting = false;
+    bool asked = false;
     desk.threads.onDetach = [&] {
         desk.runLoop.performOnMainThread({&desk, "ask", {}, [&] {
                                               inside = EventGeneratorNX7::sharedEventGeneratorNX7();
-                                              stillStarting = inside->_isStaring;
+                                              asked = !inside->hearsPen() && !inside->isUnitOpen();
                                               inside->beginPointThread();
                                           }});
     };
     EventGeneratorNX7* const outside = EventGeneratorNX7::sharedEventGeneratorNX7();
     if (!inside)
         end("never asked");
-    if (!stillStarting)
+    if (!asked)
         end("asked too late");
     if (inside != outside)
         end("two of them");
@@ -117,7 +116,7 @@ TEST(SingletonTest, WhoAsksDuringTheStartGetsTheSameInstance) {
                                    std::chrono::seconds(5));
     EventGeneratorNX7* const driver = EventGeneratorNX7::sharedEventGeneratorNX7();
     desk.runLoop.runFor(std::chrono::seconds(1));
-    if (!driver->_pointsQueue.load() || driver->_isStaring || sharedState.unitOpen != 1)
+    if (desk.threads.entries.size() != 1 || !driver->isUnitOpen())
         end("not open");
     end("good");
 }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Stray light in front of a camera unit in software, from its plug to the pen's working again.
-#include <QCoreApplication>
+#include <QApplication>
 
-#include "device/CheckViewRequests.h"
 #include "device/FloatPanel.h"
 #include "kit/device/EmulatedUnitFixture.h"
 #include "kit/device/OffscreenApplication.h"
@@ -17,9 +16,12 @@ using testing::HasSubstr;
 
 class StrayLightCheckTest : public EmulatedUnitFixture {
 protected:
-    ~StrayLightCheckTest() override { sharedState.checkViewPanel = nullptr; }
-
-    static FloatPanel* panel() { return sharedState.checkViewPanel.get(); }
+    static FloatPanel* panel() {
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* found = dynamic_cast<FloatPanel*>(widget))
+                return found;
+        return nullptr;
+    }
     // The lines of what is drawn within a second.
     std::vector<std::string> drawnMeanwhile() {
         log.clear();
@@ -39,27 +41,22 @@ protected:
 TEST_F(StrayLightCheckTest, TheMarkerFollowsTheLightUntilThePenWorksAgain) {
     CameraUnit& camera = addCamera();
     calibrate(camera);
-    const auto corners = [] { return sharedState.firstRecordPoints.load().first; };
     camera.strayLight(CameraPoint{705, 430});
     camera.plug();
     start();
-    ASSERT_GT(sharedState.strayLightLevel, 0);
     ASSERT_TRUE(panel());
     EXPECT_TRUE(panel()->isVisible());
-    EXPECT_EQ(sharedState.checkViewRect, (WindowRect{{320, 266}, {640, 400}}));
-    ASSERT_NE(corners(), CameraPoint()) << "the stored calibration tells which way round";
+    EXPECT_EQ(panel()->geometry(), QRect(320, 134, 640, 400));
     EXPECT_THAT(drawnMeanwhile(), Contains(drawnAt("320.00,200.00")));
-    camera.strayLight(CameraPoint{141, 430});
-    EXPECT_THAT(drawnMeanwhile(),
-                Contains(testing::AnyOf(drawnAt("64.00,200.00"), drawnAt("576.00,200.00"))));
+    // The last corner of the stored calibration is right of and below the first.
+    camera.strayLight(CameraPoint{141, 215});
+    EXPECT_THAT(drawnMeanwhile(), Contains(drawnAt("64.00,300.00")));
     EXPECT_THAT(desk.pointer.takePosted(), testing::IsEmpty());
 
     camera.strayLight(std::nullopt);
     drawnMeanwhile();
     driver->startPointQueue();
     EXPECT_EQ(panel(), nullptr);
-    EXPECT_EQ(sharedState.strayLightLevel, 0);
-    EXPECT_EQ(sharedState.checkViewState, 0);
     EXPECT_THAT(deviceDelegate->takeHeard(), Contains("add"));
     run(seconds(2));
     EXPECT_TRUE(touchWorks(camera, {400, 300}));
@@ -75,8 +72,6 @@ TEST_F(StrayLightCheckTest, AUnitThatLeavesTakesThePanelAlong) {
     camera.unplug();
     run(seconds(2));
     EXPECT_EQ(panel(), nullptr);
-    EXPECT_EQ(sharedState.checkViewState, 0);
-    EXPECT_EQ(sharedState.strayLightViewShown, 0);
     camera.strayLight(std::nullopt);
     camera.plug();
     run(seconds(8));

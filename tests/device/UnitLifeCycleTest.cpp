@@ -21,7 +21,6 @@ TEST_P(UnitLifeCycleLengthTest, FromThePlugToAPress) {
     calibrate(camera);
     camera.plug();
     start();
-    EXPECT_EQ(sharedState.reportCopyLength, static_cast<int>(GetParam()));
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
     EXPECT_EQ(knownPoints(), flashPoints(camera));
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x35);
@@ -105,6 +104,37 @@ TEST_F(UnitLifeCycleTest, ASettingsUpdateAfterACalibrationKeepsTheNewOne) {
                                                  CameraPoint{15, 1816}, CameraPoint{2417, 1718}));
 }
 
+// Pictures and the pairing table, while the pen is on the screen
+
+TEST_F(UnitLifeCycleTest, APictureReleasesThePenAndItsPixelsAreNoTouches) {
+    CameraUnit& camera = addCamera();
+    calibrate(camera);
+    camera.plug();
+    start();
+    ASSERT_TRUE(touchWorks(camera, {640, 400}));
+    camera.touch({640, 400});
+    run(300ms);
+    happened.clear();
+    ASSERT_TRUE(driver->previewImage());
+    EXPECT_THAT(happened.takeDeeds(), testing::Contains(testing::StartsWith("release ")).Times(1));
+    camera.lift();
+    EXPECT_TRUE(touchWorks(camera, {300, 500}));
+}
+
+TEST_F(UnitLifeCycleTest, ThePairingTableIsNoTouch) {
+    CameraUnit& camera = addCamera();
+    calibrate(camera);
+    camera.plug();
+    start();
+    ASSERT_TRUE(touchWorks(camera, {640, 400}));
+    desk.dataFiles.put("NX9_Wireless.bin", std::nullopt);
+    happened.clear();
+    driver->Nx9commd('R');
+    EXPECT_EQ(desk.dataFiles.contents("NX9_Wireless.bin")->size(), 112u);
+    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
+    EXPECT_TRUE(touchWorks(camera, {300, 500}));
+}
+
 // Light during the read
 
 TEST_F(UnitLifeCycleTest, APenThatIsLitDuringTheReadIsNoCalibration) {
@@ -146,7 +176,7 @@ TEST_F(UnitLifeCycleTest, ASilentUnitIsWaitedForUntilItIsPulled) {
     start();
     EXPECT_GE(desk.clock.now() - before, 29s);
     run(1s);
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
     camera.faults()->silent = false;
     calibrate(camera);
     camera.plug();

@@ -29,7 +29,7 @@ protected:
         EXPECT_EQ(driver->_pointsQueue.load(), nullptr);
         EXPECT_EQ(driver->_calibrationQueue, nullptr);
         EXPECT_FALSE(driver->_isStaring);
-        EXPECT_FALSE(thread) << "the point thread has ended";
+        EXPECT_EQ(turnTaking.running(), 0) << "the point thread has ended";
         EXPECT_EQ(sharedState.unitOpen, 0);
         EXPECT_EQ(desk.registry.liveObjects(), kObjectsWithoutUnit);
     }

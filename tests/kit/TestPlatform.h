@@ -40,11 +40,18 @@ public:
     IOReturn IOHIDPostEvent(io_connect_t, std::uint32_t eventType, IOGPoint location,
                             const NXMouseEventData& data, std::uint32_t, std::uint32_t,
                             std::uint32_t) override {
+        const Posted posted{eventType, location, data};
+        if (onPost)
+            onPost(posted);
         const std::lock_guard hold(mutex_);
-        posted_.push_back({eventType, location, data});
+        posted_.push_back(posted);
         return kIOReturnSuccess;
     }
-    void releaseButtons() override { ++releases; }
+    void releaseButtons() override {
+        ++releases;
+        if (onReleaseButtons)
+            onReleaseButtons();
+    }
 
     // The events since the last call, oldest first.
     std::vector<Posted> takePosted() {
@@ -52,6 +59,10 @@ public:
         return std::exchange(posted_, {});
     }
     int releases = 0;
+    // Called with each event, and with each release of all buttons, by the one who posts. Set them before
+    // there are other threads.
+    std::function<void(const Posted&)> onPost;
+    std::function<void()> onReleaseButtons;
 
 private:
     std::mutex mutex_;
@@ -86,6 +97,8 @@ public:
 class RecordingBroadcast final : public DistributedNotificationCenter {
 public:
     void postNotificationName(std::string_view name) override {
+        if (onName)
+            onName(name);
         const std::lock_guard hold(mutex_);
         names_.emplace_back(name);
     }
@@ -93,6 +106,8 @@ public:
         const std::lock_guard hold(mutex_);
         return std::exchange(names_, {});
     }
+    // Called with each name, by the one who posts. Set it before there are other threads.
+    std::function<void(std::string_view)> onName;
 
 private:
     std::mutex mutex_;

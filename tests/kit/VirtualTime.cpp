@@ -14,11 +14,18 @@ Microseconds VirtualClock::now() {
 void VirtualClock::sleep(Microseconds duration) {
     {
         const std::lock_guard hold(mutex_);
-        now_ += duration;
         sleeps_.push_back(duration);
     }
+    waitUntil(now() + duration);
     if (onSleep)
         onSleep(duration);
+}
+
+void VirtualClock::waitUntil(Microseconds time, const std::function<bool()>& woken) {
+    if (onWait)
+        onWait(time, woken);
+    else
+        advanceTo(time);
 }
 
 void VirtualClock::advanceTo(Microseconds time) {
@@ -59,16 +66,17 @@ void VirtualRunLoop::runFor(Microseconds duration) {
     if (runsLeft_ && (*runsLeft_)-- == 0)
         throw std::runtime_error("a wait in the run loop does not end");
     const Microseconds end = clock_.now() + duration;
+    const auto woken = [this] { return queue_.hasPosted() || terminating(); };
     for (;;) {
         runPending();
         if (terminating())
             return;
         const auto due = queue_.nextDue();
-        if (!due || *due > end)
-            break;
-        clock_.advanceTo(*due);
+        const bool dueMeanwhile = due && *due <= end;
+        if (!dueMeanwhile && clock_.now() >= end)
+            return;
+        clock_.waitUntil(dueMeanwhile ? *due : end, woken);
     }
-    clock_.advanceTo(end);
 }
 
 void VirtualRunLoop::terminate(int status) {

@@ -22,12 +22,17 @@ public:
     Microseconds now() override;
     // Moves the time on and keeps the duration for comparison.
     void sleep(Microseconds duration) override;
+    // Waits until then, or until `woken` says so. No sleep is recorded.
+    void waitUntil(Microseconds time, const std::function<bool()>& woken = {});
     // Moves the time on to the given one, if that is later. No sleep is recorded.
     void advanceTo(Microseconds time);
     // The sleeps since the last call, oldest first.
     std::vector<Microseconds> takeSleeps();
     // Called after each sleep, by the one who slept. Set it before there are other threads.
     std::function<void(Microseconds)> onSleep;
+    // Carries out each wait, where several threads share this time; it moves the time on. Without it the one
+    // who waits moves the time on alone.
+    std::function<void(Microseconds until, const std::function<bool()>& woken)> onWait;
 
 private:
     std::mutex mutex_;

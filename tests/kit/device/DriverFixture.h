@@ -19,6 +19,8 @@
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
+#include "kit/Timeline.h"
+#include "kit/TurnTaking.h"
 
 namespace lightpen {
 
@@ -26,6 +28,11 @@ namespace lightpen {
 ReportBytes penReport(int x, int y);
 // What the unit sends when it sees no spot.
 ReportBytes penUpReport();
+// A report that is sent, as text: "send 48 01 (32 bytes, no limit)", without its trailing zeros.
+std::string sentText(const SentReport& report);
+// An event that is posted, as text: "press 503 307", "drag", "release", "right press", "right release"; whole
+// where it is none of these to the last value.
+std::string postedText(const RecordingPointer::Posted& posted);
 
 // Maps by shifting and scaling, so that each axis is told from the other; a fixed answer wins.
 class ShiftingMapper final : public KVRCalibrationProtocol {
@@ -51,6 +58,8 @@ public:
     // The driver that the last point came from.
     SharedValue<const EventGeneratorNX7*> sender{nullptr};
     SharedFlag responds{true};
+    // Called with each point, on the thread that hands it over. Set it before there are other threads.
+    std::function<void(CameraPoint)> onPoint;
 
 private:
     std::mutex mutex_;
@@ -69,7 +78,8 @@ public:
 
     std::set<Operation> deaf;
     const EventGeneratorNX7* sender = nullptr;
-    // Called after each message, with its name.
+    // Called with each message's name: first this, to write it down, then that, for what is to follow.
+    std::function<void(const std::string&)> onHeard;
     std::function<void(const std::string&)> then;
 
 private:
@@ -86,20 +96,54 @@ public:
     int shown = 0;
 };
 
+// How a scripted unit answers what it is sent.
+struct UnitAnswers {
+    // The replies to flash requests, by the number that is asked for; what is not there is answered with "no
+    // record", which says how the pen is paired.
+    std::vector<ReportBytes> records;
+    std::uint8_t wireless = 1;
+    // How often stray light is seen in each test for it.
+    int sightings = 0;
+    // Called for each report, after its answer; what it says is setReport's result.
+    std::function<IOReturn(const SentReport&)> then;
+};
+
 // A driver of its own on a platform of doubles, with the process-wide values as at the start of the process.
-// A test that needs the whole way of a unit plugs in `unit`; one that starts in the middle calls openUnit().
+// A test drives it through its operations, the unit and the time, and compares what happened with `happened`:
+//
+//   press 503 307 ...              a pointer event; "release buttons" for all that are down
+//   send 48 01 (32 bytes, 100 ms)  a report to the unit
+//   broadcast LightPenNX7Region... a notification
+//   delegate add ...               a message to the device delegate: noise, add, remove, statMenu
+//   log "...", queue1.start()      lines and calls of the HID layer, in transcripts only
+//
+// The point thread is the driver's own and takes turns with the test: it makes its passes whenever the test
+// waits, be it within an operation of the driver. The unit answers flash requests as `unitAnswers` says.
 class DriverFixture : public testing::Test {
 protected:
     using Operation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
     using Posted = RecordingPointer::Posted;
+    using Deeds = std::vector<std::string>;
 
     DriverFixture();
     ~DriverFixture() override;
 
-    // A driver with an open unit, as startHIDMode leaves it before it reads the flash.
-    void openUnit();
+    // Starts the driver and gives it its delegate.
+    void start();
+    // Arrival and removal of the unit, with the main loop running until they have been reported.
+    void plugIn();
+    void unplug();
+    // Runs the main loop; the point thread makes its passes meanwhile.
+    void run(Microseconds duration) { desk.runLoop.runFor(duration); }
     // What is performed on the main thread now.
     void runMainLoop() { desk.runLoop.runPending(); }
+    // Ends the point thread. A fixture calls it before it takes away what the thread uses.
+    void endThreads();
+    // Whether what happened since the last take is what tests/device/transcripts/NAME.txt says.
+    testing::AssertionResult matchesTranscript(const std::string& name);
+
+    // A driver with an open unit, as startHIDMode leaves it before it reads the flash.
+    void openUnit();
 
     // The event that each post operation makes.
     static Posted down(int x, int y) { return event(kLeftMouseDown, x, y, 1, 255); }
@@ -112,14 +156,21 @@ protected:
     // Before the driver, which asks for them.
     const bool sharedStateIsFresh = resetSharedState();
     TestPlatform desk;
+    Timeline happened{desk.clock};
+    TurnTaking turnTaking{desk.clock};
     RecordingLog log;
     ScriptedUnit unit{desk};
+    UnitAnswers unitAnswers;
     // The driver's own thread objects must find it until the end of the process, as they find the real one.
     std::unique_ptr<EventGeneratorNX7> driver;
     std::shared_ptr<RecordingDeviceDelegate> deviceDelegate = std::make_shared<RecordingDeviceDelegate>();
 
 private:
     static bool resetSharedState();
+    void writeDown();
+    IOReturn sent(const SentReport& report);
+
+    std::shared_ptr<IONotificationPort> anyPort_;
 };
 
 } // namespace lightpen

@@ -23,20 +23,13 @@ private:
 
 EmulatedUnitFixture::EmulatedUnitFixture() {
     desk.desktop.frame = ScreenRect{{0, 0}, kScreen};
-    // The process has one matching server, whose port belongs to the platform of the first test; any port of
-    // this registry delivers for all.
-    port_ = desk.registry.IONotificationPortCreate(0);
-    desk.runLoop.addSource(port_->IONotificationPortGetRunLoopSource(), kCFRunLoopCommonModes);
-    desk.threads.onDetach = [this] {
-        desk.runLoop.performOnMainThread(
-            {this, "thread", {}, [this] { thread = driver->beginPointThread(); }});
-    };
     desk.clock.onSleep = [this](Microseconds) { bus.advance(desk.clock.now()); };
-    bus.onPoll([this] { desk.clock.advanceTo(desk.clock.now() + 100us); });
+    bus.onPoll([this] { desk.clock.waitUntil(desk.clock.now() + 100us); });
     bus.runOnMainLoop();
 }
 
 EmulatedUnitFixture::~EmulatedUnitFixture() {
+    endThreads();
     desk.clock.onSleep = nullptr;
 }
 
@@ -49,22 +42,6 @@ CameraUnit& EmulatedUnitFixture::addCamera(std::size_t reportLength) {
 void EmulatedUnitFixture::calibrate(CameraUnit& camera) {
     camera.flash()->store(camera.seen({100, 80}), camera.seen({1180, 80}), camera.seen({100, 720}),
                           camera.seen({1180, 720}));
-}
-
-void EmulatedUnitFixture::start() {
-    driver->init();
-    driver->setDeviceDelegate(deviceDelegate);
-}
-
-void EmulatedUnitFixture::run(Microseconds duration) {
-    const Microseconds end = desk.clock.now() + duration;
-    while (desk.clock.now() < end) {
-        if (!thread)
-            desk.runLoop.runFor(1ms);
-        else if (!driver->pointThreadPass(*thread))
-            thread.reset();
-        desk.runLoop.runPending();
-    }
 }
 
 testing::AssertionResult EmulatedUnitFixture::touchWorks(CameraUnit& camera, ScreenPoint place) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "kit/device/DriverFixture.h"
@@ -11,8 +10,8 @@
 
 namespace lightpen {
 
-// The driver with camera units in software, in virtual time: the units do whatever is due while the driver
-// sleeps, polls, or waits in its loop.
+// The driver with camera units in software, in virtual time: the units, and the point thread, do whatever is
+// due while somebody sleeps, polls, or waits in the loop.
 class EmulatedUnitFixture : public DriverFixture {
 protected:
     static constexpr Size kScreen{1280, 800};
@@ -24,10 +23,6 @@ protected:
     CameraUnit& addCamera(std::size_t reportLength = 804);
     // Stores a calibration in its flash.
     static void calibrate(CameraUnit& camera);
-    // Starts the driver and gives it its delegate.
-    void start();
-    // Runs both threads of the driver for a while.
-    void run(Microseconds duration);
     // Touches here once the pointer follows the pen; whether one press and one release came of it, and
     // everything within a pixel of the touch.
     testing::AssertionResult touchWorks(CameraUnit& camera, ScreenPoint place);
@@ -36,12 +31,7 @@ protected:
     std::vector<CameraPoint> knownPoints() const;
     static std::vector<CameraPoint> flashPoints(CameraUnit& camera);
 
-    // The state of the point thread, while there is one.
-    std::optional<PointThreadState> thread;
     EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-
-private:
-    std::shared_ptr<IONotificationPort> port_;
 };
 
 } // namespace lightpen

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "kit/device/UnitFixture.h"
 
-#include <algorithm>
-#include <cstdio>
-
 namespace lightpen {
 
 namespace {
@@ -12,21 +9,6 @@ namespace {
 constexpr int kManyPolls = 1000;
 
 } // namespace
-
-std::string sentText(const SentReport& report) {
-    const auto lastUsed =
-        std::find_if(report.bytes.rbegin(), report.bytes.rend(), [](std::uint8_t byte) { return byte != 0; });
-    std::string text = "send";
-    for (auto byte = report.bytes.begin(); byte != lastUsed.base(); ++byte) {
-        char hex[4];
-        std::snprintf(hex, sizeof hex, " %02X", *byte);
-        text += hex;
-    }
-    text += " (" + std::to_string(report.bytes.size()) + " bytes, ";
-    return text +
-           (report.timeoutMs == kIOHIDNoTimeout ? "no limit" : std::to_string(report.timeoutMs) + " ms") +
-           ")";
-}
 
 ReportBytes storedRecord(int index, int x1, int y1, int x2, int y2) {
     ReportBytes reply{'Y', static_cast<std::uint8_t>(index)};

@@ -12,8 +12,6 @@
 
 namespace lightpen {
 
-// The text of a report that is sent: "send 48 01 (32 bytes, no limit)", without its trailing zeros.
-std::string sentText(const SentReport& report);
 // The answers of a unit to the requests of a flash read, padded by the queue to the report length.
 ReportBytes storedRecord(int index, int x1, int y1, int x2, int y2);
 
