@@ -5,6 +5,7 @@
 #include <linux/input.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -12,9 +13,10 @@
 #include "bench/RatioReport.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
-#include "device/SharedState.h"
 #include "linux_desktop/process/StderrLog.h"
+#include "matching/RBIOServiceMatchingServer.h"
 #include "platform/ReportQueue.h"
+#include "platform/UnitIdentifiers.h"
 
 namespace lightpen::bench {
 namespace {
@@ -103,28 +105,76 @@ const std::vector<std::array<std::uint8_t, kReportLength>>& reports() {
     return all;
 }
 
-// A driver with a calibration and a point thread whose passes are made by hand.
+// A unit with an empty flash. Each of its queues has reports of its own, so that a pen report costs one
+// queue.
+class EmptyUnit final : public IOHIDDeviceInterface122 {
+public:
+    explicit EmptyUnit(Clock& clock) : clock_(clock) {}
+    IOReturn open(std::uint32_t) override { return kIOReturnSuccess; }
+    IOReturn close() override { return kIOReturnSuccess; }
+    IOHIDQueueRef allocQueue() override {
+        return fanOuts_.emplace_back(std::make_unique<ReportFanOut>(clock_, kCookie, kReportLength))
+            ->addQueue();
+    }
+    IOReturn setReport(IOHIDReportType, std::uint32_t, std::span<const std::uint8_t> report,
+                       std::uint32_t) override {
+        if (report[0] == 'H')
+            fanOuts_.back()->deliver(std::to_array<std::uint8_t>({'N', 0, 1}));
+        return kIOReturnSuccess;
+    }
+    // The queue that was allocated last is the pen's.
+    void begin() { pen_ = fanOuts_.back().get(); }
+    void deliver(std::span<const std::uint8_t> report) { pen_->deliver(report); }
+
+private:
+    Clock& clock_;
+    std::vector<std::unique_ptr<ReportFanOut>> fanOuts_;
+    ReportFanOut* pen_ = nullptr;
+};
+
+class PlugIn final : public IOCFPlugInInterface {
+public:
+    explicit PlugIn(IOHIDDeviceInterfaceRef unit) : unit_(std::move(unit)) {}
+    IOHIDDeviceInterfaceRef queryInterface() override { return unit_; }
+
+private:
+    const IOHIDDeviceInterfaceRef unit_;
+};
+
+// A driver with a unit, a calibration, and a point thread whose passes are made by hand.
 class DrivenPen {
 public:
     explicit DrivenPen(LogSink& log) {
-        desk_.registry.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
+        publish("IOHIDSystem", {});
+        publish("IOUSBDevice", {{{"idVendor", std::int64_t{kUnitVendorID}},
+                                 {"idProduct", std::int64_t{kUnitFirstProductID}}}});
+        publish("IOHIDDevice",
+                {{{"VendorID", std::int64_t{kUnitVendorID}},
+                  {"ProductID", std::int64_t{kUnitFirstProductID}},
+                  {"InputReportElements",
+                   std::vector<PropertyDictionary>{
+                       {{{"ReportID", std::int64_t{0}}, {"ElementCookie", std::int64_t{kCookie}}}}}}}});
         setLogSink(&log);
-        sharedState = SharedState{};
         center_->setCalibrationPoints(std::make_shared<const PointList>(
             PointList{kSeen.topLeft, kSeen.topRight, kSeen.bottomLeft, kSeen.bottomRight}));
         driver_.setCalibrationCenter(center_);
-        driver_._inputReportElements = std::make_shared<const InputReportElements>(
-            InputReportElements{{{{"ReportID", std::int64_t{0}}, {"ElementCookie", std::int64_t{kCookie}}}}});
-        driver_._pointsQueue = fanOut_.addQueue();
-        thread_ = driver_.beginPointThread();
-        sharedState.unitOpen = sharedState.deviceDelegateQueried = sharedState.mouseArmed = 1;
-        sharedState.strayLightLevel = 0;
+        desk_.doubles.threads.onDetach = [this] {
+            thread_ = driver_.beginPointThread();
+            unit_->begin();
+        };
+        driver_.init();
+        driver_.setDeviceDelegate(nullptr);
+        if (!EventGeneratorNX7::hearsPen())
+            fail("the unit was not opened");
     }
-    ~DrivenPen() { setLogSink(nullptr); }
+    ~DrivenPen() {
+        RBIOServiceMatchingServer::defaultServer().removeObserver(&driver_);
+        setLogSink(nullptr);
+    }
     DrivenPen(const DrivenPen&) = delete;
     DrivenPen& operator=(const DrivenPen&) = delete;
 
-    void deliver(std::size_t index) { fanOut_.deliver(reports()[index % kReports]); }
+    void deliver(std::size_t index) { unit_->deliver(reports()[index % kReports]); }
     void pass() {
         if (!driver_.pointThreadPass(thread_))
             fail("the point thread has ended");
@@ -132,9 +182,14 @@ public:
     long posted() const { return pointer_.posted; }
 
 private:
+    void publish(const char* className, PropertyDictionary properties) {
+        desk_.registry.publish({className, "IOService:/unit/IOUSBInterface@3", std::move(properties),
+                                [this] { return std::make_shared<PlugIn>(unit_); }});
+    }
+
     WritingPointer pointer_;
     IdlePlatform desk_{pointer_};
-    ReportFanOut fanOut_{desk_.clock, kCookie, kReportLength};
+    std::shared_ptr<EmptyUnit> unit_ = std::make_shared<EmptyUnit>(desk_.clock);
     std::shared_ptr<KVRCalibrationCenter> center_ =
         std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, Screen{"main", kScreen});
     EventGeneratorNX7 driver_;

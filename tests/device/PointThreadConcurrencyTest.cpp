@@ -28,23 +28,19 @@ class PointThreadConcurrencyTest : public DriverFixture {
 protected:
     PointThreadConcurrencyTest() {
         Platform::setCurrent(&fastPlatform);
-        openUnit();
-        sharedState.unitOpen = 1;
-        sharedState.mouseArmed = 1;
-        sharedState.deviceDelegateQueried = 1;
-        sharedState.strayLightLevel = 0;
+        desk.threads.onDetach = [this] { thread = std::thread(desk.threads.entries.back()); };
         driver->setCalibrationCenter(near);
+        start();
+        plugIn();
+        driver->deviceDelegate(); // before any report: touches count from now on
     }
     ~PointThreadConcurrencyTest() override {
         endThread();
         Platform::setCurrent(&desk.platform);
     }
 
-    void startThread() {
-        thread = std::thread([this] { driver->receivingPointsQueueThreadEntry(nullptr); });
-    }
     void endThread() {
-        driver->_stopThread = true;
+        driver->Nx9windowrelease();
         if (thread.joinable())
             thread.join();
     }
@@ -69,16 +65,22 @@ protected:
         return static_cast<std::size_t>(
             std::count_if(posted.begin(), posted.end(), [&](const Posted& one) { return one.type == type; }));
     }
-    // No press without a release since the one before it, and none left at the end.
-    void expectBalancedButton() const {
+    // No press without a release since the one before it, and none left at the end; a release is where the
+    // stroke was last seen or, for a long press, where it began.
+    void expectWholeStrokes() const {
         bool down = false;
+        IOGPoint pressed{}, last{};
         for (const Posted& event : posted) {
             if (event.type == kLeftMouseDown) {
                 EXPECT_FALSE(down);
                 down = true;
+                pressed = event.location;
             } else if (event.type == kLeftMouseUp) {
+                EXPECT_TRUE(!down || event.location == last || event.location == pressed)
+                    << testing::PrintToString(event);
                 down = false;
             }
+            last = event.location;
         }
         EXPECT_FALSE(down);
     }
@@ -96,7 +98,6 @@ protected:
 };
 
 TEST_F(PointThreadConcurrencyTest, CalibrationsAreSwappedWhole) {
-    startThread();
     const bool reached =
         repeatUntil([&] { return postedOf(kLeftMouseDown) >= 150; },
                     [&](int i) {
@@ -109,14 +110,12 @@ TEST_F(PointThreadConcurrencyTest, CalibrationsAreSwappedWhole) {
     keepPosted();
     EXPECT_TRUE(reached);
     for (const Posted& event : posted)
-        EXPECT_TRUE((event.location == IOGPoint{500, 300}) || (event.location == IOGPoint{1500, 800}) ||
-                    event.type == kLeftMouseUp)
+        EXPECT_TRUE((event.location == IOGPoint{500, 300}) || (event.location == IOGPoint{1500, 800}))
             << testing::PrintToString(event);
-    expectBalancedButton();
+    expectWholeStrokes();
 }
 
 TEST_F(PointThreadConcurrencyTest, DelegatesComeAndGoInTheMiddleOfStrokes) {
-    startThread();
     std::vector<CameraPoint> points;
     const auto reached = [&] { return postedOf(kLeftMouseDown) >= 60 && points.size() >= 60; };
     EXPECT_TRUE(repeatUntil(reached, [&](int i) {
@@ -143,30 +142,27 @@ TEST_F(PointThreadConcurrencyTest, DelegatesComeAndGoInTheMiddleOfStrokes) {
         EXPECT_EQ(point.y, 601);
         EXPECT_TRUE(point.x >= 1001 && point.x <= 1100) << point.x;
     }
-    expectBalancedButton();
+    expectWholeStrokes();
 }
 
 TEST_F(PointThreadConcurrencyTest, QueuesStopAndGoWhilePointsArePolled) {
-    startThread();
     EXPECT_TRUE(repeatUntil([&] { return postedOf(kLeftMouseDown) >= 60; },
                             [&](int i) {
                                 if (i % 10 == 7)
                                     driver->stopPointQueue();
                                 if (i % 10 == 9)
                                     driver->startPointQueue();
-                                driver->_imageProcessMode = i % 20 == 5;
+                                driver->setImageProcessMode(i % 20 == 5);
                                 unit.sendReport(penReport(1001 + i % 50, 601));
                                 turn();
                                 keepPosted();
                             }));
     endThread();
     keepPosted();
-    expectBalancedButton();
+    expectWholeStrokes();
 }
 
 TEST_F(PointThreadConcurrencyTest, EndingInAStrokeReleasesIt) {
-    driver->_stopThread = false;
-    startThread();
     EXPECT_TRUE(repeatUntil([&] { return postedOf(kLeftMouseDragged) >= 3; },
                             [&](int) {
                                 unit.sendReport(penReport(1001, 601));
@@ -174,7 +170,7 @@ TEST_F(PointThreadConcurrencyTest, EndingInAStrokeReleasesIt) {
                             }));
     endThread();
     keepPosted();
-    expectBalancedButton();
+    expectWholeStrokes();
     EXPECT_EQ(log.lines().back(), "Event n:1829 456");
 }
 
