@@ -13,10 +13,11 @@
 #include <utility>
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QTimer>
 
 #include "app/LightPenNX7Controller.h"
-#include "device/SharedState.h"
+#include "device/ChTwoPoint.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/DriverProcess.h"
@@ -41,6 +42,16 @@ constexpr int kSave = SIGUSR1; // read the table, as after a calibration
 constexpr int kSend = SIGUSR2; // press Z and Delete
 volatile sig_atomic_t asked = 0;
 
+// Z and Delete, in the key window that each start with a wired unit makes.
+void pressBothKeys() {
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (dynamic_cast<ChTwoPoint*>(window))
+            for (const int key : {Qt::Key_Z, Qt::Key_Delete}) {
+                QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+                QApplication::sendEvent(window, &press);
+            }
+}
+
 int beDriver(int argc, char** argv) {
     setUpQtMessages();
     const QApplication application(argc, argv);
@@ -55,7 +66,7 @@ int beDriver(int argc, char** argv) {
         if (what == kSave)
             EventGeneratorNX7::sharedEventGeneratorNX7()->Nx9commd('R');
         if (what == kSend)
-            sharedState.keyZPressed = sharedState.keyDeletePressed = 1;
+            pressBothKeys();
     });
     for (const int number : {kSave, kSend})
         ::signal(number, [](int signal) { asked = signal; });
