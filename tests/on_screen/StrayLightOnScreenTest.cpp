@@ -13,7 +13,6 @@
 #include <QString>
 
 #include "app/PreviewWindow.h"
-#include "device/SharedState.h"
 #include "kit/linux/PointerObserver.h"
 #include "kit/linux/WindowManager.h"
 #include "kit/linux/XNeighbour.h"
@@ -33,6 +32,10 @@ constexpr int kMarker = 10; // its side
 struct Pixel {
     int x, y;
 };
+
+const std::vector<Pixel> kInside{
+    {kLeft, kTop}, {kRight - 1, kTop}, {kLeft, kBottom - 1}, {kRight - 1, kBottom - 1}};
+const std::vector<Pixel> kBeside{{kLeft - 1, kTop}, {kRight, kTop}, {kLeft, kTop - 1}, {kRight - 1, kBottom}};
 
 // The pixels of the panel that are not black: the least rectangle around them.
 struct Lit {
@@ -54,7 +57,7 @@ protected:
     void TearDown() override {
         unit.strayLight(std::nullopt);
         EXPECT_TRUE(stage->unplug(unit));
-        EXPECT_TRUE(comes([] { return sharedState.strayLightViewShown == 0; }));
+        EXPECT_TRUE(shows(kInside, kWall));
     }
     static std::string server() { return std::getenv("DISPLAY"); }
 
@@ -102,9 +105,6 @@ protected:
         return testing::AssertionFailure()
                << now.left << ", " << now.top << " to " << now.right << ", " << now.bottom;
     }
-    bool panelIsThere() {
-        return comes([] { return sharedState.strayLightViewShown == 1; });
-    }
     // The application's warning, which stands beside the panel.
     static testing::AssertionResult warningIsMovedAside() {
         PreviewWindow& warning = *stage->controller->window;
@@ -139,14 +139,10 @@ protected:
     xcb_window_t wall = 0;
 };
 
-const std::vector<Pixel> kInside{
-    {kLeft, kTop}, {kRight - 1, kTop}, {kLeft, kBottom - 1}, {kRight - 1, kBottom - 1}};
-const std::vector<Pixel> kBeside{{kLeft - 1, kTop}, {kRight, kTop}, {kLeft, kTop - 1}, {kRight - 1, kBottom}};
-
 TEST_P(StrayLightOnScreenTest, IsShownUntilItIsOffAndThePenIsBack) {
     unit.strayLight(CameraPoint{353, 215});
     unit.plug();
-    ASSERT_TRUE(panelIsThere());
+    ASSERT_TRUE(shows(kInside, kBlack));
     EXPECT_FALSE(stage->controller->deviceConnected());
     EXPECT_TRUE(warningIsMovedAside());
     EXPECT_TRUE(shows(kInside, kBlack));
@@ -185,9 +181,9 @@ TEST_P(StrayLightOnScreenTest, IsShownUntilItIsOffAndThePenIsBack) {
 TEST_P(StrayLightOnScreenTest, IsShownAgainAsLongAsItIsOn) {
     unit.strayLight(CameraPoint{900, 120});
     unit.plug();
-    ASSERT_TRUE(panelIsThere());
+    ASSERT_TRUE(shows(kInside, kBlack));
     stage->controller->showPreviewWindow(false);
-    ASSERT_TRUE(panelIsThere());
+    ASSERT_TRUE(shows(kInside, kBlack));
     EXPECT_FALSE(stage->controller->deviceConnected());
     EXPECT_TRUE(warningIsMovedAside());
     EXPECT_TRUE(shows(kInside, kBlack));

@@ -5,9 +5,11 @@
 #include <signal.h>
 
 #include <QApplication>
+#include <QMouseEvent>
+#include <QTimer>
 
 #include "device/EventGeneratorNX7.h"
-#include "device/SharedState.h"
+#include "device/PanelView.h"
 #include "kit/Eventually.h"
 #include "kit/Pipe.h"
 #include "kit/PrivateBus.h"
@@ -17,15 +19,29 @@
 #include "kit/linux/XNeighbour.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
 namespace {
 
 constexpr std::uint32_t kBlack = 0x000000, kWhite = 0xFFFFFF, kRed = 0xFF0000, kBlue = 0x0000FF;
-constexpr Microseconds kLook = std::chrono::milliseconds(20);
 
-// The program: the check view with its marker, or the key window, until it is told to end. A click on the
-// panel, or Escape in the key window, takes the panel away.
+// Takes the panel away as soon as it has been clicked.
+class ClickCloses final : public QObject {
+public:
+    explicit ClickCloses(EventGeneratorNX7& driver) : driver_(driver) { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* receiver, QEvent* event) override {
+        if (event->type() == QEvent::MouseButtonRelease && dynamic_cast<PanelView*>(receiver))
+            QTimer::singleShot(0, this, [this] { driver_.Nx9windowrelease(); });
+        return false;
+    }
+
+private:
+    EventGeneratorNX7& driver_;
+};
+
+// The program: the check view ("panel"), with the marker of a light that a unit sees ("light"), or the key
+// window of a wired unit ("keys"), until it is told to end.
 int runProgramUnderTest(int, char** argv) {
     setUpQtMessages();
     int count = 1;
@@ -38,25 +54,24 @@ int runProgramUnderTest(int, char** argv) {
     settings.log.diagnostics = std::atoi(argv[3]);          // NOLINT(cert-err34-c): the test's own number
     LinuxPlatform& platform = *new LinuxPlatform(settings); // as in a program that leaves by exitProcess
     Platform::setCurrent(&platform.platform());
+    RunLoop& loop = platform.platform().runLoop;
     EventGeneratorNX7& driver = *new EventGeneratorNX7;
-    if (std::string_view(argv[2]) == "panel") {
-        sharedState.firstRecordPoints = PointPair{{100, 90}, {}};
-        sharedState.secondRecordPoints = PointPair{{}, {2000, 1500}};
-        sharedState.checkViewPoint = CameraPoint{705, 430};
+    const ClickCloses clicks(driver);
+    const std::string_view kind = argv[2];
+    if (kind == "panel") {
         driver.Nx9windowChTwoPoint();
     } else {
-        sharedState.wireless = 0;
-        driver.startDevice();
+        EmulatedBus& bus = *new EmulatedBus(platform.registry(), loop, platform.platform().clock);
+        bus.runInRealTime();
+        CameraUnit& unit = bus.addUnit({});
+        unit.flash()->store({100, 90}, {2000, 90}, {100, 1500}, {2000, 1500});
+        unit.information()->wireless = 0;
+        if (kind == "light")
+            unit.strayLight(CameraPoint{705, 430});
+        unit.plug();
+        driver.init();
+        driver.setDeviceDelegate(nullptr);
     }
-    RunLoop& loop = platform.platform().runLoop;
-    std::function<void()> look = [&] {
-        if (sharedState.keyEscapePressed == 1 && sharedState.checkViewState == 2) {
-            driver.Nx9windowrelease();
-            sharedState.checkViewState = 0;
-        }
-        loop.performAfterDelay({&driver, "look", {}, look}, kLook);
-    };
-    look();
     loop.exitProcess(platform.run());
     return 0;
 }
@@ -137,7 +152,7 @@ TEST_P(CheckPanelOnScreenTest, CoversTheMiddleAndTakesNothingElse) {
 
 // The spot is in the middle of the panel: its marker's lower left corner stands at (500, 250).
 TEST_P(CheckPanelOnScreenTest, ShowsTheMarker) {
-    start("panel");
+    start("light");
     EXPECT_TRUE(shows({{508, 244}, {504, 241}}, kWhite));
     EXPECT_TRUE(shows({{502, 247}, {504, 239}, {510, 244}}, kBlack));
     EXPECT_TRUE(logs("Event n:256 sptScreenP1: (250.00,150.00)C1(100.00,90.00)C4(2000.00,1500.00)\n"))
@@ -179,7 +194,7 @@ TEST_P(CheckPanelOnScreenTest, AProgramThatIsEndedLeavesNothingBehind) {
 }
 
 TEST_P(CheckPanelOnScreenTest, CoversTheMiddleWhenPointsAreTwoPixelsWide) {
-    start("panel", "2");
+    start("light", "2");
     EXPECT_TRUE(shows(kInside, kBlack));
     EXPECT_TRUE(shows(kBeside, kBlue));
     EXPECT_TRUE(logs("Event n:256 sptScreenP1: (125.00,75.00)"));
