@@ -32,8 +32,7 @@ protected:
 
 TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
     wantEverything();
-    driver->_forcedExposure = 12;
-    startWithUnit();
+    startWithUnit(12);
     std::vector<bool> storedAtSend;
     unit.onSetReport = [&](const SentReport&) {
         storedAtSend.push_back(desk.defaults.set.contains("Projection Distance"));
@@ -52,7 +51,7 @@ TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
 TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
     wantEverything();
     startWithUnit();
-    driver->_forcedExposure = 46;
+    setExposure(46);
     item("Distance1").trigger();
     EXPECT_EQ(desk.defaults.set.at("Projection Distance"), DefaultsValue(std::int64_t{2}));
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
@@ -61,18 +60,16 @@ TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
 }
 
 TEST_F(ControllerActionsTest, AboutShowsTheVersionsOfTheUnit) {
-    sharedState.cmosVer = 0x1F;
-    sharedState.NX9Ver = 0x23;
-    sharedState.wireless = 0;
-    startWithUnit();
+    openUnit({.wireless = 0, .NX9Ver = 0x23, .cmosVer = 0x1F});
+    start();
     QAction& about = item("About...");
     about.trigger();
     EXPECT_THAT(log.lines(), ElementsAre("Light n:741 about : " + addressOf(about)));
     EXPECT_TRUE(aboutPanelSays("Dongle version 2.3"));
     EXPECT_TRUE(aboutPanelSays("CMOS version 1.15"));
     EXPECT_TRUE(aboutPanelSays("NX9 Driver"));
-    sharedState.wireless = 1;
-    about.trigger();
+    openUnit({.wireless = 1, .NX9Ver = 0x23});
+    item("About...").trigger();
     EXPECT_TRUE(aboutPanelSays("Main Board version 2.3"));
     EXPECT_FALSE(aboutPanelSays("CMOS"));
 }
@@ -129,8 +126,6 @@ TEST_F(ControllerActionsTest, AMissingPictureIsDrawnAndNamed) {
 
 TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAgain) {
     startWithUnit();
-    const auto queue = unit.makeQueue();
-    driver->_pointsQueue = queue;
     controller->noiseDetectedCallback(*driver);
     EXPECT_TRUE(controller->window->isVisible());
     EXPECT_THAT(log.takeLines(), ElementsAre("Light n:784 noiseDetectedCallback", "Light n:389 "));
@@ -138,8 +133,7 @@ TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAga
     controller->previewExitButton->click();
     EXPECT_FALSE(controller->window->isVisible());
     EXPECT_THAT(log.takeLines(), ElementsAre("Light n:389 "));
-    EXPECT_THAT(unit.takeOperations(), Contains(StartsWith("queue1.start")));
-    driver->_pointsQueue = nullptr;
+    EXPECT_THAT(unit.takeOperations(), Contains("queue4.start()"));
     controller->invokePreview("x");
     EXPECT_TRUE(controller->window->isVisible());
     controller->invokePreview("x");

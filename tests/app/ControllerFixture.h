@@ -40,8 +40,6 @@ protected:
     ControllerFixture() {
         center.reset(); // the controller makes its own
         controllerState = ControllerState{};
-        driver->_forcedExposure = 25;
-        driver->_threshold = 512;
         MemoryBundle& bundle = desk.bundle;
         bundle.dictionaries["Language.plist"] =
             dictionaryOf({{"English", "en"}, {"German", "de"}, {"Japanese", "ja"}});
@@ -55,6 +53,16 @@ protected:
         putPicture("calib", 64, 64, "#0000ff");
         putPicture("auto", 48, 32, "#ffffff");
         putPicture("Picture 1", 128, 128, "#ff00ff");
+    }
+    // With the exposure that none of the distances has.
+    void openUnit(const UnitFlash& flash = {}) {
+        SessionFixture::openUnit(flash);
+        setExposure(25);
+        log.clear();
+    }
+    void setExposure(int exposure) {
+        driver->setForcedExposure(exposure);
+        takeTimeline();
     }
     // A picture of one colour, as a file of its own.
     void putPicture(const std::string& name, int width, int height, const char* colour) {
@@ -75,6 +83,12 @@ protected:
         log.onLine = nullptr;
         unit.onSetReport = nullptr;
         driver->setDeviceDelegate(nullptr);
+    }
+    // The desktop is about to show the menu.
+    void openMenu() const {
+        for (QObject* shown : menu().actions().front()->associatedObjects())
+            if (auto* other = qobject_cast<QMenu*>(shown); other && other != &menu())
+                Q_EMIT other->aboutToShow();
     }
 
     static PropertyListArray numbers(const std::vector<std::int64_t>& values) {
@@ -128,8 +142,9 @@ protected:
         takeTimeline();
         log.clear();
     }
-    void startWithUnit() {
+    void startWithUnit(int exposure = 25) {
         openUnit();
+        setExposure(exposure);
         start();
     }
 

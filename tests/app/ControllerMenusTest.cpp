@@ -16,15 +16,7 @@ using testing::ElementsAre;
 using testing::Not;
 using testing::StartsWith;
 
-class ControllerMenusTest : public ControllerFixture {
-protected:
-    // The menu that the desktop shows opens.
-    void openMenu() const {
-        for (QObject* shown : menu().actions().front()->associatedObjects())
-            if (auto* other = qobject_cast<QMenu*>(shown); other && other != &menu())
-                Q_EMIT other->aboutToShow();
-    }
-};
+class ControllerMenusTest : public ControllerFixture {};
 
 TEST_F(ControllerMenusTest, WithoutAUnitThereIsOnlyTheExit) {
     wantEverything();
@@ -36,8 +28,7 @@ TEST_F(ControllerMenusTest, WithoutAUnitThereIsOnlyTheExit) {
 
 TEST_F(ControllerMenusTest, WithAUnitThereIsEverything) {
     wantEverything();
-    driver->_forcedExposure = 23;
-    startWithUnit();
+    startWithUnit(23);
     EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "Projection Distance >", "Language >", "-",
                                              "Help", "About...", "Exit"));
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
@@ -91,11 +82,10 @@ TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
 TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
     wantEverything();
     desk.bundle.information.entries[0].second = {numbers({25, 7, 25})};
-    driver->_forcedExposure = 25;
     startWithUnit();
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("* Distance3", "Distance2", "* Distance1"));
-    driver->_forcedExposure = 8;
+    setExposure(8);
     controller->deviceDidAddCallback(*driver);
     EXPECT_THAT(itemsOf(submenu("Projection Distance")), ElementsAre("Distance3", "Distance2", "Distance1"));
     EXPECT_EQ(controller->faeTextField->text(), "8");
@@ -104,8 +94,7 @@ TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
 TEST_F(ControllerMenusTest, TooFewThresholdsMarkWhatTheyHave) {
     wantEverything();
     desk.bundle.information.entries[0].second = {numbers({9})};
-    driver->_forcedExposure = 9;
-    startWithUnit();
+    startWithUnit(9);
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("* Distance3", "Distance2", "Distance1"));
 }
@@ -113,8 +102,8 @@ TEST_F(ControllerMenusTest, TooFewThresholdsMarkWhatTheyHave) {
 TEST_F(ControllerMenusTest, MissingListsAreNamedAndLeaveTheirPartsEmpty) {
     wantEverything();
     desk.bundle.information.entries.clear();
-    driver->_forcedExposure = 0;
     openUnit();
+    setExposure(0);
     controller->awakeFromNib();
     EXPECT_THAT(
         log.lines(),

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "app/LightPenNX7Controller.h"
 
+#include <algorithm>
 #include <thread>
 
+#include <QApplication>
+
 #include "app/ControllerFixture.h"
+#include "device/ChTwoPoint.h"
 
 namespace lightpen {
 namespace {
@@ -22,7 +26,7 @@ class LightPenNX7ControllerTest : public ControllerFixture {
 protected:
     LightPenNX7ControllerTest() {
         openUnit();
-        driver->_calibrationPoints = std::make_shared<const PointList>(kStored);
+        store(kStored);
         start();
     }
 
@@ -103,9 +107,11 @@ TEST_F(LightPenNX7ControllerTest, CompletionInItsOrder) {
 }
 
 TEST_F(LightPenNX7ControllerTest, OnlyAWirelessUnitsTableIsReadAndOnlyAfterThePause) {
-    for (const int wireless : {-1, 0, 1}) {
-        SCOPED_TRACE(wireless);
-        sharedState.wireless = wireless;
+    const auto asUnit = unit.onSetReport;
+    for (const std::uint8_t wireless : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{255}}) {
+        SCOPED_TRACE(int{wireless});
+        unit.onSetReport = asUnit;
+        openUnit({.wireless = wireless});
         std::vector<Microseconds> asked;
         unit.onSetReport = [&](const SentReport& report) {
             if (report.bytes.at(0) != 'R')
@@ -203,14 +209,12 @@ TEST_F(LightPenNX7ControllerTest, AControllerThatIsGoneByThenIsLeftAlone) {
 
 TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
     controller->deviceDidRemoveCallback(*driver);
-    sharedState.cmosVer = 0x12;
-    sharedState.NX9Ver = 0xA5;
-    sharedState.wireless = 0;
-    log.clear();
+    driver->setDeviceDelegate(nullptr);
+    openUnit({.wireless = 2, .NX9Ver = 0xA5});
     EXPECT_TRUE(controller->respondsTo(EventGeneratorNX7DeviceCallbackProtocol::Operation::statMenu));
     controller->statMenu(*driver);
     EXPECT_THAT(log.takeLines(),
-                ElementsAre("Light n:140 veners: a5", "Light n:143 wireless: 0", "Light n:311 ",
+                ElementsAre("Light n:140 veners: a5", "Light n:143 wireless: 2", "Light n:311 ",
                             "Light n:384 en modeMenu:1", StartsWith("Light n:310 "), "Light n:165 ",
                             "Light n:280 About..."));
     EXPECT_EQ(controllerState.cmosVersion, 0x12);
@@ -221,25 +225,30 @@ TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
 }
 
 TEST_F(LightPenNX7ControllerTest, TheKeyWindowTakesTheKeyboardWhenTheMenuOpens) {
-    struct KeyWindow final : PairingKeyWindow {
-        void setIgnoresMouseEvents(bool) override {}
-        void makeKeyAndOrderFront() override { ++asked; }
-        int asked = 0;
+    // The key windows that are shown once the menu has opened.
+    const auto shownByTheMenu = [this] {
+        std::vector<const ChTwoPoint*> windows;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = dynamic_cast<ChTwoPoint*>(widget)) {
+                window->hide();
+                windows.push_back(window);
+            }
+        openMenu();
+        std::erase_if(windows, [](const ChTwoPoint* window) { return !window->isVisible(); });
+        return windows;
     };
-    const auto keys = std::make_shared<KeyWindow>();
-    sharedState.pairingKeyWindow = std::shared_ptr<PairingKeyWindow>(keys);
-    const auto open = [this] {
-        for (QObject* shown : menu().actions().front()->associatedObjects())
-            if (auto* other = qobject_cast<QMenu*>(shown); other && other != &menu())
-                Q_EMIT other->aboutToShow();
-    };
-    for (const int wireless : {1, -1, 0}) {
-        sharedState.wireless = wireless;
-        open();
+    EXPECT_THAT(shownByTheMenu(), IsEmpty()) << "a wireless unit has none";
+    openUnit({.wireless = 0});
+    const auto first = shownByTheMenu();
+    EXPECT_EQ(first.size(), 1U);
+    for (const std::uint8_t wireless : {std::uint8_t{1}, std::uint8_t{255}}) {
+        openUnit({.wireless = wireless});
+        EXPECT_THAT(shownByTheMenu(), IsEmpty()) << int{wireless};
     }
-    EXPECT_EQ(keys->asked, 1);
-    sharedState.pairingKeyWindow = nullptr;
-    open();
+    openUnit({.wireless = 0});
+    const auto second = shownByTheMenu();
+    EXPECT_EQ(second.size(), 1U);
+    EXPECT_NE(second, first) << "the newest";
 }
 
 TEST_F(LightPenNX7ControllerTest, AnotherUnitThatArrivesCancelsTheSession) {

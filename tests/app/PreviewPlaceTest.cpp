@@ -4,7 +4,11 @@
 #include <algorithm>
 #include <ostream>
 
+#include <QApplication>
+
+#include "device/FloatPanel.h"
 #include "kit/device/DriverFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 
@@ -44,17 +48,26 @@ TEST(CheckPanelPlaceTest, PartsOfPointsAreCutOff) {
     EXPECT_EQ(checkPanelPlace({{0, 0}, {1023, 769}}), (ScreenRect{{255, 769 - 256 - 384}, {511, 384}}));
 }
 
-class CheckPanelPlaceInDriverTest : public DriverFixture {};
+class CheckPanelPlaceInDriverTest : public DriverFixture {
+protected:
+    // The driver's panel on the screen, counted from its upper left corner.
+    static QRect shownPanel() {
+        for (const QWidget* window : QApplication::topLevelWidgets())
+            if (dynamic_cast<const FloatPanel*>(window) && window->isVisible())
+                return window->geometry();
+        return {};
+    }
+    const bool hasWindows = ensureOffscreenApplication();
+};
 
-// The driver counts from the screen's lower edge.
 TEST_F(CheckPanelPlaceInDriverTest, IsWhereTheDriverPutsThePanel) {
     for (const Size size : {Size{1024, 768}, Size{1366, 769}, Size{3001, 1997}}) {
         desk.desktop.frame = ScreenRect{{0, 0}, size};
         driver->Nx9windowChTwoPoint();
-        const WindowRect rect = sharedState.checkViewRect;
-        EXPECT_EQ(checkPanelPlace({{0, 0}, size}),
-                  (ScreenRect{{rect.origin.x, size.height - rect.origin.y - rect.size.height}, rect.size}));
+        const auto [origin, panel] = checkPanelPlace({{0, 0}, size});
+        EXPECT_EQ(shownPanel(), QRectF(origin.x, origin.y, panel.width, panel.height).toRect());
         driver->Nx9windowrelease();
+        EXPECT_TRUE(shownPanel().isEmpty());
     }
 }
 

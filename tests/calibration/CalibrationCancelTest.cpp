@@ -13,7 +13,10 @@ using testing::StartsWith;
 
 class CalibrationCancelTest : public SessionFixture {
 protected:
-    CalibrationCancelTest() { driver->_calibrationPoints = std::make_shared<const PointList>(kStored); }
+    CalibrationCancelTest() {
+        openUnit();
+        store(kStored);
+    }
 
     void expectCanceled() {
         EXPECT_FALSE(windowIsVisible());
@@ -29,7 +32,6 @@ protected:
 };
 
 TEST_F(CalibrationCancelTest, EscapeInItsOrder) {
-    openUnit();
     start(Kind::manual);
     touch(kFour[0]);
     takeTimeline();
@@ -49,7 +51,6 @@ TEST_F(CalibrationCancelTest, EscapeInItsOrder) {
 }
 
 TEST_F(CalibrationCancelTest, EscapeFromAnAutomaticSessionInItsOrder) {
-    openUnit();
     start(Kind::automatic);
     takeTimeline();
     pressEscape();
@@ -96,12 +97,16 @@ TEST_F(CalibrationCancelTest, ClosingTheWindowFromOutsideCancels) {
 }
 
 TEST_F(CalibrationCancelTest, CancelWithNothingStoredLeavesNoCalibration) {
-    driver->_calibrationPoints = nullptr;
-    center->setCalibrationPoints(std::make_shared<const PointList>(kStored));
-    start(Kind::manual);
-    pressEscape();
-    EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
-    EXPECT_THAT(*center->calibrators(), IsEmpty());
+    for (const IOReturn sent : {kIOReturnSuccess, kIOReturnTimeout}) {
+        unit.script().answer("device.setReport", sent); // an empty flash, and one that could not be read
+        openUnit();
+        EXPECT_EQ(driver->calibrationPointsFromFlash() == nullptr, sent != kIOReturnSuccess);
+        center->setCalibrationPoints(std::make_shared<const PointList>(kStored));
+        start(Kind::manual);
+        pressEscape();
+        EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
+        EXPECT_THAT(*center->calibrators(), IsEmpty());
+    }
 }
 
 TEST_F(CalibrationCancelTest, CancelOfAnybodysWindowIsOursToo) {

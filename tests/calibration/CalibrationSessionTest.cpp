@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Sessions from start to end: what happens, and in which order.
+#include <QApplication>
+#include <QEvent>
+
 #include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
@@ -9,6 +12,24 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
+
+// Calls this at each event of the kind that the widget gets, while it lives.
+class EventWatch final : public QObject {
+public:
+    EventWatch(QWidget& watched, QEvent::Type type, std::function<void()> at)
+        : type_(type), at_(std::move(at)) {
+        watched.installEventFilter(this);
+    }
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == type_)
+            at_();
+        return false;
+    }
+
+private:
+    const QEvent::Type type_;
+    const std::function<void()> at_;
+};
 
 class CalibrationSessionTest : public SessionFixture {};
 
@@ -44,6 +65,24 @@ TEST_F(CalibrationSessionTest, FirstTargetStandsInItsPlaceWhateverItsSizeAndTheS
     start(Kind::manual, 9);
     EXPECT_EQ(targetOrigin(), (WindowPoint{138, 669}));
     EXPECT_EQ(window()->contentView().size(), QSize(1366, 768));
+}
+
+// A point that comes with the delegate must find the target where it is to be touched.
+TEST_F(CalibrationSessionTest, TheFirstTargetStandsInItsPlaceBeforeThePenIsTaken) {
+    for (const Kind kind : {Kind::manual, Kind::automatic}) {
+        start(kind);
+        touchAndWait(kFour[0]);
+        ASSERT_EQ(targetOrigin(), kOrigins[1]);
+        driver->exitCalib();
+        std::vector<WindowPoint> before;
+        std::vector<WindowPoint> after;
+        const EventWatch moves(*center->calibrationTarget(), QEvent::Move,
+                               [&] { (driver->delegate() ? after : before).push_back(targetOrigin()); });
+        start(kind);
+        EXPECT_THAT(before, testing::Contains(kOrigins[0]));
+        EXPECT_THAT(after, IsEmpty());
+        pressEscape();
+    }
 }
 
 // Manual session
@@ -169,6 +208,21 @@ TEST_F(CalibrationSessionTest, AutomaticSessionFromStartToCompletion) {
                             "mode 0 options 0, delegate", StartsWith("KVR n:279 "), StartsWith("KVR n:284 "),
                             StartsWith("KVR n:288 "), "posted kCalibrationCompleted, delegate"));
     EXPECT_EQ(*completed.at(0), kFour);
+}
+
+// The camera looks for the target as soon as the beep has been heard; the main loop may not draw by then.
+TEST_F(CalibrationSessionTest, AnAutomaticTargetIsDrawnAtOnce) {
+    start(Kind::automatic);
+    QCoreApplication::processEvents();
+    std::vector<WindowPoint> drawn;
+    const EventWatch paints(*center->calibrationTarget(), QEvent::Paint,
+                            [&] { drawn.push_back(targetOrigin()); });
+    for (std::size_t i = 0; i < 3; ++i) {
+        drawn.clear();
+        touch(kFour[i]);
+        runMainLoop();
+        EXPECT_THAT(drawn, Contains(kOrigins[i + 1]));
+    }
 }
 
 TEST_F(CalibrationSessionTest, AutomaticSessionWithoutAUnitMovesNoFilter) {

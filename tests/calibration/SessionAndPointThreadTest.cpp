@@ -14,27 +14,21 @@ using testing::IsEmpty;
 
 class SessionAndPointThreadTest : public SessionFixture {
 protected:
+    // Armed: the reports of the first passes are thrown away.
     SessionAndPointThreadTest() {
-        const std::int64_t cookie = unit.shape().cookie;
-        driver->_inputReportElements = std::make_shared<const InputReportElements>(
-            InputReportElements{{{{"ReportID", std::int64_t{0}}, {"ElementCookie", cookie}}}});
         openUnit();
-        driver->_pointsQueue = nullptr;
-        driver->_stopThread = false;
-        thread = driver->beginPointThread();
-        sharedState.unitOpen = sharedState.deviceDelegateQueried = sharedState.mouseArmed = 1;
-        sharedState.strayLightLevel = 0;
+        for (int pass = 0; pass < 6; ++pass)
+            passOn(penUpReport());
+        driver->pointThreadPass(*thread);
+        EXPECT_TRUE(EventGeneratorNX7::hearsPen());
         center->setTotalPoints(4);
         takeTimeline();
     }
-    ~SessionAndPointThreadTest() override { driver->_pointsQueue = nullptr; }
 
     void passOn(const ReportBytes& report) {
         unit.sendReport(report);
-        driver->pointThreadPass(thread);
+        driver->pointThreadPass(*thread);
     }
-
-    PointThreadState thread;
 };
 
 TEST_F(SessionAndPointThreadTest, TouchThatNeverLiftsIsOnePoint) {
@@ -61,8 +55,7 @@ TEST_F(SessionAndPointThreadTest, TouchThatLiftsAndComesBackIsTheNextPoint) {
 }
 
 TEST_F(SessionAndPointThreadTest, EscapeHandsThePenBackToThePointer) {
-    driver->_calibrationPoints =
-        std::make_shared<const PointList>(PointList{{170, 75}, {1750, 75}, {170, 1005}, {1750, 1005}});
+    store({{170, 75}, {1750, 75}, {170, 1005}, {1750, 1005}});
     driver->setCalibrationCenter(center);
     desk.registry.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
     center->startCalibration();

@@ -5,6 +5,25 @@
 
 namespace lightpen {
 
+ReportBytes storedRecord(int number, int x1, int y1, int x2, int y2) {
+    ReportBytes reply{'Y', static_cast<std::uint8_t>(number)};
+    for (const int word : {x1, y1, x2, y2}) {
+        reply.push_back(static_cast<std::uint8_t>(word & 0xFF));
+        reply.push_back(static_cast<std::uint8_t>((word >> 8) & 0xFF));
+    }
+    return reply;
+}
+
+ReportBytes UnitFlash::answerTo(unsigned request) const {
+    if (points.empty())
+        return {'N', 0, wireless, NX9Ver, cmosVer, GainValue, OPmode};
+    if (request >= 2)
+        return {'Y', 2, 0, GainValue, OPmode, 0, 0, wireless, NX9Ver, cmosVer};
+    const CameraPoint first = points.at(2 * request), second = points.at(2 * request + 1);
+    return storedRecord(static_cast<int>(request), static_cast<int>(first.x), static_cast<int>(first.y),
+                        static_cast<int>(second.x), static_cast<int>(second.y));
+}
+
 // UnitScript
 
 std::vector<std::string> UnitScript::takeOperations() {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kit/TestPlatform.h"
+#include "platform/Geometry.h"
 #include "platform/ReportQueue.h"
 
 namespace lightpen {
@@ -26,6 +27,21 @@ struct SentReport {
     std::uint32_t timeoutMs = 0;
     friend bool operator==(const SentReport&, const SentReport&) = default;
 };
+
+// What a unit keeps in its flash, as it answers the requests of a flash read ("H" and a number).
+struct UnitFlash {
+    std::vector<CameraPoint> points = {}; // the four of a calibration, whole numbers; none in an empty flash
+    std::uint8_t wireless = 1;
+    std::uint8_t NX9Ver = 0x35;
+    std::uint8_t cmosVer = 0x12;
+    std::uint8_t GainValue = 7;
+    std::uint8_t OPmode = 0;
+
+    ReportBytes answerTo(unsigned request) const;
+};
+
+// A stored record's answer: "Y", its number and two points.
+ReportBytes storedRecord(int number, int x1, int y1, int x2, int y2);
 
 // What a scripted unit is asked and what it answers, shared by the unit, its device interfaces and their
 // queues. Thread-safe.

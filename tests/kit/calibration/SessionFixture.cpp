@@ -18,12 +18,6 @@ EventGeneratorNX7* processDriver() {
         const RecordingLog log;
         return EventGeneratorNX7::sharedEventGeneratorNX7();
     }();
-    driver->setDelegate(nullptr);
-    driver->setCalibrationCenter(nullptr);
-    driver->_calibrationPoints = nullptr;
-    driver->_pphidDeviceInterface = nullptr;
-    driver->setToDefault();
-    sharedState = SharedState{};
     return driver;
 }
 
@@ -44,6 +38,9 @@ SessionFixture::SessionFixture() : driver(processDriver()) {
     ensureOffscreenApplication();
     center =
         std::make_shared<KVRCalibrationCenter>(2, kClearColor, 0, Screen{"main", {{0, 0}, {1920, 1080}}});
+    driver->setToDefault();
+    closeUnit(); // a driver that has started without one counts as open
+    log.clear();
     log.onLine = [this](std::string_view line) { note(std::string(line)); };
     desk.systemUI.onCall = [this](const std::string& call) { note(call); };
     desk.sounds.onPlay = [this](const std::string& name) { note("play " + name); };
@@ -51,6 +48,7 @@ SessionFixture::SessionFixture() : driver(processDriver()) {
         // Byte 0 of a settings command is 0, and bit 2 of the next one leaves the filter where it is.
         if (report.bytes.at(0) == 0)
             note(driver->IRFilterGrounded() ? "filter in" : "filter out");
+        answer(report);
         return kIOReturnSuccess;
     };
     desk.notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& posted) {
@@ -65,9 +63,26 @@ SessionFixture::SessionFixture() : driver(processDriver()) {
 }
 
 SessionFixture::~SessionFixture() {
+    log.onLine = nullptr;
     driver->setDelegate(nullptr);
+    driver->setDeviceDelegate(nullptr);
     driver->setCalibrationCenter(nullptr);
-    driver->_pphidDeviceInterface = nullptr;
+    closeUnit();
+}
+
+// The process's matching server belongs to the desktop of the first test, so arrival and removal are told
+// here.
+void SessionFixture::closeUnit() {
+    unit.unplug();
+    driver->deviceDidRemove(0);
+    thread.reset();
+}
+
+void SessionFixture::answer(const SentReport& report) {
+    if (report.bytes.at(0) == 'H')
+        unit.sendReport(flash_.answerTo(report.bytes.at(1)));
+    for (int i = 0; report.bytes.at(0) == 'K' && i < sightings; ++i)
+        unit.sendReport({'s'});
 }
 
 std::vector<std::string> SessionFixture::takeTimeline() {
@@ -78,9 +93,21 @@ void SessionFixture::note(const std::string& entry) {
     timeline_.push_back(annotation ? entry + annotation() : entry);
 }
 
-void SessionFixture::openUnit() {
+void SessionFixture::openUnit(const UnitFlash& flash) {
+    closeUnit();
+    flash_ = flash;
     unit.plugIn();
-    driver->_pphidDeviceInterface = unit.openDevice();
+    desk.threads.onDetach = [this] {
+        desk.runLoop.performOnMainThread(
+            {this, "thread", {}, [this] { thread = driver->beginPointThread(); }});
+    };
+    driver->deviceDidAdd(0);
+    takeTimeline();
+}
+
+void SessionFixture::store(const PointList& points) {
+    driver->writeCalibrationToFlash(std::make_shared<const PointList>(points));
+    takeTimeline();
 }
 
 void SessionFixture::start(Kind kind, std::int64_t targets) {

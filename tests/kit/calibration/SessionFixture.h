@@ -15,7 +15,6 @@
 #include "calibration/KVRCalibrationTarget.h"
 #include "calibration/KVRCalibrationWindow.h"
 #include "device/EventGeneratorNX7.h"
-#include "device/SharedState.h"
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
@@ -26,7 +25,7 @@ namespace lightpen {
 PointListRef spreadPoints(std::size_t count);
 
 // A calibration centre on a screen of 1920 by 1080, the process's own driver, and everything that happens in
-// one order. The driver has no point thread; tests hand points over themselves.
+// one order. The driver's point thread makes no passes of its own; most tests hand points over themselves.
 class SessionFixture : public testing::Test {
 protected:
     enum class Kind { manual, automatic };
@@ -45,8 +44,11 @@ protected:
     // What is told about each entry of the timeline, behind it; nothing unless set.
     std::function<std::string()> annotation;
 
-    // A unit that the driver has open. Its flash holds nothing.
-    void openUnit();
+    // Plugs a unit in, anew if it is there, with this in its flash; the driver opens it. Nothing of that is
+    // on the timeline.
+    void openUnit(const UnitFlash& flash = {});
+    // Makes this the calibration that the open unit's flash holds.
+    void store(const PointList& points);
     // Hands a point over, as the point thread does.
     void touch(CameraPoint point) { center->lightPenCallbackAtPoint(point, *driver); }
     void start(Kind kind, std::int64_t targets = 4);
@@ -72,11 +74,19 @@ protected:
     // The lists that "kCalibrationCompleted" came with.
     std::vector<PointListRef> completed;
     std::vector<Notification> canceled;
+    // The point thread of the open unit.
+    std::optional<PointThreadState> thread;
+    // How often the unit sees stray light in each light test.
+    int sightings = 0;
 
 private:
+    void closeUnit();
+    void answer(const SentReport& report);
+
     void note(const std::string& entry);
 
     std::vector<std::string> timeline_;
+    UnitFlash flash_;
 };
 
 } // namespace lightpen

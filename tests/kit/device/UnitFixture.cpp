@@ -10,15 +10,6 @@ constexpr int kManyPolls = 1000;
 
 } // namespace
 
-ReportBytes storedRecord(int index, int x1, int y1, int x2, int y2) {
-    ReportBytes reply{'Y', static_cast<std::uint8_t>(index)};
-    for (const int value : {x1, y1, x2, y2}) {
-        reply.push_back(static_cast<std::uint8_t>(value & 0xFF));
-        reply.push_back(static_cast<std::uint8_t>((value >> 8) & 0xFF));
-    }
-    return reply;
-}
-
 UnitFixture::UnitFixture() {
     const auto write = [this](std::string what) { timeline_.push_back(std::move(what)); };
     log.onLine = [write](std::string_view line) { write(std::string(line)); };

@@ -12,9 +12,6 @@
 
 namespace lightpen {
 
-// The answers of a unit to the requests of a flash read, padded by the queue to the report length.
-ReportBytes storedRecord(int index, int x1, int y1, int x2, int y2);
-
 // The whole way of a unit from its plug to the driver: hot-plug is reported, the unit answers flash requests,
 // and everything that the driver does is written down in one order.
 class UnitFixture : public DriverFixture {
