@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Pictures, the light test and both ways of the pairing table with a camera unit in software, whose plug is
 // pulled at every step.
+#include <QApplication>
+#include <QKeyEvent>
+
+#include "device/ChTwoPoint.h"
 #include "kit/device/EmulatedUnitFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Not;
@@ -37,15 +41,24 @@ protected:
     explicit CameraViewTest(std::size_t reportLength = 804) : camera(addCamera(reportLength)) {
         calibrate(camera);
         desk.dataFiles.put(kFile, pairingFile());
-        desk.runLoop.limitRuns(20'000); // a run is a millisecond here, or a slice of a wait
+        desk.runLoop.limitRuns(20'000);
     }
     // Opened, and its pointer output armed.
     void startAndArm() {
         start();
         camera.plug();
-        run(100ms);
+        run(100ms); // the opening
         run(1500ms);
-        ASSERT_EQ(sharedState.mouseArmed, 1);
+        ASSERT_TRUE(EventGeneratorNX7::hearsPen());
+    }
+    // Z and Delete, in the window that is there for them.
+    static void pressBothKeys() {
+        for (QWidget* window : QApplication::topLevelWidgets())
+            if (dynamic_cast<ChTwoPoint*>(window))
+                for (const int key : {Qt::Key_Z, Qt::Key_Delete}) {
+                    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+                    QApplication::sendEvent(window, &press);
+                }
     }
     static int grey(const PreviewImageRef& image, CameraPoint place) {
         const auto column = static_cast<std::size_t>(place.x / 32);
@@ -53,6 +66,7 @@ protected:
         return image->rgba.at(row * 320 + column * 4);
     }
 
+    const bool hasWindows = ensureOffscreenApplication();
     CameraUnit& camera;
 };
 
@@ -74,13 +88,18 @@ TEST_F(CameraViewTest, APictureShowsTheScreenTheRoomAndThePen) {
     EXPECT_EQ(grey(image, {0, 1000}), 0);
 }
 
+// Each pixel report could pass for a spot: the pointer stays where the pen is, or is up.
 TEST_F(CameraViewTest, APictureIsFetchedWhileThePenIsInUseAndThePenGoesOn) {
     startAndArm();
     camera.touch({640, 400});
     run(300ms);
+    desk.pointer.takePosted();
     ASSERT_NE(driver->previewImage(), nullptr);
     run(700ms);
-    desk.pointer.takePosted();
+    for (const Posted& event : desk.pointer.takePosted()) {
+        EXPECT_NEAR(event.location.x, 640, 1);
+        EXPECT_NEAR(event.location.y, 400, 1);
+    }
     run(200ms);
     EXPECT_FALSE(desk.pointer.takePosted().empty()) << "the pen is still down";
     camera.lift();
@@ -118,10 +137,11 @@ TEST_F(ShortReportsTest, SixReportsOf32BytesAreThePicturesFirstTwoRows) {
 
 TEST_F(CameraViewTest, APictureOfASilentUnitEndsWithTheUnit) {
     startAndArm();
+    const auto last = driver->previewImage();
+    ASSERT_NE(last, nullptr);
     camera.faults()->silent = true;
     camera.schedule(desk.clock.now() + 20s, [](CameraUnit& plugged) { plugged.unplug(); });
     const Microseconds before = desk.clock.now();
-    const auto last = driver->_previewImage;
     EXPECT_EQ(driver->previewImage(), last);
     EXPECT_GE(desk.clock.now() - before, 20s);
     EXPECT_LE(desk.clock.now() - before, 21s);
@@ -134,11 +154,7 @@ TEST_F(CameraViewTest, StrayLightIsFoundAtTheStartAndReported) {
     camera.strayLight(CameraPoint{700, 500});
     camera.plug();
     run(100ms);
-    EXPECT_GE(sharedState.strayLightLevel, 10);
-    EXPECT_LE(sharedState.strayLightLevel, 50);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("noise", "remove"));
-    EXPECT_THAT(log.lines(),
-                Contains("Event n:2350 Notificationnx9:" + std::to_string(sharedState.strayLightLevel)));
     const auto image = driver->previewImage();
     ASSERT_NE(image, nullptr) << "whatever the guards say";
     EXPECT_EQ(grey(image, {700, 500}), 255);
@@ -153,9 +169,7 @@ TEST_F(CameraViewTest, WithTheLightGoneARestartBringsThePenBack) {
     camera.strayLight(std::nullopt);
     run(500ms);
     deviceDelegate->takeHeard();
-    sharedState.checkViewState = 2; // as the check panel leaves it
     driver->startPointQueue();
-    EXPECT_EQ(sharedState.strayLightLevel, 0);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
 }
@@ -165,7 +179,6 @@ TEST_F(CameraViewTest, WithoutStrayLightThereIsNone) {
     camera.touch({640, 400}); // the pen is none
     camera.plug();
     run(100ms);
-    EXPECT_EQ(sharedState.strayLightLevel, 0);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
 }
 
@@ -175,16 +188,19 @@ TEST_F(CameraViewTest, AnswersThatComeTooLateAreNoLight) {
     camera.faults()->extraAnswerDelay = 400ms;
     camera.plug();
     run(100ms);
-    EXPECT_EQ(sharedState.strayLightLevel, 0);
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
 }
 
 // Pairing
 
 TEST_F(CameraViewTest, TheUnitsTableIsSaved) {
     startAndArm();
+    desk.pointer.takePosted();
     ASSERT_NE(tableOf(camera), pairingFile());
     driver->Nx9commd('R');
     EXPECT_EQ(desk.dataFiles.contents(kFile), tableOf(camera));
+    run(100ms);
+    EXPECT_THAT(desk.pointer.takePosted(), testing::IsEmpty()) << "its records are no touches";
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
 }
 
@@ -212,7 +228,7 @@ TEST_F(CameraViewTest, BothKeysSendTheFileAndEndTheProgramWithStatusZero) {
     camera.information()->wireless = 0;
     startAndArm();
     deviceDelegate->takeHeard();
-    sharedState.keyZPressed = sharedState.keyDeletePressed = 1;
+    pressBothKeys();
     run(10s);
     EXPECT_EQ(turnTaking.exitStatus(), 0);
     EXPECT_EQ(tableOf(camera), pairingFile());
@@ -222,7 +238,7 @@ TEST_F(CameraViewTest, BothKeysSendTheFileAndEndTheProgramWithStatusZero) {
 TEST_F(CameraViewTest, AUnitThatLeavesWhileItIsSentToEndsTheProgramAllTheSame) {
     camera.information()->wireless = 0;
     startAndArm();
-    sharedState.keyZPressed = sharedState.keyDeletePressed = 1;
+    pressBothKeys();
     camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{'S'}, .occurrence = 6};
     run(10s);
     EXPECT_EQ(turnTaking.exitStatus(), 0);
@@ -277,12 +293,12 @@ protected:
 
 TEST_P(PulledPlugTest, EndsTheExchangeAndTheNextArrivalWorks) {
     startAndArm();
+    const auto before = driver->previewImage();
+    ASSERT_NE(before, nullptr);
     camera.faults()->unplug = point();
     exchange();
     run(1s);
-    EXPECT_EQ(driver->_RetPairingData.load(), nullptr);
     EXPECT_FALSE(driver->imageProcessMode());
-    driver->_PairingData = nullptr; // the program would have ended
     camera.faults()->unplug.reset();
     camera.unplug();
     run(1s);
@@ -293,7 +309,7 @@ TEST_P(PulledPlugTest, EndsTheExchangeAndTheNextArrivalWorks) {
     EXPECT_TRUE(file == pairingFile() || file == tableOf(camera)) << "never a part of it";
     driver->Nx9commd('R');
     EXPECT_EQ(desk.dataFiles.contents(kFile), tableOf(camera));
-    ASSERT_NE(driver->previewImage(), nullptr);
+    EXPECT_THAT(driver->previewImage(), testing::Pointee(*before)) << "nothing has moved";
 }
 
 std::string nameOf(const testing::TestParamInfo<Step>& step) {
@@ -313,9 +329,8 @@ TEST_F(CameraViewTest, APlugThatIsPulledInTheLightTestEndsTheOpening) {
         camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{'K'}, .when = when};
         camera.plug();
         run(2s);
-        EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-        EXPECT_LE(sharedState.strayLightLevel, 1);
-        EXPECT_EQ(sharedState.unitOpen, 0);
+        EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
+        EXPECT_EQ(desk.registry.liveObjects(), 5U) << "the event service and four iterators";
     }
     camera.strayLight(std::nullopt);
     camera.plug();

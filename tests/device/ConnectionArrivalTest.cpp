@@ -10,187 +10,128 @@ using std::chrono::seconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
+// A driver that has started without a unit; the one that arrives is calibrated.
 class ConnectionArrivalTest : public UnitFixture {
 protected:
-    // A driver that has started without a unit, as seen by its delegate.
-    void startWithout() {
-        driver->init();
-        driver->setDeviceDelegate(deviceDelegate);
-        log.clear();
-        clearTimeline();
+    ConnectionArrivalTest() {
+        unitAnswers.records = calibratedRecords();
+        desk.runLoop.limitRuns(2000);
+        start();
+        forget();
     }
-    void arrive() {
-        replies = calibratedReplies();
-        plugIn();
-    }
-    // How often each line that begins like this was logged.
-    long logged(const std::string& beginning) {
-        const auto lines = log.lines();
-        return std::count_if(lines.begin(), lines.end(),
-                             [&](const std::string& line) { return line.starts_with(beginning); });
-    }
+    Deeds heard() { return deviceDelegate->takeHeard(); }
+
+    // Of the registry: the event service and four iterators, and the two services of a unit that is open.
+    static constexpr std::size_t kWithoutUnit = 5, kWithUnit = 7;
 };
 
 // Arrival
 
 TEST_F(ConnectionArrivalTest, AUnitThatArrivesIsOpenedAndAnnounced) {
-    startWithout();
-    arrive();
-    const auto timeline = takeTimeline();
-    EXPECT_EQ(timeline.front(), "Event n:647 device did add");
-    EXPECT_THAT(timeline.at(1), StartsWith("Event n:2125 "));
-    EXPECT_EQ(timeline.back(), "queue4.start()") << "the thread has started";
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
-    EXPECT_EQ(deviceDelegate->sender, driver.get());
-    EXPECT_EQ(driver->_deviceMode, 0);
-    EXPECT_EQ(driver->threshold(), 512);
-    EXPECT_EQ(sharedState.noiseNotifyArmed, 1);
-    EXPECT_EQ(sharedState.unitOpen, 1);
-    EXPECT_TRUE(thread);
-}
-
-TEST_F(ConnectionArrivalTest, TheThresholdIsSetBackWithoutALine) {
-    startWithout();
     driver->setThreshold(700);
-    log.clear();
-    arrive();
+    happened.clear();
+    plugIn();
+    EXPECT_TRUE(matchesTranscript("unit_arrival"));
+    EXPECT_EQ(deviceDelegate->sender, driver.get());
     EXPECT_EQ(driver->threshold(), 512);
-    EXPECT_EQ(logged("Event n:758"), 0);
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(turnTaking.running(), 1);
+    driver->putIRFilter();
+    EXPECT_EQ(unit.takeSent().back().bytes[1] & 0x80, 0x80) << "it has just been added";
 }
 
 TEST_F(ConnectionArrivalTest, EachNotificationIsArmedAgain) {
-    startWithout();
     for (int i = 0; i < 3; ++i) {
-        arrive();
-        EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+        plugIn();
+        EXPECT_THAT(heard(), ElementsAre("statMenu", "add"));
         unplug();
-        EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
+        EXPECT_THAT(heard(), ElementsAre("remove"));
     }
 }
 
 TEST_F(ConnectionArrivalTest, DelegatesThatDoNotRespondAreNotAsked) {
-    startWithout();
     deviceDelegate->deaf = {Operation::statMenu};
-    arrive();
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("add"));
+    plugIn();
+    EXPECT_THAT(heard(), ElementsAre("add"));
     unplug();
-    deviceDelegate->takeHeard();
+    heard();
     deviceDelegate->deaf = {Operation::deviceDidAddCallback};
-    arrive();
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu"));
+    plugIn();
+    EXPECT_THAT(heard(), ElementsAre("statMenu"));
 }
 
 TEST_F(ConnectionArrivalTest, WithoutADelegateTheUnitIsOpenedAllTheSame) {
-    driver->init();
-    arrive();
-    EXPECT_TRUE(thread);
-    EXPECT_EQ(sharedState.unitOpen, 1);
-    EXPECT_EQ(sharedState.deviceDelegateQueried, 1) << "it was asked for";
+    driver->setDeviceDelegate(nullptr);
+    plugIn();
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+    arm(); // the delegate was asked for, or nothing would be polled
 }
 
-TEST_F(ConnectionArrivalTest, WithStrayLightNobodyIsTold) {
-    startWithout();
-    // The unit's light is measured by the start; here it stands in for the result.
-    deviceDelegate->then = nullptr;
-    desk.threads.onDetach = [this] {
-        desk.runLoop.performOnMainThread({this, "thread", {}, [this] {
-                                              thread = driver->beginPointThread();
-                                              sharedState.strayLightLevel = 3;
-                                          }});
-    };
-    arrive();
-    EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
-    EXPECT_EQ(sharedState.unitOpen, 1);
+TEST_F(ConnectionArrivalTest, WithStrayLightOnlyTheNoiseIsTold) {
+    unitAnswers.sightings = 3;
+    plugIn();
+    EXPECT_THAT(heard(), ElementsAre("noise", "remove"));
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
 }
 
 // Arming
 
 TEST_F(ConnectionArrivalTest, ThePointerIsHeldBackUntilTheCalibrationHasHadItsTurn) {
-    startWithout();
-    EXPECT_EQ(sharedState.mouseArmed, 1) << "a start without a unit counts as armed";
-    std::vector<int> armed;
-    std::vector<int> open;
-    desk.clock.onSleep = [&](Microseconds) {
-        armed.push_back(sharedState.mouseArmed);
-        open.push_back(sharedState.unitOpen);
+    EXPECT_TRUE(EventGeneratorNX7::hearsPen()) << "a start without a unit counts as armed";
+    std::vector<bool> open;
+    const auto look = [&] {
+        EXPECT_FALSE(EventGeneratorNX7::hearsPen());
+        open.push_back(EventGeneratorNX7::isUnitOpen());
     };
-    deviceDelegate->then = [&](const std::string&) {
-        armed.push_back(sharedState.mouseArmed);
-        open.push_back(sharedState.unitOpen);
-    };
-    arrive();
-    EXPECT_EQ(armed, std::vector<int>(7 + 50 + 2, 0)) << "seven pauses, fifty looks for light, two messages";
-    EXPECT_THAT(std::vector(open.begin(), open.end() - 2), testing::Each(0));
-    EXPECT_THAT(std::vector(open.end() - 2, open.end()), ElementsAre(1, 1));
-    EXPECT_EQ(sharedState.deviceDelegateQueried, 1) << "polling begins";
-    EXPECT_EQ(sharedState.mouseArmed, 0);
-    EXPECT_EQ(sharedState.disarmedPollCount, 0);
-}
-
-TEST_F(ConnectionArrivalTest, ReportsOfTheFirstSixPassesAreThrownAway) {
-    startWithout();
-    driver->setCalibrationCenter(std::make_shared<ShiftingMapper>(0.5));
-    arrive();
-    for (int pass = 0; pass < 6; ++pass) {
-        unit.sendReport(penReport(401, 302));
-        ASSERT_TRUE(driver->pointThreadPass(*thread));
-    }
-    EXPECT_THAT(desk.pointer.takePosted(), IsEmpty());
-    driver->pointThreadPass(*thread); // an empty poll
-    EXPECT_EQ(sharedState.mouseArmed, 1);
-    unit.sendReport(penReport(601, 402));
-    driver->pointThreadPass(*thread);
-    EXPECT_THAT(desk.pointer.takePosted(), ElementsAre(down(300, 201)));
+    atPauses([&](int, Microseconds) { look(); });
+    deviceDelegate->then = [&](const std::string&) { look(); };
+    plugIn();
+    std::vector<bool> expected(7 + 50, false);
+    expected.resize(7 + 50 + 2, true);
+    EXPECT_EQ(open, expected) << "seven pauses, fifty looks for light, two messages";
+    EXPECT_FALSE(EventGeneratorNX7::hearsPen());
+    arm();
 }
 
 // Arrivals that fail or are overtaken
 
 TEST_F(ConnectionArrivalTest, AUnitThatIsGoneBeforeTheLoopTurnsIsNoArrival) {
-    startWithout();
     unit.plugIn();
     unit.unplug();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
-    EXPECT_EQ(logged("Event n:647"), 0);
-    EXPECT_EQ(logged("Event n:666"), 1);
+    run(seconds(1));
+    EXPECT_THAT(happened.takeDeeds(), ElementsAre("release buttons", "delegate remove"));
 }
 
 class VanishingArrivalTest : public ConnectionArrivalTest, public testing::WithParamInterface<int> {};
 
 TEST_P(VanishingArrivalTest, IsRemovedAfterwards) {
-    startWithout();
-    int pauses = 0;
-    desk.clock.onSleep = [&](Microseconds) {
-        if (++pauses == GetParam())
+    atPauses([&](int number, Microseconds) {
+        if (number == GetParam())
             unit.unplug();
-    };
-    arrive();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
-    EXPECT_EQ(sharedState.unitOpen, 0);
-    EXPECT_FALSE(driver->_isStaring);
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-    EXPECT_FALSE(thread && driver->pointThreadPass(*thread));
-    EXPECT_EQ(desk.registry.liveObjects(), 5u) << "the event service and four iterators";
+    });
+    plugIn();
+    run(seconds(1));
+    EXPECT_THAT(heard(), ElementsAre("statMenu", "add", "remove"));
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(unit.heldDevices(), 0);
+    EXPECT_EQ(unit.heldQueues(), 0);
+    EXPECT_EQ(turnTaking.running(), 0);
+    EXPECT_EQ(desk.registry.liveObjects(), kWithoutUnit);
 }
 
 INSTANTIATE_TEST_SUITE_P(, VanishingArrivalTest, testing::Range(1, 8),
                          [](const auto& parameter) { return "pause" + std::to_string(parameter.param); });
 
 TEST_F(ConnectionArrivalTest, AUnitThatDoesNotOpenKeepsTheWaitUntilItIsPulled) {
-    startWithout();
-    unit.script().answer("device.open", kIOReturnError);
-    desk.runLoop.performAfterDelay({this, "pull", {}, [this] { unit.unplug(); }}, seconds(20));
-    const Microseconds before = desk.clock.now();
-    arrive();
-    EXPECT_GE(desk.clock.now() - before, seconds(20));
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
-    unit.script().carryOut("device.open");
-    arrive();
-    EXPECT_TRUE(thread);
+    prepare(Trouble::notOpened);
+    after(seconds(20), [this] { unit.unplug(); });
+    EXPECT_GE(timeOf([this] { plugIn(); }), seconds(20));
+    run(seconds(1));
+    EXPECT_THAT(heard(), ElementsAre("statMenu", "add", "remove"));
+    prepare(Trouble::none);
+    plugIn();
+    EXPECT_EQ(turnTaking.running(), 1);
 }
 
 // Replugs
@@ -198,20 +139,18 @@ TEST_F(ConnectionArrivalTest, AUnitThatDoesNotOpenKeepsTheWaitUntilItIsPulled) {
 class ReplugTest : public ConnectionArrivalTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ReplugTest, IsOneRemovalAndOneArrival) {
-    startWithout();
-    driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
-    arrive();
-    deviceDelegate->takeHeard();
-    replies = calibratedReplies();
+    plugIn();
+    arm();
+    heard();
     unit.unplug();
-    desk.runLoop.runFor(milliseconds(GetParam()));
+    run(milliseconds(GetParam()));
     unit.plugIn();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove", "statMenu", "add"));
-    EXPECT_EQ(sharedState.unitOpen, 1);
-    EXPECT_EQ(sharedState.mouseArmed, 0) << "the new unit arms anew";
-    EXPECT_THAT(desk.threads.entries, SizeIs(2));
-    EXPECT_EQ(desk.registry.liveObjects(), 7u) << "the event service, four iterators, two services";
+    run(seconds(3));
+    EXPECT_THAT(heard(), ElementsAre("remove", "statMenu", "add"));
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_FALSE(EventGeneratorNX7::hearsPen()) << "the new unit arms anew";
+    EXPECT_EQ(turnTaking.running(), 1);
+    EXPECT_EQ(desk.registry.liveObjects(), kWithUnit);
 }
 
 INSTANTIATE_TEST_SUITE_P(, ReplugTest, testing::Values(0, 20, 49, 50, 51, 99), [](const auto& parameter) {
@@ -219,81 +158,61 @@ INSTANTIATE_TEST_SUITE_P(, ReplugTest, testing::Values(0, 20, 49, 50, 51, 99), [
 });
 
 TEST_F(ConnectionArrivalTest, QuickReplugsCostOneOpening) {
-    startWithout();
-    arrive();
-    log.clear();
-    deviceDelegate->takeHeard();
-    replies = calibratedReplies();
+    plugIn();
+    heard();
+    forget();
     for (int i = 0; i < 200; ++i) {
         unit.unplug();
         unit.plugIn();
     }
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove", "statMenu", "add"));
-    EXPECT_EQ(logged("Event n:2125"), 1);
-    EXPECT_EQ(sharedState.unitOpen, 1);
+    run(seconds(1));
+    EXPECT_THAT(heard(), ElementsAre("remove", "statMenu", "add"));
+    EXPECT_THAT(callsOf("device.open"), SizeIs(1));
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
 }
 
-class ReplugDuringOpeningTest : public ConnectionArrivalTest, public testing::WithParamInterface<int> {};
+class ReplugDuringOpeningTest : public ConnectionArrivalTest, public testing::WithParamInterface<int> {
+protected:
+    ReplugDuringOpeningTest() {
+        atPauses([this](int number, Microseconds) {
+            if (number != GetParam())
+                return;
+            unit.unplug();
+            unit.plugIn();
+        });
+    }
+    void expectOpen() {
+        EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
+        EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+        EXPECT_EQ(turnTaking.running(), 1);
+        EXPECT_EQ(desk.registry.liveObjects(), kWithUnit);
+    }
+};
 
+// There is no waiting for a unit that was replaced.
 TEST_P(ReplugDuringOpeningTest, CostsOneMore) {
-    startWithout();
-    int pauses = 0;
-    desk.clock.onSleep = [&](Microseconds) {
-        if (++pauses != GetParam())
-            return;
-        unit.unplug();
-        replies = calibratedReplies();
-        unit.plugIn();
-    };
-    arrive();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_EQ(logged("Event n:2125"), 2) << "there is no waiting for a unit that was replaced";
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove", "statMenu", "add"));
-    EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
-    EXPECT_EQ(desk.registry.liveObjects(), 7u);
-}
-
-TEST_P(ReplugDuringOpeningTest, OfTheStartIsAnArrivalOfItsOwn) {
-    driver->setDeviceDelegate(deviceDelegate);
-    int pauses = 0;
-    desk.clock.onSleep = [&](Microseconds) {
-        if (++pauses != GetParam())
-            return;
-        unit.unplug();
-        replies = calibratedReplies();
-        unit.plugIn();
-    };
-    replies = calibratedReplies();
-    plugIn();
-    driver->init();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_EQ(logged("Event n:2125"), 2);
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove", "statMenu", "add"));
-    EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
-    EXPECT_EQ(sharedState.unitOpen, 1);
-    EXPECT_EQ(desk.registry.liveObjects(), 7u);
+    EXPECT_LT(timeOf([this] { plugIn(); }), seconds(6));
+    run(seconds(1));
+    EXPECT_THAT(heard(), ElementsAre("statMenu", "add", "remove", "statMenu", "add"));
+    expectOpen();
 }
 
 INSTANTIATE_TEST_SUITE_P(, ReplugDuringOpeningTest, testing::Range(1, 8),
                          [](const auto& parameter) { return "pause" + std::to_string(parameter.param); });
 
 TEST_F(ConnectionArrivalTest, CallbacksOfTheUnitNeverNest) {
-    startWithout();
     int depth = 0;
-    int deepest = 0;
     deviceDelegate->then = [&](const std::string& what) {
-        deepest = std::max(deepest, ++depth);
+        EXPECT_EQ(++depth, 1);
         if (what == "add") {
             unit.unplug();
-            desk.runLoop.runFor(seconds(2));
+            run(seconds(2));
         }
         --depth;
     };
-    arrive();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_EQ(deepest, 1);
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
+    plugIn();
+    run(seconds(1));
+    EXPECT_THAT(heard(), ElementsAre("statMenu", "add", "remove"));
 }
 
 // A second unit
@@ -301,44 +220,33 @@ TEST_F(ConnectionArrivalTest, CallbacksOfTheUnitNeverNest) {
 class SecondUnitTest : public ConnectionArrivalTest {
 protected:
     SecondUnitTest() {
-        startWithout();
         driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
-        arrive();
-        deviceDelegate->takeHeard();
-        log.clear();
+        plugIn();
+        heard();
         ScriptedUnit::Shape shape;
         shape.product = 2;
         second.emplace(desk, shape);
-        replies = calibratedReplies();
         second->plugIn();
-        desk.runLoop.runFor(seconds(1));
+        run(seconds(3));
     }
     std::optional<ScriptedUnit> second;
 };
 
 TEST_F(SecondUnitTest, StartsNoSecondThreadAndIsNotWaitedFor) {
-    EXPECT_EQ(logged("Event n:1872 alloc queue failed"), 1);
-    EXPECT_FALSE(driver->_isStaring);
     EXPECT_THAT(desk.threads.entries, SizeIs(1));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+    EXPECT_THAT(heard(), ElementsAre("statMenu", "add"));
 }
 
 TEST_F(SecondUnitTest, LeavesTheFirstOnesPenAlive) {
-    for (int pass = 0; pass < 6; ++pass) {
-        unit.sendReport(penUpReport());
-        driver->pointThreadPass(*thread);
-    }
-    driver->pointThreadPass(*thread);
-    unit.sendReport(penReport(401, 302));
-    driver->pointThreadPass(*thread);
-    EXPECT_THAT(desk.pointer.takePosted(), ElementsAre(down(401, 302)));
+    arm();
+    EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
 }
 
 TEST_F(SecondUnitTest, LeavesNoReferenceBehind) {
     unplug();
     second->unplug();
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_EQ(desk.registry.liveObjects(), 5u);
+    run(seconds(1));
+    EXPECT_EQ(desk.registry.liveObjects(), kWithoutUnit);
 }
 
 } // namespace

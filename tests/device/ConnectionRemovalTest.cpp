@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A unit that leaves.
+// A unit that leaves, and the restart of one after the check view.
 #include "kit/device/UnitFixture.h"
 
 namespace lightpen {
@@ -7,178 +7,123 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ConnectionRemovalTest : public UnitFixture {
-protected:
-    ConnectionRemovalTest() {
-        driver->init();
-        driver->setDeviceDelegate(deviceDelegate);
-        driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
-        replies = calibratedReplies();
-        plugIn();
-        deviceDelegate->takeHeard();
-        desk.clock.takeSleeps();
-        unit.takeOperations();
-        log.clear();
-        clearTimeline();
-    }
-    // Passes until the pointer follows the pen.
-    void arm() {
-        for (int pass = 0; pass < 7; ++pass) {
-            if (pass < 6)
-                unit.sendReport(penUpReport());
-            driver->pointThreadPass(*thread);
-        }
-        ASSERT_EQ(sharedState.mouseArmed, 1);
+// What the driver holds of the unit at a pause, and when its delegate hears something.
+struct Moment {
+    std::string what;
+    bool open;
+    int devices, queues;
+    friend bool operator==(const Moment&, const Moment&) = default;
+    friend void PrintTo(const Moment& moment, std::ostream* stream) {
+        *stream << moment.what << (moment.open ? " open " : " ") << moment.devices << " " << moment.queues;
     }
 };
 
-TEST_F(ConnectionRemovalTest, TakesFourPausesBetweenItsLines) {
+class ConnectionRemovalTest : public UnitFixture {
+protected:
+    explicit ConnectionRemovalTest(int light = 0) {
+        unitAnswers.records = calibratedRecords();
+        unitAnswers.sightings = light;
+        start();
+        driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
+        plugIn();
+        deviceDelegate->takeHeard();
+        forget();
+    }
+    Moment now(const std::string& what) const {
+        return {what, EventGeneratorNX7::isUnitOpen(), unit.heldDevices(), unit.heldQueues()};
+    }
+    void watch() {
+        moments.push_back(now("before"));
+        atPauses([this](int, Microseconds duration) {
+            moments.push_back(now(std::to_string(duration.count() / 1000) + " ms"));
+        });
+        deviceDelegate->then = [this](const std::string& what) { moments.push_back(now(what)); };
+    }
+    std::vector<Moment> moments;
+};
+
+TEST_F(ConnectionRemovalTest, EachStep) {
+    arm();
     unplug();
-    EXPECT_THAT(takeTimeline(), ElementsAre("Event n:666 device did removed", "sleep 100000", "sleep 100000",
-                                            "sleep 100000", "sleep 100000", "Event n:594 device did removed"))
-        << "the queues are dropped, neither stopped nor disposed";
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
+    run(milliseconds(20));
+    EXPECT_TRUE(matchesTranscript("removal"));
     EXPECT_EQ(deviceDelegate->sender, driver.get());
 }
 
-// What is so at each pause of the removal, and when the delegate hears of it.
-struct Moment {
-    std::string what;
-    bool stopped, open, interface, queue, pointsQueue, calibrationQueue;
-    int mode, queried;
-    friend bool operator==(const Moment&, const Moment&) = default;
-};
-
 TEST_F(ConnectionRemovalTest, HappensInThisOrder) {
-    driver->_calibrationQueue = unit.makeQueue();
-    sharedState.disarmedPollCount = 4;
-    std::vector<Moment> moments;
-    const auto note = [&](const std::string& what) {
-        moments.push_back({what, driver->_stopThread, sharedState.unitOpen != 0,
-                           driver->_pphidDeviceInterface.load() != nullptr, driver->_queue.load() != nullptr,
-                           driver->_pointsQueue.load() != nullptr, driver->_calibrationQueue != nullptr,
-                           driver->_deviceMode, sharedState.deviceDelegateQueried});
-    };
-    desk.clock.onSleep = [&](Microseconds) { note("pause"); };
-    deviceDelegate->then = [&](const std::string& what) { note(what); };
-    note("before");
+    watch();
     unplug();
-    EXPECT_THAT(moments, ElementsAre(Moment{"before", false, true, true, true, true, true, 0, 1},
-                                     Moment{"pause", true, false, false, false, true, true, -1, 1},
-                                     Moment{"pause", true, false, false, false, false, true, -1, 1},
-                                     Moment{"pause", true, false, false, false, false, false, -1, 1},
-                                     Moment{"remove", true, false, false, false, false, false, -1, 1},
-                                     Moment{"pause", true, false, false, false, false, false, -1, 1}));
-    EXPECT_EQ(sharedState.mouseArmed, 0);
-    EXPECT_EQ(sharedState.disarmedPollCount, 0);
-    EXPECT_EQ(sharedState.unitOpen, 0);
-    EXPECT_EQ(sharedState.deviceDelegateQueried, 0) << "polling waits for the next question";
-    EXPECT_EQ(driver->_hidDevice.get(), 0u);
+    EXPECT_THAT(moments, ElementsAre(Moment{"before", true, 1, 3}, Moment{"100 ms", false, 0, 2},
+                                     Moment{"100 ms", false, 0, 1}, Moment{"100 ms", false, 0, 0},
+                                     Moment{"remove", false, 0, 0}, Moment{"100 ms", false, 0, 0}));
+    EXPECT_EQ(desk.registry.liveObjects(), 5U) << "the event service and four iterators";
 }
 
+// Everything of it, whoever it belongs to.
 TEST_F(ConnectionRemovalTest, TheIteratorIsEmptiedFirst) {
-    // Everything of it, whoever it belongs to.
     io_iterator_t iterator = 0;
-    MatchingDictionary matching = IOServiceMatching("IOHIDDevice");
-    desk.registry.IOServiceGetMatchingServices(0, matching, iterator);
+    desk.registry.IOServiceGetMatchingServices(0, IOServiceMatching("IOHIDDevice"), iterator);
     const std::size_t held = desk.registry.liveObjects();
-    std::size_t atFirstLine = 0;
-    log.onLine = [&](std::string_view line) {
-        if (line == "Event n:666 device did removed")
-            atFirstLine = static_cast<std::size_t>(desk.registry.IOIteratorNext(iterator));
-    };
+    atPauses([&](int, Microseconds) { EXPECT_EQ(desk.registry.IOIteratorNext(iterator), 0U); });
     driver->deviceDidRemove(iterator);
-    EXPECT_EQ(atFirstLine, 0u);
     desk.registry.IOObjectRelease(iterator);
-    EXPECT_EQ(desk.registry.liveObjects(), held - 1);
+    EXPECT_LT(desk.registry.liveObjects(), held);
 }
 
 TEST_F(ConnectionRemovalTest, DelegatesThatDoNotRespondAreNotAsked) {
     deviceDelegate->deaf = {Operation::deviceDidRemoveCallback};
     unplug();
     EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
-    EXPECT_THAT(desk.clock.takeSleeps(), SizeIs(4));
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
 }
 
 TEST_F(ConnectionRemovalTest, WithoutADelegateTheUnitLeavesAllTheSame) {
     driver->setDeviceDelegate(nullptr);
-    log.clear();
     unplug();
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:666 device did removed", "Event n:594 device did removed"));
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(unit.heldDevices(), 0);
 }
 
+// The unit leaves while the thread, which is just starting, makes its queue.
 TEST_F(ConnectionRemovalTest, AThreadThatSetsItsQueueOnceMoreIsWaitedFor) {
-    int pauses = 0;
-    desk.clock.onSleep = [&](Microseconds) {
-        // The second pause is the first one for the points queue.
-        if (++pauses == 2 || pauses == 3)
-            driver->_pointsQueue = unit.makeQueue();
+    unplug();
+    run(seconds(1));
+    int queues = 0;
+    unit.script().onNote = [&](const std::string& operation) {
+        if (operation != "device.allocQueue()" || ++queues != 4)
+            return;
+        unit.unplug();
+        desk.clock.waitUntil(desk.clock.now() + milliseconds(200));
     };
-    unplug();
-    EXPECT_THAT(desk.clock.takeSleeps(), AllOf(SizeIs(6), Each(milliseconds(100))));
-    EXPECT_EQ(driver->_pointsQueue.load(), nullptr);
-}
-
-TEST_F(ConnectionRemovalTest, ThePointThreadEndsAtItsNextCheck) {
-    arm();
-    clearTimeline();
-    unplug();
-    clearTimeline();
-    EXPECT_FALSE(driver->pointThreadPass(*thread));
-    EXPECT_THAT(log.lines(), Contains("Event n:1829 456"));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove")) << "once";
+    plugIn();
+    run(seconds(1));
+    std::vector<Microseconds> sleeps = desk.clock.takeSleeps();
+    sleeps.erase(sleeps.begin(), std::find(sleeps.rbegin(), sleeps.rend(), milliseconds(1)).base());
+    EXPECT_EQ(sleeps, std::vector<Microseconds>(5, milliseconds(100))) << "one more than ever";
+    EXPECT_EQ(unit.heldQueues(), 0);
 }
 
 TEST_F(ConnectionRemovalTest, AStrokeUnderWayIsReleasedByTheLastReport) {
     arm();
-    unit.sendReport(penReport(401, 302));
-    driver->pointThreadPass(*thread);
-    desk.pointer.takePosted();
+    EXPECT_THAT(passOn(penReport(401, 302)), Contains("press 401 302"));
     unit.unplug(); // the unit's last word is "no light spot"
-    driver->pointThreadPass(*thread);
-    EXPECT_THAT(desk.pointer.takePosted(), ElementsAre(up(401, 302)));
-    desk.runLoop.runFor(seconds(1));
-    EXPECT_FALSE(driver->pointThreadPass(*thread));
-    EXPECT_THAT(desk.pointer.takePosted(), IsEmpty());
+    turnTaking.nextTurn();
+    EXPECT_THAT(happened.takeDeeds(), Contains("release 401 302"));
+    run(seconds(1));
+    EXPECT_THAT(deedsWith("release "), ElementsAre("release buttons"));
 }
 
 TEST_F(ConnectionRemovalTest, AStrokeUnderWayIsReleasedByTheThreadsEndToo) {
     arm();
-    unit.sendReport(penReport(401, 302));
-    driver->pointThreadPass(*thread);
-    desk.pointer.takePosted();
-    unplug();
-    EXPECT_FALSE(driver->pointThreadPass(*thread));
-    EXPECT_THAT(desk.pointer.takePosted(), ElementsAre(up(401, 302)));
-}
-
-TEST_F(ConnectionRemovalTest, HeldButtonsGoWithTheUnit) {
-    unplug();
-    EXPECT_EQ(desk.pointer.releases, 1);
-}
-
-TEST_F(ConnectionRemovalTest, TheCheckViewGoesWithItsUnit) {
-    sharedState.checkViewState = 2;
-    sharedState.strayLightViewShown = 1;
-    unplug();
-    EXPECT_EQ(sharedState.checkViewState, 0);
-    EXPECT_EQ(sharedState.strayLightViewShown, 0);
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
-}
-
-TEST_F(ConnectionRemovalTest, OtherCheckViewStatesStay) {
-    sharedState.checkViewState = 1;
-    sharedState.strayLightViewShown = 1;
-    unplug();
-    EXPECT_EQ(sharedState.checkViewState, 1);
-    EXPECT_EQ(sharedState.strayLightViewShown, 1);
+    EXPECT_THAT(passOn(penReport(401, 302)), Contains("press 401 302"));
+    driver->deviceDidRemove(0);
+    EXPECT_THAT(deedsWith("release "), ElementsAre("release buttons", "release 401 302"));
+    EXPECT_EQ(turnTaking.running(), 0);
 }
 
 TEST_F(ConnectionRemovalTest, SettingsInformationAndCalibrationOutliveTheUnit) {
@@ -193,35 +138,92 @@ TEST_F(ConnectionRemovalTest, SettingsInformationAndCalibrationOutliveTheUnit) {
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
 }
 
-TEST_F(ConnectionRemovalTest, NothingOfTheUnitIsLeft) {
-    const std::weak_ptr<IOHIDDeviceInterface122> device = driver->_pphidDeviceInterface.load();
-    const std::weak_ptr<IOHIDQueueInterface> queue = driver->_queue.load();
-    const std::weak_ptr<IOHIDQueueInterface> points = driver->_pointsQueue.load();
-    unplug();
-    EXPECT_TRUE(device.expired());
-    EXPECT_TRUE(queue.expired());
-    EXPECT_TRUE(points.expired());
-    EXPECT_EQ(desk.registry.liveObjects(), 5u) << "the event service and four iterators";
-}
-
 TEST_F(ConnectionRemovalTest, CommandsToAUnitThatHasLeftDoNothing) {
     unplug();
-    clearTimeline();
-    unit.takeSent();
+    forget();
     driver->removeIRFilter();
     driver->updateTwoValueToDevice();
     EXPECT_FALSE(driver->writeCalibrationToFlash(std::make_shared<PointList>(4)));
     EXPECT_THAT(unit.takeSent(), IsEmpty());
-    EXPECT_THAT(log.lines(), Contains("Event n:1958 device is not plugged."));
 }
 
 TEST_F(ConnectionRemovalTest, ARemovalWithoutAnOpenUnitDoesNoHarm) {
     unplug();
-    clearTimeline();
-    driver->deviceDidRemove(0);
-    EXPECT_THAT(takeTimeline(), SizeIs(6));
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove", "remove"));
-    EXPECT_EQ(desk.registry.liveObjects(), 5u);
+    forget();
+    EXPECT_EQ(timeOf([this] { driver->deviceDidRemove(0); }), milliseconds(400));
+    EXPECT_THAT(happened.takeDeeds(), ElementsAre("release buttons", "delegate remove"));
+    EXPECT_EQ(desk.registry.liveObjects(), 5U);
+}
+
+// A unit that has seen stray light, which is off now; the check view is shown.
+class CheckViewShownTest : public ConnectionRemovalTest {
+protected:
+    CheckViewShownTest() : ConnectionRemovalTest(4) {
+        unitAnswers.sightings = 0;
+        driver->setThreshold(700);
+        run(milliseconds(500));
+        forget();
+    }
+};
+
+TEST_F(CheckViewShownTest, ARestartReleasesAndOpensTheUnitAgain) {
+    driver->startPointQueue();
+    EXPECT_TRUE(matchesTranscript("restart"));
+    EXPECT_EQ(unit.heldDevices(), 1);
+    EXPECT_EQ(driver->threshold(), 512);
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(turnTaking.running(), 1) << "the old thread has ended";
+    EXPECT_EQ(desk.registry.liveObjects(), 7U) << "the event service, four iterators, two services";
+    driver->putIRFilter();
+    EXPECT_EQ(unit.takeSent().back().bytes[1] & 0x80, 0x80) << "as if it had just been added";
+    EXPECT_FALSE(EventGeneratorNX7::hearsPen());
+    arm();
+}
+
+TEST_F(CheckViewShownTest, ARestartHappensInThisOrder) {
+    watch();
+    driver->startPointQueue();
+    moments.resize(7);
+    EXPECT_THAT(moments, ElementsAre(Moment{"before", true, 1, 3}, Moment{"10 ms", true, 1, 3},
+                                     Moment{"100 ms", false, 0, 2}, Moment{"100 ms", false, 0, 1},
+                                     Moment{"100 ms", false, 0, 0}, Moment{"500 ms", false, 0, 0},
+                                     Moment{"100 ms", false, 1, 1}));
+}
+
+TEST_F(CheckViewShownTest, ARestartWithLightStillThereShowsTheViewAgain) {
+    unitAnswers.sightings = 2;
+    driver->startPointQueue();
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("noise", "remove"));
+    unitAnswers.sightings = 0;
+    driver->startPointQueue();
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
+}
+
+TEST_F(CheckViewShownTest, WithoutAUnitNobodyIsToldOfOne) {
+    unit.unplug();
+    driver->startPointQueue();
+    EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen()) << "as after a start without a unit";
+    run(seconds(1));
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(desk.registry.liveObjects(), 5U);
+}
+
+TEST_F(CheckViewShownTest, TheViewGoesWithItsUnit) {
+    unplug();
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
+    forget();
+    EXPECT_EQ(timeOf([this] { driver->startPointQueue(); }), Microseconds(0))
+        << "there is nothing to restart";
+    EXPECT_THAT(unit.takeOperations(), IsEmpty());
+}
+
+TEST_F(ConnectionRemovalTest, WithoutTheCheckViewAStoppedPointsQueueOnlyRunsAgain) {
+    driver->stopPointQueue();
+    driver->startPointQueue();
+    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue4.stop()", "queue4.start()"));
+    EXPECT_EQ(turnTaking.running(), 1);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Finding the unit's pen interface, and making, opening and releasing its device interface.
+// Finding the unit's pen interface, opening, closing and releasing it, and its input report elements.
 #include "kit/device/UnitFixture.h"
 
 namespace lightpen {
@@ -15,8 +15,10 @@ PropertyDictionary element(Property reportID, Property cookie) {
 
 class HIDInterfaceTest : public UnitFixture {
 protected:
-    void SetUp() override { objectsBefore = desk.registry.liveObjects(); }
-
+    void SetUp() override {
+        objectsBefore = desk.registry.liveObjects();
+        happened.clear();
+    }
     // A HID service beside those of the unit.
     io_service_t publish(std::int64_t vendor, std::int64_t product, const std::string& path) {
         return desk.registry.publish(
@@ -32,8 +34,13 @@ protected:
         const IOObject service = driver->getOruHWService();
         return service ? pathOf(service.get()) : "none";
     }
+    // The cookie of a unit with these elements.
     IOHIDElementCookie cookieOf(long reportID, std::vector<PropertyDictionary> elements) {
-        driver->_inputReportElements = std::make_shared<const InputReportElements>(std::move(elements));
+        unplug();
+        ScriptedUnit::Shape shape;
+        shape.elements = std::move(elements);
+        unit.reshape(shape);
+        openInterface();
         return driver->inputReportElementCookieFromReportID(reportID);
     }
 
@@ -50,8 +57,8 @@ TEST_F(HIDInterfaceTest, MatchingDictionaryNamesTheClassAndTheVendor) {
 }
 
 TEST_F(HIDInterfaceTest, WithoutAUnitNothingIsFound) {
-    EXPECT_EQ(driver->getOruHWService().get(), 0u);
-    EXPECT_THAT(takeTimeline(), IsEmpty());
+    EXPECT_FALSE(driver->getOruHWService());
+    EXPECT_THAT(happened.takeAll(), IsEmpty());
     EXPECT_EQ(desk.registry.liveObjects(), objectsBefore);
 }
 
@@ -60,11 +67,6 @@ TEST_F(HIDInterfaceTest, ThePenInterfaceIsFoundAndItsReferenceIsTheCallers) {
     const std::size_t plugged = desk.registry.liveObjects();
     IOObject found = driver->getOruHWService();
     const io_service_t service = found.get();
-    ASSERT_NE(service, 0u);
-    EXPECT_THAT(
-        takeTimeline(),
-        ElementsAre("RBIOS n:289 char: 3", "sleep 500000", "RBIOS n:292 interface number :3",
-                    "Event n:2198 found defice: " + std::to_string(service) + ", interface number = 3"));
     unplug();
     EXPECT_EQ(pathOf(service), "IOService:/unit/IOUSBInterface@3") << "it lives as long as it is held";
     found = {};
@@ -78,19 +80,15 @@ class InterfaceOrderTest : public HIDInterfaceTest, public testing::WithParamInt
 TEST_P(InterfaceOrderTest, InterfaceThreeIsTakenWhereverItIsListed) {
     ScriptedUnit::Shape shape;
     shape.interfaces = GetParam();
-    ScriptedUnit other(desk, shape);
-    other.plugIn();
+    unit.reshape(shape);
+    plugIn();
     EXPECT_EQ(foundPath(), "IOService:/unit/IOUSBInterface@3");
     // Half a second for each interface that is looked at, and no look beyond the third.
-    std::vector<Microseconds> expected;
-    for (const int interface : GetParam()) {
-        expected.push_back(std::chrono::milliseconds(500));
-        if (interface == 3)
-            break;
-    }
-    EXPECT_EQ(desk.clock.takeSleeps(), expected);
-    other.unplug();
-    desk.runLoop.runFor(ServiceRegistry::kRemovalDelay);
+    const auto third = std::find(shape.interfaces.begin(), shape.interfaces.end(), 3);
+    EXPECT_EQ(desk.clock.takeSleeps(),
+              std::vector<Microseconds>(static_cast<std::size_t>(third - shape.interfaces.begin()) + 1,
+                                        std::chrono::milliseconds(500)));
+    unplug();
     EXPECT_EQ(desk.registry.liveObjects(), objectsBefore) << "the others were released";
 }
 
@@ -108,20 +106,16 @@ TEST_F(HIDInterfaceTest, AUnitWithoutInterfaceThreeIsNotTaken) {
 }
 
 TEST_F(HIDInterfaceTest, BothProductsAreTakenAndOthersAreNot) {
-    publish(0x1209, 3, "IOService:/third/IOUSBInterface@3");
     publish(0x120A, 1, "IOService:/vendor/IOUSBInterface@3");
+    EXPECT_EQ(foundPath(), "none");
+    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty()) << "other vendors' services are not even looked at";
+    publish(0x1209, 3, "IOService:/third/IOUSBInterface@3");
     publish(1, 0x1209, "IOService:/swapped/IOUSBInterface@3");
     EXPECT_EQ(foundPath(), "none");
     publish(0x1209, 2, "IOService:/second/IOUSBInterface@3");
     EXPECT_EQ(foundPath(), "IOService:/second/IOUSBInterface@3");
     publish(0x1209, 1, "IOService:/first/IOUSBInterface@3");
     EXPECT_EQ(foundPath(), "IOService:/second/IOUSBInterface@3") << "the registry's order decides";
-}
-
-TEST_F(HIDInterfaceTest, ServicesOfOtherVendorsAreNotEvenLookedAt) {
-    publish(0x120A, 1, "IOService:/vendor/IOUSBInterface@3");
-    EXPECT_EQ(foundPath(), "none");
-    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty());
 }
 
 // A registry that cannot list anything.
@@ -140,109 +134,66 @@ TEST_F(HIDInterfaceTest, ARegistryThatCannotListYieldsNothing) {
                       desk.defaults, desk.systemUI,      desk.sounds,    desk.dataFiles,
                       desk.shell};
     Platform::setCurrent(&platform);
-    EXPECT_EQ(driver->getOruHWService().get(), 0u);
-    EXPECT_EQ(broken.liveObjects(), 0u);
+    EXPECT_FALSE(driver->getOruHWService());
+    EXPECT_EQ(broken.liveObjects(), 0U);
     Platform::setCurrent(&desk.platform);
 }
 
-// Making, opening, closing and releasing the interface
-
-TEST_F(HIDInterfaceTest, TheInterfaceIsMade) {
-    plugIn();
-    driver->_hidDevice = driver->getOruHWService();
-    clearTimeline();
-    driver->createHIDDeviceInterface();
-    EXPECT_THAT(takeTimeline(), ElementsAre("out: Event n:2254 Found device type IOHIDDevice\n",
-                                            "Event n:2774 create hid interface done."));
-    EXPECT_NE(driver->_pphidDeviceInterface.load(), nullptr);
-}
-
-TEST_F(HIDInterfaceTest, WithoutAPlugInNothingMoreIsSaid) {
-    unit.withoutPlugIn = true;
-    plugIn();
-    driver->_hidDevice = driver->getOruHWService();
-    clearTimeline();
-    driver->createHIDDeviceInterface();
-    EXPECT_THAT(takeTimeline(), ElementsAre("out: Event n:2254 Found device type IOHIDDevice\n"));
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-}
-
-TEST_F(HIDInterfaceTest, APlugInWithoutADeviceInterfaceIsLogged) {
-    unit.withoutInterface = true;
-    plugIn();
-    driver->_hidDevice = driver->getOruHWService();
-    clearTimeline();
-    driver->createHIDDeviceInterface();
-    EXPECT_THAT(takeTimeline(), ElementsAre("out: Event n:2254 Found device type IOHIDDevice\n",
-                                            "Event n:2270 Couldn't create HID class device interface"));
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-}
-
-TEST_F(HIDInterfaceTest, AServiceThatIsGoneHasNoInterface) {
-    plugIn();
-    driver->_hidDevice = driver->getOruHWService();
-    unplug();
-    driver->createHIDDeviceInterface();
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-}
+// Opening, closing and releasing the interface
 
 TEST_F(HIDInterfaceTest, OpeningPrintsAndReturnsItsResult) {
-    openUnit();
-    clearTimeline();
+    EXPECT_EQ(driver->openHIDInterface(), kIOReturnNoDevice) << "there is no interface";
+    openInterface();
     EXPECT_EQ(driver->openHIDInterface(), kIOReturnSuccess);
-    unit.script().answer("device.open", kIOReturnNotPrivileged);
+    prepare(Trouble::notOpened);
     EXPECT_EQ(driver->openHIDInterface(), kIOReturnNotPrivileged);
-    EXPECT_THAT(takeTimeline(),
-                ElementsAre("device.open(0)", "out: Event n:2285 Open result = 0\n", "device.open(0)",
-                            "out: Event n:2285 Open result = -536870207\n"));
+    EXPECT_TRUE(matchesTranscript("open"));
 }
 
-TEST_F(HIDInterfaceTest, OpeningWithoutAnInterfaceIsAnError) {
-    EXPECT_EQ(driver->openHIDInterface(), kIOReturnNoDevice);
-    EXPECT_THAT(takeTimeline(), ElementsAre("out: Event n:2285 Open result = -536870208\n"));
-}
-
-TEST_F(HIDInterfaceTest, ClosingNeedsAUnitThatIsPluggedIn) {
-    openUnit();
-    EXPECT_EQ(driver->closeHIDInterface(), kIOReturnSuccess);
-    EXPECT_THAT(takeTimeline(), IsEmpty()) << "no unit is plugged in";
+TEST_F(HIDInterfaceTest, ClosingNeedsAUnitThatIsPluggedInAndAnInterface) {
     plugIn();
+    EXPECT_EQ(driver->closeHIDInterface(), kIOReturnSuccess);
+    EXPECT_THAT(happened.takeAll(), IsEmpty());
+    unplug();
+    openInterface();
+    unit.takeOperations();
     EXPECT_EQ(driver->closeHIDInterface(), kIOReturnSuccess);
     unit.script().answer("device.close", kIOReturnNotOpen);
     EXPECT_EQ(driver->closeHIDInterface(), kIOReturnNotOpen);
-    EXPECT_THAT(takeTimeline(), ElementsAre("device.close()", "device.close()"));
-}
-
-TEST_F(HIDInterfaceTest, ClosingWithoutAnInterfaceDoesNothing) {
-    plugIn();
+    unit.unplug();
     EXPECT_EQ(driver->closeHIDInterface(), kIOReturnSuccess);
-    EXPECT_THAT(takeTimeline(), IsEmpty());
+    EXPECT_THAT(unit.takeOperations(), ElementsAre("device.close()", "device.close()"));
 }
 
 TEST_F(HIDInterfaceTest, ReleasingGivesUpInterfaceServiceAndHeldButtons) {
-    plugIn();
-    const std::size_t plugged = desk.registry.liveObjects();
-    driver->_hidDevice = driver->getOruHWService();
+    openInterface();
+    const std::size_t open = desk.registry.liveObjects();
+    for (int time = 0; time < 2; ++time) {
+        driver->releaseHIDInterface();
+        EXPECT_EQ(unit.heldDevices(), 0);
+        EXPECT_EQ(driver->doCommandFromOutputBuffer(), kIOReturnSuccess);
+        EXPECT_EQ(desk.registry.liveObjects(), open) << "nothing is released twice";
+    }
+    EXPECT_THAT(happened.takeDeeds(), ElementsAre("release buttons", "release buttons"));
+    unplug();
+    EXPECT_EQ(desk.registry.liveObjects(), objectsBefore);
+}
+
+TEST_F(HIDInterfaceTest, AServiceThatIsGoneHasNoInterface) {
+    openInterface();
+    unplug();
     driver->createHIDDeviceInterface();
-    const std::weak_ptr<IOHIDDeviceInterface122> device = driver->_pphidDeviceInterface.load();
+    EXPECT_EQ(driver->openHIDInterface(), kIOReturnSuccess) << "that of before";
     driver->releaseHIDInterface();
-    EXPECT_TRUE(device.expired());
-    EXPECT_EQ(driver->_pphidDeviceInterface.load(), nullptr);
-    EXPECT_EQ(driver->_hidDevice.get(), 0u);
-    EXPECT_EQ(desk.registry.liveObjects(), plugged);
-    EXPECT_EQ(desk.pointer.releases, 1);
-    driver->releaseHIDInterface(); // releases nothing twice
-    EXPECT_EQ(desk.registry.liveObjects(), plugged);
+    driver->createHIDDeviceInterface();
+    EXPECT_EQ(driver->openHIDInterface(), kIOReturnNoDevice);
 }
 
 // Input report elements
 
 TEST_F(HIDInterfaceTest, ElementsAreTheServicesProperty) {
     plugIn();
-    const IOObject service = driver->getOruHWService();
-    clearTimeline();
-    const InputReportElementsRef elements = driver->fetchInputReportElements(service.get());
-    EXPECT_THAT(takeTimeline(), ElementsAre("Event n:2314 Fetch input report elements"));
+    const InputReportElementsRef elements = driver->fetchInputReportElements(driver->getOruHWService().get());
     ASSERT_NE(elements, nullptr);
     ASSERT_THAT(*elements, SizeIs(1));
     EXPECT_EQ(describe(elements->front()), "{ElementCookie = 17; ReportID = 0; }");
@@ -257,59 +208,34 @@ TEST_F(HIDInterfaceTest, AServiceWithoutElementsOrWithOtherThingsThereHasNone) {
     EXPECT_EQ(driver->fetchInputReportElements(0), nullptr);
 }
 
-TEST_F(HIDInterfaceTest, TheCookieOfAReportIsLookedUpAndLogged) {
-    EXPECT_EQ(
-        cookieOf(5, {element(std::int64_t{4}, std::int64_t{40}), element(std::int64_t{5}, std::int64_t{50}),
-                     element(std::int64_t{6}, std::int64_t{60})}),
-        50u);
-    EXPECT_THAT(takeTimeline(), ElementsAre("Event n:2323 Input report element for 5", "Event n:2349 "));
-}
-
-TEST_F(HIDInterfaceTest, TheLastOfTwoElementsForAReportWins) {
-    EXPECT_EQ(
-        cookieOf(0, {element(std::int64_t{0}, std::int64_t{21}), element(std::int64_t{0}, std::int64_t{9}),
-                     element(std::int64_t{1}, std::int64_t{30})}),
-        9u);
-}
-
-TEST_F(HIDInterfaceTest, ElementsWithOtherThingsThanNumbersDoNotCount) {
-    EXPECT_EQ(cookieOf(0, {element(std::int64_t{0}, std::int64_t{21}), element(std::int64_t{0}, "22"),
+TEST_F(HIDInterfaceTest, TheCookieOfAReportIsThatOfItsLastElement) {
+    const std::int64_t zero = 0;
+    const std::vector<PropertyDictionary> some{element(std::int64_t{4}, std::int64_t{40}),
+                                               element(std::int64_t{5}, std::int64_t{50}),
+                                               element(std::int64_t{6}, std::int64_t{60})};
+    EXPECT_EQ(driver->inputReportElementCookieFromReportID(-1), 0U) << "no element is known";
+    EXPECT_EQ(cookieOf(5, some), 50U);
+    EXPECT_EQ(cookieOf(1, some), 0U);
+    EXPECT_EQ(cookieOf(0, {element(zero, std::int64_t{21}), element(zero, std::int64_t{9}),
+                           element(std::int64_t{1}, std::int64_t{30})}),
+              9U);
+    // Other things than numbers do not count.
+    EXPECT_EQ(cookieOf(0, {element(zero, std::int64_t{21}), element(zero, "22"),
                            element("0", std::int64_t{23}), element(InputReportElements{}, std::int64_t{24})}),
-              21u);
-    EXPECT_EQ(cookieOf(0, {{{{"ReportID", std::int64_t{0}}}}, {{{"ElementCookie", std::int64_t{8}}}}, {}}),
-              0u);
-}
-
-TEST_F(HIDInterfaceTest, WithoutAMatchTheCookieIsZero) {
-    EXPECT_EQ(cookieOf(1, {element(std::int64_t{0}, std::int64_t{21})}), 0u);
-    EXPECT_EQ(cookieOf(0, {}), 0u);
-    driver->_inputReportElements = nullptr;
-    clearTimeline();
-    EXPECT_EQ(driver->inputReportElementCookieFromReportID(-1), 0u);
-    EXPECT_THAT(takeTimeline(), ElementsAre("Event n:2323 Input report element for -1", "Event n:2349 "));
-}
-
-TEST_F(HIDInterfaceTest, CookiesUseAllTheir32Bits) {
-    EXPECT_EQ(cookieOf(0, {element(std::int64_t{0}, std::int64_t{0xFFFFFFFE})}), 0xFFFFFFFEu);
+              21U);
+    EXPECT_EQ(cookieOf(0, {{{{"ReportID", zero}}}, {{{"ElementCookie", std::int64_t{8}}}}, {}}), 0U);
+    EXPECT_EQ(cookieOf(0, {element(zero, std::int64_t{0xFFFFFFFE})}), 0xFFFFFFFEU) << "all 32 bits";
 }
 
 // Diagnosis
 
-TEST_F(HIDInterfaceTest, PropertiesAreShownWithThePath) {
+TEST_F(HIDInterfaceTest, PropertiesAreShownWithAndWithoutThePath) {
     plugIn();
     const IOObject service = driver->getOruHWService();
-    clearTimeline();
+    happened.clear();
     EventGeneratorNX7::showHIDProperties(service.get());
-    EXPECT_THAT(takeTimeline(),
-                ElementsAre("out: Event n:2157 [ IOService:/unit/IOUSBInterface@3 ]\n",
-                            "out: {InputReportElements = ({ElementCookie = 17; ReportID = 0; }); "
-                            "Manufacturer = Scripted 3; ProductID = 1; VendorID = 4617; }\n",
-                            "out: \n"));
-}
-
-TEST_F(HIDInterfaceTest, PropertiesAreShownWithoutAPathToo) {
     EventGeneratorNX7::showHIDProperties(0);
-    EXPECT_THAT(takeTimeline(), ElementsAre("out: {}\n", "out: \n"));
+    EXPECT_TRUE(matchesTranscript("properties"));
 }
 
 } // namespace

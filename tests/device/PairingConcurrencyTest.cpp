@@ -3,17 +3,18 @@
 #include <atomic>
 #include <thread>
 
-#include "kit/device/DriverFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {
 
 // Only the beginnings matter: which of two commands is in the buffer when it is sent is up to the threads,
 // but none is ever half of each.
-class PairingConcurrencyTest : public DriverFixture {};
+class PairingConcurrencyTest : public UnitFixture {};
 
 TEST_F(PairingConcurrencyTest, APairingTableIsSentWhileTheMainThreadSendsSettings) {
-    openUnit();
+    openInterface();
+    desk.clock.onWait = nullptr; // both threads are real here
     desk.dataFiles.put("NX9_Wireless.bin", ReportBytes(112, 0x55));
     unit.onSetReport = [this](const SentReport& report) {
         if (report.bytes.at(0) == 'S')

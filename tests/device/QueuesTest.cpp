@@ -1,219 +1,139 @@
 // SPDX-License-Identifier: MIT
 // The set-up of the image queue step by step, and the start and stop of the points queue.
-#include <cstdio>
-
-#include "kit/device/DriverFixture.h"
+#include "kit/device/UnitFixture.h"
 
 namespace lightpen {
 namespace {
 
 using std::chrono::seconds;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
-class QueuesTest : public DriverFixture {
+class QueuesTest : public UnitFixture {
 protected:
     QueuesTest() {
-        desk.threads.onDetach = nullptr; // the thread is asked for, and not started
-        openUnit();
-        unit.takeOperations();
+        openInterface();
+        startNoThreads();
     }
-    // A queue, without a word about its making.
-    IOHIDQueueRef quietQueue() {
-        const IOHIDQueueRef queue = unit.makeQueue();
-        unit.takeOperations();
-        return queue;
-    }
-    // Whether the point thread was asked for once, after its second of waiting.
-    void expectThread() {
+    // The result of the set-up, which asks for a thread once, after its second of waiting.
+    IOReturn setUp() {
+        desk.threads.entries.clear();
+        IOReturn result = kIOReturnSuccess;
+        EXPECT_EQ(timeOf([&] { result = driver->setUpHIDQueueAndCallback(); }), seconds(1));
         EXPECT_THAT(desk.threads.entries, SizeIs(1));
-        EXPECT_THAT(desk.clock.takeSleeps(), ElementsAre(Microseconds{1'000'000}));
+        return result;
     }
-    std::string attachedLine() const {
-        char line[128];
-        std::snprintf(line, sizeof line, "Event n:1895 ##attach source(%p) to runloop(%p) now",
-                      static_cast<const void*>(driver->_CFRunLoopSourceRef.get()),
-                      static_cast<const void*>(static_cast<const RunLoop*>(&desk.runLoop)));
-        return line;
-    }
-    static constexpr const char* kElement = "Event n:2323 Input report element for 0";
 };
 
 TEST_F(QueuesTest, SetUpMakesAQueueOfAHundredReports) {
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), 0);
-    EXPECT_THAT(unit.takeOperations(),
-                ElementsAre("device.allocQueue()", "queue1.create(0, 100)", "queue1.hasElement(17)",
-                            "queue1.addElement(17, 0)", "queue1.createAsyncEventSource()",
-                            "queue1.setEventCallout()", "queue1.start()"));
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:2010", kElement, "Event n:2349 ", attachedLine()));
-    EXPECT_EQ(driver->_queue.load(), unit.queue(1));
-    EXPECT_TRUE(desk.runLoop.containsSource(driver->_CFRunLoopSourceRef, kCFRunLoopDefaultMode));
-    expectThread();
+    EXPECT_EQ(setUp(), 0);
+    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), -1) << "a second set-up is refused";
+    EXPECT_THAT(desk.threads.entries, SizeIs(1)) << "and starts no thread";
+    EXPECT_TRUE(matchesTranscript("image_queue"));
+    ASSERT_THAT(desk.runLoop.sources(), Not(IsEmpty()));
+    EXPECT_EQ(desk.runLoop.sources().back().second, kCFRunLoopDefaultMode);
+    EXPECT_EQ(unit.heldQueues(), 1);
 }
 
-TEST_F(QueuesTest, ASecondSetUpIsRefusedAndStartsNoThread) {
-    driver->setUpHIDQueueAndCallback();
-    expectThread();
-    unit.takeOperations();
-    log.clear();
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), -1);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1872 alloc queue failed"));
-    EXPECT_THAT(unit.takeOperations(), IsEmpty());
-    EXPECT_THAT(desk.threads.entries, SizeIs(1));
-    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty());
+struct FailingStep {
+    const char* name;
+    const char* operation;
+    IOReturn answer;
+    IOReturn result; // of the whole set-up
+};
+
+class FailingSetUpTest : public QueuesTest, public testing::WithParamInterface<FailingStep> {};
+
+TEST_P(FailingSetUpTest, AsksForTheThreadAllTheSame) {
+    unit.script().answer(GetParam().operation, GetParam().answer);
+    EXPECT_EQ(setUp(), GetParam().result);
+    EXPECT_TRUE(matchesTranscript(std::string("image_queue_") + GetParam().name));
 }
 
-TEST_F(QueuesTest, AQueueThatCannotBeCreatedShowsAtItsStart) {
-    unit.script().answer("queue1.create", kIOReturnError);
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), kIOReturnNotOpen);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:2010", kElement, "Event n:2349 ", attachedLine(),
-                                         "Event n:1906 Failed to start queue, error : e00002cd"));
-    expectThread();
-}
+INSTANTIATE_TEST_SUITE_P(
+    , FailingSetUpTest,
+    testing::Values(
+        FailingStep{"create", "queue.create", kIOReturnError, kIOReturnNotOpen}, // shows at its start
+        FailingStep{"element", "queue.addElement", kIOReturnError, 0},           // is not looked at
+        FailingStep{"source", "queue.createAsyncEventSource", kIOReturnNoDevice, kIOReturnNoDevice},
+        FailingStep{"callout", "queue.setEventCallout", kIOReturnError, 0},
+        FailingStep{"start", "queue.start", kIOReturnNotOpen, kIOReturnNotOpen}),
+    [](const auto& step) { return step.param.name; });
 
-TEST_F(QueuesTest, WhatAddElementAnswersIsNotLookedAt) {
-    unit.script().answer("queue1.addElement", kIOReturnError);
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), 0);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:2010", kElement, "Event n:2349 ", attachedLine()));
-    expectThread();
-}
-
-TEST_F(QueuesTest, WithoutASourceTheCodeComesBackAndTheThreadStarts) {
-    unit.script().answer("queue1.createAsyncEventSource", kIOReturnNoDevice);
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), kIOReturnNoDevice);
-    EXPECT_THAT(log.lines(),
-                ElementsAre("Event n:2010", kElement, "Event n:2349 ",
-                            "Event n:1886 Failed to createAsyncEventSource, error:-536870208\n"));
-    EXPECT_THAT(desk.runLoop.sources(), SizeIs(1)) << "that of the hot-plug notifications";
-    EXPECT_EQ(unit.takeOperations().back(), "queue1.createAsyncEventSource()");
-    EXPECT_EQ(driver->_queue.load(), unit.queue(1));
-    expectThread();
+TEST_F(QueuesTest, WithoutAQueueOrAnInterfaceTheThreadStartsAllTheSame) {
+    unit.withoutQueues = true;
+    EXPECT_EQ(setUp(), kIOReturnNoDevice);
+    driver->releaseHIDInterface();
+    EXPECT_EQ(setUp(), kIOReturnNoDevice);
+    EXPECT_TRUE(matchesTranscript("image_queue_without_queue"));
 }
 
 TEST_F(QueuesTest, ASourceThatIsNullIsLoggedAndTheThreadStarts) {
-    const auto hollow = unit.makeQueue();
-    hollow->withoutSource = true;
-    class Device final : public IOHIDDeviceInterface122 {
-    public:
-        explicit Device(IOHIDQueueRef queue) : queue_(std::move(queue)) {}
-        IOReturn open(std::uint32_t) override { return kIOReturnSuccess; }
-        IOReturn close() override { return kIOReturnSuccess; }
-        IOHIDQueueRef allocQueue() override { return queue_; }
-        IOReturn setReport(IOHIDReportType, std::uint32_t, std::span<const std::uint8_t>,
-                           std::uint32_t) override {
-            return kIOReturnSuccess;
-        }
-
-    private:
-        IOHIDQueueRef queue_;
-    };
-    driver->_pphidDeviceInterface = std::make_shared<Device>(hollow);
-    driver->_CFRunLoopSourceRef = std::make_shared<RunLoopSource>([] {}); // of a time before
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), 0);
-    EXPECT_EQ(driver->_CFRunLoopSourceRef, nullptr);
-    EXPECT_THAT(log.lines(),
-                ElementsAre("Event n:2010", kElement, "Event n:2349 ", "Event n:1910 event source null"));
-    EXPECT_EQ(unit.takeOperations().back(), "queue1.createAsyncEventSource()");
-    expectThread();
-}
-
-TEST_F(QueuesTest, ACalloutThatFailsIsLoggedAndTheQueueStarts) {
-    unit.script().answer("queue1.setEventCallout", kIOReturnError);
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), 0);
-    EXPECT_EQ(log.lines().back(), "Event n:1900 Failed to setEventCallout, error : e00002bc");
-    EXPECT_EQ(unit.takeOperations().back(), "queue1.start()");
-    expectThread();
-}
-
-TEST_F(QueuesTest, AStartThatFailsIsTheResult) {
-    unit.script().answer("queue1.start", kIOReturnNotOpen);
-    EXPECT_EQ(driver->setUpHIDQueueAndCallback(), kIOReturnNotOpen);
-    EXPECT_EQ(log.lines().back(), "Event n:1906 Failed to start queue, error : e00002cd");
-    expectThread();
-}
-
-TEST_F(QueuesTest, WithoutADeviceOrAQueueTheThreadStartsAllTheSame) {
-    for (const bool device : {true, false}) {
-        unit.withoutQueues = true;
-        if (!device)
-            driver->_pphidDeviceInterface = nullptr;
-        desk.threads.entries.clear();
-        log.clear();
-        EXPECT_EQ(driver->setUpHIDQueueAndCallback(), kIOReturnNoDevice);
-        EXPECT_THAT(log.lines(),
-                    ElementsAre("Event n:2010", kElement, "Event n:2349 ",
-                                "Event n:1886 Failed to createAsyncEventSource, error:-536870208\n"));
-        EXPECT_EQ(driver->_queue.load(), nullptr);
-        expectThread();
-    }
+    const std::size_t sources = desk.runLoop.sources().size();
+    unit.withoutSources = true;
+    EXPECT_EQ(setUp(), 0);
+    EXPECT_TRUE(matchesTranscript("image_queue_without_source"));
+    EXPECT_THAT(desk.runLoop.sources(), SizeIs(sources));
 }
 
 // The points queue
 
-TEST_F(QueuesTest, TheThreadRunsThePointLoopOfTheDriver) {
-    driver->setUpPointQueue();
-    expectThread();
-    driver->_stopThread = true;
-    desk.threads.entries[0]();
-    EXPECT_EQ(driver->_pointsQueue.load(), unit.queue(1));
-    EXPECT_EQ(log.lines().back(), "Event n:1829 456");
-}
-
-TEST_F(QueuesTest, AThreadThatIsLeftHasTheWaitForItsSuccessorToEndIn) {
-    PointThreadState left = driver->beginPointThread();
-    EXPECT_TRUE(driver->pointThreadPass(left));
-    bool goesOn = true;
-    desk.clock.onSleep = [&](Microseconds duration) {
-        if (duration == seconds(1))
-            goesOn = driver->pointThreadPass(left);
-    };
-    driver->setUpPointQueue();
-    desk.clock.onSleep = nullptr;
-    EXPECT_FALSE(goesOn);
-}
-
 TEST_F(QueuesTest, StoppingWithoutAPointsQueueDoesNothing) {
-    driver->_queue = quietQueue();
+    setUp();
+    forget();
     driver->stopPointQueue();
-    EXPECT_THAT(unit.takeOperations(), IsEmpty());
+    driver->startPointQueue();
+    EXPECT_THAT(happened.takeAll(), IsEmpty());
 }
 
-TEST_F(QueuesTest, StoppingStopsThePointsQueueAndNothingElse) {
-    driver->_queue = quietQueue();
-    driver->_pointsQueue = quietQueue();
-    driver->stopPointQueue();
-    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue2.stop()"));
-    EXPECT_FALSE(driver->_stopThread);
-    EXPECT_NE(driver->_pointsQueue.load(), nullptr);
-}
-
-TEST_F(QueuesTest, StartingStartsWhatThereIs) {
-    driver->_hasNoise = true;
-    driver->startPointQueue();
-    EXPECT_THAT(unit.takeOperations(), IsEmpty());
-    EXPECT_TRUE(driver->_hasNoise); // nothing was started
-    driver->_PairingData = quietQueue();
-    driver->_RetPairingData = quietQueue();
-    driver->startPointQueue();
-    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue2.start()", "queue1.start()"));
-    EXPECT_TRUE(driver->_hasNoise);
-    driver->_pointsQueue = quietQueue();
-    driver->startPointQueue();
-    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue3.start()", "queue2.start()", "queue1.start()"));
-    EXPECT_FALSE(driver->_hasNoise);
-    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty());
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(QueuesTest, OtherCheckViewStatesRestartNothing) {
-    for (const int state : {0, 1, 3}) {
-        sharedState.checkViewState = state;
-        driver->startPointQueue();
-        EXPECT_EQ(sharedState.checkViewState, state);
-        EXPECT_FALSE(driver->_stopThread);
+class RunningQueuesTest : public UnitFixture {
+protected:
+    RunningQueuesTest() {
+        start();
+        plugIn();
+        arm();
     }
+};
+
+TEST_F(RunningQueuesTest, AThreadThatIsLeftHasTheWaitForItsSuccessorToEndIn) {
+    EXPECT_EQ(turnTaking.running(), 1);
+    driver->setUpPointQueue();
+    turnTaking.nextTurn();
+    EXPECT_EQ(turnTaking.running(), 1);
+    EXPECT_THAT(desk.threads.entries, SizeIs(2));
+}
+
+TEST_F(RunningQueuesTest, StoppingStopsThePointsQueueAndStartingStartsWhatThereIs) {
+    driver->stopPointQueue();
+    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue4.stop()"));
+    EXPECT_EQ(turnTaking.running(), 1) << "the thread goes on";
+    EXPECT_THAT(passOn(penReport(401, 302)), Not(Contains(testing::StartsWith("press"))));
+    unit.takeOperations();
+    log.clear();
+    driver->startPointQueue();
+    EXPECT_THAT(unit.takeOperations(), ElementsAre("queue4.start()"));
+    EXPECT_EQ(timeOf([this] { driver->startPointQueue(); }), Microseconds(0));
     EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+// A check view that is closed while the table is read from the unit.
+TEST_F(RunningQueuesTest, StartingStartsThePairingQueuesToo) {
+    unit.script().answer("device.setReport", kIOReturnNoDevice);
+    driver->Nx9inPairing(); // ends at once, and keeps its queue
+    unit.script().carryOut("device.setReport");
+    unitAnswers.then = [this](const SentReport& report) {
+        if (report.bytes[0] != 'R')
+            return kIOReturnSuccess;
+        unit.takeOperations();
+        driver->startPointQueue();
+        EXPECT_THAT(unit.takeOperations(), ElementsAre("queue4.start()", "queue6.start()", "queue5.start()"));
+        desk.runLoop.terminate(0);
+        return kIOReturnSuccess;
+    };
+    driver->Nx9commd('R');
 }
 
 } // namespace

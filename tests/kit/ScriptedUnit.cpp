@@ -169,7 +169,7 @@ class ScriptedUnit::PlugIn final : public IOCFPlugInInterface {
 public:
     explicit PlugIn(ScriptedUnit& unit) : unit_(unit) {}
     IOHIDDeviceInterfaceRef queryInterface() override {
-        return unit_.withoutInterface ? nullptr : std::make_shared<Device>(unit_, false);
+        return unit_.withoutInterface ? nullptr : unit_.makeDevice(false);
     }
 
 private:
@@ -243,7 +243,30 @@ std::vector<SentReport> ScriptedUnit::takeSent() {
 }
 
 IOHIDDeviceInterfaceRef ScriptedUnit::openDevice() {
-    return std::make_shared<Device>(*this, true);
+    return makeDevice(true);
+}
+
+IOHIDDeviceInterfaceRef ScriptedUnit::makeDevice(bool opened) {
+    auto device = std::make_shared<Device>(*this, opened);
+    const std::lock_guard hold(mutex_);
+    devices_.push_back(device);
+    return device;
+}
+
+template <class Thing>
+static int held(const std::vector<std::weak_ptr<Thing>>& things) {
+    return static_cast<int>(
+        std::count_if(things.begin(), things.end(), [](const auto& thing) { return !thing.expired(); }));
+}
+
+int ScriptedUnit::heldDevices() const {
+    const std::lock_guard hold(mutex_);
+    return held(devices_);
+}
+
+int ScriptedUnit::heldQueues() const {
+    const std::lock_guard hold(mutex_);
+    return held(queues_);
 }
 
 std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueue() {
@@ -257,6 +280,7 @@ std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueueOf(ReportFanOut& fanOut) {
     const std::lock_guard hold(mutex_);
     auto queue =
         std::make_shared<ScriptedQueue>(script_, fanOut.addQueue(), static_cast<int>(queues_.size()) + 1);
+    queue->withoutSource = withoutSources.load();
     queues_.push_back(queue);
     return queue;
 }

@@ -165,13 +165,6 @@ bool DriverFixture::resetSharedState() {
     return true;
 }
 
-void DriverFixture::openUnit() {
-    const std::int64_t cookie = unit.shape().cookie;
-    driver->_inputReportElements = std::make_shared<const InputReportElements>(
-        InputReportElements{{{{"ReportID", std::int64_t{0}}, {"ElementCookie", cookie}}}});
-    driver->_pphidDeviceInterface = unit.openDevice();
-}
-
 RecordingPointer::Posted DriverFixture::event(std::uint32_t type, int x, int y, std::int32_t click,
                                               std::uint8_t pressure) {
     NXMouseEventData data;

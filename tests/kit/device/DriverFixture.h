@@ -142,9 +142,6 @@ protected:
     // Whether what happened since the last take is what tests/device/transcripts/NAME.txt says.
     testing::AssertionResult matchesTranscript(const std::string& name);
 
-    // A driver with an open unit, as startHIDMode leaves it before it reads the flash.
-    void openUnit();
-
     // The event that each post operation makes.
     static Posted down(int x, int y) { return event(kLeftMouseDown, x, y, 1, 255); }
     static Posted drag(int x, int y) { return event(kLeftMouseDragged, x, y, 1, 255); }
