@@ -25,6 +25,8 @@ ALLOWED = {
 }
 # The wire side of the unit knows nothing of the room that it is emulated in.
 UNIT_PARTS = {"wire": set(), "bus": {"wire"}, "room": {"wire"}}
+# The inside of a folder: only its own files include it.
+INSIDE = {"src/device/SharedState.h"}
 # A user's desktop as other processes are; it knows nothing of the application.
 DESKTOP = "tools/measure/desktop/"
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
@@ -113,7 +115,9 @@ class Tree:
         own_top, own, _ = (name + "/").split("/", 2)
         if own_top not in ("src", "tools"):
             return
-        if top == "tests":
+        if target in INSIDE and pathlib.PurePath(name).parent != pathlib.PurePath(target).parent:
+            self.problems.append(f"{where}: {target} is the inside of its folder")
+        elif top == "tests":
             self.problems.append(f"{where}: a source includes the test file {target}")
         elif own_top == "src" and top == "tools":
             self.problems.append(f"{where}: what is installed includes the tool {target}")

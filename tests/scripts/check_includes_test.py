@@ -78,6 +78,11 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("src/platform/Log.h:2: platform must not include device", src__device__Unit_h="",
                           src__platform__Log_h='// text\n#include "device/Unit.h"')
 
+    def test_the_inside_of_the_driver_is_its_own(self):
+        self.assert_fine(src__device__SharedState_h="", src__device__Unit_cpp='#include "device/SharedState.h"')
+        self.assert_finds("src/app/Menu.cpp:1: src/device/SharedState.h is the inside of its folder",
+                          src__app__Menu_cpp='#include "device/SharedState.h"')
+
     def test_the_unit_in_software_must_not_know_the_driver(self):
         self.assert_finds("unit must not include device", src__device__Reports_h="",
                           tools__unit__wire__Firmware_cpp='#include "device/Reports.h"')
