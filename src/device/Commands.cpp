@@ -49,10 +49,6 @@ void EventGeneratorNX7::setOutputReportBuffer(ReportBufferRef buffer) {
     _outputReportBuffer = std::move(buffer);
 }
 
-void EventGeneratorNX7::setInputReportBuffer(ReportBufferRef buffer) {
-    _inputReportBuffer = std::move(buffer);
-}
-
 // Commands
 
 ReportBuffer EventGeneratorNX7::commandFromCurrentSetting() const {

@@ -140,8 +140,11 @@ void EventGeneratorNX7::deviceDidAdd(io_iterator_t iterator) {
 
 // The queues are dropped, not disposed; the pauses let the point thread notice. A thread that is still
 // starting may set its queue once more.
-void EventGeneratorNX7::dropQueues() {
+void EventGeneratorNX7::letGoOfUnit() {
     Clock& clock = Platform::current().clock;
+    sharedState.unitOpen = 0;
+    _deviceMode = -1;
+    releaseHIDInterface();
     _queue = nullptr;
     clock.sleep(kDropPause);
     do {
@@ -156,10 +159,7 @@ void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
     drain(Platform::current().registry, iterator);
     logLine("Event n:666 device did removed");
     _stopThread = true;
-    sharedState.unitOpen = 0;
-    _deviceMode = -1;
-    releaseHIDInterface();
-    dropQueues();
+    letGoOfUnit();
     // A picture that this unit has begun would put the next one out of step, whose count nothing else sets
     // back before it is complete.
     sharedState.pictureAssembly.imageChunkCount = 0;
@@ -168,9 +168,8 @@ void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
         Nx9windowrelease();
         sharedState.checkViewState = 0;
     }
-    const auto delegate = deviceDelegate();
-    if (delegate && delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
-        delegate->deviceDidRemoveCallback(*this);
+    if (const auto delegate = deviceDelegate())
+        delegate->tellOfRemoval(*this);
     Platform::current().clock.sleep(kDropPause);
     sharedState.close();
     logLine("Event n:594 device did removed");
@@ -183,10 +182,7 @@ void EventGeneratorNX7::restartUnit() {
     sharedState.strayLightFrameCount = 0;
     sharedState.noiseNotifyArmed = 1;
     logLine("Event n:2474 ");
-    sharedState.unitOpen = 0;
-    _deviceMode = -1;
-    releaseHIDInterface();
-    dropQueues();
+    letGoOfUnit();
     _stopThread = true;
     sharedState.close();
     setThreshold(512);
@@ -229,8 +225,7 @@ void EventGeneratorNX7::setDeviceDelegate(
     }
     if (delegate && sharedState.strayLightLevel > 0) {
         delegate->noiseDetectedCallback(*this);
-        if (delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
-            delegate->deviceDidRemoveCallback(*this);
+        delegate->tellOfRemoval(*this);
     }
 }
 

@@ -283,7 +283,7 @@ public:
     ReportBufferRef outputReportBuffer() const { return _outputReportBuffer; }
     ReportBufferRef inputReportBuffer() const { return _inputReportBuffer; }
     void setOutputReportBuffer(ReportBufferRef buffer);
-    void setInputReportBuffer(ReportBufferRef buffer);
+    void setInputReportBuffer(ReportBufferRef buffer) { _inputReportBuffer = std::move(buffer); }
     // Logs a command's first seven bytes; it must have as many.
     void printCommand(const std::uint8_t* command) const;
     // Sends the all-zero command and sleeps two seconds, also when that fails (logged).
@@ -349,16 +349,16 @@ private:
 
     DeviceDelegateRef openedForDelegate();
     void announceArrival(const DeviceDelegateRef& delegate);
-    void dropQueues();
+    void letGoOfUnit();
 
-    IOReturn addReportElement(IOHIDQueueInterface& queue);
+    IOReturn addReportElement(IOHIDQueueInterface* queue, IOReturn before);
     IOReturn setImageReceiver(IOHIDQueueInterface& queue);
     void restartUnit();
 
     IOReturn nextPointEvent(PointThreadState& thread);
     void performPairingExit();
     void poll(PointThreadState& thread);
-    std::optional<AfterPass> arm(PointThreadState& thread);
+    bool throwsAway(PointThreadState& thread);
     AfterPass processPoll(PointThreadState& thread);
     bool threadEnds(const PointThreadState& thread);
     void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);

@@ -116,8 +116,7 @@ void EventGeneratorNX7::openCalibrationQueue() {
     _calibrationQueue = device->allocQueue();
     if (!_calibrationQueue)
         return;
-    _calibrationQueue->create(0, kReplyQueueDepth);
-    addReportElement(*_calibrationQueue);
+    addReportElement(_calibrationQueue.get(), _calibrationQueue->create(0, kReplyQueueDepth));
     _calibrationQueue->start();
 }
 

@@ -166,10 +166,11 @@ void EventGeneratorNX7::showHIDProperties(io_service_t service) {
 
 // Queues
 
-// Adds the element of report ID 0 unless the queue holds it.
-IOReturn EventGeneratorNX7::addReportElement(IOHIDQueueInterface& queue) {
+// Adds the element of report ID 0. A queue that holds it already, or a null one, is left alone, and the
+// result of the step before stays.
+IOReturn EventGeneratorNX7::addReportElement(IOHIDQueueInterface* queue, IOReturn before) {
     const IOHIDElementCookie cookie = inputReportElementCookieFromReportID(0);
-    return queue.hasElement(cookie) ? kIOReturnSuccess : queue.addElement(cookie, 0);
+    return !queue || queue->hasElement(cookie) ? before : queue->addElement(cookie, 0);
 }
 
 IOReturn EventGeneratorNX7::setImageReceiver(IOHIDQueueInterface& queue) {
@@ -189,10 +190,7 @@ IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
     if (queue)
         queue->create(0, kImageQueueDepth);
     logLine("Event n:2010");
-    if (queue)
-        addReportElement(*queue);
-    else
-        inputReportElementCookieFromReportID(0);
+    addReportElement(queue.get(), kIOReturnSuccess);
     _CFRunLoopSourceRef = nullptr;
     const IOReturn sourceResult =
         queue ? queue->createAsyncEventSource(_CFRunLoopSourceRef) : kIOReturnNoDevice;

@@ -24,16 +24,12 @@ constexpr Microseconds kReplyPause = milliseconds(100);
 constexpr std::size_t kPrintedReplyBytes = 10;
 constexpr Microseconds kKeyWindowPause = milliseconds(10);
 
-void printReplyByte(int index, std::size_t position, std::uint8_t byte) {
-    printText("Event n:2941 indexNumber:%d j %d : %x \n", index, static_cast<int>(position), byte);
-}
-
 // Appends the record of a reply to the table and prints the reply.
 void takePairingReply(std::span<const std::uint8_t> reply, bool answers, int index, ReportBuffer& table) {
     for (std::size_t position = 0; position < kPrintedReplyBytes; ++position) {
         const std::uint8_t byte = reply[position];
         if (!answers || position < kPairingRecordOffset) {
-            printReplyByte(index, position, byte);
+            printText("Event n:2941 indexNumber:%d j %d : %x \n", index, static_cast<int>(position), byte);
             continue;
         }
         printText("Event n:2937 daCont:%d j %d : %x DataArray[%x]\n", static_cast<int>(table.size()),
@@ -83,10 +79,8 @@ IOHIDQueueRef EventGeneratorNX7::startedPairingQueue(PairingDirection direction)
         if (const auto device = _pphidDeviceInterface.load())
             running = device->allocQueue();
         queue = running;
-        IOReturn result = running ? running->create(0, kPairingQueueDepth) : kIOReturnNoDevice;
-        const IOHIDElementCookie cookie = inputReportElementCookieFromReportID(0);
-        if (running && !running->hasElement(cookie))
-            result = running->addElement(cookie, 0);
+        const IOReturn created = running ? running->create(0, kPairingQueueDepth) : kIOReturnNoDevice;
+        const IOReturn result = addReportElement(running.get(), created);
         logLine(saving ? "Event n:2696 result:%d" : "Event n:2789 result:%d", result);
     }
     if (running)

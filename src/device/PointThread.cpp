@@ -12,8 +12,6 @@ namespace {
 
 using std::chrono::seconds;
 
-using DeviceOperation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
-
 constexpr Microseconds kPassPeriod{16'800};
 constexpr std::uint32_t kPointsQueueDepth = 1; // the thread only ever sees the newest report
 // The private poll result that means: stop waiting to arm.
@@ -100,18 +98,15 @@ bool EventGeneratorNX7::pointThreadPass(PointThreadState& thread) {
     }
     handleKeys();
     poll(thread);
-    const auto armed = arm(thread);
-    const AfterPass after = armed ? *armed : processPoll(thread);
-    if (after == AfterPass::sleep)
+    if (throwsAway(thread) || processPoll(thread) == AfterPass::sleep)
         Platform::current().clock.sleep(kPassPeriod);
     return !threadEnds(thread);
 }
 
 void EventGeneratorNX7::performPairingExit() {
     state.checkViewState = 1;
-    const auto delegate = deviceDelegate();
-    if (delegate && delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
-        delegate->deviceDidRemoveCallback(*this);
+    if (const auto delegate = deviceDelegate())
+        delegate->tellOfRemoval(*this);
     Nx9inPairing();
     logLine("Event n:1601 keyCode : (%d , %d)", state.keyZPressed.load(), state.keyDeletePressed.load());
     if (const auto queue = _PairingData.load()) {
@@ -157,15 +152,15 @@ void EventGeneratorNX7::poll(PointThreadState& thread) {
     thread.pollResult = kIOReturnSuccess;
 }
 
-// A value means that this was all the pass had to do.
-std::optional<EventGeneratorNX7::AfterPass> EventGeneratorNX7::arm(PointThreadState& thread) {
+// Waits to arm, and arms. True for a report that is thrown away, which ends the pass.
+bool EventGeneratorNX7::throwsAway(PointThreadState& thread) {
     const bool strayLight = state.strayLightLevel > 0;
     switch (armingStep(state.arming(), strayLight, thread.pollResult == kIOReturnSuccess)) {
     case ArmingStep::goOn:
         break;
     case ArmingStep::throwAway:
         state.countPass();
-        return AfterPass::sleep;
+        return true;
     case ArmingStep::arm:
         if (strayLight)
             thread.pollResult = kStopWaiting;
@@ -177,7 +172,7 @@ std::optional<EventGeneratorNX7::AfterPass> EventGeneratorNX7::arm(PointThreadSt
             state.strayLightViewShown = 1;
         break;
     }
-    return std::nullopt;
+    return false;
 }
 
 EventGeneratorNX7::AfterPass EventGeneratorNX7::processPoll(PointThreadState& thread) {

@@ -44,6 +44,12 @@ public:
     virtual void deviceDidRemoveCallback(EventGeneratorNX7& driver) = 0;
     // Before deviceDidAddCallback: time to make the unit's menu.
     virtual void statMenu(EventGeneratorNX7&) {}
+
+    // Calls deviceDidRemoveCallback where the object implements it.
+    void tellOfRemoval(EventGeneratorNX7& driver) {
+        if (respondsTo(Operation::deviceDidRemoveCallback))
+            deviceDidRemoveCallback(driver);
+    }
 };
 
 // Stored and returned only; nothing is ever asked of it.

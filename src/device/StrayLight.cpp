@@ -16,7 +16,6 @@ namespace lightpen {
 namespace {
 
 using std::chrono::milliseconds;
-using DeviceOperation = EventGeneratorNX7DeviceCallbackProtocol::Operation;
 
 constexpr int kPolls = 50;
 constexpr Microseconds kPollPeriod = milliseconds(1);
@@ -78,12 +77,10 @@ void EventGeneratorNX7::reportStrayLight() {
     Nx9windowChTwoPoint();
     if (sharedState.noiseNotifyArmed <= 0)
         return;
-    const auto delegate = deviceDelegate();
-    if (!delegate)
-        return;
-    delegate->noiseDetectedCallback(*this);
-    if (delegate->respondsTo(DeviceOperation::deviceDidRemoveCallback))
-        delegate->deviceDidRemoveCallback(*this);
+    if (const auto delegate = deviceDelegate()) {
+        delegate->noiseDetectedCallback(*this);
+        delegate->tellOfRemoval(*this);
+    }
 }
 
 // The check view
