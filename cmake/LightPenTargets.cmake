@@ -105,7 +105,8 @@ function(lightpen_compile_together TARGET)
     list(APPEND claimed ${names})
   endforeach()
   set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
-  target_compile_options(${TARGET} PRIVATE -Wno-shadow)
+  # These warn of a local name that a neighbour has too, and of a type of a file's own as if it stood in a header.
+  target_compile_options(${TARGET} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
 
 # lightpen_library(NAME libraries...): the static library of this folder, from all of its files but the programs'
