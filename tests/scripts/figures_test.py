@@ -117,12 +117,12 @@ class BoundsTest(unittest.TestCase):
         self.assertIn("tests/device/ATest.cpp: 501 lines, more than 500", output)
 
     def test_own_headers_up_to_the_bound_pass_and_one_more_fails(self):
-        own = [f'#include "device/H{i}.h"\n' for i in range(figures.HEADERS_BOUND + 1)]
-        for top in ("src/app", "tools/unit", "tests/app"):
-            self.assertEqual(self.check(f"{top}/A.cpp", "#include <string>\n" + "".join(own[1:]))[0], 0)
-            status, output = self.check(f"{top}/A.cpp", "".join(own))
+        for top, bound in figures.HEADERS_BOUNDS.items():
+            own = [f'#include "device/H{i}.h"\n' for i in range(bound + 1)]
+            self.assertEqual(self.check(f"{top}/unit/A.cpp", "#include <string>\n" + "".join(own[1:]))[0], 0)
+            status, output = self.check(f"{top}/unit/A.cpp", "".join(own))
             self.assertEqual(status, 1)
-            self.assertIn(f"{top}/A.cpp: includes {len(own)} headers of the project's own, more than {len(own) - 1}", output)
+            self.assertIn(f"{top}/unit/A.cpp: includes {bound + 1} headers of the project's own, more than {bound}", output)
 
     def check_private(self, name, text):
         """As check, but no private name may be used, whatever the project has left."""
