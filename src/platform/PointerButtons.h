@@ -21,9 +21,6 @@ public:
     // What to do for an event of this type (kLeftMouseDown, ...). The release of a button that is not down
     // and unknown types are dropped; a drag without the button is a move.
     Action apply(std::uint32_t eventType);
-    // After the events so far.
-    bool leftDown() const { return leftDown_; }
-    bool rightDown() const { return rightDown_; }
 
 private:
     bool leftDown_ = false;
