@@ -132,7 +132,7 @@ IOReturn ScriptedQueue::setEventCallout(IOHIDEventCallout callout) {
 
 class ScriptedUnit::Device final : public IOHIDDeviceInterface122 {
 public:
-    Device(ScriptedUnit& unit, bool opened) : unit_(unit), fanOut_(unit.fanOut_), opened_(opened) {}
+    explicit Device(ScriptedUnit& unit) : unit_(unit), fanOut_(unit.fanOut_) {}
 
     IOReturn open(std::uint32_t flags) override {
         unit_.script_->note("device.open(" + std::to_string(flags) + ")");
@@ -162,14 +162,14 @@ public:
 private:
     ScriptedUnit& unit_;
     const FanOutRef fanOut_;
-    std::atomic<bool> opened_;
+    std::atomic<bool> opened_{false};
 };
 
 class ScriptedUnit::PlugIn final : public IOCFPlugInInterface {
 public:
     explicit PlugIn(ScriptedUnit& unit) : unit_(unit) {}
     IOHIDDeviceInterfaceRef queryInterface() override {
-        return unit_.withoutInterface ? nullptr : unit_.makeDevice(false);
+        return unit_.withoutInterface ? nullptr : unit_.makeDevice();
     }
 
 private:
@@ -242,12 +242,8 @@ std::vector<SentReport> ScriptedUnit::takeSent() {
     return std::exchange(sent_, {});
 }
 
-IOHIDDeviceInterfaceRef ScriptedUnit::openDevice() {
-    return makeDevice(true);
-}
-
-IOHIDDeviceInterfaceRef ScriptedUnit::makeDevice(bool opened) {
-    auto device = std::make_shared<Device>(*this, opened);
+IOHIDDeviceInterfaceRef ScriptedUnit::makeDevice() {
+    auto device = std::make_shared<Device>(*this);
     const std::lock_guard hold(mutex_);
     devices_.push_back(device);
     return device;

@@ -139,11 +139,9 @@ public:
     // The reports since the last call, oldest first.
     std::vector<SentReport> takeSent();
 
-    // A device interface that is open, for a test that needs no registry.
-    IOHIDDeviceInterfaceRef openDevice();
     // A queue as allocQueue makes it.
     std::shared_ptr<ScriptedQueue> makeQueue();
-    // How many of its open or closed device interfaces, and of their queues, somebody holds.
+    // How many of its device interfaces, and of their queues, somebody holds.
     int heldDevices() const;
     int heldQueues() const;
     // The queue with this number, counted from 1 in the order of allocation; null when it is gone.
@@ -165,7 +163,7 @@ private:
     using FanOutRef = std::shared_ptr<ReportFanOut>;
 
     IOReturn take(SentReport report);
-    IOHIDDeviceInterfaceRef makeDevice(bool opened);
+    IOHIDDeviceInterfaceRef makeDevice();
     FanOutRef makeFanOut() const;
     std::shared_ptr<ScriptedQueue> makeQueueOf(ReportFanOut& fanOut);
     PropertyDictionary hidProperties(int interface) const;

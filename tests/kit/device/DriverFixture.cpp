@@ -160,11 +160,6 @@ testing::AssertionResult DriverFixture::matchesTranscript(const std::string& nam
     return lightpen::matchesTranscript(LIGHTPEN_TRANSCRIPTS "/" + name + ".txt", happened.takeAll());
 }
 
-bool DriverFixture::resetSharedState() {
-    sharedState = SharedState{};
-    return true;
-}
-
 RecordingPointer::Posted DriverFixture::event(std::uint32_t type, int x, int y, std::int32_t click,
                                               std::uint8_t pressure) {
     NXMouseEventData data;

@@ -15,7 +15,6 @@
 
 #include "device/EventGeneratorNX7.h"
 #include "device/PairingKeyWindow.h"
-#include "device/SharedState.h"
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
@@ -150,8 +149,6 @@ protected:
     static Posted rightUp(int x, int y) { return event(kRightMouseUp, x, y, 0, 128); }
     static Posted event(std::uint32_t type, int x, int y, std::int32_t click, std::uint8_t pressure);
 
-    // Before the driver, which asks for them.
-    const bool sharedStateIsFresh = resetSharedState();
     TestPlatform desk;
     Timeline happened{desk.clock};
     TurnTaking turnTaking{desk.clock};
@@ -163,7 +160,6 @@ protected:
     std::shared_ptr<RecordingDeviceDelegate> deviceDelegate = std::make_shared<RecordingDeviceDelegate>();
 
 private:
-    static bool resetSharedState();
     void writeDown();
     IOReturn sent(const SentReport& report);
 

@@ -10,9 +10,8 @@
 
 namespace lightpen {
 
-// The driver with a unit whose HID layer is written down too: "device.open(0)", "queue1.start()". The queues
-// are numbered as the driver makes them: of a start they are 1 for the flash read, 2 for pictures, 3 for the
-// light test and 4 for points.
+// The driver with a unit, step by step. Queues are numbered as the driver makes them: of a start they are 1
+// for the flash read, 2 for pictures, 3 for the light test and 4 for points.
 class UnitFixture : public DriverFixture {
 protected:
     // What goes wrong in an opening.
