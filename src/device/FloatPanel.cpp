@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "device/FloatPanel.h"
 
+#include <cmath>
+
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
@@ -14,16 +16,6 @@ namespace lightpen {
 
 namespace {
 
-// The main screen may be another one than Qt's primary screen: the user can choose.
-QScreen* mainScreen() {
-    const auto screens = Platform::current().desktop.screens();
-    if (!screens.empty())
-        for (QScreen* screen : QGuiApplication::screens())
-            if (screen->name().toStdString() == screens.front().name)
-                return screen;
-    return QGuiApplication::primaryScreen();
-}
-
 // Often enough that nothing stays on top of the panel for long, and rarely enough that two programs which
 // both want to be on top do not spend the machine on it.
 constexpr int kStayOnTopMilliseconds = 100;
@@ -32,6 +24,24 @@ constexpr int kStayOnTopMilliseconds = 100;
 
 bool canShowWindows() {
     return dynamic_cast<QApplication*>(QCoreApplication::instance()) != nullptr;
+}
+
+QScreen* screenNamed(const std::string& name) {
+    for (QScreen* screen : QGuiApplication::screens())
+        if (screen->name().toStdString() == name)
+            return screen;
+    return nullptr;
+}
+
+QScreen* mainScreen() {
+    const auto main = Platform::current().desktop.mainScreen();
+    QScreen* screen = main ? screenNamed(main->name) : nullptr;
+    return screen ? screen : QGuiApplication::primaryScreen();
+}
+
+WindowRect checkPanelRect(Size screen) {
+    return {{std::trunc(screen.width * 0.25), std::trunc(screen.height / 3)},
+            {std::trunc(screen.width * 0.5), std::trunc(screen.height * 0.5)}};
 }
 
 // y is turned over here: windows count it from the screen's upper edge.

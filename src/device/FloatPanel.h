@@ -3,12 +3,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include <QTimer>
 #include <QWidget>
 
 #include "device/PanelView.h"
 #include "platform/Geometry.h"
+
+class QScreen;
 
 namespace lightpen {
 
@@ -18,6 +21,16 @@ enum class WindowLevel : std::int32_t { statusBar = 25, shielding = 2147483628, 
 
 // Whether this process can show windows at all.
 bool canShowWindows();
+
+// Qt's screen of this name; null without one. Main thread.
+QScreen* screenNamed(const std::string& name);
+// Qt's screen for the desktop's main one, which need not be Qt's primary one: the user can choose. It is the
+// primary one where Qt does not know the main one, and null without a screen. Main thread.
+QScreen* mainScreen();
+
+// Where the check view's panel stands on a main screen of this size: a quarter of the width is free on either
+// side, a third of the height below. Whole points.
+WindowRect checkPanelRect(Size screen);
 
 // Places the window on the main screen; the rectangle counts from that screen's bottom-left corner.
 void placeOnMainScreen(QWidget& window, const WindowRect& rect);

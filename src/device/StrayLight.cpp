@@ -3,8 +3,6 @@
 // where, in the middle of the screen.
 #include "device/EventGeneratorNX7.h"
 
-#include <cmath>
-
 #include "device/CheckViewRequests.h"
 #include "device/Exchange.h"
 #include "device/FloatPanel.h"
@@ -26,19 +24,14 @@ constexpr int kViewShown = 2; // of checkViewState
 // Where the check view draws a spot that is not there.
 constexpr CameraPoint kNoCheckViewPoint{-100, -100};
 
-int truncated(double value) {
-    return static_cast<int>(std::trunc(value));
-}
-
 void placeCheckView() {
     const auto screen = Platform::current().desktop.mainScreenFrame();
-    const Size size = screen ? screen->size : Size();
-    sharedState.checkViewLeft = truncated(size.width * 0.25);
-    sharedState.checkViewBottom = truncated(size.height / 3);
-    sharedState.checkViewWidth = truncated(size.width * 0.5);
-    sharedState.checkViewHeight = truncated(size.height * 0.5);
-    sharedState.checkViewRect = {{double(sharedState.checkViewLeft), double(sharedState.checkViewBottom)},
-                                 {double(sharedState.checkViewWidth), double(sharedState.checkViewHeight)}};
+    const WindowRect rect = checkPanelRect(screen ? screen->size : Size());
+    sharedState.checkViewLeft = static_cast<int>(rect.origin.x);
+    sharedState.checkViewBottom = static_cast<int>(rect.origin.y);
+    sharedState.checkViewWidth = static_cast<int>(rect.size.width);
+    sharedState.checkViewHeight = static_cast<int>(rect.size.height);
+    sharedState.checkViewRect = rect;
 }
 
 } // namespace

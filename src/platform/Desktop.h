@@ -20,6 +20,11 @@ public:
     // All screens as they are now, the main one first, the others in the desktop's order; empty without a
     // screen. Main thread.
     virtual std::vector<Screen> screens() const = 0;
+    // The first of them; empty without a screen. Main thread.
+    std::optional<Screen> mainScreen() const {
+        const auto all = screens();
+        return all.empty() ? std::nullopt : std::optional(all.front());
+    }
 };
 
 } // namespace lightpen
