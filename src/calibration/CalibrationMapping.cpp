@@ -9,7 +9,7 @@ namespace lightpen {
 
 namespace {
 
-// What no calibrator's result is taken for.
+// The result before any calibrator was asked.
 constexpr ScreenPoint kNoResult{-1, -1};
 
 } // namespace

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A session from its start to its end.
+// A session from its start to its end: the touches, the way to the next target, completion and cancel.
 #include "calibration/KVRCalibrationCenter.h"
 
-#include "calibration/CalibrationSteps.h"
+#include <utility>
+
 #include "calibration/KVRCalibrationTarget.h"
 #include "calibration/KVRCalibrationWindow.h"
 #include "calibration/ViewAnimation.h"
@@ -13,6 +14,12 @@
 namespace lightpen {
 
 namespace {
+
+// 0.8 of single precision, to the microsecond.
+constexpr Microseconds kMoveDuration =
+    std::chrono::duration_cast<Microseconds>(std::chrono::duration<double>(static_cast<double>(0.8F)));
+// The first target stands at the same place in every grid.
+constexpr TargetGrid kAnyGrid{2, 2};
 
 constexpr SystemUIOptions kSessionOptions =
     kUIOptionDisableSystemMenu | kUIOptionDisableProcessSwitch | kUIOptionDisableHide;
@@ -46,7 +53,7 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     if (automatic)
         systemUI().CGDisplayHideCursor(systemUI().CGMainDisplayID());
     takeOverSystemUI();
-    // What still comes for an earlier session finds its own points, and changes nothing here.
+    // Late calls for an earlier session still hold its points, so they change nothing here.
     stopAnimation();
     _canProcessLightPenSignal = false;
     _calibrationPoints = std::make_shared<const PointList>();
@@ -54,7 +61,8 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     makeWindow();
     _calibrationWindow->setBackgroundColor(automatic ? kBlackColor : kWhiteColor);
     if (_calibrationTarget)
-        _calibrationTarget->setFrameOrigin(firstTargetOrigin(screenSize(), targetSize()));
+        _calibrationTarget->setFrameOrigin(
+            lightpen::targetOriginOfStep({kAnyGrid, screenSize(), targetSize()}, 0));
     _calibrationStep = 0;
     _canProcessLightPenSignal = true;
     driver().setDelegate(shared_from_this());
@@ -67,7 +75,7 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
         autoCalibration = true;
 }
 
-// A session that another one follows without an end has kept what the user had; it is not lost.
+// A session that replaces another one keeps the mode that the user had before the first.
 void KVRCalibrationCenter::takeOverSystemUI() {
     if (!session_.load())
         systemUI().GetSystemUIMode(_oldMode, _oldOptions);
@@ -90,17 +98,33 @@ Size KVRCalibrationCenter::screenSize() const {
     return screen ? screen->frame.size : Size();
 }
 
-StepLayout KVRCalibrationCenter::stepLayout() const {
-    return {{_rows, _columns}, screenSize(), targetSize()};
-}
-
 WindowPoint KVRCalibrationCenter::targetOriginOfStep(std::int64_t step) const {
-    const WindowPoint origin = lightpen::targetOriginOfStep(stepLayout(), step);
+    const WindowPoint origin =
+        lightpen::targetOriginOfStep({{_rows, _columns}, screenSize(), targetSize()}, step);
     logLine("KVR n:515 targetOriginOfStep %s", NSStringFromPoint(origin).c_str());
     return origin;
 }
 
-// Steps
+// A touch and the next target
+
+void KVRCalibrationCenter::lightPenCallbackAtPoint(CameraPoint point, EventGeneratorNX7&) {
+    const SessionRef session = session_;
+    if (!session || !_canProcessLightPenSignal || point.x == -1 || point.y == -1)
+        return;
+    switch (session->offer(point, targetSize())) {
+    case CollectedPoints::Verdict::complete:
+        return;
+    case CollectedPoints::Verdict::samePoint:
+        logLine("KVR n:928 The Same Point!!");
+        if (const SoundRef sound = Platform::current().sounds.soundNamed("Submarine"))
+            sound->play();
+        return;
+    case CollectedPoints::Verdict::taken:
+        break;
+    }
+    performForSession(session, "nextTarget", &KVRCalibrationCenter::nextTarget);
+    logLine("KVR n:935 lightPenCallbackAtPoint:%s", PointText(point).c_str());
+}
 
 void KVRCalibrationCenter::nextTarget() {
     const SessionRef session = session_;
@@ -124,14 +148,41 @@ void KVRCalibrationCenter::showTarget() {
     _calibrationWindow->display();
 }
 
+// A glide that is replaced before its end must not let touches in on the way.
+void KVRCalibrationCenter::startAnimation() {
+    _canProcessLightPenSignal = false;
+    stopAnimation();
+    const WindowPoint origin = targetOriginOfStep(_calibrationStep);
+    const auto target = _calibrationTarget;
+    const WindowRect start = target ? target->frame() : WindowRect();
+    const auto setFrame = [target](const WindowRect& frame) {
+        if (target)
+            target->setFrame(frame);
+    };
+    // A session stops its glide when it ends, so no glide reports to a later session.
+    const auto didEnd = [weak = weak_from_this()](const ViewAnimation& animation) {
+        if (const auto center = weak.lock())
+            center->animationDidEnd(animation);
+    };
+    animation_ = std::make_shared<ViewAnimation>(
+        ViewAnimation::Description{setFrame, start, {origin, start.size}}, kMoveDuration, didEnd);
+    animation_->startAnimation();
+}
+
+void KVRCalibrationCenter::animationDidEnd(const ViewAnimation&) {
+    playBeep();
+    _canProcessLightPenSignal = true;
+}
+
+void KVRCalibrationCenter::stopAnimation() {
+    if (animation_)
+        animation_->stopAnimation();
+    animation_ = nullptr;
+}
+
 void KVRCalibrationCenter::playBeep() const {
     if (_calibrationBeep)
         _calibrationBeep->play();
-}
-
-void KVRCalibrationCenter::timerFired(const std::string& timer) {
-    logLine("KVR n:416 timerFired : %s", timer.c_str());
-    nextTarget();
 }
 
 // End
@@ -147,7 +198,7 @@ void KVRCalibrationCenter::complete(const CollectedPoints& session) {
     }
     closeWindow();
     _calibrationWindow.reset();
-    restoreSystemUI();
+    systemUI().SetSystemUIMode(_oldMode, _oldOptions);
     createCalibrator();
     Platform::current().notifications.post(
         {std::string(kCalibrationCompleted), this, {{std::string(kCalibrationPoints), points}}});
@@ -158,7 +209,7 @@ void KVRCalibrationCenter::calibrationDidCancel(const Notification& notification
     endSession();
     Platform::current().runLoop.cancelPreviousPerformRequests(this, "timerFired", calibrationTimer);
     closeWindow();
-    restoreSystemUI();
+    systemUI().SetSystemUIMode(_oldMode, _oldOptions);
     setCalibrationPoints(driver().calibrationPointsFromFlash());
     if (autoCalibration) {
         driver().putIRFilter();
@@ -176,10 +227,6 @@ void KVRCalibrationCenter::closeWindow() {
         _calibrationWindow->closeWindow();
 }
 
-void KVRCalibrationCenter::restoreSystemUI() {
-    systemUI().SetSystemUIMode(_oldMode, _oldOptions);
-}
-
 void KVRCalibrationCenter::windowWillClose(const Notification&) {
     logLine("KVR n:737 close window, autoCalibration:%d", autoCalibration);
     if (autoCalibration)
@@ -188,21 +235,19 @@ void KVRCalibrationCenter::windowWillClose(const Notification&) {
 
 void KVRCalibrationCenter::cancelSession() {
     if (const SessionRef session = session_)
-        performForSession(session, "cancelCalibration", &KVRCalibrationCenter::cancelByWindow);
+        performForSession(session, "cancelCalibration", [](KVRCalibrationCenter& self) {
+            if (self._calibrationWindow)
+                self._calibrationWindow->cancelCalibration();
+        });
 }
 
-void KVRCalibrationCenter::cancelByWindow() {
-    if (_calibrationWindow)
-        _calibrationWindow->cancelCalibration();
-}
-
-// Dies with the session, and with the centre.
+// Nothing happens once the session, or the centre, is gone.
 void KVRCalibrationCenter::performForSession(const SessionRef& session, const char* selector,
-                                             void (KVRCalibrationCenter::*operation)()) {
-    auto perform = [weak = weak_from_this(), session, operation] {
+                                             std::function<void(KVRCalibrationCenter&)> operation) {
+    auto perform = [weak = weak_from_this(), session, operation = std::move(operation)] {
         const auto center = weak.lock();
         if (center && center->session_.load() == session)
-            ((*center).*operation)();
+            operation(*center);
     };
     Platform::current().runLoop.performOnMainThread({this, selector, {}, std::move(perform)});
 }

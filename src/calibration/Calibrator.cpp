@@ -39,7 +39,7 @@ void storeCorner(Matrix& matrix, std::size_t row, CameraPoint corner, double tar
 }
 
 // Brings the row with the largest entry of the pivot column to the pivot's place; the earlier one of equals.
-// What stands left of the column is never read again and stays where it is.
+// The columns left of the pivot are never read again and stay where they are.
 void choosePivot(Matrix& matrix, std::size_t pivot) {
     std::size_t best = pivot;
     for (std::size_t row = pivot + 1; row < kUnknowns; ++row)
@@ -51,7 +51,7 @@ void choosePivot(Matrix& matrix, std::size_t pivot) {
         std::swap(matrix[pivot][column], matrix[best][column]);
 }
 
-// A pivot of zero is not looked for: its quotients say by themselves that there is no solution.
+// There is no test for a pivot of zero: its quotients are not finite, which says that there is no solution.
 void eliminate(Matrix& matrix) {
     for (std::size_t pivot = 0; pivot + 1 < kUnknowns; ++pivot) {
         choosePivot(matrix, pivot);

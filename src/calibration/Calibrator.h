@@ -23,12 +23,9 @@ struct _KVRQuadPoints {
 // by any thread.
 class Calibrator {
 public:
-    // A new calibrator, made as below; never null.
+    // A new calibrator, as the constructor makes it; never null.
     static std::shared_ptr<Calibrator> calibratorWithSourceQuadPoints(const _KVRQuadPoints& sourcePoints,
                                                                       const ScreenRect& destinationRect);
-    // There is no calibrator without a quadrilateral: always null.
-    static std::shared_ptr<Calibrator> init() { return nullptr; }
-
     // Solves the coefficients at once. A degenerate quadrilateral (three corners on a line, equal corners)
     // gives coefficients that are not finite, without an error.
     Calibrator(const _KVRQuadPoints& sourcePoints, const ScreenRect& destinationRect);
@@ -39,35 +36,42 @@ public:
     ScreenPoint mapPointFrom(CameraPoint point) const;
     // The same without the log line.
     ScreenPoint transformed(CameraPoint point) const;
-    // Always true: whoever has several calibrators chooses between them.
+    // Always true: the choice between several calibrators is the caller's.
     bool pointInside(CameraPoint) const { return true; }
 
     // The coefficients a to h, of w = g x + h y + 1, X = (a x + b y + c) / w, Y = (d x + e y + f) / w.
     const std::array<float, 8>& vector() const { return vector_; }
 
-    // None of these solves the coefficients anew.
-    void setSourcePoints(const _KVRQuadPoints& points) { sourcePoints_ = points; }
     _KVRQuadPoints sourcePoints() const { return sourcePoints_; }
     // In points of the screen.
-    void setDestinationRect(const ScreenRect& rect) { destinationRect_ = rect; }
     ScreenRect destinationRect() const { return destinationRect_; }
-    // Stored and returned only.
-    void setMode(std::int32_t mode) { mode_ = mode; }
-    std::int32_t mode() const { return mode_; }
 
 private:
     ScreenRect destinationRect_;
     _KVRQuadPoints sourcePoints_;
-    std::int32_t mode_ = 0;
     std::array<float, 8> vector_{};
-    // Vertical edges need no special case; the flags stay false and nothing reads them.
+
+    // --- Kept by name: the program neither calls these operations nor uses these values.
+
+public:
+    // Always null, since a calibrator needs its quadrilateral.
+    static std::shared_ptr<Calibrator> init() { return nullptr; }
+    // Neither setter solves the coefficients anew.
+    void setSourcePoints(const _KVRQuadPoints& points) { sourcePoints_ = points; }
+    void setDestinationRect(const ScreenRect& rect) { destinationRect_ = rect; }
+    void setMode(std::int32_t mode) { mode_ = mode; }
+    std::int32_t mode() const { return mode_; }
+
+private:
+    std::int32_t mode_ = 0;
+    // Always false: vertical edges need no special case.
     [[maybe_unused]] bool isLeftBoundsVertical = false;
     [[maybe_unused]] bool isRightBoundsVertical = false;
     [[maybe_unused]] bool isTopBoundsVertical = false;
     [[maybe_unused]] bool isBottomBoundsVertical = false;
 };
 
-// Here, since out of line the compiler's way with the arguments costs five times the arithmetic.
+// Inline: a call costs five times the arithmetic.
 inline ScreenPoint Calibrator::transformed(CameraPoint point) const {
     const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
         vector_[0], vector_[1], vector_[2], vector_[3], vector_[4], vector_[5], vector_[6], vector_[7]};

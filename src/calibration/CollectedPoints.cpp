@@ -2,8 +2,7 @@
 #include "calibration/CollectedPoints.h"
 
 #include <algorithm>
-
-#include "calibration/CalibrationSteps.h"
+#include <cmath>
 
 namespace lightpen {
 
@@ -11,6 +10,16 @@ namespace {
 
 // The largest list that a unit stores.
 constexpr std::size_t kMostPoints = 80;
+
+// Camera units are compared with the target's points as they are, on purpose. The differences are of single
+// precision.
+bool isSamePoint(CameraPoint earlier, CameraPoint point, Size target) {
+    const auto distance = [](double a, double b) {
+        return static_cast<double>(static_cast<float>(std::fabs(a - b)));
+    };
+    return distance(earlier.x, point.x) < target.width / 2 &&
+           distance(earlier.y, point.y) < target.height / 2;
+}
 
 } // namespace
 

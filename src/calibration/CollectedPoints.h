@@ -8,18 +8,19 @@
 
 namespace lightpen {
 
-// The camera points of one calibration session, and by its address the session itself: whatever belongs to
-// a session holds on to this, so that what comes late finds a session that is over. Thread-safe.
+// The camera points of one calibration session. The object stands for the session itself: what belongs to a
+// session holds on to it, so that a late call can tell that its session is over. Thread-safe.
 class CollectedPoints {
 public:
-    // Taken; refused as a repetition of an earlier touch; refused since each target has its point.
+    // The point was taken; it repeats an earlier one and was refused; all targets have their points already.
     enum class Verdict { taken, samePoint, complete };
 
-    // One point for each target; at least one.
+    // The session has this number of targets; less than one counts as one.
     explicit CollectedPoints(std::int64_t targets);
-    // Takes the point unless it repeats an earlier one, or there is one for each target.
+    // Takes the point unless all targets have theirs, or it is nearer to an earlier point than half the
+    // target's size on both axes.
     Verdict offer(CameraPoint point, Size targetSize);
-    // The points so far, in the order of the targets.
+    // The points so far, in the order of the targets; never null.
     PointListRef points() const;
 
 private:

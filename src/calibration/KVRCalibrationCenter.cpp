@@ -7,6 +7,7 @@
 #include "calibration/KVRCalibrationTarget.h"
 #include "calibration/KVRCalibrationWindow.h"
 #include "calibration/ViewAnimation.h"
+#include "platform/Log.h"
 #include "platform/Platform.h"
 
 namespace lightpen {
@@ -16,15 +17,6 @@ namespace {
 constexpr WindowRect kFirstTargetFrame{{0, 0}, {20, 20}};
 
 } // namespace
-
-const std::shared_ptr<KVRCalibrationCenter>& KVRCalibrationCenter::defaultCenter() {
-    static const auto* const center = [] {
-        const auto screens = Platform::current().desktop.screens();
-        return new std::shared_ptr(std::make_shared<KVRCalibrationCenter>(
-            0, kClearColor, 0, screens.empty() ? std::nullopt : std::optional(screens.front())));
-    }();
-    return *center;
-}
 
 KVRCalibrationCenter::KVRCalibrationCenter(std::int32_t mode, std::optional<Color> backgroundColor,
                                            std::uint32_t targetBezelStyle, std::optional<Screen> screen)
@@ -40,37 +32,9 @@ KVRCalibrationCenter::KVRCalibrationCenter(std::int32_t mode, std::optional<Colo
 KVRCalibrationCenter::~KVRCalibrationCenter() {
     Platform::current().notifications.removeObserver(this);
     stopAnimation();
-    // Whoever else holds the target keeps it.
+    // Another owner of the target keeps it.
     if (_calibrationTarget)
         _calibrationTarget->removeFromSuperview();
-}
-
-void KVRCalibrationCenter::setBackgroundColor(std::optional<Color> color) {
-    if (color)
-        _backgroundColor = color;
-}
-
-void KVRCalibrationCenter::setTargetBackgroundColor(std::optional<Color> color) {
-    if (_calibrationTarget)
-        _calibrationTarget->setBackgroundColor(color);
-}
-
-std::optional<Color> KVRCalibrationCenter::targetBackgroundColor() const {
-    return _calibrationTarget ? _calibrationTarget->backgroundColor() : std::nullopt;
-}
-
-void KVRCalibrationCenter::setTargetBezelStyle(std::uint32_t bezelStyle) {
-    if (_calibrationTarget)
-        _calibrationTarget->setBezelStyle(bezelStyle);
-}
-
-std::uint32_t KVRCalibrationCenter::targetBezelStyle() const {
-    return _calibrationTarget ? _calibrationTarget->bezelStyle() : 0;
-}
-
-void KVRCalibrationCenter::setTargetSize(Size size) {
-    if (_calibrationTarget)
-        _calibrationTarget->setFrameSize(size);
 }
 
 Size KVRCalibrationCenter::targetSize() const {
@@ -105,6 +69,47 @@ std::optional<Screen> KVRCalibrationCenter::calibrationScreen() const {
 void KVRCalibrationCenter::setCalibrationBeep(const SoundRef& sound) {
     if (sound && !(_calibrationBeep && *sound == *_calibrationBeep))
         _calibrationBeep = sound;
+}
+
+// Kept by name
+
+const std::shared_ptr<KVRCalibrationCenter>& KVRCalibrationCenter::defaultCenter() {
+    static const auto* const center = new std::shared_ptr(
+        std::make_shared<KVRCalibrationCenter>(0, kClearColor, 0, Platform::current().desktop.mainScreen()));
+    return *center;
+}
+
+void KVRCalibrationCenter::setBackgroundColor(std::optional<Color> color) {
+    if (color)
+        _backgroundColor = color;
+}
+
+void KVRCalibrationCenter::setTargetBackgroundColor(std::optional<Color> color) {
+    if (_calibrationTarget)
+        _calibrationTarget->setBackgroundColor(color);
+}
+
+std::optional<Color> KVRCalibrationCenter::targetBackgroundColor() const {
+    return _calibrationTarget ? _calibrationTarget->backgroundColor() : std::nullopt;
+}
+
+void KVRCalibrationCenter::setTargetBezelStyle(std::uint32_t bezelStyle) {
+    if (_calibrationTarget)
+        _calibrationTarget->setBezelStyle(bezelStyle);
+}
+
+std::uint32_t KVRCalibrationCenter::targetBezelStyle() const {
+    return _calibrationTarget ? _calibrationTarget->bezelStyle() : 0;
+}
+
+void KVRCalibrationCenter::setTargetSize(Size size) {
+    if (_calibrationTarget)
+        _calibrationTarget->setFrameSize(size);
+}
+
+void KVRCalibrationCenter::timerFired(const std::string& timer) {
+    logLine("KVR n:416 timerFired : %s", timer.c_str());
+    nextTarget();
 }
 
 } // namespace lightpen

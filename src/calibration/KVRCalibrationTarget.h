@@ -18,30 +18,30 @@ namespace lightpen {
 // A view's frame, which other threads may look at while the main thread moves the view.
 using SharedFrame = SharedRecord<WindowRect>;
 
-// The target of a calibration. Its frame is exact: where it falls between the whole points that a widget
-// covers, the widget covers all of them and the drawing is shifted. Main thread.
+// The target of a calibration. Its frame is exact, although a widget covers whole points only: the widget
+// covers all points that the frame touches, and the drawing is shifted within it. Main thread.
 class KVRCalibrationTarget final : public QPushButton {
 public:
-    // A button without a title, a colour or an image, in no view yet.
+    // A button without title, colour, image and superview.
     KVRCalibrationTarget(const WindowRect& frame, std::uint32_t bezelStyle);
 
     // In the superview's coordinates, y upwards.
     WindowRect frame() const { return *frame_; }
-    // Moves and sizes at once; a frame that is not finite is kept and not shown.
+    // Moves and sizes at once. A frame that is not finite is kept, but the widget stays where it was.
     void setFrame(const WindowRect& frame);
     void setFrameOrigin(WindowPoint origin) { setFrame({origin, frame().size}); } // its size stays
     void setFrameSize(Size size) { setFrame({frame().origin, size}); }            // its origin stays
-    // Follows the frame; may outlive the target. Reading it is for any thread.
+    // Follows the frame, and may outlive the target. Any thread may read it.
     std::shared_ptr<const SharedFrame> sharedFrame() const { return frame_; }
 
     // Makes the target part of the view and shows it.
     void addToSuperview(QWidget& superview);
     // Makes it a widget of its own again, hidden.
     void removeFromSuperview();
-    // Brings the widget to its frame again after the superview has changed its height.
+    // Places the widget anew; needed after the superview has changed its height.
     void placeInSuperview();
 
-    // What bezel style 0 fills its rectangle with; none leaves the ground as it is.
+    // Fills the rectangle with bezel style 0; without a colour the ground shows.
     void setBackgroundColor(std::optional<Color> color);
     std::optional<Color> backgroundColor() const { return backgroundColor_; }
     // 0 for the square with a cross-hair, anything else for the ordinary button.

@@ -4,13 +4,13 @@
 #include <vector>
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPalette>
 #include <QScreen>
 
 #include "calibration/KVRCalibrationTarget.h"
 #include "device/EventGeneratorNX7.h"
+#include "device/FloatPanel.h"
 #include "device/VirtualKeyCodes.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -19,13 +19,6 @@ namespace lightpen {
 
 namespace {
 
-QScreen* screenNamed(const std::string& name) {
-    for (QScreen* screen : QGuiApplication::screens())
-        if (screen->name().toStdString() == name)
-            return screen;
-    return nullptr;
-}
-
 // A copy, since a target that is removed leaves the view's own list.
 std::vector<KVRCalibrationTarget*> targetsIn(const QWidget& view) {
     std::vector<KVRCalibrationTarget*> targets;
@@ -33,15 +26,6 @@ std::vector<KVRCalibrationTarget*> targetsIn(const QWidget& view) {
         if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
             targets.push_back(target);
     return targets;
-}
-
-void fill(QWidget& widget, const Color& color) {
-    QPalette palette = widget.palette();
-    palette.setColor(QPalette::Window,
-                     QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
-                                      static_cast<float>(color.blue)));
-    widget.setPalette(palette);
-    widget.setAutoFillBackground(true);
 }
 
 } // namespace
@@ -66,11 +50,15 @@ void KVRCalibrationWindow::setCalibrationScreen(const std::optional<Screen>& scr
 }
 
 void KVRCalibrationWindow::setBackgroundColor(const Color& color) {
-    fill(*this, color);
-    fill(*contentView_, color);
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window,
+                     QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
+                                      static_cast<float>(color.blue)));
+    setPalette(colours);
+    setAutoFillBackground(true);
 }
 
-// Without a window manager nobody makes a full-screen window as large as its screen, so it is made so first.
+// Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
 void KVRCalibrationWindow::makeKeyAndOrderFront() {
     QScreen* screen = calibrationScreen_ ? screenNamed(calibrationScreen_->name) : nullptr;
     setWindowState(Qt::WindowNoState);

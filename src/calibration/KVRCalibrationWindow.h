@@ -20,30 +20,28 @@ class KVRCalibrationTarget;
 inline constexpr std::string_view kCalibrationDidCanceled = "kCalibrationDidCanceled";
 inline constexpr std::string_view kWindowWillClose = "NSWindowWillCloseNotification";
 
-// The full-screen window of a calibration: borderless, above everything else, and all keys are its own.
-// Closing hides it; whoever owns it decides whether it is shown again. Main thread.
+// The full-screen window of a calibration: borderless, above everything else, and it swallows all keys.
+// Closing hides it; its owner decides whether it is shown again. Main thread.
 class KVRCalibrationWindow final : public QWidget {
 public:
     using WillCloseHandler = std::function<void(const Notification&)>;
 
-    // Hidden, and without a screen, until it is told.
+    // Hidden, and without a screen.
     KVRCalibrationWindow();
-    // Lets go of the targets in it.
+    // Removes the targets in it, which others own.
     ~KVRCalibrationWindow() override;
     KVRCalibrationWindow(const KVRCalibrationWindow&) = delete;
     KVRCalibrationWindow& operator=(const KVRCalibrationWindow&) = delete;
 
-    // Covers this screen when it is shown next; nothing at all without one.
+    // The screen that it covers when it is shown next; a missing one has size 0.
     void setCalibrationScreen(const std::optional<Screen>& screen);
-    // Who hears that the window is about to close.
+    // The handler hears that the window is about to close.
     void setDelegate(WillCloseHandler windowWillClose) { windowWillClose_ = std::move(windowWillClose); }
-    // The ground around the target; opaque whatever the colour says.
+    // The ground around the target; the colour's transparency is ignored.
     void setBackgroundColor(const Color& color);
     // Has the size of the screen, also where the desktop gives the window another one.
     QWidget& contentView() { return *contentView_; }
 
-    // Always: a window without a border would otherwise get no keys.
-    static constexpr bool canBecomeKeyWindow() { return true; }
     // Shows it on its screen, above all others, with the keyboard.
     void makeKeyAndOrderFront();
     // Draws at once.
@@ -58,7 +56,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    // Whoever closes the window from outside cancels the calibration.
+    // A close that comes from the desktop cancels the calibration.
     void closeEvent(QCloseEvent* event) override;
     // The Tab key is swallowed like any other.
     bool focusNextPrevChild(bool) override { return false; }
@@ -67,6 +65,12 @@ private:
     std::optional<Screen> calibrationScreen_;
     QWidget* const contentView_; // a child, owned by this
     WillCloseHandler windowWillClose_;
+
+    // --- Kept by name: the program does not call it.
+
+public:
+    // Always true: the window takes the keyboard although it has no border.
+    static constexpr bool canBecomeKeyWindow() { return true; }
 };
 
 } // namespace lightpen

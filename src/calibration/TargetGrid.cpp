@@ -8,14 +8,24 @@ namespace lightpen {
 
 namespace {
 
-// Towards zero; what no 32-bit number can hold (a grid of one row divides by nothing) becomes the nearest
-// one that can, and what is no number becomes 0.
+// Rounds towards zero. A value that does not fit (a grid of one row divides by nothing) becomes the nearest
+// one that does, and NaN becomes 0.
 std::int32_t truncated(double value) {
     constexpr double low = std::numeric_limits<std::int32_t>::min();
     constexpr double high = std::numeric_limits<std::int32_t>::max();
     if (std::isnan(value))
         return 0;
     return static_cast<std::int32_t>(std::fmin(std::fmax(value, low), high));
+}
+
+// The distance from one target to the next; 0 for a single one.
+float stepBetween(double length, std::int64_t count) {
+    return count < 2 ? 0.0F : static_cast<float>(length / (static_cast<double>(count) - 1));
+}
+
+float centreX(float step, std::int64_t column) {
+    constexpr auto margin = static_cast<float>(kTargetSideMargin);
+    return column == 0 ? margin : static_cast<float>(column) * step - margin;
 }
 
 } // namespace
@@ -36,7 +46,7 @@ TargetGrid TargetGrid::forTotalPoints(std::int64_t totalPoints) {
 bool TargetGrid::isCoveredBy(std::size_t pointCount) const {
     if (rows < 2 || columns < 2)
         return false;
-    // By division: the product of two sizes that anybody may set can overflow.
+    // By division, since the product of two sizes that a caller sets can overflow.
     return pointCount / static_cast<std::size_t>(columns) >= static_cast<std::size_t>(rows);
 }
 
@@ -63,6 +73,16 @@ std::vector<TargetCell> targetCells(const TargetGrid& grid, CellSize size) {
         y += size.height;
     }
     return cells;
+}
+
+WindowPoint targetOriginOfStep(const StepLayout& layout, std::int64_t step) {
+    const auto& [grid, screen, target] = layout;
+    const std::int64_t columns = grid.columns < 1 ? 1 : grid.columns;
+    const std::int64_t row = step / columns;
+    const double margin = row == grid.rows - 1 ? kTargetUpperMargin : -kTargetUpperMargin;
+    const double stepY = stepBetween(screen.height, grid.rows);
+    return {centreX(stepBetween(screen.width, columns), step % columns) - target.width / 2,
+            screen.height - static_cast<double>(row) * stepY - target.height / 2 + margin};
 }
 
 } // namespace lightpen

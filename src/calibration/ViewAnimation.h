@@ -24,7 +24,7 @@ public:
     // The handler is called once, when the view has reached its end frame; never after stop().
     ViewAnimation(Description description, Microseconds duration, EndHandler animationDidEnd);
 
-    // Begins now; nothing while it runs.
+    // Begins now. Does nothing while it runs.
     void startAnimation();
     // Leaves the view where it is.
     void stopAnimation();

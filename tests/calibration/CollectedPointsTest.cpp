@@ -2,6 +2,7 @@
 #include "calibration/CollectedPoints.h"
 
 #include <atomic>
+#include <cmath>
 #include <limits>
 #include <thread>
 
@@ -16,6 +17,13 @@ using testing::IsEmpty;
 using Verdict = CollectedPoints::Verdict;
 
 constexpr Size kTarget{20, 30};
+
+// Whether the second of two touches counts as the first one again.
+bool repeats(CameraPoint earlier, CameraPoint point, Size target) {
+    CollectedPoints session(2);
+    session.offer(earlier, target);
+    return session.offer(point, target) == Verdict::samePoint;
+}
 
 TEST(CollectedPointsTest, KeepsWhatItTakesInOrder) {
     CollectedPoints session(3);
@@ -76,6 +84,35 @@ TEST(CollectedPointsTest, TwoThreadsTogetherGiveOnePointForEachTarget) {
     other.join();
     EXPECT_EQ(taken, 50);
     EXPECT_EQ(session.points()->size(), 50u);
+}
+
+TEST(CollectedPointsTest, SamePointIsNearerThanHalfTheTargetOnBothAxes) {
+    constexpr Size target{30, 10};
+    EXPECT_TRUE(repeats({100, 50}, {100, 50}, target));
+    EXPECT_TRUE(repeats({100, 50}, {114.999, 45.001}, target));
+    EXPECT_TRUE(repeats({100, 50}, {85.001, 54.999}, target));
+    EXPECT_FALSE(repeats({100, 50}, {115, 50}, target)) << "half the target is not nearer";
+    EXPECT_FALSE(repeats({100, 50}, {100, 55}, target));
+    EXPECT_FALSE(repeats({100, 50}, {100, 45}, target));
+    EXPECT_FALSE(repeats({100, 50}, {85, 45}, target));
+    EXPECT_FALSE(repeats({100, 50}, {100, 62}, target)) << "x alone is not enough";
+    EXPECT_FALSE(repeats({100, 50}, {120, 50}, target)) << "y alone is not enough";
+    EXPECT_FALSE(repeats({100, 50}, {100, 50}, {})) << "without a target nothing repeats";
+}
+
+TEST(CollectedPointsTest, DifferenceIsOfSinglePrecisionBeforeItIsCompared) {
+    // Nearer than 10 in double precision, and 10 once rounded.
+    const double almostTen = 10 - 1e-8;
+    ASSERT_LT(almostTen, 10.0);
+    EXPECT_FALSE(repeats({0, 0}, {almostTen, 0}, {20, 20}));
+    EXPECT_FALSE(repeats({0, 0}, {0, -almostTen}, {20, 20}));
+    EXPECT_TRUE(repeats({0, 0}, {std::nextafterf(10, 0), 0}, {20, 20}));
+}
+
+TEST(CollectedPointsTest, WhatIsNoNumberRepeatsNothing) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_FALSE(repeats({nan, 0}, {nan, 0}, {20, 20}));
+    EXPECT_FALSE(repeats({0, 0}, {0, nan}, {20, 20}));
 }
 
 } // namespace
