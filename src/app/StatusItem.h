@@ -3,15 +3,21 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include <QIcon>
 #include <QMenu>
 #include <QString>
+#include <QTimer>
+
+class QSystemTrayIcon;
 
 namespace lightpen {
 
-// The application's item in the desktop's panel: a picture, a tool tip and the menu that opens from it. It is
-// shown as soon as there is a panel, with what has been set by then. Main thread.
+// The application's item in the desktop's panel: a picture, a tool tip and the menu that opens from it. It
+// appears as soon as there is a panel and it has its picture. Main thread.
 class StatusItem {
 public:
     StatusItem();
@@ -19,21 +25,33 @@ public:
     StatusItem(const StatusItem&) = delete;
     StatusItem& operator=(const StatusItem&) = delete;
 
-    // What the item shows, at once or as soon as there is a panel.
+    // An empty picture takes its place in the panel, too.
     void setImage(const QIcon& image);
-    QIcon image() const;
+    QIcon image() const { return image_.value_or(QIcon()); }
     // The menu in force; null detaches it and leaves the item without one. May be called at any time, also
-    // from an action of the menu that is replaced and while that is open: the item keeps it until nobody is
-    // inside it any more. What its entries show may be changed while it is attached, but none be added.
+    // from an action of the menu that is replaced and while that menu is open: the item keeps the old menu
+    // until all nested loops have returned. The entries of an attached menu may change, but none be added.
     void setMenu(std::shared_ptr<QMenu> menu);
-    std::shared_ptr<QMenu> menu() const;
+    const std::shared_ptr<QMenu>& menu() const { return menu_; }
     void setToolTip(const QString& toolTip);
-    // Called whenever the user opens the menu; none for nothing.
-    void setMenuOpened(std::function<void()> opened);
+    // The handler is called whenever the user opens the menu.
+    void setMenuOpened(std::function<void()> opened) { opened_ = std::move(opened); }
 
 private:
-    class Tray;
-    const std::shared_ptr<Tray> tray_;
+    void appear();
+    void openMenu();
+    void letGoOfOldMenus();
+
+    std::optional<QIcon> image_;
+    QString toolTip_;
+    std::shared_ptr<QMenu> menu_;
+    std::vector<std::shared_ptr<QMenu>> old_;
+    std::function<void()> opened_;
+    QTimer letGo_;
+    // A panel may never notice that an icon has another menu. So the icon keeps this one for ever, which
+    // takes over the actions of the menu in force.
+    QMenu shown_;
+    std::unique_ptr<QSystemTrayIcon> icon_; // null before there is a panel
 };
 
 } // namespace lightpen

@@ -117,6 +117,13 @@ TEST_F(StatusItemInPanelTest, WithoutAMenuThePanelHasAnEmptyOne) {
     EXPECT_EQ(item->menu(), nullptr);
 }
 
+TEST_F(StatusItemInPanelTest, AnEmptyPictureTakesItsPlaceWithTheMenu) {
+    item->setImage(QIcon());
+    item->setMenu(menuOf({"Exit"}));
+    come();
+    EXPECT_THAT(labels(), ElementsAre("Exit"));
+}
+
 // Panels look again only when they hear of a layout with a higher number than theirs.
 TEST_F(StatusItemInPanelTest, APanelHearsOfAnotherMenu) {
     item->setMenu(menuOf({"Calibration", "About...", "Exit"}));
