@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Geometry.h"
+#include <QRect>
 
 namespace lightpen {
 
-// Where on the screen the check view's panel stands: in the middle, leaving a quarter free to each side, a
-// third below and a sixth above.
-ScreenRect checkPanelPlace(const ScreenRect& screen);
+// Where the check view's panel stands on this screen, both in Qt's coordinates.
+QRect checkPanelPlace(const QRect& screen);
 
-// Where a window of the wanted size, its frame included, stands so that it is on the free part of the screen
-// and the check view's panel does not cover it. Below the panel where it fits, then beside it; where it fits
-// nowhere it is cut to the free place that leaves most of it.
-ScreenRect previewPlace(const ScreenRect& screen, const Size& wanted, const ScreenRect& freePart);
-// The same where the whole screen is free.
-ScreenRect previewPlace(const ScreenRect& screen, const Size& wanted);
+// Where a window of the wanted size, its frame included, stands on the free part of the screen so that the
+// check view's panel does not cover it. The first choice is below the panel, then beside it. If it fits
+// nowhere it is cut to the place that leaves most of it. In Qt's coordinates.
+QRect previewPlace(const QRect& screen, const QSize& wanted, const QRect& freePart);
 
 } // namespace lightpen

@@ -5,13 +5,12 @@
 #include <cmath>
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMargins>
 #include <QScreen>
 
 #include "app/PreviewPlace.h"
-#include "platform/Platform.h"
+#include "device/FloatPanel.h"
 #include "ui_PreviewWindow.h"
 
 namespace lightpen {
@@ -23,23 +22,6 @@ constexpr QMargins kFrame(6, 36, 6, 6);
 // A picture's pixel in points at most, at first; the user may make the window larger.
 constexpr int kLargestFactor = 6;
 constexpr int kCharactersInLine = 60;
-
-QScreen* mainScreen() {
-    const auto screens = Platform::current().desktop.screens();
-    if (!screens.empty())
-        for (QScreen* screen : QGuiApplication::screens())
-            if (screen->name().toStdString() == screens.front().name)
-                return screen;
-    return QGuiApplication::primaryScreen();
-}
-
-ScreenRect rectFrom(const QRect& rect) {
-    return {{double(rect.x()), double(rect.y())}, {double(rect.width()), double(rect.height())}};
-}
-
-QRect rectFrom(const ScreenRect& rect) {
-    return {int(rect.origin.x), int(rect.origin.y), int(rect.size.width), int(rect.size.height)};
-}
 
 bool isEnter(const QKeyEvent& event) {
     return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
@@ -104,14 +86,13 @@ void PreviewWindow::placeBesidePanel() {
         return;
     setScreen(screen);
     int factor = int(std::floor(kLargestFactor * devicePixelRatioF()));
-    ScreenRect place;
+    QRect place;
     QSize wanted;
     do {
         wanted = sizeFor(factor).grownBy(kFrame);
-        place = previewPlace(rectFrom(screen->geometry()), {double(wanted.width()), double(wanted.height())},
-                             rectFrom(screen->availableGeometry()));
-    } while (rectFrom(place).size() != wanted && --factor > 0);
-    setGeometry(rectFrom(place).marginsRemoved(kFrame));
+        place = previewPlace(screen->geometry(), wanted, screen->availableGeometry());
+    } while (place.size() != wanted && --factor > 0);
+    setGeometry(place.marginsRemoved(kFrame));
 }
 
 // The picture has as much room as it fills, the words the rest, and the window is never lower than they need.
@@ -122,7 +103,7 @@ void PreviewWindow::share() {
     ui_->imageView->setMaximumWidth(ui_->imageView->widthThatFills(room));
     ui_->columns->activate();
     const int needed = ui_->previewMessage->heightForWidth(ui_->previewMessage->width());
-    ui_->previewMessage->setMinimumHeight(std::max(0, needed)); // none for no text
+    ui_->previewMessage->setMinimumHeight(std::max(0, needed)); // needed is -1 for an empty text
 }
 
 bool PreviewWindow::event(QEvent* event) {
@@ -146,10 +127,10 @@ void PreviewWindow::keyPressEvent(QKeyEvent* event) {
         QWidget::keyPressEvent(event);
 }
 
-// Accepted, or no session could end while the window is open.
+// A refused close would keep the user's desktop session from ending.
 void PreviewWindow::closeEvent(QCloseEvent* event) {
     ui_->previewExitButton->click();
-    // With the light still on it has already been shown anew by now, and an accepted event would hide it.
+    // While the light is still on, the click has shown the window anew; an accepted event would hide it.
     event->setAccepted(!isVisible());
 }
 

@@ -17,8 +17,8 @@ namespace Ui {
 class PreviewWindow;
 }
 
-// What warns of stray light: the camera's picture, a message, and two buttons. Stays above other windows,
-// where the check view's panel does not cover it. Hidden until it is shown. Main thread.
+// The window that warns of stray light: the camera's picture, a message, and two buttons. It stays above
+// other windows, beside the check view's panel. Hidden at first. Main thread.
 class PreviewWindow final : public QWidget {
 public:
     explicit PreviewWindow(QWidget* parent = nullptr);
@@ -26,21 +26,21 @@ public:
     PreviewWindow(const PreviewWindow&) = delete;
     PreviewWindow& operator=(const PreviewWindow&) = delete;
 
-    // Owned by the window; their texts are the application's to set.
+    // Owned by the window. The application sets their texts.
     PreviewImageView* imageView() const;
     QLabel* previewMessage() const;
     QPushButton* previewExitButton() const;
     QPushButton* previewDetectAgainButton() const;
 
-    // Shows it with the keyboard, before all others. One that was not visible gets its place and size anew.
+    // Shows it with the keyboard, before all others. A hidden window gets its place and size anew.
     void makeKeyAndOrderFront();
     // Hides it, without onExit.
     void orderOut() { hide(); }
 
-    // The exit button, and Escape; also when the user closes the window in the window manager's way, which
-    // then hides it in any case.
+    // Called for the exit button, for Escape, and when the window manager closes the window (which hides it
+    // in any case).
     std::function<void()> onExit;
-    // The other button, and Enter wherever the keyboard is but on the exit button.
+    // Called for the other button, and for Enter unless the exit button has the keyboard.
     std::function<void()> onDetectAgain;
 
 protected:
@@ -50,8 +50,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    // The size without a frame in which the picture's pixels are this many of the screen's, and the message
-    // has lines of a comfortable length.
+    // The size without a frame for a picture whose pixels are `pictureFactor` pixels of the screen, beside a
+    // message in lines of a comfortable length.
     QSize sizeFor(int pictureFactor) const;
     void placeBesidePanel();
     void share();

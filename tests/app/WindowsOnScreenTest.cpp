@@ -45,8 +45,7 @@ QRect screen() {
 }
 
 QRect panelPlace() {
-    const ScreenRect place = checkPanelPlace({{0, 0}, {kWidth, kHeight}});
-    return {int(place.origin.x), int(place.origin.y), int(place.size.width), int(place.size.height)};
+    return checkPanelPlace(screen());
 }
 
 class WindowsOnScreenTest : public testing::Test {
