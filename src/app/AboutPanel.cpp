@@ -73,4 +73,13 @@ void orderFrontStandardAboutPanel(const AboutPanelOptions& options) {
     panel->show(options);
 }
 
+std::string versionText(int wireless, int boardVersion, int cmosVersion) {
+    const auto line = [](const char* name, int version) {
+        const auto bits = static_cast<unsigned>(version);
+        return QString::asprintf("%s version %u.%u\n", name, (bits >> 4U) & 0xFU, bits & 0xFU).toStdString();
+    };
+    return wireless == 1 ? line("Main Board", boardVersion)
+                         : line("Dongle", boardVersion) + "\n  " + line("CMOS", cmosVersion);
+}
+
 } // namespace lightpen

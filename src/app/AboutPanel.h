@@ -13,11 +13,15 @@ struct AboutPanelOptions {
     std::string version;
     std::string applicationName;
     QIcon applicationIcon;
-    std::string button = {}; // what closes it; empty for Qt's own word
+    std::string button = {}; // closes the panel; an empty text leaves Qt's own
 };
 
-// Shows the application's about panel in front of the others, and returns at once. There is one: it takes the
-// new texts when it is open already. The user closes it. Main thread.
+// Shows the application's one about panel in front of the other windows, and returns at once. An open panel
+// takes the new texts. The user closes it. Main thread.
 void orderFrontStandardAboutPanel(const AboutPanelOptions& options);
+
+// The panel's lines on a unit's versions. Each version is a byte: the high four bits stand before the point,
+// the low four behind it. A wireless flag of exactly 1 shows the board's line alone.
+std::string versionText(int wireless, int boardVersion, int cmosVersion);
 
 } // namespace lightpen

@@ -5,8 +5,8 @@
 
 namespace lightpen {
 
-// The application, from its controller's making to its end: runs the main loop, which returns the exit
-// status, and leaves the process by the run loop's exitProcess. Main thread, with the platform in place.
+// Makes the controller, runs the main loop (which returns the exit status), and leaves the process by the run
+// loop's exitProcess. Never returns. Main thread, with the platform in place.
 void applicationMain(const std::function<int()>& mainLoop);
 
 } // namespace lightpen

@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: MIT
-// What the user chooses from the menu, and a calibration's end.
+// What the user chooses from the menu or in the windows, and a calibration's end.
+#include "app/LightPenNX7Controller.h"
+
 #include <any>
 
 #include <QAction>
 #include <QLineEdit>
 
 #include "app/AboutPanel.h"
+#include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
-#include "app/LightPenNX7Controller.h"
+#include "app/LanguageChoice.h"
 #include "app/MenuItems.h"
+#include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
-#include "app/VersionText.h"
 #include "calibration/KVRCalibrationTarget.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -36,8 +39,9 @@ PointListRef pointsOf(const Notification& notification) {
 void LightPenNX7Controller::calibration(const std::string& sender) {
     logLine("Light n:646 ");
     const bool automatic = isSet(kAutoCalibrationKey);
-    const QPixmap image = resourceTargetImage(automatic ? TargetImage::automatic : TargetImage::calib);
-    if (const auto target = calibrationCenter_->calibrationTarget()) {
+    const QPixmap image = resourceImage(automatic ? "auto" : "calib");
+    // A target without its picture stays the plain button that it was made as.
+    if (const auto target = calibrationCenter_->calibrationTarget(); target && !image.isNull()) {
         const QSizeF size = image.deviceIndependentSize();
         target->setFrameSize({size.width(), size.height()});
         target->setImage(image);
@@ -86,6 +90,35 @@ void LightPenNX7Controller::markDistances(std::int32_t exposure) const {
     }
 }
 
+void LightPenNX7Controller::switchLanguage(const QAction& sender) {
+    logLine("Light n:751 switchLanguage : %s", describe(sender).c_str());
+    const std::string title = titleOf(sender);
+    const std::string* key = firstKeyFor(stringDict, title);
+    const std::string* identifier = key ? textFor(languageDict, *key) : nullptr;
+    if (identifier)
+        Platform::current().defaults.setObject(kLocaleIdentifierKey, *identifier);
+    else
+        logLine("Application: no language is called \"%s\"", title.c_str());
+}
+
+void LightPenNX7Controller::resetLanguageSetting() {
+    logLine("Light n:111 ");
+    Platform::current().defaults.removeObjectForKey(kLocaleIdentifierKey);
+}
+
+void LightPenNX7Controller::help() {
+    const auto chosen = storedText(kLocaleIdentifierKey);
+    logLine("Light n:118 [[NSUserDefaults standardUserDefaults] objectForKey:kLocaleIdentifierKey]: %s",
+            chosen ? chosen->c_str() : "(null)");
+    const std::string_view name = helpDocumentFor(chosen);
+    ApplicationShell& shell = Platform::current().shell;
+    if (const auto path = shell.bundle.pathForResource(name, "htm"))
+        shell.workspace.openFile(*path);
+    else
+        logLine("Application: the help document %.*s.htm is missing", static_cast<int>(name.size()),
+                name.data());
+}
+
 void LightPenNX7Controller::about(const std::string& sender) {
     logLine("Light n:741 about : %s", sender.c_str());
     AboutPanelOptions options;
@@ -100,6 +133,41 @@ void LightPenNX7Controller::about(const std::string& sender) {
 void LightPenNX7Controller::exit(const std::string& sender) {
     logLine("Light n:746 exit : %s", sender.c_str());
     Platform::current().runLoop.terminate(EXIT_SUCCESS);
+}
+
+// The windows
+
+void LightPenNX7Controller::showPreviewWindow(bool show) {
+    logLine("Light n:389 ");
+    if (show) {
+        window->makeKeyAndOrderFront();
+    } else {
+        window->orderOut();
+        EventGeneratorNX7::sharedEventGeneratorNX7()->startPointQueue();
+    }
+}
+
+void LightPenNX7Controller::invokePreview(const std::string&) {
+    showPreviewWindow(!window->isVisible());
+}
+
+void LightPenNX7Controller::previewTimerFired(const std::string&) {
+    logLine("Light n:386 fired");
+    imageView->setImage(EventGeneratorNX7::sharedEventGeneratorNX7()->previewImage());
+}
+
+void LightPenNX7Controller::showDebugWindow(const EventGeneratorNX7& driver, bool present) {
+    debugWindow->show();
+    debugWindow->raise();
+    if (!present)
+        return;
+    thresholdsTextField->setText(QString::number(driver.threshold()));
+    faeTextField->setText(QString::number(driver.forcedExposure()));
+}
+
+void LightPenNX7Controller::debugWindowButton(const std::string&) {
+    logLine("Light n:847 ");
+    EventGeneratorNX7::sharedEventGeneratorNX7()->updateTwoValueToDevice();
 }
 
 } // namespace lightpen

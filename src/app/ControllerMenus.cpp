@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The status item's two menus.
+// The status item's two menus, and the language of their texts and of the windows'.
+#include "app/LightPenNX7Controller.h"
+
 #include <utility>
 
 #include <QAction>
+#include <QLabel>
 #include <QMenu>
+#include <QPushButton>
 
+#include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
 #include "app/LanguageChoice.h"
-#include "app/LightPenNX7Controller.h"
 #include "app/MenuItems.h"
+#include "app/PreviewWindow.h"
 #include "app/StatusItem.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -19,9 +24,12 @@ namespace {
 
 constexpr std::string_view kAboutKey = "About...";
 constexpr std::string_view kExitKey = "Exit";
+constexpr std::string_view kStrayLightMessage =
+    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
 
-const char* textOrNone(const std::string* text) {
-    return text ? text->c_str() : "(null)";
+std::string textOrNull(const QString& text) {
+    return text.isNull() ? "(null)" : text.toStdString();
 }
 
 QString localized(std::string_view key) {
@@ -34,18 +42,15 @@ std::shared_ptr<QMenu> newMenu() {
 
 } // namespace
 
-const std::string* LightPenNX7Controller::displayString(std::string_view key) const {
-    return textFor(stringDict, key);
-}
-
+// Null where the language has no such text.
 QString LightPenNX7Controller::displayText(std::string_view key) const {
-    const std::string* text = displayString(key);
+    const std::string* text = textFor(stringDict, key);
     return text ? QString::fromStdString(*text) : QString();
 }
 
 void LightPenNX7Controller::rebuildMenu(MenuMode menuMode) {
-    statusItem->setMenu(nullptr);
-    statusItem->setMenu(constructMenu(menuMode));
+    statusItem_->setMenu(nullptr);
+    statusItem_->setMenu(constructMenu(menuMode));
     showToolTip();
 }
 
@@ -56,6 +61,48 @@ std::shared_ptr<QMenu> LightPenNX7Controller::constructMenu(MenuMode menuMode) {
     constructPreviewWindow();
     return menuMode == MenuMode::full ? constructMenuForLocalIdentifier(identifier)
                                       : ExitMenuForLocalIdentifier();
+}
+
+std::string LightPenNX7Controller::choosePreferredLanguage() const {
+    if (const auto chosen = storedText(kLocaleIdentifierKey))
+        return chooseIdentifier(*chosen);
+    const auto preferred = Platform::current().shell.locales.preferredLanguages();
+    return chooseIdentifier(preferred.empty() ? std::string() : preferred.front());
+}
+
+void LightPenNX7Controller::loadLanguage(const std::string& identifier, MenuMode menuMode) {
+    const Bundle& bundle = Platform::current().shell.bundle;
+    if (languageDict.entries.empty())
+        languageDict =
+            bundle.dictionaryWithContentsOfResource("Language", "plist").value_or(PropertyListDictionary());
+    logLine("Light n:384 %s modeMenu:%d", identifier.c_str(), static_cast<int>(menuMode));
+    stringDict = {};
+    if (const auto key = languageKeyOf(identifier))
+        stringDict =
+            bundle.dictionaryWithContentsOfResource(*key, "strings").value_or(PropertyListDictionary());
+}
+
+std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::string& identifier) const {
+    if (const std::string* key = firstKeyFor(languageDict, identifier))
+        return *key;
+    logLine("Range error in LightPenNX7Controller %p constructMenu: Language.plist has no language for the "
+            "identifier \"%s\"%s",
+            static_cast<const void*>(this), identifier.c_str(),
+            storedText(kLocaleIdentifierKey) == identifier ? " (chosen by \"Language\" in the settings)"
+                                                           : "");
+    Platform::current().runLoop.exitProcess(EXIT_FAILURE);
+    return std::nullopt;
+}
+
+void LightPenNX7Controller::constructPreviewWindow() {
+    const QString message = displayText(kStrayLightMessage);
+    logLine("Light n:310 %s", textOrNull(message).c_str());
+    previewMessage->setText(message);
+    previewExitButton->setText(displayText("Exit"));
+    previewDetectAgainButton->setText(displayText("Detect again!"));
+    window->setWindowTitle(displayText("Camera picture"));
+    debugWindow->setTexts(displayText("Debug"), displayText("Threshold"), displayText("Forced Exposure"),
+                          displayText("Send to the unit"));
 }
 
 std::shared_ptr<QMenu> LightPenNX7Controller::constructMenuForLocalIdentifier(const std::string& identifier) {
@@ -70,7 +117,7 @@ std::shared_ptr<QMenu> LightPenNX7Controller::constructMenuForLocalIdentifier(co
     static_cast<void>(defaults.objectForKey(kPreviewWindowKey));
     if (isSet(kLanguageSettingKey))
         addLanguages(*menu, identifier);
-    logLine("Light n:280 %s", textOrNone(displayString(kAboutKey)));
+    logLine("Light n:280 %s", textOrNull(displayText(kAboutKey)).c_str());
     menu->addSeparator();
     if (isSet(kHelpMenuKey))
         addItem(*menu, "Help", [](auto& self, QAction&) { self.help(); });
@@ -142,12 +189,25 @@ QPointer<QAction> LightPenNX7Controller::addDistance(QMenu& menu, std::string_vi
     return &item;
 }
 
+void LightPenNX7Controller::loadLanguages() {
+    if (!languages.empty())
+        return;
+    const auto list = Platform::current().shell.bundle.objectForInfoDictionaryKey("Supported Language");
+    if (const auto* keys = list ? list->as<PropertyListArray>() : nullptr)
+        for (const PropertyListValue& key : *keys)
+            if (const auto* text = key.as<std::string>())
+                languages.push_back(*text);
+    if (languages.empty())
+        logLine("Application: Info.plist has no list \"Supported Language\"; no language can be chosen");
+}
+
 void LightPenNX7Controller::addLanguages(QMenu& menu, const std::string& identifier) {
     QMenu& submenu = addSubmenu(menu, "Language");
     loadLanguages();
     const auto chosen = languageKeyOf(identifier);
     for (const std::string& language : languages) {
-        logLine("Light n:260 %s == %s", language.c_str(), textOrNone(textFor(languageDict, language)));
+        const std::string* itsIdentifier = textFor(languageDict, language);
+        logLine("Light n:260 %s == %s", language.c_str(), itsIdentifier ? itsIdentifier->c_str() : "(null)");
         QAction& item =
             addItem(submenu, language, [](auto& self, QAction& sender) { self.switchLanguage(sender); });
         item.setCheckable(true);

@@ -10,7 +10,7 @@ namespace lightpen {
 // Which menu the status item has; any other value counts as the second.
 enum class MenuMode : std::int32_t { full = 1, exitOnly = 2 };
 
-// The controller's process-wide values; the wireless flag it shares with the driver's. Each is a single word.
+// The controller's process-wide values. Each is a single word. (The wireless flag is among the driver's.)
 struct ControllerState {
     // The menu in force, 0 before the first. Written by the start, the unit's arrival and its removal; the
     // last of them may be on the point thread.
@@ -21,6 +21,6 @@ struct ControllerState {
     SharedWord boardVersion{0};
 };
 
-extern ControllerState controllerState;
+inline ControllerState controllerState;
 
 } // namespace lightpen

@@ -15,8 +15,8 @@ namespace Ui {
 class DebugWindow;
 }
 
-// Shows two of the unit's settings and has a button that sends them to it again. Stays above other windows.
-// Escape closes it. Hidden until it is shown. Main thread.
+// Shows two of the unit's settings, with a button that sends them to the unit again. Stays above other
+// windows. Escape closes it. Hidden at first. Main thread.
 class DebugWindow final : public QWidget {
 public:
     explicit DebugWindow(QWidget* parent = nullptr);
@@ -24,14 +24,14 @@ public:
     DebugWindow(const DebugWindow&) = delete;
     DebugWindow& operator=(const DebugWindow&) = delete;
 
-    // Owned by the window; nobody can type into them, but their text can be selected and copied.
+    // Owned by the window. Their text can be copied, but not changed, by the user.
     QLineEdit* thresholdsTextField() const;
     QLineEdit* faeTextField() const;
-    // The window's title, what stands before the two fields, and the button's text.
+    // The window's title, the labels of the two fields, and the button's text.
     void setTexts(const QString& title, const QString& threshold, const QString& exposure,
                   const QString& button);
 
-    // The button, and Enter.
+    // Called for the button, and for Enter.
     std::function<void()> onButton;
 
 protected:

@@ -18,9 +18,9 @@ inline constexpr std::string_view kDebugWindowKey = "Debug Window";
 inline constexpr std::string_view kPreviewWindowKey = "Preview Window";
 inline constexpr std::string_view kLaunchAtStartUpKey = "Launch At Start Up";
 
-// Whether the default is there and true. Main thread, like the defaults themselves.
+// Whether the default exists and is true. Main thread, like the defaults themselves.
 bool isSet(std::string_view key);
-// The text of the default; none when it is absent or no text.
+// The text of the default; empty when it is absent or something else than a text.
 std::optional<std::string> storedText(std::string_view key);
 
 } // namespace lightpen

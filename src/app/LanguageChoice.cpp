@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "app/LanguageChoice.h"
 
-#include <algorithm>
 #include <utility>
+
+#include <QByteArrayView>
 
 #include "platform/Log.h"
 
@@ -17,19 +18,11 @@ constexpr std::pair<std::string_view, std::string_view> kHelpDocuments[] = {
     {"zh-Hant", "cht"}, {"zh-Hans", "chs"}, {"ja", "jpn"},   {"it", "ita"},
     {"es", "esp"},      {"fr", "fra"},      {"de-CH", "deu"}};
 
-// Not the locale's idea of small letters: a Turkish one would not find "it" for "IT".
-std::string inSmallLetters(std::string_view text) {
-    std::string small(text);
-    for (char& letter : small)
-        if (letter >= 'A' && letter <= 'Z')
-            letter = static_cast<char>(letter - 'A' + 'a');
-    return small;
-}
-
 } // namespace
 
 int compareIgnoringCase(std::string_view first, std::string_view second) {
-    const int order = inSmallLetters(first).compare(inSmallLetters(second));
+    // Not QString's: the letters of every locale would count then, and the Turkish "I" is no capital "i".
+    const int order = QByteArrayView(first).compare(second, Qt::CaseInsensitive);
     return order < 0 ? -1 : static_cast<int>(order > 0);
 }
 

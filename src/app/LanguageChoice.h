@@ -19,8 +19,8 @@ inline constexpr std::array<std::string_view, 16> kSupportedIdentifiers{
 // Latin alphabet count the same whether small or capital.
 int compareIgnoringCase(std::string_view first, std::string_view second);
 
-// The wanted identifier as it is written when it is among the supported ones, else "en". The result of each
-// comparison goes to standard output.
+// The wanted identifier, as it is written, if it is among the supported ones; "en" otherwise. The result of
+// each comparison goes to standard output.
 std::string chooseIdentifier(const std::string& wanted);
 
 // The text of the key; null when there is none.
@@ -29,8 +29,8 @@ const std::string* textFor(const PropertyListDictionary& dictionary, std::string
 // The first key that has exactly this text; null when there is none.
 const std::string* firstKeyFor(const PropertyListDictionary& dictionary, std::string_view text);
 
-// The name of the help document for the language that the user chose, none for no choice. The cases are told
-// apart by exact comparison; a plain "de" has no document of its own.
+// The name of the help document for the language that the user chose; English without a choice. The
+// comparison is exact, and a plain "de" has no document of its own.
 std::string_view helpDocumentFor(const std::optional<std::string>& chosenIdentifier);
 
 } // namespace lightpen

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The controller's making, and what the driver tells it.
+// From the program's start to the controller that is ready, and what the driver tells it then.
 #include "app/LightPenNX7Controller.h"
+
+#include <optional>
+#include <utility>
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
 #include "app/DebugWindow.h"
+#include "app/DefaultsReading.h"
+#include "app/LoginList.h"
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
 #include "app/StatusItem.h"
@@ -19,7 +24,45 @@ namespace {
 
 constexpr const char* kNoValue = "-1";
 
+using RegisteredDefaults = std::map<std::string, DefaultsValue, std::less<>>;
+
+constexpr std::uint32_t kTargetBezelStyle = 2;
+// The panel asks for the picture of a new item; the driver's start would keep it waiting for seconds.
+constexpr Microseconds kPanelTurn = std::chrono::milliseconds(150);
+
+std::optional<DefaultsValue> defaultsValue(const PropertyListValue& value) {
+    if (const auto* flag = value.as<bool>())
+        return *flag;
+    if (const auto* number = value.as<std::int64_t>())
+        return *number;
+    if (const auto* number = value.as<double>())
+        return *number;
+    if (const auto* text = value.as<std::string>())
+        return *text;
+    return std::nullopt;
+}
+
+RegisteredDefaults defaultsOf(const PropertyListDictionary& dictionary) {
+    RegisteredDefaults defaults;
+    for (const auto& [key, value] : dictionary.entries) {
+        if (auto simple = defaultsValue(value))
+            defaults.emplace(key, std::move(*simple));
+        else
+            logLine("Application: NX.plist has no simple value for \"%s\"", key.c_str());
+    }
+    return defaults;
+}
+
 } // namespace
+
+void LightPenNX7Controller::initialize() {
+    printText("Light n:43 \n");
+    const auto dictionary = Platform::current().shell.bundle.dictionaryWithContentsOfResource("NX", "plist");
+    auto defaults = dictionary ? std::optional(defaultsOf(*dictionary)) : std::nullopt;
+    printText("Light n:44 %p\n", static_cast<const void*>(defaults ? &*defaults : nullptr));
+    if (defaults)
+        Platform::current().defaults.registerDefaults(std::move(*defaults));
+}
 
 LightPenNX7Controller::LightPenNX7Controller()
     : window(std::make_unique<PreviewWindow>()), imageView(window->imageView()),
@@ -29,7 +72,10 @@ LightPenNX7Controller::LightPenNX7Controller()
       faeTextField(debugWindow->faeTextField()) {
     thresholdsTextField->setText(kNoValue);
     faeTextField->setText(kNoValue);
-    wireWindows();
+    // The windows belong to this object and do not outlive it.
+    window->onExit = [this] { invokePreview("previewExitButton"); };
+    window->onDetectAgain = [this] { previewTimerFired("previewDetectAgainButton"); };
+    debugWindow->onButton = [this] { debugWindowButton("debugWindow"); };
 }
 
 LightPenNX7Controller::~LightPenNX7Controller() {
@@ -37,6 +83,85 @@ LightPenNX7Controller::~LightPenNX7Controller() {
     if (calibrationCenter_)
         Platform::current().notifications.removeObserver(this);
 }
+
+void LightPenNX7Controller::awakeFromNib() {
+    makeStatusItem();
+    calibrationCenter_ = std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle,
+                                                                Platform::current().desktop.mainScreen());
+    NotificationCenter& notifications = Platform::current().notifications;
+    notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& notification) {
+        calibrationDidComplete(notification);
+    });
+    deviceConnected_ = false;
+    loadThresholds();
+    printText("Light n:356 轉入Event\n");
+    EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
+    const bool present = driver.isDevicePlugIn();
+    if (present) {
+        startWithUnit(driver);
+    } else {
+        controllerState.menuMode = MenuMode::exitOnly;
+        rebuildMenu(MenuMode::exitOnly);
+    }
+    // Both windows stay above others of their own; the preview is not shown yet.
+    if (isSet(kDebugWindowKey))
+        showDebugWindow(driver, present);
+    processLaunchAtStartUp();
+    notifications.addObserver(this, kCurrentLocaleDidChange, nullptr,
+                              [this](const Notification& notification) { localeDidChanged(notification); });
+    driver.setDeviceDelegate(shared_from_this());
+}
+
+void LightPenNX7Controller::makeStatusItem() {
+    statusItem_ = std::make_unique<StatusItem>();
+    statusItem_->setImage(resourceIcon("disconn"));
+    statusItem_->setMenuOpened([this] { menuOpened(); });
+    printText("Light n:342 menu 設定\n");
+    Platform::current().runLoop.runFor(kPanelTurn);
+}
+
+void LightPenNX7Controller::loadThresholds() {
+    if (!thresholds.empty())
+        return;
+    const auto values = Platform::current().shell.bundle.objectForInfoDictionaryKey("Threshold Values");
+    if (const auto* list = values ? values->as<PropertyListArray>() : nullptr)
+        thresholds = *list;
+    else
+        logLine("Application: Info.plist has no list \"Threshold Values\"; no distance will be marked");
+}
+
+void LightPenNX7Controller::startWithUnit(EventGeneratorNX7& driver) {
+    readDeviceInformation(driver);
+    logLine("Light n:357 cmosVer:0x%x veners: 0x%x",
+            static_cast<unsigned>(controllerState.cmosVersion.load()),
+            static_cast<unsigned>(controllerState.boardVersion.load()));
+    logLine("Light n:358 wireless: %d", EventGeneratorNX7::wirelessPointsFromFlash());
+    controllerState.menuMode = MenuMode::full;
+    rebuildMenu(MenuMode::full);
+    deviceDidAddCallback(driver);
+}
+
+void LightPenNX7Controller::processLaunchAtStartUp() {
+    using Change = LoginListUpdate::Change;
+    logLine("Light n:47 ");
+    const Bundle& bundle = Platform::current().shell.bundle;
+    LoginItems& loginItems = Platform::current().shell.loginItems;
+    LoginListUpdate update =
+        updatedLoginList(loginItems.copyValue(), isSet(kLaunchAtStartUpKey),
+                         {bundle.executablePath(), bundle.bundleIdentifier()},
+                         [&bundle](const std::string& path) { return bundle.bundleIdentifierAtPath(path); });
+    if (update.change == Change::updated)
+        logLine("Light n:87 LightPenNX7 StartUp setting found in system, updating APP path now.");
+    else if (update.change == Change::added)
+        logLine("Light n:79 Nothing is found in login window, adding LightPenNX7 into Start Up Group.");
+    else if (update.change == Change::removed)
+        logLine("Light n:98 User cancel the StartUp function, deleting the login window now.");
+    loginItems.setValue(std::move(update.list));
+    // A list that cannot be stored stays as it was; the store says so in its log line.
+    loginItems.synchronize();
+}
+
+// The unit
 
 void LightPenNX7Controller::readDeviceInformation(const EventGeneratorNX7& driver) {
     controllerState.cmosVersion = driver.cmosVerFromFlash();
@@ -92,18 +217,19 @@ void LightPenNX7Controller::showDeviceRemoved() {
 }
 
 void LightPenNX7Controller::showStatusImage(std::string_view name) {
-    statusItem->setImage(resourceIcon(name));
+    statusItem_->setImage(resourceIcon(name));
     showToolTip();
 }
 
 void LightPenNX7Controller::showToolTip() {
-    statusItem->setToolTip(displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit"));
+    statusItem_->setToolTip(
+        displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit"));
 }
 
 // A desktop may have refused the keyboard to the key window when it was made; now the user turns to this
 // program.
 void LightPenNX7Controller::menuOpened() {
-    if (const auto menu = statusItem->menu())
+    if (const auto menu = statusItem_->menu())
         validateItems(*menu);
     EventGeneratorNX7::askForPairingKeys();
 }

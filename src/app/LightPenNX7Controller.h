@@ -31,9 +31,9 @@ class PreviewImageView;
 class PreviewWindow;
 class StatusItem;
 
-// The application's controller: owns the status item with its menus, the windows and the calibration centre,
-// starts the driver, brings the two together when a unit is there, and does what the user chooses. Main
-// thread, but for what says otherwise. It must be owned by a shared pointer.
+// The application's controller. It owns the status item with its menus, the windows and the calibration
+// centre, starts the driver, brings the two together when a unit is there, and does what the user chooses.
+// Main thread, unless an operation says otherwise. It must be owned by a shared pointer.
 class LightPenNX7Controller final : public EventGeneratorNX7DeviceCallbackProtocol,
                                     public std::enable_shared_from_this<LightPenNX7Controller> {
 public:
@@ -43,10 +43,10 @@ public:
     LightPenNX7Controller(const LightPenNX7Controller&) = delete;
     LightPenNX7Controller& operator=(const LightPenNX7Controller&) = delete;
 
-    // --- Start-up (ControllerStartUp.cpp)
+    // --- Start-up (LightPenNX7Controller.cpp)
 
-    // Registers the application's defaults. Once, before the first controller is made; without its file
-    // nothing is registered.
+    // Registers the application's defaults. Once, before the first controller is made. Without the file of
+    // the defaults it registers nothing.
     static void initialize();
     // Shows the status item, starts the driver (which takes seconds when a unit is there), builds the menu
     // and registers with the driver.
@@ -55,54 +55,7 @@ public:
     // Up".
     void processLaunchAtStartUp();
 
-    // --- Menus (ControllerMenus.cpp). Without a language for its identifier the program ends with a message.
-
-    // Chooses the language, loads its texts and makes the menu.
-    std::shared_ptr<QMenu> constructMenu(MenuMode menuMode);
-    // The menu of a unit that is there, in the texts that are loaded; the identifier's language is marked.
-    std::shared_ptr<QMenu> constructMenuForLocalIdentifier(const std::string& identifier);
-    std::shared_ptr<QMenu> ExitMenuForLocalIdentifier();
-    // Gives the windows their texts.
-    void constructPreviewWindow();
-    // Every item is always enabled.
-    bool validateMenuItem(const QAction& item);
-    // Makes the menu in force anew, in the language of this moment.
-    void localeDidChanged(const Notification& notification);
-
-    // --- Language (ControllerLanguage.cpp)
-
-    // Stores the language of this item; the menus follow when they are next made.
-    void switchLanguage(const QAction& sender);
-    // Forgets the choice, so that the next menu follows the system's language.
-    void resetLanguageSetting();
-    // Opens the help document in the language that was chosen.
-    void help();
-
-    // --- Actions (ControllerActions.cpp). A sender that is a text is only logged.
-
-    // Starts a calibration with four targets: an automatic one when the default "Auto Calibration" is true.
-    void calibration(const std::string& sender);
-    // Stores the points in the unit, which takes a while, and has the pen move the pointer with them.
-    void calibrationDidComplete(const Notification& notification);
-    // Sends the settings to the unit, then stores the item's tag as the distance.
-    void distance(const QAction& sender);
-    // Shows the versions of the unit that was last there.
-    void about(const std::string& sender);
-    // Ends the program, from nested waits too.
-    void exit(const std::string& sender);
-
-    // --- Windows (ControllerWindows.cpp)
-
-    // Hiding it has the pen's reports taken again.
-    void showPreviewWindow(bool show);
-    // Shows the window when it is hidden, hides it when it is shown.
-    void invokePreview(const std::string& sender);
-    // Fetches a new picture and shows it; runs the main loop meanwhile.
-    void previewTimerFired(const std::string& timer);
-    // Sends the settings to the unit.
-    void debugWindowButton(const std::string& sender);
-
-    // --- The driver's callbacks
+    // --- The driver's callbacks (LightPenNX7Controller.cpp)
 
     // A unit has arrived: its versions are read and its menu is made.
     void statMenu(EventGeneratorNX7& driver) override;
@@ -116,36 +69,63 @@ public:
     void noiseDetectedCallback(EventGeneratorNX7& driver) override;
     bool respondsTo(Operation) const override { return true; }
 
+    // --- Menus and their language (ControllerMenus.cpp). Without a language for its identifier the program
+    // ends with a message.
+
+    // Chooses the language, loads its texts and makes the menu.
+    std::shared_ptr<QMenu> constructMenu(MenuMode menuMode);
+    // The menu of a unit that is there, in the texts that are loaded; the identifier's language is marked.
+    std::shared_ptr<QMenu> constructMenuForLocalIdentifier(const std::string& identifier);
+    std::shared_ptr<QMenu> ExitMenuForLocalIdentifier();
+    // Gives the windows their texts.
+    void constructPreviewWindow();
+    // Every item is always enabled.
+    bool validateMenuItem(const QAction& item);
+    // Makes the menu in force anew, in the present language.
+    void localeDidChanged(const Notification& notification);
+
+    // --- What the user chooses (ControllerActions.cpp). A sender that is a text is only logged.
+
+    // Starts a calibration with four targets: an automatic one when the default "Auto Calibration" is true.
+    void calibration(const std::string& sender);
+    // Stores the points in the unit, which takes a while, and has the pen move the pointer with them.
+    void calibrationDidComplete(const Notification& notification);
+    // Sends the settings to the unit, then stores the item's tag as the distance.
+    void distance(const QAction& sender);
+    // Stores the language of this item; the menus follow when they are next made.
+    void switchLanguage(const QAction& sender);
+    // Opens the help document in the language that was chosen.
+    void help();
+    // Shows the versions of the unit that was last there.
+    void about(const std::string& sender);
+    // Ends the program, from nested waits too.
+    void exit(const std::string& sender);
+    // Hiding the window has the pen's reports taken again.
+    void showPreviewWindow(bool show);
+    // Shows the window when it is hidden, hides it when it is shown.
+    void invokePreview(const std::string& sender);
+    // Fetches a new picture and shows it; runs the main loop meanwhile.
+    void previewTimerFired(const std::string& timer);
+    // Sends the settings to the unit.
+    void debugWindowButton(const std::string& sender);
+
     // Whether a unit is open. Any thread.
     bool deviceConnected() const { return deviceConnected_; }
-
-    // --- The interface: the windows with what they show, and the status item
-
-    std::unique_ptr<PreviewWindow> window;
-    PreviewImageView* imageView;
-    QLabel* previewMessage;
-    QPushButton* previewExitButton;
-    QPushButton* previewDetectAgainButton;
-    std::unique_ptr<DebugWindow> debugWindow;
-    QLineEdit* thresholdsTextField;
-    QLineEdit* faeTextField;
-
-private:
-    // Nothing ever schedules it; a picture is fetched when the user asks for one.
-    std::string previewTimer;
-
-public:
-    std::unique_ptr<StatusItem> statusItem; // none before awakeFromNib
+    // The item in the panel; null before awakeFromNib().
+    const StatusItem* statusItem() const { return statusItem_.get(); }
 
 private:
     using ItemOperation = std::function<void(LightPenNX7Controller&, QAction&)>;
 
-    void wireWindows();
     void makeStatusItem();
     void loadThresholds();
     void startWithUnit(EventGeneratorNX7& driver);
     void showDebugWindow(const EventGeneratorNX7& driver, bool present);
     void readDeviceInformation(const EventGeneratorNX7& driver);
+    void showStatusImage(std::string_view name);
+    void showToolTip();
+    void menuOpened();
+    void showDeviceRemoved();
 
     std::string choosePreferredLanguage() const;
     void loadLanguage(const std::string& identifier, MenuMode menuMode);
@@ -159,16 +139,20 @@ private:
     QPointer<QAction> addDistance(QMenu& menu, std::string_view titleKey, int tag);
     void addLanguages(QMenu& menu, const std::string& identifier);
     void loadLanguages();
-    const std::string* displayString(std::string_view key) const;
     QString displayText(std::string_view key) const;
-
-    void showThresholdAndExposure(const EventGeneratorNX7& driver);
     void markDistances(std::int32_t exposure) const;
-    void showStatusImage(std::string_view name);
-    void showToolTip();
-    void menuOpened();
-    void showDeviceRemoved();
 
+    // The preview window and what it shows, the debug window and its two fields.
+    const std::unique_ptr<PreviewWindow> window;
+    PreviewImageView* const imageView;
+    QLabel* const previewMessage;
+    QPushButton* const previewExitButton;
+    QPushButton* const previewDetectAgainButton;
+    const std::unique_ptr<DebugWindow> debugWindow;
+    QLineEdit* const thresholdsTextField;
+    QLineEdit* const faeTextField;
+
+    std::unique_ptr<StatusItem> statusItem_;
     std::vector<std::string> languages;
     PropertyListArray thresholds;
     PropertyListDictionary languageDict;
@@ -180,6 +164,15 @@ private:
     QPointer<QAction> distanceItem1;
 
     const std::thread::id mainThread_ = std::this_thread::get_id();
+
+    // --- Kept by name: the program neither calls the operation nor uses the value.
+
+public:
+    // Forgets the choice of a language, so that the next menu follows the system's.
+    void resetLanguageSetting();
+
+private:
+    std::string previewTimer; // would fetch pictures again and again
 };
 
 } // namespace lightpen

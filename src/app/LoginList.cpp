@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kNameInPath = "LightPenNX7";
 
-// Where an entry is stored is no part of what it says: the same entry stored twice goes twice.
+// The place of storage does not count: an entry that is stored twice is removed twice.
 bool sayTheSame(const LoginItem& one, const LoginItem& other) {
     return one.path == other.path && one.hide == other.hide && one.identifier == other.identifier &&
            one.foreign == other.foreign;

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/MenuItems.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 #include <QAction>
 
@@ -17,9 +15,7 @@ constexpr double kIntegerLimit = 9.0e18;
 } // namespace
 
 std::string describe(const QAction& item) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "<QAction: %p>", static_cast<const void*>(&item));
-    return text.data();
+    return QString::asprintf("<QAction: %p>", static_cast<const void*>(&item)).toStdString();
 }
 
 QString itemText(const QString& title) {

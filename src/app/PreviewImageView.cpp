@@ -59,8 +59,7 @@ QSize PreviewImageView::minimumSizeHint() const {
     return sizeFor(1, 1);
 }
 
-// In pixels of the screen rather than points: at a scale of 1.5 whole factors of points would be none of
-// pixels.
+// In pixels of the screen rather than points: at a scale of 1.5 whole points are no whole pixels.
 void PreviewImageView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     const double ratio = devicePixelRatioF();

@@ -8,26 +8,24 @@
 
 namespace lightpen {
 
-// Shows the camera's picture as large as fits: each pixel of it is a square of whole pixels of the screen,
-// without smoothing, so that what one sees is what the camera saw. A thin frame marks the picture's edge.
-// Main thread.
+// Shows the camera's picture as large as fits. Each of its pixels is a square of whole pixels of the screen,
+// without smoothing, so that one sees what the camera saw. A thin frame marks the picture's edge. Main
+// thread.
 class PreviewImageView final : public QWidget {
 public:
     explicit PreviewImageView(QWidget* parent = nullptr);
 
-    // The picture from now on; none clears it.
+    // The picture from now on; null clears the view.
     void setImage(PreviewImageRef image);
-    // Null while there is none.
+    // Null without a picture.
     PreviewImageRef image() const { return image_; }
 
-    // Where the picture stands in a place of this size, in pixels of the screen; at its own size in a place
-    // that is too small for it.
+    // Where the picture stands in a room of this size, in pixels of the screen. In a room that is too small
+    // it has its own size.
     static QRect placeOfPicture(const QSize& room);
-    // The size in points of a view that shows each pixel of the picture as so many pixels of a screen which
-    // has this many a point.
+    // The size in points of a view that shows each pixel of the picture as `factor` pixels of the screen.
     static QSize sizeFor(int factor, double pixelsPerPoint);
-    // The width in points at which a view in this room, also in points, holds the picture and nothing beside
-    // it.
+    // The width of the picture with its frame in a room of this size, both in points.
     int widthThatFills(const QSize& room) const;
 
     QSize sizeHint() const override;

@@ -6,7 +6,6 @@
 
 #include <QGuiApplication>
 #include <QImageReader>
-#include <QPainter>
 
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -15,60 +14,40 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::string_view kType = "svg";
 constexpr int kPanelSide = 22;
-constexpr int kPlainSide = 64;
 
-std::optional<std::string> fileOf(std::string_view name) {
-    auto path = Platform::current().shell.bundle.pathForResource(name, kType);
-    if (!path)
-        logLine("Application: the picture %.*s.svg is missing", static_cast<int>(name.size()), name.data());
-    return path;
+std::optional<QString> fileOf(std::string_view name) {
+    if (const auto path = Platform::current().shell.bundle.pathForResource(name, "svg"))
+        return QString::fromStdString(*path);
+    logLine("Application: the picture %.*s.svg is missing", static_cast<int>(name.size()), name.data());
+    return std::nullopt;
 }
 
-void logUnreadable(const std::string& path) {
-    logLine("Application: the picture %s cannot be read", path.c_str());
-}
-
-// Seen on any panel: light, with a dark edge.
-QIcon plainIcon() {
-    QPixmap pixmap(kPlainSide, kPlainSide);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Qt::black, kPlainSide / 8.0));
-    painter.setBrush(Qt::white);
-    const double margin = kPlainSide / 8.0;
-    painter.drawEllipse(QRectF(0, 0, kPlainSide, kPlainSide).adjusted(margin, margin, -margin, -margin));
-    return QIcon(pixmap);
+void logUnreadable(const QString& path) {
+    logLine("Application: the picture %s cannot be read", qUtf8Printable(path));
 }
 
 } // namespace
 
 QIcon resourceIcon(std::string_view name) {
     const auto path = fileOf(name);
-    if (!path)
-        return plainIcon();
-    QIcon icon(QString::fromStdString(*path));
-    if (!icon.pixmap(kPanelSide).isNull())
+    QIcon icon = path ? QIcon(*path) : QIcon();
+    if (!path || !icon.pixmap(kPanelSide).isNull())
         return icon;
     logUnreadable(*path);
-    return plainIcon();
+    return {};
 }
 
-QPixmap resourceTargetImage(TargetImage image) {
-    const auto path = fileOf(image == TargetImage::automatic ? "auto" : "calib");
+QPixmap resourceImage(std::string_view name) {
+    const auto path = fileOf(name);
     if (!path)
-        return targetImage(image);
-    QImageReader reader(QString::fromStdString(*path));
+        return {};
+    QImageReader reader(*path);
     const double ratio = qGuiApp->devicePixelRatio();
-    const QSize size = reader.size();
-    reader.setScaledSize((QSizeF(size) * ratio).toSize());
+    reader.setScaledSize((QSizeF(reader.size()) * ratio).toSize());
     QPixmap pixmap = QPixmap::fromImageReader(&reader);
-    if (size.isEmpty() || pixmap.isNull()) {
+    if (pixmap.isNull())
         logUnreadable(*path);
-        return targetImage(image);
-    }
     pixmap.setDevicePixelRatio(ratio);
     return pixmap;
 }

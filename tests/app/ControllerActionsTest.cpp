@@ -8,8 +8,7 @@
 
 #include "app/AboutPanel.h"
 #include "app/ControllerFixture.h"
-#include "app/DebugWindow.h"
-#include "app/PreviewWindow.h"
+#include "app/PreviewImageView.h"
 
 namespace lightpen {
 namespace {
@@ -56,7 +55,7 @@ TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
     EXPECT_EQ(desk.defaults.set.at("Projection Distance"), DefaultsValue(std::int64_t{2}));
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("* Distance3", "Distance2", "Distance1"));
-    EXPECT_EQ(controller->faeTextField->text(), "46");
+    EXPECT_EQ(textOf("faeTextField"), "46");
 }
 
 TEST_F(ControllerActionsTest, AboutShowsTheVersionsOfTheUnit) {
@@ -113,47 +112,48 @@ TEST_F(ControllerActionsTest, TheTargetHasTheSizeOfItsPicture) {
     EXPECT_EQ(used->targetSize().height, 32);
 }
 
-TEST_F(ControllerActionsTest, AMissingPictureIsDrawnAndNamed) {
+TEST_F(ControllerActionsTest, WithoutItsPictureTheTargetIsAPlainButton) {
     desk.bundle.files.erase("calib.svg");
     startWithUnit();
     controller->calibration("x");
     EXPECT_THAT(log.lines(), Contains("Application: the picture calib.svg is missing"));
     const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
     ASSERT_NE(used, nullptr);
-    EXPECT_EQ(used->targetSize().width, 64);
-    EXPECT_FALSE(used->calibrationTarget()->icon().isNull());
+    EXPECT_EQ(used->targetSize(), (Size{20, 20}));
+    EXPECT_TRUE(used->calibrationTarget()->isBordered());
+    EXPECT_TRUE(windowIsVisible());
 }
 
 TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAgain) {
     startWithUnit();
     controller->noiseDetectedCallback(*driver);
-    EXPECT_TRUE(controller->window->isVisible());
+    EXPECT_TRUE(widget("PreviewWindow").isVisible());
     EXPECT_THAT(log.takeLines(), ElementsAre("Light n:784 noiseDetectedCallback", "Light n:389 "));
     unit.takeOperations();
-    controller->previewExitButton->click();
-    EXPECT_FALSE(controller->window->isVisible());
+    widget<QPushButton>("previewExitButton").click();
+    EXPECT_FALSE(widget("PreviewWindow").isVisible());
     EXPECT_THAT(log.takeLines(), ElementsAre("Light n:389 "));
     EXPECT_THAT(unit.takeOperations(), Contains("queue4.start()"));
     controller->invokePreview("x");
-    EXPECT_TRUE(controller->window->isVisible());
+    EXPECT_TRUE(widget("PreviewWindow").isVisible());
     controller->invokePreview("x");
-    EXPECT_FALSE(controller->window->isVisible());
+    EXPECT_FALSE(widget("PreviewWindow").isVisible());
 }
 
 TEST_F(ControllerActionsTest, DetectAgainAsksForAPicture) {
     start();
     const PreviewImageRef old = std::make_shared<const PreviewImage>();
-    controller->imageView->setImage(old);
-    controller->previewDetectAgainButton->click();
+    widget<PreviewImageView>("imageView").setImage(old);
+    widget<QPushButton>("previewDetectAgainButton").click();
     EXPECT_EQ(log.lines().front(), "Light n:386 fired");
-    EXPECT_EQ(controller->imageView->image(), nullptr) << "without a unit there is none";
+    EXPECT_EQ(widget<PreviewImageView>("imageView").image(), nullptr) << "without a unit there is none";
 }
 
 TEST_F(ControllerActionsTest, TheDebugWindowsButtonSendsTheSettings) {
     desk.defaults.set["Debug Window"] = true;
     startWithUnit();
     unit.takeSent();
-    controller->debugWindow->onButton();
+    widget<QPushButton>("button").click();
     EXPECT_EQ(log.lines().front(), "Light n:847 ");
     EXPECT_FALSE(unit.takeSent().empty());
 }

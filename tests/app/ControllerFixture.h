@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <QAction>
+#include <QApplication>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -148,7 +149,18 @@ protected:
         start();
     }
 
-    QMenu& menu() const { return *controller->statusItem->menu(); }
+    QMenu& menu() const { return *controller->statusItem()->menu(); }
+    // One of the program's windows, or a widget in one, by its name.
+    template <class Widget = QWidget>
+    static Widget& widget(const char* name) {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            QWidget* found = window->objectName() == name ? window : window->findChild<QWidget*>(name);
+            if (auto* wanted = dynamic_cast<Widget*>(found))
+                return *wanted;
+        }
+        throw std::runtime_error(std::string("no widget ") + name);
+    }
+    static std::string textOf(const char* field) { return widget<QLineEdit>(field).text().toStdString(); }
     // Each item in one word or more: "-" is a separator, "Language >" has a menu of its own, "* Distance1" is
     // marked.
     static std::vector<std::string> itemsOf(const QMenu& menu) {

@@ -28,9 +28,9 @@ TEST_F(ControllerLanguageTest, TheSystemsFirstLanguageCountsWithoutAChoice) {
     desk.locales.languages = {"ja", "de"};
     start();
     EXPECT_EQ(exitTitle(), "ja:Exit");
-    EXPECT_EQ(controller->previewExitButton->text(), "ja:Exit");
-    EXPECT_EQ(controller->previewDetectAgainButton->text(), "ja:Detect again!");
-    EXPECT_EQ(controller->previewMessage->text(), QString("ja:") + kStrayLightMessage);
+    EXPECT_EQ(widget<QPushButton>("previewExitButton").text(), "ja:Exit");
+    EXPECT_EQ(widget<QPushButton>("previewDetectAgainButton").text(), "ja:Detect again!");
+    EXPECT_EQ(widget<QLabel>("previewMessage").text(), QString("ja:") + kStrayLightMessage);
 }
 
 TEST_F(ControllerLanguageTest, ARegionSelectsEnglish) {

@@ -68,7 +68,7 @@ TEST_F(ControllerMenusTest, LinesOfTheFullMenuInTheirOrder) {
                                          std::string("Light n:310 ") + kStrayLightMessage, "Light n:165 ",
                                          "Light n:260 English == en", "Light n:260 German == de",
                                          "Light n:260 Japanese == ja", "Light n:280 About..."));
-    EXPECT_NE(made, controller->statusItem->menu());
+    EXPECT_NE(made, controller->statusItem()->menu());
 }
 
 TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
@@ -88,7 +88,7 @@ TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
     setExposure(8);
     controller->deviceDidAddCallback(*driver);
     EXPECT_THAT(itemsOf(submenu("Projection Distance")), ElementsAre("Distance3", "Distance2", "Distance1"));
-    EXPECT_EQ(controller->faeTextField->text(), "8");
+    EXPECT_EQ(textOf("faeTextField"), "8");
 }
 
 TEST_F(ControllerMenusTest, TooFewThresholdsMarkWhatTheyHave) {
@@ -128,7 +128,7 @@ TEST_F(ControllerMenusTest, AMissingTableLeavesAllUntitled) {
     desk.bundle.dictionaries.erase("English.strings");
     startWithUnit();
     EXPECT_THAT(itemsOf(menu()), ElementsAre("", "-", "", ""));
-    EXPECT_EQ(controller->previewMessage->text(), "");
+    EXPECT_EQ(widget<QLabel>("previewMessage").text(), "");
     controller->constructPreviewWindow();
     EXPECT_THAT(log.lines(), Contains("Light n:310 (null)"));
 }
@@ -158,12 +158,12 @@ TEST_F(ControllerMenusTest, AClickAloneMarksNothing) {
 TEST_F(ControllerMenusTest, AMenuMadeAnewWhileItIsOpenReplacesIt) {
     wantEverything();
     start();
-    const QPointer<QMenu> old = controller->statusItem->menu().get();
+    const QPointer<QMenu> old = controller->statusItem()->menu().get();
     openMenu();
     openUnit();
     controller->statMenu(*driver);
     controller->deviceDidAddCallback(*driver);
-    EXPECT_NE(controller->statusItem->menu().get(), old.data());
+    EXPECT_NE(controller->statusItem()->menu().get(), old.data());
     EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
     EXPECT_NE(find(menu(), "Distance2"), nullptr);
     controller->deviceDidRemoveCallback(*driver);

@@ -6,8 +6,6 @@
 
 #include "app/ApplicationMain.h"
 #include "app/ControllerFixture.h"
-#include "app/DebugWindow.h"
-#include "app/PreviewWindow.h"
 
 namespace lightpen {
 namespace {
@@ -30,7 +28,7 @@ protected:
     }
     // What the picture of the status item shows.
     QColor statusColour() const {
-        return controller->statusItem->image().pixmap(16).toImage().pixelColor(8, 8);
+        return controller->statusItem()->image().pixmap(16).toImage().pixelColor(8, 8);
     }
 };
 
@@ -64,7 +62,7 @@ TEST_F(ControllerStartUpTest, TheItemIsThereBeforeTheDriverIsAskedFor) {
     log.onOutput = [&](std::string_view text) {
         texts.emplace_back(text);
         if (text.starts_with("Light n:342")) {
-            ASSERT_NE(controller->statusItem, nullptr);
+            ASSERT_NE(controller->statusItem(), nullptr);
             EXPECT_EQ(statusColour(), QColor(Qt::red));
         }
     };
@@ -79,8 +77,11 @@ TEST_F(ControllerStartUpTest, TheItemIsThereBeforeTheDriverIsAskedFor) {
 }
 
 TEST_F(ControllerStartUpTest, StartWithAUnitInItsOrder) {
+    sharedState.cmosVer = 0x21;
+    sharedState.NX9Ver = 0x34;
+    sharedState.wireless = 1;
     desk.defaults.set["Launch At Start Up"] = true;
-    openUnit({.NX9Ver = 0x34, .cmosVer = 0x21});
+    openUnit();
     controller->awakeFromNib();
     std::vector<std::string> own;
     for (const std::string& line : log.lines())
@@ -94,8 +95,8 @@ TEST_F(ControllerStartUpTest, StartWithAUnitInItsOrder) {
     EXPECT_EQ(controllerState.cmosVersion, 0x21);
     EXPECT_EQ(controllerState.boardVersion, 0x34);
     EXPECT_EQ(statusColour(), QColor(Qt::green));
-    EXPECT_EQ(controller->thresholdsTextField->text(), "512");
-    EXPECT_EQ(controller->faeTextField->text(), "25");
+    EXPECT_EQ(textOf("thresholdsTextField"), "512");
+    EXPECT_EQ(textOf("faeTextField"), "25");
     EXPECT_TRUE(controller->deviceConnected());
     EXPECT_EQ(driver->deviceDelegate(), controller);
 }
@@ -106,26 +107,27 @@ TEST_F(ControllerStartUpTest, StartWithoutAUnitInItsOrder) {
                 ElementsAre("Light n:311 ", "Light n:384 en modeMenu:2", StartsWith("Light n:310 Strong"),
                             "Light n:150 ", "Light n:47 ", "Event n:721 _hasNoise:0, has implement:1"));
     EXPECT_EQ(statusColour(), QColor(Qt::red));
-    EXPECT_EQ(controller->thresholdsTextField->text(), "-1");
-    EXPECT_EQ(controller->faeTextField->text(), "-1");
+    EXPECT_EQ(textOf("thresholdsTextField"), "-1");
+    EXPECT_EQ(textOf("faeTextField"), "-1");
     EXPECT_FALSE(controller->deviceConnected());
-    EXPECT_FALSE(controller->window->isVisible());
-    EXPECT_FALSE(controller->debugWindow->isVisible());
+    EXPECT_FALSE(widget("PreviewWindow").isVisible());
+    EXPECT_FALSE(widget("DebugWindow").isVisible());
 }
 
 TEST_F(ControllerStartUpTest, TheDebugWindowShowsWithItsDefaultAlone) {
     desk.defaults.set["Debug Window"] = true;
-    startWithUnit(77);
-    EXPECT_TRUE(controller->debugWindow->isVisible());
-    EXPECT_EQ(controller->faeTextField->text(), "77");
-    EXPECT_EQ(controller->debugWindow->windowTitle(), "Debug");
+    driver->_forcedExposure = 77;
+    startWithUnit();
+    EXPECT_TRUE(widget("DebugWindow").isVisible());
+    EXPECT_EQ(textOf("faeTextField"), "77");
+    EXPECT_EQ(widget("DebugWindow").windowTitle(), "Debug");
 }
 
 TEST_F(ControllerStartUpTest, StrayLightAtTheStartWarnsAndLeavesTheExit) {
-    sightings = 12;
+    sharedState.strayLightLevel = 12;
     openUnit();
     controller->awakeFromNib();
-    EXPECT_TRUE(controller->window->isVisible());
+    EXPECT_TRUE(widget("PreviewWindow").isVisible());
     EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
     EXPECT_FALSE(controller->deviceConnected());
     const auto lines = log.lines();
@@ -133,18 +135,17 @@ TEST_F(ControllerStartUpTest, StrayLightAtTheStartWarnsAndLeavesTheExit) {
     const auto removed = std::find(lines.begin(), lines.end(), "Light n:883 ");
     EXPECT_LT(warned, removed);
     EXPECT_NE(removed, lines.end());
-    sightings = 0;
-    controller->showPreviewWindow(false);
-    EXPECT_TRUE(controller->deviceConnected()) << "whoever closes the check looks for the unit again";
 }
 
-TEST_F(ControllerStartUpTest, MissingPicturesAreNamedAndStoodInFor) {
+TEST_F(ControllerStartUpTest, MissingPicturesAreNamedAndTheProgramGoesOn) {
     desk.bundle.files.clear();
     openUnit();
     controller->awakeFromNib();
     EXPECT_THAT(log.lines(), Contains("Application: the picture disconn.svg is missing"));
     EXPECT_THAT(log.lines(), Contains("Application: the picture connect.svg is missing"));
-    EXPECT_EQ(statusColour(), QColor(Qt::white));
+    EXPECT_TRUE(controller->statusItem()->image().isNull());
+    EXPECT_TRUE(controller->deviceConnected());
+    EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
 }
 
 TEST_F(ControllerStartUpTest, TheLoginListIsWrittenAtEveryStart) {

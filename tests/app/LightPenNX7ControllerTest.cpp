@@ -181,12 +181,12 @@ TEST_F(LightPenNX7ControllerTest, TheMenuOfARemovalOnThePointThreadFollowsOnTheM
     EXPECT_THAT(lines, ElementsAre("Light n:883 ", "Light n:774 "));
     EXPECT_FALSE(controller->deviceConnected());
     EXPECT_EQ(controllerState.menuMode.load(), MenuMode::exitOnly);
-    EXPECT_EQ(controller->faeTextField->text(), "25");
+    EXPECT_EQ(textOf("faeTextField"), "25");
     EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
     runMainLoop();
     EXPECT_THAT(itemsOf(menu()), ElementsAre("Exit"));
-    EXPECT_EQ(controller->thresholdsTextField->text(), "-1");
-    EXPECT_EQ(controller->faeTextField->text(), "-1");
+    EXPECT_EQ(textOf("thresholdsTextField"), "-1");
+    EXPECT_EQ(textOf("faeTextField"), "-1");
 }
 
 TEST_F(LightPenNX7ControllerTest, AUnitThatArrivesBeforeTheMainThreadGetsThereStaysShown) {
@@ -195,7 +195,7 @@ TEST_F(LightPenNX7ControllerTest, AUnitThatArrivesBeforeTheMainThreadGetsThereSt
     controller->deviceDidAddCallback(*driver);
     runMainLoop();
     EXPECT_THAT(itemsOf(menu()), Contains("Calibration"));
-    EXPECT_EQ(controller->faeTextField->text(), "25");
+    EXPECT_EQ(textOf("faeTextField"), "25");
 }
 
 TEST_F(LightPenNX7ControllerTest, AControllerThatIsGoneByThenIsLeftAlone) {
