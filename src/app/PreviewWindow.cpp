@@ -23,10 +23,6 @@ constexpr QMargins kFrame(6, 36, 6, 6);
 constexpr int kLargestFactor = 6;
 constexpr int kCharactersInLine = 60;
 
-bool isEnter(const QKeyEvent& event) {
-    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
-}
-
 } // namespace
 
 PreviewWindow::PreviewWindow(QWidget* parent)
@@ -121,7 +117,7 @@ void PreviewWindow::resizeEvent(QResizeEvent* event) {
 void PreviewWindow::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Cancel))
         ui_->previewExitButton->click();
-    else if (isEnter(*event))
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         ui_->previewDetectAgainButton->click();
     else
         QWidget::keyPressEvent(event);
