@@ -77,11 +77,8 @@ TEST_F(ControllerStartUpTest, TheItemIsThereBeforeTheDriverIsAskedFor) {
 }
 
 TEST_F(ControllerStartUpTest, StartWithAUnitInItsOrder) {
-    sharedState.cmosVer = 0x21;
-    sharedState.NX9Ver = 0x34;
-    sharedState.wireless = 1;
     desk.defaults.set["Launch At Start Up"] = true;
-    openUnit();
+    openUnit({.NX9Ver = 0x34, .cmosVer = 0x21});
     controller->awakeFromNib();
     std::vector<std::string> own;
     for (const std::string& line : log.lines())
@@ -116,15 +113,14 @@ TEST_F(ControllerStartUpTest, StartWithoutAUnitInItsOrder) {
 
 TEST_F(ControllerStartUpTest, TheDebugWindowShowsWithItsDefaultAlone) {
     desk.defaults.set["Debug Window"] = true;
-    driver->_forcedExposure = 77;
-    startWithUnit();
+    startWithUnit(77);
     EXPECT_TRUE(widget("DebugWindow").isVisible());
     EXPECT_EQ(textOf("faeTextField"), "77");
     EXPECT_EQ(widget("DebugWindow").windowTitle(), "Debug");
 }
 
 TEST_F(ControllerStartUpTest, StrayLightAtTheStartWarnsAndLeavesTheExit) {
-    sharedState.strayLightLevel = 12;
+    sightings = 12;
     openUnit();
     controller->awakeFromNib();
     EXPECT_TRUE(widget("PreviewWindow").isVisible());
@@ -135,6 +131,9 @@ TEST_F(ControllerStartUpTest, StrayLightAtTheStartWarnsAndLeavesTheExit) {
     const auto removed = std::find(lines.begin(), lines.end(), "Light n:883 ");
     EXPECT_LT(warned, removed);
     EXPECT_NE(removed, lines.end());
+    sightings = 0;
+    controller->showPreviewWindow(false);
+    EXPECT_TRUE(controller->deviceConnected()) << "whoever closes the check looks for the unit again";
 }
 
 TEST_F(ControllerStartUpTest, MissingPicturesAreNamedAndTheProgramGoesOn) {

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "app/PreviewPlace.h"
 
-#include <gtest/gtest.h>
+#include <QApplication>
+
+#include "device/FloatPanel.h"
+#include "kit/device/DriverFixture.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 
@@ -22,6 +26,28 @@ TEST(CheckPanelPlaceTest, LeavesAThirdBelowASixthAboveAndAQuarterBeside) {
 TEST(CheckPanelPlaceTest, PartsOfPointsAreCutOff) {
     // 1/4 of 1023 is 255.75, 1/3 of 769 is 256.33, halves are 511.5 and 384.5.
     EXPECT_EQ(checkPanelPlace({0, 0, 1023, 769}), QRect(255, 769 - 256 - 384, 511, 384));
+}
+
+class CheckPanelPlaceInDriverTest : public DriverFixture {
+protected:
+    // The driver's panel on the screen, counted from its upper left corner.
+    static QRect shownPanel() {
+        for (const QWidget* window : QApplication::topLevelWidgets())
+            if (dynamic_cast<const FloatPanel*>(window) && window->isVisible())
+                return window->geometry();
+        return {};
+    }
+    const bool hasWindows = ensureOffscreenApplication();
+};
+
+TEST_F(CheckPanelPlaceInDriverTest, IsWhereTheDriverPutsThePanel) {
+    for (const Size size : {Size{1024, 768}, Size{1366, 769}, Size{3001, 1997}}) {
+        desk.desktop.frame = ScreenRect{{0, 0}, size};
+        driver->Nx9windowChTwoPoint();
+        EXPECT_EQ(shownPanel(), checkPanelPlace({0, 0, int(size.width), int(size.height)}));
+        driver->Nx9windowrelease();
+        EXPECT_TRUE(shownPanel().isEmpty());
+    }
 }
 
 class PreviewPlaceTest : public testing::TestWithParam<Case> {};
