@@ -15,8 +15,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsSupersetOf;
-using testing::StartsWith;
 
 class ControllerActionsTest : public ControllerFixture {
 protected:
@@ -28,6 +26,29 @@ protected:
         return false;
     }
 };
+
+// What the log has of each click, one after the other.
+TEST_F(ControllerActionsTest, ClicksInTheirOrder) {
+    wantEverything();
+    desk.bundle.files["enu.htm"] = "/bundle/resources/enu.htm";
+    startWithUnit();
+    for (const char* chosen : {"Distance3", "German", "Help", "About...", "Calibration"}) {
+        happened.note(std::string("-- ") + chosen);
+        item(chosen).trigger();
+    }
+    pressEscape();
+    happened.note("-- stray light");
+    controller->noiseDetectedCallback(*driver);
+    happened.note("-- the buttons of the windows");
+    widget<QPushButton>("previewExitButton").click();
+    widget<QPushButton>("button").click();
+    happened.note("-- the language is forgotten");
+    controller->resetLanguageSetting();
+    item("Help").trigger();
+    happened.note("-- Exit");
+    item("Exit").trigger();
+    EXPECT_TRUE(matchesTranscript("app/transcripts/clicks"));
+}
 
 TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
     wantEverything();
@@ -43,8 +64,6 @@ TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
     EXPECT_EQ(desk.defaults.set.at("Projection Distance"), DefaultsValue(std::int64_t{0}));
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("Distance3", "Distance2", "* Distance1"));
-    EXPECT_EQ(log.lines().front(), "Light n:707 ");
-    EXPECT_EQ(log.lines().back(), "Light n:737 distance : " + addressOf(item("Distance3")));
 }
 
 TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
@@ -61,9 +80,7 @@ TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
 TEST_F(ControllerActionsTest, AboutShowsTheVersionsOfTheUnit) {
     openUnit({.wireless = 0, .NX9Ver = 0x23, .cmosVer = 0x1F});
     start();
-    QAction& about = item("About...");
-    about.trigger();
-    EXPECT_THAT(log.lines(), ElementsAre("Light n:741 about : " + addressOf(about)));
+    item("About...").trigger();
     EXPECT_TRUE(aboutPanelSays("Dongle version 2.3"));
     EXPECT_TRUE(aboutPanelSays("CMOS version 1.15"));
     EXPECT_TRUE(aboutPanelSays("NX9 Driver"));
@@ -87,9 +104,7 @@ TEST_F(ControllerActionsTest, TheButtonOfAboutSpeaksTheLanguageOfTheMenu) {
 
 TEST_F(ControllerActionsTest, ExitEndsTheProgram) {
     start();
-    QAction& exit = item("Exit");
-    exit.trigger();
-    EXPECT_THAT(log.lines(), ElementsAre("Light n:746 exit : " + addressOf(exit)));
+    item("Exit").trigger();
     EXPECT_EQ(desk.runLoop.terminateStatus(), 0);
 }
 
@@ -97,8 +112,7 @@ TEST_F(ControllerActionsTest, TheMenusCalibrationNamesItsItem) {
     startWithUnit();
     QAction& calibration = item("Calibration");
     calibration.trigger();
-    EXPECT_THAT(log.lines(), IsSupersetOf({std::string("Light n:646 "),
-                                           "Light n:688 calibration : " + addressOf(calibration)}));
+    EXPECT_EQ(log.lines().back().substr(log.lines().back().find('<')), addressOf(calibration));
     EXPECT_TRUE(windowIsVisible());
 }
 
@@ -128,11 +142,9 @@ TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAga
     startWithUnit();
     controller->noiseDetectedCallback(*driver);
     EXPECT_TRUE(widget("PreviewWindow").isVisible());
-    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:784 noiseDetectedCallback", "Light n:389 "));
     unit.takeOperations();
     widget<QPushButton>("previewExitButton").click();
     EXPECT_FALSE(widget("PreviewWindow").isVisible());
-    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:389 "));
     EXPECT_THAT(unit.takeOperations(), Contains("queue4.start()"));
     controller->invokePreview("x");
     EXPECT_TRUE(widget("PreviewWindow").isVisible());
@@ -145,7 +157,6 @@ TEST_F(ControllerActionsTest, DetectAgainAsksForAPicture) {
     const PreviewImageRef old = std::make_shared<const PreviewImage>();
     widget<PreviewImageView>("imageView").setImage(old);
     widget<QPushButton>("previewDetectAgainButton").click();
-    EXPECT_EQ(log.lines().front(), "Light n:386 fired");
     EXPECT_EQ(widget<PreviewImageView>("imageView").image(), nullptr) << "without a unit there is none";
 }
 
@@ -154,14 +165,14 @@ TEST_F(ControllerActionsTest, TheDebugWindowsButtonSendsTheSettings) {
     startWithUnit();
     unit.takeSent();
     widget<QPushButton>("button").click();
-    EXPECT_EQ(log.lines().front(), "Light n:847 ");
     EXPECT_FALSE(unit.takeSent().empty());
 }
 
 TEST_F(ControllerActionsTest, TheDebugWindowsButtonWithoutAUnitSendsNothing) {
     start();
     controller->debugWindowButton("x");
-    EXPECT_THAT(log.lines(), ElementsAre("Light n:847 ", "Event n:1958 device is not plugged."));
+    EXPECT_THAT(unit.takeSent(), testing::IsEmpty());
+    EXPECT_TRUE(matchesTranscript("app/transcripts/debug_window_without_a_unit"));
 }
 
 } // namespace

@@ -63,7 +63,7 @@ protected:
     }
     void setExposure(int exposure) {
         driver->setForcedExposure(exposure);
-        takeTimeline();
+        happened.clear();
     }
     // A picture of one colour, as a file of its own.
     void putPicture(const std::string& name, int width, int height, const char* colour) {
@@ -140,7 +140,7 @@ protected:
     // The controller starts, and what it said meanwhile is forgotten.
     void start() {
         controller->awakeFromNib();
-        takeTimeline();
+        happened.clear();
         log.clear();
     }
     void startWithUnit(int exposure = 25) {

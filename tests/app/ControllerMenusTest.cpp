@@ -13,8 +13,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::Not;
-using testing::StartsWith;
 
 class ControllerMenusTest : public ControllerFixture {};
 
@@ -64,18 +62,14 @@ TEST_F(ControllerMenusTest, LinesOfTheFullMenuInTheirOrder) {
     wantEverything();
     startWithUnit();
     const auto made = controller->constructMenu(MenuMode::full);
-    EXPECT_THAT(log.lines(), ElementsAre("Light n:311 ", "Light n:384 en modeMenu:1",
-                                         std::string("Light n:310 ") + kStrayLightMessage, "Light n:165 ",
-                                         "Light n:260 English == en", "Light n:260 German == de",
-                                         "Light n:260 Japanese == ja", "Light n:280 About..."));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/full_menu"));
     EXPECT_NE(made, controller->statusItem()->menu());
 }
 
 TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
     start();
     controller->constructMenu(MenuMode::exitOnly);
-    EXPECT_THAT(log.lines(), ElementsAre("Light n:311 ", "Light n:384 en modeMenu:2",
-                                         StartsWith("Light n:310 Strong"), "Light n:150 "));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/exit_menu"));
     EXPECT_THAT(itemsOf(*controller->constructMenu(MenuMode{0})), ElementsAre("Exit"));
 }
 
@@ -121,7 +115,7 @@ TEST_F(ControllerMenusTest, AMissingTextLeavesItsItemUntitled) {
     startWithUnit();
     EXPECT_THAT(itemsOf(menu()), ElementsAre("Calibration", "-", "", "Exit"));
     controller->localeDidChanged({});
-    EXPECT_THAT(log.lines(), Contains("Light n:280 (null)"));
+    EXPECT_THAT(log.lines(), Contains(testing::EndsWith("(null)")));
 }
 
 TEST_F(ControllerMenusTest, AMissingTableLeavesAllUntitled) {
@@ -130,7 +124,7 @@ TEST_F(ControllerMenusTest, AMissingTableLeavesAllUntitled) {
     EXPECT_THAT(itemsOf(menu()), ElementsAre("", "-", "", ""));
     EXPECT_EQ(widget<QLabel>("previewMessage").text(), "");
     controller->constructPreviewWindow();
-    EXPECT_THAT(log.lines(), Contains("Light n:310 (null)"));
+    EXPECT_THAT(log.lines(), Contains(testing::EndsWith("(null)")));
 }
 
 TEST_F(ControllerMenusTest, EveryItemIsEnabledWhenItsMenuOpens) {
@@ -138,7 +132,7 @@ TEST_F(ControllerMenusTest, EveryItemIsEnabledWhenItsMenuOpens) {
     startWithUnit();
     item("Exit").setEnabled(false);
     openMenu();
-    EXPECT_THAT(log.takeLines(), ElementsAre("Light n:769 ", "Light n:769 ", "Light n:769 ", "Light n:769 "));
+    EXPECT_EQ(log.takeLines().size(), 4U);
     EXPECT_TRUE(item("Exit").isEnabled());
     Q_EMIT submenu("Projection Distance").aboutToShow();
     EXPECT_EQ(log.lines().size(), 3U);
@@ -174,10 +168,10 @@ TEST_F(ControllerMenusTest, TheItemsOfAControllerThatIsGoneDoNothing) {
     startWithUnit();
     const auto menu = controller->constructMenu(MenuMode::full);
     driver->setDeviceDelegate(nullptr);
+    happened.clear();
     controller.reset();
-    EXPECT_THAT(log.takeLines(), Contains("Light n:380 "));
     menu->actions().back()->trigger();
-    EXPECT_THAT(log.lines(), Not(Contains(StartsWith("Light n:746"))));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/end"));
     EXPECT_EQ(desk.runLoop.terminateStatus(), std::nullopt);
 }
 

@@ -17,7 +17,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-using testing::StartsWith;
 
 const PointList kFour{{312, 271}, {2201, 188}, {164, 1633}, {2390, 1702}};
 const PointList kStored{{400, 300}, {2100, 300}, {300, 1500}, {2200, 1600}};
@@ -55,8 +54,7 @@ TEST_F(LightPenNX7ControllerTest, UnitThatIsThereAtTheStartIsMappedWithItsCalibr
 
 TEST_F(LightPenNX7ControllerTest, CalibrationIsManualUnlessTheUserWantsOtherwise) {
     controller->calibration("the menu");
-    EXPECT_THAT(takeTimeline(),
-                ElementsAre("Light n:646 ", "mode 3 options 76", "Light n:688 calibration : the menu"));
+    EXPECT_THAT(happened.takeDeeds(), ElementsAre("mode 3 options 76"));
     ASSERT_NE(session(), nullptr);
     EXPECT_EQ(session()->totalPoints(), 4);
     const auto target = session()->calibrationTarget();
@@ -71,33 +69,23 @@ TEST_F(LightPenNX7ControllerTest, CalibrationIsAutomaticWhenTheDefaultSaysSo) {
          {DefaultsValue(false), DefaultsValue(std::int64_t{1}), DefaultsValue(std::string("true"))}) {
         desk.defaults.set["Auto Calibration"] = no;
         controller->calibration("x");
-        EXPECT_THAT(takeTimeline(), Not(Contains("hide cursor 1")));
+        EXPECT_THAT(happened.takeDeeds(), Not(Contains("hide cursor 1")));
     }
     desk.defaults.set["Auto Calibration"] = true;
     controller->calibration("x");
-    EXPECT_THAT(takeTimeline(), ElementsAre("Light n:646 ", "hide cursor 1", "mode 3 options 76",
-                                            "filter out", "activate", "Light n:688 calibration : x"));
+    EXPECT_THAT(happened.takeDeeds(),
+                ElementsAre("hide cursor 1", "mode 3 options 76", "filter out", "activate"));
 }
 
 TEST_F(LightPenNX7ControllerTest, CompletionInItsOrder) {
-    std::vector<std::string> order;
-    unit.onSetReport = [&](const SentReport& report) {
-        order.push_back(std::string("send ") + static_cast<char>(report.bytes.at(0)) +
-                        (session() ? ", delegate" : ""));
-        return kIOReturnSuccess;
-    };
-    log.onLine = [&](std::string_view line) {
-        if (line.starts_with("KVR n:279") || line.starts_with("Light"))
-            order.push_back(std::string(line.substr(0, 11)) + (session() ? ", delegate" : ""));
-    };
+    annotation = [this] { return session() ? ", delegate" : ""; };
     controller->calibration("x");
-    order.clear();
+    happened.clear();
     desk.clock.takeSleeps();
     const auto used = session();
     driver->setCalibrationCenter(nullptr);
     touchAll();
-    EXPECT_THAT(order, ElementsAre("KVR n:279 _, delegate", "send C, delegate", "send C, delegate",
-                                   "send C, delegate", "KVR n:279 _, delegate", "Light n:637"));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/completion"));
     EXPECT_EQ(desk.clock.takeSleeps().back(), milliseconds(500));
     EXPECT_EQ(driver->delegate(), nullptr);
     EXPECT_EQ(driver->calibrationCenter(), used);
@@ -112,32 +100,27 @@ TEST_F(LightPenNX7ControllerTest, OnlyAWirelessUnitsTableIsReadAndOnlyAfterThePa
         SCOPED_TRACE(int{wireless});
         unit.onSetReport = asUnit;
         openUnit({.wireless = wireless});
-        std::vector<Microseconds> asked;
+        std::vector<Microseconds> pauses; // before the table is asked for
         unit.onSetReport = [&](const SentReport& report) {
             if (report.bytes.at(0) != 'R')
                 return kIOReturnSuccess;
-            asked.push_back(desk.clock.now());
+            pauses.push_back(desk.clock.takeSleeps().back());
             return kIOReturnNoDevice; // the first request ends the exchange
         };
-        std::optional<Microseconds> completedAt;
-        log.onLine = [&](std::string_view line) {
-            if (line.starts_with("Light n:637"))
-                completedAt = desk.clock.now();
-        };
+        completed.clear();
         controller->calibration("x");
         touchAll();
-        ASSERT_TRUE(completedAt);
+        EXPECT_EQ(completed.size(), 1u);
         if (wireless == 0)
-            EXPECT_THAT(asked, ElementsAre(*completedAt + milliseconds(500)));
+            EXPECT_THAT(pauses, ElementsAre(milliseconds(500)));
         else
-            EXPECT_THAT(asked, IsEmpty());
+            EXPECT_THAT(pauses, IsEmpty());
     }
 }
 
 TEST_F(LightPenNX7ControllerTest, CompletionWithoutPointsIsNoneAtAll) {
     controller->calibrationDidComplete({std::string(kCalibrationCompleted)});
-    EXPECT_THAT(takeTimeline(),
-                Contains("Event n:809 error when writeCalibrationToFlash: points count is not 4,9,25"));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/completion_without_points"));
     EXPECT_EQ(*driver->calibrationPointsFromFlash(), kStored);
 }
 
@@ -146,14 +129,12 @@ TEST_F(LightPenNX7ControllerTest, UnitThatLeavesCancelsTheSessionByEscapesWay) {
     const auto used = session();
     used->lightPenCallbackAtPoint(kFour[0], *driver);
     desk.runLoop.runFor(kGlide / 2);
-    takeTimeline();
+    happened.clear();
     controller->deviceDidRemoveCallback(*driver);
-    EXPECT_THAT(takeTimeline(),
-                ElementsAre("Light n:883 ", "Light n:311 ", "Light n:384 en modeMenu:2",
-                            StartsWith("Light n:310 Strong"), "Light n:150 ", "Light n:774 "));
     EXPECT_FALSE(controller->deviceConnected());
+    EXPECT_THAT(canceled, IsEmpty());
     runMainLoop();
-    EXPECT_THAT(takeTimeline(), Contains(StartsWith("KVR n:744 ")));
+    EXPECT_TRUE(matchesTranscript("app/transcripts/removal_in_a_session"));
     EXPECT_FALSE(windowIsVisible());
     EXPECT_EQ(driver->delegate(), nullptr);
     EXPECT_EQ(desk.systemUI.mode, kUIModeNormal);
@@ -168,7 +149,7 @@ TEST_F(LightPenNX7ControllerTest, UnitThatLeavesMayBeReportedOnThePointThread) {
     EXPECT_TRUE(windowIsVisible());
     runMainLoop();
     EXPECT_FALSE(windowIsVisible());
-    EXPECT_THAT(takeTimeline(), Contains("show cursor 1"));
+    EXPECT_THAT(happened.takeDeeds(), Contains("show cursor 1"));
 }
 
 TEST_F(LightPenNX7ControllerTest, TheMenuOfARemovalOnThePointThreadFollowsOnTheMainThread) {
@@ -178,7 +159,7 @@ TEST_F(LightPenNX7ControllerTest, TheMenuOfARemovalOnThePointThreadFollowsOnTheM
         controller->deviceDidRemoveCallback(*driver);
         lines = log.takeLines();
     }).join();
-    EXPECT_THAT(lines, ElementsAre("Light n:883 ", "Light n:774 "));
+    EXPECT_THAT(lines, testing::SizeIs(2)) << "its beginning and its end";
     EXPECT_FALSE(controller->deviceConnected());
     EXPECT_EQ(controllerState.menuMode.load(), MenuMode::exitOnly);
     EXPECT_EQ(textOf("faeTextField"), "25");
@@ -204,7 +185,7 @@ TEST_F(LightPenNX7ControllerTest, AControllerThatIsGoneByThenIsLeftAlone) {
     controller.reset();
     log.clear();
     runMainLoop();
-    EXPECT_THAT(log.lines(), Not(Contains("Light n:311 ")));
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
@@ -213,15 +194,11 @@ TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
     openUnit({.wireless = 2, .NX9Ver = 0xA5});
     EXPECT_TRUE(controller->respondsTo(EventGeneratorNX7DeviceCallbackProtocol::Operation::statMenu));
     controller->statMenu(*driver);
-    EXPECT_THAT(log.takeLines(),
-                ElementsAre("Light n:140 veners: a5", "Light n:143 wireless: 2", "Light n:311 ",
-                            "Light n:384 en modeMenu:1", StartsWith("Light n:310 "), "Light n:165 ",
-                            "Light n:280 About..."));
     EXPECT_EQ(controllerState.cmosVersion, 0x12);
     EXPECT_FALSE(controller->deviceConnected());
     controller->deviceDidAddCallback(*driver);
-    EXPECT_THAT(log.lines(), Contains("Light n:799 value deviceDidAddCallback: 25"));
     EXPECT_TRUE(controller->deviceConnected());
+    EXPECT_TRUE(matchesTranscript("app/transcripts/arrival"));
 }
 
 TEST_F(LightPenNX7ControllerTest, TheKeyWindowTakesTheKeyboardWhenTheMenuOpens) {

@@ -64,13 +64,8 @@ TEST_F(CalibrationMappingTest, CalibratorWithPointsTurnsTheRowsIntoAQuadrilatera
     EXPECT_EQ(calibrator->destinationRect(), rect);
 }
 
-TEST_F(CalibrationMappingTest, FourPointsMakeOneCalibratorAndTheseLines) {
-    const auto lines = linesOf([&] { center.setCalibrationPoints(pointList(kFour)); });
-    EXPECT_THAT(lines, ElementsAre("KVR n:279 _calibrationPoints: ({312, 271}, {2201, 188.5}, {164, 1633}, "
-                                   "{2390, 1702})",
-                                   "KVR n:284 rectWidth : 1580 rectHeight : 930",
-                                   "KVR n:288 create calibrator using point : 0 1 2 3, destination rectangle "
-                                   ":{{170, 75}, {1580, 930}}"));
+TEST_F(CalibrationMappingTest, FourPointsMakeOneCalibrator) {
+    center.setCalibrationPoints(pointList(kFour));
     EXPECT_EQ(center.totalPoints(), 4);
     EXPECT_EQ(*center.calibrationPoints(), kFour);
     const auto list = center.calibrators();
@@ -93,11 +88,7 @@ TEST_F(CalibrationMappingTest, GridAndCalibratorsFollowTheNumberOfPoints) {
 TEST_F(CalibrationMappingTest, NinePointsOnAnUprightScreen) {
     center.setCalibrationScreen(Screen{"", ScreenRect{{0, 0}, {1080, 1920}}});
     const auto points = bentPoints(9);
-    const auto lines = linesOf([&] { center.setCalibrationPoints(points); });
-    ASSERT_EQ(lines.size(), 6u);
-    EXPECT_EQ(lines[1], "KVR n:284 rectWidth : 200 rectHeight : 810");
-    EXPECT_EQ(lines[5], "KVR n:288 create calibrator using point : 4 5 7 8, destination rectangle "
-                        ":{{370, 885}, {200, 810}}");
+    center.setCalibrationPoints(points);
     const auto& at = *points;
     const auto list = center.calibrators();
     EXPECT_EQ(list->at(1)->sourcePoints(), (_KVRQuadPoints{at[1], at[2], at[5], at[4]}));
@@ -131,7 +122,6 @@ TEST_F(CalibrationMappingTest, FewerThanFourPointsAreOneMoreLineAndNoCalibrator)
         center.setCalibrationPoints(pointList(kFour));
         const auto lines = linesOf([&] { center.setCalibrationPoints(bentPoints(count)); });
         ASSERT_EQ(lines.size(), 3u);
-        EXPECT_EQ(lines[1], "KVR n:284 rectWidth : 1580 rectHeight : 930");
         EXPECT_THAT(lines[2], testing::HasSubstr(std::to_string(count) + " calibration points are too few"));
         EXPECT_THAT(*center.calibrators(), IsEmpty());
     }
@@ -182,7 +172,7 @@ TEST_F(CalibrationMappingTest, EveryPointIsMappedByTheFirstCalibrator) {
         ScreenPoint mapped;
         const auto lines = linesOf([&] { mapped = center.mapPointFrom(point); });
         EXPECT_EQ(mapped, first->transformed(point));
-        EXPECT_THAT(lines, ElementsAre("Calibr n:503 map point result: " + NSStringFromPoint(mapped)));
+        EXPECT_THAT(lines, ElementsAre(testing::EndsWith(": " + NSStringFromPoint(mapped))));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 
+#include "kit/Transcript.h"
 #include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
@@ -41,29 +42,34 @@ SessionFixture::SessionFixture() : driver(processDriver()) {
     driver->setToDefault();
     closeUnit(); // a driver that has started without one counts as open
     log.clear();
-    log.onLine = [this](std::string_view line) { note(std::string(line)); };
-    desk.systemUI.onCall = [this](const std::string& call) { note(call); };
-    desk.sounds.onPlay = [this](const std::string& name) { note("play " + name); };
+    log.onLine = [this](std::string_view line) { happened.line(annotated(line)); };
+    log.onOutput = [this](std::string_view text) { happened.output(text); };
+    desk.systemUI.onCall = [this](const std::string& call) { happened.deed(annotated(call)); };
+    desk.sounds.onPlay = [this](const std::string& name) { happened.deed(annotated("play " + name)); };
     unit.onSetReport = [this](const SentReport& report) {
         // Byte 0 of a settings command is 0, and bit 2 of the next one leaves the filter where it is.
         if (report.bytes.at(0) == 0)
-            note(driver->IRFilterGrounded() ? "filter in" : "filter out");
+            happened.deed(annotated(driver->IRFilterGrounded() ? "filter in" : "filter out"));
+        if (report.bytes.at(0) == 'C')
+            happened.deed(annotated("send C"));
         answer(report);
         return kIOReturnSuccess;
     };
     desk.notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& posted) {
-        note("posted " + posted.name);
+        happened.deed(annotated("posted " + posted.name));
         completed.push_back(std::any_cast<PointListRef>(posted.userInfo.at(std::string(kCalibrationPoints))));
     });
     desk.notifications.addObserver(this, kCalibrationDidCanceled, nullptr,
                                    [this](const Notification& posted) {
-                                       note("posted " + posted.name);
+                                       happened.deed(annotated("posted " + posted.name));
                                        canceled.push_back(posted);
                                    });
+    happened.clear();
 }
 
 SessionFixture::~SessionFixture() {
     log.onLine = nullptr;
+    log.onOutput = nullptr;
     driver->setDelegate(nullptr);
     driver->setDeviceDelegate(nullptr);
     driver->setCalibrationCenter(nullptr);
@@ -85,12 +91,12 @@ void SessionFixture::answer(const SentReport& report) {
         unit.sendReport({'s'});
 }
 
-std::vector<std::string> SessionFixture::takeTimeline() {
-    return std::exchange(timeline_, {});
+std::string SessionFixture::annotated(std::string_view entry) const {
+    return std::string(entry) + (annotation ? annotation() : "");
 }
 
-void SessionFixture::note(const std::string& entry) {
-    timeline_.push_back(annotation ? entry + annotation() : entry);
+testing::AssertionResult SessionFixture::matchesTranscript(const std::string& name) {
+    return lightpen::matchesTranscript(LIGHTPEN_TESTS "/" + name + ".txt", happened.takeAll());
 }
 
 void SessionFixture::openUnit(const UnitFlash& flash) {
@@ -102,12 +108,12 @@ void SessionFixture::openUnit(const UnitFlash& flash) {
             {this, "thread", {}, [this] { thread = driver->beginPointThread(); }});
     };
     driver->deviceDidAdd(0);
-    takeTimeline();
+    happened.clear();
 }
 
 void SessionFixture::store(const PointList& points) {
     driver->writeCalibrationToFlash(std::make_shared<const PointList>(points));
-    takeTimeline();
+    happened.clear();
 }
 
 void SessionFixture::start(Kind kind, std::int64_t targets) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -18,6 +19,7 @@
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
+#include "kit/Timeline.h"
 
 namespace lightpen {
 
@@ -38,11 +40,16 @@ protected:
     SessionFixture();
     ~SessionFixture() override;
 
-    // What happened since the last call: log lines as they are; "mode 3 options 76", "hide cursor 1", ...;
-    // "play Tink"; "filter out", "filter in" for the settings command; "posted NAME".
-    std::vector<std::string> takeTimeline();
-    // What is told about each entry of the timeline, behind it; nothing unless set.
+    // The driver of the process, which outlives every test.
+    EventGeneratorNX7* const driver;
+    TestPlatform desk;
+    // What happened, in one order. Deeds are "mode 3 options 76", "hide cursor 1", "play Tink", "filter out"
+    // and "filter in" for the settings command, "posted NAME", "send C" for a record of the flash.
+    Timeline happened{desk.clock};
+    // What is told about each entry, behind it; nothing unless set.
     std::function<std::string()> annotation;
+    // Everything that happened since the last look, against tests/NAME.txt.
+    testing::AssertionResult matchesTranscript(const std::string& name);
 
     // Plugs a unit in, anew if it is there, with this in its flash; the driver opens it. Nothing of that is
     // on the timeline.
@@ -65,9 +72,6 @@ protected:
     static bool windowIsVisible() { return window() && window()->isVisible(); }
     WindowPoint targetOrigin() const { return center->calibrationTarget()->frame().origin; }
 
-    // The driver of the process, which outlives every test.
-    EventGeneratorNX7* const driver;
-    TestPlatform desk;
     RecordingLog log;
     ScriptedUnit unit{desk};
     std::shared_ptr<KVRCalibrationCenter> center;
@@ -83,9 +87,8 @@ private:
     void closeUnit();
     void answer(const SentReport& report);
 
-    void note(const std::string& entry);
+    std::string annotated(std::string_view entry) const;
 
-    std::vector<std::string> timeline_;
     UnitFlash flash_;
 };
 
