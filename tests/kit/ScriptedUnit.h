@@ -13,7 +13,7 @@
 
 #include "kit/TestPlatform.h"
 #include "platform/Geometry.h"
-#include "platform/ReportFanOut.h"
+#include "platform/ReportQueue.h"
 
 namespace lightpen {
 
@@ -139,10 +139,11 @@ public:
     // The reports since the last call, oldest first.
     std::vector<SentReport> takeSent();
 
-    // A device interface that is open, for a test that needs no registry.
-    IOHIDDeviceInterfaceRef openDevice();
     // A queue as allocQueue makes it.
     std::shared_ptr<ScriptedQueue> makeQueue();
+    // How many of its device interfaces, and of their queues, somebody holds.
+    int heldDevices() const;
+    int heldQueues() const;
     // The queue with this number, counted from 1 in the order of allocation; null when it is gone.
     std::shared_ptr<ScriptedQueue> queue(int number) const;
 
@@ -153,6 +154,7 @@ public:
     bool withoutPlugIn = false;
     bool withoutInterface = false;
     std::atomic<bool> withoutQueues{false};
+    std::atomic<bool> withoutSources{false}; // of its queues from now on: they succeed, and yield none
 
 private:
     class Device;
@@ -161,6 +163,7 @@ private:
     using FanOutRef = std::shared_ptr<ReportFanOut>;
 
     IOReturn take(SentReport report);
+    IOHIDDeviceInterfaceRef makeDevice();
     FanOutRef makeFanOut() const;
     std::shared_ptr<ScriptedQueue> makeQueueOf(ReportFanOut& fanOut);
     PropertyDictionary hidProperties(int interface) const;
@@ -173,6 +176,7 @@ private:
     mutable std::mutex mutex_;
     std::vector<SentReport> sent_;
     std::vector<std::weak_ptr<ScriptedQueue>> queues_;
+    std::vector<std::weak_ptr<IOHIDDeviceInterface122>> devices_;
 };
 
 } // namespace lightpen

@@ -1,111 +1,138 @@
 // SPDX-License-Identifier: MIT
 #include "kit/device/UnitFixture.h"
 
-#include <algorithm>
-#include <cstdio>
+#include <utility>
 
 namespace lightpen {
 
 namespace {
 
-// Polls in a row, without a report, after which a test has plainly forgotten to end a wait.
-constexpr int kManyPolls = 1000;
+constexpr Microseconds kPassPeriod{16'800};
+constexpr int kPassesBeforeArming = 6;
 
 } // namespace
 
-std::string sentText(const SentReport& report) {
-    const auto lastUsed =
-        std::find_if(report.bytes.rbegin(), report.bytes.rend(), [](std::uint8_t byte) { return byte != 0; });
-    std::string text = "send";
-    for (auto byte = report.bytes.begin(); byte != lastUsed.base(); ++byte) {
-        char hex[4];
-        std::snprintf(hex, sizeof hex, " %02X", *byte);
-        text += hex;
-    }
-    text += " (" + std::to_string(report.bytes.size()) + " bytes, ";
-    return text +
-           (report.timeoutMs == kIOHIDNoTimeout ? "no limit" : std::to_string(report.timeoutMs) + " ms") +
-           ")";
-}
-
-UnitFixture::UnitFixture() {
-    const auto write = [this](std::string what) { timeline_.push_back(std::move(what)); };
-    log.onLine = [write](std::string_view line) { write(std::string(line)); };
-    log.onOutput = [write](std::string_view text) { write("out: " + std::string(text)); };
-    desk.clock.onSleep = [write](Microseconds duration) {
-        write("sleep " + std::to_string(duration.count()));
-    };
-    unit.script().onNote = write;
-    unit.script().onPoll = [this] { polled(); };
-    unit.onSetReport = [this](const SentReport& report) { return sent(report); };
-    desk.threads.onDetach = [this, write] {
-        write("thread");
-        if (threadsStart)
-            desk.runLoop.performOnMainThread(
-                {this, "thread", {}, [this] { thread = driver->beginPointThread(); }});
-    };
-    // The process has one matching server, whose port belongs to the platform of the first test; any port of
-    // this registry delivers for all.
-    port_ = desk.registry.IONotificationPortCreate(0);
-    desk.runLoop.addSource(port_->IONotificationPortGetRunLoopSource(), kCFRunLoopCommonModes);
-}
-
 UnitFixture::~UnitFixture() {
-    // They refer to members that are gone before what holds them.
-    log.onLine = nullptr;
-    log.onOutput = nullptr;
-    desk.clock.onSleep = nullptr;
-    desk.threads.onDetach = nullptr;
-    unit.script().onNote = nullptr;
+    endThreads();
     unit.script().onPoll = nullptr;
-    unit.onSetReport = nullptr;
+    desk.clock.onSleep = nullptr;
 }
 
-std::vector<std::string> UnitFixture::takeTimeline() {
-    return std::exchange(timeline_, {});
-}
-
-std::deque<ReportBytes> UnitFixture::calibratedReplies() {
-    // Record 2: GainValue 7, OPmode 0, wireless 1, NX9Ver 0x35, cmosVer 0x12.
-    return {{0x01},
-            storedRecord(0, 210, 140, 2330, 161),
+std::vector<ReportBytes> UnitFixture::calibratedRecords() {
+    return {storedRecord(0, 210, 140, 2330, 161),
             storedRecord(1, 233, 1709, 2291, 1688),
             {'Y', 2, 0, 7, 0, 0, 0, 1, 0x35, 0x12}};
 }
 
-std::deque<ReportBytes> UnitFixture::emptyReplies() {
-    return {{0x01}, {'N', 0, 1, 0x35, 0x12, 7, 0}};
+void UnitFixture::reshape(std::size_t inputLength) {
+    ScriptedUnit::Shape shape = unit.shape();
+    shape.inputLength = inputLength;
+    unit.reshape(shape);
 }
 
-IOReturn UnitFixture::sent(const SentReport& report) {
-    timeline_.push_back(sentText(report));
-    pollsInSilence_ = 0;
-    const IOReturn result = onSend ? onSend(report, ++sends_) : kIOReturnSuccess;
-    if (result == kIOReturnSuccess && !report.bytes.empty() && report.bytes[0] == 'H' && !replies.empty()) {
-        const ReportBytes reply = std::move(replies.front());
-        replies.pop_front();
-        unit.sendReport(reply);
+void UnitFixture::prepare(Trouble trouble) {
+    unit.withoutPlugIn = trouble == Trouble::noPlugIn;
+    unit.withoutInterface = trouble == Trouble::noInterface;
+    unit.script().answer("device.open",
+                         trouble == Trouble::notOpened ? kIOReturnNotPrivileged : kIOReturnSuccess);
+}
+
+void UnitFixture::openInterface() {
+    prepare(Trouble::notOpened);
+    plugIn();
+    driver->startHIDMode();
+    prepare(Trouble::none);
+    driver->openHIDInterface();
+    forget();
+}
+
+void UnitFixture::openAndRead() {
+    openInterface();
+    // A command of no bytes asks for nothing, and is answered all the same.
+    const auto then = std::exchange(unitAnswers.then, [this](const SentReport& report) {
+        if (report.bytes.empty())
+            unit.sendReport({'N'});
+        return kIOReturnSuccess;
+    });
+    readFlash();
+    unitAnswers.then = then;
+    forget();
+}
+
+void UnitFixture::forget() {
+    happened.clear();
+    log.clear();
+    desk.clock.takeSleeps();
+    unit.takeSent();
+    unit.takeOperations();
+}
+
+void UnitFixture::arm() {
+    for (int pass = 0; pass < kPassesBeforeArming; ++pass) {
+        unit.sendReport(penUpReport());
+        turnTaking.nextTurn();
     }
-    return result;
+    for (int pass = 0; pass < 3 && !EventGeneratorNX7::hearsPen(); ++pass)
+        turnTaking.nextTurn();
+    ASSERT_TRUE(EventGeneratorNX7::hearsPen());
+    forget();
 }
 
-void UnitFixture::polled() {
-    if (onSilence)
-        onSilence();
-    if (++pollsInSilence_ == kManyPolls) {
-        ADD_FAILURE() << "the driver waits for a unit that has nothing more to say";
-        desk.runLoop.terminate(0);
-    }
+UnitFixture::Deeds UnitFixture::passOn(const ReportBytes& report) {
+    happened.clear();
+    unit.sendReport(report);
+    turnTaking.nextTurn();
+    return happened.takeDeeds();
 }
 
-void UnitFixture::plugIn() {
-    unit.plugIn();
-    desk.runLoop.runPending();
+void UnitFixture::failSends(int first, IOReturn result, int count) {
+    unitAnswers.then = [=, sends = 0](const SentReport&) mutable {
+        ++sends;
+        return sends >= first && sends - first < count ? result : kIOReturnSuccess;
+    };
 }
 
-void UnitFixture::unplug() {
-    unit.unplug();
-    desk.runLoop.runFor(ServiceRegistry::kRemovalDelay);
+void UnitFixture::after(Microseconds delay, std::function<void()> what) {
+    desk.runLoop.performAfterDelay({this, "after", {}, std::move(what)}, delay);
+}
+
+void UnitFixture::atPauses(std::function<void(int number, Microseconds duration)> what) {
+    desk.clock.onSleep = [what = std::move(what), number = 0](Microseconds duration) mutable {
+        if (duration != kPassPeriod)
+            what(++number, duration);
+    };
+}
+
+Microseconds UnitFixture::timeOf(const std::function<void()>& operation) {
+    const Microseconds before = desk.clock.now();
+    operation();
+    return desk.clock.now() - before;
+}
+
+std::vector<std::string> UnitFixture::lettersSent() {
+    std::vector<std::string> letters;
+    for (const SentReport& report : unit.takeSent())
+        letters.push_back(static_cast<char>(report.bytes.at(0)) + std::to_string(report.bytes.at(1)));
+    return letters;
+}
+
+std::vector<std::size_t> UnitFixture::lengthsSent() {
+    std::vector<std::size_t> lengths;
+    for (const SentReport& report : unit.takeSent())
+        lengths.push_back(report.bytes.size());
+    return lengths;
+}
+
+UnitFixture::Deeds UnitFixture::deedsWith(const std::string& beginning) {
+    Deeds deeds = happened.takeDeeds();
+    std::erase_if(deeds, [&](const std::string& deed) { return !deed.starts_with(beginning); });
+    return deeds;
+}
+
+std::vector<std::string> UnitFixture::callsOf(const std::string& operation) {
+    auto calls = unit.takeOperations();
+    std::erase_if(calls, [&](const std::string& call) { return !call.starts_with(operation + "("); });
+    return calls;
 }
 
 } // namespace lightpen

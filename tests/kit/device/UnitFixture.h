@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,49 +10,51 @@
 
 namespace lightpen {
 
-// The text of a report that is sent: "send 48 01 (32 bytes, no limit)", without its trailing zeros.
-std::string sentText(const SentReport& report);
-
-// The whole way of a unit from its plug to the driver: hot-plug is reported, the unit answers flash requests,
-// and everything that the driver does is written down in one order.
+// The driver with a unit, step by step. Queues are numbered as the driver makes them: of a start they are 1
+// for the flash read, 2 for pictures, 3 for the light test and 4 for points.
 class UnitFixture : public DriverFixture {
 protected:
-    UnitFixture();
+    // What goes wrong in an opening.
+    enum class Trouble { none, noPlugIn, noInterface, notOpened };
+
     ~UnitFixture() override;
 
-    // What happened since the last call: log lines as they are, "out: ..." for standard output, "sleep ..."
-    // in microseconds, "send ..." for reports, "device. ..." and "queue1. ..." for calls of the HID layer.
-    std::vector<std::string> takeTimeline();
-    void clearTimeline() { timeline_.clear(); }
-
-    // What the unit answers to each "H" from now on, the first one to that for the report length; after the
-    // last it is silent. A test that lets the driver wait for a silent unit must say how the wait ends: in
-    // onSilence, which is called at each poll of a queue that the unit has nothing for.
-    std::deque<ReportBytes> replies;
-    std::function<void()> onSilence;
-    // Replies of a unit with a calibration, and of one without.
-    static std::deque<ReportBytes> calibratedReplies();
-    static std::deque<ReportBytes> emptyReplies();
-    // Called for each report that the host sends, with its number counted from 1; the result is setReport's.
-    std::function<IOReturn(const SentReport&, int number)> onSend;
-
-    // Arrival and removal, with the main loop running until they have been reported.
-    void plugIn();
-    void unplug();
-
-    // The state of the point thread that was last started; none before. It starts at the loop's next turn, as
-    // real threads start about then, and makes its passes when the test asks for them.
-    std::optional<PointThreadState> thread;
-    bool threadsStart = true;
-
-private:
-    IOReturn sent(const SentReport& report);
-    void polled();
-
-    std::vector<std::string> timeline_;
-    std::shared_ptr<IONotificationPort> port_;
-    int sends_ = 0;
-    int pollsInSilence_ = 0;
+    // The flash of a unit with a calibration: record 2 carries the information (GainValue 7, OPmode 0,
+    // wireless 1, NX9Ver 0x35, cmosVer 0x12).
+    static std::vector<ReportBytes> calibratedRecords();
+    // A unit with reports of this length.
+    void reshape(std::size_t inputLength);
+    void prepare(Trouble trouble);
+    // A unit that is plugged in and whose interface is open; neither its flash is read, nor are there queues
+    // and threads.
+    void openInterface();
+    // The same after its flash was read: from then on commands have the length of its reports.
+    void openAndRead();
+    // The points that the flash says it holds.
+    PointListRef readFlash() { return driver->_calibrationPointsFromFlash(); }
+    // Nothing has happened so far.
+    void forget();
+    // Whoever asks for a thread gets none.
+    void startNoThreads() { desk.threads.onDetach = nullptr; }
+    // Passes of the point thread until the pen is heard.
+    void arm();
+    // A pass that finds this report, and what it posts.
+    Deeds passOn(const ReportBytes& report);
+    // Fails the sends from this one on, counted from 1, or only that many of them.
+    void failSends(int first, IOReturn result, int count = 1'000'000);
+    // Asks the loop for this after a while.
+    void after(Microseconds delay, std::function<void()> what);
+    // Called in each of the driver's own pauses (the point thread's passes are none), with their number.
+    void atPauses(std::function<void(int number, Microseconds duration)> what);
+    // How long the operation takes in virtual time.
+    Microseconds timeOf(const std::function<void()>& operation);
+    // The reports that were sent since the last call of this, each as its letter and its second byte: "H1".
+    std::vector<std::string> lettersSent();
+    std::vector<std::size_t> lengthsSent();
+    // The calls of this operation of the HID layer since the last take.
+    std::vector<std::string> callsOf(const std::string& operation);
+    // What was done since the last take that begins like this.
+    Deeds deedsWith(const std::string& beginning);
 };
 
 } // namespace lightpen
