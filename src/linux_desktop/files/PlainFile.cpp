@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -62,18 +64,17 @@ std::optional<std::string> readPlainFile(const std::string& path, std::size_t li
         errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         return std::nullopt;
     }
-    std::string bytes(limit, '\0');
-    std::size_t length = 0;
-    while (length < limit) {
-        const ssize_t count =
-            retryInterrupted([&] { return ::read(file.get(), bytes.data() + length, limit - length); });
+    std::string bytes;
+    std::array<char, 16384> piece{};
+    while (bytes.size() < limit) {
+        const ssize_t count = retryInterrupted(
+            [&] { return ::read(file.get(), piece.data(), std::min(piece.size(), limit - bytes.size())); });
         if (count < 0)
             return std::nullopt;
         if (count == 0)
             break;
-        length += static_cast<std::size_t>(count);
+        bytes.append(piece.data(), static_cast<std::size_t>(count));
     }
-    bytes.resize(length);
     return bytes;
 }
 
