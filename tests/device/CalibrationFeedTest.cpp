@@ -148,6 +148,17 @@ TEST_F(CalibrationFeedTest, AStrokeThatEndsAsItBeginsIsReleasedOnce) {
     EXPECT_EQ(passOn(1001, 601), (Deeds{"calibration {1001, 601}"}));
 }
 
+// The pointer drops it, since no button is down.
+TEST_F(CalibrationFeedTest, ATouchThatOutlivesTheCalibrationIsReleasedInTheCorner) {
+    openArmed();
+    passOn(1001, 601);
+    lift();
+    driver->setDelegate(calibration);
+    passOn(1001, 601);
+    driver->exitCalib();
+    EXPECT_EQ(lift(), (Deeds{"release 0 0"}));
+}
+
 TEST_F(CalibrationFeedTest, ATouchThatOutlivesTheCalibrationDragsWithoutAButton) {
     begin();
     passOn(1001, 601);

@@ -8,30 +8,7 @@
 namespace lightpen {
 namespace {
 
-TEST(CheckViewRequestsTest, TheFirstPointIsAskedForWhateverItIs) {
-    for (const CameraPoint point : {CameraPoint{0, 0}, CameraPoint{-100, -100}, CameraPoint{7, 9}})
-        EXPECT_TRUE(CheckViewRequests().ask(point));
-}
-
-TEST(CheckViewRequestsTest, ABurstCostsOneRequest) {
-    CheckViewRequests requests;
-    int posted = 0;
-    for (int i = 0; i < 1000; ++i)
-        posted += requests.ask({double(i), 3}) ? 1 : 0;
-    EXPECT_EQ(posted, 1);
-    requests.arrived();
-    EXPECT_TRUE(requests.ask({1000, 3}));
-}
-
-TEST(CheckViewRequestsTest, APointThatIsShownAlreadyIsNotAskedForAgain) {
-    CheckViewRequests requests;
-    requests.ask({5, 6});
-    requests.arrived();
-    EXPECT_FALSE(requests.ask({5, 6}));
-    EXPECT_TRUE(requests.ask({5, 6.5}));
-    requests.arrived();
-    EXPECT_TRUE(requests.ask({5, 6}));
-}
+// What asks, and what does not, is tested with the check view.
 
 // Whatever the two threads do, the last point is seen by a request that comes after it.
 TEST(CheckViewRequestsTest, TheLastPointOfManyIsNeverLost) {

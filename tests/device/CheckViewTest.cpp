@@ -80,7 +80,21 @@ TEST_F(CheckViewTest, ABurstIsOneDrawing) {
     EXPECT_THAT(drawnFor(101, 7), ElementsAre("654.50,3.50"));
 }
 
-TEST_F(CheckViewTest, ARequestDiesWithItsPanelAndDoesNotHoldUpTheNextOne) {
+TEST_F(CheckViewTest, ARequestDiesWithItsPanelAndDoesNotHoldBackTheNextUnitsPen) {
+    openShowing();
+    passOn(200, 100);
+    driver->deviceDidRemove(0);
+    runMainLoop();
+    unitAnswers.sightings = 0;
+    driver->deviceDidAdd(0);
+    turnTaking.nextTurn();
+    for (int i = 0; i < 6; ++i)
+        lift();
+    pass();
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
+}
+
+TEST_F(CheckViewTest, ARequestForAGonePanelDoesNotHoldUpTheNextOne) {
     openShowing();
     passOn(200, 100);
     driver->Nx9windowrelease();

@@ -5,8 +5,6 @@
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
-
 class DecodingTest : public DriverFixture {
 protected:
     CameraPoint decode(const ReportBytes& report, std::size_t declaredLength = 32) {
@@ -14,41 +12,24 @@ protected:
     }
 };
 
-TEST_F(DecodingTest, ASpotIsLoggedAndReturned) {
+TEST_F(DecodingTest, EachKindOfReportIsToldLikeThis) {
+    happened.clear();
     EXPECT_EQ(decode({0, 0xF4, 0x01, 0x90, 0x01}), (CameraPoint{500, 400}));
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 500, 400)"));
-}
-
-TEST_F(DecodingTest, PenUpIsLoggedAsTwoZerosWhateverTheReportSays) {
-    EXPECT_EQ(decode({0, 0x00, 0x05, 0x00, 0x03}), (CameraPoint{-1, -1}));
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1537 ( 0, 0)"));
-}
-
-TEST_F(DecodingTest, OutOfRangeIsLoggedAsItCame) {
+    EXPECT_EQ(decode({0, 0x00, 0x05, 0x00, 0x03}), kPenUpPoint);
+    EXPECT_EQ(decode({0, 0xFF, 0x09, 0x80, 0x07}), (CameraPoint{2559, 1920}));
     EXPECT_EQ(decode({0, 0x01, 0x0A, 0x80, 0x07}), kFarAwayPoint);
     EXPECT_EQ(decode({0, 0x01, 0x00, 0x81, 0x07}), kFarAwayPoint);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( 2561, 1920)", "Event n:1505 ( 1, 1921)"));
-}
-
-TEST_F(DecodingTest, BothBoundsAreInRange) {
-    EXPECT_EQ(decode({0, 0xFF, 0x09, 0x80, 0x07}), (CameraPoint{2559, 1920}));
-}
-
-TEST_F(DecodingTest, NegativeCoordinatesAreLoggedSigned) {
     EXPECT_EQ(decode({0, 0xFF, 0xFF, 0x10, 0x00}), (CameraPoint{-1, 16}));
     EXPECT_EQ(decode({0, 0xFF, 0xFF, 0xFF, 0xFF}), kPenUpPoint);
-    EXPECT_THAT(log.lines(), ElementsAre("Event n:1505 ( -1, 16)", "Event n:1505 ( -1, -1)"));
+    EXPECT_TRUE(matchesTranscript("decoding"));
 }
 
-TEST_F(DecodingTest, ShortReportsReadAsIfPaddedWithZeros) {
+TEST_F(DecodingTest, ShortReportsReadAsIfPaddedWithZerosAndBytesBehindThePositionAreNotRead) {
     EXPECT_EQ(decode({}, 0), kPenUpPoint);
     EXPECT_EQ(decode({0}, 1), kPenUpPoint);
     EXPECT_EQ(decode({0, 7}, 2), (CameraPoint{7, 0}));
     EXPECT_EQ(decode({0, 7, 1, 9}, 4), (CameraPoint{263, 9}));
-    EXPECT_EQ(decode({0, 7, 1, 9, 2}, 3), (CameraPoint{263, 0})); // cut at the declared length
-}
-
-TEST_F(DecodingTest, BytesBehindThePositionAreNotRead) {
+    EXPECT_EQ(decode({0, 7, 1, 9, 2}, 3), (CameraPoint{263, 0})) << "cut at the declared length";
     ReportBytes report(804, 0xFF);
     report[1] = 3;
     report[2] = report[3] = report[4] = 0;

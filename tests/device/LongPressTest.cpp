@@ -49,6 +49,8 @@ TEST_F(LongPressTest, IsToldLikeThis) {
     run(kPassSleep);
     driver->wrapper2("{503.5, 307.5}");
     driver->wrapper("{10.25, 20.75}");
+    unit.sendReport(penReport(1101, 601)); // there is no anchor to leave any more
+    run(kPassSleep);
     EXPECT_TRUE(matchesTranscript("long_press"));
 }
 

@@ -162,17 +162,5 @@ TEST_F(PointThreadConcurrencyTest, QueuesStopAndGoWhilePointsArePolled) {
     expectWholeStrokes();
 }
 
-TEST_F(PointThreadConcurrencyTest, EndingInAStrokeReleasesIt) {
-    EXPECT_TRUE(repeatUntil([&] { return postedOf(kLeftMouseDragged) >= 3; },
-                            [&](int) {
-                                unit.sendReport(penReport(1001, 601));
-                                keepPosted();
-                            }));
-    endThread();
-    keepPosted();
-    expectWholeStrokes();
-    EXPECT_EQ(log.lines().back(), "Event n:1829 456");
-}
-
 } // namespace
 } // namespace lightpen

@@ -12,7 +12,6 @@ using testing::IsEmpty;
 
 class PointThreadTest : public PenFixture {
 protected:
-    void TearDown() override { unit.script().onPoll = nullptr; }
     // The queue that the point thread has made; the first three are for replies, pictures and the light test.
     std::shared_ptr<ScriptedQueue> pointsQueue() const { return unit.queue(4); }
     void stopThread() { driver->Nx9windowrelease(); }
@@ -25,6 +24,7 @@ TEST_F(PointThreadTest, ArrivalAndRemovalInAStrokeAreToldLikeThis) {
     happened.clear();
     plugIn();
     EXPECT_TRUE(matchesTranscript("arrival"));
+    EXPECT_THAT(desk.threads.priorities, ElementsAre(1.0));
     for (int i = 0; i < 6; ++i)
         passOn(penUpReport());
     pass();
@@ -33,13 +33,6 @@ TEST_F(PointThreadTest, ArrivalAndRemovalInAStrokeAreToldLikeThis) {
     unplug();
     EXPECT_TRUE(matchesTranscript("removal_in_a_stroke"));
     EXPECT_EQ(turnTaking.running(), 0);
-}
-
-TEST_F(PointThreadTest, StartMakesAQueueOfOneReport) {
-    open();
-    EXPECT_THAT(unit.takeOperations(),
-                testing::IsSupersetOf({"queue4.create(0, 1)", "queue4.addElement(17, 0)", "queue4.start()"}));
-    EXPECT_THAT(desk.threads.priorities, ElementsAre(1.0));
 }
 
 TEST_F(PointThreadTest, ASecondStartKeepsTheQueueAndEndsTheFirstThread) {
@@ -91,10 +84,9 @@ TEST_F(PointThreadTest, AThreadThatIsStoppedBeforeItStartsMakesNoPass) {
         turnTaking.start(desk.threads.entries.back());
     };
     start();
-    int polls = 0;
-    unit.script().onPoll = [&] { ++polls; };
     plugIn(); // which waits for its start
     EXPECT_EQ(turnTaking.running(), 0);
+    EXPECT_THAT(desk.clock.takeSleeps(), testing::Not(testing::Contains(kPassSleep)));
 }
 
 // Polls

@@ -136,14 +136,6 @@ TEST_F(PointerEventsTest, WithoutTheServiceThereIsNoConnection) {
 
 // The long press
 
-TEST_F(PointerEventsTest, TheLongPressIsScheduledForTwoSecondsLater) {
-    happened.clear();
-    driver->postRightMouseClickWithStringFormat("{10.25, 20.75}");
-    run(seconds(5));
-    EXPECT_EQ(happened.takeTimedDeeds(),
-              (Deeds{"2000 release 10 20", "2000 right press 10 20", "2000 right release 10 20"}));
-}
-
 TEST_F(PointerEventsTest, CancellingTakesEveryRequestWithTheSameText) {
     driver->postRightMouseClickWithStringFormat("{10, 20}");
     driver->postRightMouseClickWithStringFormat("{10, 20.5}");

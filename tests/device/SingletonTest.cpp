@@ -100,6 +100,9 @@ TEST(SingletonTest, WhoAsksDuringTheStartGetsTheSameInstance) {
     ScriptedUnit unit(desk);
     answerRequests(unit);
     unit.script().answer("device.open", kIOReturnNotPrivileged);
+    // The matching server's port may be that of an earlier test's platform; this one delivers for all.
+    const auto port = desk.registry.IONotificationPortCreate(0);
+    desk.runLoop.addSource(port->IONotificationPortGetRunLoopSource(), kCFRunLoopCommonModes);
     unit.plugIn();
     desk.threads.onDetach = [&] {
         desk.runLoop.performOnMainThread(

@@ -16,6 +16,8 @@ using testing::HasSubstr;
 
 class StrayLightCheckTest : public EmulatedUnitFixture {
 protected:
+    ~StrayLightCheckTest() override { driver->Nx9windowrelease(); }
+
     static FloatPanel* panel() {
         for (QWidget* widget : QApplication::topLevelWidgets())
             if (auto* found = dynamic_cast<FloatPanel*>(widget))

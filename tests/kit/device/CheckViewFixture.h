@@ -19,6 +19,11 @@ protected:
         desk.desktop.frame = ScreenRect{{0, 0}, {1410, 860}};
         unitAnswers.sightings = 3;
     }
+    // No widget may outlive the application object.
+    ~CheckViewFixture() override {
+        endThreads();
+        driver->Nx9windowrelease();
+    }
 
     // Stores these corners in the unit's flash, which tell which way round the camera is mounted.
     void storeCorners(CameraPoint first, CameraPoint last) {

@@ -86,15 +86,6 @@ private:
     std::vector<std::string> heard_;
 };
 
-// Keeps what the key window was told.
-class RecordingKeyWindow final : public PairingKeyWindow {
-public:
-    void setIgnoresMouseEvents(bool ignores) override { told.push_back(ignores); }
-    void makeKeyAndOrderFront() override { ++shown; }
-    std::vector<bool> told;
-    int shown = 0;
-};
-
 // How a scripted unit answers what it is sent.
 struct UnitAnswers {
     // The replies to flash requests, by the number that is asked for; what is not there is answered with "no
