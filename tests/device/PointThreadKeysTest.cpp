@@ -3,9 +3,9 @@
 #include <QApplication>
 
 #include "device/ChTwoPoint.h"
+#include "device/VirtualKeyCodes.h"
 #include "kit/device/OffscreenApplication.h"
 #include "kit/device/PenFixture.h"
-#include "platform/VirtualKeyCodes.h"
 
 namespace lightpen {
 namespace {
