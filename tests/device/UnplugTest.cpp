@@ -236,7 +236,7 @@ TEST_F(UnplugTest, ASecondUnitDoesNotSilenceTheFirst) {
     UnitDescription description;
     description.productID = kUnitSecondProductID;
     description.reportLength = 32;
-    CameraUnit& second = bus.addUnit(std::move(description));
+    CameraUnit& second = bus.add<CameraUnit>(std::move(description));
     second.plug();
     run(100ms);
     expectOpen();

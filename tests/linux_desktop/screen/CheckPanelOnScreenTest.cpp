@@ -19,6 +19,7 @@
 #include "kit/linux/XNeighbour.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
@@ -63,7 +64,7 @@ int runProgramUnderTest(int, char** argv) {
     } else {
         EmulatedBus& bus = *new EmulatedBus(platform.registry(), loop, platform.platform().clock);
         bus.runInRealTime();
-        CameraUnit& unit = bus.addUnit({});
+        CameraUnit& unit = bus.add<CameraUnit>();
         unit.flash()->store({100, 90}, {2000, 90}, {100, 1500}, {2000, 1500});
         unit.information()->wireless = 0;
         if (kind == "light")
