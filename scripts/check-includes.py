@@ -103,6 +103,8 @@ class Tree:
             self.problems.append(f'{where}: "{quoted}" is no file below src/, tools/ or tests/')
             return
         self.graph[name].append(target)
+        if target in INSIDE and pathlib.PurePath(name).parent != pathlib.PurePath(target).parent:
+            self.problems.append(f"{where}: {target} is the inside of its folder")
         self.check_arrow(where, name, target)
 
     def is_made_from_interface_file(self, name, quoted):
@@ -115,9 +117,7 @@ class Tree:
         own_top, own, _ = (name + "/").split("/", 2)
         if own_top not in ("src", "tools"):
             return
-        if target in INSIDE and pathlib.PurePath(name).parent != pathlib.PurePath(target).parent:
-            self.problems.append(f"{where}: {target} is the inside of its folder")
-        elif top == "tests":
+        if top == "tests":
             self.problems.append(f"{where}: a source includes the test file {target}")
         elif own_top == "src" and top == "tools":
             self.problems.append(f"{where}: what is installed includes the tool {target}")

@@ -296,49 +296,6 @@ public:
     void getAddressIndex(int, int, int) {}
     void stopUSBStorageMode() {}
 
-    // --- Fields
-
-    // All are there by name and in this order; "unused" are those that nothing reads.
-    std::shared_ptr<PreviewWindow> window;       // unused
-    std::shared_ptr<PreviewImageView> imageView; // unused
-    SharedFlag _imageProcessMode{false};
-    bool _imageShrinkTrigger = false;
-    bool _AE = false; // unused
-    bool _IRFilterGrounded = false;
-    bool _maskCalibration = false;
-    bool _mask = false;
-    bool _brightness = false;
-    bool _VGAout = false; // unused
-    std::int32_t _forcedExposure = 25;
-    std::int32_t _nx9Exposure = 25;  // unused
-    std::int32_t _lightPenState = 0; // PenState; point thread
-    ScreenPoint _previousPoint; // where a button event was last posted, (0, 0) after pen up; point thread
-    // Where the stroke began, (0, 0) when no long press is pending; both threads.
-    SharedRecord<ScreenPoint> _AnchorPointForLongPress;
-    std::int32_t _deviceMode = -1; // -1 no unit, 0 unit just added, 1 after defaults
-    PreviewImageRef _previewImage; // the last complete picture; main thread
-    SharedReference<KVRCalibrationProtocol> _calibrationCenter;
-    SharedReference<EventGeneratorNX7CallbackProtocol> _delegate;
-    SharedReference<EventGeneratorNX7DeviceCallbackProtocol> _deviceDelegate;
-    SharedReference<EventGeneratorNX7ApplicationCallbackProtocol> _apDelegate; // unused
-    std::int32_t _threshold = 512;
-    IOObject _hidDevice;
-    SharedReference<IOHIDDeviceInterface122> _pphidDeviceInterface;
-    SharedReference<const InputReportElements> _inputReportElements;
-    ReportBufferRef _inputReportBuffer; // unused
-    ReportBufferRef _outputReportBuffer;
-    SharedReference<IOHIDQueueInterface> _queue;
-    SharedReference<IOHIDQueueInterface> _pointsQueue;
-    RunLoopSourceRef _CFRunLoopSourceRef;
-    PointListRef _calibrationPointsArray; // unused
-    SharedFlag _stopThread{false};
-    IOHIDQueueRef _calibrationQueue;
-    SharedFlag _isStaring{false};
-    SharedFlag _hasNoise{false};
-    SharedReference<IOHIDQueueInterface> _RetPairingData;
-    SharedReference<IOHIDQueueInterface> _PairingData;
-    PointListRef _calibrationPoints;
-
 private:
     using DeviceDelegateRef = std::shared_ptr<EventGeneratorNX7DeviceCallbackProtocol>;
     using StringOperation = void (EventGeneratorNX7::*)(const std::string&);
@@ -395,6 +352,47 @@ private:
     bool sendPairingRecord(const ReportBuffer& command, const IOHIDQueueRef& queue);
     void makePairingKeyWindow();
     void keyWindowIgnoresMouse(bool ignores);
+
+    // All of these are there by name and in this order; nothing reads those marked "unused".
+    std::shared_ptr<PreviewWindow> window;       // unused
+    std::shared_ptr<PreviewImageView> imageView; // unused
+    SharedFlag _imageProcessMode{false};
+    bool _imageShrinkTrigger = false;
+    bool _AE = false; // unused
+    bool _IRFilterGrounded = false;
+    bool _maskCalibration = false;
+    bool _mask = false;
+    bool _brightness = false;
+    bool _VGAout = false; // unused
+    std::int32_t _forcedExposure = 25;
+    std::int32_t _nx9Exposure = 25;  // unused
+    std::int32_t _lightPenState = 0; // PenState; point thread
+    ScreenPoint _previousPoint; // where a button event was last posted, (0, 0) after pen up; point thread
+    // Where the stroke began, (0, 0) when no long press is pending; both threads.
+    SharedRecord<ScreenPoint> _AnchorPointForLongPress;
+    std::int32_t _deviceMode = -1; // -1 no unit, 0 unit just added, 1 after defaults
+    PreviewImageRef _previewImage; // the last complete picture; main thread
+    SharedReference<KVRCalibrationProtocol> _calibrationCenter;
+    SharedReference<EventGeneratorNX7CallbackProtocol> _delegate;
+    SharedReference<EventGeneratorNX7DeviceCallbackProtocol> _deviceDelegate;
+    SharedReference<EventGeneratorNX7ApplicationCallbackProtocol> _apDelegate; // unused
+    std::int32_t _threshold = 512;
+    IOObject _hidDevice;
+    SharedReference<IOHIDDeviceInterface122> _pphidDeviceInterface;
+    SharedReference<const InputReportElements> _inputReportElements;
+    ReportBufferRef _inputReportBuffer; // unused
+    ReportBufferRef _outputReportBuffer;
+    SharedReference<IOHIDQueueInterface> _queue;
+    SharedReference<IOHIDQueueInterface> _pointsQueue;
+    RunLoopSourceRef _CFRunLoopSourceRef;
+    PointListRef _calibrationPointsArray; // unused
+    SharedFlag _stopThread{false};
+    IOHIDQueueRef _calibrationQueue;
+    SharedFlag _isStaring{false};
+    SharedFlag _hasNoise{false};
+    SharedReference<IOHIDQueueInterface> _RetPairingData;
+    SharedReference<IOHIDQueueInterface> _PairingData;
+    PointListRef _calibrationPoints;
 
     // The interface that feeds the running queues. The arrival of a second unit replaces the other one, and
     // its queues would dry up with it.

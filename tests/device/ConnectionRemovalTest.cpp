@@ -133,7 +133,7 @@ TEST_F(ConnectionRemovalTest, SettingsInformationAndCalibrationOutliveTheUnit) {
     EXPECT_TRUE(driver->brightness());
     EXPECT_EQ(driver->threshold(), 600);
     EXPECT_EQ(driver->forcedExposure(), 23);
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 1);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x35);
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
 }

@@ -78,7 +78,7 @@ TEST_F(FlashReadTest, AnEmptyUnitAnswersNoAtOnce) {
     replies = {{0x01}, {'N', 0x51, 0, 0x53, 0x54, 0x55, 0, 0x57}};
     EXPECT_THAT(*readFlash(), IsEmpty());
     EXPECT_TRUE(matchesTranscript("flash_read_empty"));
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 0);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 0);
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x53);
     EXPECT_EQ(driver->cmosVerFromFlash(), 0x54);
     EXPECT_EQ(driver->forcedExposure(), 23);
@@ -93,7 +93,7 @@ TEST_F(FlashReadTest, BothAcknowledgesStandAroundTheSummary) {
     replies = {{0x01}, {'N', 0, 0xFF, 0, 0, 0, 0xFE}};
     readFlash();
     EXPECT_THAT(lettersSent(), ElementsAre("H0", "H0", "H1", "H2", "W87", "T0", "H0", "H0", "W87", "T0"));
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 255);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 255);
 }
 
 TEST_F(FlashReadTest, NoEndsTheRecords) {
@@ -138,7 +138,7 @@ TEST_F(FlashReadTest, ReportsFromBeforeARequestAreNoAnswers) {
     replies = calibrated();
     EXPECT_THAT(*readFlash(), SizeIs(6));
     EXPECT_THAT(lettersSent(), ElementsAre("H0", "H0", "H1", "H2", "T0"));
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 1);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
 }
 
 TEST_F(FlashReadTest, ALateAnswerIsWaitedFor) {
@@ -247,7 +247,7 @@ TEST_F(FlashReadTest, AFailedAcknowledgeKeepsTheInformationThatWasRead) {
         replies = longAnswers();
         failSends(failing, kIOReturnTimeout);
         EXPECT_EQ(readFlash(), nullptr);
-        EXPECT_EQ(driver->wirelessPointsFromFlash(), failing == 5 ? 0x0C : 1)
+        EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), failing == 5 ? 0x0C : 1)
             << "a failed request that of before";
         EXPECT_EQ(driver->venerPointsFromFlash(), failing == 5 ? 0x0D : 0x35);
         EXPECT_EQ(driver->cmosVerFromFlash(), failing == 5 ? 0x0E : 0x12);

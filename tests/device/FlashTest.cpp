@@ -153,7 +153,7 @@ TEST_F(FlashTest, TheNextUpdateWritesTheNewCalibrationNotTheOneReadAtStart) {
 // Device information and what does nothing
 
 TEST_F(FlashTest, InformationBeforeAnyRead) {
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), -1);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), -1);
     EXPECT_EQ(driver->cmosVerFromFlash(), 0);
     EXPECT_EQ(driver->venerPointsFromFlash(), 0);
 }

@@ -25,7 +25,7 @@ TEST_P(UnitLifeCycleLengthTest, FromThePlugToAPress) {
     EXPECT_EQ(knownPoints(), flashPoints(camera));
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x35);
     EXPECT_EQ(driver->cmosVerFromFlash(), 0x12);
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 1);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
     EXPECT_EQ(camera.firmware()->wirelessAcknowledges(), 1);
     EXPECT_EQ(camera.firmware()->operatingModeAcknowledges(), 0);
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
@@ -154,7 +154,7 @@ TEST_F(UnitLifeCycleTest, NorWithAUnitThatDoesNotKeepQuiet) {
     camera.plug();
     start();
     EXPECT_EQ(knownPoints(), flashPoints(camera));
-    EXPECT_EQ(driver->wirelessPointsFromFlash(), 1);
+    EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
 }
 
 TEST_F(UnitLifeCycleTest, SlowAnswersAreWaitedFor) {

@@ -82,6 +82,9 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_fine(src__device__SharedState_h="", src__device__Unit_cpp='#include "device/SharedState.h"')
         self.assert_finds("src/app/Menu.cpp:1: src/device/SharedState.h is the inside of its folder",
                           src__app__Menu_cpp='#include "device/SharedState.h"')
+        (self.root / "src/app/Menu.cpp").unlink()
+        self.assert_finds("tests/kit/Driver.h:1: src/device/SharedState.h is the inside of its folder",
+                          tests__kit__Driver_h='#include "device/SharedState.h"')
 
     def test_the_unit_in_software_must_not_know_the_driver(self):
         self.assert_finds("unit must not include device", src__device__Reports_h="",
