@@ -8,7 +8,7 @@
 #include "calibration/KVRCalibrationCenter.h"
 #include "platform/Log.h"
 
-#if LIGHTPEN_HAVE_OPENCV
+#ifdef LIGHTPEN_HAVE_OPENCV
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
@@ -78,7 +78,7 @@ BENCHMARK(mapWithLogDiscarded);
 void mapByTheCenterWithLogDiscarded(benchmark::State& state) {
     DiscardingLog log;
     setLogSink(&log);
-    NoPointer pointer;
+    RecordingPointer pointer;
     const IdlePlatform desk(pointer);
     KVRCalibrationCenter center(0, kClearColor, 0, Screen{"main", kScreen});
     const _KVRQuadPoints& quad = quads().front();
@@ -115,7 +115,7 @@ void solve(benchmark::State& state) {
 }
 BENCHMARK(solve);
 
-#if LIGHTPEN_HAVE_OPENCV
+#ifdef LIGHTPEN_HAVE_OPENCV
 
 cv::Point2f single(CameraPoint point) {
     return {static_cast<float>(point.x), static_cast<float>(point.y)};

@@ -22,6 +22,7 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "measure/Waiting.h"
 #include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
@@ -102,12 +103,9 @@ int measureDriver(Microseconds span) {
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->awakeFromNib();
     bus.add<CameraUnit>().plug();
-    const Microseconds end = platform.clock.now() + kOpeningPatience;
-    while (!EventGeneratorNX7::hearsPen() || !controller->deviceConnected()) {
-        if (platform.clock.now() > end)
-            platform.runLoop.exitProcess(EXIT_FAILURE);
-        platform.runLoop.runFor(std::chrono::milliseconds(50));
-    }
+    const auto heard = [&] { return EventGeneratorNX7::hearsPen() && controller->deviceConnected(); };
+    if (!waitUntil(platform, heard, kOpeningPatience))
+        platform.runLoop.exitProcess(EXIT_FAILURE);
     platform.runLoop.runFor(kSettling);
     const Microseconds used = processorTime(unitThreads);
     platform.runLoop.runFor(span);

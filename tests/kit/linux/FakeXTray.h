@@ -4,20 +4,20 @@
 #include <utility>
 #include <vector>
 
-#include "measure/desktop/XTray.h"
+#include "measure/desktop/XTrayOwner.h"
 
 namespace lightpen {
 
 // A tray at the screen's upper left corner that comes, goes and takes in icons when a test says so.
-class FakeXTray final : public XTray {
+class FakeXTray final : public XTrayOwner {
 public:
-    using XTray::XTray;
+    using XTrayOwner::XTrayOwner;
 
     static constexpr std::uint16_t kSide = 24; // of the tray, in pixels
 
     void appear() {
         waiting_.clear();
-        XTray::appear({0, 0, kSide, kSide}, 0);
+        XTrayOwner::appear({0, 0, kSide, kSide}, 0);
     }
     // Says in the way of a tray that another selection has an owner.
     void announceSomethingElse() { announce("_NET_SYSTEM_TRAY_S7"); }

@@ -13,7 +13,7 @@ constexpr int kFromRightEdge = 60;
 
 } // namespace
 
-XTrayPanel::XTrayPanel(const std::string& display) : XTray(display) {
+XTrayPanel::XTrayPanel(const std::string& display) : XTrayOwner(display) {
     if (taken())
         throw std::runtime_error("there is a tray on " + display);
     xcb_change_window_attributes(connection(), screen().root, XCB_CW_BACK_PIXEL, &kWallpaper);

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
-
 #include "measure/desktop/XClient.h"
 
 namespace lightpen {
 
 // An X server's tray, as panels without a message bus keep it: its owner takes in the windows of programs
 // that ask. One thread at a time.
-class XTray : public XClient {
+class XTrayOwner : public XClient {
 public:
     // In pixels of the X screen.
     struct Place {
@@ -20,8 +18,8 @@ public:
     };
 
     // Not there yet.
-    explicit XTray(const std::string& display);
-    virtual ~XTray() = default;
+    using XClient::XClient;
+    virtual ~XTrayOwner() = default;
 
     // Shows the tray's window, in this colour (0xRRGGBB), and says that the tray is there; whose it was
     // before loses it.

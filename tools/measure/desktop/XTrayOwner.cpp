@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "measure/desktop/XTray.h"
+#include "measure/desktop/XTrayOwner.h"
 
 namespace lightpen {
 
@@ -11,15 +11,13 @@ constexpr std::uint32_t kEmbeddedNotify = 0;
 
 } // namespace
 
-XTray::XTray(const std::string& display) : XClient(display) {}
-
-bool XTray::taken() {
+bool XTrayOwner::taken() {
     const auto owner = owned(xcb_get_selection_owner_reply(
         connection(), xcb_get_selection_owner(connection(), atom(kSelection)), nullptr));
     return !owner || owner->owner != XCB_WINDOW_NONE;
 }
 
-void XTray::appear(Place place, std::uint32_t colour) {
+void XTrayOwner::appear(Place place, std::uint32_t colour) {
     window_ = xcb_generate_id(connection());
     const std::uint32_t values[] = {colour, 1, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY};
     xcb_create_window(connection(), XCB_COPY_FROM_PARENT, window_, screen().root, place.x, place.y,
@@ -30,17 +28,17 @@ void XTray::appear(Place place, std::uint32_t colour) {
     announce(kSelection);
 }
 
-void XTray::disappear() {
+void XTrayOwner::disappear() {
     xcb_destroy_window(connection(), window_);
     sync();
 }
 
-void XTray::announce(const std::string& selection) {
+void XTrayOwner::announce(const std::string& selection) {
     sendMessage(screen().root, XCB_EVENT_MASK_STRUCTURE_NOTIFY, screen().root, "MANAGER",
                 {XCB_CURRENT_TIME, atom(selection), window_});
 }
 
-void XTray::handleEvents() {
+void XTrayOwner::handleEvents() {
     const xcb_atom_t opcode = atom("_NET_SYSTEM_TRAY_OPCODE");
     while (const auto event = owned(xcb_poll_for_event(connection()))) {
         const auto kind = event->response_type & 0x7FU;
@@ -53,7 +51,7 @@ void XTray::handleEvents() {
     }
 }
 
-void XTray::takeIn(xcb_window_t icon, Place place) {
+void XTrayOwner::takeIn(xcb_window_t icon, Place place) {
     xcb_change_save_set(connection(), XCB_SET_MODE_INSERT, icon);
     xcb_reparent_window(connection(), icon, window_, place.x, place.y);
     const std::uint32_t size[] = {place.width, place.height};
