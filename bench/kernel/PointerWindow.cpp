@@ -54,14 +54,14 @@ void PointerWindow::show() {
                       screen().root_visual, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
     xcb_map_window(connection(), window_);
     xcb_flush(connection());
-    while (const auto event = owned(xcb_wait_for_event(connection())))
+    while (const auto event = ownedReply(xcb_wait_for_event(connection())))
         if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY)
             return;
     throw std::runtime_error("the display went away");
 }
 
 void PointerWindow::listen() {
-    while (const auto event = owned(xcb_wait_for_event(connection()))) {
+    while (const auto event = ownedReply(xcb_wait_for_event(connection()))) {
         const int type = event->response_type & 0x7f;
         if (type == XCB_DESTROY_NOTIFY)
             return;

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <QApplication>
 #include <QImage>
 #include <QString>
 
@@ -107,9 +108,12 @@ protected:
     }
     // The application's warning, which stands beside the panel.
     static testing::AssertionResult warningIsMovedAside() {
-        PreviewWindow& warning = *stage->controller->window;
-        const bool shown = warning.isVisible();
-        warning.orderOut();
+        bool shown = false;
+        for (QWidget* window : QApplication::topLevelWidgets())
+            if (auto* warning = dynamic_cast<PreviewWindow*>(window)) {
+                shown = shown || warning->isVisible();
+                warning->orderOut();
+            }
         return shown ? testing::AssertionSuccess() : testing::AssertionFailure() << "there was no warning";
     }
     void savePicture() {

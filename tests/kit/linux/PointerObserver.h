@@ -22,7 +22,7 @@ public:
     using XClient::XClient;
 
     PointerState state() {
-        const auto reply = owned(
+        const auto reply = ownedReply(
             xcb_query_pointer_reply(connection(), xcb_query_pointer(connection(), screen().root), nullptr));
         if (!reply)
             return {};

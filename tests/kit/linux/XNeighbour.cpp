@@ -66,7 +66,7 @@ void XNeighbour::setFocus(xcb_window_t window) {
 }
 
 std::uint32_t XNeighbour::pixelAt(std::int16_t x, std::int16_t y) {
-    const auto reply = owned(xcb_get_image_reply(
+    const auto reply = ownedReply(xcb_get_image_reply(
         connection(),
         xcb_get_image(connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, screen().root, x, y, 1, 1, ~std::uint32_t{0}),
         nullptr));
@@ -91,10 +91,10 @@ void XNeighbour::setRootCursor() {
 
 bool XNeighbour::grabKeyboard() {
     const auto reply =
-        owned(xcb_grab_keyboard_reply(connection(),
-                                      xcb_grab_keyboard(connection(), 0, screen().root, XCB_CURRENT_TIME,
-                                                        XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
-                                      nullptr));
+        ownedReply(xcb_grab_keyboard_reply(connection(),
+                                           xcb_grab_keyboard(connection(), 0, screen().root, XCB_CURRENT_TIME,
+                                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                           nullptr));
     return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
 }
 
@@ -121,7 +121,7 @@ void XNeighbour::becomeManager(xcb_window_t window) {
 
 std::optional<xcb_client_message_event_t> XNeighbour::takeMessage(const char* name) {
     const xcb_atom_t type = atom(name);
-    while (const auto event = owned(xcb_poll_for_event(connection()))) {
+    while (const auto event = ownedReply(xcb_poll_for_event(connection()))) {
         if ((event->response_type & 0x7F) != XCB_CLIENT_MESSAGE)
             continue;
         const auto& message = *reinterpret_cast<const xcb_client_message_event_t*>(event.get());
@@ -133,7 +133,7 @@ std::optional<xcb_client_message_event_t> XNeighbour::takeMessage(const char* na
 
 void XNeighbour::countInput() {
     sync();
-    while (const auto event = owned(xcb_poll_for_event(connection()))) {
+    while (const auto event = ownedReply(xcb_poll_for_event(connection()))) {
         keys_ += (event->response_type & 0x7F) == XCB_KEY_PRESS ? 1 : 0;
         clicks_ += (event->response_type & 0x7F) == XCB_BUTTON_PRESS ? 1 : 0;
     }

@@ -46,7 +46,7 @@ void XClient::holdKey(std::uint8_t keycode, bool down) {
 }
 
 xcb_atom_t XClient::atom(const std::string& name) {
-    const auto reply = owned(xcb_intern_atom_reply(
+    const auto reply = ownedReply(xcb_intern_atom_reply(
         connection_, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
         nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
@@ -66,12 +66,12 @@ void XClient::sendMessage(xcb_window_t receiver, std::uint32_t mask, xcb_window_
 
 xcb_window_t XClient::focus() {
     const auto reply =
-        owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+        ownedReply(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
 bool XClient::viewable(xcb_window_t window) {
-    const auto reply = owned(xcb_get_window_attributes_reply(
+    const auto reply = ownedReply(xcb_get_window_attributes_reply(
         connection_, xcb_get_window_attributes(connection_, window), nullptr));
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }

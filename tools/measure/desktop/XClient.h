@@ -13,7 +13,7 @@ namespace lightpen {
 
 // What the X library hands out for its caller to free: a reply, an event, an error; null for none.
 template <class Reply>
-std::unique_ptr<Reply, void (*)(void*)> owned(Reply* reply) {
+std::unique_ptr<Reply, void (*)(void*)> ownedReply(Reply* reply) {
     return {reply, std::free};
 }
 

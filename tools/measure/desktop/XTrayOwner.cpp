@@ -12,7 +12,7 @@ constexpr std::uint32_t kEmbeddedNotify = 0;
 } // namespace
 
 bool XTrayOwner::taken() {
-    const auto owner = owned(xcb_get_selection_owner_reply(
+    const auto owner = ownedReply(xcb_get_selection_owner_reply(
         connection(), xcb_get_selection_owner(connection(), atom(kSelection)), nullptr));
     return !owner || owner->owner != XCB_WINDOW_NONE;
 }
@@ -40,7 +40,7 @@ void XTrayOwner::announce(const std::string& selection) {
 
 void XTrayOwner::handleEvents() {
     const xcb_atom_t opcode = atom("_NET_SYSTEM_TRAY_OPCODE");
-    while (const auto event = owned(xcb_poll_for_event(connection()))) {
+    while (const auto event = ownedReply(xcb_poll_for_event(connection()))) {
         const auto kind = event->response_type & 0x7FU;
         if (kind == XCB_DESTROY_NOTIFY)
             forget(reinterpret_cast<const xcb_destroy_notify_event_t*>(event.get())->window);

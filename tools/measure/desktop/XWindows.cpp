@@ -33,7 +33,7 @@ void XWindows::collect(std::uint32_t window, std::uint32_t processId, std::vecto
         }
     }
     const auto tree =
-        owned(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), window), nullptr));
+        ownedReply(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), window), nullptr));
     if (!tree)
         return; // it has just gone
     for (const xcb_window_t child : childrenIn(*tree))
@@ -44,8 +44,8 @@ std::optional<ShownWindow> XWindows::read(std::uint32_t window, std::uint32_t pr
     if (numbers(window, "_NET_WM_PID") != std::vector<std::uint32_t>{processId})
         return std::nullopt;
     const auto geometry =
-        owned(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
-    const auto place = owned(xcb_translate_coordinates_reply(
+        ownedReply(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
+    const auto place = ownedReply(xcb_translate_coordinates_reply(
         connection(), xcb_translate_coordinates(connection(), window, screen().root, 0, 0), nullptr));
     if (!geometry || !place || !viewable(window))
         return std::nullopt;
@@ -81,13 +81,13 @@ void XWindows::hide(const ShownWindow& window) {
 
 std::size_t XWindows::thatCover(int width, int height) {
     const auto tree =
-        owned(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), screen().root), nullptr));
+        ownedReply(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), screen().root), nullptr));
     if (!tree)
         throw std::runtime_error("the X server does not tell its windows");
     std::size_t count = 0;
     for (const xcb_window_t window : childrenIn(*tree)) {
         const auto place =
-            owned(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
+            ownedReply(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
         if (place && viewable(window) && place->x <= 0 && place->y <= 0 && place->x + place->width >= width &&
             place->y + place->height >= height)
             ++count;
@@ -96,7 +96,7 @@ std::size_t XWindows::thatCover(int width, int height) {
 }
 
 std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* property) {
-    const auto reply = owned(xcb_get_property_reply(
+    const auto reply = ownedReply(xcb_get_property_reply(
         connection(),
         xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_CARDINAL, 0, kLongestProperty),
         nullptr));
@@ -109,7 +109,7 @@ std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* p
 }
 
 std::string XWindows::text(std::uint32_t window, const char* property) {
-    const auto reply = owned(xcb_get_property_reply(
+    const auto reply = ownedReply(xcb_get_property_reply(
         connection(),
         xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_ANY, 0, kLongestProperty),
         nullptr));
