@@ -6,17 +6,6 @@
 
 namespace lightpen {
 
-namespace {
-
-xcb_window_t rootOf(xcb_connection_t* connection, int screen) {
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (; screen > 0 && screens.rem > 1; --screen)
-        xcb_screen_next(&screens);
-    return screens.data->root;
-}
-
-} // namespace
-
 std::unique_ptr<XTray> XTray::connect(const char* display) {
     int screen = 0;
     XConnection connection = connectToX(display, &screen);
@@ -40,10 +29,6 @@ bool XTray::present() {
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-int XTray::descriptor() const {
-    return xcb_get_file_descriptor(connection_.get());
-}
-
 bool XTray::arrived() {
     bool announced = false;
     while (const auto event = owned(xcb_poll_for_event(connection_.get()))) {
@@ -53,10 +38,6 @@ bool XTray::arrived() {
         announced |= message.type == managerAtom_ && message.data.data32[1] == trayAtom_;
     }
     return announced;
-}
-
-bool XTray::alive() const {
-    return xcb_connection_has_error(connection_.get()) == 0;
 }
 
 } // namespace lightpen

@@ -19,11 +19,11 @@ public:
     // There is a tray now.
     bool present();
     // Becomes readable when there is something for arrived().
-    int descriptor() const;
+    int descriptor() const { return xcb_get_file_descriptor(connection_.get()); }
     // Takes what the server has sent; true when a tray has announced itself in it.
     bool arrived();
     // False once the server is gone.
-    bool alive() const;
+    bool alive() const { return xcb_connection_has_error(connection_.get()) == 0; }
 
 private:
     XTray(XConnection connection, int screen);

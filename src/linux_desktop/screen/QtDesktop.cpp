@@ -19,9 +19,8 @@ QSize xDesktopSize() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (!x11 || !x11->connection())
         return {};
-    const auto root = xcb_setup_roots_iterator(xcb_get_setup(x11->connection())).data->root;
-    const auto reply =
-        owned(xcb_get_geometry_reply(x11->connection(), xcb_get_geometry(x11->connection(), root), nullptr));
+    const auto request = xcb_get_geometry(x11->connection(), rootOf(x11->connection()));
+    const auto reply = owned(xcb_get_geometry_reply(x11->connection(), request, nullptr));
     return reply ? QSize(reply->width, reply->height) : QSize();
 }
 

@@ -29,6 +29,14 @@ inline XConnection connectToX(const char* display, int* screen = nullptr) {
     return connection;
 }
 
+// The root window of the screen of that number, of the last one where there are fewer.
+inline xcb_window_t rootOf(xcb_connection_t* connection, int screen = 0) {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (; screen > 0 && screens.rem > 1; --screen)
+        xcb_screen_next(&screens);
+    return screens.data->root;
+}
+
 // The number of a name on this server; XCB_ATOM_NONE when it cannot be had.
 inline xcb_atom_t atomOf(xcb_connection_t* connection, std::string_view name) {
     const auto request = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());

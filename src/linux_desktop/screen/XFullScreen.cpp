@@ -15,10 +15,6 @@ constexpr std::uint32_t kFixesVersion = 4;
 // Who asks the window manager: a pager, which speaks for the user, where an application might be refused.
 constexpr std::uint32_t kSourcePager = 2;
 
-xcb_window_t rootOf(xcb_connection_t* connection) {
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
-
 bool serverHidesCursors(xcb_connection_t* connection) {
     const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
     if (!extension || !extension->present)
@@ -75,9 +71,7 @@ bool XFullScreen::managed() {
 XFullScreen::Window XFullScreen::focus() {
     const auto reply =
         owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
-    if (!reply)
-        return XCB_WINDOW_NONE;
-    return reply->focus;
+    return reply ? reply->focus : Window{XCB_WINDOW_NONE};
 }
 
 void XFullScreen::setFocus(Window window) {
@@ -116,14 +110,6 @@ void XFullScreen::watch(Window window) {
     if (watched_ != XCB_WINDOW_NONE)
         selectEvents(watched_, XCB_EVENT_MASK_VISIBILITY_CHANGE | XCB_EVENT_MASK_FOCUS_CHANGE);
     focus();
-}
-
-int XFullScreen::descriptor() const {
-    return xcb_get_file_descriptor(connection_.get());
-}
-
-bool XFullScreen::alive() const {
-    return xcb_connection_has_error(connection_.get()) == 0;
 }
 
 XFullScreen::News XFullScreen::takeNews() {

@@ -44,9 +44,9 @@ public:
     // Reports on this window instead of another one; 0 for none. Whatever happens after its return is news.
     void watch(Window window);
     // Readable when there may be news.
-    int descriptor() const;
+    int descriptor() const { return xcb_get_file_descriptor(connection_.get()); }
     // False with the connection.
-    bool alive() const;
+    bool alive() const { return xcb_connection_has_error(connection_.get()) == 0; }
     News takeNews();
 
 private:
