@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/process/PreferredLanguages.h"
+#include "linux_desktop/process/LinuxLocales.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace lightpen {
 namespace {
@@ -13,8 +11,22 @@ using testing::ElementsAre;
 
 using Strings = std::vector<std::string>;
 
-Strings ofLang(const std::string& lang) {
-    return preferredLanguages({"", "", lang, ""});
+// The values of LC_ALL, LC_MESSAGES, LANG and LANGUAGE; empty means not set.
+Strings languagesOf(const char* all, const char* messages, const char* lang, const char* language) {
+    QProcessEnvironment variables;
+    const auto set = [&](const char* name, const char* value) {
+        if (*value)
+            variables.insert(QString::fromUtf8(name), QString::fromUtf8(value));
+    };
+    set("LC_ALL", all);
+    set("LC_MESSAGES", messages);
+    set("LANG", lang);
+    set("LANGUAGE", language);
+    return LinuxLocales::languagesIn(variables);
+}
+
+Strings ofLang(const char* lang) {
+    return languagesOf("", "", lang, "");
 }
 
 TEST(PreferredLanguages, AreTheBareLanguageOfTheLocale) {
@@ -48,35 +60,21 @@ TEST(PreferredLanguages, AreEnglishWhereTheNameIsNone) {
 }
 
 TEST(PreferredLanguages, FollowTheStrongestVariable) {
-    EXPECT_THAT(preferredLanguages({"fr_FR", "it_IT", "de_DE", ""}), ElementsAre("fr"));
-    EXPECT_THAT(preferredLanguages({"", "it_IT", "de_DE", ""}), ElementsAre("it"));
-    EXPECT_THAT(preferredLanguages({"C", "it_IT", "de_DE", ""}), ElementsAre("en"));
+    EXPECT_THAT(languagesOf("fr_FR", "it_IT", "de_DE", ""), ElementsAre("fr"));
+    EXPECT_THAT(languagesOf("", "it_IT", "de_DE", ""), ElementsAre("it"));
+    EXPECT_THAT(languagesOf("C", "it_IT", "de_DE", ""), ElementsAre("en"));
 }
 
 TEST(PreferredLanguages, PutTheListOfLanguagesBeforeTheLocale) {
-    EXPECT_THAT(preferredLanguages({"", "", "de_DE.UTF-8", "ja:zh_TW:de"}),
-                ElementsAre("ja", "zh-Hant", "de"));
-    EXPECT_THAT(preferredLanguages({"", "", "nl_NL", "pt_BR:pt:en"}), ElementsAre("pt", "en", "nl"));
-    EXPECT_THAT(preferredLanguages({"", "", "nl_NL", "::klingon:C:"}), ElementsAre("en", "nl"));
+    EXPECT_THAT(languagesOf("", "", "de_DE.UTF-8", "ja:zh_TW:de"), ElementsAre("ja", "zh-Hant", "de"));
+    EXPECT_THAT(languagesOf("", "", "nl_NL", "pt_BR:pt:en"), ElementsAre("pt", "en", "nl"));
+    EXPECT_THAT(languagesOf("", "", "nl_NL", "::klingon:C:"), ElementsAre("en", "nl"));
 }
 
 TEST(PreferredLanguages, TheListDoesNotCountInTheCLocale) {
-    EXPECT_THAT(preferredLanguages({"", "", "C", "ja:de"}), ElementsAre("en"));
-    EXPECT_THAT(preferredLanguages({"", "", "", "ja:de"}), ElementsAre("en"));
-    EXPECT_THAT(preferredLanguages({"C.UTF-8", "", "de_DE", "ja"}), ElementsAre("en"));
-}
-
-TEST(PreferredLanguages, AreThoseOfTheEnvironment) {
-    setenv("LC_ALL", "a", 1);
-    setenv("LC_MESSAGES", "b", 1);
-    setenv("LANG", "c", 1);
-    setenv("LANGUAGE", "d", 1);
-    LocaleVariables variables = localeVariablesOfTheEnvironment();
-    EXPECT_EQ(variables.all + variables.messages + variables.lang + variables.language, "abcd");
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG", "LANGUAGE"})
-        unsetenv(name);
-    variables = localeVariablesOfTheEnvironment();
-    EXPECT_EQ(variables.all + variables.messages + variables.lang + variables.language, "");
+    EXPECT_THAT(languagesOf("", "", "C", "ja:de"), ElementsAre("en"));
+    EXPECT_THAT(languagesOf("", "", "", "ja:de"), ElementsAre("en"));
+    EXPECT_THAT(languagesOf("C.UTF-8", "", "de_DE", "ja"), ElementsAre("en"));
 }
 
 } // namespace
