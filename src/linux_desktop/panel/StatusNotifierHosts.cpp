@@ -3,11 +3,9 @@
 
 #include <utility>
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
 namespace lightpen {
@@ -38,57 +36,33 @@ bool isOpen(const QDBusPendingCall& call) {
 
 } // namespace
 
-// The bus library calls slots by their names only.
-class StatusNotifierHosts::Watch : public QObject {
-    Q_OBJECT
-
-public:
-    Watch(std::function<void()> found, std::chrono::milliseconds patience)
-        : found_(std::move(found)), patience_(patience), names_(kService, bus_) {
-        connect(&names_, &QDBusServiceWatcher::serviceRegistered, this, &Watch::ask);
-        // Without a bus this fails like everything else, and nobody ever comes.
-        bus_.connect(kService, kPath, kService, QStringLiteral("StatusNotifierHostRegistered"), this,
-                     SLOT(ask()));
-    }
-
-    bool search() {
-        QDBusPendingCall call = askForHost(bus_, patience_);
-        call.waitForFinished();
-        if (isOpen(call))
-            ask();
-        return saysYes(call);
-    }
-
-private Q_SLOTS:
-    void ask() {
-        auto* answer = new QDBusPendingCallWatcher(askForHost(bus_, kLaterPatience), this);
-        connect(answer, &QDBusPendingCallWatcher::finished, this, &Watch::take);
-    }
-
-private:
-    void take(QDBusPendingCallWatcher* answer) {
-        answer->deleteLater();
-        if (isOpen(*answer))
-            ask();
-        else if (saysYes(*answer))
-            found_();
-    }
-
-    const std::function<void()> found_;
-    const std::chrono::milliseconds patience_;
-    QDBusConnection bus_ = QDBusConnection::sessionBus();
-    QDBusServiceWatcher names_;
-};
-
 StatusNotifierHosts::StatusNotifierHosts(std::function<void()> found, std::chrono::milliseconds patience)
-    : watch_(std::make_unique<Watch>(std::move(found), patience)) {}
-
-StatusNotifierHosts::~StatusNotifierHosts() = default;
+    : found_(std::move(found)), patience_(patience), names_(kService, bus_) {
+    connect(&names_, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHosts::ask);
+    // Without a bus this fails like everything else, and nobody ever comes.
+    bus_.connect(kService, kPath, kService, QStringLiteral("StatusNotifierHostRegistered"), this,
+                 SLOT(ask()));
+}
 
 bool StatusNotifierHosts::search() {
-    return watch_->search();
+    QDBusPendingCall call = askForHost(bus_, patience_);
+    call.waitForFinished();
+    if (isOpen(call))
+        ask();
+    return saysYes(call);
+}
+
+void StatusNotifierHosts::ask() {
+    auto* answer = new QDBusPendingCallWatcher(askForHost(bus_, kLaterPatience), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, &StatusNotifierHosts::take);
+}
+
+void StatusNotifierHosts::take(QDBusPendingCallWatcher* answer) {
+    answer->deleteLater();
+    if (isOpen(*answer))
+        ask();
+    else if (saysYes(*answer))
+        found_();
 }
 
 } // namespace lightpen
-
-#include "StatusNotifierHosts.moc"
