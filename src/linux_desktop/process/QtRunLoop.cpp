@@ -13,10 +13,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QEventLoop>
-#include <QSocketNotifier>
-#include <QTimer>
 
-#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {
@@ -43,56 +40,33 @@ FileDescriptor makeWakeUp() {
 
 } // namespace
 
-// What Qt knows of the run loop: the descriptor that wakes it, and its timer. Other threads wake it by
-// writing, which takes none of Qt's locks from a thread that is in a hurry.
-class QtRunLoop::Receiver final : public QObject {
-public:
-    explicit Receiver(QtRunLoop& loop)
-        : loop_(loop), wakeUp_(makeWakeUp()), notifier_(wakeUp_.get(), QSocketNotifier::Read) {
-        timer.setSingleShot(true);
-        timer.setTimerType(Qt::PreciseTimer);
-        connect(&timer, &QTimer::timeout, this, [this] { loop_.turn(); });
-        connect(&notifier_, &QSocketNotifier::activated, this, [this] { wokenUp(); });
-        QCoreApplication::instance()->installEventFilter(this);
-    }
-
-    // Any thread. A counter that is full wakes just as well.
-    void wake() const {
-        const std::uint64_t one = 1;
-        retryInterrupted([&] { return ::write(wakeUp_.get(), &one, sizeof one); });
-    }
-
-    // Whoever asks the application to quit (a session manager, Qt itself) means all of it, nested waits too.
-    bool eventFilter(QObject*, QEvent* event) override {
-        if (event->type() != QEvent::Quit)
-            return false;
-        loop_.terminate(EXIT_SUCCESS);
-        return true;
-    }
-
-    QTimer timer;
-
-private:
-    void wokenUp() {
-        std::uint64_t count = 0;
-        retryInterrupted([&] { return ::read(wakeUp_.get(), &count, sizeof count); });
-        loop_.wakePosted_.store(false);
-        if (loop_.terminating())
-            QCoreApplication::exit(loop_.status()); // the innermost loop and every one around it
-        else
-            loop_.turn();
-    }
-
-    QtRunLoop& loop_;
-    const FileDescriptor wakeUp_;
-    QSocketNotifier notifier_;
-};
-
 QtRunLoop::QtRunLoop(Clock& clock, std::function<void()> releaseButtonsAndFlushLog)
-    : clock_(clock), atExit_(std::move(releaseButtonsAndFlushLog)),
-      receiver_(std::make_unique<Receiver>(*this)) {}
+    : clock_(clock), atExit_(std::move(releaseButtonsAndFlushLog)), wakeUp_(makeWakeUp()),
+      notifier_(wakeUp_.get(), QSocketNotifier::Read) {
+    timer_.setSingleShot(true);
+    timer_.setTimerType(Qt::PreciseTimer);
+    connect(&timer_, &QTimer::timeout, this, [this] { turn(); });
+    connect(&notifier_, &QSocketNotifier::activated, this, [this] { wokenUp(); });
+    QCoreApplication::instance()->installEventFilter(this);
+}
 
-QtRunLoop::~QtRunLoop() = default;
+// Whoever asks the application to quit (a session manager, Qt itself) means all of it, nested waits too.
+bool QtRunLoop::eventFilter(QObject*, QEvent* event) {
+    if (event->type() != QEvent::Quit)
+        return false;
+    terminate(EXIT_SUCCESS);
+    return true;
+}
+
+void QtRunLoop::wokenUp() {
+    std::uint64_t count = 0;
+    retryInterrupted([&] { return ::read(wakeUp_.get(), &count, sizeof count); });
+    wakePosted_.store(false);
+    if (terminating())
+        QCoreApplication::exit(status()); // the innermost loop and every one around it
+    else
+        turn();
+}
 
 int QtRunLoop::run() {
     if (!terminating())
@@ -126,17 +100,23 @@ void QtRunLoop::cancelPreviousPerformRequests(const void* target, std::string_vi
     armTimer();
 }
 
+// Takes none of Qt's locks from a thread that is in a hurry. A counter that is full wakes just as well.
+void QtRunLoop::writeWakeUp() {
+    const std::uint64_t one = 1;
+    retryInterrupted([&] { return ::write(wakeUp_.get(), &one, sizeof one); });
+}
+
 // One wake-up is on its way at most, however many requests there are.
 void QtRunLoop::wake() {
     if (!wakePosted_.exchange(true))
-        receiver_->wake();
+        writeWakeUp();
 }
 
 void QtRunLoop::armTimer() {
     if (const auto due = queue_.nextDue())
-        receiver_->timer.start(timerInterval(*due - clock_.now()));
+        timer_.start(timerInterval(*due - clock_.now()));
     else
-        receiver_->timer.stop();
+        timer_.stop();
 }
 
 // One request a turn, so that windows and devices get theirs between two. The next turn is arranged before
@@ -169,7 +149,7 @@ void QtRunLoop::runFor(Microseconds duration) {
 void QtRunLoop::terminate(int status) {
     long none = kNoStatus;
     if (status_.compare_exchange_strong(none, status))
-        receiver_->wake();
+        writeWakeUp();
 }
 
 void QtRunLoop::exitProcess(int status) {
