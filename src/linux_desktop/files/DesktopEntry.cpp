@@ -3,84 +3,50 @@
 
 #include <algorithm>
 
-#include <QUtf8StringView>
+#include <QByteArray>
+#include <QByteArrayList>
 
 namespace lightpen {
 
 namespace {
 
-constexpr std::string_view kMainGroup = "[Desktop Entry]";
-constexpr std::string_view kBlank = " \t\r";
+constexpr const char* kMainGroup = "[Desktop Entry]";
 // Characters that may not stand in a word of a command line without quotes.
 constexpr std::string_view kReserved = " \t\n\"'\\><~|&;$*?#()`";
 // Those of them that mean something inside quotes, too.
 constexpr std::string_view kQuotedReserved = "\"`$\\";
 
-struct Escape {
-    char letter;
-    char meaning;
-};
-constexpr Escape kEscapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
-
-std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kBlank);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
-
-// The next line that says something, without the blanks around it; the text goes on behind it. Empty at the
-// end.
-std::string_view nextLine(std::string_view& text) {
-    while (!text.empty()) {
-        const auto end = std::min(text.find('\n'), text.size());
-        const auto line = trimmed(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-        if (!line.empty() && line.front() != '#')
-            return line;
-    }
-    return {};
-}
-
-bool isUtf8(std::string_view text) {
-    return QUtf8StringView(text.data(), static_cast<qsizetype>(text.size())).isValidUtf8();
-}
-
 // What the escapes of a value mean; one that is none is left as it is written.
 std::string unescaped(std::string_view text) {
+    constexpr std::string_view letters = "sntr\\";
+    constexpr std::string_view meanings = " \n\t\r\\";
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto* escape = std::end(kEscapes);
-        if (text[i] == '\\' && i + 1 < text.size())
-            escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
-                                  [&](const Escape& known) { return known.letter == text[i + 1]; });
-        if (escape == std::end(kEscapes)) {
-            result += text[i];
-        } else {
-            result += escape->meaning;
+        const bool pair = text[i] == '\\' && i + 1 < text.size();
+        const auto escape = pair ? letters.find(text[i + 1]) : std::string_view::npos;
+        if (escape != std::string_view::npos)
             ++i;
-        }
+        result += escape != std::string_view::npos ? meanings[escape] : text[i];
     }
     return result;
 }
 
 // A space needs its escape only where readers cut blanks off.
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto* escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
-                                          [&](const Escape& known) { return known.meaning == text[i]; });
-        const bool innerSpace = text[i] == ' ' && i > 0 && i + 1 < text.size();
-        if (escape == std::end(kEscapes) || innerSpace)
-            result += text[i];
-        else
-            result += {'\\', escape->letter};
-    }
-    return result;
+QByteArray escaped(QByteArray text) {
+    text.replace("\\", "\\\\").replace("\n", "\\n").replace("\t", "\\t").replace("\r", "\\r");
+    if (text.startsWith(' '))
+        text.replace(0, 1, "\\s");
+    if (text.endsWith(' '))
+        text.replace(text.size() - 1, 1, "\\s");
+    return text;
+}
+
+QByteArray bytesOf(std::string_view text) {
+    return {text.data(), static_cast<qsizetype>(text.size())};
 }
 
 bool canBeHeld(std::string_view value) {
-    return isUtf8(value) && std::all_of(value.begin(), value.end(), [](char letter) {
+    return bytesOf(value).isValidUtf8() && std::all_of(value.begin(), value.end(), [](char letter) {
                return letter == '\n' || letter == '\t' || letter == '\r' ||
                       (static_cast<unsigned char>(letter) >= 0x20 && letter != 0x7F);
            });
@@ -89,15 +55,24 @@ bool canBeHeld(std::string_view value) {
 } // namespace
 
 std::optional<DesktopEntry> DesktopEntry::parse(std::string_view text) {
-    if (!isUtf8(text) || text.find('\0') != std::string_view::npos || nextLine(text) != kMainGroup)
+    const QByteArray bytes = bytesOf(text);
+    if (!bytes.isValidUtf8() || bytes.contains('\0'))
         return std::nullopt;
-    DesktopEntry entry;
-    entry.keys_.clear();
-    for (auto line = nextLine(text); !line.empty() && line.front() != '['; line = nextLine(text)) {
-        const auto equals = line.find('=');
-        if (equals == std::string_view::npos)
+    std::optional<DesktopEntry> entry; // once its group has begun
+    for (const QByteArray& untrimmed : bytes.split('\n')) {
+        const QByteArray line = untrimmed.trimmed();
+        const auto equals = line.indexOf('=');
+        if (line.isEmpty() || line.startsWith('#'))
+            continue;
+        if (!entry && line == kMainGroup)
+            entry.emplace().keys_.clear();
+        else if (entry && line.startsWith('['))
+            break;
+        else if (entry && equals >= 0)
+            entry->keys_.emplace_back(line.left(equals).trimmed().toStdString(),
+                                      line.mid(equals + 1).trimmed().toStdString());
+        else
             return std::nullopt;
-        entry.keys_.emplace_back(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
     }
     return entry;
 }
@@ -112,17 +87,18 @@ std::optional<std::string> DesktopEntry::value(std::string_view key) const {
 bool DesktopEntry::set(std::string_view key, std::string_view value) {
     if (!canBeHeld(value))
         return false;
+    const std::string written = escaped(bytesOf(value)).toStdString();
     const auto found =
         std::find_if(keys_.begin(), keys_.end(), [&](const auto& known) { return known.first == key; });
     if (found == keys_.end())
-        keys_.emplace_back(key, escaped(value));
+        keys_.emplace_back(key, written);
     else
-        found->second = escaped(value);
+        found->second = written;
     return true;
 }
 
 std::string DesktopEntry::text() const {
-    std::string text = std::string(kMainGroup) + '\n';
+    std::string text = kMainGroup + std::string(1, '\n');
     for (const auto& [name, value] : keys_)
         text += name + '=' + value + '\n';
     return text;
