@@ -11,7 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include <QByteArray>
+#include <QDir>
+#include <QFileInfo>
 
 #include "linux_desktop/files/ApplicationBundle.h"
 #include "linux_desktop/process/SignalMask.h"
@@ -26,33 +27,6 @@ using SteadyClock = std::chrono::steady_clock;
 
 // How long the end waits for a call that is under way.
 constexpr std::chrono::milliseconds kEndPatience{200};
-
-bool isThere(const fs::path& path) {
-    std::error_code unreadable;
-    return fs::exists(path, unreadable);
-}
-
-bool serverRuns() {
-    const fs::path runtime = qgetenv("XDG_RUNTIME_DIR").toStdString();
-    return (!runtime.empty() && (isThere(runtime / "pulse/native") || isThere(runtime / "pipewire-0"))) ||
-           isThere("/run/pulse/native");
-}
-
-bool cardIsThere() {
-    std::error_code unreadable;
-    for (const auto& entry : fs::directory_iterator("/dev/snd", unreadable))
-        if (entry.path().filename().string().starts_with("controlC"))
-            return true;
-    return false;
-}
-
-// Somebody has said where sounds go.
-bool outputIsChosen() {
-    for (const char* name : {"CANBERRA_DRIVER", "PULSE_SERVER", "ALSA_CONFIG_PATH"})
-        if (!qEnvironmentVariableIsEmpty(name))
-            return true;
-    return false;
-}
 
 int noteDriver(dl_phdr_info* library, std::size_t, void* paths) {
     const std::string_view path = library->dlpi_name;
@@ -73,7 +47,17 @@ void keepDriverLoaded() {
 } // namespace
 
 bool soundIsPossible() {
-    return outputIsChosen() || serverRuns() || cardIsThere();
+    // Somebody has said where sounds go.
+    for (const char* name : {"CANBERRA_DRIVER", "PULSE_SERVER", "ALSA_CONFIG_PATH"})
+        if (!qEnvironmentVariableIsEmpty(name))
+            return true;
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    for (const QString& server :
+         {runtime + QLatin1String("/pulse/native"), runtime + QLatin1String("/pipewire-0"),
+          QStringLiteral("/run/pulse/native")})
+        if (QFileInfo::exists(server))
+            return true;
+    return !QDir(QStringLiteral("/dev/snd")).entryList({QStringLiteral("controlC*")}, QDir::System).isEmpty();
 }
 
 // What the sounds and their threads share; it lives as long as the last of them.
