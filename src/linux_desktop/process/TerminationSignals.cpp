@@ -55,8 +55,7 @@ TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
     pipeForHandler.store(writeEnd_.get());
     thread_ = std::thread([this] { watch(); });
     for (std::size_t i = 0; i < kSignals.size(); ++i)
-        takeOver(kSignals[i], passOn, previous_[i]);
-    takeOver(SIGPIPE, passOver, previousPipe_);
+        takeOver(kSignals[i], kSignals[i] == SIGPIPE ? passOver : passOn, previous_[i]);
 }
 
 TerminationSignals::~TerminationSignals() {
@@ -64,7 +63,6 @@ TerminationSignals::~TerminationSignals() {
         return;
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         sigaction(kSignals[i], &previous_[i], nullptr);
-    sigaction(SIGPIPE, &previousPipe_, nullptr);
     retryInterrupted([&] { return ::write(writeEnd_.get(), &kEndOfWatch, 1); });
     thread_.join();
     pipeForHandler.store(-1);

@@ -26,7 +26,7 @@ public:
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
 private:
-    static constexpr std::array<int, 3> kSignals{SIGTERM, SIGINT, SIGHUP};
+    static constexpr std::array<int, 4> kSignals{SIGTERM, SIGINT, SIGHUP, SIGPIPE};
 
     void watch();
 
@@ -34,7 +34,6 @@ private:
     FileDescriptor readEnd_;
     FileDescriptor writeEnd_;
     std::array<struct sigaction, kSignals.size()> previous_{};
-    struct sigaction previousPipe_ {};
     std::thread thread_;
 };
 
