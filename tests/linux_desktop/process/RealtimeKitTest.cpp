@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/process/RealtimeKit.h"
+#include "linux_desktop/process/SystemThreads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
