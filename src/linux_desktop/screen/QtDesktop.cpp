@@ -51,26 +51,23 @@ PixelRect wholeDesktop() {
 } // namespace
 
 QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry)
-    : defaults_(defaults), geometry_(geometry), connections_(std::make_unique<QObject>()) {
-    QObject::connect(qGuiApp, &QGuiApplication::screenAdded, connections_.get(), [this](QScreen* screen) {
+    : defaults_(defaults), geometry_(geometry) {
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
         watch(*screen);
         update();
     });
-    QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, connections_.get(), [this] { update(); });
-    QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, connections_.get(),
-                     [this] { update(); });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { update(); });
+    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, [this] { update(); });
     for (QScreen* screen : QGuiApplication::screens())
         watch(*screen);
     update();
 }
 
-QtDesktop::~QtDesktop() = default;
-
 void QtDesktop::watch(QScreen& screen) {
     const auto again = [this] { update(); };
-    QObject::connect(&screen, &QScreen::geometryChanged, connections_.get(), again);
-    QObject::connect(&screen, &QScreen::virtualGeometryChanged, connections_.get(), again);
-    QObject::connect(&screen, &QScreen::logicalDotsPerInchChanged, connections_.get(), again);
+    connect(&screen, &QScreen::geometryChanged, this, again);
+    connect(&screen, &QScreen::virtualGeometryChanged, this, again);
+    connect(&screen, &QScreen::logicalDotsPerInchChanged, this, again);
 }
 
 std::vector<Screen> QtDesktop::screens() const {

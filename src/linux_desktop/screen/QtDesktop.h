@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string_view>
+
+#include <QObject>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/Shared.h"
 
-class QObject;
 class QScreen;
 
 namespace lightpen {
 
 // The user's screens as Qt reports them. Made after the application object, on its thread; keeps the main
 // screen's frame and the pointer's geometry up to date while the loop runs.
-class QtDesktop final : public Desktop {
+class QtDesktop final : public QObject, public Desktop {
 public:
     // The user default that names the main screen, as its output is called ("HDMI-1"); without it, or when
     // there is no such screen, the primary one is the main one.
@@ -25,9 +25,6 @@ public:
 
     // Both outlive the desktop.
     QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry);
-    ~QtDesktop() override;
-    QtDesktop(const QtDesktop&) = delete;
-    QtDesktop& operator=(const QtDesktop&) = delete;
 
     // The origin is (0, 0): screen points are counted from the main screen's corner.
     std::optional<ScreenRect> mainScreenFrame() const override { return frame_.load(); }
@@ -43,7 +40,6 @@ private:
     const UserDefaults& defaults_;
     SharedGeometry& geometry_;
     SharedRecord<std::optional<ScreenRect>> frame_;
-    std::unique_ptr<QObject> connections_;
 };
 
 } // namespace lightpen
