@@ -62,21 +62,12 @@ std::optional<DesktopEntry> readEntry(const std::string& path) {
     return text && text->size() <= kLargest ? DesktopEntry::parse(*text) : std::nullopt;
 }
 
-const char* textOf(bool flag) {
-    return flag ? "true" : "false";
-}
-
 std::int64_t orderIn(const DesktopEntry& entry) {
     const std::string text = entry.value(kOrder).value_or("");
     std::int64_t order = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), order);
     const bool sound = error == std::errc() && end == text.data() + text.size();
     return sound && order > 0 && order <= kHighestOrder ? order : 0;
-}
-
-bool cannotBeStored(const LoginItem& item) {
-    logLine("Login items: no entry can hold the path \"%s\"", item.path.c_str());
-    return false;
 }
 
 bool setPath(DesktopEntry& entry, const std::string& path) {
@@ -170,9 +161,11 @@ bool XdgLoginItems::store(const LoginItem& item, std::int64_t order, const Store
     const std::string name = before ? item.origin : freeName();
     if (name.empty())
         return false;
-    if ((!before || item.path != before->item.path) && !setPath(*entry, item.path))
-        return cannotBeStored(item);
-    entry->set(kHide, textOf(item.hide));
+    if ((!before || item.path != before->item.path) && !setPath(*entry, item.path)) {
+        logLine("Login items: no entry can hold the path \"%s\"", item.path.c_str());
+        return false;
+    }
+    entry->set(kHide, item.hide ? "true" : "false");
     if (item.identifier || entry->value(kIdentifier))
         entry->set(kIdentifier, item.identifier.value_or(""));
     entry->set(kOrder, std::to_string(order));
