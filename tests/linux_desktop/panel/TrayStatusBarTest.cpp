@@ -117,12 +117,6 @@ TEST_F(TrayStatusBarTest, CallsNobodyAfterItsEnd) {
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(TrayStatusBarTest, NobodyIsCalledWithoutATrayOfAnyKind) {
-    ask();
-    settle();
-    EXPECT_EQ(calls, 0);
-}
-
 QIcon someIcon() {
     QPixmap picture(22, 22);
     picture.fill(Qt::red);

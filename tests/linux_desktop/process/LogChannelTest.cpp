@@ -18,26 +18,6 @@ std::string writeAll(LogChannel& channel, Pipe& pipe) {
     return text;
 }
 
-TEST(LogChannel, HasNothingAtFirst) {
-    Pipe pipe;
-    LogChannel channel(pipe.writeEnd(), 100);
-    EXPECT_FALSE(channel.hasWaiting());
-    channel.refill();
-    EXPECT_FALSE(channel.hasRest());
-    EXPECT_EQ(channel.received(), 0u);
-    EXPECT_EQ(channel.settled(), 0u);
-}
-
-TEST(LogChannel, WritesLinesAndTextInTheOrderTheyCame) {
-    Pipe pipe;
-    LogChannel channel(pipe.writeEnd(), 100);
-    channel.append("one", true);
-    channel.append("t", false);
-    channel.append("wo\nthree", true);
-    EXPECT_TRUE(channel.hasWaiting());
-    EXPECT_EQ(writeAll(channel, pipe), "one\ntwo\nthree\n");
-}
-
 TEST(LogChannel, CountsATextAsSettledOnlyOnceItIsOut) {
     Pipe pipe;
     LogChannel channel(pipe.writeEnd(), 100);
