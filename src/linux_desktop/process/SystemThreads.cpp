@@ -14,6 +14,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDBusVariant>
 
 namespace lightpen {
@@ -53,16 +54,11 @@ QDBusMessage call(const QString& interface, const QString& method, const QVarian
     return QDBusConnection::systemBus().call(message, QDBus::Block, kCallMilliseconds);
 }
 
-// A property of RealtimeKit's; the fallback when it cannot be had.
-long long property(const QString& name, long long fallback) {
-    const QDBusMessage reply = call(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-                                    {QString(kRealtimeKit), name});
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return fallback;
-    bool isNumber = false;
-    const auto number =
-        qvariant_cast<QDBusVariant>(reply.arguments().constFirst()).variant().toLongLong(&isNumber);
-    return isNumber ? number : fallback;
+// A number that RealtimeKit has as a property; 0 when it cannot be had.
+long long property(const QString& name) {
+    const QDBusReply<QDBusVariant> reply = call(QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                QStringLiteral("Get"), {QString(kRealtimeKit), name});
+    return reply.isValid() ? reply.value().variant().toLongLong() : 0;
 }
 
 // RealtimeKit serves only processes whose real-time threads the kernel stops when they run on without a
@@ -79,8 +75,8 @@ bool limitRealtimeRun(long long microseconds) {
 bool askRealtimeKit(pid_t thread) {
     if (!QDBusConnection::systemBus().isConnected())
         return false;
-    const auto highest = property(QStringLiteral("MaxRealtimePriority"), 0);
-    if (highest <= 0 || !limitRealtimeRun(property(QStringLiteral("RTTimeUSecMax"), 0)))
+    const auto highest = property(QStringLiteral("MaxRealtimePriority"));
+    if (highest <= 0 || !limitRealtimeRun(property(QStringLiteral("RTTimeUSecMax"))))
         return false;
     const auto priority = static_cast<unsigned>(std::min<long long>(highest, kRealtimePriority));
     const QDBusMessage reply = call(QString(kRealtimeKit), QStringLiteral("MakeThreadRealtime"),

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 #include "platform/Log.h"
 
