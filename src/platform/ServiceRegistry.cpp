@@ -2,6 +2,7 @@
 #include "platform/ServiceRegistry.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lightpen {
 
@@ -76,16 +77,11 @@ IOReturn ServiceRegistry::IOObjectRelease(io_object_t handle) {
 
 // Listing
 
-bool ServiceRegistry::listed(io_service_t service) const {
-    return std::find(listed_.begin(), listed_.end(), service) != listed_.end();
-}
-
 std::vector<io_service_t> ServiceRegistry::matchingServices(const MatchingDictionary& matching) const {
     std::vector<io_service_t> found;
-    std::copy_if(listed_.begin(), listed_.end(), std::back_inserter(found), [&](io_service_t handle) {
-        const ServiceDescription* service = findService(handle);
-        return service && matches(*service, matching);
-    });
+    for (const auto& [handle, object] : objects_)
+        if (object.listed && matches(*object.service, matching))
+            found.push_back(handle);
     return found;
 }
 
@@ -140,14 +136,9 @@ std::string ServiceRegistry::IOObjectGetClass(io_object_t object) {
 
 std::optional<Property> ServiceRegistry::IORegistryEntryCreateCFProperty(io_object_t entry,
                                                                          std::string_view key) {
-    const std::lock_guard hold(mutex_);
-    const ServiceDescription* service = findService(entry);
-    if (!service)
-        return std::nullopt;
-    const auto found = service->properties.entries.find(key);
-    if (found == service->properties.entries.end())
-        return std::nullopt;
-    return found->second;
+    const PropertyDictionary all = IORegistryEntryCreateCFProperties(entry);
+    const auto found = all.entries.find(key);
+    return found == all.entries.end() ? std::nullopt : std::optional(found->second);
 }
 
 PropertyDictionary ServiceRegistry::IORegistryEntryCreateCFProperties(io_object_t entry) {
@@ -168,18 +159,14 @@ IOReturn ServiceRegistry::IORegistryEntryGetPath(io_object_t entry, std::string_
 
 IOReturn ServiceRegistry::IOCreatePlugInInterfaceForService(io_service_t handle,
                                                             std::shared_ptr<IOCFPlugInInterface>& plugIn) {
-    std::function<std::shared_ptr<IOCFPlugInInterface>()> make;
-    {
-        const std::lock_guard hold(mutex_);
-        const ServiceDescription* service = findService(handle);
-        if (!service || !service->plugIn)
-            return kIOReturnUnsupported;
-        if (!listed(handle))
-            return kIOReturnNoDevice;
-        make = service->plugIn;
-    }
-    plugIn = make();
-    return plugIn ? kIOReturnSuccess : kIOReturnNoDevice;
+    const std::lock_guard hold(mutex_);
+    const Object* object = find(handle);
+    if (!object || !object->service || !object->service->plugIn)
+        return kIOReturnUnsupported;
+    if (!object->listed)
+        return kIOReturnNoDevice;
+    plugIn = object->service->plugIn;
+    return kIOReturnSuccess;
 }
 
 // Notifications
@@ -212,15 +199,16 @@ io_service_t ServiceRegistry::publish(ServiceDescription description) {
     const std::lock_guard hold(mutex_);
     Object object;
     object.service = std::move(description);
+    object.listed = true;
     const io_service_t service = addObject(std::move(object));
-    listed_.push_back(service);
     enqueue(Change::arrival, service, Microseconds::zero());
     return service;
 }
 
 void ServiceRegistry::withdraw(io_service_t service) {
     const std::lock_guard hold(mutex_);
-    if (std::erase(listed_, service) == 0)
+    Object* object = find(service);
+    if (!object || !std::exchange(object->listed, false))
         return;
     enqueue(Change::removal, service, kRemovalDelay);
     IOObjectRelease(service);
@@ -246,45 +234,43 @@ void ServiceRegistry::signalPorts() {
             port->IONotificationPortGetRunLoopSource()->signal();
 }
 
-bool ServiceRegistry::takeIntoIterators(const Event& event) {
+// An arrival that its own removal has overtaken does not.
+bool ServiceRegistry::stands(const Event& event) const {
     const std::lock_guard hold(mutex_);
-    const bool overtaken = event.change == Change::arrival && !listed(event.service);
-    const ServiceDescription* service = findService(event.service);
-    if (overtaken || !service)
-        return false;
+    return event.change == Change::removal || objects_.at(event.service).listed;
+}
+
+void ServiceRegistry::takeIntoIterators(const Event& event) {
+    const std::lock_guard hold(mutex_);
+    const ServiceDescription& service = *objects_.at(event.service).service;
     for (auto& [handle, object] : objects_) {
-        if (!object.registration || object.registration->change != event.change ||
-            object.registration->port.expired() || !matches(*service, object.registration->matching))
-            continue;
-        if (handle > event.lastHandle)
+        const auto& registration = object.registration;
+        if (!registration || handle > event.lastHandle || registration->change != event.change ||
+            registration->port.expired() || !matches(service, registration->matching))
             continue;
         IOObjectRetain(event.service);
         object.objects.push_back(event.service);
     }
-    return true;
 }
 
-std::vector<io_iterator_t> ServiceRegistry::armedIterators() const {
-    const std::lock_guard hold(mutex_);
-    std::vector<io_iterator_t> armed;
-    for (const auto& [handle, object] : objects_)
-        if (object.registration && object.registration->armed && !object.objects.empty())
-            armed.push_back(handle);
-    return armed;
-}
-
+// A callback may release other iterators, so the next one is looked for after each.
 void ServiceRegistry::callArmedIterators() {
-    for (const io_iterator_t handle : armedIterators()) {
+    for (io_iterator_t handle = 0;;) {
         IOServiceMatchingCallback callback = nullptr;
         void* refcon = nullptr;
         {
             const std::lock_guard hold(mutex_);
-            Object* iterator = find(handle);
-            if (!iterator) // an earlier callback released it
-                continue;
-            iterator->registration->armed = false;
-            callback = iterator->registration->callback;
-            refcon = iterator->registration->refcon;
+            const auto found = std::find_if(objects_.upper_bound(handle), objects_.end(), [](auto& entry) {
+                const Object& object = entry.second;
+                return object.registration && object.registration->armed && !object.objects.empty();
+            });
+            if (found == objects_.end())
+                return;
+            handle = found->first;
+            Registration& registration = *found->second.registration;
+            registration.armed = false;
+            callback = registration.callback;
+            refcon = registration.refcon;
         }
         callback(refcon, handle);
     }
@@ -297,28 +283,20 @@ void ServiceRegistry::deliver() {
     if (delivering_)
         return;
     delivering_ = true;
-    // What waits in the iterators to be reported. (An optional would do, but under the thread sanitizer g++
-    // 12 takes its value for uninitialised.)
-    bool gathered = false;
-    Change gatheredChange = Change::arrival;
+    Change gathered = Change::arrival; // what waits in the iterators to be reported, if anything does
     while (!events_.empty() && events_.front().due <= clock_.now()) {
         const Event event = events_.front();
-        const bool stands = event.change == Change::removal || listed(event.service);
-        if (stands && gathered && gatheredChange != event.change) {
-            gathered = false;
+        const bool taken = stands(event);
+        if (taken && std::exchange(gathered, event.change) != event.change) {
             callArmedIterators();
             continue;
         }
         events_.pop_front();
-        if (takeIntoIterators(event)) {
-            gathered = true;
-            gatheredChange = event.change;
-        }
+        if (taken)
+            takeIntoIterators(event);
         IOObjectRelease(event.service);
-        if (events_.empty() || events_.front().due > clock_.now()) {
-            gathered = false;
+        if (events_.empty() || events_.front().due > clock_.now())
             callArmedIterators();
-        }
     }
     delivering_ = false;
     if (!events_.empty())

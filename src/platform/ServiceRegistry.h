@@ -16,11 +16,10 @@ namespace lightpen {
 
 // One service as a backend describes it, complete and ready for use.
 struct ServiceDescription {
-    std::string className;         // "IOUSBDevice", "IOHIDDevice", "IOHIDSystem"
-    std::string path;              // in the "IOService" plane
-    PropertyDictionary properties; // what matching and the property readers see
-    // The plug-in of a HID service; empty for others. Yields null when the service is gone.
-    std::function<std::shared_ptr<IOCFPlugInInterface>()> plugIn;
+    std::string className;                       // "IOUSBDevice", "IOHIDDevice", "IOHIDSystem"
+    std::string path;                            // in the "IOService" plane
+    PropertyDictionary properties;               // what matching and the property readers see
+    std::shared_ptr<IOCFPlugInInterface> plugIn; // of a HID service; null for others
 };
 
 // The registry behind every backend: handles, iterators, matching and notifications. A backend publishes
@@ -78,6 +77,7 @@ private:
     struct Object {
         int references = 1;
         std::optional<ServiceDescription> service;
+        bool listed = false;             // a service's, between publish and withdraw
         std::deque<io_object_t> objects; // an iterator's, each with a reference
         std::optional<Registration> registration;
     };
@@ -94,22 +94,20 @@ private:
     Object* find(io_object_t handle);
     const ServiceDescription* findService(io_object_t handle) const;
     std::vector<io_service_t> matchingServices(const MatchingDictionary& matching) const;
-    bool listed(io_service_t service) const;
     void enqueue(Change change, io_service_t service, Microseconds delay);
     void signalPorts();
     void deliver();
-    bool takeIntoIterators(const Event& event);
-    std::vector<io_iterator_t> armedIterators() const;
+    bool stands(const Event& event) const;
+    void takeIntoIterators(const Event& event);
     void callArmedIterators();
     void scheduleDelivery(Microseconds delay);
 
     RunLoop& runLoop_;
     Clock& clock_;
-    // Around the objects and the lists; never held while a callback or a plug-in is made.
+    // Around the objects; never held while a callback or a plug-in is made.
     mutable std::recursive_mutex mutex_;
     io_object_t lastHandle_ = 0x100;
-    std::map<io_object_t, Object> objects_;
-    std::vector<io_service_t> listed_; // in order of publication
+    std::map<io_object_t, Object> objects_; // services are in order of publication
     std::deque<Event> events_;
     std::vector<std::weak_ptr<IONotificationPort>> ports_;
     bool delivering_ = false;

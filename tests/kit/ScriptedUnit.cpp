@@ -169,7 +169,7 @@ class ScriptedUnit::PlugIn final : public IOCFPlugInInterface {
 public:
     explicit PlugIn(ScriptedUnit& unit) : unit_(unit) {}
     IOHIDDeviceInterfaceRef queryInterface() override {
-        return unit_.withoutInterface ? nullptr : unit_.makeDevice();
+        return unit_.withoutInterface || unit_.fanOut_->vanished() ? nullptr : unit_.makeDevice();
     }
 
 private:
@@ -210,11 +210,9 @@ void ScriptedUnit::plugIn() {
         fanOut_ = makeFanOut();
     for (const int interface : shape_.interfaces) {
         const std::string path = "IOService:/unit/IOUSBInterface@" + std::to_string(interface);
-        auto plugIn = [this]() -> std::shared_ptr<IOCFPlugInInterface> {
-            return withoutPlugIn || fanOut_->vanished() ? nullptr : std::make_shared<PlugIn>(*this);
-        };
         services_.push_back(
-            desk_.registry.publish({"IOHIDDevice", path, hidProperties(interface), std::move(plugIn)}));
+            desk_.registry.publish({"IOHIDDevice", path, hidProperties(interface),
+                                    withoutPlugIn ? nullptr : std::make_shared<PlugIn>(*this)}));
     }
     services_.push_back(
         desk_.registry.publish({"IOUSBDevice",

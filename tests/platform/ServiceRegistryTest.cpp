@@ -115,6 +115,79 @@ TEST_F(ServiceRegistryTest, AnIteratorReleasesWhatWasNotTaken) {
     EXPECT_EQ(registry.IOIteratorNext(iterator), 0u);
 }
 
+// What owns a reference
+
+class IOObjectTest : public ServiceRegistryTest {
+protected:
+    // A service whose only reference is the caller's.
+    io_service_t withdrawnService() {
+        const io_service_t service = publish();
+        loop.runPending();
+        registry.IOObjectRetain(service);
+        registry.withdraw(service);
+        loop.runFor(kDelay);
+        return service;
+    }
+    bool lives(io_object_t object) { return !registry.IOObjectGetClass(object).empty(); }
+};
+
+TEST_F(IOObjectTest, LetsGoOfItsReferenceAtItsEnd) {
+    const io_service_t service = withdrawnService();
+    {
+        const IOObject owner{registry, service};
+        EXPECT_EQ(owner.get(), service);
+        EXPECT_TRUE(owner);
+        const IOObject second = IOObject::retained(registry, service);
+        EXPECT_EQ(second.get(), service);
+    }
+    EXPECT_FALSE(lives(service));
+    const IOObject none;
+    EXPECT_FALSE(none);
+    EXPECT_EQ(none.get(), 0u);
+    EXPECT_FALSE(none.next());
+}
+
+TEST_F(IOObjectTest, ARetainedReferenceIsOneMore) {
+    const io_service_t service = withdrawnService();
+    IOObject owner{registry, service};
+    IOObject second = IOObject::retained(registry, service);
+    owner = {};
+    EXPECT_TRUE(lives(service));
+    second = {};
+    EXPECT_FALSE(lives(service));
+}
+
+TEST_F(IOObjectTest, MovesItsReferenceAndLetsGoOfTheFormerOneAtOnce) {
+    const io_service_t first = withdrawnService();
+    const io_service_t second = withdrawnService();
+    IOObject owner{registry, first};
+    IOObject other{registry, second};
+    owner = std::move(other);
+    EXPECT_EQ(owner.get(), second);
+    EXPECT_FALSE(lives(first));
+    const IOObject last(std::move(owner));
+    EXPECT_EQ(last.get(), second);
+    EXPECT_TRUE(lives(second));
+}
+
+TEST_F(IOObjectTest, AnIteratorYieldsItsServicesAndIsDrained) {
+    const io_service_t first = publish(1);
+    publish(2);
+    const io_service_t third = publish(1);
+    loop.runPending();
+    const std::size_t published = registry.liveObjects();
+    {
+        const IOObject services = matchingServices(registry, 0, matching(1));
+        EXPECT_EQ(services.next().get(), first);
+        EXPECT_EQ(services.next().get(), third);
+        EXPECT_FALSE(services.next());
+        const IOObject drained = matchingServices(registry, 0, matching(1));
+        lightpen::drain(registry, drained.get());
+        EXPECT_FALSE(drained.next());
+    }
+    EXPECT_EQ(registry.liveObjects(), published);
+}
+
 // Listing and properties
 
 TEST_F(ServiceRegistryTest, ServicesAreListedInTheirOrderWhileTheyAreThere) {
@@ -160,19 +233,13 @@ TEST_F(ServiceRegistryTest, PlugInsComeFromServicesThatAreThereAndHaveThem) {
     public:
         IOHIDDeviceInterfaceRef queryInterface() override { return nullptr; }
     };
-    bool gone = false;
-    const io_service_t service =
-        registry.publish({"IOHIDDevice", "", {}, [&]() -> std::shared_ptr<IOCFPlugInInterface> {
-                              return gone ? nullptr : std::make_shared<PlugIn>();
-                          }});
+    const auto published = std::make_shared<PlugIn>();
+    const io_service_t service = registry.publish({"IOHIDDevice", "", {}, published});
     registry.IOObjectRetain(service);
     std::shared_ptr<IOCFPlugInInterface> plugIn;
     EXPECT_EQ(registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnSuccess);
-    EXPECT_NE(plugIn, nullptr);
+    EXPECT_EQ(plugIn, published);
     EXPECT_EQ(registry.IOCreatePlugInInterfaceForService(publish(), plugIn), kIOReturnUnsupported);
-    gone = true;
-    EXPECT_EQ(registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnNoDevice);
-    gone = false;
     registry.withdraw(service);
     EXPECT_EQ(registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnNoDevice);
 }

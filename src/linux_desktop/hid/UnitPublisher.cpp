@@ -149,9 +149,7 @@ void UnitPublisher::publishHid(const HidListing& listing) {
     ServiceDescription service = hidDeviceService(listing);
     // Numbered reports are nobody's here: such an interface is listed, but has no plug-in.
     if (listing.descriptor.inputReport(0))
-        service.plugIn = [plugIn = std::make_shared<PlugIn>(hidrawNodeOf(listing, listed), listed, clock_)] {
-            return plugIn;
-        };
+        service.plugIn = std::make_shared<PlugIn>(hidrawNodeOf(listing, listed), listed, clock_);
     listed->service = registry_.publish(std::move(service));
     listed_[listing.node.path] = listed;
 }

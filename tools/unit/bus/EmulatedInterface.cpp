@@ -17,16 +17,17 @@ constexpr IOHIDElementCookie cookieOf(int interfaceNumber) {
 
 class EmulatedPlugIn final : public IOCFPlugInInterface {
 public:
-    EmulatedPlugIn(std::shared_ptr<EmulatedConnection> connection, int interfaceNumber)
+    EmulatedPlugIn(std::weak_ptr<EmulatedConnection> connection, int interfaceNumber)
         : connection_(std::move(connection)), interfaceNumber_(interfaceNumber) {}
     IOHIDDeviceInterfaceRef queryInterface() override {
-        if (connection_->gone())
+        const auto connection = connection_.lock();
+        if (!connection || connection->gone())
             return nullptr;
-        return std::make_shared<EmulatedInterface>(connection_, interfaceNumber_);
+        return std::make_shared<EmulatedInterface>(connection, interfaceNumber_);
     }
 
 private:
-    const std::shared_ptr<EmulatedConnection> connection_;
+    const std::weak_ptr<EmulatedConnection> connection_;
     const int interfaceNumber_;
 };
 
@@ -53,12 +54,7 @@ ServiceDescription EmulatedConnection::hidService(int interfaceNumber) {
     service.properties.entries["ProductID"] = std::int64_t{unit.productID};
     service.properties.entries["Manufacturer"] = unit.vendorName;
     service.properties.entries["InputReportElements"] = std::vector{element};
-    service.plugIn = [self = weak_from_this(), interfaceNumber]() -> std::shared_ptr<IOCFPlugInInterface> {
-        auto connection = self.lock();
-        if (!connection || connection->gone())
-            return nullptr;
-        return std::make_shared<EmulatedPlugIn>(std::move(connection), interfaceNumber);
-    };
+    service.plugIn = std::make_shared<EmulatedPlugIn>(weak_from_this(), interfaceNumber);
     return service;
 }
 
