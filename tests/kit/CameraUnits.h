@@ -4,7 +4,7 @@
 #include <string>
 
 #include "kit/HidDescriptors.h"
-#include "linux_desktop/hid/UnitReadiness.h"
+#include "linux_desktop/hid/UnitPublisher.h"
 #include "platform/UnitIdentifiers.h"
 
 namespace lightpen::test {

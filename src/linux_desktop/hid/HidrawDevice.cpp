@@ -9,8 +9,6 @@
 
 namespace lightpen {
 
-namespace {
-
 IOReturn resultOfOpenError(int error) {
     switch (error) {
     case EACCES:
@@ -25,8 +23,6 @@ IOReturn resultOfOpenError(int error) {
         return kIOReturnError;
     }
 }
-
-} // namespace
 
 int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead) {
     if (instead)

@@ -24,6 +24,10 @@ using OpenHidrawNode = std::function<int(const std::string& devnode, FileDescrip
 // number; the node is then unchanged.
 int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead = {});
 
+// What such an error number means: kIOReturnNotPrivileged, kIOReturnNoDevice (it has gone, or is about to) or
+// kIOReturnError.
+IOReturn resultOfOpenError(int error);
+
 // A hidraw node as the device needs it.
 struct HidrawNode {
     std::string devnode; // "/dev/hidraw3"

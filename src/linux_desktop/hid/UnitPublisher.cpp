@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/Log.h"
+#include "platform/UnitIdentifiers.h"
 
 namespace lightpen {
 
@@ -38,6 +39,28 @@ std::int64_t longest(const std::vector<HidReport>& reports) {
     return static_cast<std::int64_t>(length);
 }
 
+bool isCameraUnit(const UsbDevice& device) {
+    return device.vendorID == kUnitVendorID &&
+           (device.productID == kUnitFirstProductID || device.productID == kUnitSecondProductID);
+}
+
+// Whether the node is the one through which a camera unit is used.
+bool isPenNode(const HidNode& node) {
+    return isCameraUnit(node.device) && node.interfaceNumber == kUnitPenInterfaceNumber;
+}
+
+// The node's descriptor; none, with a log line, when it cannot be used.
+std::optional<HidDescriptor> descriptorOf(const HidNode& node) {
+    auto result = parseHidDescriptor(node.descriptor);
+    const auto* descriptor = std::get_if<HidDescriptor>(&result);
+    if (descriptor && (!isPenNode(node) || descriptor->inputReport(0)))
+        return *descriptor;
+    logLine("HID: %s: %s", node.devnode.c_str(),
+            descriptor ? "the report descriptor has no input report without an ID"
+                       : std::get<HidDescriptorError>(result).text.c_str());
+    return std::nullopt;
+}
+
 } // namespace
 
 ServiceDescription usbDeviceService(const UsbDevice& device) {
@@ -51,16 +74,16 @@ ServiceDescription usbDeviceService(const UsbDevice& device) {
     return service;
 }
 
-ServiceDescription hidDeviceService(const HidListing& listing) {
-    const UsbDevice& device = listing.node.device;
+ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& descriptor) {
+    const UsbDevice& device = node.device;
     ServiceDescription service;
     service.className = "IOHIDDevice";
-    service.path = hidPath(listing.node);
+    service.path = hidPath(node);
     service.properties.entries = {{"VendorID", std::int64_t{device.vendorID}},
                                   {"ProductID", std::int64_t{device.productID}},
-                                  {"InputReportElements", inputReportElements(listing.descriptor)},
-                                  {"MaxInputReportSize", longest(listing.descriptor.inputReports)},
-                                  {"MaxOutputReportSize", longest(listing.descriptor.outputReports)}};
+                                  {"InputReportElements", inputReportElements(descriptor)},
+                                  {"MaxInputReportSize", longest(descriptor.inputReports)},
+                                  {"MaxOutputReportSize", longest(descriptor.outputReports)}};
     addString(service.properties, "Manufacturer", device.vendorName);
     addString(service.properties, "Product", device.productName);
     return service;
@@ -92,84 +115,128 @@ UnitPublisher::UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock&
     : registry_(registry), runLoop_(runLoop), clock_(clock), openNode_(std::move(openNode)) {}
 
 void UnitPublisher::allNodes(const std::vector<HidNode>& nodes) {
-    for (const std::string& known : readiness_.knownNodes()) {
-        const auto isKnown = [&](const HidNode& node) { return node.path == known; };
-        if (std::none_of(nodes.begin(), nodes.end(), isKnown))
-            nodeGone(known);
-    }
+    std::vector<std::string> gone;
+    for (const auto& [devicePath, unit] : units_)
+        for (const auto& known : unit.nodes)
+            if (std::none_of(nodes.begin(), nodes.end(),
+                             [&](const HidNode& node) { return node.path == known.first; }))
+                gone.push_back(known.first);
+    for (const std::string& path : gone)
+        nodeGone(path);
     for (const HidNode& node : nodes)
         nodeSeen(node);
 }
 
-void UnitPublisher::nodeSeen(const HidNode& node) {
-    std::optional<int> openError;
-    // Opening it is the only sure answer, but it costs 50 ms: once is enough.
-    if (isPenNode(node) && node.initialised && !readiness_.listed(node.path)) {
-        FileDescriptor opened;
-        openError = openHidrawNode(node.devnode, opened, openNode_);
-    }
-    carryOut(readiness_.nodeSeen(node, openError));
-}
-
-void UnitPublisher::nodeGone(const std::string& path) {
-    carryOut(readiness_.nodeGone(path));
-}
-
-void UnitPublisher::deviceGone(const std::string& path) {
-    carryOut(readiness_.deviceGone(path));
-}
-
-void UnitPublisher::carryOut(const UnitDecisions& decisions) {
-    for (const std::string& message : decisions.messages)
-        logLine("%s", message.c_str());
-    for (const std::string& path : decisions.withdrawn)
-        withdraw(path);
-    for (const HidListing& listing : decisions.publishedHid)
-        publishHid(listing);
-    for (const UsbDevice& device : decisions.publishedUnits) {
-        listed_[device.path] = std::make_shared<Listed>();
-        listed_[device.path]->service = registry_.publish(usbDeviceService(device));
-    }
-}
-
-void UnitPublisher::withdraw(const std::string& path) {
-    const auto found = listed_.find(path);
-    if (found == listed_.end())
+void UnitPublisher::nodeSeen(const HidNode& seen) {
+    if (!isCameraUnit(seen.device) || seen.devnode.empty())
         return;
-    const auto listed = std::move(found->second);
-    listed_.erase(found);
+    Unit& unit = units_[seen.device.path];
+    if (unit.service == 0)
+        unit.device = seen.device;
+    const auto [found, isNew] = unit.nodes.try_emplace(seen.path);
+    Node& node = found->second;
+    if (node.listed)
+        return;
+    if (isNew || node.seen.descriptor != seen.descriptor)
+        node.descriptor = descriptorOf(seen);
+    node.seen = seen;
+    // Opening it is the only sure answer, but it costs 50 ms: once is enough.
+    node.opens = isPenNode(seen) && seen.initialised && opens(unit, seen);
+    publishReadyNodes(unit);
+}
+
+bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
+    FileDescriptor opened;
+    const int error = openHidrawNode(node.devnode, opened, openNode_);
+    const IOReturn result = resultOfOpenError(error);
+    // A node that is on its way out is soon reported gone.
+    if (error == 0 || result == kIOReturnNoDevice || std::exchange(unit.complained, true))
+        return error == 0;
+    if (result == kIOReturnNotPrivileged)
+        logLine("HID: no permission to open the camera unit's %s: install 70-lightpen-nx7.rules in "
+                "/etc/udev/rules.d, then unplug the unit and plug it in again",
+                node.devnode.c_str());
+    else
+        logLine("HID: the camera unit's %s cannot be opened: %s", node.devnode.c_str(),
+                errorText(error).c_str());
+    return false;
+}
+
+void UnitPublisher::publishReadyNodes(Unit& unit) {
+    std::vector<Node*> ready;
+    for (auto& [path, node] : unit.nodes)
+        if (node.seen.initialised && node.descriptor && (node.opens || !isPenNode(node.seen)))
+            ready.push_back(&node);
+    if (std::none_of(ready.begin(), ready.end(), [](const Node* node) { return isPenNode(node->seen); }))
+        return;
+    std::stable_sort(ready.begin(), ready.end(), [](const Node* left, const Node* right) {
+        return left->seen.interfaceNumber > right->seen.interfaceNumber;
+    });
+    for (Node* node : ready)
+        if (!node->listed)
+            publish(*node);
+    if (unit.service == 0)
+        unit.service = registry_.publish(usbDeviceService(unit.device));
+}
+
+void UnitPublisher::publish(Node& node) {
+    node.listed = std::make_shared<Listed>();
+    ServiceDescription service = hidDeviceService(node.seen, *node.descriptor);
+    // Numbered reports are nobody's here: such an interface is listed, but has no plug-in.
+    if (const HidReport* input = node.descriptor->inputReport(0)) {
+        // A node that has been withdrawn meanwhile is not listed any more: its successor is not meant.
+        auto gone = [&loop = runLoop_, self = std::weak_ptr(self_), path = node.seen.path,
+                     listed = std::weak_ptr(node.listed)] {
+            loop.performOnMainThread({nullptr, "nodeHungUp", path, [self, path, listed] {
+                                          const auto publisher = self.lock();
+                                          if (publisher && !listed.expired())
+                                              (*publisher)->nodeGone(path);
+                                      }});
+        };
+        service.plugIn = std::make_shared<PlugIn>(
+            HidrawNode{node.seen.devnode, *input, [&loop = runLoop_] { return loop.terminating(); },
+                       std::move(gone), openNode_},
+            node.listed, clock_);
+    }
+    node.listed->service = registry_.publish(std::move(service));
+}
+
+void UnitPublisher::withdraw(Unit& unit) {
+    if (const io_service_t service = std::exchange(unit.service, 0))
+        registry_.withdraw(service);
+    for (auto& [path, node] : unit.nodes)
+        withdraw(node);
+}
+
+void UnitPublisher::withdraw(Node& node) {
+    const auto listed = std::exchange(node.listed, nullptr);
+    if (!listed)
+        return;
     for (const auto& weak : listed->devices)
         if (const auto device = weak.lock())
             device->vanish();
     registry_.withdraw(listed->service);
 }
 
-void UnitPublisher::publishHid(const HidListing& listing) {
-    const auto listed = std::make_shared<Listed>();
-    ServiceDescription service = hidDeviceService(listing);
-    // Numbered reports are nobody's here: such an interface is listed, but has no plug-in.
-    if (listing.descriptor.inputReport(0))
-        service.plugIn = std::make_shared<PlugIn>(hidrawNodeOf(listing, listed), listed, clock_);
-    listed->service = registry_.publish(std::move(service));
-    listed_[listing.node.path] = listed;
+void UnitPublisher::nodeGone(const std::string& path) {
+    for (auto& [devicePath, unit] : units_) {
+        const auto found = unit.nodes.find(path);
+        if (found == unit.nodes.end())
+            continue;
+        if (isPenNode(found->second.seen))
+            withdraw(unit);
+        else
+            withdraw(found->second);
+        unit.nodes.erase(found);
+        return;
+    }
 }
 
-HidrawNode UnitPublisher::hidrawNodeOf(const HidListing& listing,
-                                       const std::shared_ptr<Listed>& listed) const {
-    return {listing.node.devnode, *listing.descriptor.inputReport(0),
-            [&loop = runLoop_] { return loop.terminating(); }, hangUpHandler(listing.node.path, listed),
-            openNode_};
-}
-
-// A node that has been withdrawn meanwhile has no entry any more: its successor is not meant.
-std::function<void()> UnitPublisher::hangUpHandler(std::string path, std::weak_ptr<Listed> listed) const {
-    return [&loop = runLoop_, self = std::weak_ptr(self_), path = std::move(path),
-            listed = std::move(listed)] {
-        loop.performOnMainThread({nullptr, "nodeHungUp", path, [self, path, listed] {
-                                      if (const auto publisher = self.lock(); publisher && !listed.expired())
-                                          (*publisher)->nodeGone(path);
-                                  }});
-    };
+void UnitPublisher::deviceGone(const std::string& path) {
+    if (const auto found = units_.find(path); found != units_.end()) {
+        withdraw(found->second);
+        units_.erase(found);
+    }
 }
 
 } // namespace lightpen

@@ -1,19 +1,40 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "linux_desktop/hid/HidDescriptor.h"
 #include "linux_desktop/hid/HidrawDevice.h"
-#include "linux_desktop/hid/UnitReadiness.h"
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
 
 namespace lightpen {
+
+// A USB device as the bus describes it.
+struct UsbDevice {
+    std::string path; // in sysfs; the same again when a device is replugged into the same socket
+    std::int32_t vendorID = 0;
+    std::int32_t productID = 0;
+    std::string vendorName; // as the device says it; empty when it does not
+    std::string productName;
+};
+
+// A hidraw node of a USB device, everything that one sighting of it tells.
+struct HidNode {
+    std::string path;          // in sysfs; a replugged device gets new ones
+    std::string devnode;       // what is opened: "/dev/hidraw3"
+    std::string interfacePath; // in sysfs, of the USB interface that the node belongs to
+    int interfaceNumber = 0;
+    std::vector<std::uint8_t> descriptor; // the report descriptor
+    bool initialised = false;             // the rules have been applied, so its permissions are final
+    UsbDevice device;
+};
 
 // The "IOUSBDevice" of a unit: "idVendor", "idProduct", and "USB Vendor Name" and "USB Product Name" where
 // the unit gives them.
@@ -22,10 +43,14 @@ ServiceDescription usbDeviceService(const UsbDevice& device);
 // The "IOHIDDevice" of a node, without its plug-in: "VendorID", "ProductID", "Manufacturer" and "Product"
 // where the unit gives them, "InputReportElements", "MaxInputReportSize" and "MaxOutputReportSize" (bytes).
 // Its path is the node's with the USB interface's step as "IOUSBInterface@<number>".
-ServiceDescription hidDeviceService(const HidListing& listing);
+ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& descriptor);
 
 // Lists the camera units that are ready in the registry, makes their device interfaces, and lets those vanish
-// when the unit goes, whoever notices first: the bus or an open node. Main thread.
+// when the unit goes, whoever notices first: the bus or an open node. A unit is ready from the moment its pen
+// node is there, has its final permissions, can be opened and has a usable descriptor, until that node or the
+// device is gone. It is listed for exactly that time, its interfaces with high numbers first, since whoever
+// looks for the pen's pays for each one it looks at, and its arrival comes last. Sightings may be repeated,
+// and may come in any order. Main thread.
 class UnitPublisher {
 public:
     // The registry, the loop and the clock outlive this object, and the device interfaces and queues too.
@@ -37,31 +62,44 @@ public:
 
     // All hidraw nodes of USB devices that there are now: those not mentioned are gone.
     void allNodes(const std::vector<HidNode>& nodes);
-    // A node has appeared or changed.
-    void nodeSeen(const HidNode& node);
+    // A node has appeared or changed. A unit that is shut to the user is told of once for each time it is
+    // plugged in.
+    void nodeSeen(const HidNode& seen);
+    // A node has gone, or its open file has hung up.
     void nodeGone(const std::string& path);
     void deviceGone(const std::string& path);
 
 private:
     class PlugIn;
-    // What is listed under one sysfs path, and the devices that were made of it.
+    // A node's service in the registry, and the devices that were made of it.
     struct Listed {
         io_service_t service = 0;
         std::vector<std::weak_ptr<HidrawDevice>> devices;
     };
+    struct Node {
+        HidNode seen;
+        std::optional<HidDescriptor> descriptor; // none when it cannot be used
+        bool opens = false;                      // as far as anybody tried: only the pen's node is asked
+        std::shared_ptr<Listed> listed;          // null while it is not
+    };
+    struct Unit {
+        UsbDevice device;
+        std::map<std::string, Node> nodes; // by path
+        io_service_t service = 0;          // 0 while it is not listed
+        bool complained = false;
+    };
 
-    void carryOut(const UnitDecisions& decisions);
-    void withdraw(const std::string& path);
-    void publishHid(const HidListing& listing);
-    HidrawNode hidrawNodeOf(const HidListing& listing, const std::shared_ptr<Listed>& listed) const;
-    std::function<void()> hangUpHandler(std::string path, std::weak_ptr<Listed> listed) const;
+    bool opens(Unit& unit, const HidNode& node) const;
+    void publishReadyNodes(Unit& unit);
+    void publish(Node& node);
+    void withdraw(Unit& unit);
+    void withdraw(Node& node);
 
     ServiceRegistry& registry_;
     RunLoop& runLoop_;
     Clock& clock_;
     const OpenHidrawNode openNode_;
-    UnitReadiness readiness_;
-    std::map<std::string, std::shared_ptr<Listed>> listed_; // by sysfs path
+    std::map<std::string, Unit> units_; // by path
     // For requests on the loop, which may come after this object's end.
     const std::shared_ptr<UnitPublisher*> self_ = std::make_shared<UnitPublisher*>(this);
 };

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/hid/UnitPublisher.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <functional>
 
 #include "kit/CameraUnits.h"
 #include "kit/Eventually.h"
@@ -53,7 +57,7 @@ protected:
     UnitPublisherTest() { desktop_.runLoop.addSource(observer_.source(), kCFRunLoopCommonModes); }
     int open(const std::string& devnode, FileDescriptor& node) {
         opened_ += devnode + " ";
-        if (openError_ == 0)
+        if (openError_ == 0 && socket_)
             node = socket_->takeHost();
         return openError_;
     }
@@ -96,6 +100,20 @@ protected:
         return paths;
     }
 
+    // What is listed, as short text: the interfaces' numbers in their order, then "unit" for each unit.
+    std::string shown() {
+        std::string text;
+        for (const std::string& path : listed("IOHIDDevice"))
+            text += path.substr(path.find('@') + 1, 1) + " ";
+        for (std::size_t unit = 0; unit < listed("IOUSBDevice").size(); ++unit)
+            text += "unit ";
+        return text;
+    }
+    void seePen(int openError, int serial = 1) {
+        openError_ = openError;
+        publisher_->nodeSeen(unitNode(3, serial));
+    }
+
     RecordingLog log_;
     TestPlatform desktop_;
     Observer observer_{desktop_.registry};
@@ -120,18 +138,138 @@ TEST_F(UnitPublisherTest, AReadyUnitIsListedAndReportedOnce) {
     EXPECT_EQ(opened_, "/dev/hidraw13 ") << "only the pen's node, and only once";
 }
 
-TEST_F(UnitPublisherTest, AUnitWithoutPermissionIsAbsentWithOneLine) {
-    openError_ = EACCES;
-    plugIn();
-    publisher_->nodeSeen(unitNode(3));
-    EXPECT_TRUE(listed("IOUSBDevice").empty());
-    EXPECT_TRUE(listed("IOHIDDevice").empty());
-    ASSERT_EQ(log_.lines().size(), 1U);
-    EXPECT_NE(log_.lines()[0].find("70-lightpen-nx7.rules"), std::string::npos);
+// One sighting of a pen node on an otherwise empty bus.
+struct Sighting {
+    const char* name;
+    std::function<void(HidNode&)> change;
+    int openError;
+    bool ready;
+    const char* message; // part of the only line; null: none
+};
+
+const HidNode kNumberedNode = [] {
+    HidNode node = unitNode(4);
+    node.descriptor =
+        kVendorCollection + Bytes{0x85, 0x01} + reportSize(8) + reportCount(4) + kInput + kEndCollection;
+    return node;
+}();
+
+const Sighting kSightings[] = {
+    {"ready", [](HidNode&) {}, 0, true, nullptr},
+    {"secondProduct", [](HidNode& node) { node.device.productID = kUnitSecondProductID; }, 0, true, nullptr},
+    {"notInitialised", [](HidNode& node) { node.initialised = false; }, 0, false, nullptr},
+    {"noPermission", [](HidNode&) {}, EACCES, false,
+     "HID: no permission to open the camera unit's /dev/hidraw13: install 70-lightpen-nx7.rules in "
+     "/etc/udev/rules.d, then unplug the unit and plug it in again"},
+    {"notPermitted", [](HidNode&) {}, EPERM, false, "70-lightpen-nx7.rules"},
+    {"otherFault", [](HidNode&) {}, EMFILE, false, "/dev/hidraw13 cannot be opened: Too many open files"},
+    {"leaving", [](HidNode&) {}, ENODEV, false, nullptr},
+    {"left", [](HidNode&) {}, ENOENT, false, nullptr},
+    {"noNode", [](HidNode& node) { node.devnode.clear(); }, 0, false, nullptr},
+    {"otherInterface", [](HidNode& node) { node.interfaceNumber = 2; }, 0, false, nullptr},
+    {"otherProduct", [](HidNode& node) { node.device.productID = 3; }, 0, false, nullptr},
+    {"otherVendor", [](HidNode& node) { ++node.device.vendorID; }, 0, false, nullptr},
+    {"emptyDescriptor", [](HidNode& node) { node.descriptor.clear(); }, 0, false,
+     "/dev/hidraw13: the report descriptor cannot be used: it is empty"},
+    {"cutDescriptor", [](HidNode& node) { node.descriptor.pop_back(); }, 0, false,
+     "a collection is not ended"},
+    {"numberedReports", [](HidNode& node) { node.descriptor = kNumberedNode.descriptor; }, 0, false,
+     "HID: /dev/hidraw13: the report descriptor has no input report without an ID"},
+};
+
+class OneSighting : public UnitPublisherTest, public testing::WithParamInterface<Sighting> {};
+
+INSTANTIATE_TEST_SUITE_P(Cases, OneSighting, testing::ValuesIn(kSightings),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_P(OneSighting, MakesAUnitReadyOrNot) {
+    HidNode node = unitNode(3);
+    GetParam().change(node);
+    openError_ = GetParam().openError;
+    // Said and done once: the same sighting again changes nothing.
+    for (int time = 0; time < 2; ++time) {
+        publisher_->nodeSeen(node);
+        EXPECT_EQ(shown(), GetParam().ready ? "3 unit " : "");
+        ASSERT_EQ(log_.lines().size(), GetParam().message ? 1U : 0U);
+    }
+    if (GetParam().message) {
+        EXPECT_THAT(log_.lines()[0], testing::HasSubstr(GetParam().message));
+    }
+}
+
+TEST_F(UnitPublisherTest, NodesThatCameBeforeThePensAreListedBehindItAndLaterOnesAdded) {
+    for (const int interface : {1, 0}) {
+        publisher_->nodeSeen(unitNode(interface));
+        EXPECT_EQ(shown(), "");
+    }
+    seePen(0);
+    EXPECT_EQ(shown(), "3 1 0 unit ");
+    HidNode late = unitNode(2);
+    late.initialised = false;
+    publisher_->nodeSeen(late);
+    EXPECT_EQ(shown(), "3 1 0 unit ");
+    late.initialised = true;
+    publisher_->nodeSeen(late);
+    EXPECT_EQ(shown(), "3 1 0 2 unit ");
+    publisher_->nodeGone(late.path);
+    EXPECT_EQ(shown(), "3 1 0 unit ") << "another node takes only itself along";
+    late.descriptor = {0xC0};
+    publisher_->nodeSeen(late);
+    EXPECT_EQ(shown(), "3 1 0 unit ") << "unusable";
+}
+
+TEST_F(UnitPublisherTest, PermissionsAndTheDescriptorMayComeLater) {
+    HidNode node = unitNode(3);
+    node.initialised = false;
+    publisher_->nodeSeen(node);
+    EXPECT_EQ(opened_, "");
+    seePen(EACCES);
+    EXPECT_EQ(shown(), "");
+    HidNode unreadable = unitNode(3);
+    unreadable.descriptor.clear();
     openError_ = 0;
-    publisher_->nodeSeen(unitNode(3));
+    publisher_->nodeSeen(unreadable);
+    EXPECT_EQ(shown(), "");
+    seePen(0);
+    EXPECT_EQ(shown(), "3 unit ");
     desktop_.runLoop.runPending();
     EXPECT_EQ(observer_.seen, "+");
+}
+
+TEST_F(UnitPublisherTest, EachTimeItIsPluggedInTheMissingPermissionIsToldAnew) {
+    for (int serial = 1; serial <= 3; ++serial) {
+        seePen(EACCES, serial);
+        EXPECT_EQ(log_.lines().size(), static_cast<std::size_t>(serial));
+        publisher_->nodeGone(unitNode(3, serial).path);
+        publisher_->deviceGone(cameraUnit().path);
+    }
+}
+
+TEST_F(UnitPublisherTest, WithoutItsPenNodeAUnitIsNotListedUntilThatCanBeOpenedAgain) {
+    publisher_->nodeSeen(unitNode(2));
+    seePen(0);
+    EXPECT_EQ(shown(), "3 2 unit ");
+    for (int time = 0; time < 2; ++time) {
+        publisher_->nodeGone(unitNode(3).path);
+        EXPECT_EQ(shown(), "");
+    }
+    seePen(ENODEV);
+    EXPECT_EQ(shown(), "");
+    seePen(0);
+    EXPECT_EQ(shown(), "3 2 unit ");
+    publisher_->deviceGone("/sys/devices/other");
+    EXPECT_EQ(shown(), "3 2 unit ");
+    publisher_->deviceGone(cameraUnit().path);
+    EXPECT_EQ(shown(), "");
+}
+
+TEST_F(UnitPublisherTest, TwoUnitsAreKeptApart) {
+    seePen(0);
+    publisher_->nodeSeen(unitNode(3, 2, "1-4"));
+    EXPECT_EQ(shown(), "3 3 unit unit ");
+    publisher_->deviceGone(cameraUnit().path);
+    EXPECT_EQ(listed("IOUSBDevice"), std::vector<std::string>{"IOService:/devices/pci0000:00/usb1/1-4"});
+    EXPECT_EQ(shown(), "3 unit ");
 }
 
 TEST_F(UnitPublisherTest, TheInterfaceTalksToTheNode) {
@@ -241,10 +379,7 @@ TEST_F(UnitPublisherTest, TheInterfaceOfAUnitThatIsGoneCannotBeMade) {
 }
 
 TEST_F(UnitPublisherTest, AnInterfaceWithNumberedReportsIsListedWithoutAPlugIn) {
-    HidNode numbered = unitNode(4);
-    numbered.descriptor =
-        kVendorCollection + Bytes{0x85, 0x01} + reportSize(8) + reportCount(4) + kInput + kEndCollection;
-    publisher_->nodeSeen(numbered);
+    publisher_->nodeSeen(kNumberedNode);
     plugIn();
     const io_service_t first =
         desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
@@ -272,8 +407,8 @@ TEST_F(UnitPublisherTest, AnOpenInterfaceOutlivesThePublisher) {
 
 // What the registry shows
 
-HidListing listing(const HidNode& node) {
-    return {node, std::get<HidDescriptor>(parseHidDescriptor(node.descriptor))};
+ServiceDescription hidService(const HidNode& node) {
+    return hidDeviceService(node, std::get<HidDescriptor>(parseHidDescriptor(node.descriptor)));
 }
 
 TEST(UnitServicesTest, AUsbDeviceTellsItsIdentifiersAndNames) {
@@ -288,7 +423,7 @@ TEST(UnitServicesTest, AUsbDeviceTellsItsIdentifiersAndNames) {
 }
 
 TEST(UnitServicesTest, AHidDeviceTellsItsReportsToo) {
-    const ServiceDescription service = hidDeviceService(listing(unitNode(3)));
+    const ServiceDescription service = hidService(unitNode(3));
     EXPECT_EQ(service.className, "IOHIDDevice");
     EXPECT_EQ(describe(service.properties),
               "{InputReportElements = ({ElementCookie = 1; ReportID = 0; Size = 6432; Usage = 1; UsagePage = "
@@ -300,16 +435,16 @@ TEST(UnitServicesTest, NamesThatAUnitDoesNotGiveAreAbsent) {
     HidNode node = unitNode(0);
     node.device.vendorName.clear();
     node.device.productName.clear();
-    EXPECT_FALSE(hidDeviceService(listing(node)).properties.entries.contains("Manufacturer"));
+    EXPECT_FALSE(hidService(node).properties.entries.contains("Manufacturer"));
     EXPECT_FALSE(usbDeviceService(node.device).properties.entries.contains("USB Vendor Name"));
 }
 
 TEST(UnitServicesTest, ThePathHoldsTheInterfaceNumberInItsPlace) {
-    EXPECT_EQ(hidDeviceService(listing(unitNode(3))).path,
+    EXPECT_EQ(hidService(unitNode(3)).path,
               "IOService:/devices/pci0000:00/usb1/1-2/IOUSBInterface@3/0003:1209:0001.0013/hidraw/hidraw13");
     HidNode odd = unitNode(2);
     odd.interfacePath = "/sys/elsewhere";
-    EXPECT_EQ(hidDeviceService(listing(odd)).path,
+    EXPECT_EQ(hidService(odd).path,
               "IOService:/devices/pci0000:00/usb1/1-2/1-2:1.2/0003:1209:0001.0012/hidraw/hidraw12"
               "/IOUSBInterface@2");
 }
