@@ -44,16 +44,14 @@ struct Globals {
     std::uint8_t reportID = 0;
 };
 
-// A report while it is gathered.
-struct Gathered {
-    HidReport report;
-    std::uint64_t bits = 0;
-};
+// While it is gathered, the length of a report counts its bits.
+using Gathered = std::vector<HidReport>;
 
-const HidReport* findReport(const std::vector<HidReport>& reports, std::uint8_t reportID) {
-    const auto found = std::find_if(reports.begin(), reports.end(),
-                                    [&](const HidReport& report) { return report.reportID == reportID; });
-    return found == reports.end() ? nullptr : &*found;
+// The report with this ID, or the end.
+template <class Reports>
+auto findReport(Reports& reports, std::uint8_t reportID) {
+    return std::find_if(reports.begin(), reports.end(),
+                        [&](const HidReport& report) { return report.reportID == reportID; });
 }
 
 class Parser {
@@ -78,10 +76,8 @@ public:
     }
 
 private:
-    void fail(std::string why) {
-        if (!error_)
-            error_ = std::move(why);
-    }
+    // Nothing more is read then.
+    void fail(std::string why) { error_ = std::move(why); }
 
     // The next short item; none after an error and for long items, which nobody uses and which are stepped
     // over.
@@ -179,41 +175,33 @@ private:
     }
 
     // A main item: reportCount fields of reportSize bits more in the report of the current ID.
-    void addFields(std::vector<Gathered>& reports) {
+    void addFields(Gathered& reports) {
         usage_.reset();
         const std::uint64_t bits = std::uint64_t{globals_.reportSize} * globals_.reportCount;
         if (bits == 0)
             return;
-        auto found = std::find_if(reports.begin(), reports.end(), [this](const Gathered& gathered) {
-            return gathered.report.reportID == globals_.reportID;
-        });
-        if (found == reports.end()) {
-            reports.push_back({{globals_.reportID, 0, 0, applicationPage_, applicationUsage_}, 0});
-            found = std::prev(reports.end());
-        }
-        if (bits > kMostReportBits || found->bits + bits > kMostReportBits)
+        unnumbered_ = unnumbered_ || globals_.reportID == 0;
+        auto found = findReport(reports, globals_.reportID);
+        if (found == reports.end())
+            found = reports.insert(found,
+                                   HidReport{globals_.reportID, 0, 0, applicationPage_, applicationUsage_});
+        if (bits > kMostReportBits || found->length + bits > kMostReportBits)
             return fail("a report is longer than " + std::to_string(kLongestHidReport) + " bytes");
-        found->bits += bits;
+        found->length += static_cast<std::size_t>(bits);
     }
 
     void checkEnd() {
-        const auto unnumbered = [](const std::vector<Gathered>& reports) {
-            return std::any_of(reports.begin(), reports.end(),
-                               [](const Gathered& gathered) { return gathered.report.reportID == 0; });
-        };
         if (collectionDepth_ != 0)
             fail("a collection is not ended");
-        else if (usesReportIDs_ && (unnumbered(inputs_) || unnumbered(outputs_) || unnumbered(features_)))
+        else if (usesReportIDs_ && unnumbered_)
             fail("some reports have an ID and some have none");
     }
 
-    static std::vector<HidReport> finish(const std::vector<Gathered>& gathered, bool withCookies) {
-        std::vector<HidReport> reports;
-        for (const Gathered& each : gathered) {
-            HidReport report = each.report;
-            report.length = static_cast<std::size_t>((each.bits + 7) / 8);
-            report.cookie = withCookies ? static_cast<IOHIDElementCookie>(reports.size() + 1) : 0;
-            reports.push_back(report);
+    static std::vector<HidReport> finish(Gathered reports, bool withCookies) {
+        IOHIDElementCookie cookie = 0;
+        for (HidReport& report : reports) {
+            report.length = (report.length + 7) / 8;
+            report.cookie = withCookies ? ++cookie : 0;
         }
         return reports;
     }
@@ -228,17 +216,15 @@ private:
     std::uint32_t applicationPage_ = 0;
     std::uint32_t applicationUsage_ = 0;
     bool usesReportIDs_ = false;
-    std::vector<Gathered> inputs_, outputs_, features_;
+    bool unnumbered_ = false; // some report has no ID
+    Gathered inputs_, outputs_, features_;
 };
 
 } // namespace
 
 const HidReport* HidDescriptor::inputReport(std::uint8_t reportID) const {
-    return findReport(inputReports, reportID);
-}
-
-const HidReport* HidDescriptor::outputReport(std::uint8_t reportID) const {
-    return findReport(outputReports, reportID);
+    const auto found = findReport(inputReports, reportID);
+    return found == inputReports.end() ? nullptr : &*found;
 }
 
 std::variant<HidDescriptor, HidDescriptorError> parseHidDescriptor(std::span<const std::uint8_t> bytes) {

@@ -32,9 +32,8 @@ struct HidDescriptor {
     bool usesReportIDs = false;
     std::vector<HidReport> inputReports;  // in the order in which they are first named; cookies 1, 2, ...
     std::vector<HidReport> outputReports; // as above
-    // The input or output report with this ID; null when there is none. Valid while the descriptor lives.
+    // The input report with this ID; null when there is none. Valid while the descriptor lives.
     const HidReport* inputReport(std::uint8_t reportID) const;
-    const HidReport* outputReport(std::uint8_t reportID) const;
 };
 
 // Why a descriptor cannot be used, as one line for the log.

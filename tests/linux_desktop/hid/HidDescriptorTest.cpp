@@ -36,8 +36,8 @@ TEST(HidDescriptor, AUnitsReportsAreUnnumberedAndAsLongAsDeclared) {
         ASSERT_NE(descriptor.inputReport(0), nullptr);
         EXPECT_EQ(descriptor.inputReport(0)->length, length);
         EXPECT_NE(descriptor.inputReport(0)->cookie, 0U) << "0 means that there is no element";
-        ASSERT_NE(descriptor.outputReport(0), nullptr);
-        EXPECT_EQ(descriptor.outputReport(0)->length, 44U);
+        ASSERT_EQ(descriptor.outputReports.size(), 1U);
+        EXPECT_EQ(descriptor.outputReports[0].length, 44U);
         EXPECT_EQ(descriptor.inputReport(1), nullptr);
     }
 }
@@ -52,8 +52,9 @@ TEST(HidDescriptor, NumberedReportsAreToldApart) {
     EXPECT_EQ(descriptor.inputReport(2)->length, 63U);
     EXPECT_NE(descriptor.inputReport(7)->cookie, descriptor.inputReport(2)->cookie);
     EXPECT_EQ(descriptor.inputReport(0), nullptr);
-    EXPECT_EQ(descriptor.outputReport(2)->length, 63U);
-    EXPECT_EQ(descriptor.outputReport(7), nullptr);
+    ASSERT_EQ(descriptor.outputReports.size(), 1U);
+    EXPECT_EQ(descriptor.outputReports[0].reportID, 2);
+    EXPECT_EQ(descriptor.outputReports[0].length, 63U);
 }
 
 TEST(HidDescriptor, BitsOfSeveralItemsAddUpAndAreRoundedUpOnce) {
@@ -62,7 +63,7 @@ TEST(HidDescriptor, BitsOfSeveralItemsAddUpAndAreRoundedUpOnce) {
         parsed(kVendorCollection + reportSize(1) + reportCount(3) + kInput + reportSize(6) + reportCount(1) +
                kInput + reportSize(1) + kInput + kEndCollection);
     EXPECT_EQ(descriptor.inputReport(0)->length, 2U);
-    EXPECT_EQ(descriptor.outputReport(0), nullptr);
+    EXPECT_TRUE(descriptor.outputReports.empty());
 }
 
 TEST(HidDescriptor, PopBringsSizeAndCountBack) {
