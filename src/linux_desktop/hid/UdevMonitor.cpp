@@ -46,9 +46,8 @@ std::vector<std::uint8_t> readDescriptor(const std::string& path) {
     return {bytes.begin(), bytes.end()};
 }
 
-bool isSubsystem(udev_device* device, std::string_view name) {
-    const char* subsystem = udev_device_get_subsystem(device);
-    return subsystem && subsystem == name;
+bool isInitialised(udev_device* device) {
+    return udev_device_get_is_initialized(device) > 0;
 }
 
 bool readable(int descriptor) {
@@ -82,29 +81,14 @@ std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised) {
     return node;
 }
 
-void UdevMonitor::Release::operator()(udev* context) const {
-    udev_unref(context);
-}
-void UdevMonitor::Release::operator()(udev_device* device) const {
-    udev_device_unref(device);
-}
-void UdevMonitor::Release::operator()(udev_monitor* monitor) const {
-    udev_monitor_unref(monitor);
-}
-
-UdevMonitor::UdevMonitor(UnitPublisher& units)
-    : UdevMonitor(units, [](udev_device* device) { return udev_device_get_is_initialized(device) > 0; }) {}
-
-UdevMonitor::UdevMonitor(UnitPublisher& units, IsInitialised isInitialised)
-    : units_(units), isInitialised_(std::move(isInitialised)) {}
-
-UdevMonitor::~UdevMonitor() = default;
+UdevMonitor::UdevMonitor(UnitPublisher& units, IsInitialised instead)
+    : units_(units), isInitialised_(instead ? std::move(instead) : isInitialised) {}
 
 bool UdevMonitor::start() {
-    udev_.reset(udev_new());
+    udev_.reset(udev_new(), udev_unref);
     // The kernel's own events come before the rules have set the permissions; udev's come after.
     if (udev_)
-        monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"));
+        monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"), udev_monitor_unref);
     const auto failed = [](const char* what) {
         logLine("HID: the USB bus cannot be watched, units are not found: %s failed", what);
         return false;
@@ -127,15 +111,15 @@ int UdevMonitor::eventDescriptor() const {
 }
 
 bool UdevMonitor::enumerate() {
-    const auto release = [](udev_enumerate* enumeration) { udev_enumerate_unref(enumeration); };
-    const std::unique_ptr<udev_enumerate, decltype(release)> enumeration(udev_enumerate_new(udev_.get()));
+    const std::shared_ptr<udev_enumerate> enumeration(udev_enumerate_new(udev_.get()), udev_enumerate_unref);
     if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), "hidraw") < 0 ||
         udev_enumerate_scan_devices(enumeration.get()) < 0)
         return false;
     std::vector<HidNode> nodes;
     for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get()); entry;
          entry = udev_list_entry_get_next(entry)) {
-        const Device device(udev_device_new_from_syspath(udev_.get(), udev_list_entry_get_name(entry)));
+        const std::shared_ptr<udev_device> device(
+            udev_device_new_from_syspath(udev_.get(), udev_list_entry_get_name(entry)), udev_device_unref);
         if (!device) // gone since the scan
             continue;
         if (auto node = hidNodeOf(device.get(), isInitialised_(device.get())))
@@ -149,11 +133,10 @@ void UdevMonitor::readEvents() {
     bool lost = false;
     for (int event = 0; event < kMostEventsAtOnce && readable(eventDescriptor()); ++event) {
         errno = 0;
-        const Device device(udev_monitor_receive_device(monitor_.get()));
-        if (device)
+        udev_device* const received = udev_monitor_receive_device(monitor_.get());
+        lost = lost || (!received && errno == ENOBUFS);
+        if (const std::shared_ptr<udev_device> device{received, udev_device_unref})
             tell(device.get());
-        else if (errno == ENOBUFS)
-            lost = true;
     }
     if (lost && !enumerate())
         logLine("HID: events of the USB bus were lost, and it cannot be looked at again");
@@ -163,7 +146,8 @@ void UdevMonitor::tell(udev_device* device) {
     const char* action = udev_device_get_action(device);
     const std::string path = udev_device_get_syspath(device);
     const bool removed = action && std::string_view(action) == "remove";
-    if (!isSubsystem(device, "hidraw")) {
+    const char* subsystem = udev_device_get_subsystem(device);
+    if (!subsystem || std::string_view(subsystem) != "hidraw") {
         if (removed)
             units_.deviceGone(path);
     } else if (removed) {

@@ -24,11 +24,9 @@ public:
     // later are always done.
     using IsInitialised = std::function<bool(udev_device* device)>;
 
-    // Watches nothing before start. The publisher outlives the monitor.
-    explicit UdevMonitor(UnitPublisher& units);
-    // A simulated udev cannot tell whether devices are initialised; a test says it instead.
-    UdevMonitor(UnitPublisher& units, IsInitialised isInitialised);
-    ~UdevMonitor();
+    // Watches nothing before start. The publisher outlives the monitor. A simulated udev cannot tell whether
+    // devices are initialised; a test says it instead.
+    explicit UdevMonitor(UnitPublisher& units, IsInitialised instead = {});
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
 
@@ -41,20 +39,13 @@ public:
     void readEvents();
 
 private:
-    struct Release {
-        void operator()(udev* context) const;
-        void operator()(udev_device* device) const;
-        void operator()(udev_monitor* monitor) const;
-    };
-    using Device = std::unique_ptr<udev_device, Release>;
-
     bool enumerate();
     void tell(udev_device* device);
 
     UnitPublisher& units_;
     const IsInitialised isInitialised_;
-    std::unique_ptr<udev, Release> udev_;
-    std::unique_ptr<udev_monitor, Release> monitor_;
+    std::shared_ptr<udev> udev_;
+    std::shared_ptr<udev_monitor> monitor_;
 };
 
 } // namespace lightpen
