@@ -26,24 +26,21 @@ void PerformQueue::cancelDelayed(const void* target, std::string_view selector, 
     });
 }
 
-std::optional<PerformRequest> PerformQueue::takeNext(Microseconds now) {
-    const std::lock_guard hold(mutex_);
-    std::optional<PerformRequest> next;
-    if (!posted_.empty()) {
-        next = std::move(posted_.front());
-        posted_.pop_front();
-    } else if (!delayed_.empty() && delayed_.front().due <= now) {
-        next = std::move(delayed_.front().request);
-        delayed_.erase(delayed_.begin());
-    }
-    return next;
-}
-
 bool PerformQueue::runOne(Microseconds now) {
-    const auto request = takeNext(now);
-    if (!request)
-        return false;
-    request->operation();
+    PerformRequest next;
+    {
+        const std::lock_guard hold(mutex_);
+        if (!posted_.empty()) {
+            next = std::move(posted_.front());
+            posted_.pop_front();
+        } else if (!delayed_.empty() && delayed_.front().due <= now) {
+            next = std::move(delayed_.front().request);
+            delayed_.erase(delayed_.begin());
+        } else {
+            return false;
+        }
+    }
+    next.operation();
     return true;
 }
 

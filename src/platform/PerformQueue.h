@@ -33,7 +33,6 @@ private:
         Microseconds due;
         PerformRequest request;
     };
-    std::optional<PerformRequest> takeNext(Microseconds now);
 
     mutable std::mutex mutex_;
     std::deque<PerformRequest> posted_;

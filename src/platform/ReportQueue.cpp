@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/ReportQueue.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/Log.h"
@@ -12,9 +11,7 @@ bool ReportQueue::push(const IOHIDEventStruct& event) {
     RunLoopSourceRef toSignal;
     {
         const std::lock_guard hold(mutex_);
-        const bool wanted =
-            std::find(elements_.begin(), elements_.end(), event.elementCookie) != elements_.end();
-        if (depth_ == 0 || !started_ || !wanted)
+        if (!started_ || !elements_.contains(event.elementCookie))
             return false;
         if (reports_.size() == depth_)
             reports_.pop_front();
@@ -80,14 +77,13 @@ IOReturn ReportQueue::dispose() {
 
 IOReturn ReportQueue::addElement(IOHIDElementCookie cookie, std::uint32_t) {
     const std::lock_guard hold(mutex_);
-    if (std::find(elements_.begin(), elements_.end(), cookie) == elements_.end())
-        elements_.push_back(cookie);
+    elements_.insert(cookie);
     return kIOReturnSuccess;
 }
 
 bool ReportQueue::hasElement(IOHIDElementCookie cookie) const {
     const std::lock_guard hold(mutex_);
-    return std::find(elements_.begin(), elements_.end(), cookie) != elements_.end();
+    return elements_.contains(cookie);
 }
 
 IOReturn ReportQueue::start() {
@@ -141,16 +137,13 @@ void ReportFanOut::deliver(std::span<const std::uint8_t> report) {
     if (report.size() > declaredLength_ && !std::exchange(cutLogged_, true))
         logLine("HID: an input report of %zu bytes is longer than the declared %zu; such reports are cut",
                 report.size(), declaredLength_);
-    deliverToAll(
-        inputReportEvent(cookie_, report, declaredLength_, static_cast<std::uint64_t>(clock_.now().count())));
+    deliverToAll(report);
 }
 
 void ReportFanOut::vanish() {
     const std::lock_guard hold(mutex_);
-    if (std::exchange(vanished_, true))
-        return;
-    deliverToAll(
-        inputReportEvent(cookie_, {}, declaredLength_, static_cast<std::uint64_t>(clock_.now().count())));
+    if (!std::exchange(vanished_, true))
+        deliverToAll({});
 }
 
 bool ReportFanOut::vanished() const {
@@ -158,7 +151,9 @@ bool ReportFanOut::vanished() const {
     return vanished_;
 }
 
-void ReportFanOut::deliverToAll(const IOHIDEventStruct& event) {
+void ReportFanOut::deliverToAll(std::span<const std::uint8_t> report) {
+    const auto now = static_cast<std::uint64_t>(clock_.now().count());
+    const IOHIDEventStruct event = inputReportEvent(cookie_, report, declaredLength_, now);
     for (const auto& weak : queues_)
         if (const auto queue = weak.lock())
             queue->push(event);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -40,10 +41,10 @@ private:
 
     const std::function<void()> drain_;
     mutable std::mutex mutex_;
-    std::vector<IOHIDElementCookie> elements_;
+    std::set<IOHIDElementCookie> elements_;
     std::deque<IOHIDEventStruct> reports_;
     std::size_t depth_ = 0; // 0: not created
-    bool started_ = false;
+    bool started_ = false;  // only when created
     IOHIDEventCallout callout_;
     RunLoopSourceRef source_;
     // Callouts that are still owed. One signal at a time is under way, so that a busy unit does not fill the
@@ -67,7 +68,7 @@ public:
     bool vanished() const;
 
 private:
-    void deliverToAll(const IOHIDEventStruct& event);
+    void deliverToAll(std::span<const std::uint8_t> report);
 
     Clock& clock_;
     const IOHIDElementCookie cookie_;
