@@ -163,8 +163,12 @@ TEST_F(PostedEventsTest, AreAMoveAndAButton) {
                                     "to 107,58 press right", "to 109,60 release right"));
 }
 
-TEST_F(PostedEventsTest, ThatReleaseAButtonThatIsNotDownAreDroppedWithTheirMoves) {
-    EXPECT_EQ(pointer.post(kLeftMouseUp, {1, 2}), kIOReturnSuccess);
+TEST_F(PostedEventsTest, OfUnknownTypesOrThatReleaseAButtonThatIsNotDownAreDroppedWithTheirMoves) {
+    for (const std::uint32_t type : {0U, 5U, 7U, 0xFFFFFFFFU, kLeftMouseUp, kRightMouseUp})
+        EXPECT_EQ(pointer.post(type, {1, 2}), kIOReturnSuccess);
+    pointer.post(kLeftMouseDragged, {1, 2});
+    EXPECT_THAT(take(), ElementsAre("to 101,52")) << "a drag without the button presses nothing";
+    pointer.post(kLeftMouseUp, {1, 2});
     pointer.post(kLeftMouseDown, {3, 4});
     pointer.post(kRightMouseUp, {5, 6});
     pointer.post(kLeftMouseUp, {7, 8});
