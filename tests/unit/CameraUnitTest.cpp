@@ -34,7 +34,7 @@ public:
     std::vector<UnitReport> reports;
 };
 
-ReportBytes command(std::initializer_list<int> bytes) {
+ReportBytes command(const std::vector<int>& bytes) {
     ReportBytes report;
     for (const int byte : bytes)
         report.push_back(static_cast<std::uint8_t>(byte));
@@ -287,32 +287,56 @@ TEST_F(CameraUnitTest, HooksSeeBothDirections) {
 
 // Faults
 
-TEST_F(CameraUnitTest, ThePlugCanBePulledBeforeACommand) {
+struct Pull {
+    const char* name;
+    UnplugPoint point;
+    std::vector<std::vector<int>> commands; // the last of them is the one
+    std::size_t replies;                    // reports that answer, or are a picture, before the plug is out
+};
+
+class UnpluggedAtTest : public CameraUnitTest, public testing::WithParamInterface<Pull> {
+protected:
+    std::size_t repliesWithin(Microseconds duration) {
+        const auto reports = run(duration);
+        return ofKind(reports, ReportKind::answer).size() + ofKind(reports, ReportKind::picture).size();
+    }
+};
+
+TEST_P(UnpluggedAtTest, ThePlugIsPulledThere) {
+    const Pull& pull = GetParam();
     unit.plug();
-    unit.faults()->unplug = UnplugPoint{.command = 'H', .occurrence = 2, .when = When::beforeCommand};
-    EXPECT_EQ(CameraUnit::Output::taken, send({'T'}));
-    EXPECT_EQ(CameraUnit::Output::taken, send({'H', 0}));
-    EXPECT_THAT(ofKind(run(100ms), ReportKind::answer), SizeIs(1));
-    EXPECT_EQ(CameraUnit::Output::gone, send({'H', 1}));
+    unit.strayLight(CameraPoint{300, 400}); // twelve answers to K
+    unit.faults()->unplug = pull.point;
+    std::size_t replies = 0;
+    for (const auto& bytes : pull.commands) {
+        EXPECT_TRUE(unit.plugged());
+        replies += repliesWithin(200ms);
+        const bool last = &bytes == &pull.commands.back();
+        EXPECT_EQ(last && pull.point.when == When::beforeCommand ? CameraUnit::Output::gone
+                                                                 : CameraUnit::Output::taken,
+                  unit.output(command(bytes), socket.time));
+    }
+    EXPECT_EQ(pull.point.when >= When::beforeReply, unit.plugged());
+    EXPECT_EQ(pull.replies, replies + repliesWithin(200ms));
+    EXPECT_FALSE(unit.plugged());
+    EXPECT_THAT(run(1s), IsEmpty());
     EXPECT_THAT(socket.events, ElementsAre("plugged", "unplugged"));
 }
 
-TEST_F(CameraUnitTest, ThePlugCanBePulledAfterACommand) {
-    unit.plug();
-    unit.faults()->unplug = UnplugPoint{.command = 'C', .when = When::afterCommand};
-    EXPECT_EQ(CameraUnit::Output::taken, send({'C', 0, 1, 1}));
-    EXPECT_FALSE(unit.plugged());
-    EXPECT_THAT(run(1s), IsEmpty());
-}
-
-TEST_F(CameraUnitTest, ThePlugCanBePulledBeforeAReply) {
-    unit.plug();
-    unit.faults()->unplug = UnplugPoint{.command = 'R', .when = When::beforeReply};
-    EXPECT_EQ(CameraUnit::Output::taken, send({'R', 3}));
-    EXPECT_TRUE(unit.plugged());
-    EXPECT_THAT(run(100ms), IsEmpty());
-    EXPECT_FALSE(unit.plugged());
-}
+INSTANTIATE_TEST_SUITE_P(
+    CameraUnitTest, UnpluggedAtTest,
+    testing::Values(
+        Pull{"BeforeTheSecondRead", {'H', 2, When::beforeCommand}, {{'T'}, {'H', 0}, {'H', 1}}, 1},
+        Pull{"AfterARecord", {'C', 1, When::afterCommand}, {{'C', 0, 1, 1}}, 0},
+        Pull{"BeforeAReply", {'R', 1, When::beforeReply}, {{'R', 3}}, 0},
+        Pull{"AfterTheFirstOfTwelveReplies", {'K', 1, When::afterReply}, {{'K'}}, 1},
+        Pull{"BeforeTheReplyToReadThoughAnotherCameFirst",
+             {'H', 1, When::beforeReply},
+             {{'R', 1}, {'H', 0}},
+             1},
+        Pull{"AfterTheThirdOfAnyCommands", {std::nullopt, 3}, {{'T'}, {0, 0x40}, {'W', 'W'}}, 0},
+        Pull{"AfterTheFirstReportOfAPicture", {0, 2, When::afterReply}, {{0, 0x43}, {0, 0x43}}, 1}),
+    [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST_F(CameraUnitTest, ThePlugCanBePulledWithinAReply) {
     unit.plug();
@@ -321,46 +345,6 @@ TEST_F(CameraUnitTest, ThePlugCanBePulledWithinAReply) {
     const auto reports = run(100ms);
     ASSERT_THAT(reports, SizeIs(1));
     EXPECT_THAT(reports[0].bytes, ElementsAre('R', 3, 0x13));
-    EXPECT_FALSE(unit.plugged());
-}
-
-TEST_F(CameraUnitTest, ThePlugCanBePulledAfterAReply) {
-    unit.plug();
-    unit.strayLight(CameraPoint{300, 400});
-    unit.faults()->unplug = UnplugPoint{.command = 'K', .when = When::afterReply};
-    send({'K'});
-    EXPECT_THAT(ofKind(run(100ms), ReportKind::answer), SizeIs(1)); // of twelve
-    EXPECT_FALSE(unit.plugged());
-}
-
-TEST_F(CameraUnitTest, AReplyBeforeTheChosenOneDoesNotCount) {
-    unit.plug();
-    unit.faults()->unplug = UnplugPoint{.command = 'H', .when = When::beforeReply};
-    send({'R', 1});
-    send({'H', 0});
-    const auto reports = run(100ms);
-    ASSERT_THAT(reports, SizeIs(1));
-    EXPECT_EQ('R', reports[0].bytes[0]);
-    EXPECT_FALSE(unit.plugged());
-}
-
-TEST_F(CameraUnitTest, AnyCommandMayBeTheOne) {
-    unit.plug();
-    unit.faults()->unplug = UnplugPoint{.occurrence = 3};
-    send({'T'});
-    send({0, 0x40});
-    EXPECT_TRUE(unit.plugged());
-    send({'W', 'W'});
-    EXPECT_FALSE(unit.plugged());
-}
-
-TEST_F(CameraUnitTest, APictureIsTheReplyToSettings) {
-    unit.plug();
-    unit.faults()->unplug = UnplugPoint{.command = 0, .occurrence = 2, .when = When::afterReply};
-    send({0, 0x43});
-    EXPECT_THAT(run(200ms), IsEmpty());
-    send({0, 0x43});
-    EXPECT_THAT(run(200ms), SizeIs(1));
     EXPECT_FALSE(unit.plugged());
 }
 

@@ -243,18 +243,6 @@ TEST_F(FirmwareTimingTest, AJumpingBlobIsPenUpAndThenDark) {
     EXPECT_THAT(kinds(behind), Each(ReportKind::spot));
 }
 
-// Stray light
-
-TEST_F(FirmwareTimingTest, StrayLightIsASpotLikeAnyOther) {
-    bench.scene.strayLight = CameraPoint{1024, 33};
-    const auto reports = bench.run(80ms);
-    EXPECT_THAT(reports, SizeIs(11));
-    EXPECT_EQ(1025, reports[0].bytes[1] | reports[0].bytes[2] << 8);
-    bench.scene.strayLight.reset();
-    const auto behind = bench.run(8ms);
-    EXPECT_THAT(kinds(behind), testing::ElementsAre(ReportKind::penUp));
-}
-
 TEST_F(FirmwareTimingTest, NextEventIsNeverLate) {
     calibrate();
     bench.run(1us);

@@ -31,15 +31,6 @@ TEST(FlashTest, KeepsACalibrationInRowMajorOrderAsWholeUnits) {
     EXPECT_FALSE(flash.record(2));
 }
 
-TEST(FlashTest, RecordsBecomeValidTogether) {
-    Flash flash;
-    flash.write(0, kFirst, true);
-    EXPECT_FALSE(flash.record(0));
-    flash.write(1, kSecond, true);
-    EXPECT_EQ(kFirst, flash.record(0));
-    EXPECT_EQ(kSecond, flash.record(1));
-}
-
 TEST(FlashTest, RecordsMayComeInAnyOrder) {
     Flash flash;
     flash.write(1, kSecond, true);
@@ -58,21 +49,6 @@ TEST(FlashTest, TheOldCalibrationHoldsUntilTheNewOneIsWhole) {
     // The next pair begins anew.
     flash.write(1, kFirst, true);
     EXPECT_EQ(kSecond, flash.record(1));
-}
-
-TEST(FlashTest, AWaitingRecordIsForgottenWithThePower) {
-    Flash flash;
-    flash.write(0, kFirst, true);
-    flash.forgetWaiting();
-    flash.write(1, kSecond, true);
-    EXPECT_FALSE(flash.calibrated());
-}
-
-TEST(FlashTest, WithoutTheMannerEachRecordIsValidAtOnce) {
-    Flash flash;
-    flash.write(0, kFirst, false);
-    EXPECT_EQ(kFirst, flash.record(0));
-    EXPECT_FALSE(flash.calibrated());
 }
 
 TEST(FlashTest, LaterRecordsAreNotKept) {

@@ -34,11 +34,6 @@ struct PenStreamTest : testing::Test {
     }
 };
 
-TEST_F(PenStreamTest, IsSilentAtFirst) {
-    EXPECT_FALSE(frame(1s, std::nullopt));
-    EXPECT_FALSE(stream.nextIdle(behaviour));
-}
-
 TEST_F(PenStreamTest, ReportsEachPictureOfATouchAndThenPenUp) {
     const auto first = frame(1s, kSpot);
     ASSERT_TRUE(first);
@@ -51,24 +46,6 @@ TEST_F(PenStreamTest, ReportsEachPictureOfATouchAndThenPenUp) {
     EXPECT_EQ(ReportKind::penUp, up->kind);
     EXPECT_THAT(up->bytes, ElementsAre(0, 0, 0, 0, 0));
     EXPECT_FALSE(frame(1024ms, std::nullopt));
-}
-
-TEST_F(PenStreamTest, IdlesForOneSecondAfterATouch) {
-    frame(1s, kSpot);
-    EXPECT_FALSE(stream.nextIdle(behaviour));
-    frame(1008ms, std::nullopt);
-    const auto times = idleUpTo(60s);
-    ASSERT_EQ(27U, times.size());
-    EXPECT_EQ(Microseconds(1044ms), times.front());
-    EXPECT_EQ(Microseconds(1980ms), times.back());
-}
-
-TEST_F(PenStreamTest, IdlesForOneSecondFromWhereACommandSays) {
-    stream.idleFrom(3s);
-    const auto times = idleUpTo(60s);
-    ASSERT_EQ(28U, times.size());
-    EXPECT_EQ(Microseconds(3s), times.front());
-    EXPECT_EQ(Microseconds(3972ms), times.back());
 }
 
 TEST_F(PenStreamTest, ATouchInterruptsIdlingAndPrecedesItsOwn) {

@@ -46,16 +46,6 @@ TEST_F(VisionTest, NothingIsSeenWhileTheFilterMoves) {
     EXPECT_EQ(kPen, look({.pen = kPen}));
 }
 
-TEST_F(VisionTest, AFilterThatIsThereAlreadyDoesNotMove) {
-    EXPECT_FALSE(vision.moveFilter(false, now, true));
-    EXPECT_EQ(kPen, look({.pen = kPen}));
-}
-
-TEST_F(VisionTest, WithoutTheMannerTheFilterMovesUnseen) {
-    EXPECT_TRUE(vision.moveFilter(true, now, false));
-    EXPECT_EQ(kPen, look({.pen = kPen}));
-}
-
 TEST_F(VisionTest, WithoutTheFilterASingleBlobOnADarkPictureIsASpot) {
     takeFilterOut();
     EXPECT_EQ(kBlob, look({.blobs = {kBlob}, .darkPicture = true}));
