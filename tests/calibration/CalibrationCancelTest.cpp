@@ -157,29 +157,22 @@ TEST_F(CalibrationCancelTest, SecondSessionAfterACancelledOneUsesItsWindow) {
     EXPECT_EQ(*completed.front(), kFour);
 }
 
-TEST_F(CalibrationCancelTest, StepThatWaitsDiesWithItsSession) {
-    start(Kind::manual);
-    touch(kFour[0]);
-    pressEscape();
-    start(Kind::manual);
-    happened.clear();
-    desk.runLoop.runFor(kGlide);
-    EXPECT_THAT(happened.takeAll(), IsEmpty());
-    EXPECT_EQ(targetOrigin(), kOrigins[0]);
-}
-
-TEST_F(CalibrationCancelTest, GlideDiesWithItsSession) {
-    start(Kind::manual);
-    touch(kFour[0]);
-    desk.runLoop.runFor(kGlide / 2);
-    pressEscape();
-    start(Kind::manual);
-    happened.clear();
-    desk.runLoop.runFor(kGlide);
-    EXPECT_THAT(happened.takeAll(), IsEmpty()) << "no beep";
-    EXPECT_EQ(targetOrigin(), kOrigins[0]);
-    touchAndWait(kFour[0]);
-    EXPECT_EQ(targetOrigin(), kOrigins[1]);
+TEST_F(CalibrationCancelTest, StepThatWaitsAndGlideDieWithTheirSession) {
+    for (const Microseconds wait : {Microseconds(), kGlide / 2}) {
+        SCOPED_TRACE(wait.count());
+        start(Kind::manual);
+        touch(kFour[0]);
+        desk.runLoop.runFor(wait);
+        pressEscape();
+        start(Kind::manual);
+        happened.clear();
+        desk.runLoop.runFor(kGlide);
+        EXPECT_THAT(happened.takeAll(), IsEmpty()) << "no beep";
+        EXPECT_EQ(targetOrigin(), kOrigins[0]);
+        touchAndWait(kFour[0]);
+        EXPECT_EQ(targetOrigin(), kOrigins[1]);
+        pressEscape();
+    }
 }
 
 TEST_F(CalibrationCancelTest, StartDuringASessionBeginsAnewAndLosesNothingOfTheUsers) {

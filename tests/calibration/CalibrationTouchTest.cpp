@@ -78,12 +78,6 @@ TEST_F(CalibrationTouchTest, RepeatWithinHalfATargetSoundsAndLeavesTheTargetWher
     EXPECT_EQ(targetOrigin(), (WindowPoint{160, 65})) << "half a target away is another point";
 }
 
-TEST_F(CalibrationTouchTest, EveryEarlierPointCountsNotTheLastAlone) {
-    touchAndWait({312, 271});
-    touchAndWait({2201, 188});
-    EXPECT_THAT(deedsOf([&] { touch({313, 270}); }), ElementsAre("play Submarine"));
-}
-
 TEST_F(CalibrationTouchTest, NearnessIsThatOfTheTargetAsItIsNow) {
     touchAndWait({312, 271});
     center->setTargetSize({200, 10});

@@ -140,14 +140,6 @@ TEST_F(KVRCalibrationWindowTest, ClosingTellsTheDelegateAndHides) {
     EXPECT_THAT(canceled, IsEmpty());
 }
 
-TEST_F(KVRCalibrationWindowTest, ClosingFromOutsideCancels) {
-    plain.makeKeyAndOrderFront();
-    plain.close();
-    EXPECT_EQ(canceled.size(), 1u);
-    EXPECT_EQ(driver->delegate(), nullptr);
-    EXPECT_FALSE(plain.isVisible());
-}
-
 TEST_F(KVRCalibrationWindowTest, TargetsOutliveTheWindowAndKeepTheirPlace) {
     const auto target = std::make_shared<KVRCalibrationTarget>(WindowRect{{5, 5}, {20, 20}}, 0);
     auto mortal = std::make_unique<KVRCalibrationWindow>();
