@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The whole program, from outside: its window, its commands and what its pen does to the pointer.
-#include <signal.h>
-
 #include <gtest/gtest.h>
 
 #include "emulated/ScreenCapture.h"
@@ -75,13 +73,6 @@ TEST_F(EmulatedProgramTest, TheEndOfItsInputEndsIt) {
     start({"--pose", "rotated", "--wireless", "0"});
     EXPECT_EQ(program.ask("flash"), "ok empty");
     program.endInput();
-    EXPECT_EQ(program.waitForEnd(), 0);
-}
-
-TEST_F(EmulatedProgramTest, SigtermEndsItInOrder) {
-    start({});
-    ASSERT_EQ(program.ask("flash"), "ok empty");
-    program.send(SIGTERM);
     EXPECT_EQ(program.waitForEnd(), 0);
 }
 

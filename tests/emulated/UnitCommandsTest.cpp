@@ -64,6 +64,8 @@ TEST_F(UnitCommandsTest, ThePlugIsDoneWhenItIsAnswered) {
     EXPECT_EQ(perform("plug"), "ok");
     EXPECT_TRUE(unit.plugged());
     EXPECT_EQ(perform("plug"), "ok");
+    EXPECT_EQ(commands.perform("unplug"), std::nullopt);
+    EXPECT_TRUE(unit.plugged());
     EXPECT_EQ(perform("unplug"), "ok");
     EXPECT_FALSE(unit.plugged());
     EXPECT_EQ(perform("unplug"), "ok");
@@ -155,10 +157,7 @@ TEST_F(UnitCommandsTest, BytesOfTheFirmware) {
 TEST_F(UnitCommandsTest, TheFlashTellsWhatItHolds) {
     EXPECT_EQ(perform("flash"), "ok empty");
     EXPECT_EQ(perform("calibrate"), "ok");
-    const auto points = unit.flash()->points();
-    ASSERT_TRUE(points);
-    EXPECT_NEAR(points->at(2).x, unit.seen({170, 725}).x, 0.5);
-    EXPECT_NEAR(points->at(2).y, unit.seen({170, 725}).y, 0.5);
+    EXPECT_TRUE(unit.flash()->calibrated());
     unit.flash()->store({746, 481}, {1847, 380}, {546, 1328}, {1910, 1446});
     EXPECT_EQ(perform("flash"), "ok {746, 481} {1847, 380} {546, 1328} {1910, 1446}");
     EXPECT_EQ(perform("erase"), "ok");

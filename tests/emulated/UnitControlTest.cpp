@@ -44,17 +44,6 @@ TEST_F(UnitControlTest, EveryPoseIsAnother) {
     EXPECT_FALSE(control.pose("Keystone"));
 }
 
-TEST_F(UnitControlTest, AskingForThePlugDoesNotWaitForIt) {
-    control.plug();
-    EXPECT_FALSE(unit.plugged());
-    wait(milliseconds(20));
-    EXPECT_TRUE(unit.plugged());
-    control.unplug();
-    EXPECT_TRUE(unit.plugged());
-    wait(milliseconds(20));
-    EXPECT_FALSE(unit.plugged());
-}
-
 TEST_F(UnitControlTest, AReplugOfWhatIsNotThereOnlyPlugs) {
     control.replug(milliseconds(200));
     wait(milliseconds(190));

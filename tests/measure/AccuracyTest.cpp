@@ -7,8 +7,6 @@
 #include <cmath>
 #include <set>
 
-#include "unit/room/Homography.h"
-
 namespace lightpen {
 namespace {
 
@@ -74,26 +72,6 @@ TEST(AccuracyTest, TheLimitIsTheCamerasViewTurnedRound) {
     EXPECT_NEAR(accuracy.limit.mapped.worst,
                 std::hypot((1318 - 380) / 0.9375 - 1000, 701 * 1080.0 / 1260 - 600), 1e-9);
     EXPECT_NEAR(accuracy.limit.pointer.worst, 0, 1e-9);
-}
-
-// What a calibration without any error would solve from four places on the screen.
-TEST(AccuracyTest, TheLimitIsWhatFourExactPointsGive) {
-    for (const Optics& optics :
-         {Optics::straight(kScreen), Optics::strongKeystone(kScreen), Optics::rotated(kScreen)}) {
-        const Homography::Corners targets = {PlanePoint{170, 75}, {1750, 75}, {1750, 1005}, {170, 1005}};
-        Homography::Corners seen;
-        for (std::size_t i = 0; i < seen.size(); ++i) {
-            const CameraPoint point = optics.project({targets[i].x, targets[i].y});
-            seen[i] = {point.x, point.y};
-        }
-        const auto mapping = Homography::between(seen, targets);
-        ASSERT_TRUE(mapping);
-        for (const CameraPoint& point : {CameraPoint{700, 500}, {2000, 1500}, {1281, 333}}) {
-            const PlanePoint mapped = mapping->map({point.x, point.y});
-            EXPECT_NEAR(mapped.x, optics.unproject(point).x, 1e-7);
-            EXPECT_NEAR(mapped.y, optics.unproject(point).y, 1e-7);
-        }
-    }
 }
 
 TEST(AccuracyTest, NoTapsAreNoAccuracy) {
