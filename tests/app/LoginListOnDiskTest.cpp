@@ -104,13 +104,6 @@ TEST_F(LoginListOnDiskTest, TheNextLoginStartsItWhereItIs) {
     EXPECT_EQ(programOf(read->value("Exec").value_or("")), moved / "LightPenNX7");
 }
 
-TEST_F(LoginListOnDiskTest, AMovedApplicationThatIsNotWantedLeavesNoEntry) {
-    const fs::path folder = install("opt/LightPenNX7");
-    launch(folder, true);
-    EXPECT_EQ(launch(rename(folder, "opt/none"), false), Change::removed);
-    EXPECT_THAT(list(), IsEmpty());
-}
-
 TEST_F(LoginListOnDiskTest, AMovedApplicationGoesToTheEnd) {
     const fs::path pen = install("LightPenNX7");
     const fs::path ink = install("ink", "org.example.ink");

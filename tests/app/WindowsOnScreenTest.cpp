@@ -31,8 +31,6 @@
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
-
 constexpr int kWidth = 1024, kHeight = 768; // in points
 constexpr std::uint32_t kBlue = 0x0000FF;
 
@@ -52,8 +50,6 @@ class WindowsOnScreenTest : public testing::Test {
 protected:
     WindowsOnScreenTest() {
         desk.desktop.frame = ScreenRect{{0, 0}, {kWidth, kHeight}};
-        window.onExit = [this] { calls.emplace_back("exit"); };
-        window.onDetectAgain = [this] { calls.emplace_back("again"); };
         say("English");
     }
     ~WindowsOnScreenTest() override {
@@ -82,9 +78,6 @@ protected:
         neighbour.pressKey(key);
         QCoreApplication::processEvents();
     }
-    bool hears(const std::vector<std::string>& wanted) {
-        return comesTrue([&] { return calls == wanted; });
-    }
     std::uint32_t pixelAt(const QPoint& point) {
         return neighbour.pixelAt(std::int16_t(point.x() * scale), std::int16_t(point.y() * scale));
     }
@@ -96,7 +89,6 @@ protected:
     TestPlatform desk;
     XNeighbour neighbour{display};
     PreviewWindow window;
-    std::vector<std::string> calls;
 };
 
 class PreviewInLanguageTest : public WindowsOnScreenTest, public testing::WithParamInterface<Language> {};
@@ -175,20 +167,6 @@ TEST_F(WindowsOnScreenTest, EachPixelOfThePictureIsASquareOnTheScreen) {
     }
 }
 
-TEST_F(WindowsOnScreenTest, TheKeyboardReachesBothButtons) {
-    show();
-    press(XNeighbour::kReturn);
-    EXPECT_TRUE(hears({"again"}));
-    press(XNeighbour::kTab);
-    press(XNeighbour::kSpace);
-    EXPECT_TRUE(hears({"again", "exit"}));
-    press(XNeighbour::kTab);
-    press(XNeighbour::kSpace);
-    EXPECT_TRUE(hears({"again", "exit", "again"}));
-    press(XNeighbour::kEscape);
-    EXPECT_TRUE(hears({"again", "exit", "again", "exit"}));
-}
-
 TEST_F(WindowsOnScreenTest, OneSeesWhichButtonHasTheKeyboard) {
     show();
     const auto look = [&] { return window.previewExitButton()->grab().toImage(); };
@@ -196,19 +174,6 @@ TEST_F(WindowsOnScreenTest, OneSeesWhichButtonHasTheKeyboard) {
     press(XNeighbour::kTab);
     ASSERT_TRUE(comesTrue([&] { return window.focusWidget() == window.previewExitButton(); }));
     EXPECT_NE(look(), without);
-}
-
-TEST_F(WindowsOnScreenTest, TheWindowManagersWayToCloseItIsTheExitButton) {
-    window.onExit = [this] {
-        calls.emplace_back("exit");
-        window.orderOut();
-    };
-    show();
-    neighbour.holdKey(XNeighbour::kAlt, true);
-    neighbour.pressKey(XNeighbour::kF4);
-    neighbour.holdKey(XNeighbour::kAlt, false);
-    EXPECT_TRUE(hears({"exit"}));
-    EXPECT_FALSE(window.isVisible());
 }
 
 TEST_F(WindowsOnScreenTest, ComesBackFromTheTaskBarWhenThereIsLightAgain) {
