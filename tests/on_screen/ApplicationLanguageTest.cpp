@@ -9,7 +9,6 @@ namespace lightpen {
 namespace {
 
 using testing::ElementsAre;
-using testing::SizeIs;
 
 Labels languageKeys() {
     Labels keys;
@@ -71,10 +70,6 @@ TEST_P(ApplicationLanguageTest, EachTextIsTheOneOfItsTable) {
 INSTANTIATE_TEST_SUITE_P(From, ApplicationLanguageTest, testing::Range<std::size_t>(0, 16, 4));
 
 using ApplicationChoiceTest = ApplicationTest;
-
-TEST_F(ApplicationChoiceTest, ThereAreSixteenLanguages) {
-    EXPECT_THAT(applicationLanguages(), SizeIs(16));
-}
 
 TEST_F(ApplicationChoiceTest, ALanguageIsStoredAtOnceAndShownWithTheNextMenu) {
     ASSERT_TRUE(comesWithUnit(user));

@@ -41,6 +41,10 @@ protected:
     std::optional<ShownWindow> preview() {
         return user.windowTitled(textOf(tableOf("English"), "Camera picture"));
     }
+    bool previewHasTheKeyboard() {
+        return comesTrue(
+            [&] { return preview() && user.screen.focused(user.program.processId()) == preview(); });
+    }
     // The left part of the window, where nothing but the camera's picture is.
     static QRect placeOfPicture(const ShownWindow& window) {
         return {window.x, window.y, window.width / 4, window.height};
@@ -82,15 +86,14 @@ TEST_F(ApplicationStrayLightTest, ThePreviewStandsBesideThePanel) {
     const auto frame = user.screen.frame(*shown);
     EXPECT_FALSE(QRect(QPoint(frame[0], frame[1]), QPoint(frame[2] - 1, frame[3] - 1)).intersects(kPanel));
     EXPECT_TRUE(QRect(0, 0, 1024, 768).contains(placeOf(*shown)));
-    EXPECT_TRUE(comesTrue([&] { return user.screen.focused(user.program.processId()) == shown; }))
-        << "keys go to the preview";
+    EXPECT_TRUE(previewHasTheKeyboard());
 }
 
 TEST_F(ApplicationStrayLightTest, DetectAgainFetchesAPicture) {
     lightIsMet();
     const auto shown = preview();
     ASSERT_TRUE(shown);
-    ASSERT_TRUE(comesTrue([&] { return user.screen.focused(user.program.processId()) == shown; }));
+    ASSERT_TRUE(previewHasTheKeyboard());
     const auto empty = settledPictureOf(placeOfPicture(*shown));
     ASSERT_TRUE(empty);
     const auto log = user.program.log().size();
@@ -116,7 +119,7 @@ TEST_F(ApplicationStrayLightTest, EscapeClosesItToo) {
     lightIsMet();
     ASSERT_TRUE(user.program.perform("stray off"));
     const auto shown = preview();
-    ASSERT_TRUE(comesTrue([&] { return user.screen.focused(user.program.processId()) == shown; }));
+    ASSERT_TRUE(previewHasTheKeyboard());
     user.screen.pressKey(kEscape);
     EXPECT_TRUE(comesTrue([&] { return !panelOfCheck() && !preview(); }));
     EXPECT_TRUE(user.showsMenu(fullMenu("English")));
@@ -140,7 +143,7 @@ TEST_F(ApplicationStrayLightTest, ItIsThereWhenTheUnitIsPluggedInFirst) {
 
 TEST_F(ApplicationStrayLightTest, TheProgramEndsWhileAPictureIsAwaited) {
     lightIsMet();
-    ASSERT_TRUE(comesTrue([&] { return user.screen.focused(user.program.processId()) == preview(); }));
+    ASSERT_TRUE(previewHasTheKeyboard());
     ASSERT_TRUE(user.program.perform("silent on"));
     const auto log = user.program.log().size();
     user.screen.pressKey(kReturn);

@@ -29,8 +29,6 @@ public:
     static constexpr std::uint8_t kA = 38;
     static constexpr std::uint8_t kZ = 52;
     static constexpr std::uint8_t kAlt = 64;
-    static constexpr std::uint8_t kSpace = 65;
-    static constexpr std::uint8_t kF4 = 70;
     static constexpr std::uint8_t kDown = 116;
     static constexpr std::uint8_t kDelete = 119;
 
