@@ -93,25 +93,15 @@ public:
     std::function<void()> onDetach;
 };
 
-// Keeps the names that were broadcast. Thread-safe.
+// Tells the names that are broadcast.
 class RecordingBroadcast final : public DistributedNotificationCenter {
 public:
     void postNotificationName(std::string_view name) override {
         if (onName)
             onName(name);
-        const std::lock_guard hold(mutex_);
-        names_.emplace_back(name);
-    }
-    std::vector<std::string> takeNames() {
-        const std::lock_guard hold(mutex_);
-        return std::exchange(names_, {});
     }
     // Called with each name, by the one who posts. Set it before there are other threads.
     std::function<void(std::string_view)> onName;
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> names_;
 };
 
 class FixedDesktop final : public Desktop {
@@ -164,15 +154,11 @@ private:
     }
 };
 
-// Keeps the names of the sounds that were played. Thread-safe.
+// Tells the names of the sounds that are played.
 class RecordingSounds final : public Sounds {
 public:
     SoundRef soundNamed(std::string_view name) override {
         return std::make_shared<Recorded>(std::string(name), *this);
-    }
-    std::vector<std::string> takePlayed() {
-        const std::lock_guard hold(mutex_);
-        return std::exchange(played_, {});
     }
     // Called with each name, by the one who plays. Set it before there are other threads.
     std::function<void(const std::string&)> onPlay;
@@ -181,22 +167,14 @@ private:
     class Recorded final : public Sound {
     public:
         Recorded(std::string name, RecordingSounds& sounds) : Sound(std::move(name)), sounds_(sounds) {}
-        void play() override { sounds_.played(name()); }
+        void play() override {
+            if (sounds_.onPlay)
+                sounds_.onPlay(name());
+        }
 
     private:
         RecordingSounds& sounds_;
     };
-    void played(const std::string& name) {
-        {
-            const std::lock_guard hold(mutex_);
-            played_.push_back(name);
-        }
-        if (onPlay)
-            onPlay(name);
-    }
-
-    std::mutex mutex_;
-    std::vector<std::string> played_;
 };
 
 class MemoryDefaults final : public UserDefaults {

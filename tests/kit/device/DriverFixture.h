@@ -136,8 +136,6 @@ protected:
     static Posted down(int x, int y) { return event(kLeftMouseDown, x, y, 1, 255); }
     static Posted drag(int x, int y) { return event(kLeftMouseDragged, x, y, 1, 255); }
     static Posted up(int x, int y) { return event(kLeftMouseUp, x, y, 0, 128); }
-    static Posted rightDown(int x, int y) { return event(kRightMouseDown, x, y, 1, 128); }
-    static Posted rightUp(int x, int y) { return event(kRightMouseUp, x, y, 0, 128); }
     static Posted event(std::uint32_t type, int x, int y, std::int32_t click, std::uint8_t pressure);
 
     TestPlatform desk;
