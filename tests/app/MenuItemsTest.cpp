@@ -21,13 +21,6 @@ TEST(MenuItemsTest, TitlesComeBackAsTheyWere) {
     EXPECT_EQ(itemText("A & B"), "A && B"); // a single one would underline the next letter
 }
 
-TEST(MenuItemsTest, AnItemIsCalledByItsAddress) {
-    const QAction item("Exit");
-    char expected[32];
-    std::snprintf(expected, sizeof expected, "<QAction: %p>", static_cast<const void*>(&item));
-    EXPECT_EQ(describe(item), expected);
-}
-
 TEST(MenuItemsTest, NumbersAtTheirPlaces) {
     const PropertyListArray list{{std::int64_t{46}},
                                  {-23.9},

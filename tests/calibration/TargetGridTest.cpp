@@ -79,11 +79,6 @@ TEST(TargetGridTest, CellSizeOfNoGridIsStillANumber) {
     EXPECT_EQ(cellSize({kLow, kHuge}, {1920, 1080}), (CellSize{-340, -150}));
 }
 
-TEST(TargetGridTest, OneCellForFourTargets) {
-    const std::vector<TargetCell> cells = targetCells({2, 2}, {1580, 930});
-    EXPECT_EQ(cells, (std::vector<TargetCell>{{{0, 1, 2, 3}, {{170, 75}, {1580, 930}}}}));
-}
-
 TEST(TargetGridTest, CellsGoRowByRowAndTakeTheFirstOnesSize) {
     const std::vector<TargetCell> cells = targetCells({3, 4}, {620, 390});
     EXPECT_EQ(cells, (std::vector<TargetCell>{

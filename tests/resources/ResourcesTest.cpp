@@ -18,31 +18,22 @@ namespace {
 using testing::ElementsAreArray;
 using testing::UnorderedElementsAreArray;
 
-std::vector<std::string> textArray(const PropertyListDictionary& list, const char* key) {
-    const PropertyListValue* value = list.find(key);
+template <class Value>
+std::vector<Value> listIn(const PropertyListDictionary& dictionary, const char* key) {
+    const PropertyListValue* value = dictionary.find(key);
     const auto* array = value ? value->as<PropertyListArray>() : nullptr;
     EXPECT_TRUE(array) << key;
-    std::vector<std::string> texts;
+    std::vector<Value> values;
     for (const auto& element : array ? *array : PropertyListArray()) {
-        const auto* text = element.as<std::string>();
-        EXPECT_TRUE(text) << key;
-        texts.push_back(text ? *text : std::string());
+        const auto* one = element.as<Value>();
+        EXPECT_TRUE(one) << key;
+        values.push_back(one ? *one : Value());
     }
-    return texts;
+    return values;
 }
 
 std::vector<std::int64_t> exposures() {
-    const PropertyListDictionary information = shippedList("Info.plist");
-    const PropertyListValue* value = information.find("Threshold Values");
-    const auto* array = value ? value->as<PropertyListArray>() : nullptr;
-    EXPECT_TRUE(array);
-    std::vector<std::int64_t> numbers;
-    for (const auto& element : array ? *array : PropertyListArray()) {
-        const auto* number = element.as<std::int64_t>();
-        EXPECT_TRUE(number);
-        numbers.push_back(number ? *number : -1);
-    }
-    return numbers;
+    return listIn<std::int64_t>(shippedList("Info.plist"), "Threshold Values");
 }
 
 std::string information(const char* key) {
@@ -119,7 +110,7 @@ TEST(Resources, LanguagesStandInTheMenusOrder) {
         keys.push_back(language.key);
         identifiers.emplace_back(language.key, language.identifier);
     }
-    EXPECT_THAT(textArray(shippedList("Info.plist"), "Supported Language"), ElementsAreArray(keys));
+    EXPECT_THAT(listIn<std::string>(shippedList("Info.plist"), "Supported Language"), ElementsAreArray(keys));
     EXPECT_EQ(textsOf(shippedList("Language.plist")), identifiers);
     EXPECT_EQ(identifiers.size(), 16u);
 }
