@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "device/Exchange.h"
 
-#include "platform/Log.h"
-
 namespace lightpen {
 
 std::optional<IOHIDEventStruct> ReplyQueue::next() const {
@@ -15,7 +13,7 @@ std::optional<IOHIDEventStruct> ReplyQueue::next() const {
         if (result == kIOReturnSuccess)
             return event;
         if (result != kIOReturnUnderrun)
-            logLine("%s%x", complaint, static_cast<unsigned>(result));
+            logFailure(static_cast<unsigned>(result));
     }
     return std::nullopt;
 }

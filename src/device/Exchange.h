@@ -16,9 +16,9 @@ struct ReplyQueue {
     // Looks again until a reply comes or the program ends.
     static constexpr int kUntilItComes = 0;
 
-    IOHIDQueueRef queue;   // null: no reply ever comes
-    const char* complaint; // what the log says, before the code, when the queue fails
-    int looks;             // for one reply; an empty queue is looked at again at once
+    IOHIDQueueRef queue;               // null: no reply ever comes
+    void (*logFailure)(unsigned code); // called each time the queue fails
+    int looks;                         // for one reply; an empty queue is looked at again at once
 
     // The next reply; empty when no reply has come.
     std::optional<IOHIDEventStruct> next() const;

@@ -137,8 +137,10 @@ IOReturn EventGeneratorNX7::sendFlashCommand(std::uint8_t letter, std::uint8_t s
 }
 
 ReplyQueue EventGeneratorNX7::flashReplies() const {
-    return {_calibrationQueue, "Event n:940 error when get calibration points from flash, ",
-            ReplyQueue::kUntilItComes};
+    const auto logFailure = [](unsigned code) {
+        logLine("Event n:940 error when get calibration points from flash, %x", code);
+    };
+    return {_calibrationQueue, logFailure, ReplyQueue::kUntilItComes};
 }
 
 int EventGeneratorNX7::getSingleReportFromFlash(ReportBuffer& buffer) {

@@ -118,7 +118,8 @@ bool EventGeneratorNX7::readPairingRecord(std::uint32_t IDCode, int index, const
         takePairingReply(reply->longValue, answers, index, table);
         return answers ? Turn::goOn : Turn::askAgain;
     };
-    return exchange({queue, "Event n:2927 error : ", 1}, kReplyPause, ask, take);
+    const auto logFailure = [](unsigned code) { logLine("Event n:2927 error : %x", code); };
+    return exchange({queue, logFailure, 1}, kReplyPause, ask, take);
 }
 
 void EventGeneratorNX7::Nx9commd(std::uint32_t IDCode) {
@@ -148,8 +149,10 @@ bool EventGeneratorNX7::sendPairingRecord(const ReportBuffer& command, const IOH
         printText("Event n:2790 (%x , %d)\n", first, reply ? reply->longValue[1] : 0);
         return first == kStorePairingCommand ? Turn::goOn : Turn::askAgain;
     };
-    return exchange({queue, "Event n:2817 error when get calibration points from flash, ", 1}, kReplyPause,
-                    ask, take);
+    const auto logFailure = [](unsigned code) {
+        logLine("Event n:2817 error when get calibration points from flash, %x", code);
+    };
+    return exchange({queue, logFailure, 1}, kReplyPause, ask, take);
 }
 
 void EventGeneratorNX7::Nx9inPairing() {

@@ -39,9 +39,10 @@ void placeCheckView() {
 // The light test
 
 std::uint8_t EventGeneratorNX7::getLightDetecting(ReportBuffer& buffer) {
-    const ReplyQueue replies{_calibrationQueue, "Event n:1013 error when get calibration points from flash, ",
-                             kLooks};
-    auto reply = replies.next();
+    const auto logFailure = [](unsigned code) {
+        logLine("Event n:1013 error when get calibration points from flash, %x", code);
+    };
+    auto reply = ReplyQueue{_calibrationQueue, logFailure, kLooks}.next();
     if (!reply)
         return 0;
     buffer = std::move(reply->longValue);

@@ -14,6 +14,7 @@
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
+#include "platform/Log.h"
 #include "platform/ReportQueue.h"
 
 namespace lightpen {
@@ -37,7 +38,8 @@ protected:
         const std::vector<std::uint8_t> report{first, 5};
         queue->push(inputReportEvent(kCookie, report, 32, 0));
     }
-    ReplyQueue replies(int looks) const { return {queue, "Queue: ", looks}; }
+    static void logFailure(unsigned code) { logLine("Queue: %x", code); }
+    ReplyQueue replies(int looks) const { return {queue, logFailure, looks}; }
     // Before each look; the argument counts them from 1.
     std::function<void(int)> onLook;
 
@@ -89,13 +91,13 @@ TEST_F(ExchangeTest, WithoutLimitTheReplyOrTheEndOfTheProgramEndsTheLooking) {
 TEST_F(ExchangeTest, AQueueThatFailsIsReportedAndLookedAtAgain) {
     const auto script = std::make_shared<UnitScript>();
     script->answer("queue1.getNextEvent", kIOReturnNotOpen);
-    const ReplyQueue failing{std::make_shared<ScriptedQueue>(script, queue, 1), "Queue: ", 3};
+    const ReplyQueue failing{std::make_shared<ScriptedQueue>(script, queue, 1), logFailure, 3};
     EXPECT_FALSE(failing.next());
     EXPECT_THAT(log.lines(), ElementsAre("Queue: e00002cd", "Queue: e00002cd", "Queue: e00002cd"));
 }
 
 TEST_F(ExchangeTest, WithoutAQueueNothingComes) {
-    EXPECT_FALSE((ReplyQueue{nullptr, "Queue: ", ReplyQueue::kUntilItComes}).next());
+    EXPECT_FALSE((ReplyQueue{nullptr, logFailure, ReplyQueue::kUntilItComes}).next());
 }
 
 TEST_F(ExchangeTest, AsksPausesAndLooksUntilTheAnswer) {
