@@ -17,16 +17,19 @@ public:
     // Hidden; counts from the main screen's bottom-left corner, in points.
     explicit ChTwoPoint(const WindowRect& contentRect);
 
-    static constexpr bool canBecomeKeyWindow() { return true; }
     // Sets the flag of Z, Delete, C or Escape; all other keys are only logged.
     void keyDown(std::uint16_t keyCode);
 
+    void makeKeyAndOrderFront() override;
+
+    // --- There by name, and without effect: an invisible window has no place among others and takes no
+    // clicks
+
+    static constexpr bool canBecomeKeyWindow() { return true; }
     WindowLevel level() const { return level_; }
     void setLevel(WindowLevel level) { level_ = level; }
     bool ignoresMouseEvents() const { return ignoresMouseEvents_; }
-    // Kept only: an invisible window has no business with clicks, whatever it is told.
     void setIgnoresMouseEvents(bool ignores) override { ignoresMouseEvents_ = ignores; }
-    void makeKeyAndOrderFront() override;
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

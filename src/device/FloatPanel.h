@@ -42,11 +42,6 @@ public:
     // Hidden; counts from the main screen's bottom-left corner, in points.
     explicit FloatPanel(const WindowRect& contentRect);
 
-    static constexpr bool canBecomeKeyWindow() { return true; }
-    // Both do nothing: the content view draws, and no key means anything here.
-    void keyDown(std::uint16_t) {}
-    void drawRect(const QRect&) {}
-
     // Above all others, and fixed.
     static constexpr WindowLevel level() { return WindowLevel::shielding; }
     // Fills the panel from now on; none before the first.
@@ -59,6 +54,12 @@ public:
     void makeKeyAndOrderFront();
     // Hides it and stops bringing it to the top; it can be shown again.
     void orderOut();
+
+    // --- There by name, and without effect: the content view draws, and no key means anything here
+
+    static constexpr bool canBecomeKeyWindow() { return true; }
+    void keyDown(std::uint16_t) {}
+    void drawRect(const QRect&) {}
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

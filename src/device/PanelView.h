@@ -18,19 +18,20 @@ class PanelView final : public QWidget {
 public:
     explicit PanelView(const WindowRect& frame);
 
-    // Fills a circle into the image, which is not shown.
-    void drawCircleAtPoint(WindowPoint point);
-    static constexpr bool canBecomeKeyWindow() { return true; }
     // A click counts as Escape.
     void mouseDown();
-    // These do nothing.
+    // Draws the part of the view that is dirty, in the widget's own coordinates.
+    void drawRect(QPainter& painter, const QRect& dirty);
+
+    // --- There by name, and without effect on what is shown
+
+    static constexpr bool canBecomeKeyWindow() { return true; }
+    // Fills a circle into the image, which is not shown.
+    void drawCircleAtPoint(WindowPoint point);
     void drawLineFromPoint(WindowPoint, WindowPoint) {}
     void keyDown(std::uint16_t) {}
     void mouseDragged() {}
     void mouseUp() {}
-    // Draws the part of the view that is dirty, in the widget's own coordinates.
-    void drawRect(QPainter& painter, const QRect& dirty);
-
     QColor color = Qt::blue;
     QImage image; // of the view's size, clear at first
     WindowPoint lastLocation;
