@@ -46,7 +46,8 @@ public:
     SharedRecord(Value value = Value()) : value_(std::move(value)) {}
     SharedRecord(const SharedRecord& other) : value_(other.load()) {}
     SharedRecord& operator=(const SharedRecord& other) {
-        store(other.load());
+        if (this != &other)
+            store(other.load());
         return *this;
     }
     SharedRecord& operator=(Value value) {

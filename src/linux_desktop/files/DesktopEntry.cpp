@@ -100,7 +100,7 @@ bool DesktopEntry::set(std::string_view key, std::string_view value) {
 std::string DesktopEntry::text() const {
     std::string text = kMainGroup + std::string(1, '\n');
     for (const auto& [name, value] : keys_)
-        text += name + '=' + value + '\n';
+        text.append(name).append(1, '=').append(value).append(1, '\n');
     return text;
 }
 
