@@ -184,7 +184,7 @@ public:
 private:
     void publish(const char* className, PropertyDictionary properties) {
         desk_.registry.publish({className, "IOService:/unit/IOUSBInterface@3", std::move(properties),
-                                [this] { return std::make_shared<PlugIn>(unit_); }});
+                                std::make_shared<PlugIn>(unit_)});
     }
 
     WritingPointer pointer_;
