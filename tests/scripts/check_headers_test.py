@@ -59,10 +59,10 @@ class CheckHeadersTest(unittest.TestCase):
         self.assertEqual((status, output), (1, "Without #pragma once: src/device/Open.h\n"))
 
     def test_a_header_that_no_target_names(self):
-        self.tree.write("tests/support/Lost.h", GOOD)
+        self.tree.write("tests/kit/Lost.h", GOOD)
         status, output = self.tree.run("scripts/check-headers")
         self.assertEqual(status, 1)
-        self.assertIn("No target names these headers with lightpen_headers: support/Lost.h", output)
+        self.assertIn("No target names these headers with lightpen_headers: kit/Lost.h", output)
 
     def test_a_tree_without_headers_is_no_success(self):
         (self.tree.root / "src/device/Good.h").unlink()
