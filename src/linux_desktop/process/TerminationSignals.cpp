@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/process/TerminationSignals.h"
 
-#include <fcntl.h>
+#include <semaphore.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {
@@ -15,16 +16,15 @@ namespace {
 
 // What a shell adds to a signal's number.
 constexpr int kSignalStatus = 128;
-constexpr unsigned char kEndOfWatch = 0;
 
-std::atomic<int> pipeForHandler{-1};
+std::atomic<int> latest{0}; // none at the end of the watch
+sem_t arrivals;
 
 // Only what is allowed in a signal handler.
 void passOn(int number) {
     const int error = errno;
-    const auto byte = static_cast<unsigned char>(number);
-    // A full pipe holds enough requests to end already.
-    [[maybe_unused]] const auto written = ::write(pipeForHandler.load(), &byte, 1);
+    latest.store(number);
+    sem_post(&arrivals);
     errno = error;
 }
 
@@ -42,35 +42,25 @@ void takeOver(int number, void (*handler)(int), struct sigaction& previous) {
 } // namespace
 
 TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        logLine("Signals: no pipe: %s", errorText(errno).c_str());
-        return;
-    }
-    readEnd_ = FileDescriptor(ends[0]);
-    writeEnd_ = FileDescriptor(ends[1]);
-    if (fcntl(writeEnd_.get(), F_SETFL, O_NONBLOCK) != 0)
-        logLine("Signals: the pipe may block: %s", errorText(errno).c_str());
-    pipeForHandler.store(writeEnd_.get());
+    sem_init(&arrivals, 0, 0);
     thread_ = std::thread([this] { watch(); });
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         takeOver(kSignals[i], kSignals[i] == SIGPIPE ? passOver : passOn, previous_[i]);
 }
 
 TerminationSignals::~TerminationSignals() {
-    if (!thread_.joinable())
-        return;
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         sigaction(kSignals[i], &previous_[i], nullptr);
-    retryInterrupted([&] { return ::write(writeEnd_.get(), &kEndOfWatch, 1); });
+    latest.store(0);
+    sem_post(&arrivals);
     thread_.join();
-    pipeForHandler.store(-1);
+    sem_destroy(&arrivals);
 }
 
 void TerminationSignals::watch() {
-    unsigned char number = 0;
-    while (retryInterrupted([&] { return ::read(readEnd_.get(), &number, 1); }) == 1) {
-        if (number == kEndOfWatch)
+    while (retryInterrupted([] { return sem_wait(&arrivals); }) == 0) {
+        const int number = latest.load();
+        if (number == 0)
             return;
         if (runLoop_.terminating())
             runLoop_.exitProcess(kSignalStatus + number);

@@ -6,7 +6,6 @@
 #include <array>
 #include <thread>
 
-#include "platform/FileDescriptor.h"
 #include "platform/RunLoop.h"
 
 namespace lightpen {
@@ -31,8 +30,6 @@ private:
     void watch();
 
     RunLoop& runLoop_;
-    FileDescriptor readEnd_;
-    FileDescriptor writeEnd_;
     std::array<struct sigaction, kSignals.size()> previous_{};
     std::thread thread_;
 };
