@@ -95,7 +95,7 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
     : process(settings.log, [this] { releaseButtonsAndFlushLog(); }),
       defaults(std::move(settings.settingsFile)),
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
-      pointer(chosenPointer(settings.pointer, defaults), geometry),
+      pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
       shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)

@@ -18,11 +18,6 @@ bool isWaylandSession() {
     return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || qgetenv("XDG_SESSION_TYPE") == "wayland";
 }
 
-std::unique_ptr<PointerDevice> openUinput(std::string& problem) {
-    auto device = openUinputDevice(kUinputPath, problem);
-    return device ? std::make_unique<UinputPointer>(std::move(*device)) : nullptr;
-}
-
 } // namespace
 
 PointerChoice pointerChoiceNamed(std::string_view name) {
@@ -31,31 +26,32 @@ PointerChoice pointerChoiceNamed(std::string_view name) {
     return name == "xtest" ? PointerChoice::xtest : PointerChoice::automatic;
 }
 
-LinuxPointer::Ways pointerWays(PointerChoice choice) {
-    return {openUinput, [choice](std::string& problem) -> std::unique_ptr<PointerDevice> {
-                if (choice != PointerChoice::xtest && isWaylandSession()) {
-                    problem = "the session is not X11";
-                    return nullptr;
-                }
-                return XTestPointer::create(nullptr, problem);
-            }};
+std::vector<PointerWay> pointerWays(PointerChoice choice) {
+    const PointerWay uinput{"uinput",
+                            [](auto& problem) { return UinputPointer::create(kUinputPath, problem); }};
+    const PointerWay xtest{"XTest", [choice](auto& problem) -> std::unique_ptr<PointerDevice> {
+                               if (choice == PointerChoice::xtest || !isWaylandSession())
+                                   return XTestPointer::create(nullptr, problem);
+                               problem = "the session is not X11";
+                               return nullptr;
+                           }};
+    if (choice == PointerChoice::automatic)
+        return {uinput, xtest};
+    return {choice == PointerChoice::uinput ? uinput : xtest};
 }
 
-LinuxPointer::LinuxPointer(PointerChoice choice, const SharedGeometry& geometry, const Ways& ways)
+LinuxPointer::LinuxPointer(const std::vector<PointerWay>& ways, const SharedGeometry& geometry)
     : geometry_(geometry) {
-    const auto attempt = [&](const Opener& open, const char* name) {
+    for (const PointerWay& way : ways) {
         std::string problem;
-        device_ = open(problem);
-        if (device_)
-            logLine("Pointer: events go through %s%s", name,
+        device_ = way.open(problem);
+        if (device_) {
+            logLine("Pointer: events go through %s%s", way.name,
                     problem_.empty() ? "" : (" (" + problem_ + ")").c_str());
-        else
-            problem_ += (problem_.empty() ? "" : "; ") + problem;
-    };
-    if (choice != PointerChoice::xtest)
-        attempt(ways.uinput, "uinput");
-    if (!device_ && choice != PointerChoice::uinput)
-        attempt(ways.xtest, "XTest");
+            return;
+        }
+        problem_ += (problem_.empty() ? "" : "; ") + problem;
+    }
 }
 
 IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) {
@@ -74,9 +70,6 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     connection = ++lastConnection_;
     return kIOReturnSuccess;
 }
-
-LinuxPointer::LinuxPointer(PointerChoice choice, const SharedGeometry& geometry)
-    : LinuxPointer(choice, geometry, pointerWays(choice)) {}
 
 LinuxPointer::~LinuxPointer() {
     releaseButtons();

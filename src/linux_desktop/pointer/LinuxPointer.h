@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
 #include "platform/PointerButtons.h"
@@ -36,22 +37,23 @@ enum class PointerChoice { automatic, uinput, xtest };
 // "uinput" and "xtest"; everything else is automatic.
 PointerChoice pointerChoiceNamed(std::string_view name);
 
+// A way by its name in the log, and how its device is opened: null and the reason when it cannot.
+struct PointerWay {
+    const char* name;
+    std::function<std::unique_ptr<PointerDevice>(std::string& problem)> open;
+};
+
+// The ways of this machine that the choice leaves, uinput first. XTest is offered where the session is X11,
+// or where it was asked for by name.
+std::vector<PointerWay> pointerWays(PointerChoice choice);
+
 // The pointer of the desktop. A way is chosen and opened when it is made, since desktops take seconds to
 // notice a new device.
 class LinuxPointer final : public PointerEvents {
 public:
-    // Opens one way; null and the reason when it cannot.
-    using Opener = std::function<std::unique_ptr<PointerDevice>(std::string& problem)>;
-    // How each way is opened; one that the choice excludes is not tried.
-    struct Ways {
-        Opener uinput;
-        Opener xtest;
-    };
-
-    // Tries uinput first. Keeps the reasons when nothing can be opened. The geometry outlives the pointer.
-    LinuxPointer(PointerChoice choice, const SharedGeometry& geometry, const Ways& ways);
-    // In the ways of this machine.
-    LinuxPointer(PointerChoice choice, const SharedGeometry& geometry);
+    // Tries the ways in their order. Keeps the reasons when none can be opened. The geometry outlives the
+    // pointer.
+    LinuxPointer(const std::vector<PointerWay>& ways, const SharedGeometry& geometry);
     // Releases what is down.
     ~LinuxPointer() override;
     LinuxPointer(const LinuxPointer&) = delete;
@@ -77,8 +79,5 @@ private:
     io_connect_t lastConnection_ = 0;
     bool problemLogged_ = false;
 };
-
-// The two ways of this machine. XTest is offered where the session is X11, or where it was asked for by name.
-LinuxPointer::Ways pointerWays(PointerChoice choice);
 
 } // namespace lightpen

@@ -53,25 +53,22 @@ std::shared_ptr<libevdev> describeUinputPointer() {
     return description;
 }
 
-std::optional<UinputDevice> openUinputDevice(const char* path, std::string& problem) {
-    UinputDevice opened;
-    opened.events =
-        FileDescriptor(retryInterrupted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
-    if (!opened.events) {
+std::unique_ptr<UinputPointer> UinputPointer::create(const char* path, std::string& problem) {
+    FileDescriptor events(retryInterrupted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
+    if (!events) {
         problem = std::string(path) + ": " + errorText(errno);
-        return std::nullopt;
+        return nullptr;
     }
     const auto description = describeUinputPointer();
     libevdev_uinput* device = nullptr;
     const int error =
-        description ? libevdev_uinput_create_from_device(description.get(), opened.events.get(), &device)
-                    : -ENOMEM;
+        description ? libevdev_uinput_create_from_device(description.get(), events.get(), &device) : -ENOMEM;
     if (error != 0) {
         problem = std::string(path) + ": no device can be made: " + errorText(-error);
-        return std::nullopt;
+        return nullptr;
     }
-    opened.device.reset(device, libevdev_uinput_destroy);
-    return opened;
+    return std::make_unique<UinputPointer>(std::move(events),
+                                           std::shared_ptr<libevdev_uinput>(device, libevdev_uinput_destroy));
 }
 
 // One frame an event, in one write: desktops see the button change where the move has led.
@@ -96,14 +93,14 @@ IOReturn UinputPointer::write(std::span<const input_event> records) {
     bool waited = false;
     while (!bytes.empty()) {
         const auto count =
-            retryInterrupted([&] { return ::write(device_.events.get(), bytes.data(), bytes.size()); });
+            retryInterrupted([&] { return ::write(events_.get(), bytes.data(), bytes.size()); });
         if (count >= 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(count));
             continue;
         }
         if (errno != EAGAIN || std::exchange(waited, true))
             return resultOf(errno);
-        pollfd polled{device_.events.get(), POLLOUT, 0};
+        pollfd polled{events_.get(), POLLOUT, 0};
         retryInterrupted([&] { return poll(&polled, 1, kBusyMilliseconds); });
     }
     return kIOReturnSuccess;

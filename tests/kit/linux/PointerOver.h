@@ -12,7 +12,7 @@ namespace lightpen {
 class PointerOver {
 public:
     PointerOver(std::unique_ptr<PointerDevice> device, const SharedGeometry& geometry)
-        : pointer_(PointerChoice::uinput, geometry, {[&](std::string&) { return std::move(device); }, {}}) {
+        : pointer_({{"the device", [&](std::string&) { return std::move(device); }}}, geometry) {
         pointer_.IOServiceOpen(1, kIOHIDParamConnectType, connection_);
     }
     IOReturn post(std::uint32_t eventType, IOGPoint location) {

@@ -25,28 +25,20 @@ TEST(PointerGeometry, KnowsNoDesktopAtFirst) {
     EXPECT_FALSE(PointerGeometry({0, 0}, 1, {0, 0, 800, -1}).known());
 }
 
-TEST(PointerGeometry, APointIsAPixelOnAPlainScreen) {
-    const PointerGeometry geometry({0, 0}, 1, {0, 0, 1366, 768});
-    EXPECT_EQ(geometry.pixelAt({0, 0}), (PixelPoint{0, 0}));
-    EXPECT_EQ(geometry.pixelAt({1365, 700}), (PixelPoint{1365, 700}));
-    EXPECT_EQ(geometry.pixelAt({-3, 800}), (PixelPoint{-3, 800}));
-}
-
-TEST(PointerGeometry, AddsTheMainScreensOriginInPixels) {
+TEST(PointerGeometry, FindsThePixelOfAPoint) {
+    const PointerGeometry plain({0, 0}, 1, {0, 0, 1366, 768});
     // 1280 x 1024 to the left of 1920 x 1080, which is the main one and stands 56 pixels lower.
-    const PointerGeometry geometry({1280, 56}, 1, {0, 0, 3200, 1136});
-    EXPECT_EQ(geometry.pixelAt({10, 20}), (PixelPoint{1290, 76}));
-}
-
-TEST(PointerGeometry, ScalesPointsButNotTheOrigin) {
-    const PointerGeometry geometry({1280, 0}, 2, {0, 0, 1280 + 3840, 2160});
-    EXPECT_EQ(geometry.pixelAt({101, 7}), (PixelPoint{1280 + 202, 14}));
-}
-
-TEST(PointerGeometry, TakesTheNearestPixelUnderAFractionalScale) {
-    const PointerGeometry geometry({0, 0}, 1.25, {0, 0, 2560, 1440});
-    EXPECT_EQ(geometry.pixelAt({1, 2}), (PixelPoint{1, 3}));
-    EXPECT_EQ(geometry.pixelAt({3, 5}), (PixelPoint{4, 6}));
+    const PointerGeometry right({1280, 56}, 1, {0, 0, 3200, 1136});
+    // A scale is the points', not the origin's; under a fractional one the nearest pixel counts.
+    const PointerGeometry scaled({1280, 0}, 2, {0, 0, 1280 + 3840, 2160});
+    const PointerGeometry fractional({0, 0}, 1.25, {0, 0, 2560, 1440});
+    EXPECT_EQ(plain.pixelAt({0, 0}), (PixelPoint{0, 0}));
+    EXPECT_EQ(plain.pixelAt({1365, 700}), (PixelPoint{1365, 700}));
+    EXPECT_EQ(plain.pixelAt({-3, 800}), (PixelPoint{-3, 800}));
+    EXPECT_EQ(right.pixelAt({10, 20}), (PixelPoint{1290, 76}));
+    EXPECT_EQ(scaled.pixelAt({101, 7}), (PixelPoint{1280 + 202, 14}));
+    EXPECT_EQ(fractional.pixelAt({1, 2}), (PixelPoint{1, 3}));
+    EXPECT_EQ(fractional.pixelAt({3, 5}), (PixelPoint{4, 6}));
 }
 
 TEST(PointerGeometry, CountsTheAxesFromTheDesktopsOrigin) {

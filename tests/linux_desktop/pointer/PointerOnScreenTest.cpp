@@ -41,14 +41,6 @@ TEST_F(PointerOnScreenTest, ALongPressLetsGoAndClicksOnTheRight) {
                                              "release right 20,30", "press right 1,2"));
 }
 
-TEST_F(PointerOnScreenTest, ReleasesOfButtonsThatAreNotDownAreNotSeen) {
-    showWindow();
-    pointer->post(kLeftMouseUp, {400, 300});
-    pointer->post(kRightMouseUp, {400, 300});
-    pointer->post(kLeftMouseDown, {5, 6});
-    EXPECT_THAT(buttonEvents(1), ElementsAre("press left 5,6"));
-}
-
 TEST_F(PointerOnScreenTest, TheCornersAreReached) {
     showWindow();
     for (const IOGPoint corner : {IOGPoint{0, 0}, IOGPoint{999, 0}, IOGPoint{0, 599}, IOGPoint{999, 599}}) {

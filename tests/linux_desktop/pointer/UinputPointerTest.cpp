@@ -49,8 +49,8 @@ protected:
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
         kernel = FileDescriptor(ends[0]);
-        pointer = std::make_unique<PointerOver>(
-            std::make_unique<UinputPointer>(UinputDevice{FileDescriptor(ends[1]), nullptr}), geometry);
+        pointer =
+            std::make_unique<PointerOver>(std::make_unique<UinputPointer>(FileDescriptor(ends[1])), geometry);
     }
 
     // The records of the next write; none when there was none.
@@ -178,11 +178,11 @@ TEST(UinputDescription, IsAMouseWithTwoAbsoluteAxesAndNothingElse) {
 TEST(UinputDevice, SaysWhyItCannotBeMade) {
     const TemporaryDirectory directory;
     std::string problem;
-    EXPECT_FALSE(openUinputDevice(directory.file("uinput").c_str(), problem));
+    EXPECT_FALSE(UinputPointer::create(directory.file("uinput").c_str(), problem));
     EXPECT_EQ(problem, directory.file("uinput") + ": No such file or directory");
 
     writeFile(directory.file("plain"), "");
-    EXPECT_FALSE(openUinputDevice(directory.file("plain").c_str(), problem));
+    EXPECT_FALSE(UinputPointer::create(directory.file("plain").c_str(), problem));
     EXPECT_EQ(problem, directory.file("plain") + ": no device can be made: Inappropriate ioctl for device");
 }
 

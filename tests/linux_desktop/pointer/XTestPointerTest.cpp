@@ -33,27 +33,6 @@ protected:
 
 std::unique_ptr<Xvfb> XTestPointerTest::server;
 
-TEST_F(XTestPointerTest, PressesDragsAndReleases) {
-    EXPECT_EQ(pointer->post(kLeftMouseDown, {100, 50}), kIOReturnSuccess);
-    EXPECT_TRUE(observer.becomes({100, 50, true, false}));
-    EXPECT_EQ(pointer->post(kLeftMouseDragged, {120, 57}), kIOReturnSuccess);
-    EXPECT_TRUE(observer.becomes({120, 57, true, false}));
-    EXPECT_EQ(pointer->post(kLeftMouseUp, {121, 58}), kIOReturnSuccess);
-    EXPECT_TRUE(observer.becomes({121, 58, false, false}));
-}
-
-TEST_F(XTestPointerTest, ClicksOnTheRight) {
-    pointer->post(kRightMouseDown, {300, 200});
-    EXPECT_TRUE(observer.becomes({300, 200, false, true}));
-    pointer->post(kRightMouseUp, {300, 200});
-    EXPECT_TRUE(observer.becomes({300, 200, false, false}));
-}
-
-TEST_F(XTestPointerTest, DragsWithoutAButtonMove) {
-    pointer->post(kLeftMouseDragged, {11, 13});
-    EXPECT_TRUE(observer.becomes({11, 13, false, false}));
-}
-
 TEST_F(XTestPointerTest, LeavesPointsOutsideToTheServer) {
     pointer->post(kLeftMouseDragged, {-40, 599});
     EXPECT_TRUE(observer.becomes({0, 599, false, false}));

@@ -116,7 +116,7 @@ private:
 TEST(UinputDevice, IsAskedForWhatIsUsedAndCreatedOnce) {
     const SimulatedUinput uinput;
     std::string problem;
-    const auto device = openUinputDevice(kUinputPath, problem);
+    const auto device = UinputPointer::create(kUinputPath, problem);
     ASSERT_TRUE(device) << problem;
     auto calls = uinput.calls();
     // In front of and behind these, the library asks for the kernel's version and the device's name.
@@ -131,7 +131,7 @@ TEST(UinputDevice, VanishesWithItsLastOwner) {
     const SimulatedUinput uinput;
     std::string problem;
     {
-        const auto device = openUinputDevice(kUinputPath, problem);
+        const auto device = UinputPointer::create(kUinputPath, problem);
         ASSERT_TRUE(device) << problem;
         EXPECT_THAT(uinput.calls(), Not(Contains("destroy")));
     }
@@ -144,7 +144,7 @@ TEST_P(UinputDeviceRefusal, OfAnyCallIsAReason) {
     SimulatedUinput uinput;
     uinput.refuse(GetParam());
     std::string problem;
-    EXPECT_FALSE(openUinputDevice(kUinputPath, problem));
+    EXPECT_FALSE(UinputPointer::create(kUinputPath, problem));
     EXPECT_EQ(problem, "/dev/uinput: no device can be made: Operation not permitted");
 }
 
