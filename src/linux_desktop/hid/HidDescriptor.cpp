@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 namespace lightpen {
@@ -59,45 +60,48 @@ public:
     explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
     std::variant<HidDescriptor, HidDescriptorError> parse() {
-        if (bytes_.empty())
-            fail("it is empty");
-        else if (bytes_.size() > kLongestHidDescriptor)
-            fail("it is " + std::to_string(bytes_.size()) + " bytes long");
-        while (!error_ && position_ < bytes_.size())
-            if (const auto item = nextItem())
-                take(*item);
-        if (!error_)
-            checkEnd();
-        if (error_)
-            return HidDescriptorError{"the report descriptor cannot be used: " + *error_ + " (at byte " +
-                                      std::to_string(position_) + " of " + std::to_string(bytes_.size()) +
-                                      ")"};
-        return HidDescriptor{usesReportIDs_, finish(inputs_, true), finish(outputs_, false)};
+        try {
+            readItems();
+        } catch (const std::invalid_argument& why) {
+            return HidDescriptorError{"the report descriptor cannot be used: " + std::string(why.what()) +
+                                      " (at byte " + std::to_string(position_) + " of " +
+                                      std::to_string(bytes_.size()) + ")"};
+        }
+        return HidDescriptor{usesReportIDs_, finish(inputs_), finish(outputs_)};
     }
 
 private:
-    // Nothing more is read then.
-    void fail(std::string why) { error_ = std::move(why); }
+    [[noreturn]] static void fail(const std::string& why) { throw std::invalid_argument(why); }
 
-    // The next short item; none after an error and for long items, which nobody uses and which are stepped
-    // over.
+    void readItems() {
+        if (bytes_.empty())
+            fail("it is empty");
+        if (bytes_.size() > kLongestHidDescriptor)
+            fail("it is " + std::to_string(bytes_.size()) + " bytes long");
+        while (position_ < bytes_.size())
+            if (const auto item = nextItem())
+                take(*item);
+        if (collectionDepth_ != 0)
+            fail("a collection is not ended");
+        if (usesReportIDs_ && unnumbered_)
+            fail("some reports have an ID and some have none");
+    }
+
+    // The next short item; none for long items, which nobody uses and which are stepped over.
     std::optional<Item> nextItem() {
         const std::uint8_t prefix = bytes_[position_];
         const std::size_t left = bytes_.size() - position_ - 1;
         if (prefix == kLongItemPrefix) {
             if (left < 2 || left - 2 < bytes_[position_ + 1])
                 fail("a long item is cut short");
-            else
-                position_ += 3U + bytes_[position_ + 1];
+            position_ += 3U + bytes_[position_ + 1];
             return std::nullopt;
         }
         Item item;
         item.kind = prefix & 0xFC;
         item.valueSize = (prefix & 3) == 3 ? 4 : prefix & 3;
-        if (left < item.valueSize) {
+        if (left < item.valueSize)
             fail("an item is cut short");
-            return std::nullopt;
-        }
         for (std::size_t byte = 0; byte < item.valueSize; ++byte)
             item.value |= std::uint32_t{bytes_[position_ + 1 + byte]} << (8 * byte);
         position_ += 1 + item.valueSize;
@@ -129,7 +133,7 @@ private:
             return;
         case ItemKind::push:
             if (pushed_.size() == kDeepestPush)
-                return fail("push items are nested too deeply");
+                fail("push items are nested too deeply");
             return pushed_.push_back(globals_);
         case ItemKind::pop:
             return pop();
@@ -143,21 +147,21 @@ private:
 
     void takeReportID(std::uint32_t value) {
         if (value == 0 || value > 0xFF)
-            return fail("report ID " + std::to_string(value) + " is not allowed");
+            fail("report ID " + std::to_string(value) + " is not allowed");
         globals_.reportID = static_cast<std::uint8_t>(value);
         usesReportIDs_ = true;
     }
 
     void pop() {
         if (pushed_.empty())
-            return fail("a pop item has no push item before it");
+            fail("a pop item has no push item before it");
         globals_ = pushed_.back();
         pushed_.pop_back();
     }
 
     void openCollection() {
         if (collectionDepth_ == kDeepestCollection)
-            return fail("collections are nested too deeply");
+            fail("collections are nested too deeply");
         if (collectionDepth_++ == 0) {
             // A usage of four bytes brings its own page.
             const std::uint32_t usage = usage_ ? usage_->value : 0;
@@ -169,7 +173,7 @@ private:
 
     void closeCollection() {
         if (collectionDepth_ == 0)
-            return fail("a collection ends that never began");
+            fail("a collection ends that never began");
         --collectionDepth_;
         usage_.reset();
     }
@@ -186,29 +190,21 @@ private:
             found = reports.insert(found,
                                    HidReport{globals_.reportID, 0, 0, applicationPage_, applicationUsage_});
         if (bits > kMostReportBits || found->length + bits > kMostReportBits)
-            return fail("a report is longer than " + std::to_string(kLongestHidReport) + " bytes");
+            fail("a report is longer than " + std::to_string(kLongestHidReport) + " bytes");
         found->length += static_cast<std::size_t>(bits);
     }
 
-    void checkEnd() {
-        if (collectionDepth_ != 0)
-            fail("a collection is not ended");
-        else if (usesReportIDs_ && unnumbered_)
-            fail("some reports have an ID and some have none");
-    }
-
-    static std::vector<HidReport> finish(Gathered reports, bool withCookies) {
+    static std::vector<HidReport> finish(Gathered reports) {
         IOHIDElementCookie cookie = 0;
         for (HidReport& report : reports) {
             report.length = (report.length + 7) / 8;
-            report.cookie = withCookies ? ++cookie : 0;
+            report.cookie = ++cookie;
         }
         return reports;
     }
 
     const std::span<const std::uint8_t> bytes_;
     std::size_t position_ = 0;
-    std::optional<std::string> error_;
     Globals globals_;
     std::vector<Globals> pushed_;
     std::optional<Item> usage_; // the first one since the last main item

@@ -22,7 +22,7 @@ inline constexpr std::size_t kLongestHidDescriptor = 4096;
 struct HidReport {
     std::uint8_t reportID = 0;     // 0 when the interface does not number its reports
     std::size_t length = 0;        // bytes, the byte for the report ID not counted; at least 1
-    IOHIDElementCookie cookie = 0; // of the element that stands for the whole report; 0 for output reports
+    IOHIDElementCookie cookie = 0; // of the element that stands for the whole report: 1, 2, ...
     std::uint32_t usagePage = 0;   // of the application collection that the report belongs to
     std::uint32_t usage = 0;
 };
@@ -30,7 +30,7 @@ struct HidReport {
 // A whole descriptor.
 struct HidDescriptor {
     bool usesReportIDs = false;
-    std::vector<HidReport> inputReports;  // in the order in which they are first named; cookies 1, 2, ...
+    std::vector<HidReport> inputReports;  // in the order in which they are first named
     std::vector<HidReport> outputReports; // as above
     // The input report with this ID; null when there is none. Valid while the descriptor lives.
     const HidReport* inputReport(std::uint8_t reportID) const;

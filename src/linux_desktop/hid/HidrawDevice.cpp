@@ -24,9 +24,7 @@ IOReturn resultOfOpenError(int error) {
     }
 }
 
-int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead) {
-    if (instead)
-        return instead(devnode, node);
+int openHidrawNode(const std::string& devnode, FileDescriptor& node) {
     FileDescriptor opened(
         retryInterrupted([&] { return ::open(devnode.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); }));
     if (!opened)
@@ -50,7 +48,7 @@ IOReturn HidrawDevice::open(std::uint32_t) {
     if (reader_->load())
         return kIOReturnSuccess;
     FileDescriptor file;
-    if (const int error = openHidrawNode(node_.devnode, file, node_.openInstead); error != 0) {
+    if (const int error = node_.open(node_.devnode, file); error != 0) {
         logLine("HID: %s cannot be opened: %s", node_.devnode.c_str(), errorText(error).c_str());
         return resultOfOpenError(error);
     }

@@ -17,12 +17,11 @@
 
 namespace lightpen {
 
-// Opens a node in another way than the kernel's: a test gives an end of a socket pair of type SOCK_SEQPACKET.
-using OpenHidrawNode = std::function<int(const std::string& devnode, FileDescriptor& node)>;
+// Opens a hidraw node for reading and writing. Returns 0, or the error number; the node is then unchanged.
+int openHidrawNode(const std::string& devnode, FileDescriptor& node);
 
-// Opens a hidraw node for reading and writing, in that other way if there is one. Returns 0, or the error
-// number; the node is then unchanged.
-int openHidrawNode(const std::string& devnode, FileDescriptor& node, const OpenHidrawNode& instead = {});
+// How a node is opened: a test gives an end of a socket pair of type SOCK_SEQPACKET.
+using OpenHidrawNode = std::function<int(const std::string& devnode, FileDescriptor& node)>;
 
 // What such an error number means: kIOReturnNotPrivileged, kIOReturnNoDevice (it has gone, or is about to) or
 // kIOReturnError.
@@ -38,7 +37,7 @@ struct HidrawNode {
     // end; it must not close or destroy the device, but may ask the main loop to. Empty: nobody wants to
     // know.
     std::function<void()> gone = {};
-    OpenHidrawNode openInstead = {};
+    OpenHidrawNode open = openHidrawNode;
 };
 
 // The device interface on one hidraw node whose reports are not numbered. Queues live for as long as somebody

@@ -147,7 +147,7 @@ void UnitPublisher::nodeSeen(const HidNode& seen) {
 
 bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
     FileDescriptor opened;
-    const int error = openHidrawNode(node.devnode, opened, openNode_);
+    const int error = openNode_(node.devnode, opened);
     const IOReturn result = resultOfOpenError(error);
     // A node that is on its way out is soon reported gone.
     if (error == 0 || result == kIOReturnNoDevice || std::exchange(unit.complained, true))

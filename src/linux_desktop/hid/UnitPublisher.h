@@ -54,7 +54,8 @@ ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& de
 class UnitPublisher {
 public:
     // The registry, the loop and the clock outlive this object, and the device interfaces and queues too.
-    UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock, OpenHidrawNode openNode = {});
+    UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
+                  OpenHidrawNode openNode = openHidrawNode);
     // What is listed stays listed; nothing is told of hang-ups any more.
     ~UnitPublisher() = default;
     UnitPublisher(const UnitPublisher&) = delete;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/hid/HidDescriptor.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -92,12 +93,6 @@ TEST(HidDescriptor, ItemsWithoutFieldsAndLongItemsChangeNothing) {
     EXPECT_TRUE(descriptor.outputReports.empty());
 }
 
-TEST(HidDescriptor, EmptyAndOverlongDescriptorsAreRefused) {
-    EXPECT_NE(errorOf({}).find("it is empty"), std::string::npos);
-    EXPECT_NE(errorOf(Bytes(kLongestHidDescriptor + 1, 0xA4)).find("it is 4097 bytes long"),
-              std::string::npos);
-}
-
 TEST(HidDescriptor, EveryTruncationOfADescriptorIsRefused) {
     const Bytes whole = unitDescriptor(804, 804);
     ASSERT_EQ(errorOf(whole), "");
@@ -110,51 +105,50 @@ TEST(HidDescriptor, EveryTruncationOfADescriptorIsRefused) {
     }
 }
 
-TEST(HidDescriptor, CutItemsAreNamed) {
-    EXPECT_NE(errorOf({0x05}).find("an item is cut short"), std::string::npos);
-    EXPECT_NE(errorOf({0x77, 1, 2, 3}).find("an item is cut short"), std::string::npos);
-    EXPECT_NE(errorOf({0xFE}).find("a long item is cut short"), std::string::npos);
-    EXPECT_NE(errorOf({0xFE, 0x00}).find("a long item is cut short"), std::string::npos);
-    EXPECT_NE(errorOf({0xFE, 0x02, 0x10, 0x01}).find("a long item is cut short"), std::string::npos);
-    EXPECT_EQ(errorOf({0xFE, 0x00, 0x10}), "");
+Bytes repeated(const Bytes& item, int times) {
+    Bytes all;
+    for (int time = 0; time < times; ++time)
+        all = all + item;
+    return all;
 }
 
-TEST(HidDescriptor, AbsurdLengthsAreRefused) {
-    const auto with = [](const Bytes& size, const Bytes& count) {
-        return kVendorCollection + size + count + kInput + kEndCollection;
+Bytes oneReport(const Bytes& sizeAndCount) {
+    return kVendorCollection + sizeAndCount + kInput + kEndCollection;
+}
+
+TEST(HidDescriptor, WhatCannotBeUsedIsNamed) {
+    const Bytes push{0xA4}, openCollection{0xA1, 0x00}, idOne{0x85, 0x01},
+        fields = reportSize(8) + reportCount(2);
+    const std::pair<Bytes, const char*> cases[] = {
+        {{}, "it is empty"},
+        {Bytes(kLongestHidDescriptor + 1, 0xA4), "it is 4097 bytes long"},
+        {{0x05}, "an item is cut short"},
+        {{0x77, 1, 2, 3}, "an item is cut short"},
+        {{0xFE}, "a long item is cut short"},
+        {{0xFE, 0x00}, "a long item is cut short"},
+        {{0xFE, 0x02, 0x10, 0x01}, "a long item is cut short"},
+        {oneReport(reportSize(8) + reportCount(4097)), "longer than 4096"},
+        {oneReport({0x77, 0xFF, 0xFF, 0xFF, 0xFF, 0x97, 0xFF, 0xFF, 0xFF, 0xFF}), "longer than 4096"},
+        // The product of these two is 0 in 32 bits.
+        {oneReport(Bytes{0x77, 0, 0, 0, 0x80} + reportCount(2)), "longer than 4096"},
+        // Allowed twice, too long together.
+        {oneReport(reportSize(8) + reportCount(3000) + kInput), "longer than 4096"},
+        {repeated(push, 17), "nested too deeply"},
+        {repeated(openCollection, 65), "nested too deeply"},
+        {{0xB4}, "no push item"},
+        {kEndCollection, "never began"},
+        {kVendorCollection, "not ended"},
+        {{0x85, 0x00}, "report ID 0"},
+        {{0x86, 0x00, 0x01}, "report ID 256"},
+        {oneReport(fields + kInput + idOne), "some have none"},
     };
-    const Bytes huge{0x77, 0xFF, 0xFF, 0xFF, 0xFF}, hugeCount{0x97, 0xFF, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(errorOf(with(reportSize(8), reportCount(4096))), "");
-    EXPECT_NE(errorOf(with(reportSize(8), reportCount(4097))).find("longer than 4096"), std::string::npos);
-    EXPECT_NE(errorOf(with(huge, hugeCount)).find("longer than 4096"), std::string::npos);
-    // The product of these two is 0 in 32 bits.
-    EXPECT_NE(errorOf(with({0x77, 0, 0, 0, 0x80}, reportCount(2))).find("longer than 4096"),
-              std::string::npos);
-    // Allowed twice, too long together.
-    EXPECT_NE(errorOf(with(reportSize(8), reportCount(3000) + kInput)).find("longer than"),
-              std::string::npos);
+    for (const auto& [bytes, why] : cases)
+        EXPECT_THAT(errorOf(bytes), testing::HasSubstr(why));
 }
 
-TEST(HidDescriptor, WhatDoesNotNestIsRefused) {
-    Bytes deep, deepCollections;
-    for (int level = 0; level < 17; ++level)
-        deep.push_back(0xA4);
-    for (int level = 0; level < 65; ++level)
-        deepCollections = deepCollections + Bytes{0xA1, 0x00};
-    EXPECT_NE(errorOf(deep).find("nested too deeply"), std::string::npos);
-    EXPECT_NE(errorOf(deepCollections).find("nested too deeply"), std::string::npos);
-    EXPECT_NE(errorOf({0xB4}).find("no push item"), std::string::npos);
-    EXPECT_NE(errorOf(kEndCollection).find("never began"), std::string::npos);
-    EXPECT_NE(errorOf(kVendorCollection).find("not ended"), std::string::npos);
-}
-
-TEST(HidDescriptor, ReportIDsMustBePossibleAndUsedThroughout) {
-    EXPECT_NE(errorOf({0x85, 0x00}).find("report ID 0"), std::string::npos);
-    EXPECT_NE(errorOf({0x86, 0x00, 0x01}).find("report ID 256"), std::string::npos);
-    EXPECT_NE(errorOf(kVendorCollection + reportSize(8) + reportCount(2) + kInput + Bytes{0x85, 0x01} +
-                      kInput + kEndCollection)
-                  .find("some have none"),
-              std::string::npos);
+TEST(HidDescriptor, TheLimitsThemselvesAreAllowed) {
+    EXPECT_EQ(errorOf({0xFE, 0x00, 0x10}), "");
+    EXPECT_EQ(errorOf(oneReport(reportSize(8) + reportCount(4096))), "");
 }
 
 TEST(HidDescriptor, TheErrorSaysWhereItStopped) {
