@@ -13,13 +13,12 @@ constexpr std::string_view kNameInPath = "LightPenNX7";
 
 // The place of storage does not count: an entry that is stored twice is removed twice.
 bool sayTheSame(const LoginItem& one, const LoginItem& other) {
-    return one.path == other.path && one.hide == other.hide && one.identifier == other.identifier &&
-           one.foreign == other.foreign;
+    return one.path == other.path && one.hide == other.hide && one.identifier == other.identifier;
 }
 
 // An application that has been moved is not at the path any more; the entry remembers whose it was.
 bool isOwn(const LoginItem& item, const RunningApplication& running, const IdentifierAtPath& identifierAt) {
-    if (item.foreign || !running.identifier || item.path.find(kNameInPath) == std::string::npos)
+    if (!running.identifier || item.path.find(kNameInPath) == std::string::npos)
         return false;
     const auto present = identifierAt(item.path);
     return (present ? present : item.identifier) == running.identifier;

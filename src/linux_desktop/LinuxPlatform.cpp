@@ -7,6 +7,7 @@
 #include <variant>
 
 #include <QSocketNotifier>
+#include <QStandardPaths>
 
 #include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/files/XdgDefaults.h"
@@ -20,6 +21,10 @@
 namespace lightpen {
 
 namespace {
+
+std::string configurationFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString();
+}
 
 PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
     if (asked != PointerChoice::automatic)
@@ -125,9 +130,11 @@ void LinuxPlatform::Parts::atExit(int status, void*) {
 }
 
 LinuxPlatformSettings::LinuxPlatformSettings()
-    : settingsFile(XdgDefaults::userFile()), userFiles(XdgDataFiles::userFolder()),
+    : settingsFile(configurationFolder() + "/LightPenNX7/settings.ini"),
+      userFiles(XdgDataFiles::userFolder()),
       shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
-      loginFolder(XdgLoginItems::userFolder()), applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
+      loginFolder(configurationFolder() + "/autostart"),
+      applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
     : parts_(std::make_unique<Parts>(std::move(settings))) {}

@@ -26,11 +26,11 @@ struct LinuxPlatformSettings {
     Units units = Units::ofTheMachine;
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
-    std::string settingsFile;
+    std::string settingsFile; // LightPenNX7/settings.ini below $XDG_CONFIG_HOME
     // The folders of the data files that the user has written, and of those that came with the program.
     std::string userFiles;
     std::string shippedFiles;
-    // The entries of what starts when the user logs in.
+    // The entries of what starts when the user logs in: autostart below $XDG_CONFIG_HOME.
     std::string loginFolder;
     // The folder with the information dictionary and the resources.
     std::filesystem::path applicationFolder;

@@ -15,7 +15,6 @@ struct LoginItem {
     // Of the application that it was made for, which may have left the path since; none where nobody noted
     // it.
     std::optional<std::string> identifier = {};
-    bool foreign = false; // made by somebody else, to whom its every byte is left
     friend bool operator==(const LoginItem&, const LoginItem&) = default;
 };
 

@@ -101,7 +101,7 @@ TEST_F(LoginListOnDiskTest, TheNextLoginStartsItWhereItIs) {
     launch(moved, true);
     const auto read = DesktopEntry::parse(readFile(autostart + '/' + kFirst));
     ASSERT_TRUE(read);
-    EXPECT_EQ(programOf(read->value("Exec").value_or("")), moved / "LightPenNX7");
+    EXPECT_EQ(read->value("Exec"), commandLineOf((moved / "LightPenNX7").string()));
 }
 
 TEST_F(LoginListOnDiskTest, AMovedApplicationGoesToTheEnd) {

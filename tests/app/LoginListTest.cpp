@@ -132,15 +132,6 @@ TEST(LoginListTest, NeitherAnotherMemoryNorNoneMakesADeadEntryItsOwn) {
     }
 }
 
-TEST(LoginListTest, WhatSomebodyElseHasMadeIsLeftAloneEvenWhenItStartsThisApplication) {
-    const LoginItem byHand{"/opt/new/LightPenNX7", false, "mine.desktop", std::nullopt, true};
-    const LoginListUpdate wanted = update(std::vector{byHand, kOld}, true);
-    EXPECT_EQ(wanted.change, Change::updated);
-    EXPECT_THAT(wanted.list, ElementsAre(byHand, kUpdated));
-    EXPECT_THAT(update(std::vector{byHand}, true).list, ElementsAre(byHand, kNew));
-    EXPECT_EQ(update(std::vector{byHand}, false).change, Change::none);
-}
-
 TEST(LoginListTest, WithoutAnIdentifierNoEntryIsItsOwn) {
     const RunningApplication nameless{"/opt/new/LightPenNX7", std::nullopt};
     const LoginItem fresh{"/opt/new/LightPenNX7", false, ""};

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 namespace lightpen {
@@ -18,6 +19,21 @@ inline bool becomeOrdinaryUser() {
     return geteuid() != 0 || (setgroups(0, nullptr) == 0 && setresgid(kNobody, kNobody, kNobody) == 0 &&
                               setresuid(kNobody, kNobody, kNobody) == 0);
 }
+
+// Takes root the rights over files for as long as it lives; who is not root has none to lose.
+class OrdinaryUser {
+public:
+    OrdinaryUser() : changed_(geteuid() == 0 && seteuid(kNobody) == 0) {}
+    ~OrdinaryUser() {
+        if (changed_ && seteuid(0) != 0)
+            std::abort();
+    }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+private:
+    const bool changed_;
+};
 
 // Whether there is an ordinary user to become, who can go into this folder: one for temporary files may be
 // root's alone. A test that needs both is skipped elsewhere.

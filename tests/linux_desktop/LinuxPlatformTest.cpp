@@ -145,6 +145,18 @@ TEST_F(LinuxPlatformTest, LooksForUnitsOfTheMachine) {
     EXPECT_NE(openEventSystem(platform.platform()), 0u);
 }
 
+TEST(LinuxPlatformSettingsTest, LieUnderTheConfigurationFolder) {
+    const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "/";
+    setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
+    EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/somewhere/else/LightPenNX7/settings.ini");
+    EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/somewhere/else/autostart");
+    unsetenv("XDG_CONFIG_HOME");
+    setenv("HOME", "/home/pen", 1);
+    EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/home/pen/.config/LightPenNX7/settings.ini");
+    EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/home/pen/.config/autostart");
+    setenv("HOME", home.c_str(), 1);
+}
+
 // What each of these does in a process of its own, with a button down, a line in the log and a thread that
 // runs.
 class Busy {

@@ -117,26 +117,4 @@ std::string commandLineOf(std::string_view program) {
     return plain ? word : '"' + word + '"';
 }
 
-std::string programOf(std::string_view commandLine) {
-    std::string program;
-    bool quoted = false;
-    for (std::size_t i = 0; i < commandLine.size(); ++i) {
-        const char letter = commandLine[i];
-        const bool pair = i + 1 < commandLine.size();
-        if (letter == '"') {
-            quoted = !quoted;
-            continue;
-        }
-        if (!quoted && (letter == ' ' || letter == '\t')) {
-            if (!program.empty())
-                break;
-            continue;
-        }
-        if (pair && ((quoted && letter == '\\') || (letter == '%' && commandLine[i + 1] == '%')))
-            ++i;
-        program += commandLine[i];
-    }
-    return program;
-}
-
 } // namespace lightpen

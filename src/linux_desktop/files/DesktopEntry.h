@@ -33,7 +33,5 @@ private:
 
 // The command line ("Exec") that starts this program, wherever it is.
 std::string commandLineOf(std::string_view program);
-// The program that such a command line starts; empty when there is none.
-std::string programOf(std::string_view commandLine);
 
 } // namespace lightpen

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include <QSettings>
-#include <QStandardPaths>
 #include <QStringList>
 #include <QUtf8StringView>
 
@@ -131,12 +130,19 @@ void removeEmptyLock(const std::string& file) {
 } // namespace
 
 XdgDefaults::XdgDefaults(std::string file) : file_(std::move(file)) {
-    read();
-}
-
-std::string XdgDefaults::userFile() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString() +
-           "/LightPenNX7/settings.ini";
+    const Condition found = condition();
+    if (found == Condition::unreadable)
+        logLine("Settings: %s cannot be read; the defaults hold", file_.c_str());
+    if (found == Condition::damaged) {
+        const bool moved = moveAside();
+        logLine("Settings: %s is damaged; the defaults hold%s%s", file_.c_str(),
+                moved ? ", and it is kept as " : "", moved ? asideName().c_str() : "");
+    }
+    if (found != Condition::sound)
+        return;
+    const QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
+    for (const QString& key : settings.allKeys())
+        set_.insert_or_assign(key.toStdString(), decode(textOf(settings.value(key))));
 }
 
 XdgDefaults::Condition XdgDefaults::condition() const {
@@ -148,27 +154,6 @@ XdgDefaults::Condition XdgDefaults::condition() const {
 
 bool XdgDefaults::moveAside() const {
     return std::rename(file_.c_str(), asideName().c_str()) == 0;
-}
-
-void XdgDefaults::read() {
-    switch (condition()) {
-    case Condition::absent:
-        return;
-    case Condition::unreadable:
-        logLine("Settings: %s cannot be read; the defaults hold", file_.c_str());
-        return;
-    case Condition::damaged: {
-        const bool moved = moveAside();
-        logLine("Settings: %s is damaged; the defaults hold%s%s", file_.c_str(),
-                moved ? ", and it is kept as " : "", moved ? asideName().c_str() : "");
-        return;
-    }
-    case Condition::sound:
-        break;
-    }
-    const QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
-    for (const QString& key : settings.allKeys())
-        set_.insert_or_assign(key.toStdString(), decode(textOf(settings.value(key))));
 }
 
 void XdgDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) {
@@ -192,26 +177,23 @@ std::optional<DefaultsValue> XdgDefaults::objectForKey(std::string_view key) con
 
 // Each write begins with a fresh look at the file, so what somebody has edited meanwhile stays. What has been
 // damaged meanwhile is written anew from what is known.
-bool XdgDefaults::write(const std::string& key) {
+bool XdgDefaults::write(const std::string& key) const {
     const Condition before = condition();
     const bool anew = before == Condition::damaged && moveAside();
     if (anew)
         logLine("Settings: %s has been damaged; it is kept as %s and written anew", file_.c_str(),
                 asideName().c_str());
-    if (before == Condition::absent || before == Condition::sound || anew)
-        return store(key, anew);
-    return cannotBeWritten(key);
-}
-
-bool XdgDefaults::cannotBeWritten(const std::string& key) const {
+    const bool mayBe = before == Condition::absent || before == Condition::sound || anew;
+    if (mayBe && !makeFolderOf(file_))
+        return false;
+    if (mayBe && store(key, anew))
+        return true;
     logLine("Settings: \"%s\" cannot be written to %s", key.c_str(), file_.c_str());
     return false;
 }
 
 // Qt takes turns with other processes and replaces the file whole.
 bool XdgDefaults::store(const std::string& key, bool everything) const {
-    if (!makeFolderOf(file_))
-        return false;
     removeEmptyLock(file_);
     QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
     for (const auto& [name, value] : set_)
@@ -221,7 +203,7 @@ bool XdgDefaults::store(const std::string& key, bool everything) const {
         settings.remove(QString::fromStdString(key));
     settings.sync();
     if (settings.status() != QSettings::NoError)
-        return cannotBeWritten(key);
+        return false;
     keepNameOf(file_);
     return true;
 }

@@ -15,8 +15,6 @@ public:
     // Reads the file; one that does not exist is empty. A damaged one (not UTF-8, with zero bytes, over 1
     // MiB, or with lines that say nothing) is logged, moved aside to FILE.damaged, and counts as empty.
     explicit XdgDefaults(std::string file);
-    // $XDG_CONFIG_HOME/LightPenNX7/settings.ini, with the usual place for the variable unset.
-    static std::string userFile();
 
     // Logs a line for each value in the file that will not count.
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) override;
@@ -34,11 +32,9 @@ private:
     Condition condition() const;
     std::string asideName() const { return file_ + ".damaged"; }
     bool moveAside() const;
-    void read();
-    // Brings one key of the file into line with what is known.
-    bool write(const std::string& key);
+    // Brings one key of the file, or everything, into line with what is known.
+    bool write(const std::string& key) const;
     bool store(const std::string& key, bool everything) const;
-    bool cannotBeWritten(const std::string& key) const;
 
     const std::string file_;
     std::map<std::string, DefaultsValue, std::less<>> registered_;

@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/files/XdgLoginItems.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
 #include <tuple>
 #include <utility>
 
-#include <QStandardPaths>
+#include <QByteArray>
 
 #include "linux_desktop/files/DesktopEntry.h"
 #include "linux_desktop/files/PlainFile.h"
@@ -29,7 +27,6 @@ constexpr const char* kPath = "X-LightPenNX7-Path";
 constexpr const char* kHide = "X-LightPenNX7-Hide";
 constexpr const char* kIdentifier = "X-LightPenNX7-Identifier";
 constexpr const char* kOrder = "X-LightPenNX7-Order";
-constexpr const char* kExec = "Exec";
 // Below the greatest numbers, so that there is always a next one.
 constexpr std::int64_t kHighestOrder = 1'000'000'000;
 
@@ -63,41 +60,21 @@ std::optional<DesktopEntry> readEntry(const std::string& path) {
 }
 
 std::int64_t orderIn(const DesktopEntry& entry) {
-    const std::string text = entry.value(kOrder).value_or("");
-    std::int64_t order = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), order);
-    const bool sound = error == std::errc() && end == text.data() + text.size();
-    return sound && order > 0 && order <= kHighestOrder ? order : 0;
+    const qlonglong order = QByteArray::fromStdString(entry.value(kOrder).value_or("")).toLongLong();
+    return order > 0 && order <= kHighestOrder ? order : 0;
 }
 
 bool setPath(DesktopEntry& entry, const std::string& path) {
-    return !path.empty() && entry.set(kPath, path) && entry.set(kExec, commandLineOf(path));
-}
-
-// What an entry says; nothing where it starts nothing.
-std::optional<LoginItem> itemOf(const std::string& name, const DesktopEntry& entry) {
-    if (const auto path = entry.value(kPath); path && !path->empty()) {
-        const auto identifier = entry.value(kIdentifier);
-        return LoginItem{*path, entry.value(kHide) == "true", name,
-                         identifier && !identifier->empty() ? identifier : std::nullopt, false};
-    }
-    const auto program = programOf(entry.value(kExec).value_or(""));
-    if (program.empty() || entry.value("Hidden") == "true")
-        return std::nullopt;
-    return LoginItem{program, false, name, std::nullopt, true};
+    return !path.empty() && entry.set(kPath, path) && entry.set("Exec", commandLineOf(path));
 }
 
 } // namespace
 
 struct XdgLoginItems::Stored {
+    DesktopEntry entry;
     LoginItem item;
     std::int64_t order; // 0 where there is none
 };
-
-std::string XdgLoginItems::userFolder() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString() +
-           "/autostart";
-}
 
 // In the order of the list. None (with errno set) when the folder cannot be read.
 std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const {
@@ -107,8 +84,13 @@ std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const 
     for (; !error && place != std::filesystem::directory_iterator(); place.increment(error)) {
         const std::string name = place->path().filename().string();
         const auto entry = name.ends_with(kSuffix) ? readEntry(file(name)) : std::nullopt;
-        if (auto item = entry ? itemOf(name, *entry) : std::nullopt)
-            result.push_back({*item, item->foreign ? 0 : orderIn(*entry)});
+        const std::string path = entry ? entry->value(kPath).value_or("") : "";
+        if (path.empty())
+            continue;
+        LoginItem item{path, entry->value(kHide) == "true", name, entry->value(kIdentifier)};
+        if (item.identifier == "")
+            item.identifier.reset();
+        result.push_back({*entry, std::move(item), orderIn(*entry)});
     }
     if (error && error != std::errc::no_such_file_or_directory) {
         errno = error.value();
@@ -142,34 +124,32 @@ std::string XdgLoginItems::freeName() const {
     for (int number = 1; number <= kMostNames; ++number) {
         std::string name =
             kFileStem + (number == 1 ? "" : '-' + std::to_string(number)) + std::string(kSuffix);
-        struct stat status {};
-        if (::lstat(file(name).c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
+        std::error_code error;
+        if (std::filesystem::symlink_status(file(name), error).type() ==
+            std::filesystem::file_type::not_found)
             return name;
     }
     logLine("Login items: no file name is left in %s", folder_.c_str());
     return {};
 }
 
-// Begins with a fresh look at the file of an item that was stored before, and leaves alone what has not
-// changed.
+// Leaves alone what has not changed.
 bool XdgLoginItems::store(const LoginItem& item, std::int64_t order, const Stored* before) const {
     if (before && before->item == item && before->order == order)
         return true;
-    auto entry = before ? readEntry(file(item.origin)) : newEntry();
-    if (!entry || (before && !entry->value(kPath)))
-        return true; // somebody has taken it away just now
+    DesktopEntry entry = before ? before->entry : newEntry();
     const std::string name = before ? item.origin : freeName();
     if (name.empty())
         return false;
-    if ((!before || item.path != before->item.path) && !setPath(*entry, item.path)) {
+    if ((!before || item.path != before->item.path) && !setPath(entry, item.path)) {
         logLine("Login items: no entry can hold the path \"%s\"", item.path.c_str());
         return false;
     }
-    entry->set(kHide, item.hide ? "true" : "false");
-    if (item.identifier || entry->value(kIdentifier))
-        entry->set(kIdentifier, item.identifier.value_or(""));
-    entry->set(kOrder, std::to_string(order));
-    return replacePlainFile(file(name), entry->text());
+    entry.set(kHide, item.hide ? "true" : "false");
+    if (item.identifier || entry.value(kIdentifier))
+        entry.set(kIdentifier, item.identifier.value_or(""));
+    entry.set(kOrder, std::to_string(order));
+    return replacePlainFile(file(name), entry.text());
 }
 
 bool XdgLoginItems::remove(const std::string& name) const {
@@ -195,7 +175,7 @@ bool XdgLoginItems::synchronize() {
             return !item.origin.empty() && one.item.origin == item.origin;
         });
         const bool isNew = item.origin.empty();
-        if (!isNew && (found == present->end() || found->item.foreign || !kept.insert(item.origin).second))
+        if (!isNew && (found == present->end() || !kept.insert(item.origin).second))
             continue;
         last = isNew ? last + 1 : std::max(found->order, last + 1);
         if (!store(item, last, isNew ? nullptr : &*found))
@@ -203,7 +183,7 @@ bool XdgLoginItems::synchronize() {
     }
     bool removed = true;
     for (const Stored& one : *present)
-        if (!one.item.foreign && seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
+        if (seen_.contains(one.item.origin) && !kept.contains(one.item.origin))
             removed = remove(one.item.origin) && removed;
     return removed;
 }

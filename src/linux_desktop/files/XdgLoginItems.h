@@ -11,19 +11,15 @@
 
 namespace lightpen {
 
-// The user's autostart folder, one desktop entry an item. Items that were stored here carry keys of their own
-// in it, and only their files are ever written or removed; the entries of other applications stand before
-// them in the list, by the names of their files. An item's origin is the name of its file. Links, folders,
-// pipes, files that are too large for an entry or are none are as good as not there, and stay. Main thread.
+// The items that were stored here, each as a desktop entry in the user's autostart folder. Such an entry has
+// keys of our own, and no other file there is listed, written or removed. An item's origin is the name of its
+// file. Links, folders, pipes, files that are too large for an entry or are none are as good as not there,
+// and stay. Main thread.
 class XdgLoginItems final : public LoginItems {
 public:
     // The folder is made with the first entry.
     explicit XdgLoginItems(std::string folder) : folder_(std::move(folder)) {}
-    // $XDG_CONFIG_HOME/autostart, with the usual place for the variable unset.
-    static std::string userFolder();
 
-    // Of another application's entry: the program that it starts, and not hidden; none of those that are
-    // switched off by "Hidden".
     std::optional<std::vector<LoginItem>> copyValue() const override;
     void setValue(std::vector<LoginItem> list) override;
     // Items that are new or have another path, "Hide", identifier or place are written whole, with all keys

@@ -24,6 +24,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 class XdgDefaultsTest : public testing::Test {
 protected:
@@ -142,25 +143,6 @@ TEST_F(XdgDefaultsTest, ReplacesTheFileInOneStep) {
     EXPECT_NE(readFile(file), before);
 }
 
-TEST_F(XdgDefaultsTest, MovesADamagedFileAside) {
-    const std::string damaged = "[General]\nDistance=7\n\x01\x02 no such line\n[unclosed\n";
-    write(damaged);
-    XdgDefaults defaults(file);
-    EXPECT_THAT(log.takeLines(),
-                ElementsAre("Settings: " + file + " is damaged; the defaults hold, and it is kept as " +
-                            file + ".damaged"));
-    EXPECT_EQ(readFile(file + ".damaged"), damaged);
-    EXPECT_FALSE(std::filesystem::exists(file));
-    defaults.registerDefaults({{"Distance", std::int64_t{3}}});
-    EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{3}));
-
-    // From then on it is a file like any other.
-    EXPECT_TRUE(defaults.setObject("Gain", std::int64_t{9}));
-    EXPECT_EQ(reread("Gain"), DefaultsValue(std::int64_t{9}));
-    EXPECT_EQ(reread("Distance"), std::nullopt);
-    EXPECT_THAT(log.takeLines(), IsEmpty());
-}
-
 TEST_F(XdgDefaultsTest, AFileThatCannotBeWrittenIsSaidAndTheValueHolds) {
     writeFile(directory.file("config"), "a file where a folder is needed");
     XdgDefaults defaults(file);
@@ -171,12 +153,6 @@ TEST_F(XdgDefaultsTest, AFileThatCannotBeWrittenIsSaidAndTheValueHolds) {
 
     std::filesystem::remove(directory.file("config"));
     EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{5}));
-}
-
-TEST_F(XdgDefaultsTest, AFileThatCannotBeReadIsSaid) {
-    std::filesystem::create_directories(file);
-    const XdgDefaults defaults(file);
-    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
 }
 
 TEST_F(XdgDefaultsTest, GivesTheRegisteredValueBack) {
@@ -221,7 +197,9 @@ TEST_P(DamagedDefaultsTest, AreMovedAsideAtTheStart) {
                 ElementsAre("Settings: " + file + " is damaged; the defaults hold, and it is kept as " +
                             file + ".damaged"));
     EXPECT_TRUE(readFile(file + ".damaged") == GetParam());
+    EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_EQ(defaults.objectForKey("Distance"), std::nullopt);
+    // From then on it is a file like any other.
     EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{2}));
     EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{2}));
     EXPECT_THAT(log.takeLines(), IsEmpty());
@@ -252,7 +230,8 @@ TEST_P(DamagedDefaultsTest, AreLeftAloneWhereTheyCannotBeMoved) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DamagedDefaultsTest,
-                         testing::Values("[General]\nDistance=7\nLangu", // cut off in a key
+                         testing::Values("[General]\nDistance=7\n\x01\x02 no such line\n[unclosed\n",
+                                         "[General]\nDistance=7\nLangu", // cut off in a key
                                          "[Gene",                        // in the group
                                          "\x7f"
                                          "ELF\x01\x02 = \xc3\xa9\n no such line\n", // another file
@@ -261,13 +240,18 @@ INSTANTIATE_TEST_SUITE_P(All, DamagedDefaultsTest,
                                          "[General]\nDistance=7\nLanguage=caf\xe9\n",
                                          "[General]\nDistance=7\n" + std::string(1024 * 1024, ';') + "\n"));
 
-TEST_F(XdgDefaultsTest, APipeDoesNotHoldTheProgramUp) {
-    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
-    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-    XdgDefaults defaults(file);
-    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
-    EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
-    EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+TEST_F(XdgDefaultsTest, AFolderOrAPipeInItsPlaceIsSaidAndHoldsNobodyUp) {
+    for (const bool pipe : {false, true}) {
+        std::filesystem::create_directories(file);
+        if (pipe) {
+            std::filesystem::remove(file);
+            ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+        }
+        XdgDefaults defaults(file);
+        EXPECT_THAT(log.takeLines(), ElementsAre("Settings: " + file + " cannot be read; the defaults hold"));
+        EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{2}));
+        EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file));
+    }
 }
 
 TEST_F(XdgDefaultsTest, WritesThroughALink) {
@@ -280,65 +264,42 @@ TEST_F(XdgDefaultsTest, WritesThroughALink) {
     EXPECT_EQ(XdgDefaults(real).objectForKey("Distance"), DefaultsValue(std::int64_t{8}));
 }
 
-// In a process of its own, as a user whom permissions hold up.
-class XdgDefaultsDeathTest : public XdgDefaultsTest {
-protected:
-    void SetUp() override {
-        if (!ordinaryUserMayEnter(directory.path().parent_path()))
-            GTEST_SKIP() << "no ordinary user can go into the folder for temporary files";
-    }
-    void leaveTo(std::filesystem::perms ofFile, std::filesystem::perms ofFolder) {
-        using std::filesystem::perms;
-        write("[General]\nDistance=7\n");
-        const auto folder = std::filesystem::path(file).parent_path();
-        std::filesystem::permissions(file, ofFile);
-        std::filesystem::permissions(folder, ofFolder);
-        for (auto above = folder.parent_path(); above != directory.path().parent_path();
-             above = above.parent_path())
-            std::filesystem::permissions(above, perms::owner_all | perms::others_read | perms::others_exec);
-        if (!becomeOrdinaryUser())
-            std::_Exit(9);
-    }
-    // Sets a value and leaves with 0 when that fails and the old one is still in the file.
-    [[noreturn]] void expectRefusal(std::size_t lines) {
-        XdgDefaults defaults(file);
-        const bool stored = defaults.setObject("Distance", std::int64_t{8});
-        const bool held = defaults.objectForKey("Distance") == DefaultsValue(std::int64_t{8});
-        for (const std::string& line : log.lines())
-            std::fprintf(stderr, "%s\n", line.c_str());
-        std::_Exit(!stored && held && log.lines().size() == lines ? 0 : 1);
-    }
+// The modes of the file and of its folder, and how many lines the refusal to write costs.
+struct Permissions {
+    const char* name;
+    mode_t file, folder;
+    std::size_t lines;
 };
 
-TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeWrittenStays) {
-    using std::filesystem::perms;
-    EXPECT_EXIT(
-        {
-            leaveTo(perms::owner_read | perms::others_read, perms::all);
-            expectRefusal(1);
-        },
-        testing::ExitedWithCode(0), "");
+class RefusedDefaultsTest : public XdgDefaultsTest, public testing::WithParamInterface<Permissions> {};
+
+TEST_P(RefusedDefaultsTest, KeepTheFileAsItWas) {
+    if (!ordinaryUserMayEnter(directory.path().parent_path()))
+        GTEST_SKIP() << "no ordinary user can go into the folder for temporary files";
+    const std::string text = "[General]\nDistance=7\n";
+    write(text);
+    const auto folder = std::filesystem::path(file).parent_path();
+    for (auto above = folder; above != directory.path().parent_path(); above = above.parent_path())
+        ASSERT_EQ(chmod(above.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(file.c_str(), GetParam().file), 0);
+    ASSERT_EQ(chmod(folder.c_str(), GetParam().folder), 0);
+    {
+        const OrdinaryUser ordinary;
+        XdgDefaults defaults(file);
+        EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{8}));
+        EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{8}));
+    }
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(file.c_str(), 0644), 0);
+    EXPECT_EQ(readFile(file), text);
+    EXPECT_THAT(log.lines(), SizeIs(GetParam().lines));
 }
 
-TEST_F(XdgDefaultsDeathTest, AFolderThatMayNotBeWrittenStays) {
-    using std::filesystem::perms;
-    EXPECT_EXIT(
-        {
-            leaveTo(perms::owner_read | perms::others_read,
-                    perms::owner_read | perms::owner_exec | perms::others_read | perms::others_exec);
-            expectRefusal(1);
-        },
-        testing::ExitedWithCode(0), "");
-}
-
-TEST_F(XdgDefaultsDeathTest, AFileThatMayNotBeReadStays) {
-    EXPECT_EXIT(
-        {
-            leaveTo(std::filesystem::perms::none, std::filesystem::perms::all);
-            expectRefusal(2);
-        },
-        testing::ExitedWithCode(0), "");
-}
+INSTANTIATE_TEST_SUITE_P(Where, RefusedDefaultsTest,
+                         testing::Values(Permissions{"TheFileMayNotBeWritten", 0444, 0777, 1},
+                                         Permissions{"TheFolderMayNotBeWritten", 0444, 0555, 1},
+                                         Permissions{"TheFileMayNotBeRead", 0, 0777, 2}),
+                         [](const auto& suite) { return suite.param.name; });
 
 // A process that stores one number after another and says each when it is stored, until it is killed.
 [[noreturn]] void storeNumbers(const std::string& file, int acknowledgements) {
@@ -390,14 +351,6 @@ TEST_F(XdgDefaultsTest, AnEmptyLockOfACrashIsNoLock) {
     EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(20)) << "Qt would wait for 30";
     EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{8}));
     EXPECT_FALSE(std::filesystem::exists(file + ".lock"));
-}
-
-TEST(XdgDefaultsFile, LiesUnderTheConfigurationFolder) {
-    setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
-    EXPECT_EQ(XdgDefaults::userFile(), "/somewhere/else/LightPenNX7/settings.ini");
-    unsetenv("XDG_CONFIG_HOME");
-    setenv("HOME", "/home/pen", 1);
-    EXPECT_EQ(XdgDefaults::userFile(), "/home/pen/.config/LightPenNX7/settings.ini");
 }
 
 } // namespace
