@@ -154,9 +154,7 @@ private:
     const std::shared_ptr<Player> player_;
 };
 
-fs::path LinuxSounds::programSounds() {
-    return ApplicationBundle::resourcesOfTheProgram() / "sounds";
-}
+LinuxSounds::LinuxSounds() : LinuxSounds(ApplicationBundle::resourcesOfTheProgram() / "sounds", {}) {}
 
 LinuxSounds::LinuxSounds(fs::path folder, Patience patience)
     : folder_(std::move(folder)), player_(std::make_shared<Player>(patience)) {}

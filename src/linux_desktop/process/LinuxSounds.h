@@ -31,10 +31,8 @@ public:
     // How many sounds may wait for their turn; more are left out.
     static constexpr int kMostWaiting = 4;
 
-    // The folder of the program's own sounds, in its resources.
-    static std::filesystem::path programSounds();
-
-    LinuxSounds() : LinuxSounds(programSounds(), {}) {}
+    // Those in the program's resources.
+    LinuxSounds();
     LinuxSounds(std::filesystem::path folder, Patience patience);
     // Cuts off what still plays. Waits a moment for a call that is under way; one that hangs is left behind.
     ~LinuxSounds() override;
