@@ -22,11 +22,14 @@ xcb_window_t XNeighbour::create(const NeighbourWindow& window, bool overrideRedi
     return id;
 }
 
-xcb_window_t XNeighbour::openWindow(const NeighbourWindow& window) {
-    const auto id = create(window, false);
-    xcb_map_window(connection(), id);
+xcb_window_t XNeighbour::show(xcb_window_t window) {
+    xcb_map_window(connection(), window);
     sync();
-    return id;
+    return window;
+}
+
+xcb_window_t XNeighbour::openWindow(const NeighbourWindow& window) {
+    return show(create(window, false));
 }
 
 xcb_window_t XNeighbour::openPanel(const NeighbourWindow& window) {
@@ -37,16 +40,11 @@ xcb_window_t XNeighbour::openPanel(const NeighbourWindow& window) {
     const std::uint32_t struts[12] = {0, 0, window.height, 0, 0, 0, 0, 0, 0, window.width - 1U, 0, 0};
     setProperty(id, "_NET_WM_STRUT", XCB_ATOM_CARDINAL, struts, 4);
     setProperty(id, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL, struts, 12);
-    xcb_map_window(connection(), id);
-    sync();
-    return id;
+    return show(id);
 }
 
 xcb_window_t XNeighbour::openFreePanel(const NeighbourWindow& window) {
-    const auto id = create(window, true);
-    xcb_map_window(connection(), id);
-    sync();
-    return id;
+    return show(create(window, true));
 }
 
 void XNeighbour::raise(xcb_window_t window) {

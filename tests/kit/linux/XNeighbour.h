@@ -68,6 +68,7 @@ public:
 
 private:
     xcb_window_t create(const NeighbourWindow& window, bool overrideRedirect);
+    xcb_window_t show(xcb_window_t window);
     void setProperty(xcb_window_t window, const char* name, xcb_atom_t type, const std::uint32_t* values,
                      std::uint32_t count);
     void countInput();

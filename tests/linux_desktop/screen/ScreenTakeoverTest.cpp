@@ -19,6 +19,11 @@ protected:
     ScreenTakeoverTest() { neighbour.setFocus(backdrop); }
 
     void takeOver() { takeover = std::make_unique<ScreenTakeover>(*screen); }
+    void takeOverAndCover() {
+        takeOver();
+        window.cover();
+        ASSERT_TRUE(keyboardBecomesFree(false));
+    }
     bool keyboardBecomesFree(bool free) {
         return comesTrue([&] { return neighbour.keyboardIsFree() == free; });
     }
@@ -27,33 +32,17 @@ protected:
     const xcb_window_t backdrop = neighbour.openWindow({0, 0, 640, 480, 0x0000FF});
     const std::unique_ptr<XFullScreen> screen = XFullScreen::connect();
     std::unique_ptr<ScreenTakeover> takeover;
+    CoveringWindow window;
 };
 
 TEST_F(ScreenTakeoverTest, TheCoveringWindowHasTheKeyboardAndNotTheFocus) {
-    takeOver();
-    CoveringWindow window;
-    window.cover();
-    EXPECT_TRUE(keyboardBecomesFree(false));
+    takeOverAndCover();
     EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == backdrop; }));
     EXPECT_TRUE(comesTrue([&] { return window.isActive(); })); // as Qt sees it
 }
 
-TEST_F(ScreenTakeoverTest, TakesAWindowThatCoversAlready) {
-    CoveringWindow window;
-    window.cover();
-    ASSERT_TRUE(comesTrue([&] { return window.isActive(); }));
-    EXPECT_TRUE(neighbour.keyboardIsFree());
-    takeOver();
-    EXPECT_TRUE(keyboardBecomesFree(false));
-    takeover.reset();
-    EXPECT_TRUE(keyboardBecomesFree(true));
-}
-
 TEST_F(ScreenTakeoverTest, GivesTheKeyboardBackWithItsEnd) {
-    takeOver();
-    CoveringWindow window;
-    window.cover();
-    ASSERT_TRUE(keyboardBecomesFree(false));
+    takeOverAndCover();
     takeover.reset();
     EXPECT_TRUE(keyboardBecomesFree(true));
     EXPECT_EQ(neighbour.focus(), backdrop);
@@ -75,10 +64,7 @@ TEST_F(ScreenTakeoverTest, AWindowThatCoversNothingIsLeftAlone) {
 }
 
 TEST_F(ScreenTakeoverTest, FollowsTheWindowThroughHidingAndEnd) {
-    takeOver();
-    CoveringWindow window;
-    window.cover();
-    ASSERT_TRUE(keyboardBecomesFree(false));
+    takeOverAndCover();
     window.hide();
     EXPECT_TRUE(keyboardBecomesFree(true));
     window.cover();
@@ -92,10 +78,11 @@ TEST_F(ScreenTakeoverTest, FollowsTheWindowThroughHidingAndEnd) {
 
 TEST_F(ScreenTakeoverTest, AWindowThatDiesFirstHurtsNobody) {
     takeOver();
-    auto window = std::make_unique<CoveringWindow>();
-    window->cover();
-    ASSERT_TRUE(keyboardBecomesFree(false));
-    window.reset();
+    {
+        CoveringWindow mortal;
+        mortal.cover();
+        ASSERT_TRUE(keyboardBecomesFree(false));
+    }
     EXPECT_TRUE(keyboardBecomesFree(true));
     takeover->activate();
     takeover.reset();
@@ -103,10 +90,7 @@ TEST_F(ScreenTakeoverTest, AWindowThatDiesFirstHurtsNobody) {
 }
 
 TEST_F(ScreenTakeoverTest, AFocusThatComesLaterIsLeftWhereItWasToo) {
-    takeOver();
-    CoveringWindow window;
-    window.cover();
-    ASSERT_TRUE(keyboardBecomesFree(false));
+    takeOverAndCover();
     neighbour.setFocus(static_cast<xcb_window_t>(window.winId()));
     EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == backdrop; }));
     EXPECT_TRUE(keyboardBecomesFree(false));
@@ -114,10 +98,7 @@ TEST_F(ScreenTakeoverTest, AFocusThatComesLaterIsLeftWhereItWasToo) {
 }
 
 TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
-    takeOver();
-    CoveringWindow window;
-    window.cover();
-    ASSERT_TRUE(keyboardBecomesFree(false));
+    takeOverAndCover();
     const auto panel = neighbour.openFreePanel({0, 0, 640, 30, 0x00FF00});
     EXPECT_TRUE(comesTrue([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; }));
     for (int i = 0; i < 3; ++i) {
@@ -130,7 +111,6 @@ TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
 TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItself) {
     FakeWindowManager manager(std::getenv("DISPLAY"));
     takeOver();
-    CoveringWindow window;
     window.showFullScreen(); // asks for nothing
     const FakeWindowManager::Activation asked{static_cast<xcb_window_t>(window.winId()), 2};
     EXPECT_TRUE(comesTrue([&] { return manager.takeActivation() == asked; }));

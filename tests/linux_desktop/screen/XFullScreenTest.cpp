@@ -34,14 +34,6 @@ protected:
     std::unique_ptr<XFullScreen> screen = XFullScreen::connect(server.display().c_str());
 };
 
-TEST_F(XFullScreenTest, HidesTheCursorUntilItIsShown) {
-    EXPECT_TRUE(cursorIs(true));
-    EXPECT_TRUE(screen->hideCursor());
-    EXPECT_TRUE(cursorIs(false));
-    screen->showCursor();
-    EXPECT_TRUE(cursorIs(true));
-}
-
 TEST_F(XFullScreenTest, TheCursorComesBackWithTheEndOfTheConnection) {
     EXPECT_TRUE(screen->hideCursor());
     EXPECT_TRUE(screen->hideCursor());
