@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "kit/HidDescriptors.h"
 #include "linux_desktop/hid/UnitPublisher.h"
@@ -27,6 +28,19 @@ inline HidNode unitNode(int interfaceNumber, int serial = 1, const std::string& 
         interfaceNumber == kUnitPenInterfaceNumber ? unitDescriptor(804, 32) : unitDescriptor(8, 8);
     node.initialised = true;
     return node;
+}
+
+// The paths of the services that match, in the order in which they are listed.
+inline std::vector<std::string> pathsOf(ServiceRegistry& registry, const MatchingDictionary& matching) {
+    std::vector<std::string> paths;
+    io_iterator_t services = 0;
+    registry.IOServiceGetMatchingServices(0, matching, services);
+    while (const io_object_t service = registry.IOIteratorNext(services)) {
+        registry.IORegistryEntryGetPath(service, kIOServicePlane, paths.emplace_back());
+        registry.IOObjectRelease(service);
+    }
+    registry.IOObjectRelease(services);
+    return paths;
 }
 
 } // namespace lightpen::test

@@ -25,27 +25,25 @@ public:
         port_ = registry.IONotificationPortCreate(0);
         MatchingDictionary units = IOServiceMatching("IOUSBDevice");
         units.numbers["idVendor"] = kUnitVendorID;
-        for (const auto type : {kIOFirstMatchNotification, kIOTerminatedNotification}) {
-            const auto callback =
-                type == kIOFirstMatchNotification
-                    ? [](void* self,
-                         io_iterator_t iterator) { static_cast<Observer*>(self)->drain(iterator, "+"); }
-                    : [](void* self, io_iterator_t iterator) {
-                          static_cast<Observer*>(self)->drain(iterator, "-");
-                      };
-            io_iterator_t iterator = 0;
-            registry.IOServiceAddMatchingNotification(port_, type, units, callback, this, iterator);
-            drain(iterator, "");
-        }
+        follow<'+'>(kIOFirstMatchNotification, units);
+        follow<'-'>(kIOTerminatedNotification, units);
     }
     RunLoopSourceRef source() { return port_->IONotificationPortGetRunLoopSource(); }
     std::string seen;
 
 private:
-    void drain(io_iterator_t iterator, const char* mark) {
-        while (const io_object_t unit = registry_.IOIteratorNext(iterator)) {
-            seen += mark;
-            registry_.IOObjectRelease(unit);
+    template <char mark>
+    void follow(std::string_view type, const MatchingDictionary& units) {
+        io_iterator_t iterator = 0;
+        registry_.IOServiceAddMatchingNotification(port_, type, units, drain<mark>, this, iterator);
+        drain<mark>(this, iterator);
+    }
+    template <char mark>
+    static void drain(void* observer, io_iterator_t iterator) {
+        auto& self = *static_cast<Observer*>(observer);
+        while (const io_object_t unit = self.registry_.IOIteratorNext(iterator)) {
+            self.seen += mark;
+            self.registry_.IOObjectRelease(unit);
         }
     }
     ServiceRegistry& registry_;
@@ -70,8 +68,7 @@ protected:
     }
     // The interface of the first HID service, as the system opens it.
     IOHIDDeviceInterfaceRef openPen() {
-        const io_service_t service =
-            desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
+        const io_service_t service = firstHidService();
         std::shared_ptr<IOCFPlugInInterface> plugIn;
         if (desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn) != kIOReturnSuccess)
             return nullptr;
@@ -87,17 +84,10 @@ protected:
         return queue;
     }
     std::vector<std::string> listed(std::string_view className) {
-        std::vector<std::string> paths;
-        io_iterator_t services = 0;
-        desktop_.registry.IOServiceGetMatchingServices(0, IOServiceMatching(className), services);
-        while (const io_object_t service = desktop_.registry.IOIteratorNext(services)) {
-            std::string path;
-            desktop_.registry.IORegistryEntryGetPath(service, kIOServicePlane, path);
-            paths.push_back(path);
-            desktop_.registry.IOObjectRelease(service);
-        }
-        desktop_.registry.IOObjectRelease(services);
-        return paths;
+        return pathsOf(desktop_.registry, IOServiceMatching(className));
+    }
+    io_service_t firstHidService() {
+        return desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
     }
 
     // What is listed, as short text: the interfaces' numbers in their order, then "unit" for each unit.
@@ -369,8 +359,7 @@ TEST_F(UnitPublisherTest, AFreshLookFindsAReplugWhoseEventsWereLost) {
 
 TEST_F(UnitPublisherTest, TheInterfaceOfAUnitThatIsGoneCannotBeMade) {
     plugIn();
-    const io_service_t service =
-        desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
+    const io_service_t service = firstHidService();
     std::shared_ptr<IOCFPlugInInterface> plugIn;
     ASSERT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnSuccess);
     publisher_->deviceGone(cameraUnit().path);
@@ -381,13 +370,10 @@ TEST_F(UnitPublisherTest, TheInterfaceOfAUnitThatIsGoneCannotBeMade) {
 TEST_F(UnitPublisherTest, AnInterfaceWithNumberedReportsIsListedWithoutAPlugIn) {
     publisher_->nodeSeen(kNumberedNode);
     plugIn();
-    const io_service_t first =
-        desktop_.registry.IOServiceGetMatchingService(0, IOServiceMatching("IOHIDDevice"));
-    std::string path;
-    desktop_.registry.IORegistryEntryGetPath(first, kIOServicePlane, path);
-    EXPECT_NE(path.find("IOUSBInterface@4"), std::string::npos);
+    EXPECT_THAT(listed("IOHIDDevice").at(0), testing::HasSubstr("IOUSBInterface@4"));
     std::shared_ptr<IOCFPlugInInterface> plugIn;
-    EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(first, plugIn), kIOReturnUnsupported);
+    EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(firstHidService(), plugIn),
+              kIOReturnUnsupported);
 }
 
 TEST_F(UnitPublisherTest, AnOpenInterfaceOutlivesThePublisher) {

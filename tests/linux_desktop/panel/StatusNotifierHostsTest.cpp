@@ -35,21 +35,6 @@ protected:
     StatusNotifierHosts hosts{[this] { ++calls; }, kPatience};
 };
 
-TEST_F(StatusNotifierHostsTest, FindsThePanelThatIsThere) {
-    FakeStatusNotifierWatcher watcher(bus->address());
-    watcher.appear();
-    EXPECT_TRUE(hosts.search());
-}
-
-TEST_F(StatusNotifierHostsTest, WaitsForAPanelThatComes) {
-    EXPECT_FALSE(hosts.search());
-    FakeStatusNotifierWatcher watcher(bus->address());
-    letNewsArrive();
-    EXPECT_EQ(calls, 0);
-    watcher.appear();
-    EXPECT_TRUE(isCalled());
-}
-
 TEST_F(StatusNotifierHostsTest, AListThatNobodyShowsIsNoPanel) {
     FakeStatusNotifierWatcher watcher(bus->address(), false);
     watcher.appear();

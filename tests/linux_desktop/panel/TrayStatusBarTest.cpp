@@ -27,12 +27,23 @@ protected:
     void ask() {
         bar->whenAvailable([this] { ++calls; });
     }
+    // Shows an icon as soon as there is where.
+    void showIcon() {
+        bar->whenAvailable([this] {
+            QPixmap picture(22, 22);
+            picture.fill(Qt::red);
+            icon = std::make_unique<QSystemTrayIcon>(QIcon(picture));
+            icon->show();
+        });
+        settle();
+    }
     void settle() {
         for (int turn = 0; turn < 20; ++turn)
             QCoreApplication::processEvents();
     }
     FakeStatusNotifierWatcher watcher{environment("DBUS_SESSION_BUS_ADDRESS")};
     FakeXTray tray{environment("DISPLAY")};
+    std::unique_ptr<QSystemTrayIcon> icon;
     int calls = 0;
     RecordingLog log;
     // A panel that answers is not too slow on any machine.
@@ -52,20 +63,17 @@ TEST_F(TrayStatusBarTest, SaysOnceThatThereIsNoPanelYet) {
     EXPECT_TRUE(log.takeLines().empty());
 }
 
-TEST_F(TrayStatusBarTest, CallsAtOnceWhereThereIsAPanelOnTheBus) {
-    watcher.appear();
-    ask();
-    EXPECT_EQ(calls, 1);
-    settle();
-    EXPECT_EQ(calls, 1);
-}
-
-TEST_F(TrayStatusBarTest, CallsAtOnceWhereTheXServerHasATray) {
-    tray.appear();
-    ask();
-    EXPECT_EQ(calls, 1);
-    settle();
-    EXPECT_EQ(calls, 1);
+TEST_F(TrayStatusBarTest, CallsAtOnceWhereThereIsAPanelOnTheBusOrATrayOfTheXServer) {
+    for (const bool onTheBus : {true, false}) {
+        SCOPED_TRACE(onTheBus);
+        calls = 0;
+        onTheBus ? watcher.appear() : tray.appear();
+        ask();
+        EXPECT_EQ(calls, 1);
+        settle();
+        EXPECT_EQ(calls, 1);
+        onTheBus ? watcher.disappear() : tray.disappear();
+    }
 }
 
 TEST_F(TrayStatusBarTest, CallsOnceWhenAPanelComesOnTheBus) {
@@ -117,21 +125,10 @@ TEST_F(TrayStatusBarTest, CallsNobodyAfterItsEnd) {
     EXPECT_EQ(calls, 0);
 }
 
-QIcon someIcon() {
-    QPixmap picture(22, 22);
-    picture.fill(Qt::red);
-    return picture;
-}
-
 TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInThePanelOfTheBusAndInTheNextOne) {
     EXPECT_EXIT(
         {
-            std::unique_ptr<QSystemTrayIcon> icon;
-            bar->whenAvailable([&] {
-                icon = std::make_unique<QSystemTrayIcon>(someIcon());
-                icon->show();
-            });
-            settle();
+            showIcon();
             watcher.appear();
             bool shown = comesTrue([&] { return watcher.items().size() == 1; });
             watcher.disappear();
@@ -145,12 +142,7 @@ TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInThePanelOfTheBusAndInTheN
 TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInTheTrayOfTheXServerAndInTheNextOne) {
     EXPECT_EXIT(
         {
-            std::unique_ptr<QSystemTrayIcon> icon;
-            bar->whenAvailable([&] {
-                icon = std::make_unique<QSystemTrayIcon>(someIcon());
-                icon->show();
-            });
-            settle();
+            showIcon();
             tray.appear();
             bool shown = comesTrue([&] { return tray.takeDockRequests() > 0; });
             tray.disappear();

@@ -13,17 +13,16 @@ namespace {
 class XTrayTest : public testing::Test {
 protected:
     // Waits until there is something to read; false when nothing has come.
-    static bool readable(const XTray& tray, int milliseconds) {
-        pollfd descriptor{tray.descriptor(), POLLIN, 0};
-        return poll(&descriptor, 1, milliseconds) == 1;
+    bool readable() const {
+        pollfd descriptor{tray->descriptor(), POLLIN, 0};
+        return poll(&descriptor, 1, 10'000) == 1;
     }
     Xvfb server;
     FakeXTray panel{server.display()};
+    const std::unique_ptr<XTray> tray = XTray::connect(server.display().c_str());
 };
 
 TEST_F(XTrayTest, IsThereForAsLongAsItsPanel) {
-    const auto tray = XTray::connect(server.display().c_str());
-    ASSERT_TRUE(tray);
     EXPECT_FALSE(tray->present());
     panel.appear();
     EXPECT_TRUE(tray->present());
@@ -32,20 +31,16 @@ TEST_F(XTrayTest, IsThereForAsLongAsItsPanel) {
 }
 
 TEST_F(XTrayTest, AnnouncesItself) {
-    const auto tray = XTray::connect(server.display().c_str());
-    ASSERT_TRUE(tray);
     panel.announceSomethingElse();
-    ASSERT_TRUE(readable(*tray, 10'000));
+    ASSERT_TRUE(readable());
     EXPECT_FALSE(tray->arrived());
     panel.appear();
-    ASSERT_TRUE(readable(*tray, 10'000));
+    ASSERT_TRUE(readable());
     EXPECT_TRUE(tray->arrived());
     EXPECT_FALSE(tray->arrived());
 }
 
 TEST_F(XTrayTest, AnAnnouncementIsNotLostToAnotherQuestion) {
-    const auto tray = XTray::connect(server.display().c_str());
-    ASSERT_TRUE(tray);
     panel.appear();
     EXPECT_TRUE(tray->present()); // the announcement came before this reply
     EXPECT_TRUE(tray->arrived());
@@ -62,11 +57,9 @@ TEST_F(XTrayTest, KnowsTheTrayOfItsOwnScreenOnly) {
 }
 
 TEST_F(XTrayTest, EndsWithItsServer) {
-    const auto tray = XTray::connect(server.display().c_str());
-    ASSERT_TRUE(tray);
     EXPECT_TRUE(tray->alive());
     server.end();
-    ASSERT_TRUE(readable(*tray, 10'000));
+    ASSERT_TRUE(readable());
     EXPECT_FALSE(tray->arrived());
     EXPECT_FALSE(tray->present());
     EXPECT_FALSE(tray->alive());

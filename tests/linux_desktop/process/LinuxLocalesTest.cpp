@@ -75,20 +75,17 @@ TEST_F(LinuxLocalesTest, AreThoseOfTheUserAtFirst) {
 }
 
 TEST_F(LinuxLocalesTest, FollowTheSystemsLocaleWhenItIsSetAnew) {
-    service.set(assignments({"LANG=zh_TW.UTF-8", "LC_NUMERIC=de_DE.UTF-8"}));
-    ASSERT_TRUE(hears());
-    EXPECT_THAT(heard, ElementsAre(ElementsAre("zh-Hant")));
-
-    heard.clear();
-    service.set(assignments({"LC_MESSAGES=fr_FR.UTF-8", "LANGUAGE=it:fr", "LANG=zh_TW.UTF-8"}));
-    ASSERT_TRUE(hears());
-    EXPECT_THAT(heard, ElementsAre(ElementsAre("it", "fr")));
-}
-
-TEST_F(LinuxLocalesTest, ASystemWithoutALocaleSpeaksEnglish) {
-    service.set({});
-    ASSERT_TRUE(hears());
-    EXPECT_THAT(heard, ElementsAre(ElementsAre("en")));
+    const std::pair<QStringList, std::vector<std::string>> cases[] = {
+        {assignments({"LANG=zh_TW.UTF-8", "LC_NUMERIC=de_DE.UTF-8"}), {"zh-Hant"}},
+        {assignments({"LC_MESSAGES=fr_FR.UTF-8", "LANGUAGE=it:fr", "LANG=zh_TW.UTF-8"}), {"it", "fr"}},
+        {{}, {"en"}}, // a system without a locale
+    };
+    for (const auto& [locale, expected] : cases) {
+        heard.clear();
+        service.set(locale);
+        ASSERT_TRUE(hears());
+        EXPECT_THAT(heard, ElementsAre(expected));
+    }
 }
 
 TEST_F(LinuxLocalesTest, ANewLocaleOfTheSameLanguageIsNoNews) {

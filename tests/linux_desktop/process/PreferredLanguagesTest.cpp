@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/process/LinuxLocales.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace lightpen {
 namespace {
-
-using testing::ElementsAre;
 
 using Strings = std::vector<std::string>;
 
@@ -25,56 +22,49 @@ Strings languagesOf(const char* all, const char* messages, const char* lang, con
     return LinuxLocales::languagesIn(variables);
 }
 
-Strings ofLang(const char* lang) {
-    return languagesOf("", "", lang, "");
-}
-
-TEST(PreferredLanguages, AreTheBareLanguageOfTheLocale) {
-    EXPECT_THAT(ofLang("es_MX.UTF-8"), ElementsAre("es"));
-    EXPECT_THAT(ofLang("de_AT@euro"), ElementsAre("de"));
-    EXPECT_THAT(ofLang("pt_BR"), ElementsAre("pt"));
-    EXPECT_THAT(ofLang("en_GB.utf8"), ElementsAre("en"));
-    EXPECT_THAT(ofLang("uk"), ElementsAre("uk"));
-    EXPECT_THAT(ofLang("FR_fr"), ElementsAre("fr"));
-    EXPECT_THAT(ofLang("sr_RS@latin"), ElementsAre("sr"));
-    EXPECT_THAT(ofLang("ast_ES.UTF-8"), ElementsAre("ast"));
+TEST(PreferredLanguages, FollowTheVariables) {
+    struct {
+        const char *all, *messages, *lang, *language;
+        Strings expected;
+    } const cases[] = {
+        // The bare language of the locale.
+        {"", "", "es_MX.UTF-8", "", {"es"}},
+        {"", "", "de_AT@euro", "", {"de"}},
+        {"", "", "pt_BR", "", {"pt"}},
+        {"", "", "en_GB.utf8", "", {"en"}},
+        {"", "", "uk", "", {"uk"}},
+        {"", "", "FR_fr", "", {"fr"}},
+        {"", "", "sr_RS@latin", "", {"sr"}},
+        {"", "", "ast_ES.UTF-8", "", {"ast"}},
+        // The strongest variable.
+        {"fr_FR", "it_IT", "de_DE", "", {"fr"}},
+        {"", "it_IT", "de_DE", "", {"it"}},
+        {"C", "it_IT", "de_DE", "", {"en"}},
+        // The list of languages comes before the locale, but does not count in the C locale.
+        {"", "", "de_DE.UTF-8", "ja:zh_TW:de", {"ja", "zh-Hant", "de"}},
+        {"", "", "nl_NL", "pt_BR:pt:en", {"pt", "en", "nl"}},
+        {"", "", "nl_NL", "::klingon:C:", {"en", "nl"}},
+        {"", "", "C", "ja:de", {"en"}},
+        {"", "", "", "ja:de", {"en"}},
+        {"C.UTF-8", "", "de_DE", "ja", {"en"}},
+    };
+    for (const auto& [all, messages, lang, language, expected] : cases)
+        EXPECT_EQ(languagesOf(all, messages, lang, language), expected) << lang << ' ' << language;
 }
 
 TEST(PreferredLanguages, TellChineseApartByItsScript) {
     for (const char* traditional : {"zh_TW.UTF-8", "zh_HK", "zh_MO.utf8", "zh_TW.Big5", "zh-Hant",
                                     "zh_Hant_CN", "zh-hant-sg", "cmn_TW.UTF-8"})
-        EXPECT_THAT(ofLang(traditional), ElementsAre("zh-Hant")) << traditional;
+        EXPECT_EQ(languagesOf("", "", traditional, ""), Strings{"zh-Hant"}) << traditional;
     for (const char* simplified : {"zh_CN.UTF-8", "zh_SG", "zh", "zh_CN.GB18030", "zh-Hans", "zh_Hans_HK",
                                    "zh_MY.UTF-8", "zh_CN@pinyin"})
-        EXPECT_THAT(ofLang(simplified), ElementsAre("zh-Hans")) << simplified;
+        EXPECT_EQ(languagesOf("", "", simplified, ""), Strings{"zh-Hans"}) << simplified;
 }
 
-TEST(PreferredLanguages, AreEnglishWhereNothingIsSet) {
-    for (const char* none : {"", "C", "POSIX", "C.UTF-8", "C.utf8"})
-        EXPECT_THAT(ofLang(none), ElementsAre("en")) << none;
-}
-
-TEST(PreferredLanguages, AreEnglishWhereTheNameIsNone) {
-    for (const char* none : {"german", "x", "_DE", ".UTF-8", "@euro", "1234", "d\xc3\xa9_DE", "../../etc"})
-        EXPECT_THAT(ofLang(none), ElementsAre("en")) << none;
-}
-
-TEST(PreferredLanguages, FollowTheStrongestVariable) {
-    EXPECT_THAT(languagesOf("fr_FR", "it_IT", "de_DE", ""), ElementsAre("fr"));
-    EXPECT_THAT(languagesOf("", "it_IT", "de_DE", ""), ElementsAre("it"));
-    EXPECT_THAT(languagesOf("C", "it_IT", "de_DE", ""), ElementsAre("en"));
-}
-
-TEST(PreferredLanguages, PutTheListOfLanguagesBeforeTheLocale) {
-    EXPECT_THAT(languagesOf("", "", "de_DE.UTF-8", "ja:zh_TW:de"), ElementsAre("ja", "zh-Hant", "de"));
-    EXPECT_THAT(languagesOf("", "", "nl_NL", "pt_BR:pt:en"), ElementsAre("pt", "en", "nl"));
-    EXPECT_THAT(languagesOf("", "", "nl_NL", "::klingon:C:"), ElementsAre("en", "nl"));
-}
-
-TEST(PreferredLanguages, TheListDoesNotCountInTheCLocale) {
-    EXPECT_THAT(languagesOf("", "", "C", "ja:de"), ElementsAre("en"));
-    EXPECT_THAT(languagesOf("", "", "", "ja:de"), ElementsAre("en"));
-    EXPECT_THAT(languagesOf("C.UTF-8", "", "de_DE", "ja"), ElementsAre("en"));
+TEST(PreferredLanguages, AreEnglishWhereNothingIsSetOrTheNameIsNone) {
+    for (const char* none : {"", "C", "POSIX", "C.UTF-8", "C.utf8", "german", "x", "_DE", ".UTF-8", "@euro",
+                             "1234", "d\xc3\xa9_DE", "../../etc"})
+        EXPECT_EQ(languagesOf("", "", none, ""), Strings{"en"}) << none;
 }
 
 } // namespace

@@ -50,15 +50,6 @@ protected:
     std::vector<std::string> notes;
 };
 
-TEST_F(QtRunLoopTest, PerformsInTheOrderOfTheRequests) {
-    for (const char* text : {"a", "b", "c"})
-        loop.performOnMainThread(note(text));
-    EXPECT_TRUE(notes.empty());
-    loop.runFor(0ms);
-    runUntilNotes(3);
-    EXPECT_THAT(notes, ElementsAre("a", "b", "c"));
-}
-
 TEST_F(QtRunLoopTest, PerformsDelayedRequestsWhenDueAndInOrderOfTime) {
     clock.hold();
     const auto start = clock.now();
@@ -90,18 +81,6 @@ TEST_F(QtRunLoopTest, ACancellationThatWasAskedForInTimeComesInTime) {
     loop.performAfterDelay(note("end"), 10ms);
     runUntilNotes(2);
     EXPECT_THAT(notes, ElementsAre("cancelled", "end"));
-}
-
-TEST_F(QtRunLoopTest, CancelsOnlyWhatMatchesInEverything) {
-    const int other = 0;
-    loop.performAfterDelay(note("a"), 1ms);
-    loop.performAfterDelay(note("b"), 2ms);
-    loop.cancelPreviousPerformRequests(&other, "note", "a");
-    loop.cancelPreviousPerformRequests(this, "other", "a");
-    loop.cancelPreviousPerformRequests(this, "note", "b");
-    loop.performAfterDelay(note("end"), 10ms);
-    runUntilNotes(2);
-    EXPECT_THAT(notes, ElementsAre("a", "end"));
 }
 
 TEST_F(QtRunLoopTest, TakesRequestsFromAnyThread) {

@@ -8,12 +8,12 @@
 #include <memory>
 #include <optional>
 
+#include "kit/CameraUnits.h"
 #include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/SocketNode.h"
 #include "kit/TestPlatform.h"
 #include "linux_desktop/umockdev/SimulatedBus.h"
-#include "platform/UnitIdentifiers.h"
 
 namespace {
 int looksAtTheBus = 0;
@@ -38,15 +38,7 @@ protected:
     std::vector<std::string> listed() {
         MatchingDictionary matching = IOServiceMatching("IOHIDDevice");
         matching.numbers["VendorID"] = kUnitVendorID;
-        std::vector<std::string> paths;
-        io_iterator_t services = 0;
-        desktop_.registry.IOServiceGetMatchingServices(0, matching, services);
-        while (const io_object_t service = desktop_.registry.IOIteratorNext(services)) {
-            desktop_.registry.IORegistryEntryGetPath(service, kIOServicePlane, paths.emplace_back());
-            desktop_.registry.IOObjectRelease(service);
-        }
-        desktop_.registry.IOObjectRelease(services);
-        return paths;
+        return pathsOf(desktop_.registry, matching);
     }
     bool unitPresent() {
         MatchingDictionary matching = IOServiceMatching("IOUSBDevice");
