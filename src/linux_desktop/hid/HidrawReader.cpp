@@ -30,20 +30,19 @@ short readiness(int node) {
 } // namespace
 
 HidrawReader::HidrawReader(std::shared_ptr<const FileDescriptor> node, std::shared_ptr<ReportFanOut> fanOut,
-                           std::function<void()> gone, FileDescriptor wakeUp)
-    : node_(std::move(node)), fanOut_(std::move(fanOut)), gone_(std::move(gone)), wakeUp_(std::move(wakeUp)),
-      buffer_(kBufferSize) {}
+                           std::function<void()> gone)
+    : node_(std::move(node)), fanOut_(std::move(fanOut)), gone_(std::move(gone)),
+      wakeUp_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), buffer_(kBufferSize) {}
 
 std::shared_ptr<HidrawReader> HidrawReader::start(std::shared_ptr<const FileDescriptor> node,
                                                   std::shared_ptr<ReportFanOut> fanOut,
                                                   std::function<void()> gone) {
-    FileDescriptor wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!wakeUp) {
+    std::shared_ptr<HidrawReader> reader(
+        new HidrawReader(std::move(node), std::move(fanOut), std::move(gone)));
+    if (!reader->wakeUp_) {
         logLine("HID: no event descriptor for reading: %s", errorText(errno).c_str());
         return nullptr;
     }
-    std::shared_ptr<HidrawReader> reader(
-        new HidrawReader(std::move(node), std::move(fanOut), std::move(gone), std::move(wakeUp)));
     try {
         reader->thread_ = std::thread([self = reader.get()] { self->run(); });
     } catch (const std::system_error& error) {

@@ -37,7 +37,7 @@ public:
 
 private:
     HidrawReader(std::shared_ptr<const FileDescriptor> node, std::shared_ptr<ReportFanOut> fanOut,
-                 std::function<void()> gone, FileDescriptor wakeUp);
+                 std::function<void()> gone);
     void run();
     void wakeThread();
     template <class Test>

@@ -29,10 +29,6 @@ input_event record(unsigned type, unsigned code, int value) {
     return event;
 }
 
-IOReturn resultOf(int error) {
-    return error == ENODEV ? kIOReturnNoDevice : kIOReturnError;
-}
-
 } // namespace
 
 std::shared_ptr<libevdev> describeUinputPointer() {
@@ -99,7 +95,7 @@ IOReturn UinputPointer::write(std::span<const input_event> records) {
             continue;
         }
         if (errno != EAGAIN || std::exchange(waited, true))
-            return resultOf(errno);
+            return errno == ENODEV ? kIOReturnNoDevice : kIOReturnError;
         pollfd polled{events_.get(), POLLOUT, 0};
         retryInterrupted([&] { return poll(&polled, 1, kBusyMilliseconds); });
     }

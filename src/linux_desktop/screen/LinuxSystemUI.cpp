@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/LinuxSystemUI.h"
 
+#include <utility>
+
 #include <QCursor>
 #include <QGuiApplication>
 #include <QWindow>
@@ -45,22 +47,19 @@ IOReturn LinuxSystemUI::SetSystemUIMode(SystemUIMode mode, SystemUIOptions optio
 IOReturn LinuxSystemUI::CGDisplayHideCursor(CGDirectDisplayID display) {
     if (display != kMainDisplay)
         return kIOReturnBadArgument;
-    if (cursorHidden_)
+    if (std::exchange(cursorHidden_, true))
         return kIOReturnSuccess;
-    cursorHidden_ = true;
-    if (!screen())
-        QGuiApplication::setOverrideCursor(Qt::BlankCursor);
-    else if (!screen()->hideCursor())
-        return kIOReturnUnsupported;
+    if (screen())
+        return screen()->hideCursor() ? kIOReturnSuccess : kIOReturnUnsupported;
+    QGuiApplication::setOverrideCursor(Qt::BlankCursor);
     return kIOReturnSuccess;
 }
 
 IOReturn LinuxSystemUI::CGDisplayShowCursor(CGDirectDisplayID display) {
     if (display != kMainDisplay)
         return kIOReturnBadArgument;
-    if (!cursorHidden_)
+    if (!std::exchange(cursorHidden_, false))
         return kIOReturnSuccess;
-    cursorHidden_ = false;
     if (screen_)
         screen_->showCursor();
     else
