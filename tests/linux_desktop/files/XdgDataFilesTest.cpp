@@ -93,15 +93,6 @@ TEST_F(XdgDataFilesTest, TheProgramsFileIsReadAndTheUsersWritten) {
     EXPECT_EQ(paths->toWrite, own());
 }
 
-TEST_F(XdgDataFilesTest, TheUsersFileGoesFirst) {
-    writeFile(ofTheProgram(), "shipped");
-    putOwn("own");
-    const auto paths = files.locate(kName);
-    ASSERT_TRUE(paths);
-    EXPECT_EQ(paths->toRead, own());
-    EXPECT_EQ(paths->toWrite, own());
-}
-
 TEST_F(XdgDataFilesTest, TheUsersFolderIsThatOfTheEnvironment) {
     const std::string folder = directory.file("data");
     setenv("XDG_DATA_HOME", folder.c_str(), 1); // NOLINT(concurrency-mt-unsafe): no other thread
@@ -176,11 +167,12 @@ TEST_F(XdgDataFilesTest, ALongerFileIsReplacedWhole) {
     EXPECT_THAT(inUserFolder(), ElementsAre(kName));
 }
 
-TEST_F(XdgDataFilesTest, TheProgramsFileIsLeftAlone) {
+TEST_F(XdgDataFilesTest, TheProgramsFileIsLeftAloneAndTheUsersGoesFirst) {
     writeFile(ofTheProgram(), "shipped");
     EXPECT_TRUE(files.replace(files.locate(kName)->toWrite, Bytes(3, 'n')));
     EXPECT_EQ(readFile(ofTheProgram()), "shipped");
     EXPECT_EQ(files.locate(kName)->toRead, own());
+    EXPECT_EQ(files.locate(kName)->toWrite, own());
 }
 
 TEST_F(XdgDataFilesTest, AFullDiskKeepsTheOldFile) {

@@ -89,11 +89,6 @@ TEST_F(UinputPointerTest, EachEventIsAMoveAndItsButtonInOneFrame) {
     EXPECT_THAT(nextWrite(), ElementsAre(x(7), y(9), button(BTN_RIGHT, 0), kReport));
 }
 
-TEST_F(UinputPointerTest, PointsOutsideEndAtTheEdge) {
-    pointer->post(kLeftMouseDragged, {-5, 5000});
-    EXPECT_THAT(nextWrite(), ElementsAre(x(0), y(kDesktop.height - 1), kReport));
-}
-
 TEST_F(UinputPointerTest, ReleasesWithoutAMoveAtItsEnd) {
     pointer->post(kLeftMouseDown, {1, 2});
     pointer->post(kRightMouseDown, {1, 2});
@@ -132,17 +127,6 @@ TEST_F(UinputPointerTest, ADeviceThatIsBusyForAMomentLosesNothing) {
             fillTheDevice();
     }
     EXPECT_EQ(result, kIOReturnSuccess);
-}
-
-TEST_F(UinputPointerTest, AReleaseThatFoundTheDeviceBusyIsMadeUpFor) {
-    RecordingLog log;
-    pointer->post(kLeftMouseDown, {1, 1});
-    fillTheDevice();
-    EXPECT_EQ(pointer->post(kLeftMouseUp, {1, 1}), kIOReturnError);
-    while (!nextWrite().empty()) {
-    }
-    pointer->releaseButtons();
-    EXPECT_THAT(nextWrite(), ElementsAre(button(BTN_LEFT, 0), kReport));
 }
 
 TEST_F(UinputPointerTest, ADeviceThatHasGoneIsSaidOnce) {

@@ -48,13 +48,6 @@ TEST_F(XTestPointerTest, SurvivesCoordinatesBeyondTheProtocols) {
     EXPECT_TRUE(observer.becomes({0, 18, false, false}));
 }
 
-TEST_F(XTestPointerTest, ReleasesWhatIsDownWhereThePointerStands) {
-    pointer->post(kLeftMouseDown, {40, 30});
-    EXPECT_TRUE(observer.becomes({40, 30, true, false}));
-    pointer->releaseButtons();
-    EXPECT_TRUE(observer.becomes({40, 30, false, false}));
-}
-
 TEST_F(XTestPointerTest, LeavesNothingPressedBehind) {
     pointer->post(kRightMouseDown, {41, 31});
     EXPECT_TRUE(observer.becomes({41, 31, false, true}));
