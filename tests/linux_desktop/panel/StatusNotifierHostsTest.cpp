@@ -8,13 +8,11 @@
 #include <QDBusMessage>
 
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
+#include "kit/linux/TestMain.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
 
 namespace lightpen {
 namespace {
-
-std::unique_ptr<PrivateBus> bus;
 
 // A panel that answers is not too slow on any machine.
 constexpr std::chrono::seconds kPatience{10};
@@ -31,12 +29,13 @@ protected:
             QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
         QCoreApplication::processEvents();
     }
+    const std::string address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     int calls = 0;
     StatusNotifierHosts hosts{[this] { ++calls; }, kPatience};
 };
 
 TEST_F(StatusNotifierHostsTest, AListThatNobodyShowsIsNoPanel) {
-    FakeStatusNotifierWatcher watcher(bus->address(), false);
+    FakeStatusNotifierWatcher watcher(address, false);
     watcher.appear();
     EXPECT_FALSE(hosts.search());
     letNewsArrive();
@@ -48,7 +47,7 @@ TEST_F(StatusNotifierHostsTest, AListThatNobodyShowsIsNoPanel) {
 TEST_F(StatusNotifierHostsTest, APanelThatIsSlowToAnswerCountsWhenItDoes) {
     int later = 0;
     StatusNotifierHosts impatient([&] { ++later; });
-    FakeStatusNotifierWatcher watcher(bus->address());
+    FakeStatusNotifierWatcher watcher(address);
     watcher.appear();
     watcher.stall();
     EXPECT_FALSE(impatient.search());
@@ -58,7 +57,7 @@ TEST_F(StatusNotifierHostsTest, APanelThatIsSlowToAnswerCountsWhenItDoes) {
 }
 
 TEST_F(StatusNotifierHostsTest, ComesBackWithEveryStart) {
-    FakeStatusNotifierWatcher watcher(bus->address());
+    FakeStatusNotifierWatcher watcher(address);
     watcher.appear();
     ASSERT_TRUE(isCalled());
     watcher.disappear();
@@ -86,12 +85,5 @@ TEST(StatusNotifierHostsDeathTest, WithoutABusThereIsNone) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    lightpen::bus = std::make_unique<lightpen::PrivateBus>();
-    lightpen::bus->enter();
-    QCoreApplication application(argc, argv);
-    const int result = RUN_ALL_TESTS();
-    lightpen::bus.reset();
-    return result;
+    return lightpen::runTests<QCoreApplication>(argc, argv, lightpen::PrivateBus());
 }

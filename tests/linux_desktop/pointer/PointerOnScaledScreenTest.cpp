@@ -2,10 +2,8 @@
 // The same as on a plain screen, with points that are two pixels wide.
 #include <tuple>
 
-#include <QGuiApplication>
-
-#include "kit/Xvfb.h"
 #include "kit/linux/PointerOnScreen.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
@@ -47,10 +45,6 @@ TEST_F(PointerOnScaledScreenTest, TheGeometryCountsPixels) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::Xvfb server("1000x600");
-    server.enter();
     setenv("QT_SCALE_FACTOR", "2", 1);
-    QGuiApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::Xvfb("1000x600"));
 }

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What an application sees of the pointer's events, through the X server and Qt.
-#include <QGuiApplication>
-
-#include "kit/Xvfb.h"
 #include "kit/linux/PointerOnScreen.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
@@ -56,9 +54,5 @@ TEST_F(PointerOnScreenTest, TheCornersAreReached) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::Xvfb server("1000x600");
-    server.enter();
-    QGuiApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::Xvfb("1000x600"));
 }

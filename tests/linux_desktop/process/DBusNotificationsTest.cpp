@@ -12,9 +12,9 @@
 #include <QXmlStreamReader>
 
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
 #include "kit/RecordingLog.h"
 #include "kit/linux/SignalRecorder.h"
+#include "kit/linux/TestMain.h"
 #include "linux_desktop/process/QtRunLoop.h"
 #include "linux_desktop/process/SystemClock.h"
 
@@ -110,8 +110,5 @@ TEST_F(DBusNotificationsTest, WithoutABusSaysSoOnceAndGoesOn) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own: Qt keeps its bus for ever
-    QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QCoreApplication>(argc, argv);
 }

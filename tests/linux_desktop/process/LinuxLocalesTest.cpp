@@ -11,15 +11,13 @@
 #include <QTranslator>
 
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
 #include "kit/linux/FakeLocale1.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
 
 using testing::ElementsAre;
-
-std::unique_ptr<PrivateBus> bus;
 
 QStringList assignments(const std::vector<const char*>& list) {
     QStringList result;
@@ -63,7 +61,7 @@ protected:
         return hears() && heard == std::vector<std::vector<std::string>>{{"th"}};
     }
 
-    FakeLocale1 service{bus->address()};
+    FakeLocale1 service{std::getenv("DBUS_SYSTEM_BUS_ADDRESS")};
     NotificationCenter notifications;
     std::vector<std::vector<std::string>> heard; // what the languages were at each notification
     std::unique_ptr<LinuxLocales> locales;
@@ -150,11 +148,5 @@ TEST_F(LinuxLocalesTest, TheLocaleOfASinglePartOfTheProgramIsNoNews) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::bus = std::make_unique<lightpen::PrivateBus>();
-    lightpen::bus->enter();
-    QCoreApplication application(argc, argv);
-    const int result = RUN_ALL_TESTS();
-    lightpen::bus.reset();
-    return result;
+    return lightpen::runTests<QCoreApplication>(argc, argv, lightpen::PrivateBus());
 }

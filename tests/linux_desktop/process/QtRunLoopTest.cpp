@@ -11,6 +11,7 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include "kit/linux/TestMain.h"
 #include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen {
@@ -225,7 +226,5 @@ TEST(QtRunLoopDeathTest, ExitProcessDoesItsLastActOnceAndRunsNoDestructors) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QCoreApplication>(argc, argv);
 }

@@ -11,8 +11,8 @@
 #include <QCoreApplication>
 
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
 #include "kit/linux/FakeRealtimeKit.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
@@ -26,12 +26,6 @@ constexpr pid_t kThread = 4242;
 
 class RealtimeKitTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        bus = std::make_unique<PrivateBus>();
-        bus->enter();
-    }
-    static void TearDownTestSuite() { bus.reset(); }
-
     // Asks from a thread of its own, as the pen's thread does, while this one serves the bus.
     static bool ask(std::chrono::milliseconds patience = 10s) {
         auto answer = std::async(std::launch::async, [=] { return makeThreadRealtime(kThread, patience); });
@@ -40,13 +34,11 @@ protected:
         return answer.get();
     }
 
-    static std::unique_ptr<PrivateBus> bus;
+    const std::string address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
 };
 
-std::unique_ptr<PrivateBus> RealtimeKitTest::bus;
-
 TEST_F(RealtimeKitTest, IsAskedForTheThreadWithAModeratePriority) {
-    FakeRealtimeKit kit(bus->address());
+    FakeRealtimeKit kit(address);
     EXPECT_TRUE(ask());
     EXPECT_THAT(kit.requests, ElementsAre(Pair(kThread, 10u)));
     rlimit limit{};
@@ -55,21 +47,21 @@ TEST_F(RealtimeKitTest, IsAskedForTheThreadWithAModeratePriority) {
 }
 
 TEST_F(RealtimeKitTest, IsNotAskedForMoreThanItGives) {
-    FakeRealtimeKit kit(bus->address());
+    FakeRealtimeKit kit(address);
     kit.highestPriority = 4;
     EXPECT_TRUE(ask());
     EXPECT_THAT(kit.requests, ElementsAre(Pair(kThread, 4u)));
 }
 
 TEST_F(RealtimeKitTest, ARefusalIsNoFault) {
-    FakeRealtimeKit kit(bus->address());
+    FakeRealtimeKit kit(address);
     kit.refuses = true;
     EXPECT_FALSE(ask());
     EXPECT_THAT(kit.requests, ElementsAre(Pair(kThread, 10u)));
 }
 
 TEST_F(RealtimeKitTest, UselessLimitsEndTheAttempt) {
-    FakeRealtimeKit kit(bus->address());
+    FakeRealtimeKit kit(address);
     kit.highestPriority = 0;
     EXPECT_FALSE(ask());
     kit.highestPriority = 20;
@@ -83,7 +75,7 @@ TEST_F(RealtimeKitTest, IsNotThere) {
 }
 
 TEST_F(RealtimeKitTest, SilenceIsWaitedForOnlyAsLongAsAsked) {
-    const FakeRealtimeKit kit(bus->address());
+    const FakeRealtimeKit kit(address);
     EXPECT_FALSE(makeThreadRealtime(kThread, 10ms)); // nobody runs the loop that would answer
 }
 
@@ -101,8 +93,5 @@ TEST_F(RealtimeKitTest, NoBusIsNoFault) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own: Qt keeps its bus for ever
-    QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QCoreApplication>(argc, argv, lightpen::PrivateBus());
 }

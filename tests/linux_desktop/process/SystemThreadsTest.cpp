@@ -12,7 +12,7 @@
 #include <QCoreApplication>
 
 #include "kit/OrdinaryUser.h"
-#include "kit/PrivateBus.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
@@ -90,10 +90,6 @@ TEST(SystemThreads, AUserWithoutAnyRightGetsTheExactTimerAlone) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const lightpen::NoBus none; // the machine's own RealtimeKit is left alone
-    none.enter();
-    QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    // The machine's own RealtimeKit is left alone.
+    return lightpen::runTests<QCoreApplication>(argc, argv, lightpen::NoBus());
 }

@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "kit/Eventually.h"
-#include "kit/PrivateBus.h"
-#include "kit/Xvfb.h"
 #include "kit/linux/CoveringWindow.h"
 #include "kit/linux/Framebuffer.h"
+#include "kit/linux/TestMain.h"
 #include "kit/linux/XNeighbour.h"
 
 namespace lightpen {
@@ -121,14 +120,8 @@ TEST_F(LinuxSystemUITest, BringsTheProgramsWindowsToTheFront) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::NoBus none;
-    none.enter();
     const lightpen::Framebuffer framebuffer(640, 480);
     lightpen::LinuxSystemUITest::framebuffer = &framebuffer;
-    const lightpen::Xvfb server("640x480", framebuffer.options());
-    server.enter();
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::NoBus(),
+                                               lightpen::Xvfb("640x480", framebuffer.options()));
 }

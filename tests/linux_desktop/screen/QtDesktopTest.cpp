@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/QtDesktop.h"
 
-#include <QGuiApplication>
-
-#include "kit/Xvfb.h"
 #include "kit/linux/PointerOnScreen.h"
+#include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
@@ -112,9 +110,5 @@ TEST_F(QtDesktopTest, FollowsANewSizeOfTheWholeDesktop) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::Xvfb server("1000x600");
-    server.enter();
-    QGuiApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::Xvfb("1000x600"));
 }

@@ -5,10 +5,9 @@
 
 #include <cstdlib>
 
-#include "kit/PrivateBus.h"
-#include "kit/Xvfb.h"
 #include "kit/linux/CoveringWindow.h"
 #include "kit/linux/FakeWindowManager.h"
+#include "kit/linux/TestMain.h"
 #include "kit/linux/XNeighbour.h"
 
 namespace lightpen {
@@ -126,12 +125,5 @@ TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItse
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::NoBus none;
-    none.enter();
-    const lightpen::Xvfb server("640x480");
-    server.enter();
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::NoBus(), lightpen::Xvfb("640x480"));
 }

@@ -6,8 +6,8 @@
 
 #include <QCursor>
 
-#include "kit/PrivateBus.h"
 #include "kit/linux/CoveringWindow.h"
+#include "kit/linux/TestMain.h"
 #include "linux_desktop/screen/LinuxSystemUI.h"
 
 namespace lightpen {
@@ -58,11 +58,6 @@ TEST(SystemUIWithoutX11, AsksForTheWindowsOfTheProgram) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::NoBus none;
-    none.enter();
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::NoBus());
 }
