@@ -85,14 +85,6 @@ TEST_F(LinuxPlatformTest, LoginItemsLieInTheFolderOfTheSettings) {
     EXPECT_TRUE(std::filesystem::exists(directory.file("autostart/org.lightpen.LightPenNX7.desktop")));
 }
 
-TEST_F(LinuxPlatformTest, PostsEventsThroughTheEventSystemService) {
-    LinuxPlatform platform(settings());
-    post(platform.platform(), kLeftMouseDown, {30, 40});
-    EXPECT_TRUE(observer.becomes({30, 40, true, false}));
-    post(platform.platform(), kLeftMouseUp, {31, 41});
-    EXPECT_TRUE(observer.becomes({31, 41, false, false}));
-}
-
 TEST_F(LinuxPlatformTest, LetsGoOfButtonsAndWritesTheLogOutAtItsEnd) {
     Pipe log;
     {

@@ -30,16 +30,6 @@ TEST_F(XTrayTest, IsThereForAsLongAsItsPanel) {
     EXPECT_FALSE(tray->present());
 }
 
-TEST_F(XTrayTest, AnnouncesItself) {
-    panel.announceSomethingElse();
-    ASSERT_TRUE(readable());
-    EXPECT_FALSE(tray->arrived());
-    panel.appear();
-    ASSERT_TRUE(readable());
-    EXPECT_TRUE(tray->arrived());
-    EXPECT_FALSE(tray->arrived());
-}
-
 TEST_F(XTrayTest, AnAnnouncementIsNotLostToAnotherQuestion) {
     panel.appear();
     EXPECT_TRUE(tray->present()); // the announcement came before this reply

@@ -71,14 +71,6 @@ TEST_F(XFullScreenTest, NoticesAWindowManagerAndItsEnd) {
     EXPECT_TRUE(eventually([&] { return !screen->managed(); }));
 }
 
-TEST_F(XFullScreenTest, AsksTheWindowManagerForTheUser) {
-    FakeWindowManager manager(server.display());
-    screen->activate(window);
-    EXPECT_TRUE(eventually([&] {
-        return manager.takeActivation() == FakeWindowManager::Activation{window, 2};
-    }));
-}
-
 TEST_F(XFullScreenTest, HearsWhenSomethingCoversTheWindowAndRaisesIt) {
     screen->watch(window);
     const auto panel = neighbour.openFreePanel(place);
