@@ -22,8 +22,9 @@ namespace lightpen {
 
 namespace {
 
-std::string configurationFolder() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString();
+// One of the user's, as the environment names it.
+std::string folderOf(QStandardPaths::StandardLocation kind) {
+    return QStandardPaths::writableLocation(kind).toStdString();
 }
 
 PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
@@ -130,10 +131,10 @@ void LinuxPlatform::Parts::atExit(int status, void*) {
 }
 
 LinuxPlatformSettings::LinuxPlatformSettings()
-    : settingsFile(configurationFolder() + "/LightPenNX7/settings.ini"),
-      userFiles(XdgDataFiles::userFolder()),
+    : settingsFile(folderOf(QStandardPaths::GenericConfigLocation) + "/LightPenNX7/settings.ini"),
+      userFiles(folderOf(QStandardPaths::GenericDataLocation) + "/LightPenNX7"),
       shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
-      loginFolder(configurationFolder() + "/autostart"),
+      loginFolder(folderOf(QStandardPaths::GenericConfigLocation) + "/autostart"),
       applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)

@@ -27,7 +27,8 @@ struct LinuxPlatformSettings {
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
     std::string settingsFile; // LightPenNX7/settings.ini below $XDG_CONFIG_HOME
-    // The folders of the data files that the user has written, and of those that came with the program.
+    // The folders of the data files that the user has written, LightPenNX7 below $XDG_DATA_HOME, and of those
+    // that came with the program.
     std::string userFiles;
     std::string shippedFiles;
     // The entries of what starts when the user logs in: autostart below $XDG_CONFIG_HOME.

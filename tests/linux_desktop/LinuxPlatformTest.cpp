@@ -137,15 +137,19 @@ TEST_F(LinuxPlatformTest, LooksForUnitsOfTheMachine) {
     EXPECT_NE(openEventSystem(platform.platform()), 0u);
 }
 
-TEST(LinuxPlatformSettingsTest, LieUnderTheConfigurationFolder) {
+TEST(LinuxPlatformSettingsTest, LieWhereTheEnvironmentSays) {
     const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "/";
     setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
     EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/somewhere/else/LightPenNX7/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/somewhere/else/autostart");
+    setenv("XDG_DATA_HOME", "/some/data", 1);
+    EXPECT_EQ(LinuxPlatformSettings().userFiles, "/some/data/LightPenNX7");
     unsetenv("XDG_CONFIG_HOME");
+    unsetenv("XDG_DATA_HOME");
     setenv("HOME", "/home/pen", 1);
     EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/home/pen/.config/LightPenNX7/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/home/pen/.config/autostart");
+    EXPECT_EQ(LinuxPlatformSettings().userFiles, "/home/pen/.local/share/LightPenNX7");
     setenv("HOME", home.c_str(), 1);
 }
 

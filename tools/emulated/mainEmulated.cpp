@@ -21,7 +21,6 @@
 #include "emulated/UnitCommands.h"
 #include "emulated/UnitWindow.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "platform/Log.h"
 #include "unit/CameraUnit.h"
@@ -192,7 +191,7 @@ int emulatedMain(int argc, char** argv) {
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
     // To try it must not put it among what starts at login.
-    settings.loginFolder = XdgDataFiles::userFolder() + "/emulated/autostart";
+    settings.loginFolder = settings.userFiles + "/emulated/autostart";
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));
     Platform::setCurrent(&real.platform());

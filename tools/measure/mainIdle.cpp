@@ -20,7 +20,6 @@
 #include "app/LightPenNX7Controller.h"
 #include "device/EventGeneratorNX7.h"
 #include "linux_desktop/LinuxPlatform.h"
-#include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/Waiting.h"
 #include "unit/CameraUnit.h"
@@ -90,7 +89,7 @@ int measureDriver(Microseconds span) {
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
     // What is measured must not start at the user's next login.
-    settings.loginFolder = XdgDataFiles::userFolder() + "/measured/autostart";
+    settings.loginFolder = settings.userFiles + "/measured/autostart";
     LinuxPlatform real(std::move(settings));
     Platform& platform = real.platform();
     Platform::setCurrent(&platform);

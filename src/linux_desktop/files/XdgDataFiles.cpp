@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <utility>
 
-#include <QStandardPaths>
-
 #include "linux_desktop/files/PlainFile.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
@@ -26,11 +24,6 @@ bool exists(const std::string& path) {
 
 XdgDataFiles::XdgDataFiles(std::string userFolder, std::string shippedFolder)
     : userFolder_(std::move(userFolder)), shippedFolder_(std::move(shippedFolder)) {}
-
-std::string XdgDataFiles::userFolder() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation).toStdString() +
-           "/LightPenNX7";
-}
 
 std::optional<DataFilePaths> XdgDataFiles::locate(std::string_view name) const {
     const std::string own = userFolder_ + "/" + std::string(name);

@@ -13,8 +13,6 @@ class XdgDataFiles final : public DataFiles {
 public:
     // Neither folder need be there.
     XdgDataFiles(std::string userFolder, std::string shippedFolder);
-    // $XDG_DATA_HOME/LightPenNX7, with the usual place for the variable unset.
-    static std::string userFolder();
 
     std::optional<DataFilePaths> locate(std::string_view name) const override;
     std::optional<std::vector<std::uint8_t>> read(const std::string& path, std::size_t limit) const override;

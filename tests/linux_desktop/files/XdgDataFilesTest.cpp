@@ -93,14 +93,6 @@ TEST_F(XdgDataFilesTest, TheProgramsFileIsReadAndTheUsersWritten) {
     EXPECT_EQ(paths->toWrite, own());
 }
 
-TEST_F(XdgDataFilesTest, TheUsersFolderIsThatOfTheEnvironment) {
-    const std::string folder = directory.file("data");
-    setenv("XDG_DATA_HOME", folder.c_str(), 1); // NOLINT(concurrency-mt-unsafe): no other thread
-    EXPECT_EQ(XdgDataFiles::userFolder(), folder + "/LightPenNX7");
-    unsetenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe)
-    EXPECT_THAT(XdgDataFiles::userFolder(), testing::EndsWith("/.local/share/LightPenNX7"));
-}
-
 // Reading
 
 TEST_F(XdgDataFilesTest, AFileIsReadUpToTheLimit) {

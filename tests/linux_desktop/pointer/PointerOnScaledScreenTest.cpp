@@ -12,8 +12,9 @@ using testing::ElementsAre;
 
 using PointerOnScaledScreenTest = PointerOnScreen;
 
-TEST_F(PointerOnScaledScreenTest, TheMainScreenIsMeasuredInPoints) {
+TEST_F(PointerOnScaledScreenTest, TheMainScreenIsMeasuredInPointsAndTheGeometryInPixels) {
     EXPECT_EQ(desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {500, 300}}));
+    EXPECT_EQ(geometry.load(), PointerGeometry({0, 0}, 2, {0, 0, 1000, 600}));
 }
 
 TEST_F(PointerOnScaledScreenTest, EventsArriveAtTheirPoint) {
@@ -35,10 +36,6 @@ TEST_F(PointerOnScaledScreenTest, OtherScreensStandAsManyPointsAway) {
     for (const char* name : {"left", "right"})
         EXPECT_EQ(runProgram({"xrandr", "--delmonitor", name}), 0);
     EXPECT_TRUE(comesTrue([&] { return desktop.screens().size() == 1; }));
-}
-
-TEST_F(PointerOnScaledScreenTest, TheGeometryCountsPixels) {
-    EXPECT_EQ(geometry.load(), PointerGeometry({0, 0}, 2, {0, 0, 1000, 600}));
 }
 
 } // namespace
