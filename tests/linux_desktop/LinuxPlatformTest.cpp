@@ -54,11 +54,6 @@ protected:
         result.log.patience = 60s; // on a busy machine the writer may be late
         return result;
     }
-    LinuxPlatformSettings settingsWithLog(const Pipe& log) const {
-        auto result = settings();
-        result.log.diagnostics = log.writeEnd();
-        return result;
-    }
 
     const TemporaryDirectory directory;
     PointerObserver observer{std::getenv("DISPLAY")};
@@ -87,12 +82,11 @@ TEST_F(LinuxPlatformTest, LoginItemsLieInTheFolderOfTheSettings) {
 
 TEST_F(LinuxPlatformTest, LetsGoOfButtonsAndWritesTheLogOutAtItsEnd) {
     Pipe log;
+    auto lazy = settings();
+    lazy.log.diagnostics = log.writeEnd();
+    lazy.log.gathering = 1h; // nothing is written but by the end
     {
-        LinuxPlatform platform([&] {
-            auto result = settingsWithLog(log);
-            result.log.gathering = 1h; // nothing is written but by the end
-            return result;
-        }());
+        LinuxPlatform platform(lazy);
         post(platform.platform(), kRightMouseDown, {50, 60});
         EXPECT_TRUE(observer.becomes({50, 60, false, true}));
         logLine("Event n:1 last");
