@@ -35,7 +35,6 @@ using InputReportElementsRef = std::shared_ptr<const InputReportElements>;
 struct PointThreadState {
     IOReturn pollResult = kIOReturnSuccess; // of the last poll; kept while polls are skipped
     IOHIDEventStruct event;                 // the last received report; zeros before the first
-    IOHIDElementCookie cookie = 0;          // of report ID 0
     int generation = 0;                     // which start of the point thread this is
 };
 
@@ -315,7 +314,7 @@ private:
     IOReturn nextPointEvent(PointThreadState& thread);
     void performPairingExit();
     void poll(PointThreadState& thread);
-    bool throwsAway(PointThreadState& thread);
+    bool throwsAway(const PointThreadState& thread);
     AfterPass processPoll(PointThreadState& thread);
     bool threadEnds(const PointThreadState& thread);
     void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);

@@ -51,12 +51,8 @@ CameraPoint pointInCameraRange(const PenReport& report) {
     return {static_cast<double>(x), static_cast<double>(y)};
 }
 
-void writePenUpReport(std::vector<std::uint8_t>& report, std::size_t length) {
-    constexpr std::size_t kLeastRoom = 64;
-    constexpr std::size_t kPenReportBytes = 5;
-    report.resize(std::max({report.size(), length, kLeastRoom}));
-    // A length that ends before the position must not leave the last one standing.
-    std::fill_n(report.begin(), std::max(length, kPenReportBytes), std::uint8_t{0});
+void writePenUpReport(std::vector<std::uint8_t>& report) {
+    report.assign(std::max(report.size(), kPenReportBytes), 0);
     report[0] = 1;
 }
 

@@ -32,14 +32,15 @@ inline constexpr CameraPoint kFarAwayPoint{4294967295.0, 4294967295.0};
 inline constexpr int kCameraMaximumX = 2560;
 inline constexpr int kCameraMaximumY = 1920;
 
-// Reads a pen report; it must have at least 5 bytes.
+inline constexpr std::size_t kPenReportBytes = 5;
+
+// Reads a pen report; it must have at least so many bytes.
 PenReport readPenReport(std::span<const std::uint8_t> report);
 // The point with both coordinates taken as signed: pen up, far away above the range, else as they are (also
 // below 0).
 CameraPoint pointInCameraRange(const PenReport& report);
-// Makes a report say "pen up": byte 0 is 1 and the rest, up to `length` bytes but at least up to the end of
-// the position, 0.
-void writePenUpReport(std::vector<std::uint8_t>& report, std::size_t length);
+// Makes it the report of a pen that is up, as long as it was and never too short to be read.
+void writePenUpReport(std::vector<std::uint8_t>& report);
 
 // The screen
 

@@ -14,8 +14,6 @@ using std::chrono::seconds;
 
 constexpr Microseconds kPassPeriod{16'800};
 constexpr std::uint32_t kPointsQueueDepth = 1; // the thread only ever sees the newest report
-// The private poll result that means: stop waiting to arm.
-constexpr IOReturn kStopWaiting = ioReturn(0xFFEF0BBA);
 
 SharedState& state = sharedState;
 
@@ -57,10 +55,9 @@ void EventGeneratorNX7::receivingPointsQueueThreadEntry(const void*) {
 PointThreadState EventGeneratorNX7::beginPointThread() {
     PointThreadState thread;
     thread.generation = _threadGeneration;
-    writePenUpReport(thread.event.longValue, 0);
+    writePenUpReport(thread.event.longValue);
     Platform::current().threads.setThreadPriority(1.0);
     _lightPenState = kPenUp;
-    _strokePressed = false;
     IOHIDQueueRef queue = _pointsQueue;
     if (queue) {
         logLine("Event n:1565 alloc points queue failed");
@@ -69,9 +66,7 @@ PointThreadState EventGeneratorNX7::beginPointThread() {
         _pointsQueue = queue;
     }
     thread.pollResult = queue ? queue->create(0, kPointsQueueDepth) : kIOReturnNoDevice;
-    thread.cookie = inputReportElementCookieFromReportID(0);
-    if (queue && !queue->hasElement(thread.cookie))
-        thread.pollResult = queue->addElement(thread.cookie, 0);
+    thread.pollResult = addReportElement(queue.get(), thread.pollResult);
     logLine("Event n:1572 result:%d", thread.pollResult);
     if (queue)
         queue->start();
@@ -104,7 +99,6 @@ bool EventGeneratorNX7::pointThreadPass(PointThreadState& thread) {
 }
 
 void EventGeneratorNX7::performPairingExit() {
-    state.checkViewState = 1;
     if (const auto delegate = deviceDelegate())
         delegate->tellOfRemoval(*this);
     Nx9inPairing();
@@ -117,7 +111,6 @@ void EventGeneratorNX7::performPairingExit() {
     logLine("Event n:1715 keyCode : (%d , %d) exit", state.keyDeletePressed.load(), state.keyCPressed.load());
     state.keyZPressed = 0;
     state.keyDeletePressed = 0;
-    state.checkViewState = 0;
     Platform::current().runLoop.exitProcess(0);
 }
 
@@ -143,33 +136,24 @@ void EventGeneratorNX7::poll(PointThreadState& thread) {
     if (thread.pollResult == kIOReturnSuccess || _lightPenState == kPenUp)
         return;
     // The unit fell silent with the pen down: a made-up pen-up releases the button.
-    const int length = state.reportCopyLength;
-    thread.event.type = 1;
-    thread.event.elementCookie = thread.cookie;
-    thread.event.value = 0;
-    writePenUpReport(thread.event.longValue, static_cast<std::size_t>(length));
-    thread.event.longValueSize = static_cast<std::uint32_t>(length);
+    writePenUpReport(thread.event.longValue);
     thread.pollResult = kIOReturnSuccess;
 }
 
 // Waits to arm, and arms. True for a report that is thrown away, which ends the pass.
-bool EventGeneratorNX7::throwsAway(PointThreadState& thread) {
-    const bool strayLight = state.strayLightLevel > 0;
-    switch (armingStep(state.arming(), strayLight, thread.pollResult == kIOReturnSuccess)) {
+bool EventGeneratorNX7::throwsAway(const PointThreadState& thread) {
+    const bool reportTaken = thread.pollResult == kIOReturnSuccess;
+    switch (armingStep(state.arming(), state.strayLightLevel > 0, reportTaken)) {
     case ArmingStep::goOn:
         break;
     case ArmingStep::throwAway:
         state.countPass();
         return true;
     case ArmingStep::arm:
-        if (strayLight)
-            thread.pollResult = kStopWaiting;
         state.arm();
         if (const auto queue = _queue.load())
             setImageReceiver(*queue);
         logLine("Event n:1790 ");
-        if (strayLight)
-            state.strayLightViewShown = 1;
         break;
     }
     return false;

@@ -71,33 +71,14 @@ TEST(PenPipelineTest, HighBitMakesACoordinateNegativeAndKeepsItInRange) {
 
 // Made-up pen-up
 
-TEST(PenPipelineTest, PenUpReportIsAOneAndZerosUpToTheLength) {
-    for (const std::size_t length : {std::size_t{8}, std::size_t{32}, std::size_t{804}}) {
-        std::vector<std::uint8_t> report(900, 0x5A);
-        writePenUpReport(report, length);
-        ASSERT_THAT(report, SizeIs(900));
+TEST(PenPipelineTest, AnyReportCanBeMadeOneOfAPenThatIsUp) {
+    for (const std::size_t length : {0, 1, 4, 5, 6, 32, 804}) {
+        std::vector<std::uint8_t> report(length, 0x5A);
+        writePenUpReport(report);
+        EXPECT_THAT(report, SizeIs(std::max<std::size_t>(length, 5)));
         EXPECT_EQ(report[0], 1);
-        EXPECT_THAT(std::span(report).subspan(1, length - 1), Each(0));
-        EXPECT_THAT(std::span(report).subspan(length), Each(0x5A));
+        EXPECT_THAT(std::span(report).subspan(1), Each(0));
         EXPECT_EQ(pointOf(report), kPenUpPoint);
-    }
-}
-
-TEST(PenPipelineTest, PenUpReportFindsRoomInASmallBuffer) {
-    for (const std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{64}, std::size_t{65}}) {
-        std::vector<std::uint8_t> report;
-        writePenUpReport(report, length);
-        EXPECT_THAT(report, SizeIs(std::max<std::size_t>(length, 64)));
-        EXPECT_EQ(report[0], 1);
-        EXPECT_EQ(pointOf(report), kPenUpPoint);
-    }
-}
-
-TEST(PenPipelineTest, PenUpReportCoversThePositionHoweverShortItIs) {
-    for (const std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{4}}) {
-        std::vector<std::uint8_t> report{9, 8, 7, 6, 5, 4};
-        writePenUpReport(report, length);
-        EXPECT_THAT(std::span(report).first(6), ElementsAre(1, 0, 0, 0, 0, 4)) << length;
     }
 }
 
