@@ -179,11 +179,9 @@ void EventGeneratorNX7::restartUnit() {
     sharedState.checkViewState = 0;
     sharedState.checkViewSubState = 0;
     sharedState.strayLightLevel = 0;
-    sharedState.strayLightFrameCount = 0;
     sharedState.noiseNotifyArmed = 1;
     logLine("Event n:2474 ");
     letGoOfUnit();
-    _stopThread = true;
     sharedState.close();
     setThreshold(512);
     _deviceMode = 0;

@@ -27,9 +27,9 @@ struct PointPair {
 
 // There is one, sharedState. A new driver begins it anew; after that nothing sets it back as a whole.
 struct SharedState : ArmingWords {
-    // 1 while points go to the check view. Written by the point thread and Nx9View (1), Nx9windowrelease (0).
+    // 1 while points go to the check view. Written by Nx9View (1) and Nx9windowrelease (0).
     SharedWord strayLightViewShown{0};
-    // Frames shown in the check view. Written by startDevice, the point thread and restart.
+    // Frames shown in the check view. Written by startDevice (1 with stray light) and the point thread.
     SharedWord strayLightFrameCount{0};
     // Whether startDevice reports stray light to the device delegate. Written by arrival and restart (1).
     SharedWord noiseNotifyArmed{0};
