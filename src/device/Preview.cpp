@@ -40,18 +40,15 @@ void emptyQueue(IOHIDQueueInterface& queue) {
     }
 }
 
-// The report behind a picture: the next one begins at its first chunk.
+// The report behind a picture is no part of the next one.
 void takeReportBehindPicture(IOHIDQueueInterface& queue) {
     IOHIDEventStruct event;
     const IOReturn result = queue.getNextEvent(event, 0, 0);
     if (result == kIOReturnUnderrun)
         return;
-    if (result != kIOReturnSuccess) {
+    if (result != kIOReturnSuccess)
         logLine("Event n:466 hid->getNextEvent() unhandled error: %x", static_cast<unsigned>(result));
-        return;
-    }
-    state.pictureAssembly.imageChunkCount = 0;
-    if (state.pictureAssembly.release())
+    else if (state.pictureAssembly.release())
         logLine("Event n:473 $release related resource.");
 }
 

@@ -36,8 +36,7 @@ struct PictureAssembly {
     static constexpr int kReports = 6;
     static constexpr int kCountModulus = 80;
 
-    // The index of the next report; only a report behind a complete picture, and the unit's leaving, set it
-    // back to 0.
+    // The index of the next report. The unit's leaving sets it back to 0.
     int imageChunkCount = 0;
     // The picture so far; empty between pictures.
     std::vector<std::uint8_t> imageAssemblyBuffer;

@@ -122,7 +122,7 @@ TEST(PictureAssemblyTest, TheBufferLivesFromTheFirstReportToItsRelease) {
     assembly.take(numberedReport(0, 32), 32);
     EXPECT_TRUE(assembly.release());
     EXPECT_TRUE(assembly.imageAssemblyBuffer.empty());
-    EXPECT_EQ(assembly.imageChunkCount, 1) << "only a report behind a picture sets it back";
+    EXPECT_EQ(assembly.imageChunkCount, 1) << "the rest goes on behind it";
 }
 
 } // namespace
