@@ -180,10 +180,8 @@ void EventGeneratorNX7::makePairingKeyWindow() {
     // By design the last one is not closed: it stays where it is, and its keys count as well.
     if (const auto former = sharedState.pairingKeyWindow.load())
         _formerKeyWindows.push_back(former);
-    if (keyWindow) {
-        keyWindow->setIgnoresMouseEvents(false);
+    if (keyWindow)
         keyWindow->makeKeyAndOrderFront();
-    }
     sharedState.pairingKeyWindow = std::move(keyWindow);
     clock.sleep(kKeyWindowPause);
 }

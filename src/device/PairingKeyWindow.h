@@ -16,7 +16,7 @@ public:
     virtual void makeKeyAndOrderFront() = 0;
 };
 
-// Makes the window, still hidden; null where there is nothing to show a window on.
+// Makes the window, still hidden; clicks do not pass. Null where there is nothing to show a window on.
 std::shared_ptr<PairingKeyWindow> newPairingKeyWindow();
 
 } // namespace lightpen
