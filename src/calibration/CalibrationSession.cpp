@@ -56,7 +56,6 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     // Late calls for an earlier session still hold its points, so they change nothing here.
     stopAnimation();
     _canProcessLightPenSignal = false;
-    _calibrationPoints = std::make_shared<const PointList>();
     session_ = std::make_shared<CollectedPoints>(_totalPoints);
     makeWindow();
     _calibrationWindow->setBackgroundColor(automatic ? kBlackColor : kWhiteColor);
