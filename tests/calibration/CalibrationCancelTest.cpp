@@ -103,6 +103,15 @@ TEST_F(CalibrationCancelTest, CancelOfAnybodysWindowIsOursToo) {
     EXPECT_EQ(*center->calibrationPoints(), kStored);
 }
 
+TEST_F(CalibrationCancelTest, CancelTakesBackWhatATimerWasToDo) {
+    bool fired = false;
+    start(Kind::manual);
+    desk.runLoop.performAfterDelay({center.get(), "timerFired", {}, [&] { fired = true; }}, kGlide);
+    pressEscape();
+    desk.runLoop.runFor(kGlide);
+    EXPECT_FALSE(fired);
+}
+
 TEST_F(CalibrationCancelTest, CancelThatIsAskedForGoesEscapesWayOnTheMainLoop) {
     start(Kind::manual);
     touchAndWait(kFour[0]);
@@ -181,14 +190,31 @@ TEST_F(CalibrationCancelTest, StartDuringASessionBeginsAnewAndLosesNothingOfTheU
     start(Kind::manual);
     touchAndWait(kFour[0]);
     touch(kFour[1]);
+    for (const Microseconds glide : {Microseconds(), kGlide / 2}) {
+        desk.runLoop.runFor(glide);
+        start(Kind::manual);
+        happened.clear();
+        desk.runLoop.runFor(kGlide);
+        EXPECT_EQ(targetOrigin(), kOrigins[0]);
+        EXPECT_THAT(happened.takeDeeds(), IsEmpty()) << "no beep";
+        touch(kFour[0]);
+        runMainLoop();
+    }
     start(Kind::manual);
-    desk.runLoop.runFor(kGlide);
-    EXPECT_EQ(targetOrigin(), kOrigins[0]);
     touchAll();
     ASSERT_EQ(completed.size(), 1u);
     EXPECT_EQ(*completed.front(), kFour);
     EXPECT_EQ(desk.systemUI.mode, 1u);
     EXPECT_EQ(desk.systemUI.options, 5u);
+}
+
+TEST_F(CalibrationCancelTest, ASessionThatIsOverKeepsNoTarget) {
+    const std::weak_ptr<KVRCalibrationTarget> target = center->calibrationTarget();
+    start(Kind::manual);
+    touchAndWait(kFour[0]);
+    pressEscape();
+    center->setCalibrationTarget(nullptr);
+    EXPECT_TRUE(target.expired());
 }
 
 TEST_F(CalibrationCancelTest, ManualStartDuringAnAutomaticSessionStaysAutomatic) {

@@ -61,6 +61,19 @@ TEST_F(CalibrationSessionTest, TheFirstTargetStandsInItsPlaceBeforeThePenIsTaken
     }
 }
 
+TEST_F(CalibrationSessionTest, NoTouchIsTakenBeforeTheFirstTargetStandsInItsPlace) {
+    start(Kind::manual);
+    touchAndWait(kFour[0]);
+    int moves = 0;
+    const EventWatch watch(*center->calibrationTarget(), QEvent::Move, [&] {
+        ++moves;
+        touch(kFour[2]);
+    });
+    start(Kind::manual);
+    EXPECT_GT(moves, 0);
+    EXPECT_THAT(*center->calibrationPoints(), IsEmpty());
+}
+
 // Manual session
 
 TEST_F(CalibrationSessionTest, ManualSessionFromStartToCompletion) {

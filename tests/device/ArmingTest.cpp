@@ -20,6 +20,12 @@ protected:
         EXPECT_TRUE(EventGeneratorNX7::hearsPen());
         EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
     }
+    void expectWholeWait() {
+        expectThrownAway(5);
+        EXPECT_THAT(pass(), IsEmpty());
+        expectThrownAway(1);
+        expectEmptyPassArms();
+    }
     // A unit that is there when the driver starts, and nobody who has asked for the delegate.
     void openAtStart() {
         unit.plugIn();
@@ -87,8 +93,27 @@ TEST_F(ArmingTest, ARemovalDisarms) {
     EXPECT_FALSE(EventGeneratorNX7::hearsPen());
     plugIn();
     turnTaking.nextTurn();
-    expectThrownAway(6);
-    expectEmptyPassArms();
+    expectWholeWait();
+}
+
+TEST_F(ArmingTest, AnotherUnitWaitsFromTheBeginning) {
+    open();
+    expectThrownAway(3);
+    replug();
+    expectThrownAway(3);
+    driver->deviceDidAdd(0); // beside the open one
+    expectWholeWait();
+}
+
+TEST_F(ArmingTest, ARestartWaitsFromTheBeginning) {
+    unitAnswers.sightings = 1;
+    open();
+    for (int i = 0; i < 3; ++i)
+        pass();
+    unitAnswers.sightings = 0;
+    driver->startPointQueue();
+    turnTaking.nextTurn();
+    expectWholeWait();
 }
 
 // The deviceDelegate getter, which every question for the delegate goes through
@@ -138,7 +163,7 @@ TEST_F(ArmingTest, PassesThatSkipTheirPollCountWhenTheLastResultWasASuccess) {
 // With stray light
 
 TEST_F(ArmingTest, StrayLightArmsAfterSixPassesWhateverTheQueueHolds) {
-    unitAnswers.sightings = 3;
+    unitAnswers.sightings = 1;
     open();
     for (int i = 0; i < 12 && !EventGeneratorNX7::hearsPen(); ++i)
         EXPECT_THAT(passOn(1001, 601), IsEmpty()) << i;

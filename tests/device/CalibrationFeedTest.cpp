@@ -50,6 +50,14 @@ TEST_F(CalibrationFeedTest, ATouchIsHandedOverOnceHoweverLongItLasts) {
     EXPECT_EQ(passOn(303, 205), (Deeds{"calibration {303, 205}"}));
 }
 
+TEST_F(CalibrationFeedTest, ANewThreadKnowsNothingOfATouchUnderWay) {
+    begin();
+    passOn(1001, 601);
+    driver->setUpPointQueue();
+    turnTaking.nextTurn();
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"calibration {1001, 601}"}));
+}
+
 TEST_F(CalibrationFeedTest, SilenceIsAPenUp) {
     begin();
     passOn(1001, 601);
@@ -91,10 +99,19 @@ TEST_F(CalibrationFeedTest, ADelegateThatDoesNotRespondGetsNothing) {
 // A pairing table that is read meanwhile. Its queue makes the polls empty, so the touch is there before it.
 class PairingReadDuringFeedTest : public CalibrationFeedTest {
 protected:
-    // What the HID layer is asked for while this touch, the first to the fourth, meets a pairing read.
-    std::vector<std::string> callsAtTouch(int number, std::uint8_t pairedWith) {
+    // What the HID layer is asked for while this touch, the first to the fourth, meets a pairing read. So
+    // many touches were made with another unit before.
+    std::vector<std::string> callsAtTouch(int number, std::uint8_t pairedWith, int before = 0) {
         unitAnswers.wireless = pairedWith;
         begin();
+        for (int touch = 0; touch < before; ++touch) {
+            passOn(1001, 601);
+            lift();
+        }
+        if (before > 0) {
+            replug();
+            arm();
+        }
         int requests = 0;
         unitAnswers.then = [&](const SentReport& report) {
             if (report.bytes.at(0) == 'R' && ++requests > 30)
@@ -119,6 +136,10 @@ TEST_F(PairingReadDuringFeedTest, TheThirdTouchEndsThatOfAnUnpairedPen) {
 
 TEST_F(PairingReadDuringFeedTest, TheSecondDoesNot) {
     EXPECT_THAT(callsAtTouch(2, 0), testing::Not(Contains("queue5.stop()")));
+}
+
+TEST_F(PairingReadDuringFeedTest, TouchesOfAnEarlierUnitDoNotCount) {
+    EXPECT_THAT(callsAtTouch(2, 0, 1), testing::Not(Contains(testing::EndsWith(".stop()"))));
 }
 
 TEST_F(PairingReadDuringFeedTest, ThatOfAPairedPenGoesOn) {

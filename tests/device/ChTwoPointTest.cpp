@@ -118,6 +118,21 @@ TEST_F(ChTwoPointTest, EachStartMakesANewOneAndLeavesTheLastOneOpen) {
     EXPECT_EQ(flags(), "(0 , 0 , 1 , 0)");
 }
 
+TEST_F(ChTwoPointTest, TheKeyboardIsAskedForAgainOnlyWhereThePensAreTied) {
+    EventGeneratorNX7::askForPairingKeys(); // there is no window yet
+    startTied();
+    ASSERT_EQ(made().size(), 1u);
+    made().front()->hide();
+    EventGeneratorNX7::askForPairingKeys();
+    EXPECT_TRUE(made().front()->isVisible());
+    unplug();
+    unitAnswers.wireless = 1;
+    plugIn();
+    made().front()->hide();
+    EventGeneratorNX7::askForPairingKeys();
+    EXPECT_FALSE(made().front()->isVisible());
+}
+
 TEST_F(ChTwoPointTest, TheLastReferenceMayBeDroppedOnAnotherThread) {
     auto window = newPairingKeyWindow();
     const QPointer<ChTwoPoint> widget = dynamic_cast<ChTwoPoint*>(window.get());

@@ -69,7 +69,7 @@ TEST_F(ConnectionArrivalTest, WithoutADelegateTheUnitIsOpenedAllTheSame) {
 }
 
 TEST_F(ConnectionArrivalTest, WithStrayLightOnlyTheNoiseIsTold) {
-    unitAnswers.sightings = 3;
+    unitAnswers.sightings = 1;
     plugIn();
     EXPECT_THAT(heard(), ElementsAre("noise", "remove"));
     EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());

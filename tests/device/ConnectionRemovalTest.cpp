@@ -136,6 +136,7 @@ TEST_F(ConnectionRemovalTest, SettingsInformationAndCalibrationOutliveTheUnit) {
     EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x35);
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
+    EXPECT_EQ(driver->commandFromCurrentSetting()[1] & 0x80, 0) << "but there is none that was just added";
 }
 
 TEST_F(ConnectionRemovalTest, CommandsToAUnitThatHasLeftDoNothing) {
@@ -204,6 +205,8 @@ TEST_F(CheckViewShownTest, WithoutAUnitNobodyIsToldOfOne) {
     driver->startPointQueue();
     EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty());
     EXPECT_TRUE(EventGeneratorNX7::isUnitOpen()) << "as after a start without a unit";
+    driver->setDeviceDelegate(deviceDelegate);
+    EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty()) << "nor of its light";
     run(seconds(1));
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
     EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());

@@ -129,6 +129,15 @@ TEST_F(ConnectionStartTest, AUnitThatIsThereIsNotReportedAsAnArrival) {
     EXPECT_THAT(desk.threads.entries, SizeIs(1));
 }
 
+TEST_F(ConnectionStartTest, LightAtTheStartIsToldWhenTheUnitStartsAgain) {
+    unitAnswers.sightings = 1;
+    driver->setDeviceDelegate(deviceDelegate);
+    startWithUnit();
+    EXPECT_THAT(deviceDelegate->takeHeard(), IsEmpty()) << "until somebody asks";
+    driver->startPointQueue();
+    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("noise", "remove"));
+}
+
 TEST_F(ConnectionStartTest, OnlyAStartWithAUnitLooksForLightAgain) {
     unitAnswers.sightings = 3;
     startWithUnit();

@@ -91,8 +91,11 @@ TEST_F(ExchangeTest, WithoutLimitTheReplyOrTheEndOfTheProgramEndsTheLooking) {
 TEST_F(ExchangeTest, AQueueThatFailsIsReportedAndLookedAtAgain) {
     const auto script = std::make_shared<UnitScript>();
     script->answer("queue1.getNextEvent", kIOReturnNotOpen);
-    const ReplyQueue failing{std::make_shared<ScriptedQueue>(script, queue, 1), logFailure, 3};
+    const auto scripted = std::make_shared<ScriptedQueue>(script, queue, 1);
+    scripted->notesPolls = true;
+    const ReplyQueue failing{scripted, logFailure, 3};
     EXPECT_FALSE(failing.next());
+    EXPECT_THAT(script->takeOperations(), testing::Each("queue1.getNextEvent(0, 0)")) << "none waits";
     EXPECT_THAT(log.lines(), ElementsAre("Queue: e00002cd", "Queue: e00002cd", "Queue: e00002cd"));
 }
 

@@ -110,6 +110,29 @@ TEST_F(ImageReportsTest, UntilThePointerIsArmedReportsStayWhereTheyAre) {
     EXPECT_EQ(reportsLeft(), 1);
 }
 
+// Another unit is there still.
+TEST_F(ImageReportsTest, AfterARemovalReportsStayWhereTheyAre) {
+    arm();
+    driver->deviceDidRemove(0);
+    pushPicture(1);
+    EXPECT_EQ(callOut(), 0);
+    EXPECT_EQ(reportsLeft(), 1);
+}
+
+// The loop runs until the thread has started; the driver had nobody to hold back before.
+TEST_F(ImageReportsTest, ReportsOfAUnitThatIsStartingAreNoPartsOfAPicture) {
+    unplug();
+    driver->setDeviceDelegate(deviceDelegate);
+    desk.threads.onDetach = [this] {
+        for (int i = 0; i < 3; ++i)
+            after(milliseconds(100), [this] { unit.sendReport(penReport(1001, 601)); });
+        after(milliseconds(500), [this] { turnTaking.start(desk.threads.entries.back()); });
+    };
+    collected();
+    plugIn();
+    EXPECT_EQ(collected(), 0);
+}
+
 class LightReportsTest : public ImageReportsTest {
 protected:
     LightReportsTest() : ImageReportsTest(12) {}

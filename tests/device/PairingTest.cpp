@@ -103,7 +103,10 @@ TEST_F(PairingTest, AWrongIndexOrLetterIsPrintedAndAskedForAgain) {
 
 TEST_F(PairingTest, ASilentUnitIsAskedEvery100MillisecondsForEver) {
     answerAfter(499);
+    int looks = 0;
+    unit.script().onPoll = [&] { ++looks; };
     EXPECT_EQ(timeOf([this] { driver->Nx9commd('R'); }), milliseconds(100) * (499 + 14));
+    EXPECT_EQ(looks, 499 + 14) << "one for each question";
     EXPECT_EQ(file(), wholeTable());
 }
 
@@ -225,7 +228,10 @@ TEST_F(PairingTest, AnUnconfirmedRecordIsSentAgain) {
             unit.sendReport({'R', 0x0C});
         return kIOReturnSuccess;
     });
+    int looks = 0;
+    unit.script().onPoll = [&] { ++looks; };
     EXPECT_EQ(timeOf([this] { driver->Nx9inPairing(); }), milliseconds(100) * 17);
+    EXPECT_EQ(looks, 17) << "one for each record that is sent";
     EXPECT_TRUE(matchesTranscript("pairing_send_unconfirmed"));
     EXPECT_THAT(received, SizeIs(14));
 }

@@ -82,6 +82,21 @@ TEST_F(PointThreadKeysTest, ACheckIsRequestedOnce) {
     EXPECT_EQ(pressedAfterPass(), "(0 , 1 , 1 , 0)");
 }
 
+TEST_F(PointThreadKeysTest, ACheckCanBeRequestedWhenACheckViewIsGone) {
+    for (const bool withItsUnit : {true, false}) {
+        unitAnswers.sightings = 1;
+        withItsUnit ? open() : replug();
+        unitAnswers.sightings = 0;
+        if (withItsUnit)
+            replug();
+        else
+            driver->startPointQueue();
+        press({kVirtualKeyC, kVirtualKeyDelete});
+        EXPECT_EQ(pressedAfterPass(), "(0 , 0 , 0 , 0)") << withItsUnit;
+        pass();
+    }
+}
+
 TEST_F(PointThreadKeysTest, KeysAndTheCheckViewAreToldLikeThis) {
     openPairedWith(1);
     happened.clear();
@@ -108,6 +123,9 @@ TEST_F(PointThreadKeysTest, ZAndDeleteSendTheTableAndEndTheProcessWithStatusZero
     EXPECT_EQ(turnTaking.exitStatus(), 0);
     EXPECT_TRUE(matchesTranscript("pairing_exit"));
     EXPECT_EQ(press({kNoVirtualKey}), "(0 , 0 , 1 , 0)");
+    unit.takeOperations();
+    driver->startPointQueue();
+    EXPECT_THAT(unit.takeOperations(), testing::ElementsAre("queue4.start()")) << "the pairing's is gone";
 }
 
 TEST_F(PointThreadKeysTest, ThePairingExitNeedsNoListenerAndEndsWithItsUnit) {
@@ -123,8 +141,8 @@ TEST_F(PointThreadKeysTest, ThePairingExitNeedsNoListenerAndEndsWithItsUnit) {
 TEST_F(PointThreadKeysTest, NothingIsPairedWhileTheCheckViewIsShown) {
     openPairedWith(0);
     driver->Nx9View();
-    press({kVirtualKeyZ, kVirtualKeyDelete});
-    EXPECT_EQ(pressedAfterPass(), "(1 , 1 , 0 , 0)");
+    press({kVirtualKeyZ, kVirtualKeyDelete, kVirtualKeyEscape});
+    EXPECT_EQ(pressedAfterPass(), "(1 , 1 , 0 , 1)");
     EXPECT_EQ(turnTaking.running(), 1);
 }
 
@@ -154,6 +172,18 @@ TEST_F(PointThreadKeysTest, TheKeyWindowIsToldOnlyOfChanges) {
     for (int i = 0; i < 3; ++i)
         lift();
     EXPECT_EQ(desk.runLoop.posted, 0);
+}
+
+TEST_F(PointThreadKeysTest, EachKeyWindowIsToldAnew) {
+    openPairedWith(0);
+    for (int start = 0; start < 3; ++start) {
+        lift();
+        runMainLoop();
+        EXPECT_TRUE(keyWindow()->ignoresMouseEvents());
+        keyWindow()->hide();
+        driver->startDevice();
+        EXPECT_FALSE(keyWindow()->ignoresMouseEvents());
+    }
 }
 
 TEST_F(PointThreadKeysTest, APairedPenHasNoKeyWindow) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The events that each post operation makes, and the connection they go through.
 #include <limits>
+#include <tuple>
 
 #include "kit/device/DriverFixture.h"
 
@@ -132,6 +133,36 @@ TEST_F(PointerEventsTest, WithoutTheServiceThereIsNoConnection) {
     bare.registry.publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
     EXPECT_EQ(EventGeneratorNX7::serviceConnection(), 7U);
     Platform::setCurrent(&desk.platform);
+}
+
+// Answers the question for the master port like this.
+class PortRegistry final : public ServiceRegistry {
+public:
+    PortRegistry(TestPlatform& desk, IOReturn result, mach_port_t port)
+        : ServiceRegistry(desk.runLoop, desk.clock), result_(result), port_(port) {
+        publish({"IOHIDSystem", "IOService:/IOHIDSystem", {}, {}});
+    }
+    IOReturn IOMasterPort(mach_port_t& port) override {
+        port = port_;
+        return result_;
+    }
+
+private:
+    const IOReturn result_;
+    const mach_port_t port_;
+};
+
+TEST_F(PointerEventsTest, WithoutAMasterPortThereIsNoConnection) {
+    for (const auto& [result, port, connection] :
+         {std::tuple(kIOReturnError, 5U, 0U), {kIOReturnSuccess, 0U, 0U}, {kIOReturnSuccess, 5U, 7U}}) {
+        PortRegistry registry(desk, result, port);
+        Platform platform{registry,           desk.pointer,   desk.runLoop, desk.clock,    desk.threads,
+                          desk.notifications, desk.broadcast, desk.desktop, desk.defaults, desk.systemUI,
+                          desk.sounds,        desk.dataFiles, desk.shell};
+        Platform::setCurrent(&platform);
+        EXPECT_EQ(EventGeneratorNX7::serviceConnection(), connection);
+        Platform::setCurrent(&desk.platform);
+    }
 }
 
 // The long press

@@ -8,6 +8,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pointee;
@@ -114,6 +115,7 @@ TEST_F(PreviewTest, WithoutALastPictureALeavingUnitGivesNone) {
     beSilent();
     after(milliseconds(210), [this] { unit.unplug(); });
     EXPECT_EQ(driver->previewImage(), nullptr);
+    EXPECT_EQ(log.lines().back(), "Event n:1151 return image: (null)");
 }
 
 // The empty report with which its queue ends is the sixth, some moments before the unit is off the list.
@@ -203,8 +205,10 @@ TEST_F(PictureAndPenTest, AStrokeUnderWayIsReleasedWhenAPictureIsFetched) {
 }
 
 TEST_F(PictureAndPenTest, PollsAreEmptyInImageMode) {
+    unit.queue(4)->notesPolls = true;
     driver->setImageProcessMode(true);
     EXPECT_THAT(passOn(penReport(301, 402)), IsEmpty());
+    EXPECT_THAT(callsOf("queue4.getNextEvent"), Each("queue4.getNextEvent(0, 0)")) << "nothing waits";
     driver->setImageProcessMode(false);
     happened.clear();
     turnTaking.nextTurn();
@@ -214,16 +218,17 @@ TEST_F(PictureAndPenTest, PollsAreEmptyInImageMode) {
 
 // A pen in use: its reports come until the first command has reached the unit.
 TEST_F(PictureAndPenTest, PenReportsThatAreQueuedBeforeImageModeDoNotShiftThePicture) {
+    unit.queue(2)->notesPolls = true;
     atPauses([this](int, Microseconds duration) {
         if (duration == milliseconds(200))
             for (int report = 0; report < 4; ++report)
                 unit.sendReport(penReport(1001, 601));
     });
     EXPECT_THAT(driver->previewImage(), Pointee(wholeImage()));
+    EXPECT_THAT(callsOf("queue2.getNextEvent"), Each("queue2.getNextEvent(0, 0)")) << "nothing waits";
 }
 
-// What the main loop has taken before the fetch counts as the beginning of a picture: only a report behind a
-// complete one sets the count back.
+// What the main loop has taken before the fetch counts as the beginning of a picture.
 TEST_F(PictureAndPenTest, PenReportsThatWereTakenBeforeTheFetchShiftThePicture) {
     driver->previewImage();
     collected();
@@ -233,7 +238,7 @@ TEST_F(PictureAndPenTest, PenReportsThatWereTakenBeforeTheFetchShiftThePicture) 
     const auto before = collected();
     const auto image = driver->previewImage();
     EXPECT_EQ(*image == wholeImage(), before == 0);
-    EXPECT_THAT(driver->previewImage(), Pointee(wholeImage())) << "the report behind it has set it right";
+    EXPECT_THAT(driver->previewImage(), Pointee(wholeImage())) << "the end of a picture sets it right";
 }
 
 // A touch of more than six reports has been a picture and the report behind it.

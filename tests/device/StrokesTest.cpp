@@ -38,7 +38,9 @@ TEST_F(StrokesTest, EveryFurtherReportDragsAlsoWhereItStands) {
 
 TEST_F(StrokesTest, PenUpReleasesWhereAButtonEventWasLastPosted) {
     passOnScreen(500, 400);
+    desk.runLoop.posted = 0;
     EXPECT_EQ(lift(), (Deeds{"release 500 400"}));
+    EXPECT_EQ(desk.runLoop.posted, 1) << "the long press is cancelled once";
     passOnScreen(500, 400);
     passOnScreen(507, 401);
     EXPECT_EQ(lift(), (Deeds{"release 507 401"}));
@@ -64,6 +66,7 @@ TEST_F(StrokesTest, EachRegionOutsideTheScreenIsBroadcastForEveryReportAndNothin
             EXPECT_EQ(passOnScreen(point.x, point.y),
                       (Deeds{std::string("broadcast LightPenNX7Region") + point.name}));
     EXPECT_EQ(passOnScreen(1280, 800), (Deeds{"press 1280 800"})) << "the screen's edge is inside";
+    EXPECT_THAT(log.lines(), testing::Not(testing::Contains("Event n:1812 state error")));
 }
 
 TEST_F(StrokesTest, LeavingTheScreenKeepsTheButtonDown) {
@@ -133,6 +136,21 @@ TEST_F(StrokesTest, ASpotDuringTheStartIsNoiseUntilSomebodyHasBeenTold) {
     EXPECT_THAT(lift(), IsEmpty());
     EXPECT_THAT(passOn(1001, 601), IsEmpty());
     driver->setDeviceDelegate(deviceDelegate);
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
+}
+
+TEST_F(StrokesTest, OnlyTheFirstSpotOfAStartIsNoise) {
+    startAgain(penReport(1001, 601), penReport(1001, 601), [this] {
+        driver->setDeviceDelegate(deviceDelegate); // hears of the first
+        happened.clear();
+    });
+    EXPECT_THAT(happened.takeDeeds(), testing::Contains("press 503 307"));
+}
+
+TEST_F(StrokesTest, NoiseOfAnEarlierStartIsForgotten) {
+    startAgain(penReport(1001, 601), penUpReport());
+    EXPECT_THAT(passOn(1001, 601), IsEmpty());
+    startAgain(penUpReport(), penUpReport());
     EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
 }
 

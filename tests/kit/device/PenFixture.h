@@ -29,11 +29,21 @@ protected:
     // The same, until touches count.
     void openArmed() {
         open();
+        arm();
+    }
+    // Ends the wait of a unit that has just been opened.
+    void arm() {
         for (int i = 0; i < 6; ++i)
             passOn(penUpReport());
         pass();
         runMainLoop();
         happened.clear();
+    }
+    // Another one in its place, which waits to be armed.
+    void replug() {
+        unplug();
+        plugIn();
+        turnTaking.nextTurn();
     }
     // What one pass of the point thread does. The main thread waits for its end, and performs nothing.
     Deeds pass() {
@@ -64,12 +74,16 @@ protected:
         std::erase_if(deeds, [](const std::string& deed) { return deed.starts_with("drag "); });
         return deeds;
     }
-    // Starts the open unit once more; with each flash request the point thread finds such a report.
-    void startAgain(const ReportBytes& first, const ReportBytes& later) {
-        int requests = 0;
-        unitAnswers.then = [&](const SentReport& report) {
-            if (report.bytes.at(0) == 'H')
-                unit.sendReport(++requests == 1 ? first : later);
+    // Starts the open unit once more; with its two flash requests the point thread finds these reports. This
+    // is done in between.
+    void startAgain(
+        const ReportBytes& first, const ReportBytes& second, const std::function<void()>& between = [] {}) {
+        unitAnswers.then = [&, requests = 0](const SentReport& report) mutable {
+            if (report.bytes.at(0) != 'H')
+                return kIOReturnSuccess;
+            if (++requests == 2)
+                between();
+            unit.sendReport(requests == 1 ? first : second);
             return kIOReturnSuccess;
         };
         driver->startDevice();
