@@ -114,7 +114,7 @@ public:
         IOHIDElementCookie cookie = 0x11;
         std::vector<int> interfaces{3};
         // "InputReportElements" of each HID service; empty for the one element with the cookie above.
-        std::vector<PropertyDictionary> elements;
+        std::vector<PropertyDictionary> elements = {};
     };
 
     explicit ScriptedUnit(TestPlatform& desk) : ScriptedUnit(desk, Shape()) {}
