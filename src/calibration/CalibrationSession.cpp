@@ -119,10 +119,9 @@ void KVRCalibrationCenter::lightPenCallbackAtPoint(CameraPoint point, EventGener
             sound->play();
         return;
     case CollectedPoints::Verdict::taken:
-        break;
+        performForSession(session, "nextTarget", &KVRCalibrationCenter::nextTarget);
+        logLine("KVR n:935 lightPenCallbackAtPoint:%s", PointText(point).c_str());
     }
-    performForSession(session, "nextTarget", &KVRCalibrationCenter::nextTarget);
-    logLine("KVR n:935 lightPenCallbackAtPoint:%s", PointText(point).c_str());
 }
 
 void KVRCalibrationCenter::nextTarget() {
