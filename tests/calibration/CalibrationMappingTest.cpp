@@ -4,12 +4,7 @@
 #include <limits>
 #include <thread>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "kit/RecordingLog.h"
-#include "kit/TestPlatform.h"
-#include "kit/device/OffscreenApplication.h"
+#include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
 namespace {
@@ -20,16 +15,6 @@ using testing::Not;
 
 PointListRef pointList(PointList points) {
     return std::make_shared<const PointList>(std::move(points));
-}
-
-// As many points as asked for, none like another, in no line.
-PointListRef bentPoints(std::size_t count) {
-    PointList points;
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto at = static_cast<double>(i);
-        points.push_back({100 + 31 * at, 50 + at * at / 4});
-    }
-    return pointList(std::move(points));
 }
 
 const PointList kFour{{312, 271}, {2201, 188.5}, {164, 1633}, {2390, 1702}};
@@ -75,7 +60,7 @@ TEST_F(CalibrationMappingTest, GridAndCalibratorsFollowTheNumberOfPoints) {
     const std::pair<std::size_t, std::size_t> expected[] = {{4, 1},   {9, 4}, {25, 16},
                                                             {80, 63}, {7, 1}, {6, 1}};
     for (const auto& [points, calibrators] : expected) {
-        center.setCalibrationPoints(bentPoints(points));
+        center.setCalibrationPoints(spreadPoints(points));
         EXPECT_EQ(center.totalPoints(), static_cast<std::int64_t>(points));
         EXPECT_EQ(center.calibrators()->size(), calibrators) << points;
     }
@@ -83,7 +68,7 @@ TEST_F(CalibrationMappingTest, GridAndCalibratorsFollowTheNumberOfPoints) {
 
 TEST_F(CalibrationMappingTest, NinePointsOnAnUprightScreen) {
     center.setCalibrationScreen(Screen{"", ScreenRect{{0, 0}, {1080, 1920}}});
-    const auto points = bentPoints(9);
+    const auto points = spreadPoints(9);
     center.setCalibrationPoints(points);
     const auto& at = *points;
     const auto list = center.calibrators();
@@ -116,7 +101,7 @@ TEST_F(CalibrationMappingTest, EmptyAndNullListsDropTheCalibrationSilently) {
 TEST_F(CalibrationMappingTest, FewerThanFourPointsAreOneMoreLineAndNoCalibrator) {
     for (const std::size_t count : {1u, 2u, 3u}) {
         center.setCalibrationPoints(pointList(kFour));
-        const auto lines = linesOf([&] { center.setCalibrationPoints(bentPoints(count)); });
+        const auto lines = linesOf([&] { center.setCalibrationPoints(spreadPoints(count)); });
         ASSERT_EQ(lines.size(), 3u);
         EXPECT_THAT(lines[2], testing::HasSubstr(std::to_string(count) + " calibration points are too few"));
         EXPECT_THAT(*center.calibrators(), IsEmpty());
@@ -137,7 +122,7 @@ TEST_F(CalibrationMappingTest, ListThatDoesNotFitAGridSetByHandIsNeverReadBeyond
 }
 
 TEST_F(CalibrationMappingTest, RowsAndColumnsAloneChangeNeitherTotalNorCalibrators) {
-    center.setCalibrationPoints(bentPoints(25));
+    center.setCalibrationPoints(spreadPoints(25));
     center.setCalibrationRows(2, 3);
     EXPECT_EQ(center.totalPoints(), 25);
     EXPECT_EQ(center.calibrators()->size(), 16u);
@@ -161,7 +146,7 @@ TEST_F(CalibrationMappingTest, CreatingAgainAddsAndTheTotalEmpties) {
 }
 
 TEST_F(CalibrationMappingTest, EveryPointIsMappedByTheFirstCalibrator) {
-    center.setCalibrationPoints(bentPoints(9));
+    center.setCalibrationPoints(spreadPoints(9));
     const auto first = center.calibrators()->front();
     for (const CameraPoint point :
          {CameraPoint{110, 60}, {2500, 1900}, {-1, -1}, {4294967295.0, 4294967295.0}}) {
@@ -209,7 +194,7 @@ TEST_F(CalibrationMappingTest, OneCoordinateOfMinusOneIsAResult) {
 
 TEST_F(CalibrationMappingTest, WhoeverMapsSeesOneWholeCalibration) {
     const auto first = pointList(kFour);
-    const auto second = bentPoints(80);
+    const auto second = spreadPoints(80);
     center.setCalibrationPoints(first);
     const ScreenPoint byFirst = center.mapPointFrom({1000, 700});
     center.setCalibrationPoints(second);

@@ -53,12 +53,11 @@ protected:
     }
     // Z and Delete, in the window that is there for them.
     static void pressBothKeys() {
-        for (QWidget* window : QApplication::topLevelWidgets())
-            if (dynamic_cast<ChTwoPoint*>(window))
-                for (const int key : {Qt::Key_Z, Qt::Key_Delete}) {
-                    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-                    QApplication::sendEvent(window, &press);
-                }
+        for (ChTwoPoint* window : topWindows<ChTwoPoint>())
+            for (const int key : {Qt::Key_Z, Qt::Key_Delete}) {
+                QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+                QApplication::sendEvent(window, &press);
+            }
     }
     static int grey(const PreviewImageRef& image, CameraPoint place) {
         const auto column = static_cast<std::size_t>(place.x / 32);
@@ -111,14 +110,6 @@ TEST_F(CameraViewTest, APictureIsFetchedWhileThePenIsInUseAndThePenGoesOn) {
     EXPECT_TRUE(touchWorks(camera, {1001, 122}));
 }
 
-TEST_F(CameraViewTest, AnArrivalsIdleReportsDoNotShiftThePicture) {
-    startAndArm();
-    const auto image = driver->previewImage();
-    for (std::size_t row = 0; row < 60; ++row)
-        ASSERT_EQ(image->rgba[row * 320], 0) << "the left column is black";
-    EXPECT_GT(grey(image, camera.seen({640, 400})), 40);
-}
-
 class ShortReportsTest : public CameraViewTest {
 protected:
     ShortReportsTest() : CameraViewTest(32) {}
@@ -135,25 +126,12 @@ TEST_F(ShortReportsTest, SixReportsOf32BytesAreThePicturesFirstTwoRows) {
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
 }
 
-TEST_F(CameraViewTest, APictureOfASilentUnitEndsWithTheUnit) {
-    startAndArm();
-    const auto last = driver->previewImage();
-    ASSERT_NE(last, nullptr);
-    camera.faults()->silent = true;
-    camera.schedule(desk.clock.now() + 20s, [](CameraUnit& plugged) { plugged.unplug(); });
-    const Microseconds before = desk.clock.now();
-    EXPECT_EQ(driver->previewImage(), last);
-    EXPECT_GE(desk.clock.now() - before, 20s);
-    EXPECT_LE(desk.clock.now() - before, 21s);
-}
-
 // Stray light
 
 TEST_F(CameraViewTest, StrayLightIsFoundAtTheStartAndReported) {
     start();
     camera.strayLight(CameraPoint{700, 500});
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("noise", "remove"));
     const auto image = driver->previewImage();
     ASSERT_NE(image, nullptr) << "whatever the guards say";
@@ -161,24 +139,10 @@ TEST_F(CameraViewTest, StrayLightIsFoundAtTheStartAndReported) {
     EXPECT_LT(grey(image, {1700, 900}), 200);
 }
 
-TEST_F(CameraViewTest, WithTheLightGoneARestartBringsThePenBack) {
-    start();
-    camera.strayLight(CameraPoint{700, 500});
-    camera.plug();
-    run(500ms);
-    camera.strayLight(std::nullopt);
-    run(500ms);
-    deviceDelegate->takeHeard();
-    driver->startPointQueue();
-    EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
-    EXPECT_TRUE(touchWorks(camera, {301, 622}));
-}
-
 TEST_F(CameraViewTest, WithoutStrayLightThereIsNone) {
     start();
     camera.touch({640, 400}); // the pen is none
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
 }
 
@@ -186,8 +150,7 @@ TEST_F(CameraViewTest, AnswersThatComeTooLateAreNoLight) {
     start();
     camera.strayLight(CameraPoint{700, 500});
     camera.faults()->extraAnswerDelay = 400ms;
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
 }
 
@@ -218,12 +181,6 @@ TEST_F(CameraViewTest, ALitPenDoesNotDisturbTheTableNorTheTableThePen) {
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
 }
 
-TEST_F(CameraViewTest, TheFileIsSentToTheUnit) {
-    startAndArm();
-    driver->Nx9inPairing();
-    EXPECT_EQ(tableOf(camera), pairingFile());
-}
-
 TEST_F(CameraViewTest, BothKeysSendTheFileAndEndTheProgramWithStatusZero) {
     camera.information()->wireless = 0;
     startAndArm();
@@ -235,59 +192,27 @@ TEST_F(CameraViewTest, BothKeysSendTheFileAndEndTheProgramWithStatusZero) {
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("remove"));
 }
 
-TEST_F(CameraViewTest, AUnitThatLeavesWhileItIsSentToEndsTheProgramAllTheSame) {
-    camera.information()->wireless = 0;
-    startAndArm();
-    pressBothKeys();
-    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{'S'}, .occurrence = 6};
-    run(10s);
-    EXPECT_EQ(turnTaking.exitStatus(), 0);
-    const auto table = tableOf(camera);
-    const auto file = pairingFile();
-    EXPECT_TRUE(std::equal(table.begin(), table.begin() + 6 * 8, file.begin()));
-    EXPECT_NE(table, file);
-}
-
 // The plug, pulled at every step
 
-struct Step {
-    char command; // 0: the settings, of which a picture takes the first two
-    int occurrence;
-    When when;
-    std::size_t replyBytes = 0;
-};
-
-std::vector<Step> steps() {
-    std::vector<Step> steps;
-    const auto add = [&](char command, int occurrence) {
-        for (const When when : {When::beforeCommand, When::afterCommand, When::beforeReply, When::afterReply})
-            steps.push_back({command, occurrence, when});
-        for (const std::size_t bytes : {0u, 1u, 5u, 400u})
-            steps.push_back({command, occurrence, When::midReply, bytes});
-    };
-    add(0, 1);
-    add(0, 2);
-    for (const char pairing : {'R', 'S'})
-        for (const int record : {1, 2, 14})
-            add(pairing, record);
-    return steps;
+// Of the settings a picture takes the first two.
+std::vector<UnplugPoint> pointsOfTheExchanges() {
+    std::vector<UnplugPoint> points;
+    for (const auto& [command, occurrence] :
+         {std::pair('\0', 1), {'\0', 2}, {'R', 1}, {'R', 2}, {'R', 14}, {'S', 1}, {'S', 2}, {'S', 14}})
+        for (const UnplugPoint& point : unplugPoints(command, occurrence, {0, 1, 5, 400}))
+            points.push_back(point);
+    return points;
 }
 
-class PulledPlugTest : public CameraViewTest, public testing::WithParamInterface<Step> {
+class PulledPlugTest : public CameraViewTest, public testing::WithParamInterface<UnplugPoint> {
 protected:
     void exchange() {
-        if (GetParam().command == 'R')
+        if (*GetParam().command == 'R')
             driver->Nx9commd('R');
-        else if (GetParam().command == 'S')
+        else if (*GetParam().command == 'S')
             driver->Nx9inPairing();
         else
             driver->previewImage();
-    }
-    UnplugPoint point() const {
-        return {.command = static_cast<std::uint8_t>(GetParam().command),
-                .occurrence = GetParam().occurrence,
-                .when = GetParam().when,
-                .replyBytes = GetParam().replyBytes};
     }
 };
 
@@ -295,15 +220,12 @@ TEST_P(PulledPlugTest, EndsTheExchangeAndTheNextArrivalWorks) {
     startAndArm();
     const auto before = driver->previewImage();
     ASSERT_NE(before, nullptr);
-    camera.faults()->unplug = point();
+    camera.faults()->unplug = GetParam();
     exchange();
     run(1s);
     EXPECT_FALSE(driver->imageProcessMode());
     camera.faults()->unplug.reset();
-    camera.unplug();
-    run(1s);
-    camera.plug();
-    run(100ms);
+    replug(camera);
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
     const auto file = desk.dataFiles.contents(kFile);
     EXPECT_TRUE(file == pairingFile() || file == tableOf(camera)) << "never a part of it";
@@ -312,14 +234,7 @@ TEST_P(PulledPlugTest, EndsTheExchangeAndTheNextArrivalWorks) {
     EXPECT_THAT(driver->previewImage(), testing::Pointee(*before)) << "nothing has moved";
 }
 
-std::string nameOf(const testing::TestParamInfo<Step>& step) {
-    constexpr const char* kWhen[]{"Before", "After", "BeforeReply", "MidReply", "AfterReply"};
-    const std::string command = step.param.command ? std::string(1, step.param.command) : "Picture";
-    return command + std::to_string(step.param.occurrence) +
-           kWhen[static_cast<std::size_t>(step.param.when)] + std::to_string(step.param.replyBytes);
-}
-
-INSTANTIATE_TEST_SUITE_P(, PulledPlugTest, testing::ValuesIn(steps()), nameOf);
+INSTANTIATE_TEST_SUITE_P(, PulledPlugTest, testing::ValuesIn(pointsOfTheExchanges()), nameOfUnplugPoint);
 
 TEST_F(CameraViewTest, APlugThatIsPulledInTheLightTestEndsTheOpening) {
     start();
@@ -333,8 +248,7 @@ TEST_F(CameraViewTest, APlugThatIsPulledInTheLightTestEndsTheOpening) {
         EXPECT_EQ(desk.registry.liveObjects(), 5U) << "the event service and four iterators";
     }
     camera.strayLight(std::nullopt);
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_TRUE(touchWorks(camera, {301, 622}));
 }
 

@@ -21,11 +21,8 @@ protected:
     static void deleteUnused() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
     // The key windows that the driver has made, oldest first.
     static std::vector<QPointer<ChTwoPoint>> made() {
-        std::vector<QPointer<ChTwoPoint>> found;
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* window = dynamic_cast<ChTwoPoint*>(widget))
-                found.emplace_back(window);
-        return found;
+        const auto found = topWindows<ChTwoPoint>();
+        return {found.begin(), found.end()};
     }
     // Which of Z, Delete, C and Escape count as pressed, as the last line says.
     std::string flags() const {

@@ -86,6 +86,7 @@ TEST_F(CheckViewTest, ARequestDiesWithItsPanelAndDoesNotHoldBackTheNextUnitsPen)
     passOn(200, 100);
     driver->deviceDidRemove(0);
     runMainLoop();
+    EXPECT_FALSE(panel());
     unitAnswers.sightings = 0;
     driver->deviceDidAdd(0);
     turnTaking.nextTurn();

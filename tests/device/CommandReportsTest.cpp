@@ -24,26 +24,7 @@ Bytes settingsCommand(const CameraSettings& settings) {
     return command;
 }
 
-// The control byte when nothing but this setting differs from "all off, filter in, unit not new".
-int controlByte(void (*change)(CameraSettings&)) {
-    CameraSettings settings;
-    settings.IRFilterGrounded = true;
-    change(settings);
-    return settingsCommand(settings)[1];
-}
-
 // Settings
-
-TEST(CommandReportsTest, EachSettingHasItsBitInTheControlByte) {
-    EXPECT_EQ(controlByte([](CameraSettings&) {}), 0x40);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.imageProcessMode = true; }), 0x41);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.imageShrinkTrigger = true; }), 0x42);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.IRFilterGrounded = false; }), 0x44);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.maskCalibration = true; }), 0x48);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.mask = true; }), 0x50);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.brightness = true; }), 0x60);
-    EXPECT_EQ(controlByte([](CameraSettings& s) { s.unitJustAdded = true; }), 0xC0);
-}
 
 TEST(CommandReportsTest, ControlBitsAddUp) {
     const CameraSettings all{.imageProcessMode = true,

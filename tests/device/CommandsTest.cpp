@@ -131,11 +131,9 @@ TEST_F(CommandsTest, TheFilterIsRemovedAndPutBack) {
 }
 
 TEST_F(CommandsTest, OnlyTheTwoProductsAreUnits) {
-    ScriptedUnit::Shape shape;
     for (const auto& [product, isUnit] : {std::pair{1, true}, {2, true}, {3, false}}) {
         unit.unplug();
-        shape.product = product;
-        unit.reshape(shape);
+        unit.reshape({.product = product});
         unit.plugIn();
         EXPECT_EQ(driver->isDevicePlugIn(), isUnit) << product;
     }

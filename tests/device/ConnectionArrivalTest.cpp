@@ -223,9 +223,7 @@ protected:
         driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
         plugIn();
         heard();
-        ScriptedUnit::Shape shape;
-        shape.product = 2;
-        second.emplace(desk, shape);
+        second.emplace(desk, ScriptedUnit::Shape{.product = 2});
         second->plugIn();
         run(seconds(3));
     }

@@ -153,10 +153,7 @@ TEST_F(ConnectionStartTest, OnlyAStartWithAUnitLooksForLightAgain) {
 }
 
 TEST_F(ConnectionStartTest, ASecondProductIsOpenedToo) {
-    ScriptedUnit::Shape shape;
-    shape.product = 2;
-    shape.interfaces = {0, 1, 2, 3};
-    unit.reshape(shape);
+    unit.reshape({.product = 2, .interfaces = {0, 1, 2, 3}});
     startWithUnit();
     EXPECT_EQ(turnTaking.running(), 1);
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
@@ -182,9 +179,7 @@ TEST_F(ConnectionStartTest, TheKeyWindowNeedsNoUnitOnlyTheKnowledgeOfAWiredOne) 
 // Starts that fail, and the wait for the thread
 
 TEST_F(ConnectionStartTest, WithoutItsHIDServiceAUnitIsNotWaitedFor) {
-    ScriptedUnit::Shape shape;
-    shape.interfaces = {0};
-    unit.reshape(shape);
+    unit.reshape({.interfaces = {0}});
     startWithUnit();
     EXPECT_TRUE(matchesTranscript("start_without_hid_service"));
     EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());

@@ -254,21 +254,6 @@ TEST_F(FlashReadTest, AFailedAcknowledgeKeepsTheInformationThatWasRead) {
     }
 }
 
-TEST_F(FlashReadTest, AUnitThatLeavesInAnyPauseEndsTheRead) {
-    for (int pause = 1; pause <= 5; ++pause) {
-        replug();
-        replies = longAnswers();
-        atPauses([&](int number, Microseconds) {
-            if (number == pause)
-                unit.unplug();
-        });
-        EXPECT_EQ(readFlash(), nullptr) << pause;
-        desk.clock.onSleep = nullptr;
-        // Its last answer may still be taken; then a send fails.
-        EXPECT_LE(unit.takeSent().size(), static_cast<std::size_t>(pause)) << pause;
-    }
-}
-
 TEST_F(FlashReadTest, AUnitThatLeavesInsteadOfAnsweringEndsTheRead) {
     for (int command = 1; command <= 6; ++command) {
         replug();

@@ -37,9 +37,7 @@ protected:
     // The cookie of a unit with these elements.
     IOHIDElementCookie cookieOf(long reportID, std::vector<PropertyDictionary> elements) {
         unplug();
-        ScriptedUnit::Shape shape;
-        shape.elements = std::move(elements);
-        unit.reshape(shape);
+        unit.reshape({.elements = std::move(elements)});
         openInterface();
         return driver->inputReportElementCookieFromReportID(reportID);
     }
@@ -78,15 +76,14 @@ TEST_F(HIDInterfaceTest, ThePenInterfaceIsFoundAndItsReferenceIsTheCallers) {
 class InterfaceOrderTest : public HIDInterfaceTest, public testing::WithParamInterface<std::vector<int>> {};
 
 TEST_P(InterfaceOrderTest, InterfaceThreeIsTakenWhereverItIsListed) {
-    ScriptedUnit::Shape shape;
-    shape.interfaces = GetParam();
-    unit.reshape(shape);
+    const std::vector<int>& interfaces = GetParam();
+    unit.reshape({.interfaces = interfaces});
     plugIn();
     EXPECT_EQ(foundPath(), "IOService:/unit/IOUSBInterface@3");
     // Half a second for each interface that is looked at, and no look beyond the third.
-    const auto third = std::find(shape.interfaces.begin(), shape.interfaces.end(), 3);
+    const auto third = std::find(interfaces.begin(), interfaces.end(), 3);
     EXPECT_EQ(desk.clock.takeSleeps(),
-              std::vector<Microseconds>(static_cast<std::size_t>(third - shape.interfaces.begin()) + 1,
+              std::vector<Microseconds>(static_cast<std::size_t>(third - interfaces.begin()) + 1,
                                         std::chrono::milliseconds(500)));
     unplug();
     EXPECT_EQ(desk.registry.liveObjects(), objectsBefore) << "the others were released";

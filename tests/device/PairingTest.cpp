@@ -143,16 +143,6 @@ TEST_F(PairingTest, WithoutAFileNothingIsSaved) {
     EXPECT_EQ(file(), kOldFile);
 }
 
-class PairingPenTest : public UnitFixture {
-protected:
-    PairingPenTest() {
-        driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
-        start();
-        plugIn();
-        arm();
-    }
-};
-
 class LeavingUnitTest : public PairingTest, public testing::WithParamInterface<int> {
 protected:
     LeavingUnitTest() {
@@ -282,19 +272,6 @@ TEST_F(PairingTest, TheEndOfTheProgramEndsTheSending) {
     endAt(6, [this] { desk.runLoop.terminate(0); });
     driver->Nx9inPairing();
     EXPECT_THAT(received, SizeIs(6));
-}
-
-// With the point thread, which polls while the table is read.
-TEST_F(PairingPenTest, RecordsAreNoTouches) {
-    unitAnswers.then = [this](const SentReport& report) {
-        if (report.bytes[0] == 'R') // could be a spot at (256 + the record's number, 770)
-            unit.sendReport(withRecord('R', report.bytes[1], {0x01, 0x02, 0x03, 0, 0, 0, 0, 0}));
-        return kIOReturnSuccess;
-    };
-    driver->Nx9commd('R');
-    run(milliseconds(100));
-    EXPECT_THAT(deedsWith("press"), IsEmpty());
-    EXPECT_THAT(passOn(penReport(401, 302)), Contains("press 401 302"));
 }
 
 } // namespace

@@ -35,11 +35,9 @@ protected:
     }
     // The window that the driver has made; null where there is none.
     static ChTwoPoint* keyWindow() {
-        ChTwoPoint* found = nullptr;
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* window = dynamic_cast<ChTwoPoint*>(widget); window && window->isVisible())
-                found = window;
-        return found;
+        const auto made = topWindows<ChTwoPoint>();
+        const auto shown = std::find_if(made.begin(), made.end(), [](auto* one) { return one->isVisible(); });
+        return shown == made.end() ? nullptr : *shown;
     }
 
     const bool application = ensureOffscreenApplication();

@@ -136,9 +136,7 @@ TEST_F(PointThreadTest, AnErrorIsToldOnEachPassAndReleasesTheStroke) {
 class PointThreadLengthTest : public PointThreadTest, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(PointThreadLengthTest, SilenceWithThePenDownIsAPenUp) {
-    ScriptedUnit::Shape shape;
-    shape.inputLength = GetParam();
-    unit.reshape(shape);
+    unit.reshape({.inputLength = GetParam()});
     openArmed();
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
@@ -153,9 +151,7 @@ INSTANTIATE_TEST_SUITE_P(, PointThreadLengthTest, testing::Values(8, 32, 300, 80
 // Pictures and pairing records come as reports, and are no touches
 
 TEST_F(PointThreadTest, PixelsAreNoTouches) {
-    ScriptedUnit::Shape shape;
-    shape.inputLength = 804;
-    unit.reshape(shape);
+    unit.reshape({.inputLength = 804});
     openArmed();
     run(milliseconds(50));
     passOn(1001, 601); // the picture begins with the pen down

@@ -195,15 +195,6 @@ TEST_F(PictureAndPenTest, PixelsAreNoTouches) {
     }
 }
 
-// The first command takes effect at once; nothing of the stroke comes back behind the picture.
-TEST_F(PictureAndPenTest, AStrokeUnderWayIsReleasedWhenAPictureIsFetched) {
-    EXPECT_THAT(passOn(penReport(401, 302)), Contains("press 401 302"));
-    happened.clear();
-    EXPECT_THAT(driver->previewImage(), Pointee(wholeImage()));
-    run(milliseconds(200));
-    EXPECT_THAT(pointer(), ElementsAre("release 401 302"));
-}
-
 TEST_F(PictureAndPenTest, PollsAreEmptyInImageMode) {
     unit.queue(4)->notesPolls = true;
     driver->setImageProcessMode(true);

@@ -98,14 +98,6 @@ protected:
     }
 };
 
-TEST_F(RunningQueuesTest, AThreadThatIsLeftHasTheWaitForItsSuccessorToEndIn) {
-    EXPECT_EQ(turnTaking.running(), 1);
-    driver->setUpPointQueue();
-    turnTaking.nextTurn();
-    EXPECT_EQ(turnTaking.running(), 1);
-    EXPECT_THAT(desk.threads.entries, SizeIs(2));
-}
-
 TEST_F(RunningQueuesTest, StoppingStopsThePointsQueueAndStartingStartsWhatThereIs) {
     driver->stopPointQueue();
     EXPECT_THAT(unit.takeOperations(), ElementsAre("queue4.stop()"));

@@ -28,14 +28,6 @@ TEST_F(StartHIDModeTest, TheWholeWay) {
     EXPECT_THAT(desk.threads.entries, SizeIs(1));
 }
 
-TEST_F(StartHIDModeTest, TheCalibrationIsKept) {
-    unitAnswers.records = calibratedRecords();
-    open();
-    EXPECT_THAT(*driver->calibrationPointsFromFlash(),
-                ElementsAre(CameraPoint{210, 140}, CameraPoint{2330, 161}, CameraPoint{233, 1709},
-                            CameraPoint{2291, 1688}, CameraPoint{1792, 0}, CameraPoint{256, 4661}));
-}
-
 TEST_F(StartHIDModeTest, WhereItMayEnd) {
     driver->startHIDMode(); // without a unit
     desk.registry.publish({"IOHIDDevice",
@@ -55,10 +47,7 @@ TEST_F(StartHIDModeTest, WhereItMayEnd) {
 }
 
 TEST_F(StartHIDModeTest, AServiceWithoutElementsIsOpenedWithCookieZero) {
-    ScriptedUnit::Shape shape;
-    shape.cookie = 0;
-    shape.elements = {{{{"ReportID", "0"}}}};
-    unit.reshape(shape);
+    unit.reshape({.cookie = 0, .elements = {{{{"ReportID", "0"}}}}});
     open();
     EXPECT_THAT(unit.takeOperations(), Contains("queue1.addElement(0, 0)"));
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), IsEmpty());

@@ -18,12 +18,7 @@ class StrayLightCheckTest : public EmulatedUnitFixture {
 protected:
     ~StrayLightCheckTest() override { driver->Nx9windowrelease(); }
 
-    static FloatPanel* panel() {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* found = dynamic_cast<FloatPanel*>(widget))
-                return found;
-        return nullptr;
-    }
+    static FloatPanel* panel() { return topWindow<FloatPanel>(); }
     // The lines of what is drawn within a second.
     std::vector<std::string> drawnMeanwhile() {
         log.clear();
@@ -61,23 +56,6 @@ TEST_F(StrayLightCheckTest, TheMarkerFollowsTheLightUntilThePenWorksAgain) {
     EXPECT_EQ(panel(), nullptr);
     EXPECT_THAT(deviceDelegate->takeHeard(), Contains("add"));
     run(seconds(2));
-    EXPECT_TRUE(touchWorks(camera, {400, 300}));
-}
-
-TEST_F(StrayLightCheckTest, AUnitThatLeavesTakesThePanelAlong) {
-    CameraUnit& camera = addCamera();
-    calibrate(camera);
-    camera.strayLight(CameraPoint{705, 430});
-    camera.plug();
-    start();
-    ASSERT_TRUE(panel());
-    camera.unplug();
-    run(seconds(2));
-    EXPECT_EQ(panel(), nullptr);
-    camera.strayLight(std::nullopt);
-    camera.plug();
-    run(seconds(8));
-    EXPECT_EQ(panel(), nullptr);
     EXPECT_TRUE(touchWorks(camera, {400, 300}));
 }
 

@@ -44,10 +44,7 @@ TEST_F(StrayLightPathTest, PicturesAreNoPoints) {
 TEST_F(StrayLightPathTest, TheKeyWindowLetsTheMouseThroughWhateverThePen) {
     unitAnswers.wireless = 0;
     openShowing();
-    const ChTwoPoint* keyWindow = nullptr;
-    for (const QWidget* widget : QApplication::topLevelWidgets())
-        if (const auto* found = dynamic_cast<const ChTwoPoint*>(widget))
-            keyWindow = found;
+    const ChTwoPoint* keyWindow = topWindow<ChTwoPoint>();
     ASSERT_TRUE(keyWindow);
     pass();
     runMainLoop();

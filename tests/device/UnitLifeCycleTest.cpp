@@ -10,17 +10,26 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class UnitLifeCycleTest : public EmulatedUnitFixture {};
+class UnitLifeCycleTest : public EmulatedUnitFixture {
+protected:
+    // A driver that starts with a calibrated unit; before that, the unit is made so.
+    CameraUnit& startCalibrated(
+        std::size_t reportLength = 804, const std::function<void(CameraUnit&)>& make = [](CameraUnit&) {}) {
+        CameraUnit& camera = addCamera(reportLength);
+        calibrate(camera);
+        make(camera);
+        camera.plug();
+        start();
+        return camera;
+    }
+};
 
 // Report lengths
 
 class UnitLifeCycleLengthTest : public UnitLifeCycleTest, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(UnitLifeCycleLengthTest, FromThePlugToAPress) {
-    CameraUnit& camera = addCamera(GetParam());
-    calibrate(camera);
-    camera.plug();
-    start();
+    CameraUnit& camera = startCalibrated(GetParam());
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), SizeIs(6));
     EXPECT_EQ(knownPoints(), flashPoints(camera));
     EXPECT_EQ(driver->venerPointsFromFlash(), 0x35);
@@ -36,10 +45,7 @@ INSTANTIATE_TEST_SUITE_P(, UnitLifeCycleLengthTest, testing::Values(32, 64, 300,
                          [](const auto& parameter) { return "length" + std::to_string(parameter.param); });
 
 TEST_F(UnitLifeCycleTest, EightBytesCutTheRecordsButNotThePen) {
-    CameraUnit& camera = addCamera(8);
-    calibrate(camera);
-    camera.plug();
-    start();
+    CameraUnit& camera = startCalibrated(8);
     const auto known = knownPoints();
     const auto stored = flashPoints(camera);
     ASSERT_THAT(known, SizeIs(4));
@@ -56,17 +62,13 @@ TEST_F(UnitLifeCycleTest, AnEmptyFlashIsFilledAndReadBackAfterAReplug) {
     CameraUnit& camera = addCamera();
     camera.information()->OPmode = 3;
     start();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), IsEmpty());
     EXPECT_EQ(camera.firmware()->operatingModeAcknowledges(), 1);
     const auto written = std::make_shared<const PointList>(
         PointList{{301.7, 199.2}, {2400, 250}, {280, 1801}, {2300.5, 1700}});
     EXPECT_TRUE(driver->writeCalibrationToFlash(written));
-    camera.unplug();
-    run(1s);
-    camera.plug();
-    run(100ms);
+    replug(camera);
     EXPECT_THAT(knownPoints(), ElementsAre(CameraPoint{301, 199}, CameraPoint{2400, 250},
                                            CameraPoint{280, 1801}, CameraPoint{2300, 1700}));
     EXPECT_EQ(flashPoints(camera), knownPoints());
@@ -74,16 +76,10 @@ TEST_F(UnitLifeCycleTest, AnEmptyFlashIsFilledAndReadBackAfterAReplug) {
 }
 
 TEST_F(UnitLifeCycleTest, AnErasedFlashIsEmptyAfterAReplug) {
-    CameraUnit& camera = addCamera();
-    calibrate(camera);
-    camera.plug();
-    start();
+    CameraUnit& camera = startCalibrated();
     driver->eraseFlashAddress();
     EXPECT_FALSE(camera.flash()->calibrated());
-    camera.unplug();
-    run(1s);
-    camera.plug();
-    run(100ms);
+    replug(camera);
     EXPECT_THAT(*driver->calibrationPointsFromFlash(), IsEmpty());
 }
 
@@ -104,68 +100,22 @@ TEST_F(UnitLifeCycleTest, ASettingsUpdateAfterACalibrationKeepsTheNewOne) {
                                                  CameraPoint{15, 1816}, CameraPoint{2417, 1718}));
 }
 
-// Pictures and the pairing table, while the pen is on the screen
-
-TEST_F(UnitLifeCycleTest, APictureReleasesThePenAndItsPixelsAreNoTouches) {
-    CameraUnit& camera = addCamera();
-    calibrate(camera);
-    camera.plug();
-    start();
-    ASSERT_TRUE(touchWorks(camera, {640, 400}));
-    camera.touch({640, 400});
-    run(300ms);
-    happened.clear();
-    ASSERT_TRUE(driver->previewImage());
-    EXPECT_THAT(happened.takeDeeds(), testing::Contains(testing::StartsWith("release ")).Times(1));
-    camera.lift();
-    EXPECT_TRUE(touchWorks(camera, {300, 500}));
-}
-
-TEST_F(UnitLifeCycleTest, ThePairingTableIsNoTouch) {
-    CameraUnit& camera = addCamera();
-    calibrate(camera);
-    camera.plug();
-    start();
-    ASSERT_TRUE(touchWorks(camera, {640, 400}));
-    desk.dataFiles.put("NX9_Wireless.bin", std::nullopt);
-    happened.clear();
-    driver->Nx9commd('R');
-    EXPECT_EQ(desk.dataFiles.contents("NX9_Wireless.bin")->size(), 112u);
-    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
-    EXPECT_TRUE(touchWorks(camera, {300, 500}));
-}
-
 // Light during the read
 
-TEST_F(UnitLifeCycleTest, APenThatIsLitDuringTheReadIsNoCalibration) {
-    CameraUnit& camera = addCamera(32);
-    calibrate(camera);
-    camera.touch({640, 400});
-    camera.plug();
-    start();
-    EXPECT_EQ(knownPoints(), flashPoints(camera));
-}
+class LightDuringTheReadTest : public UnitLifeCycleTest, public testing::WithParamInterface<bool> {};
 
-TEST_F(UnitLifeCycleTest, NorWithAUnitThatDoesNotKeepQuiet) {
-    CameraUnit& camera = addCamera(32);
-    calibrate(camera);
-    camera.behaviour()->quietAroundCommands = false;
-    camera.touch({640, 400});
-    camera.plug();
-    start();
+TEST_P(LightDuringTheReadTest, IsNoCalibration) {
+    CameraUnit& camera = startCalibrated(32, [](CameraUnit& made) {
+        made.behaviour()->quietAroundCommands = GetParam();
+        made.touch({640, 400});
+    });
     EXPECT_EQ(knownPoints(), flashPoints(camera));
     EXPECT_EQ(EventGeneratorNX7::wirelessPointsFromFlash(), 1);
 }
 
-TEST_F(UnitLifeCycleTest, SlowAnswersAreWaitedFor) {
-    CameraUnit& camera = addCamera(32);
-    calibrate(camera);
-    camera.faults()->extraAnswerDelay = 700ms;
-    camera.plug();
-    start();
-    EXPECT_EQ(knownPoints(), flashPoints(camera));
-    EXPECT_TRUE(touchWorks(camera, {640, 400}));
-}
+INSTANTIATE_TEST_SUITE_P(, LightDuringTheReadTest, testing::Bool(), [](const auto& parameter) {
+    return parameter.param ? "OfAQuietUnit" : "OfOneThatDoesNotKeepQuiet";
+});
 
 TEST_F(UnitLifeCycleTest, ASilentUnitIsWaitedForUntilItIsPulled) {
     CameraUnit& camera = addCamera(32);
@@ -179,8 +129,7 @@ TEST_F(UnitLifeCycleTest, ASilentUnitIsWaitedForUntilItIsPulled) {
     EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
     camera.faults()->silent = false;
     calibrate(camera);
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_TRUE(touchWorks(camera, {200, 300}));
 }
 

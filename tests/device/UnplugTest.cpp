@@ -46,71 +46,46 @@ protected:
 
 // In the exchanges of the opening
 
-struct Step {
-    char command;
-    int occurrence;
-    When when;
-    std::size_t replyBytes = 0;
-};
-
-std::vector<Step> stepsOfTheOpening() {
-    std::vector<Step> steps;
-    for (int request = 1; request <= 4; ++request) {
-        for (const When when : {When::beforeCommand, When::afterCommand, When::beforeReply, When::afterReply})
-            steps.push_back({'H', request, when});
-        for (const std::size_t bytes : {0u, 1u, 5u, 31u})
-            steps.push_back({'H', request, When::midReply, bytes});
+std::vector<UnplugPoint> pointsOfTheOpening() {
+    std::vector<UnplugPoint> points;
+    for (int request = 1; request <= 4; ++request)
+        for (const UnplugPoint& point : unplugPoints('H', request, {0, 1, 5, 31}))
+            points.push_back(point);
+    for (const char acknowledge : {'W', 'T'}) { // which have no reply
+        const auto all = unplugPoints(acknowledge, 1, {});
+        points.insert(points.end(), all.begin(), all.begin() + 2);
     }
-    for (const char acknowledge : {'W', 'T'})
-        for (const When when : {When::beforeCommand, When::afterCommand})
-            steps.push_back({acknowledge, 1, when});
-    return steps;
+    return points;
 }
 
-std::string nameOf(const testing::TestParamInfo<Step>& step) {
-    constexpr const char* kWhen[]{"Before", "After", "BeforeReply", "MidReply", "AfterReply"};
-    return step.param.command + std::to_string(step.param.occurrence) +
-           kWhen[static_cast<std::size_t>(step.param.when)] + std::to_string(step.param.replyBytes);
-}
-
-class UnplugStepTest : public UnplugTest, public testing::WithParamInterface<Step> {
-protected:
-    UnplugPoint point() const {
-        return {.command = static_cast<std::uint8_t>(GetParam().command),
-                .occurrence = GetParam().occurrence,
-                .when = GetParam().when,
-                .replyBytes = GetParam().replyBytes};
-    }
-};
+class UnplugStepTest : public UnplugTest, public testing::WithParamInterface<UnplugPoint> {};
 
 TEST_P(UnplugStepTest, OfAnArrivalEndsItAndTheNextOneWorks) {
     start();
-    camera.faults()->unplug = point();
+    camera.faults()->unplug = GetParam();
     camera.plug();
     run(2s);
     expectClosed();
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add", "remove"));
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     EXPECT_THAT(deviceDelegate->takeHeard(), ElementsAre("statMenu", "add"));
     expectOpen();
 }
 
 TEST_P(UnplugStepTest, OfTheStartEndsItAndTheNextArrivalWorks) {
-    camera.faults()->unplug = point();
+    camera.faults()->unplug = GetParam();
     camera.plug();
     start();
     run(2s);
     expectClosed();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     expectOpen();
 }
 
 TEST_P(UnplugStepTest, WithAReplugIsMadeGood) {
     start();
     for (const Microseconds away : {Microseconds(1ms), Microseconds(30ms), Microseconds(1s)}) {
-        UnplugPoint there = point();
+        UnplugPoint there = GetParam();
         there.replugAfter = away;
         camera.faults()->unplug = there;
         camera.plug();
@@ -122,7 +97,7 @@ TEST_P(UnplugStepTest, WithAReplugIsMadeGood) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, UnplugStepTest, testing::ValuesIn(stepsOfTheOpening()), nameOf);
+INSTANTIATE_TEST_SUITE_P(, UnplugStepTest, testing::ValuesIn(pointsOfTheOpening()), nameOfUnplugPoint);
 
 TEST_F(UnplugTest, AnyMomentOfTheOpeningIsMadeGoodByAReplug) {
     start();
@@ -146,8 +121,7 @@ TEST_F(UnplugTest, AWriteEndsWithTheUnitAndTheOldCalibrationStays) {
     const auto points =
         std::make_shared<const PointList>(PointList{{11, 12}, {2413, 14}, {15, 1816}, {2417, 1718}});
     for (int record = 1; record <= 3; ++record) {
-        camera.plug();
-        run(100ms);
+        plugIn(camera);
         const PointListRef before = driver->calibrationPointsFromFlash();
         const auto stored = flashPoints(camera);
         camera.faults()->unplug =
@@ -156,8 +130,7 @@ TEST_F(UnplugTest, AWriteEndsWithTheUnitAndTheOldCalibrationStays) {
         EXPECT_EQ(driver->calibrationPointsFromFlash(), before) << record;
         run(1s);
         expectClosed();
-        camera.plug();
-        run(100ms);
+        plugIn(camera);
         EXPECT_EQ(knownPoints(), flashPoints(camera)) << record;
         EXPECT_EQ(flashPoints(camera) == stored, record < 3)
             << "the unit has both records once the third is missing";
@@ -168,20 +141,17 @@ TEST_F(UnplugTest, AWriteEndsWithTheUnitAndTheOldCalibrationStays) {
 
 TEST_F(UnplugTest, AnEraseOrAnUpdateEndsWithTheUnit) {
     start();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
     driver->updateTwoValueToDevice();
     run(1s);
     expectClosed();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
     driver->eraseFlashAddress();
     run(1s);
     expectClosed();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     expectOpen();
 }
 
@@ -205,17 +175,15 @@ TEST_F(UnplugTest, AnyMomentOfATouchLeavesNoButtonDown) {
         run(3s); // longer than a long press
         EXPECT_THAT(desk.pointer.takePosted(), IsEmpty()) << "no click comes late";
     }
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     expectOpen();
 }
 
-// Loose plugs and second units
+// Loose plugs
 
 TEST_F(UnplugTest, AHundredQuickReplugsEndInOneOpenUnit) {
     start();
-    camera.plug();
-    run(100ms);
+    plugIn(camera);
     deviceDelegate->takeHeard();
     for (int i = 0; i < 100; ++i) {
         camera.unplug();
@@ -227,19 +195,6 @@ TEST_F(UnplugTest, AHundredQuickReplugsEndInOneOpenUnit) {
     // Those that fall into the 50 ms before a removal is reported are one.
     EXPECT_LE(deviceDelegate->takeHeard().size(), 3u * 10) << "they do not cost an opening each";
     EXPECT_EQ(desk.registry.liveObjects(), kObjectsWithoutUnit + 5);
-}
-
-TEST_F(UnplugTest, ASecondUnitDoesNotSilenceTheFirst) {
-    start();
-    camera.plug();
-    run(100ms);
-    UnitDescription description;
-    description.productID = kUnitSecondProductID;
-    description.reportLength = 32;
-    CameraUnit& second = bus.add<CameraUnit>(std::move(description));
-    second.plug();
-    run(100ms);
-    expectOpen();
 }
 
 } // namespace

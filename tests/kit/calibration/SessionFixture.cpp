@@ -3,10 +3,7 @@
 
 #include <utility>
 
-#include <QApplication>
-
 #include "kit/Transcript.h"
-#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 
@@ -139,13 +136,6 @@ void SessionFixture::annotate() {
 void SessionFixture::touchAndWait(CameraPoint point) {
     touch(point);
     desk.runLoop.runFor(kGlide);
-}
-
-KVRCalibrationWindow* SessionFixture::window() {
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        if (auto* found = dynamic_cast<KVRCalibrationWindow*>(widget))
-            return found;
-    return nullptr;
 }
 
 } // namespace lightpen

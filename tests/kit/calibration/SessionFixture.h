@@ -20,6 +20,7 @@
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
 #include "kit/Timeline.h"
+#include "kit/device/OffscreenApplication.h"
 
 namespace lightpen {
 
@@ -68,7 +69,7 @@ protected:
     // A touch, and all that follows, until the next target takes touches.
     void touchAndWait(CameraPoint point);
     // The centre's window; null when there is none.
-    static KVRCalibrationWindow* window();
+    static KVRCalibrationWindow* window() { return topWindow<KVRCalibrationWindow>(); }
     static bool windowIsVisible() { return window() && window()->isVisible(); }
     WindowPoint targetOrigin() const { return center->calibrationTarget()->frame().origin; }
 

@@ -39,12 +39,7 @@ protected:
         drawn();
     }
     // The panel of the check view; null while there is none.
-    static FloatPanel* panel() {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* found = dynamic_cast<FloatPanel*>(widget))
-                return found;
-        return nullptr;
-    }
+    static FloatPanel* panel() { return topWindow<FloatPanel>(); }
     // Draws what the main thread has been asked for: where the marker is, "100.00,390.00" from the bottom
     // left, once for each drawing.
     Deeds drawn() {

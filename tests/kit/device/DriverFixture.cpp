@@ -148,6 +148,17 @@ void DriverFixture::unplug() {
     run(ServiceRegistry::kRemovalDelay);
 }
 
+DriverFixture::Deeds DriverFixture::pass() {
+    happened.clear();
+    turnTaking.nextTurn();
+    return happened.takeDeeds();
+}
+
+DriverFixture::Deeds DriverFixture::passOn(const ReportBytes& report) {
+    unit.sendReport(report);
+    return pass();
+}
+
 void DriverFixture::endThreads() {
     desk.runLoop.terminate(0);
     if (turnTaking.finish(std::chrono::minutes(10)))

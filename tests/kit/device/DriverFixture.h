@@ -125,6 +125,10 @@ protected:
     void unplug();
     // Runs the main loop; the point thread makes its passes meanwhile.
     void run(Microseconds duration) { desk.runLoop.runFor(duration); }
+    // What one pass of the point thread does. The main thread waits for its end, and performs nothing.
+    Deeds pass();
+    // A pass that finds this report.
+    Deeds passOn(const ReportBytes& report);
     // What is performed on the main thread now.
     void runMainLoop() { desk.runLoop.runPending(); }
     // Ends the point thread. A fixture calls it before it takes away what the thread uses.

@@ -21,6 +21,31 @@ private:
 
 } // namespace
 
+std::vector<UnplugPoint> unplugPoints(char command, int occurrence,
+                                      std::initializer_list<std::size_t> replyBytes) {
+    using When = UnplugPoint::When;
+    UnplugPoint point{.command = static_cast<std::uint8_t>(command), .occurrence = occurrence};
+    std::vector<UnplugPoint> points;
+    for (const When when : {When::beforeCommand, When::afterCommand, When::beforeReply, When::afterReply}) {
+        point.when = when;
+        points.push_back(point);
+    }
+    point.when = When::midReply;
+    for (const std::size_t bytes : replyBytes) {
+        point.replyBytes = bytes;
+        points.push_back(point);
+    }
+    return points;
+}
+
+std::string nameOfUnplugPoint(const testing::TestParamInfo<UnplugPoint>& point) {
+    constexpr const char* kWhen[]{"Before", "After", "BeforeReply", "MidReply", "AfterReply"};
+    const std::uint8_t command = *point.param.command;
+    return (command ? std::string(1, static_cast<char>(command)) : "Picture") +
+           std::to_string(point.param.occurrence) + kWhen[static_cast<std::size_t>(point.param.when)] +
+           std::to_string(point.param.replyBytes);
+}
+
 EmulatedUnitFixture::EmulatedUnitFixture() {
     desk.desktop.frame = ScreenRect{{0, 0}, kScreen};
     desk.clock.onSleep = [this](Microseconds) { bus.advance(desk.clock.now()); };
@@ -42,6 +67,17 @@ CameraUnit& EmulatedUnitFixture::addCamera(std::size_t reportLength) {
 void EmulatedUnitFixture::calibrate(CameraUnit& camera) {
     camera.flash()->store(camera.seen({100, 80}), camera.seen({1180, 80}), camera.seen({100, 720}),
                           camera.seen({1180, 720}));
+}
+
+void EmulatedUnitFixture::plugIn(CameraUnit& camera) {
+    camera.plug();
+    run(100ms);
+}
+
+void EmulatedUnitFixture::replug(CameraUnit& camera) {
+    camera.unplug();
+    run(1s);
+    plugIn(camera);
 }
 
 testing::AssertionResult EmulatedUnitFixture::touchWorks(CameraUnit& camera, ScreenPoint place) {

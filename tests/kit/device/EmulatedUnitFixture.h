@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <initializer_list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "kit/device/DriverFixture.h"
@@ -9,6 +11,13 @@
 #include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
+
+// Each moment of this command's exchange at which its plug may be pulled; a reply may break off behind so
+// many bytes.
+std::vector<UnplugPoint> unplugPoints(char command, int occurrence,
+                                      std::initializer_list<std::size_t> replyBytes);
+// For a test's name: "H1MidReply5".
+std::string nameOfUnplugPoint(const testing::TestParamInfo<UnplugPoint>& point);
 
 // The driver with camera units in software, in virtual time: the units, and the point thread, do whatever is
 // due while somebody sleeps, polls, or waits in the loop.
@@ -23,6 +32,9 @@ protected:
     CameraUnit& addCamera(std::size_t reportLength = 804);
     // Stores a calibration in its flash.
     static void calibrate(CameraUnit& camera);
+    // Plugs it in, with its arrival reported and the unit open at the end; and pulls it before that.
+    void plugIn(CameraUnit& camera);
+    void replug(CameraUnit& camera);
     // Touches here once the pointer follows the pen; whether one press and one release came of it, and
     // everything within a pixel of the touch.
     testing::AssertionResult touchWorks(CameraUnit& camera, ScreenPoint place);

@@ -45,17 +45,7 @@ protected:
         plugIn();
         turnTaking.nextTurn();
     }
-    // What one pass of the point thread does. The main thread waits for its end, and performs nothing.
-    Deeds pass() {
-        happened.clear();
-        turnTaking.nextTurn();
-        return happened.takeDeeds();
-    }
-    // A pass that finds this report.
-    Deeds passOn(const ReportBytes& report) {
-        unit.sendReport(report);
-        return pass();
-    }
+    using DriverFixture::passOn;
     Deeds passOn(int x, int y) { return passOn(penReport(x, y)); }
     // A pass that finds a spot which is mapped to this screen point.
     Deeds passOnScreen(double x, double y) {

@@ -78,13 +78,6 @@ void UnitFixture::arm() {
     forget();
 }
 
-UnitFixture::Deeds UnitFixture::passOn(const ReportBytes& report) {
-    happened.clear();
-    unit.sendReport(report);
-    turnTaking.nextTurn();
-    return happened.takeDeeds();
-}
-
 void UnitFixture::failSends(int first, IOReturn result, int count) {
     unitAnswers.then = [=, sends = 0](const SentReport&) mutable {
         ++sends;

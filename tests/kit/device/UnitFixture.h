@@ -38,8 +38,6 @@ protected:
     void startNoThreads() { desk.threads.onDetach = nullptr; }
     // Passes of the point thread until the pen is heard.
     void arm();
-    // A pass that finds this report, and what it posts.
-    Deeds passOn(const ReportBytes& report);
     // Fails the sends from this one on, counted from 1, or only that many of them.
     void failSends(int first, IOReturn result, int count = 1'000'000);
     // Asks the loop for this after a while.
