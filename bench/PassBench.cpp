@@ -15,7 +15,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "linux_desktop/process/StderrLog.h"
 #include "matching/RBIOServiceMatchingServer.h"
-#include "platform/ReportQueue.h"
+#include "platform/ReportFanOut.h"
 #include "platform/UnitIdentifiers.h"
 
 namespace lightpen::bench {
@@ -114,7 +114,7 @@ public:
     IOReturn close() override { return kIOReturnSuccess; }
     IOHIDQueueRef allocQueue() override {
         return fanOuts_.emplace_back(std::make_unique<ReportFanOut>(clock_, kCookie, kReportLength))
-            ->addQueue();
+            ->add(std::make_shared<IOHIDQueueInterface>());
     }
     IOReturn setReport(IOHIDReportType, std::uint32_t, std::span<const std::uint8_t> report,
                        std::uint32_t) override {
@@ -130,15 +130,6 @@ private:
     Clock& clock_;
     std::vector<std::unique_ptr<ReportFanOut>> fanOuts_;
     ReportFanOut* pen_ = nullptr;
-};
-
-class PlugIn final : public IOCFPlugInInterface {
-public:
-    explicit PlugIn(IOHIDDeviceInterfaceRef unit) : unit_(std::move(unit)) {}
-    IOHIDDeviceInterfaceRef queryInterface() override { return unit_; }
-
-private:
-    const IOHIDDeviceInterfaceRef unit_;
 };
 
 // A driver with a unit, a calibration, and a point thread whose passes are made by hand.
@@ -184,7 +175,7 @@ public:
 private:
     void publish(const char* className, PropertyDictionary properties) {
         desk_.registry.publish({className, "IOService:/unit/IOUSBInterface@3", std::move(properties),
-                                std::make_shared<PlugIn>(unit_)});
+                                [unit = unit_] { return unit; }});
     }
 
     WritingPointer pointer_;

@@ -22,7 +22,7 @@ constexpr Microseconds kDropPause = milliseconds(100);
 // The USB device of a unit that is there; empty when there is no unit. A unit that is pulled and plugged in
 // again is another device.
 IOObject presentUnit() {
-    IORegistry& registry = Platform::current().registry;
+    ServiceRegistry& registry = Platform::current().registry;
     const mach_port_t port = RBIOServiceMatchingServer::defaultServer().masterPort();
     for (const std::int32_t product : {kUnitFirstProductID, kUnitSecondProductID}) {
         const auto matching =

@@ -15,8 +15,8 @@
 #include "device/Protocols.h"
 #include "device/Reports.h"
 #include "platform/IOHID.h"
-#include "platform/IORegistry.h"
 #include "platform/PointerEvents.h"
+#include "platform/ServiceRegistry.h"
 #include "platform/Shared.h"
 #include "platform/Time.h"
 

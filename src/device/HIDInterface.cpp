@@ -99,12 +99,12 @@ IOObject EventGeneratorNX7::getOruHWService() {
 }
 
 void EventGeneratorNX7::createHIDDeviceInterface() {
-    IORegistry& registry = Platform::current().registry;
+    ServiceRegistry& registry = Platform::current().registry;
     printText("Event n:2254 Found device type %s\n", registry.IOObjectGetClass(_hidDevice.get()).c_str());
-    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    IOCFPlugInInterface plugIn;
     if (registry.IOCreatePlugInInterfaceForService(_hidDevice.get(), plugIn) != kIOReturnSuccess || !plugIn)
         return;
-    _pphidDeviceInterface = plugIn->queryInterface();
+    _pphidDeviceInterface = plugIn();
     if (_pphidDeviceInterface.load())
         logLine("Event n:2774 create hid interface done.");
     else
@@ -156,7 +156,7 @@ IOHIDElementCookie EventGeneratorNX7::inputReportElementCookieFromReportID(long 
 }
 
 void EventGeneratorNX7::showHIDProperties(io_service_t service) {
-    IORegistry& registry = Platform::current().registry;
+    ServiceRegistry& registry = Platform::current().registry;
     std::string path;
     if (registry.IORegistryEntryGetPath(service, kIOServicePlane, path) == kIOReturnSuccess)
         printText("Event n:2157 [ %s ]\n", path.c_str());

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/IORegistry.h"
+#include "platform/ServiceRegistry.h"
 #include "platform/Platform.h"
 
 namespace lightpen {

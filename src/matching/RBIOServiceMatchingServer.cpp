@@ -122,7 +122,7 @@ std::shared_ptr<IONotificationPort> RBIOServiceMatchingServer::notificationPort(
 // What is there now
 
 bool RBIOServiceMatchingServer::matchUSBDeviceWithVenderID(std::int32_t venderID, std::int32_t productID) {
-    IORegistry& registry = Platform::current().registry;
+    ServiceRegistry& registry = Platform::current().registry;
     const auto matching = matchingDictionaryForUSBDeviceWithVenderID(venderID, productID);
     const IOObject service{registry, registry.IOServiceGetMatchingService(masterPort(), matching)};
     return static_cast<bool>(service);
@@ -132,7 +132,7 @@ bool RBIOServiceMatchingServer::matchUSBDeviceWithVenderID(std::int32_t venderID
 
 IOObject RBIOServiceMatchingServer::arm(std::string_view notificationType, const InvocationRef& invocation,
                                         const MatchingDictionary& matching) {
-    IORegistry& registry = Platform::current().registry;
+    ServiceRegistry& registry = Platform::current().registry;
     io_iterator_t iterator = 0;
     // A failure shows in nothing but an observer that is never called; the iterator is 0 then.
     registry.IOServiceAddMatchingNotification(notificationPort(), notificationType, matching,

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "matching/RBIOServiceMatchingRecord.h"
-#include "platform/IORegistry.h"
+#include "platform/ServiceRegistry.h"
 
 namespace lightpen {
 

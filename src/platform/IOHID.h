@@ -3,9 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/IOReturn.h"
@@ -44,31 +48,57 @@ class IOHIDQueueInterface;
 // Called on the main loop for each report that a queue has taken. The sender is the queue.
 using IOHIDEventCallout = std::function<void(IOReturn result, IOHIDQueueInterface& sender)>;
 
-// An ordered queue of whole input reports. All operations may be called from any thread.
-class IOHIDQueueInterface {
+// An ordered queue of whole input reports, of a fixed depth: the oldest report goes when it is full. A
+// backend pushes from its reader thread; all operations may be called from any thread. A double overrides
+// operations to watch them or to make them fail. It must be owned by a shared pointer.
+class IOHIDQueueInterface : public std::enable_shared_from_this<IOHIDQueueInterface> {
 public:
+    // The drain is called, without any lock held, before each answer of getNextEvent: a backend fetches there
+    // what its reader thread has not come to yet. It may be empty.
+    explicit IOHIDQueueInterface(std::function<void()> drain = {}) : drain_(std::move(drain)) {}
     virtual ~IOHIDQueueInterface() = default;
+    IOHIDQueueInterface(const IOHIDQueueInterface&) = delete;
+    IOHIDQueueInterface& operator=(const IOHIDQueueInterface&) = delete;
+
+    // Takes a report if the queue is created, started and holds the event's element; returns whether it did.
+    bool push(const IOHIDEventStruct& event);
+
     // Yields the source through which the callouts are delivered, once it is attached to the main loop.
-    virtual IOReturn createAsyncEventSource(RunLoopSourceRef& source) = 0;
+    virtual IOReturn createAsyncEventSource(RunLoopSourceRef& source);
     // Sets how many reports the queue holds; a full queue loses its oldest report. No flags are known.
     // kIOReturnBadArgument for a depth of 0.
-    virtual IOReturn create(std::uint32_t flags, std::uint32_t depth) = 0;
+    virtual IOReturn create(std::uint32_t flags, std::uint32_t depth);
     // Ends the queue: it takes no more reports and yields none.
-    virtual IOReturn dispose() = 0;
+    virtual IOReturn dispose();
     // Lets the queue take this element's reports; a queue without elements takes none. Adding twice is adding
     // once; no flags are known.
-    virtual IOReturn addElement(IOHIDElementCookie cookie, std::uint32_t flags) = 0;
-    virtual bool hasElement(IOHIDElementCookie cookie) const = 0;
+    virtual IOReturn addElement(IOHIDElementCookie cookie, std::uint32_t flags);
+    virtual bool hasElement(IOHIDElementCookie cookie) const;
     // Begins to take reports, with an empty queue also when it was running. kIOReturnNotOpen before create.
-    virtual IOReturn start() = 0;
+    virtual IOReturn start();
     // Takes no more reports; those already taken stay.
-    virtual IOReturn stop() = 0;
+    virtual IOReturn stop();
     // Takes the oldest report into event, without waiting whatever the two arguments say (both are 0 in this
     // system). kIOReturnUnderrun when there is none; event is then unchanged.
     virtual IOReturn getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
-                                  std::uint32_t timeoutMs) = 0;
+                                  std::uint32_t timeoutMs);
     // Replaces the callout. One callout is made for each report taken from then on.
-    virtual IOReturn setEventCallout(IOHIDEventCallout callout) = 0;
+    virtual IOReturn setEventCallout(IOHIDEventCallout callout);
+
+private:
+    void performCallout();
+
+    const std::function<void()> drain_;
+    mutable std::mutex mutex_;
+    std::set<IOHIDElementCookie> elements_;
+    std::deque<IOHIDEventStruct> reports_;
+    std::size_t depth_ = 0; // 0: not created
+    bool started_ = false;  // only when created
+    IOHIDEventCallout callout_;
+    RunLoopSourceRef source_;
+    // Callouts that are still owed. One signal at a time is under way, so that a busy unit does not fill the
+    // main loop; more than depth_ are never owed.
+    std::size_t owedCallouts_ = 0;
 };
 
 using IOHIDQueueRef = std::shared_ptr<IOHIDQueueInterface>;
@@ -92,12 +122,8 @@ public:
 
 using IOHIDDeviceInterfaceRef = std::shared_ptr<IOHIDDeviceInterface122>;
 
-// The step between a HID service and its device interface.
-class IOCFPlugInInterface {
-public:
-    virtual ~IOCFPlugInInterface() = default;
-    // The device interface, owned by the caller; null when the service has none.
-    virtual IOHIDDeviceInterfaceRef queryInterface() = 0;
-};
+// The step between a HID service and its device interface: makes one, owned by the caller; null when the
+// service has none.
+using IOCFPlugInInterface = std::function<IOHIDDeviceInterfaceRef()>;
 
 } // namespace lightpen

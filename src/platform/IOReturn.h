@@ -23,6 +23,5 @@ inline constexpr IOReturn kIOReturnNotOpen = ioReturn(0xE00002CD);
 inline constexpr IOReturn kIOReturnTimeout = ioReturn(0xE00002D6);
 // An empty queue: an empty poll, not an error.
 inline constexpr IOReturn kIOReturnUnderrun = ioReturn(0xE00002E7);
-inline constexpr IOReturn kIOReturnNotFound = ioReturn(0xE00002F0);
 
 } // namespace lightpen

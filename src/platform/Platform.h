@@ -5,10 +5,10 @@
 #include "platform/DataFiles.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
-#include "platform/IORegistry.h"
 #include "platform/Notifications.h"
 #include "platform/PointerEvents.h"
 #include "platform/RunLoop.h"
+#include "platform/ServiceRegistry.h"
 #include "platform/Sounds.h"
 #include "platform/SystemUI.h"
 #include "platform/Threads.h"
@@ -19,7 +19,7 @@ namespace lightpen {
 // Everything the system takes from its desktop. Put together once by the process entry, or by a test; the
 // parts are owned by whoever put it together and outlive the system.
 struct Platform {
-    IORegistry& registry;
+    ServiceRegistry& registry;
     PointerEvents& pointer;
     RunLoop& runLoop;
     Clock& clock;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/IORegistry.h"
+#include "platform/ServiceRegistry.h"
 
 namespace lightpen {
 

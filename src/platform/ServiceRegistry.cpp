@@ -10,16 +10,6 @@ namespace {
 
 constexpr mach_port_t kMasterPort = 0x1;
 
-class NotificationPort final : public IONotificationPort {
-public:
-    explicit NotificationPort(std::function<void()> deliver)
-        : source_(std::make_shared<RunLoopSource>(std::move(deliver))) {}
-    RunLoopSourceRef IONotificationPortGetRunLoopSource() override { return source_; }
-
-private:
-    RunLoopSourceRef source_;
-};
-
 bool matches(const ServiceDescription& service, const MatchingDictionary& matching) {
     if (service.className != matching.className)
         return false;
@@ -33,6 +23,30 @@ bool matches(const ServiceDescription& service, const MatchingDictionary& matchi
 }
 
 } // namespace
+
+// Properties and matching
+
+std::string describe(const PropertyDictionary& dictionary) {
+    std::string text = "{";
+    for (const auto& [key, value] : dictionary.entries)
+        text += key + " = " + describe(value) + "; ";
+    return text + "}";
+}
+
+std::string describe(const Property& property) {
+    if (const auto* number = std::get_if<std::int64_t>(&property))
+        return std::to_string(*number);
+    if (const auto* string = std::get_if<std::string>(&property))
+        return *string;
+    std::string text = "(";
+    for (const auto& entry : std::get<std::vector<PropertyDictionary>>(property))
+        text += (text.size() > 1 ? ", " : "") + describe(entry);
+    return text + ")";
+}
+
+MatchingDictionary IOServiceMatching(std::string_view className) {
+    return {std::string(className), {}};
+}
 
 // Objects and references
 
@@ -158,7 +172,7 @@ IOReturn ServiceRegistry::IORegistryEntryGetPath(io_object_t entry, std::string_
 }
 
 IOReturn ServiceRegistry::IOCreatePlugInInterfaceForService(io_service_t handle,
-                                                            std::shared_ptr<IOCFPlugInInterface>& plugIn) {
+                                                            IOCFPlugInInterface& plugIn) {
     const std::lock_guard hold(mutex_);
     const Object* object = find(handle);
     if (!object || !object->service || !object->service->plugIn)
@@ -172,7 +186,7 @@ IOReturn ServiceRegistry::IOCreatePlugInInterfaceForService(io_service_t handle,
 // Notifications
 
 std::shared_ptr<IONotificationPort> ServiceRegistry::IONotificationPortCreate(mach_port_t) {
-    auto port = std::make_shared<NotificationPort>([this] { deliver(); });
+    auto port = std::make_shared<IONotificationPort>([this] { deliver(); });
     ports_.push_back(port);
     return port;
 }
@@ -301,6 +315,42 @@ void ServiceRegistry::deliver() {
     delivering_ = false;
     if (!events_.empty())
         scheduleDelivery(events_.front().due - clock_.now());
+}
+
+// What owns a reference
+
+IOObject IOObject::retained(ServiceRegistry& registry, io_object_t handle) {
+    registry.IOObjectRetain(handle);
+    return {registry, handle};
+}
+
+IOObject& IOObject::operator=(IOObject&& other) noexcept {
+    std::swap(registry_, other.registry_);
+    std::swap(handle_, other.handle_);
+    // What was owned here goes now, not when the other one ends.
+    const IOObject former(std::move(other));
+    return *this;
+}
+
+IOObject::~IOObject() {
+    if (handle_ != 0)
+        registry_->IOObjectRelease(handle_);
+}
+
+IOObject IOObject::next() const {
+    return handle_ != 0 ? IOObject(*registry_, registry_->IOIteratorNext(handle_)) : IOObject();
+}
+
+IOObject matchingServices(ServiceRegistry& registry, mach_port_t port, const MatchingDictionary& matching) {
+    io_iterator_t iterator = 0;
+    const IOReturn result = registry.IOServiceGetMatchingServices(port, matching, iterator);
+    IOObject services(registry, iterator);
+    return result == kIOReturnSuccess ? std::move(services) : IOObject();
+}
+
+void drain(ServiceRegistry& registry, io_iterator_t iterator) {
+    while (const IOObject object{registry, registry.IOIteratorNext(iterator)}) {
+    }
 }
 
 } // namespace lightpen

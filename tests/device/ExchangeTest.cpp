@@ -14,8 +14,8 @@
 #include "kit/RecordingLog.h"
 #include "kit/ScriptedUnit.h"
 #include "kit/TestPlatform.h"
+#include "platform/IOHID.h"
 #include "platform/Log.h"
-#include "platform/ReportQueue.h"
 
 namespace lightpen {
 namespace {
@@ -46,7 +46,7 @@ protected:
     TestPlatform desk;
     RecordingLog log;
     int looked = 0;
-    std::shared_ptr<ReportQueue> queue = std::make_shared<ReportQueue>([this] {
+    IOHIDQueueRef queue = std::make_shared<IOHIDQueueInterface>([this] {
         ++looked;
         if (onLook)
             onLook(looked);
@@ -91,7 +91,7 @@ TEST_F(ExchangeTest, WithoutLimitTheReplyOrTheEndOfTheProgramEndsTheLooking) {
 TEST_F(ExchangeTest, AQueueThatFailsIsReportedAndLookedAtAgain) {
     const auto script = std::make_shared<UnitScript>();
     script->answer("queue1.getNextEvent", kIOReturnNotOpen);
-    const auto scripted = std::make_shared<ScriptedQueue>(script, queue, 1);
+    const auto scripted = std::make_shared<ScriptedQueue>(script, 1);
     scripted->notesPolls = true;
     const ReplyQueue failing{scripted, logFailure, 3};
     EXPECT_FALSE(failing.next());

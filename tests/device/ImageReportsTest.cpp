@@ -2,7 +2,7 @@
 // Collecting the picture: when reports of the image queue count as its chunks, and what the main loop has of
 // it.
 #include "kit/device/PictureFixture.h"
-#include "platform/ReportQueue.h"
+#include "platform/IOHID.h"
 
 namespace lightpen {
 namespace {
@@ -56,7 +56,7 @@ protected:
     }
 
     static constexpr IOHIDElementCookie kCookie = 7;
-    const std::shared_ptr<ReportQueue> queue = std::make_shared<ReportQueue>();
+    const IOHIDQueueRef queue = std::make_shared<IOHIDQueueInterface>();
 };
 
 TEST_F(ImageReportsTest, ReportsAreCollectedUntilTheQueueIsEmpty) {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "device/EventGeneratorNX7.h"
+#include "platform/IOHID.h"
 #include "platform/Log.h"
-#include "platform/ReportQueue.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const std::span report(data + 1, size - 1);
     const std::size_t declared = kDeclaredLengths[data[0] % kDeclaredLengths.size()];
-    const auto queue = std::make_shared<ReportQueue>();
+    const auto queue = std::make_shared<IOHIDQueueInterface>();
     require(queue->create(0, 1) == kIOReturnSuccess);
     require(queue->addElement(17, 0) == kIOReturnSuccess);
     require(queue->start() == kIOReturnSuccess);

@@ -56,56 +56,48 @@ IOReturn UnitScript::answerTo(const std::string& operation) const {
 
 // ScriptedQueue
 
-ScriptedQueue::ScriptedQueue(UnitScriptRef script, std::shared_ptr<ReportQueue> queue, int number)
-    : script_(std::move(script)), queue_(std::move(queue)), number_(number) {}
-
-bool ScriptedQueue::answered(const char* operation, const std::string& arguments, IOReturn& result) const {
+IOReturn ScriptedQueue::answer(const std::string& operation, const std::string& arguments) const {
     const std::string name = "queue" + std::to_string(number_) + "." + operation;
     script_->note(name + "(" + arguments + ")");
-    result = script_->answerTo(name);
-    if (result == kIOReturnSuccess)
-        result = script_->answerTo(std::string("queue.") + operation);
-    return result != kIOReturnSuccess;
+    const IOReturn own = script_->answerTo(name);
+    return own != kIOReturnSuccess ? own : script_->answerTo("queue." + operation);
 }
 
 IOReturn ScriptedQueue::createAsyncEventSource(RunLoopSourceRef& source) {
-    IOReturn result = kIOReturnSuccess;
-    if (answered("createAsyncEventSource", "", result) || withoutSource)
-        return result;
-    return queue_->createAsyncEventSource(source);
+    const IOReturn answered = answer("createAsyncEventSource");
+    return answered != kIOReturnSuccess || withoutSource
+               ? answered
+               : IOHIDQueueInterface::createAsyncEventSource(source);
 }
 
 IOReturn ScriptedQueue::create(std::uint32_t flags, std::uint32_t depth) {
-    IOReturn result = kIOReturnSuccess;
-    const std::string arguments = std::to_string(flags) + ", " + std::to_string(depth);
-    return answered("create", arguments, result) ? result : queue_->create(flags, depth);
+    const IOReturn answered = answer("create", std::to_string(flags) + ", " + std::to_string(depth));
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::create(flags, depth);
 }
 
 IOReturn ScriptedQueue::dispose() {
-    IOReturn result = kIOReturnSuccess;
-    return answered("dispose", "", result) ? result : queue_->dispose();
+    const IOReturn answered = answer("dispose");
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::dispose();
 }
 
 IOReturn ScriptedQueue::addElement(IOHIDElementCookie cookie, std::uint32_t flags) {
-    IOReturn result = kIOReturnSuccess;
-    const std::string arguments = std::to_string(cookie) + ", " + std::to_string(flags);
-    return answered("addElement", arguments, result) ? result : queue_->addElement(cookie, flags);
+    const IOReturn answered = answer("addElement", std::to_string(cookie) + ", " + std::to_string(flags));
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::addElement(cookie, flags);
 }
 
 bool ScriptedQueue::hasElement(IOHIDElementCookie cookie) const {
-    IOReturn ignored = kIOReturnSuccess;
-    answered("hasElement", std::to_string(cookie), ignored);
-    return queue_->hasElement(cookie);
+    answer("hasElement", std::to_string(cookie));
+    return IOHIDQueueInterface::hasElement(cookie);
 }
 
 IOReturn ScriptedQueue::start() {
-    IOReturn result = kIOReturnSuccess;
-    return answered("start", "", result) ? result : queue_->start();
+    const IOReturn answered = answer("start");
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::start();
 }
 
 IOReturn ScriptedQueue::stop() {
-    IOReturn result = kIOReturnSuccess;
-    return answered("stop", "", result) ? result : queue_->stop();
+    const IOReturn answered = answer("stop");
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::stop();
 }
 
 IOReturn ScriptedQueue::getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
@@ -120,12 +112,12 @@ IOReturn ScriptedQueue::getNextEvent(IOHIDEventStruct& event, std::uint64_t maxi
     for (const std::string& operation : {name, std::string("queue.getNextEvent")})
         if (const IOReturn result = script_->answerTo(operation); result != kIOReturnSuccess)
             return result;
-    return queue_->getNextEvent(event, maximumTime, timeoutMs);
+    return IOHIDQueueInterface::getNextEvent(event, maximumTime, timeoutMs);
 }
 
 IOReturn ScriptedQueue::setEventCallout(IOHIDEventCallout callout) {
-    IOReturn result = kIOReturnSuccess;
-    return answered("setEventCallout", "", result) ? result : queue_->setEventCallout(std::move(callout));
+    const IOReturn answered = answer("setEventCallout");
+    return answered != kIOReturnSuccess ? answered : IOHIDQueueInterface::setEventCallout(std::move(callout));
 }
 
 // The device interface and its plug-in
@@ -165,17 +157,6 @@ private:
     std::atomic<bool> opened_{false};
 };
 
-class ScriptedUnit::PlugIn final : public IOCFPlugInInterface {
-public:
-    explicit PlugIn(ScriptedUnit& unit) : unit_(unit) {}
-    IOHIDDeviceInterfaceRef queryInterface() override {
-        return unit_.withoutInterface || unit_.fanOut_->vanished() ? nullptr : unit_.makeDevice();
-    }
-
-private:
-    ScriptedUnit& unit_;
-};
-
 // ScriptedUnit
 
 ScriptedUnit::ScriptedUnit(TestPlatform& desk, Shape shape)
@@ -208,11 +189,11 @@ PropertyDictionary ScriptedUnit::hidProperties(int interface) const {
 void ScriptedUnit::plugIn() {
     if (fanOut_->vanished())
         fanOut_ = makeFanOut();
+    const IOCFPlugInInterface plugIn = [this] { return makeDevice(); };
     for (const int interface : shape_.interfaces) {
         const std::string path = "IOService:/unit/IOUSBInterface@" + std::to_string(interface);
-        services_.push_back(
-            desk_.registry.publish({"IOHIDDevice", path, hidProperties(interface),
-                                    withoutPlugIn ? nullptr : std::make_shared<PlugIn>(*this)}));
+        services_.push_back(desk_.registry.publish(
+            {"IOHIDDevice", path, hidProperties(interface), withoutPlugIn ? IOCFPlugInInterface() : plugIn}));
     }
     services_.push_back(
         desk_.registry.publish({"IOUSBDevice",
@@ -241,6 +222,8 @@ std::vector<SentReport> ScriptedUnit::takeSent() {
 }
 
 IOHIDDeviceInterfaceRef ScriptedUnit::makeDevice() {
+    if (withoutInterface || fanOut_->vanished())
+        return nullptr;
     auto device = std::make_shared<Device>(*this);
     const std::lock_guard hold(mutex_);
     devices_.push_back(device);
@@ -272,8 +255,8 @@ std::shared_ptr<ScriptedQueue> ScriptedUnit::makeQueueOf(ReportFanOut& fanOut) {
     if (withoutQueues)
         return nullptr;
     const std::lock_guard hold(mutex_);
-    auto queue =
-        std::make_shared<ScriptedQueue>(script_, fanOut.addQueue(), static_cast<int>(queues_.size()) + 1);
+    auto queue = std::make_shared<ScriptedQueue>(script_, static_cast<int>(queues_.size()) + 1);
+    fanOut.add(queue);
     queue->withoutSource = withoutSources.load();
     queues_.push_back(queue);
     return queue;

@@ -13,7 +13,7 @@
 
 #include "kit/TestPlatform.h"
 #include "platform/Geometry.h"
-#include "platform/ReportQueue.h"
+#include "platform/ReportFanOut.h"
 
 namespace lightpen {
 
@@ -74,7 +74,7 @@ using UnitScriptRef = std::shared_ptr<UnitScript>;
 class ScriptedQueue final : public IOHIDQueueInterface {
 public:
     // Named "queue" and its number; polls are only written down when asked for, since there are so many.
-    ScriptedQueue(UnitScriptRef script, std::shared_ptr<ReportQueue> queue, int number);
+    ScriptedQueue(UnitScriptRef script, int number) : script_(std::move(script)), number_(number) {}
 
     IOReturn createAsyncEventSource(RunLoopSourceRef& source) override;
     IOReturn create(std::uint32_t flags, std::uint32_t depth) override;
@@ -95,11 +95,10 @@ public:
     std::atomic<bool> withoutSource{false};
 
 private:
-    // Notes the operation; true when the script answers instead of the queue.
-    bool answered(const char* operation, const std::string& arguments, IOReturn& result) const;
+    // Notes the operation; what the script answers instead of the queue, and success where the queue does.
+    IOReturn answer(const std::string& operation, const std::string& arguments = "") const;
 
     const UnitScriptRef script_;
-    const std::shared_ptr<ReportQueue> queue_;
     const int number_;
 };
 
@@ -158,12 +157,11 @@ public:
 
 private:
     class Device;
-    class PlugIn;
 
     using FanOutRef = std::shared_ptr<ReportFanOut>;
 
     IOReturn take(SentReport report);
-    IOHIDDeviceInterfaceRef makeDevice();
+    IOHIDDeviceInterfaceRef makeDevice(); // null when it can have none
     FanOutRef makeFanOut() const;
     std::shared_ptr<ScriptedQueue> makeQueueOf(ReportFanOut& fanOut);
     PropertyDictionary hidProperties(int interface) const;

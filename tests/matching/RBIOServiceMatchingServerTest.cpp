@@ -24,7 +24,7 @@ struct Observer {
     void deviceDidAdd(io_iterator_t iterator) { hear("add", iterator); }
     void deviceDidRemove(io_iterator_t iterator) { hear("remove", iterator); }
     void hear(const std::string& what, io_iterator_t iterator) {
-        IORegistry& registry = Platform::current().registry;
+        ServiceRegistry& registry = Platform::current().registry;
         int objects = 0;
         while (const io_object_t object = drains ? registry.IOIteratorNext(iterator) : 0) {
             ++objects;

@@ -171,10 +171,10 @@ TEST_F(EmulatedInterfaceTest, AUnitThatIsGoneSaysOneLastWord) {
 
 TEST_F(EmulatedInterfaceTest, APlugInThatOutlivesTheUnitHasNoInterface) {
     const auto all = host.services("IOHIDDevice");
-    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    IOCFPlugInInterface plugIn;
     ASSERT_EQ(kIOReturnSuccess, platform.registry.IOCreatePlugInInterfaceForService(all[0], plugIn));
     unit.unplug();
-    EXPECT_FALSE(plugIn->queryInterface());
+    EXPECT_FALSE(plugIn());
     EXPECT_EQ(kIOReturnNoDevice, platform.registry.IOCreatePlugInInterfaceForService(all[0], plugIn));
 }
 

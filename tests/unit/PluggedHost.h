@@ -37,13 +37,13 @@ public:
     }
     // The interface of the HID service with this number in the registry's order; null when there is none.
     IOHIDDeviceInterfaceRef interface(std::size_t number = 0) {
-        std::shared_ptr<IOCFPlugInInterface> plugIn;
+        IOCFPlugInInterface plugIn;
         const auto all = services("IOHIDDevice");
         if (number < all.size())
             registry_.IOCreatePlugInInterfaceForService(all[number], plugIn);
         for (const io_service_t service : all)
             registry_.IOObjectRelease(service);
-        return plugIn ? plugIn->queryInterface() : nullptr;
+        return plugIn ? plugIn() : nullptr;
     }
     // The pen's interface, opened.
     IOHIDDeviceInterfaceRef openedPen() {

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/IORegistry.h"
+#include "platform/ServiceRegistry.h"
 
 namespace lightpen {
 

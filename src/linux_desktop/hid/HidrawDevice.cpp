@@ -103,10 +103,10 @@ IOReturn HidrawDevice::setReport(IOHIDReportType type, std::uint32_t reportID,
 }
 
 IOHIDQueueRef HidrawDevice::allocQueue() {
-    return fanOut_->addQueue([current = reader_] {
+    return fanOut_->add(std::make_shared<IOHIDQueueInterface>([current = reader_] {
         if (const auto reader = current->load())
             reader->drain();
-    });
+    }));
 }
 
 void HidrawDevice::vanish() {

@@ -11,7 +11,7 @@
 #include "linux_desktop/hid/HidrawWriter.h"
 #include "platform/FileDescriptor.h"
 #include "platform/IOHID.h"
-#include "platform/ReportQueue.h"
+#include "platform/ReportFanOut.h"
 #include "platform/Shared.h"
 #include "platform/Time.h"
 

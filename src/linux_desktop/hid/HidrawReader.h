@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/FileDescriptor.h"
-#include "platform/ReportQueue.h"
+#include "platform/ReportFanOut.h"
 
 namespace lightpen {
 

@@ -90,25 +90,17 @@ ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& de
 }
 
 // Makes the device interfaces of a listed node; none once it has been withdrawn.
-class UnitPublisher::PlugIn final : public IOCFPlugInInterface {
-public:
-    PlugIn(HidrawNode node, std::weak_ptr<Listed> listed, Clock& clock)
-        : node_(std::move(node)), listed_(std::move(listed)), clock_(clock) {}
-    IOHIDDeviceInterfaceRef queryInterface() override {
-        const auto listed = listed_.lock();
+IOCFPlugInInterface UnitPublisher::plugInOf(HidrawNode node, std::weak_ptr<Listed> of, Clock& clock) {
+    return [node = std::move(node), of = std::move(of), &clock]() -> IOHIDDeviceInterfaceRef {
+        const auto listed = of.lock();
         if (!listed)
             return nullptr;
-        auto device = std::make_shared<HidrawDevice>(node_, clock_);
+        auto device = std::make_shared<HidrawDevice>(node, clock);
         std::erase_if(listed->devices, [](const auto& weak) { return weak.expired(); });
         listed->devices.push_back(device);
         return device;
-    }
-
-private:
-    const HidrawNode node_;
-    const std::weak_ptr<Listed> listed_;
-    Clock& clock_;
-};
+    };
+}
 
 UnitPublisher::UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
                              OpenHidrawNode openNode)
@@ -193,10 +185,10 @@ void UnitPublisher::publish(Node& node) {
                                               (*publisher)->nodeGone(path);
                                       }});
         };
-        service.plugIn = std::make_shared<PlugIn>(
-            HidrawNode{node.seen.devnode, *input, [&loop = runLoop_] { return loop.terminating(); },
-                       std::move(gone), openNode_},
-            node.listed, clock_);
+        service.plugIn =
+            plugInOf(HidrawNode{node.seen.devnode, *input, [&loop = runLoop_] { return loop.terminating(); },
+                                std::move(gone), openNode_},
+                     node.listed, clock_);
     }
     node.listed->service = registry_.publish(std::move(service));
 }

@@ -71,7 +71,6 @@ public:
     void deviceGone(const std::string& path);
 
 private:
-    class PlugIn;
     // A node's service in the registry, and the devices that were made of it.
     struct Listed {
         io_service_t service = 0;
@@ -93,6 +92,7 @@ private:
     bool opens(Unit& unit, const HidNode& node) const;
     void publishReadyNodes(Unit& unit);
     void publish(Node& node);
+    static IOCFPlugInInterface plugInOf(HidrawNode node, std::weak_ptr<Listed> of, Clock& clock);
     void withdraw(Unit& unit);
     void withdraw(Node& node);
 

@@ -24,15 +24,15 @@ protected:
         return HidrawReader::start(std::make_shared<const FileDescriptor>(node_.takeHost()), fanOut_,
                                    [this] { ++gone_; });
     }
-    std::shared_ptr<ReportQueue> startQueue(std::uint32_t depth) {
-        auto queue = fanOut_->addQueue();
+    IOHIDQueueRef startQueue(std::uint32_t depth) {
+        auto queue = fanOut_->add(std::make_shared<IOHIDQueueInterface>());
         queue->create(0, depth);
         queue->addElement(kCookie, 0);
         queue->start();
         return queue;
     }
     // The second bytes of what the queue holds.
-    static Bytes taken(ReportQueue& queue) {
+    static Bytes taken(IOHIDQueueInterface& queue) {
         Bytes seconds;
         IOHIDEventStruct event;
         while (queue.getNextEvent(event, 0, 0) == kIOReturnSuccess)

@@ -69,11 +69,11 @@ protected:
     // The interface of the first HID service, as the system opens it.
     IOHIDDeviceInterfaceRef openPen() {
         const io_service_t service = firstHidService();
-        std::shared_ptr<IOCFPlugInInterface> plugIn;
+        IOCFPlugInInterface plugIn;
         if (desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn) != kIOReturnSuccess)
             return nullptr;
         desktop_.registry.IOObjectRelease(service);
-        auto pen = plugIn->queryInterface();
+        auto pen = plugIn();
         return pen && pen->open(0) == kIOReturnSuccess ? pen : nullptr;
     }
     static IOHIDQueueRef startQueue(IOHIDDeviceInterface122& pen) {
@@ -360,10 +360,10 @@ TEST_F(UnitPublisherTest, AFreshLookFindsAReplugWhoseEventsWereLost) {
 TEST_F(UnitPublisherTest, TheInterfaceOfAUnitThatIsGoneCannotBeMade) {
     plugIn();
     const io_service_t service = firstHidService();
-    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    IOCFPlugInInterface plugIn;
     ASSERT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnSuccess);
     publisher_->deviceGone(cameraUnit().path);
-    EXPECT_EQ(plugIn->queryInterface(), nullptr);
+    EXPECT_EQ(plugIn(), nullptr);
     EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(service, plugIn), kIOReturnNoDevice);
 }
 
@@ -371,7 +371,7 @@ TEST_F(UnitPublisherTest, AnInterfaceWithNumberedReportsIsListedWithoutAPlugIn) 
     publisher_->nodeSeen(kNumberedNode);
     plugIn();
     EXPECT_THAT(listed("IOHIDDevice").at(0), testing::HasSubstr("IOUSBInterface@4"));
-    std::shared_ptr<IOCFPlugInInterface> plugIn;
+    IOCFPlugInInterface plugIn;
     EXPECT_EQ(desktop_.registry.IOCreatePlugInInterfaceForService(firstHidService(), plugIn),
               kIOReturnUnsupported);
 }

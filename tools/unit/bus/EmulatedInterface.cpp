@@ -15,22 +15,6 @@ constexpr IOHIDElementCookie cookieOf(int interfaceNumber) {
     return static_cast<IOHIDElementCookie>(0x10 + interfaceNumber);
 }
 
-class EmulatedPlugIn final : public IOCFPlugInInterface {
-public:
-    EmulatedPlugIn(std::weak_ptr<EmulatedConnection> connection, int interfaceNumber)
-        : connection_(std::move(connection)), interfaceNumber_(interfaceNumber) {}
-    IOHIDDeviceInterfaceRef queryInterface() override {
-        const auto connection = connection_.lock();
-        if (!connection || connection->gone())
-            return nullptr;
-        return std::make_shared<EmulatedInterface>(connection, interfaceNumber_);
-    }
-
-private:
-    const std::weak_ptr<EmulatedConnection> connection_;
-    const int interfaceNumber_;
-};
-
 } // namespace
 
 EmulatedConnection::EmulatedConnection(std::shared_ptr<SoftwareUnit> unit, Clock& clock, std::string location,
@@ -54,7 +38,12 @@ ServiceDescription EmulatedConnection::hidService(int interfaceNumber) {
     service.properties.entries["ProductID"] = std::int64_t{unit.productID};
     service.properties.entries["Manufacturer"] = unit.vendorName;
     service.properties.entries["InputReportElements"] = std::vector{element};
-    service.plugIn = std::make_shared<EmulatedPlugIn>(weak_from_this(), interfaceNumber);
+    service.plugIn = [weak = weak_from_this(), interfaceNumber]() -> IOHIDDeviceInterfaceRef {
+        const auto connection = weak.lock();
+        if (!connection || connection->gone())
+            return nullptr;
+        return std::make_shared<EmulatedInterface>(connection, interfaceNumber);
+    };
     return service;
 }
 
@@ -90,7 +79,7 @@ void EmulatedConnection::vanish() {
 IOHIDQueueRef EmulatedConnection::newQueue(int interfaceNumber) {
     if (gone())
         return nullptr;
-    return fanOuts_[static_cast<std::size_t>(interfaceNumber)]->addQueue([weak = weak_from_this()] {
+    auto queue = std::make_shared<IOHIDQueueInterface>([weak = weak_from_this()] {
         const auto connection = weak.lock();
         if (!connection)
             return;
@@ -99,6 +88,7 @@ IOHIDQueueRef EmulatedConnection::newQueue(int interfaceNumber) {
         // Nobody who asks for a report must depend on when a thread of the unit gets its turn.
         connection->unit_->advance(connection->clock_.now());
     });
+    return fanOuts_[static_cast<std::size_t>(interfaceNumber)]->add(std::move(queue));
 }
 
 IOReturn EmulatedInterface::open(std::uint32_t) {

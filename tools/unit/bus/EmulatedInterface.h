@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/IOHID.h"
-#include "platform/ReportQueue.h"
+#include "platform/ReportFanOut.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
 #include "unit/bus/SoftwareUnit.h"
