@@ -2,7 +2,6 @@
 #include "matching/RBIOServiceMatchingServer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 #include <typeinfo>
 #include <utility>
@@ -17,17 +16,9 @@ namespace {
 // The refcon is the invocation. It is alive whenever this is called: its record holds it, and after the
 // removal of its observer the list of removed invocations does.
 void serviceMatchingCallback(void* refcon, io_iterator_t iterator) {
-    auto* invocation = static_cast<Invocation*>(refcon);
-    if (!invocation->server().containsInvocation(invocation))
-        return;
-    invocation->setArgument(iterator);
-    invocation->invoke();
-}
-
-std::string observerKey(const void* observer) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%p", observer);
-    return text;
+    const auto* invocation = static_cast<Invocation*>(refcon);
+    if (invocation->server().containsInvocation(invocation))
+        invocation->invoke(iterator);
 }
 
 // The properties of a service
@@ -37,25 +28,20 @@ constexpr std::string_view kInterfaceMark = "IOUSBInterface@";
 constexpr std::size_t kPathBufferSize = 512;
 constexpr Microseconds kPauseAfterPath{500'000};
 
-struct NumberReading {
-    std::int32_t value = 0;
-    bool unconvertible = false; // a number, but beyond 32 bits
-};
-
-NumberReading readNumber(io_object_t service, std::string_view key) {
+template <class Type>
+std::optional<Type> read(io_object_t service, std::string_view key) {
     const auto property = Platform::current().registry.IORegistryEntryCreateCFProperty(service, key);
-    const auto* number = property ? std::get_if<std::int64_t>(&*property) : nullptr;
-    if (!number)
-        return {};
-    if (!std::in_range<std::int32_t>(*number))
-        return {0, true};
-    return {static_cast<std::int32_t>(*number)};
+    const auto* value = property ? std::get_if<Type>(&*property) : nullptr;
+    return value ? std::optional(*value) : std::nullopt;
 }
 
-std::optional<std::string> readText(io_object_t service, std::string_view key) {
-    const auto property = Platform::current().registry.IORegistryEntryCreateCFProperty(service, key);
-    const auto* text = property ? std::get_if<std::string>(&*property) : nullptr;
-    return text ? std::optional(*text) : std::nullopt;
+std::int32_t readNumber(io_object_t service, std::string_view key, const char* complaint = nullptr) {
+    const std::int64_t number = read<std::int64_t>(service, key).value_or(0);
+    if (std::in_range<std::int32_t>(number))
+        return static_cast<std::int32_t>(number);
+    if (complaint)
+        logLine("%s", complaint);
+    return 0;
 }
 
 std::string readPath(io_object_t service) {
@@ -85,10 +71,7 @@ RBIOServiceMatchingServer& RBIOServiceMatchingServer::defaultServer() {
 MatchingDictionary
 RBIOServiceMatchingServer::matchingDictionaryForUSBDeviceWithVenderID(std::int32_t venderID,
                                                                       std::int32_t productID) {
-    MatchingDictionary dictionary = IOServiceMatching("IOUSBDevice");
-    dictionary.numbers["idVendor"] = venderID;
-    dictionary.numbers["idProduct"] = productID;
-    return dictionary;
+    return {"IOUSBDevice", {{"idVendor", venderID}, {"idProduct", productID}}};
 }
 
 // Ports
@@ -130,37 +113,29 @@ bool RBIOServiceMatchingServer::matchUSBDeviceWithVenderID(std::int32_t venderID
 
 // Observers
 
-IOObject RBIOServiceMatchingServer::arm(std::string_view notificationType, const InvocationRef& invocation,
-                                        const MatchingDictionary& matching) {
-    ServiceRegistry& registry = Platform::current().registry;
+void RBIOServiceMatchingServer::addInvocation(std::string_view notificationType, InvocationRef invocation,
+                                              const MatchingDictionary& macthing) {
+    ServiceRegistry& services = Platform::current().registry;
     io_iterator_t iterator = 0;
     // A failure shows in nothing but an observer that is never called; the iterator is 0 then.
-    registry.IOServiceAddMatchingNotification(notificationPort(), notificationType, matching,
+    services.IOServiceAddMatchingNotification(notificationPort(), notificationType, macthing,
                                               serviceMatchingCallback, invocation.get(), iterator);
+    const IOObject owned(services, iterator);
     // Taking what is there already is what arms the notification.
-    drain(registry, iterator);
-    return {registry, iterator};
+    drain(services, iterator);
+    Registry* registry = &m_RegistryForServiceDidAddNotification;
+    if (notificationType == kIOTerminatedNotification) {
+        logLine("RBIOS n:208 classRBIOServiceMatchingRecord:%p",
+                static_cast<const void*>(&typeid(RBIOServiceMatchingRecord)));
+        logLine("RBIOS n:210 classRBIOServiceMatchingRecord respondsToSelector YES");
+        registry = &m_RegistryForServiceDidRemoveNotification;
+    }
+    (*registry)[invocation->target()].push_back(
+        RBIOServiceMatchingRecord::recordWithInvocation(std::move(invocation), iterator));
 }
 
-void RBIOServiceMatchingServer::addServiceDidAddInvocation(const InvocationRef& invocation,
-                                                           const MatchingDictionary& macthing) {
-    const IOObject iterator = arm(kIOFirstMatchNotification, invocation, macthing);
-    m_RegistryForServiceDidAddNotification[observerKey(invocation->target())].push_back(
-        RBIOServiceMatchingRecord::recordWithInvocation(invocation, iterator.get()));
-}
-
-void RBIOServiceMatchingServer::addServiceDidRemoveInvocation(const InvocationRef& invocation,
-                                                              const MatchingDictionary& macthing) {
-    const IOObject iterator = arm(kIOTerminatedNotification, invocation, macthing);
-    logLine("RBIOS n:208 classRBIOServiceMatchingRecord:%p",
-            static_cast<const void*>(&typeid(RBIOServiceMatchingRecord)));
-    logLine("RBIOS n:210 classRBIOServiceMatchingRecord respondsToSelector YES");
-    m_RegistryForServiceDidRemoveNotification[observerKey(invocation->target())].push_back(
-        RBIOServiceMatchingRecord::recordWithInvocation(invocation, iterator.get()));
-}
-
-void RBIOServiceMatchingServer::retire(Registry& registry, const std::string& key) {
-    const auto found = registry.find(key);
+void RBIOServiceMatchingServer::retire(Registry& registry, const void* observer) {
+    const auto found = registry.find(observer);
     if (found == registry.end())
         return;
     for (const auto& record : found->second)
@@ -169,31 +144,27 @@ void RBIOServiceMatchingServer::retire(Registry& registry, const std::string& ke
 }
 
 void RBIOServiceMatchingServer::removeObserver(const void* observer) {
-    const std::string key = observerKey(observer);
-    retire(m_RegistryForServiceDidAddNotification, key);
-    retire(m_RegistryForServiceDidRemoveNotification, key);
+    retire(m_RegistryForServiceDidAddNotification, observer);
+    retire(m_RegistryForServiceDidRemoveNotification, observer);
 }
 
 bool RBIOServiceMatchingServer::containsInvocation(const Invocation* invocation) const {
     return std::none_of(m_RemovedInvocations.begin(), m_RemovedInvocations.end(),
-                        [=](const InvocationRef& removed) { return removed.get() == invocation; });
+                        [=](const auto& removed) { return removed.get() == invocation; });
 }
 
 // The properties of a service
 
 std::int32_t RBIOServiceMatchingServer::pidOfHIDIOService(io_object_t service) {
-    const NumberReading reading = readNumber(service, "ProductID");
-    if (reading.unconvertible)
-        logLine("RBIOS n:248 Get HID PID error");
-    return reading.value;
+    return readNumber(service, "ProductID", "RBIOS n:248 Get HID PID error");
 }
 
 std::int32_t RBIOServiceMatchingServer::vidOfHIDIOService(io_object_t service) {
-    return readNumber(service, "VendorID").value;
+    return readNumber(service, "VendorID");
 }
 
 std::optional<std::string> RBIOServiceMatchingServer::vendorNameOfHIDIOService(io_object_t service) {
-    return readText(service, "Manufacturer");
+    return read<std::string>(service, "Manufacturer");
 }
 
 std::int32_t RBIOServiceMatchingServer::interfaceNumberOfHIDIOService(io_object_t service) {
@@ -224,19 +195,19 @@ IOObject RBIOServiceMatchingServer::createUSBDevicesWithVenderID(std::int32_t ve
 }
 
 std::int32_t RBIOServiceMatchingServer::pidOfUSBIOService(io_object_t service) {
-    return readNumber(service, "idProduct").value;
+    return readNumber(service, "idProduct");
 }
 
 std::int32_t RBIOServiceMatchingServer::vidOfUSBIOService(io_object_t service) {
-    return readNumber(service, "idVendor").value;
+    return readNumber(service, "idVendor");
 }
 
 std::optional<std::string> RBIOServiceMatchingServer::vendorNameOfUSBIOService(io_object_t service) {
-    return readText(service, "USB Vendor Name");
+    return read<std::string>(service, "USB Vendor Name");
 }
 
 std::int32_t RBIOServiceMatchingServer::interfaceNumberOfUSBIOService(io_object_t service) {
-    return readNumber(service, "bInterfaceNumber").value;
+    return readNumber(service, "bInterfaceNumber");
 }
 
 } // namespace lightpen

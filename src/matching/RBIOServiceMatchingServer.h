@@ -46,13 +46,15 @@ public:
     template <class Observer, class Declaring>
     void addServiceDidAddObserver(Observer* observer, void (Declaring::*selector)(io_iterator_t),
                                   const MatchingDictionary& macthing) {
-        addServiceDidAddInvocation(Invocation::make(*this, observer, selector), macthing);
+        addInvocation(kIOFirstMatchNotification, std::make_shared<Invocation>(*this, observer, selector),
+                      macthing);
     }
     // The same for services that leave.
     template <class Observer, class Declaring>
     void addServiceDidRemoveObserver(Observer* observer, void (Declaring::*selector)(io_iterator_t),
                                      const MatchingDictionary& macthing) {
-        addServiceDidRemoveInvocation(Invocation::make(*this, observer, selector), macthing);
+        addInvocation(kIOTerminatedNotification, std::make_shared<Invocation>(*this, observer, selector),
+                      macthing);
     }
     // Ends every registration of the observer. A call that is already on its way is not made any more.
     void removeObserver(const void* observer);
@@ -81,14 +83,12 @@ public:
     std::int32_t interfaceNumberOfUSBIOService(io_object_t service);
 
 private:
-    // By observer ("%p" of its address), each with its records in the order of registration.
-    using Registry = std::map<std::string, std::vector<std::shared_ptr<RBIOServiceMatchingRecord>>>;
+    // By the observer's address, each with its records in the order of registration.
+    using Registry = std::map<const void*, std::vector<std::shared_ptr<RBIOServiceMatchingRecord>>>;
 
-    void addServiceDidAddInvocation(const InvocationRef& invocation, const MatchingDictionary& macthing);
-    void addServiceDidRemoveInvocation(const InvocationRef& invocation, const MatchingDictionary& macthing);
-    IOObject arm(std::string_view notificationType, const InvocationRef& invocation,
-                 const MatchingDictionary& matching);
-    void retire(Registry& registry, const std::string& key);
+    void addInvocation(std::string_view notificationType, InvocationRef invocation,
+                       const MatchingDictionary& macthing);
+    void retire(Registry& registry, const void* observer);
 
     mach_port_t m_MasterPort = 0;
     std::shared_ptr<IONotificationPort> m_NotificationPort;

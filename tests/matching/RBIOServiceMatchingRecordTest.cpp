@@ -26,30 +26,20 @@ protected:
     Observer observer;
 };
 
-TEST_F(RBIOServiceMatchingRecordTest, HoldsOneReferenceToItsIteratorForItsLife) {
+TEST_F(RBIOServiceMatchingRecordTest, HoldsOneReferenceOfItsOwnForItsLife) {
     const io_iterator_t iterator = makeIterator();
-    ASSERT_EQ(desk.registry.liveObjects(), 1u);
-    {
-        const auto record = RBIOServiceMatchingRecord::recordWithInvocation(
-            Invocation::make(server, &observer, &Observer::didHappen), iterator);
-        desk.registry.IOObjectRelease(iterator);
-        EXPECT_EQ(desk.registry.liveObjects(), 1u);
-    }
-    EXPECT_EQ(desk.registry.liveObjects(), 0u);
-}
-
-TEST_F(RBIOServiceMatchingRecordTest, LeavesTheCallersReferenceAlone) {
-    const io_iterator_t iterator = makeIterator();
-    RBIOServiceMatchingRecord::recordWithInvocation(Invocation::make(server, &observer, &Observer::didHappen),
-                                                    iterator);
-    EXPECT_EQ(desk.registry.liveObjects(), 1u);
+    auto record = RBIOServiceMatchingRecord::recordWithInvocation(
+        std::make_shared<Invocation>(server, &observer, &Observer::didHappen), iterator);
     desk.registry.IOObjectRelease(iterator);
+    EXPECT_EQ(desk.registry.liveObjects(), 1u);
+    record.reset();
+    EXPECT_EQ(desk.registry.liveObjects(), 0u);
 }
 
 TEST_F(RBIOServiceMatchingRecordTest, HoldsItsInvocation) {
     std::weak_ptr<Invocation> watched;
     {
-        auto invocation = Invocation::make(server, &observer, &Observer::didHappen);
+        auto invocation = std::make_shared<Invocation>(server, &observer, &Observer::didHappen);
         watched = invocation;
         const RBIOServiceMatchingRecord record(std::move(invocation), 0);
         EXPECT_EQ(record.invocation().get(), watched.lock().get());
@@ -58,15 +48,13 @@ TEST_F(RBIOServiceMatchingRecordTest, HoldsItsInvocation) {
     EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(RBIOServiceMatchingRecordTest, InvocationCallsItsTargetWithTheArgumentInItsSlot) {
-    const auto invocation = Invocation::make(server, &observer, &Observer::didHappen);
+TEST_F(RBIOServiceMatchingRecordTest, InvocationCallsItsTargetWithTheArgument) {
+    const auto invocation = std::make_shared<Invocation>(server, &observer, &Observer::didHappen);
     EXPECT_EQ(invocation->target(), &observer);
     EXPECT_EQ(&invocation->server(), &server);
-    invocation->invoke();
-    invocation->setArgument(0x3C1);
-    invocation->invoke();
-    invocation->invoke();
-    EXPECT_EQ(observer.heard, (std::vector<io_iterator_t>{0, 0x3C1, 0x3C1}));
+    invocation->invoke(0x3C1);
+    invocation->invoke(7);
+    EXPECT_EQ(observer.heard, (std::vector<io_iterator_t>{0x3C1, 7}));
 }
 
 } // namespace

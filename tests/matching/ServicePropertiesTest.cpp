@@ -45,21 +45,7 @@ std::vector<NumberCase> numberCases() {
             {&Server::interfaceNumberOfUSBIOService, "bInterfaceNumber", {}}};
 }
 
-TEST_F(ServicePropertiesTest, NumbersAreReadFromTheirOwnKey) {
-    const io_service_t unit = service({{{"ProductID", 11},
-                                        {"VendorID", 22},
-                                        {"idProduct", 33},
-                                        {"idVendor", 44},
-                                        {"bInterfaceNumber", 55}}});
-    EXPECT_EQ(server.pidOfHIDIOService(unit), 11);
-    EXPECT_EQ(server.vidOfHIDIOService(unit), 22);
-    EXPECT_EQ(server.pidOfUSBIOService(unit), 33);
-    EXPECT_EQ(server.vidOfUSBIOService(unit), 44);
-    EXPECT_EQ(server.interfaceNumberOfUSBIOService(unit), 55);
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(ServicePropertiesTest, NumbersAreSignedAndOf32Bits) {
+TEST_F(ServicePropertiesTest, NumbersAreReadFromTheirOwnKeySignedAndOf32Bits) {
     for (const NumberCase& number : numberCases()) {
         for (const std::int64_t value : {std::int64_t{std::numeric_limits<std::int32_t>::min()},
                                          std::int64_t{std::numeric_limits<std::int32_t>::max()}})
