@@ -1,59 +1,54 @@
 // SPDX-License-Identifier: MIT
 #include "platform/PerformQueue.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace lightpen {
 
+namespace {
+
+// Posted requests are due before every delayed one.
+constexpr Microseconds kAtOnce = Microseconds::min();
+
+} // namespace
+
 void PerformQueue::post(PerformRequest request) {
-    const std::lock_guard hold(mutex_);
-    posted_.push_back(std::move(request));
+    postDelayed(std::move(request), kAtOnce);
 }
 
 void PerformQueue::postDelayed(PerformRequest request, Microseconds due) {
     const std::lock_guard hold(mutex_);
-    const auto after =
-        std::upper_bound(delayed_.begin(), delayed_.end(), due,
-                         [](Microseconds time, const Delayed& other) { return time < other.due; });
-    delayed_.insert(after, {due, std::move(request)});
+    requests_.emplace(due, std::move(request));
 }
 
 void PerformQueue::cancelDelayed(const void* target, std::string_view selector, std::string_view argument) {
     const std::lock_guard hold(mutex_);
-    std::erase_if(delayed_, [&](const Delayed& delayed) {
-        const PerformRequest& request = delayed.request;
-        return request.target == target && request.selector == selector && request.argument == argument;
+    std::erase_if(requests_, [&](const auto& entry) {
+        const auto& [due, request] = entry;
+        return due != kAtOnce && request.target == target && request.selector == selector &&
+               request.argument == argument;
     });
 }
 
 bool PerformQueue::runOne(Microseconds now) {
-    PerformRequest next;
-    {
-        const std::lock_guard hold(mutex_);
-        if (!posted_.empty()) {
-            next = std::move(posted_.front());
-            posted_.pop_front();
-        } else if (!delayed_.empty() && delayed_.front().due <= now) {
-            next = std::move(delayed_.front().request);
-            delayed_.erase(delayed_.begin());
-        } else {
-            return false;
-        }
-    }
-    next.operation();
+    std::unique_lock hold(mutex_);
+    if (requests_.empty() || requests_.begin()->first > now)
+        return false;
+    const auto next = requests_.extract(requests_.begin());
+    hold.unlock();
+    next.mapped().operation();
     return true;
 }
 
 std::optional<Microseconds> PerformQueue::nextDue() const {
     const std::lock_guard hold(mutex_);
-    if (delayed_.empty())
-        return std::nullopt;
-    return delayed_.front().due;
+    const auto first = requests_.upper_bound(kAtOnce);
+    return first == requests_.end() ? std::nullopt : std::optional(first->first);
 }
 
 bool PerformQueue::hasPosted() const {
     const std::lock_guard hold(mutex_);
-    return !posted_.empty();
+    return requests_.contains(kAtOnce);
 }
 
 } // namespace lightpen

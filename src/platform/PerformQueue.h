@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 #include "platform/RunLoop.h"
 
@@ -29,14 +28,8 @@ public:
     bool hasPosted() const;
 
 private:
-    struct Delayed {
-        Microseconds due;
-        PerformRequest request;
-    };
-
     mutable std::mutex mutex_;
-    std::deque<PerformRequest> posted_;
-    std::vector<Delayed> delayed_; // earliest first
+    std::multimap<Microseconds, PerformRequest> requests_; // by the time they are due, then as they came
 };
 
 } // namespace lightpen
