@@ -13,9 +13,8 @@ namespace lightpen {
 class Bundle {
 public:
     virtual ~Bundle() = default;
-    // The absolute path of the folder, whose last part is "LightPenNX7" where it is installed.
-    virtual std::string bundlePath() const = 0;
-    // The absolute path of the program in it, whatever the folder is called.
+    // The absolute path of the program in it, whatever the folder is called ("LightPenNX7" where it is
+    // installed).
     virtual std::string executablePath() const = 0;
     // The information dictionary's "CFBundleIdentifier"; none (and a log line) when that cannot be read.
     virtual std::optional<std::string> bundleIdentifier() const = 0;

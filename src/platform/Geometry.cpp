@@ -37,10 +37,6 @@ PointText::PointText(double x, double y) {
     *next = '\0';
 }
 
-std::string stringFromPair(double x, double y) {
-    return PointText(x, y).c_str();
-}
-
 bool pairFromString(std::string_view text, double& x, double& y) {
     double readX = 0;
     double readY = 0;

@@ -58,15 +58,13 @@ private:
     char text_[56];
 };
 
-// The two numbers of a point's string form; see NSStringFromPoint.
-std::string stringFromPair(double x, double y);
 // Reads "{x, y}" back; anything else yields false and leaves x and y alone.
 bool pairFromString(std::string_view text, double& x, double& y);
 
 // "{x, y}", each coordinate as the shortest decimal that reads back to the same double.
 template <class Space>
 std::string NSStringFromPoint(const Point<Space>& point) {
-    return stringFromPair(point.x, point.y);
+    return PointText(point).c_str();
 }
 
 // The point whose string form is given; (0, 0) for a text that is not the string form of a point.
@@ -80,8 +78,8 @@ AnyPoint NSPointFromString(std::string_view text) {
 // "{{x, y}, {width, height}}".
 template <class Space>
 std::string NSStringFromRect(const Rect<Space>& rect) {
-    return "{" + NSStringFromPoint(rect.origin) + ", " + stringFromPair(rect.size.width, rect.size.height) +
-           "}";
+    return "{" + NSStringFromPoint(rect.origin) + ", " +
+           PointText(rect.size.width, rect.size.height).c_str() + "}";
 }
 
 } // namespace lightpen

@@ -37,4 +37,11 @@ struct PropertyListEntry {
     PropertyListValue second;
 };
 
+inline const PropertyListValue* PropertyListDictionary::find(std::string_view key) const {
+    for (const auto& [name, value] : entries)
+        if (name == key)
+            return &value;
+    return nullptr;
+}
+
 } // namespace lightpen

@@ -17,7 +17,6 @@ namespace lightpen {
 // another place where a test puts a real one.
 class MemoryBundle final : public Bundle {
 public:
-    std::string bundlePath() const override { return path; }
     std::string executablePath() const override { return path + "/LightPenNX7"; }
     std::optional<std::string> bundleIdentifier() const override { return identifier; }
     std::optional<std::string> bundleIdentifierAtPath(const std::string& other) const override {

@@ -37,7 +37,7 @@ TEST(GeometryTest, EveryDoubleReadsBackToTheSameBits) {
         const auto x = std::bit_cast<double>(random());
         const auto y = std::bit_cast<double>(random());
         double readX = 0, readY = 0;
-        const std::string text = stringFromPair(x, y);
+        const std::string text = PointText(x, y).c_str();
         ASSERT_TRUE(pairFromString(text, readX, readY)) << text;
         // What makes a not-a-number is not in its text; that it is one is.
         for (const auto& [value, read] : {std::pair(x, readX), std::pair(y, readY)}) {

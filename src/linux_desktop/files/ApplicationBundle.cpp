@@ -50,10 +50,6 @@ std::filesystem::path ApplicationBundle::resourcesOfTheProgram() {
     return folder.empty() ? folder : folder / kResources;
 }
 
-std::string ApplicationBundle::bundlePath() const {
-    return folder_.string();
-}
-
 std::string ApplicationBundle::executablePath() const {
     return (folder_ / kProgram).string();
 }

@@ -22,7 +22,6 @@ public:
     // The folder "resources" in it. Both: any thread.
     static std::filesystem::path resourcesOfTheProgram();
 
-    std::string bundlePath() const override;
     std::string executablePath() const override;
     std::optional<std::string> bundleIdentifier() const override;
     std::optional<std::string> bundleIdentifierAtPath(const std::string& path) const override;
