@@ -24,41 +24,12 @@ QSize imageSize(const Size& size) {
     return QSize(qRound(size.width), qRound(size.height)).expandedTo({0, 0});
 }
 
-// In a square of side 1.
-constexpr double kLine = 0.2;
-constexpr double kDot = 0.14;
-constexpr int kDegree = 16; // the painter counts angles in sixteenths
-constexpr QRgb kDotColor = 0xFFFF5252U;
-
-void drawArcAroundDot(QPainter& painter, const QRectF& place) {
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(place.topLeft());
-    painter.scale(place.width(), place.height());
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(Qt::white, kLine, Qt::SolidLine, Qt::FlatCap));
-    const double inset = kLine / 2;
-    painter.drawArc(QRectF(0, 0, 1, 1).adjusted(inset, inset, -inset, -inset), -90 * kDegree, 270 * kDegree);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor::fromRgba(kDotColor));
-    painter.drawEllipse(QPointF(0.5, 0.5), kDot, kDot);
-    painter.restore();
-}
-
-} // namespace
-
 QIcon markerPicture() {
     const auto file = Platform::current().shell.bundle.pathForResource("wArc", "svg");
     return file ? QIcon(QString::fromStdString(*file)) : QIcon();
 }
 
-void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture) {
-    const QPixmap pixels = picture.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
-    if (pixels.isNull())
-        drawArcAroundDot(painter, place);
-    else
-        painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
-}
+} // namespace
 
 WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, CameraPoint lastCorner) {
     if (lastCorner.x > firstCorner.x && lastCorner.y > firstCorner.y)
@@ -98,7 +69,8 @@ void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
             first.y, last.x, last.y);
 
     const QRectF place(point.x, panel.height - point.y - kMarkerSide, kMarkerSide, kMarkerSide);
-    drawMarker(painter, place, marker_);
+    const QPixmap pixels = marker_.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
+    painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
 }
 
 void PanelView::paintEvent(QPaintEvent* event) {

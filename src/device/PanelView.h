@@ -12,8 +12,8 @@
 
 namespace lightpen {
 
-// The check view's picture: a marker on black where the camera sees its light. Points count from the view's
-// bottom-left corner. Main thread.
+// The check view's picture: a marker (the application's "wArc") on black where the camera sees its light.
+// Points count from the view's bottom-left corner. Main thread.
 class PanelView final : public QWidget {
 public:
     explicit PanelView(const WindowRect& frame);
@@ -50,11 +50,5 @@ private:
 // Where the panel of this size shows a camera point, given the first and the last stored corner. The camera
 // is mounted one way up or the other, which the corners tell.
 WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, CameraPoint lastCorner);
-
-// The picture "wArc" of the application's folder; a null icon when there is no such file.
-QIcon markerPicture();
-// Draws the check view's marker into this place, as sharp as the screen: the picture or, where that is null,
-// a white arc, open at the lower left, around a red dot.
-void drawMarker(QPainter& painter, const QRectF& place, const QIcon& picture);
 
 } // namespace lightpen

@@ -14,7 +14,6 @@ namespace {
 
 // A panel whose points are two camera units wide, on both axes.
 constexpr int kWidth = 705, kHeight = 430;
-const QPoint kMiddle(5, 5); // of the marker
 
 class PanelViewTest : public CheckViewFixture {
 protected:
@@ -34,8 +33,7 @@ protected:
     // The marker alone, with its upper left corner there, on black.
     static QImage expected(int scale, QPointF corner) {
         QImage picture = blank(scale, Qt::black);
-        QPainter painter(&picture);
-        drawMarker(painter, {corner, QSizeF(10, 10)}, {});
+        QPainter(&picture).fillRect(QRectF(corner, QSizeF(10, 5)), QColor(0, 255, 0));
         return picture;
     }
     static QImage blank(int scale, const QColor& ground) {
@@ -45,6 +43,16 @@ protected:
         return picture;
     }
 
+    // A marker whose upper half is green.
+    std::string makeMarker() {
+        desk.bundle.files["wArc.svg"] = folder.file("wArc.svg");
+        writeFile(folder.file("wArc.svg"), "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
+                                           "<rect width='10' height='5' fill='#00ff00'/></svg>");
+        return folder.file("wArc.svg");
+    }
+
+    const TemporaryDirectory folder;
+    const std::string marker = makeMarker();
     PanelView view{{{360, 300}, {kWidth, kHeight}}};
 };
 
@@ -68,37 +76,15 @@ TEST_F(PanelViewTest, TheOtherWayRoundItCountsFromTheLowerRight) {
     EXPECT_EQ(drawing(1), blank(1, Qt::black));
 }
 
-// Without the marker's own code: white above right, a red middle, open below left, black elsewhere.
-TEST_F(PanelViewTest, TheMarkerLooksLikeThis) {
+TEST_F(PanelViewTest, AMarkerThatIsMissingOrDamagedIsNotShown) {
     show({100, 90}, {2000, 1500});
-    const QImage picture = drawing(1);
-    const QPoint corner(100, 40);
-    EXPECT_EQ(picture.pixelColor(corner + QPoint(8, 4)), QColor(Qt::white));
-    EXPECT_EQ(picture.pixelColor(corner + QPoint(4, 1)), QColor(Qt::white));
-    EXPECT_GT(picture.pixelColor(corner + QPoint(7, 2)).lightness(), 128);
-    EXPECT_EQ(picture.pixelColor(corner + QPoint(2, 7)), QColor(Qt::black));
-    EXPECT_GT(picture.pixelColor(corner + kMiddle).red(), picture.pixelColor(corner + kMiddle).blue() + 50);
-    for (const QPoint outside : {QPoint(-1, 4), QPoint(10, 4), QPoint(4, -1), QPoint(4, 10)})
-        EXPECT_EQ(picture.pixelColor(corner + outside), QColor(Qt::black));
-}
-
-TEST_F(PanelViewTest, TheApplicationsPictureGoesBeforeTheDrawnOne) {
-    const TemporaryDirectory folder;
-    const std::string file = folder.file("wArc.svg");
-    writeFile(file, "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'>"
-                    "<rect width='10' height='5' fill='#00ff00'/></svg>");
-    desk.bundle.files["wArc.svg"] = file;
-    show({100, 90}, {2000, 1500});
-    PanelView withPicture{{{360, 300}, {kWidth, kHeight}}};
-    for (const int scale : {1, 2}) {
-        SCOPED_TRACE(scale);
-        QImage wanted = blank(scale, Qt::black);
-        QPainter(&wanted).fillRect(QRect(100, 40, 10, 5), QColor(0, 255, 0));
-        EXPECT_EQ(drawing(withPicture, scale), wanted);
-    }
-    writeFile(file, "this is no picture");
+    EXPECT_EQ(drawing(view, 1), expected(1, {100, 40}));
+    writeFile(marker, "this is no picture");
     PanelView withDamagedPicture{{{360, 300}, {kWidth, kHeight}}};
-    EXPECT_EQ(drawing(withDamagedPicture, 1), expected(1, {100, 40}));
+    EXPECT_EQ(drawing(withDamagedPicture, 1), blank(1, Qt::black));
+    desk.bundle.files.clear();
+    PanelView withoutPicture{{{360, 300}, {kWidth, kHeight}}};
+    EXPECT_EQ(drawing(withoutPicture, 1), blank(1, Qt::black));
 }
 
 TEST_F(PanelViewTest, OnlyTheDirtyPartIsFilled) {

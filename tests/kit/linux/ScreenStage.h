@@ -116,6 +116,7 @@ inline int runStage(int argc, char** argv,
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
     settings.settingsFile = "/dev/null";
+    settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
     settings.log.diagnostics = std::stoi(argv[2]);
     LinuxPlatform& platform = *new LinuxPlatform(settings); // as in a program that leaves by exitProcess
     Platform::setCurrent(&platform.platform());
