@@ -2,6 +2,8 @@
 // The calibration in force, and what it makes of camera points.
 #include "calibration/KVRCalibrationCenter.h"
 
+#include <algorithm>
+
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -99,10 +101,7 @@ ScreenPoint KVRCalibrationCenter::smallestOf(const CalibratorList& list, CameraP
     ScreenPoint smallest{size.width + 1, size.height + 1};
     for (const auto& calibrator : list) {
         const ScreenPoint mapped = calibrator->mapPointFrom(point);
-        if (mapped.x < smallest.x)
-            smallest.x = mapped.x;
-        if (mapped.y < smallest.y)
-            smallest.y = mapped.y;
+        smallest = {std::min(smallest.x, mapped.x), std::min(smallest.y, mapped.y)};
     }
     return smallest;
 }

@@ -152,18 +152,18 @@ void KVRCalibrationCenter::startAnimation() {
     stopAnimation();
     const WindowPoint origin = targetOriginOfStep(_calibrationStep);
     const auto target = _calibrationTarget;
-    const WindowRect start = target ? target->frame() : WindowRect();
-    const auto setFrame = [target](const WindowRect& frame) {
+    const WindowPoint start = target ? target->frame().origin : WindowPoint();
+    const auto setFrameOrigin = [target](WindowPoint place) {
         if (target)
-            target->setFrame(frame);
+            target->setFrameOrigin(place);
     };
     // A session stops its glide when it ends, so no glide reports to a later session.
     const auto didEnd = [weak = weak_from_this()](const ViewAnimation& animation) {
         if (const auto center = weak.lock())
             center->animationDidEnd(animation);
     };
-    animation_ = std::make_shared<ViewAnimation>(
-        ViewAnimation::Description{setFrame, start, {origin, start.size}}, kMoveDuration, didEnd);
+    animation_ = std::make_shared<ViewAnimation>(ViewAnimation::Description{setFrameOrigin, start, origin},
+                                                 kMoveDuration, didEnd);
     animation_->startAnimation();
 }
 

@@ -17,38 +17,32 @@ static_assert(FLT_EVAL_METHOD == 0);
 constexpr std::size_t kUnknowns = 8;
 
 // The linear system of the coefficients, augmented by its right side.
-using Matrix = std::array<std::array<float, kUnknowns + 1>, kUnknowns>;
+using Equation = std::array<float, kUnknowns + 1>;
+using Matrix = std::array<Equation, kUnknowns>;
 
-// The two equations that carry a corner onto its target. Each entry is a double until it is stored.
-void storeCorner(Matrix& matrix, std::size_t row, CameraPoint corner, double targetX, double targetY) {
-    auto& first = matrix[row];
-    first[0] = static_cast<float>(corner.x);
-    first[1] = static_cast<float>(corner.y);
-    first[2] = 1;
-    first[6] = static_cast<float>(-corner.x * targetX);
-    first[7] = static_cast<float>(-corner.y * targetX);
-    first[8] = static_cast<float>(targetX);
+// The equation that carries a corner onto one coordinate of its target; its own three unknowns begin at the
+// column. Each entry is a double until it is stored.
+void storeEquation(Equation& row, std::size_t column, CameraPoint corner, double target) {
+    row[column] = static_cast<float>(corner.x);
+    row[column + 1] = static_cast<float>(corner.y);
+    row[column + 2] = 1;
+    row[6] = static_cast<float>(-corner.x * target);
+    row[7] = static_cast<float>(-corner.y * target);
+    row[8] = static_cast<float>(target);
+}
 
-    auto& second = matrix[row + 1];
-    second[3] = static_cast<float>(corner.x);
-    second[4] = static_cast<float>(corner.y);
-    second[5] = 1;
-    second[6] = static_cast<float>(-corner.x * targetY);
-    second[7] = static_cast<float>(-corner.y * targetY);
-    second[8] = static_cast<float>(targetY);
+void storeCorner(Matrix& matrix, std::size_t row, CameraPoint corner, ScreenPoint target) {
+    storeEquation(matrix[row], 0, corner, target.x);
+    storeEquation(matrix[row + 1], 3, corner, target.y);
 }
 
 // Brings the row with the largest entry of the pivot column to the pivot's place; the earlier one of equals.
-// The columns left of the pivot are never read again and stay where they are.
 void choosePivot(Matrix& matrix, std::size_t pivot) {
     std::size_t best = pivot;
     for (std::size_t row = pivot + 1; row < kUnknowns; ++row)
         if (std::fabs(matrix[row][pivot]) > std::fabs(matrix[best][pivot]))
             best = row;
-    if (best == pivot)
-        return;
-    for (std::size_t column = pivot; column <= kUnknowns; ++column)
-        std::swap(matrix[pivot][column], matrix[best][column]);
+    std::swap(matrix[pivot], matrix[best]);
 }
 
 // There is no test for a pivot of zero: its quotients are not finite, which says that there is no solution.
@@ -91,10 +85,10 @@ void Calibrator::calculateConstant() {
     const double bottom = top + destinationRect_.size.height;
 
     Matrix matrix{};
-    storeCorner(matrix, 0, sourcePoints_.topLeft, left, top);
-    storeCorner(matrix, 2, sourcePoints_.topRight, right, top);
-    storeCorner(matrix, 4, sourcePoints_.bottomLeft, left, bottom);
-    storeCorner(matrix, 6, sourcePoints_.bottomRight, right, bottom);
+    storeCorner(matrix, 0, sourcePoints_.topLeft, {left, top});
+    storeCorner(matrix, 2, sourcePoints_.topRight, {right, top});
+    storeCorner(matrix, 4, sourcePoints_.bottomLeft, {left, bottom});
+    storeCorner(matrix, 6, sourcePoints_.bottomRight, {right, bottom});
     eliminate(matrix);
     substituteBack(matrix, vector_);
 }

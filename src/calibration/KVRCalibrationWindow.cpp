@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "calibration/KVRCalibrationWindow.h"
 
-#include <vector>
-
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QPalette>
@@ -17,19 +15,6 @@
 
 namespace lightpen {
 
-namespace {
-
-// A copy, since a target that is removed leaves the view's own list.
-std::vector<KVRCalibrationTarget*> targetsIn(const QWidget& view) {
-    std::vector<KVRCalibrationTarget*> targets;
-    for (QObject* child : view.children())
-        if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
-            targets.push_back(target);
-    return targets;
-}
-
-} // namespace
-
 KVRCalibrationWindow::KVRCalibrationWindow()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
       contentView_(new QWidget(this)) {
@@ -37,16 +22,19 @@ KVRCalibrationWindow::KVRCalibrationWindow()
 }
 
 KVRCalibrationWindow::~KVRCalibrationWindow() {
-    for (KVRCalibrationTarget* target : targetsIn(*contentView_))
-        target->removeFromSuperview();
+    // A copy, since a target that is removed leaves the view's own list.
+    for (QObject* child : QObjectList(contentView_->children()))
+        if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
+            target->removeFromSuperview();
 }
 
 void KVRCalibrationWindow::setCalibrationScreen(const std::optional<Screen>& screen) {
     calibrationScreen_ = screen;
     const Size size = screen ? screen->frame.size : Size();
     contentView_->setGeometry(0, 0, qRound(size.width), qRound(size.height));
-    for (KVRCalibrationTarget* target : targetsIn(*contentView_))
-        target->placeInSuperview();
+    for (QObject* child : contentView_->children())
+        if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
+            target->placeInSuperview();
 }
 
 void KVRCalibrationWindow::setBackgroundColor(const Color& color) {

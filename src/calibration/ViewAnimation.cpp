@@ -44,23 +44,17 @@ void ViewAnimation::progress() {
     if (!animating_)
         return;
     const Microseconds elapsed = Platform::current().clock.now() - start_;
+    const auto& [setFrameOrigin, start, end] = description_;
     if (elapsed < duration_) {
-        description_.setFrame(
-            frameAt(static_cast<double>(elapsed.count()) / static_cast<double>(duration_.count())));
+        const double share = static_cast<double>(elapsed.count()) / static_cast<double>(duration_.count());
+        setFrameOrigin({std::lerp(start.x, end.x, share), std::lerp(start.y, end.y, share)});
         scheduleProgress(elapsed);
         return;
     }
     animating_ = false;
-    description_.setFrame(description_.endFrame);
+    setFrameOrigin(end);
     if (animationDidEnd_)
         animationDidEnd_(*this);
-}
-
-WindowRect ViewAnimation::frameAt(double share) const {
-    const auto& [setFrame, start, end] = description_;
-    return {{std::lerp(start.origin.x, end.origin.x, share), std::lerp(start.origin.y, end.origin.y, share)},
-            {std::lerp(start.size.width, end.size.width, share),
-             std::lerp(start.size.height, end.size.height, share)}};
 }
 
 } // namespace lightpen
