@@ -27,7 +27,7 @@ class AboutPanel final : public QDialog {
 public:
     AboutPanel() : buttons_(QDialogButtonBox::Ok) {
         name_.setFont(fontOfName(name_.font()));
-        for (QLabel* label : {&icon_, &name_, &version_, &copyright_}) {
+        for (QLabel* label : {&icon_, &name_, &copyright_}) {
             label->setTextFormat(Qt::PlainText);
             // Each as a block: what its text indents stays indented.
             rows_.addWidget(label, 0, Qt::AlignHCenter);
@@ -46,7 +46,6 @@ public:
         icon_.setPixmap(options.applicationIcon.pixmap(kIconSize, devicePixelRatioF()));
         icon_.setVisible(!options.applicationIcon.isNull());
         setText(name_, options.applicationName);
-        setText(version_, options.version);
         setText(copyright_, options.copyright);
         if (!options.button.empty())
             buttons_.button(QDialogButtonBox::Ok)->setText(QString::fromStdString(options.button));
@@ -62,7 +61,7 @@ private:
     }
 
     QVBoxLayout rows_{this};
-    QLabel icon_, name_, version_, copyright_;
+    QLabel icon_, name_, copyright_;
     QDialogButtonBox buttons_;
 };
 

@@ -10,7 +10,6 @@ namespace lightpen {
 // What the about panel shows; UTF-8. An empty text takes no room.
 struct AboutPanelOptions {
     std::string copyright; // with its line breaks
-    std::string version;
     std::string applicationName;
     QIcon applicationIcon;
     std::string button = {}; // closes the panel; an empty text leaves Qt's own

@@ -107,7 +107,7 @@ void LightPenNX7Controller::resetLanguageSetting() {
 }
 
 void LightPenNX7Controller::help() {
-    const auto chosen = storedText(kLocaleIdentifierKey);
+    const auto chosen = stored<std::string>(kLocaleIdentifierKey);
     logLine("Light n:118 [[NSUserDefaults standardUserDefaults] objectForKey:kLocaleIdentifierKey]: %s",
             chosen ? chosen->c_str() : "(null)");
     const std::string_view name = helpDocumentFor(chosen);

@@ -64,7 +64,7 @@ std::shared_ptr<QMenu> LightPenNX7Controller::constructMenu(MenuMode menuMode) {
 }
 
 std::string LightPenNX7Controller::choosePreferredLanguage() const {
-    if (const auto chosen = storedText(kLocaleIdentifierKey))
+    if (const auto chosen = stored<std::string>(kLocaleIdentifierKey))
         return chooseIdentifier(*chosen);
     const auto preferred = Platform::current().shell.locales.preferredLanguages();
     return chooseIdentifier(preferred.empty() ? std::string() : preferred.front());
@@ -88,8 +88,9 @@ std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::strin
     logLine("Range error in LightPenNX7Controller %p constructMenu: Language.plist has no language for the "
             "identifier \"%s\"%s",
             static_cast<const void*>(this), identifier.c_str(),
-            storedText(kLocaleIdentifierKey) == identifier ? " (chosen by \"Language\" in the settings)"
-                                                           : "");
+            stored<std::string>(kLocaleIdentifierKey) == identifier
+                ? " (chosen by \"Language\" in the settings)"
+                : "");
     Platform::current().runLoop.exitProcess(EXIT_FAILURE);
     return std::nullopt;
 }

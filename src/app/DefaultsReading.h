@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Platform.h"
+
 namespace lightpen {
 
 // The keys of the user's defaults that the controller reads.
@@ -18,9 +20,17 @@ inline constexpr std::string_view kDebugWindowKey = "Debug Window";
 inline constexpr std::string_view kPreviewWindowKey = "Preview Window";
 inline constexpr std::string_view kLaunchAtStartUpKey = "Launch At Start Up";
 
-// Whether the default exists and is true. Main thread, like the defaults themselves.
-bool isSet(std::string_view key);
-// The text of the default; empty when it is absent or something else than a text.
-std::optional<std::string> storedText(std::string_view key);
+// The default, if it exists and is of this type. Main thread, like the defaults themselves.
+template <class Type>
+std::optional<Type> stored(std::string_view key) {
+    const auto value = Platform::current().defaults.objectForKey(key);
+    const Type* typed = value ? std::get_if<Type>(&*value) : nullptr;
+    return typed ? std::optional(*typed) : std::nullopt;
+}
+
+// Whether the default exists and is true.
+inline bool isSet(std::string_view key) {
+    return stored<bool>(key) == true;
+}
 
 } // namespace lightpen

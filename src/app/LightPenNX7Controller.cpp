@@ -144,21 +144,18 @@ void LightPenNX7Controller::startWithUnit(EventGeneratorNX7& driver) {
 void LightPenNX7Controller::processLaunchAtStartUp() {
     using Change = LoginListUpdate::Change;
     logLine("Light n:47 ");
-    const Bundle& bundle = Platform::current().shell.bundle;
-    LoginItems& loginItems = Platform::current().shell.loginItems;
+    ApplicationShell& shell = Platform::current().shell;
     LoginListUpdate update =
-        updatedLoginList(loginItems.copyValue(), isSet(kLaunchAtStartUpKey),
-                         {bundle.executablePath(), bundle.bundleIdentifier()},
-                         [&bundle](const std::string& path) { return bundle.bundleIdentifierAtPath(path); });
+        updatedLoginList(shell.loginItems.copyValue(), isSet(kLaunchAtStartUpKey), shell.bundle);
     if (update.change == Change::updated)
         logLine("Light n:87 LightPenNX7 StartUp setting found in system, updating APP path now.");
     else if (update.change == Change::added)
         logLine("Light n:79 Nothing is found in login window, adding LightPenNX7 into Start Up Group.");
     else if (update.change == Change::removed)
         logLine("Light n:98 User cancel the StartUp function, deleting the login window now.");
-    loginItems.setValue(std::move(update.list));
+    shell.loginItems.setValue(std::move(update.list));
     // A list that cannot be stored stays as it was; the store says so in its log line.
-    loginItems.synchronize();
+    shell.loginItems.synchronize();
 }
 
 // The unit

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
 #include <optional>
-#include <string>
 #include <vector>
 
+#include "platform/Bundle.h"
 #include "platform/LoginItems.h"
 
 namespace lightpen {
@@ -18,20 +17,12 @@ struct LoginListUpdate {
     std::vector<LoginItem> list;
 };
 
-// The application as it runs now.
-struct RunningApplication {
-    std::string path;                      // of its program
-    std::optional<std::string> identifier; // of its information dictionary, if that has one
-};
-
-// The identifier of the application at a path; empty without an application there.
-using IdentifierAtPath = std::function<std::optional<std::string>(const std::string& path)>;
-
-// Brings the list into line with the user's wish. The running application's own entry is the first one whose
-// path holds the application's name and leads to an application of the same identifier. An entry that was
-// made for that identifier counts too if its path leads nowhere any more. A wanted entry gets the present
-// path and identifier and moves to the end; an unwanted one is removed. All others stay, in their order.
+// Brings the list into line with the user's wish; the bundle is the running application's. The running
+// application's own entry is the first one whose path holds the application's name and leads to an
+// application of the same identifier. An entry that was made for that identifier counts too if its path leads
+// nowhere any more. A wanted entry gets the present path and identifier and moves to the end; an unwanted one
+// is removed. All others stay, in their order.
 LoginListUpdate updatedLoginList(const std::optional<std::vector<LoginItem>>& current, bool wanted,
-                                 const RunningApplication& running, const IdentifierAtPath& identifierAt);
+                                 const Bundle& running);
 
 } // namespace lightpen

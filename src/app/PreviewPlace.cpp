@@ -7,20 +7,6 @@
 
 namespace lightpen {
 
-namespace {
-
-// What the room leaves of the wanted size.
-QSize cut(const QSize& wanted, const QRect& room) {
-    return wanted.boundedTo(room.size()).expandedTo({0, 0});
-}
-
-int areaThatFits(const QSize& wanted, const QRect& room) {
-    const QSize size = cut(wanted, room);
-    return size.width() * size.height();
-}
-
-} // namespace
-
 // The panel's own place counts from the screen's lower edge.
 QRect checkPanelPlace(const QRect& screen) {
     const auto [origin, size] = checkPanelRect({double(screen.width()), double(screen.height())});
@@ -36,11 +22,14 @@ QRect previewPlace(const QRect& screen, const QSize& wanted, const QRect& freePa
     right.setLeft(std::max(free.left(), panel.right() + 1));
     left.setRight(std::min(free.right(), panel.left() - 1));
     above.setBottom(std::min(free.bottom(), panel.top() - 1));
+    // What the room leaves of the wanted size.
+    const auto cut = [&](const QRect& room) { return wanted.boundedTo(room.size()).expandedTo({0, 0}); };
+    const auto area = [](const QSize& size) { return size.width() * size.height(); };
     // The first of those that leave most.
     const QRect room = std::max({below, right, left, above}, [&](const QRect& one, const QRect& other) {
-        return areaThatFits(wanted, one) < areaThatFits(wanted, other);
+        return area(cut(one)) < area(cut(other));
     });
-    const QSize size = cut(wanted, room);
+    const QSize size = cut(room);
     return {room.x() + (room.width() - size.width()) / 2, room.y() + (room.height() - size.height()) / 2,
             size.width(), size.height()};
 }

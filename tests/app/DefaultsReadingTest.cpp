@@ -22,13 +22,13 @@ TEST(DefaultsReadingTest, OnlyTrueIsTrue) {
 
 TEST(DefaultsReadingTest, OnlyTextIsText) {
     TestPlatform desk;
-    EXPECT_EQ(storedText("Language"), std::nullopt);
+    EXPECT_EQ(stored<std::string>("Language"), std::nullopt);
     desk.defaults.set["Language"] = std::string("zh-Hant");
-    EXPECT_EQ(storedText("Language"), "zh-Hant");
+    EXPECT_EQ(stored<std::string>("Language"), "zh-Hant");
     for (const DefaultsValue& other :
          {DefaultsValue(true), DefaultsValue(std::int64_t{4}), DefaultsValue(1.5)}) {
         desk.defaults.set["Language"] = other;
-        EXPECT_EQ(storedText("Language"), std::nullopt);
+        EXPECT_EQ(stored<std::string>("Language"), std::nullopt);
     }
 }
 

@@ -1,144 +1,112 @@
 // SPDX-License-Identifier: MIT
 #include "app/LoginList.h"
 
-#include <map>
+#include <algorithm>
+#include <sstream>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "kit/TestShell.h"
 
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using Change = LoginListUpdate::Change;
-
 constexpr const char* kIdentifier = "org.lightpen.LightPenNX7";
-const RunningApplication kRunning{"/opt/new/LightPenNX7", kIdentifier};
-const LoginItem kMail{"/usr/bin/mail", true, "mail.desktop"};
-const LoginItem kOld{"/opt/old/LightPenNX7", true, "own.desktop"};
-const LoginItem kMoved{"/opt/old/LightPenNX7", true, "own.desktop", kIdentifier};
-const LoginItem kUpdated{"/opt/new/LightPenNX7", true, "own.desktop", kIdentifier};
-const LoginItem kClone{"/home/LightPenNX7-clone", false, "clone.desktop"};
-const LoginItem kClock{"/usr/bin/clock", false, "clock.desktop"};
-const LoginItem kNew{"/opt/new/LightPenNX7", false, "", kIdentifier};
 
-std::optional<std::string> identifierAt(const std::string& path) {
-    const std::map<std::string, std::string> applications{{"/opt/old/LightPenNX7", kIdentifier},
-                                                          {"/opt/new/LightPenNX7", kIdentifier},
-                                                          {"/home/LightPenNX7-clone", "org.example.clone"},
-                                                          {"/opt/renamed", kIdentifier}};
-    const auto found = applications.find(path);
-    return found == applications.end() ? std::nullopt : std::optional(found->second);
-}
+// What the lists below are made of. The application itself runs in /opt/new.
+const std::map<std::string, LoginItem> kItems{
+    {"mail", {"/usr/bin/mail", true, "mail.desktop"}},
+    {"clock", {"/usr/bin/clock", false, "clock.desktop"}},
+    {"old", {"/opt/old/LightPenNX7", true, "own.desktop"}},
+    {"old-elsewhere", {"/opt/old/LightPenNX7", true, "twin.desktop"}},
+    {"old-shown", {"/opt/old/LightPenNX7", false, "own.desktop"}},
+    {"old-remembered", {"/opt/old/LightPenNX7", true, "own.desktop", kIdentifier}},
+    {"old-of-another", {"/opt/old/LightPenNX7", true, "own.desktop", "org.example.former"}},
+    {"brought-here", {"/opt/new/LightPenNX7", true, "own.desktop", kIdentifier}},
+    {"here", {"/opt/new/LightPenNX7", false, "own.desktop", kIdentifier}},
+    {"new", {"/opt/new/LightPenNX7", false, "", kIdentifier}},
+    {"new-nameless", {"/opt/new/LightPenNX7", false, ""}},
+    {"clone", {"/home/LightPenNX7-clone", false, "clone.desktop"}},
+    {"taken", {"/home/LightPenNX7-clone", false, "clone.desktop", kIdentifier}},
+    {"renamed", {"/opt/renamed", false, "renamed.desktop"}},
+    {"renamed-remembered", {"/opt/renamed", true, "own.desktop", kIdentifier}}};
 
-std::optional<std::string> nothingAt(const std::string&) {
-    return std::nullopt;
-}
+// Which applications are at the paths of the entries.
+enum class There { all, none, noneAndOursIsNameless };
 
-LoginListUpdate update(const std::optional<std::vector<LoginItem>>& list, bool wanted) {
-    return updatedLoginList(list, wanted, kRunning, identifierAt);
-}
+struct Row {
+    const char* name;
+    There there;
+    const char* before; // null where there is no list
+    const char* wanted; // what happens to its entry, and the list
+    const char* unwanted;
+};
 
-TEST(LoginListTest, AddsItselfToAListThatIsAbsentOrEmpty) {
-    for (const auto& list :
-         {std::optional<std::vector<LoginItem>>(), std::optional(std::vector<LoginItem>())}) {
-        const LoginListUpdate result = update(list, true);
-        EXPECT_EQ(result.change, Change::added);
-        EXPECT_THAT(result.list, ElementsAre(kNew));
+class LoginListTest : public testing::TestWithParam<Row> {
+protected:
+    LoginListTest() {
+        running.path = "/opt/new";
+        if (GetParam().there == There::noneAndOursIsNameless)
+            running.identifier = std::nullopt;
+        if (GetParam().there == There::all)
+            running.others = {{"/opt/old/LightPenNX7", kIdentifier},
+                              {"/opt/new/LightPenNX7", kIdentifier},
+                              {"/home/LightPenNX7-clone", "org.example.clone"},
+                              {"/opt/renamed", kIdentifier}};
     }
-}
-
-TEST(LoginListTest, MovesItsEntryToTheEndWithTheNewPath) {
-    const LoginListUpdate result = update(std::vector{kMail, kOld, kClock}, true);
-    EXPECT_EQ(result.change, Change::updated);
-    EXPECT_THAT(result.list, ElementsAre(kMail, kClock, kUpdated));
-}
-
-TEST(LoginListTest, AnEntryOfTheSamePathIsUpdatedToo) {
-    const LoginItem own{"/opt/new/LightPenNX7", false, "own.desktop", kIdentifier};
-    const LoginListUpdate result = update(std::vector{own, kMail}, true);
-    EXPECT_EQ(result.change, Change::updated);
-    EXPECT_THAT(result.list, ElementsAre(kMail, own));
-}
-
-TEST(LoginListTest, AnotherApplicationWithTheNameInItsPathIsLeftAlone) {
-    const LoginListUpdate added = update(std::vector{kClone, kMail}, true);
-    EXPECT_EQ(added.change, Change::added);
-    EXPECT_THAT(added.list, ElementsAre(kClone, kMail, kNew));
-    const LoginListUpdate updated = update(std::vector{kClone, kOld}, true);
-    EXPECT_EQ(updated.change, Change::updated);
-    EXPECT_EQ(updated.list.front(), kClone);
-}
-
-TEST(LoginListTest, TheNameInThePathIsAskedForToo) {
-    const LoginItem renamed{"/opt/renamed", false, "renamed.desktop"};
-    EXPECT_THAT(update(std::vector{renamed}, true).list, ElementsAre(renamed, kNew));
-    EXPECT_THAT(update(std::vector{renamed}, false).list, ElementsAre(renamed));
-}
-
-TEST(LoginListTest, GoesWhenItIsNotWanted) {
-    const LoginListUpdate result = update(std::vector{kMail, kClone, kOld, kClock}, false);
-    EXPECT_EQ(result.change, Change::removed);
-    EXPECT_THAT(result.list, ElementsAre(kMail, kClone, kClock));
-}
-
-TEST(LoginListTest, NothingChangesWhenItIsNeitherThereNorWanted) {
-    const LoginListUpdate result = update(std::vector{kMail, kClone}, false);
-    EXPECT_EQ(result.change, Change::none);
-    EXPECT_THAT(result.list, ElementsAre(kMail, kClone));
-    EXPECT_THAT(update(std::nullopt, false).list, IsEmpty());
-}
-
-TEST(LoginListTest, TheFirstOfSeveralCountsAndWhatSaysTheSameGoesWithIt) {
-    LoginItem twin = kOld;
-    twin.origin = "twin.desktop";
-    LoginItem shown = kOld;
-    shown.hide = false;
-    const LoginListUpdate result = update(std::vector{kOld, kMail, twin, shown}, true);
-    EXPECT_THAT(result.list, ElementsAre(kMail, shown, kUpdated));
-    EXPECT_THAT(update(std::vector{kOld, kMail, twin, shown}, false).list, ElementsAre(kMail, shown));
-}
-
-TEST(LoginListTest, AnApplicationThatHasLeftThePathIsKnownByWhatTheEntryRemembers) {
-    const std::vector<LoginItem> list{kMail, kMoved, kClock};
-    const auto wanted = updatedLoginList(list, true, kRunning, nothingAt);
-    EXPECT_EQ(wanted.change, Change::updated);
-    EXPECT_THAT(wanted.list, ElementsAre(kMail, kClock, kUpdated));
-    const auto unwanted = updatedLoginList(list, false, kRunning, nothingAt);
-    EXPECT_EQ(unwanted.change, Change::removed);
-    EXPECT_THAT(unwanted.list, ElementsAre(kMail, kClock));
-}
-
-TEST(LoginListTest, WhoIsAtThePathNowGoesBeforeWhatTheEntryRemembers) {
-    LoginItem taken = kClone;
-    taken.identifier = kIdentifier;
-    EXPECT_THAT(update(std::vector{taken}, true).list, ElementsAre(taken, kNew));
-    EXPECT_THAT(update(std::vector{taken}, false).list, ElementsAre(taken));
-    LoginItem ours = kOld;
-    ours.identifier = "org.example.former";
-    EXPECT_THAT(update(std::vector{ours}, true).list, ElementsAre(kUpdated));
-}
-
-TEST(LoginListTest, NeitherAnotherMemoryNorNoneMakesADeadEntryItsOwn) {
-    LoginItem other = kMoved;
-    other.identifier = "org.example.clone";
-    LoginItem nameless = kMoved;
-    nameless.path = "/opt/renamed";
-    for (const LoginItem& dead : {other, kOld, nameless}) {
-        EXPECT_THAT(updatedLoginList(std::vector{dead}, true, kRunning, nothingAt).list,
-                    ElementsAre(dead, kNew));
-        EXPECT_THAT(updatedLoginList(std::vector{dead}, false, kRunning, nothingAt).list, ElementsAre(dead));
+    std::string updated(bool wanted) const {
+        std::optional<std::vector<LoginItem>> list;
+        if (GetParam().before) {
+            std::istringstream names(GetParam().before);
+            list.emplace();
+            for (std::string name; names >> name;)
+                list->push_back(kItems.at(name));
+        }
+        const LoginListUpdate update = updatedLoginList(list, wanted, running);
+        std::string text =
+            std::array{"none:", "added:", "updated:", "removed:"}.at(std::size_t(update.change));
+        for (const LoginItem& item : update.list) {
+            const auto known = std::find_if(kItems.begin(), kItems.end(),
+                                            [&](const auto& entry) { return entry.second == item; });
+            text += ' ' + (known == kItems.end() ? "unknown " + item.path : known->first);
+        }
+        return text;
     }
+    MemoryBundle running;
+};
+
+TEST_P(LoginListTest, IsBroughtIntoLineWithTheWish) {
+    EXPECT_EQ(updated(true), GetParam().wanted);
+    EXPECT_EQ(updated(false), GetParam().unwanted);
 }
 
-TEST(LoginListTest, WithoutAnIdentifierNoEntryIsItsOwn) {
-    const RunningApplication nameless{"/opt/new/LightPenNX7", std::nullopt};
-    const LoginItem fresh{"/opt/new/LightPenNX7", false, ""};
-    EXPECT_THAT(updatedLoginList(std::vector{kOld}, false, nameless, nothingAt).list, ElementsAre(kOld));
-    EXPECT_THAT(updatedLoginList(std::vector{kOld}, true, nameless, nothingAt).list,
-                ElementsAre(kOld, fresh));
-}
+INSTANTIATE_TEST_SUITE_P(
+    On, LoginListTest,
+    testing::Values(
+        Row{"NoList", There::all, nullptr, "added: new", "none:"},
+        Row{"EmptyList", There::all, "", "added: new", "none:"},
+        Row{"ItsEntryMovesToTheEndWithTheNewPath", There::all, "mail old clock",
+            "updated: mail clock brought-here", "removed: mail clock"},
+        Row{"AnEntryOfTheSamePathToo", There::all, "here mail", "updated: mail here", "removed: mail"},
+        Row{"AnotherWithTheNameInItsPath", There::all, "clone mail", "added: clone mail new",
+            "none: clone mail"},
+        Row{"AnotherAndItself", There::all, "mail clone old clock", "updated: mail clone clock brought-here",
+            "removed: mail clone clock"},
+        Row{"OneWithoutTheNameInItsPath", There::all, "renamed", "added: renamed new", "none: renamed"},
+        Row{"TheFirstOfSeveralAndWhatSaysTheSame", There::all, "old mail old-elsewhere old-shown",
+            "updated: mail old-shown brought-here", "removed: mail old-shown"},
+        Row{"OneThatHasLeftThePathAndIsRemembered", There::none, "mail old-remembered clock",
+            "updated: mail clock brought-here", "removed: mail clock"},
+        Row{"WhoIsAtThePathGoesBeforeTheMemory", There::all, "taken", "added: taken new", "none: taken"},
+        Row{"WhoIsAtThePathMakesItItsOwn", There::all, "old-of-another", "updated: brought-here", "removed:"},
+        Row{"AnotherMemory", There::none, "old-of-another", "added: old-of-another new",
+            "none: old-of-another"},
+        Row{"NoMemory", There::none, "old", "added: old new", "none: old"},
+        Row{"AMemoryWithoutTheName", There::none, "renamed-remembered", "added: renamed-remembered new",
+            "none: renamed-remembered"},
+        Row{"WithoutAnIdentifier", There::noneAndOursIsNameless, "old", "added: old new-nameless",
+            "none: old"}),
+    [](const auto& tested) { return std::string(tested.param.name); });
 
 } // namespace
 } // namespace lightpen

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
@@ -98,9 +99,11 @@ protected:
 };
 
 // The main of such tests. Where start() has started it, it is the program: the function is called with the
-// platform and the words for it, and leaves by exitProcess.
+// platform and the words for it, and leaves by exitProcess. The application's folder is the test's own unless
+// named.
 inline int runStage(int argc, char** argv,
-                    void (*program)(LinuxPlatform&, const std::string& kind, const std::string& screen)) {
+                    void (*program)(LinuxPlatform&, const std::string& kind, const std::string& screen),
+                    const std::filesystem::path& applicationFolder = {}) {
     const NoBus none;
     none.enter();
     setenv("QT_QPA_PLATFORM", "xcb", 1); // NOLINT(concurrency-mt-unsafe): before there are threads
@@ -116,7 +119,8 @@ inline int runStage(int argc, char** argv,
     settings.units = Units::ofTheProgram;
     settings.pointer = PointerChoice::xtest;
     settings.settingsFile = "/dev/null";
-    settings.applicationFolder = std::filesystem::path(LIGHTPEN_PROGRAM).parent_path();
+    if (!applicationFolder.empty())
+        settings.applicationFolder = applicationFolder;
     settings.log.diagnostics = std::stoi(argv[2]);
     LinuxPlatform& platform = *new LinuxPlatform(settings); // as in a program that leaves by exitProcess
     Platform::setCurrent(&platform.platform());

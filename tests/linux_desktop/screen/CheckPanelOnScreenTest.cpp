@@ -147,5 +147,6 @@ INSTANTIATE_TEST_SUITE_P(On, CheckPanelOnScreenTest, testing::Values(false, true
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    return lightpen::runStage(argc, argv, lightpen::runProgramUnderTest);
+    return lightpen::runStage(argc, argv, lightpen::runProgramUnderTest,
+                              std::filesystem::path(LIGHTPEN_PROGRAM).parent_path());
 }
