@@ -160,14 +160,6 @@ TEST_F(ControllerActionsTest, DetectAgainAsksForAPicture) {
     EXPECT_EQ(widget<PreviewImageView>("imageView").image(), nullptr) << "without a unit there is none";
 }
 
-TEST_F(ControllerActionsTest, TheDebugWindowsButtonSendsTheSettings) {
-    desk.defaults.set["Debug Window"] = true;
-    startWithUnit();
-    unit.takeSent();
-    widget<QPushButton>("button").click();
-    EXPECT_FALSE(unit.takeSent().empty());
-}
-
 TEST_F(ControllerActionsTest, TheDebugWindowsButtonWithoutAUnitSendsNothing) {
     start();
     controller->debugWindowButton("x");

@@ -47,8 +47,9 @@ protected:
         bundle.dictionaries["English.strings"] = table("");
         bundle.dictionaries["German.strings"] = table("de:");
         bundle.dictionaries["Japanese.strings"] = table("ja:");
-        bundle.information.entries = {{"Threshold Values", {numbers({46, 23, 12})}},
-                                      {"Supported Language", {texts({"English", "German", "Japanese"})}}};
+        bundle.information.entries = {
+            {"Threshold Values", {listOf<std::int64_t>({46, 23, 12})}},
+            {"Supported Language", {listOf<std::string>({"English", "German", "Japanese"})}}};
         putPicture("disconn", 16, 16, "#ff0000");
         putPicture("connect", 16, 16, "#00ff00");
         putPicture("calib", 64, 64, "#0000ff");
@@ -92,43 +93,17 @@ protected:
                 Q_EMIT other->aboutToShow();
     }
 
-    static PropertyListArray numbers(const std::vector<std::int64_t>& values) {
+    template <class Value>
+    static PropertyListArray listOf(const std::vector<Value>& values) {
         PropertyListArray list;
-        for (const std::int64_t value : values)
-            list.push_back({value});
-        return list;
-    }
-    static PropertyListArray texts(const std::vector<std::string>& values) {
-        PropertyListArray list;
-        for (const std::string& value : values)
+        for (const Value& value : values)
             list.push_back({value});
         return list;
     }
     static PropertyListDictionary table(const std::string& mark) {
         std::vector<Text> texts;
-        for (const char* key : {"Calibration",
-                                "Projection Distance",
-                                "Distance1",
-                                "Distance2",
-                                "Distance3",
-                                "Language",
-                                "Help",
-                                "About...",
-                                "Exit",
-                                "OK",
-                                "Detect again!",
-                                kStrayLightMessage,
-                                "Threshold",
-                                "Forced Exposure",
-                                "Send to the unit",
-                                "Camera picture",
-                                "Debug",
-                                "The camera unit is connected",
-                                "No camera unit",
-                                "English",
-                                "German",
-                                "Japanese"})
-            texts.emplace_back(key, mark + key);
+        for (const QString& key : (QString(kTexts) + kStrayLightMessage).split('|'))
+            texts.emplace_back(key.toStdString(), mark + key.toStdString());
         return dictionaryOf(texts);
     }
 
@@ -199,6 +174,11 @@ protected:
     static constexpr const char* kStrayLightMessage =
         "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
         "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
+    static constexpr const char* kTexts =
+        "Calibration|Projection Distance|Distance1|Distance2|Distance3|Language|Help|About...|Exit|OK|"
+        "Detect again!|Threshold|Forced Exposure|Send to the unit|Camera picture|Debug|"
+        "The camera unit is connected|No camera unit|English|German|Japanese|";
 
     QTemporaryDir folder;
     std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();

@@ -75,7 +75,7 @@ TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
 
 TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
     wantEverything();
-    desk.bundle.information.entries[0].second = {numbers({25, 7, 25})};
+    desk.bundle.information.entries[0].second = {listOf<std::int64_t>({25, 7, 25})};
     startWithUnit();
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("* Distance3", "Distance2", "* Distance1"));
@@ -87,7 +87,7 @@ TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
 
 TEST_F(ControllerMenusTest, TooFewThresholdsMarkWhatTheyHave) {
     wantEverything();
-    desk.bundle.information.entries[0].second = {numbers({9})};
+    desk.bundle.information.entries[0].second = {listOf<std::int64_t>({9})};
     startWithUnit(9);
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
                 ElementsAre("* Distance3", "Distance2", "Distance1"));

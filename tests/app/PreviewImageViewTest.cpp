@@ -65,23 +65,19 @@ TEST_F(PreviewImageViewTest, IsFramedOneWayOrTheOther) {
     EXPECT_EQ(image.pixel(60, 3), ground);
 }
 
-TEST_F(PreviewImageViewTest, ANewPictureTakesTheOldOnesPlace) {
+TEST_F(PreviewImageViewTest, ANewPictureTakesTheOldOnesPlaceAndNoneIsBlack) {
+    const QSize room{2 * kWidth + 2, 2 * kHeight + 2};
+    const QImage never = shown(room);
+    EXPECT_EQ(never.pixel(80, 60), qRgb(0, 0, 0));
     view.setImage(patternImage());
-    const QImage before = shown({2 * kWidth + 2, 2 * kHeight + 2});
+    const QImage before = shown(room);
+    EXPECT_NE(before, never);
     view.setImage(previewImageOf(std::array<std::uint8_t, kPreviewPictureBytes>{}));
-    const QImage black = shown({2 * kWidth + 2, 2 * kHeight + 2});
-    EXPECT_EQ(black.pixel(80, 60), qRgb(0, 0, 0));
+    EXPECT_EQ(shown(room), never);
     view.setImage(patternImage());
-    EXPECT_EQ(shown({2 * kWidth + 2, 2 * kHeight + 2}), before);
-}
-
-TEST_F(PreviewImageViewTest, IsBlackWithoutAPicture) {
-    const QImage never = shown({kWidth + 2, kHeight + 2});
-    EXPECT_EQ(never.pixel(40, 30), qRgb(0, 0, 0));
-    view.setImage(patternImage());
-    EXPECT_NE(shown({kWidth + 2, kHeight + 2}), never);
+    EXPECT_EQ(shown(room), before);
     view.setImage(nullptr);
-    EXPECT_EQ(shown({kWidth + 2, kHeight + 2}), never);
+    EXPECT_EQ(shown(room), never);
 }
 
 // The view keeps what it shows: the driver may replace its picture at any time.

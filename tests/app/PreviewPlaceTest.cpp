@@ -11,11 +11,14 @@ namespace lightpen {
 
 namespace {
 
+constexpr QRect kXga{0, 0, 1024, 768}, kFullHd{0, 0, 1920, 1080};
+
 struct Case {
     const char* name;
     QRect screen;
     QSize wanted;
     QRect place;
+    QRect freePart = screen;
 };
 
 TEST(CheckPanelPlaceTest, LeavesAThirdBelowASixthAboveAndAQuarterBeside) {
@@ -53,50 +56,35 @@ TEST_F(CheckPanelPlaceInDriverTest, IsWhereTheDriverPutsThePanel) {
 class PreviewPlaceTest : public testing::TestWithParam<Case> {};
 
 TEST_P(PreviewPlaceTest, IsOnTheScreenAndBesideThePanel) {
-    const auto& [name, screen, wanted, expected] = GetParam();
-    const QRect place = previewPlace(screen, wanted, screen);
+    const auto& [name, screen, wanted, expected, freePart] = GetParam();
+    const QRect place = previewPlace(screen, wanted, freePart);
     EXPECT_EQ(place, expected);
-    EXPECT_TRUE(screen.contains(place));
+    EXPECT_TRUE(freePart.contains(place));
     EXPECT_FALSE(place.intersects(checkPanelPlace(screen)));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     On, PreviewPlaceTest,
-    testing::Values(Case{"Xga", {0, 0, 1024, 768}, {650, 230}, {187, 525, 650, 230}},
-                    Case{"XgaAsHighAsThereIsRoom", {0, 0, 1024, 768}, {650, 256}, {187, 512, 650, 256}},
-                    Case{"XgaTooHighByOne", {0, 0, 1024, 768}, {650, 257}, {187, 512, 650, 256}},
-                    Case{"Hd", {0, 0, 1280, 720}, {700, 200}, {290, 500, 700, 200}},
-                    Case{"FullHd", {0, 0, 1920, 1080}, {901, 340}, {509, 730, 901, 340}},
-                    Case{"FourK", {0, 0, 3840, 2160}, {900, 420}, {1470, 1590, 900, 420}},
-                    Case{"Svga", {0, 0, 800, 600}, {700, 190}, {50, 405, 700, 190}},
-                    Case{"SvgaTooWide", {0, 0, 800, 600}, {1000, 190}, {0, 405, 800, 190}},
-                    Case{"Portrait", {0, 0, 1080, 1920}, {900, 500}, {90, 1350, 900, 500}},
-                    Case{"PortraitTooWide", {0, 0, 768, 1366}, {900, 300}, {0, 988, 768, 300}},
-                    // Narrow and high: beside the panel.
-                    Case{"HighOnFullHd", {0, 0, 1920, 1080}, {400, 900}, {1480, 90, 400, 900}},
-                    Case{"SecondScreen", {1920, -200, 1280, 720}, {700, 200}, {2210, 300, 700, 200}}),
+    testing::Values(
+        Case{"Xga", kXga, {650, 230}, {187, 525, 650, 230}},
+        Case{"XgaAsHighAsThereIsRoom", kXga, {650, 256}, {187, 512, 650, 256}},
+        Case{"XgaTooHighByOne", kXga, {650, 257}, {187, 512, 650, 256}},
+        Case{"Hd", {0, 0, 1280, 720}, {700, 200}, {290, 500, 700, 200}},
+        Case{"FullHd", kFullHd, {901, 340}, {509, 730, 901, 340}},
+        Case{"FourK", {0, 0, 3840, 2160}, {900, 420}, {1470, 1590, 900, 420}},
+        Case{"Svga", {0, 0, 800, 600}, {700, 190}, {50, 405, 700, 190}},
+        Case{"SvgaTooWide", {0, 0, 800, 600}, {1000, 190}, {0, 405, 800, 190}},
+        Case{"Portrait", {0, 0, 1080, 1920}, {900, 500}, {90, 1350, 900, 500}},
+        Case{"PortraitTooWide", {0, 0, 768, 1366}, {900, 300}, {0, 988, 768, 300}},
+        // Narrow and high: beside the panel.
+        Case{"HighOnFullHd", kFullHd, {400, 900}, {1480, 90, 400, 900}},
+        Case{"SecondScreen", {1920, -200, 1280, 720}, {700, 200}, {2210, 300, 700, 200}},
+        Case{"AboveATaskBar", kXga, {650, 200}, {187, 520, 650, 200}, {0, 0, 1024, 728}},
+        Case{"BesideATaskBar", kXga, {650, 200}, {219, 540, 650, 200}, {64, 0, 960, 768}},
+        Case{"LeftWhereTheRightIsTaken", kFullHd, {400, 900}, {40, 90, 400, 900}, {0, 0, 1500, 1080}},
+        // A dock that covers the lower part: above is what is left.
+        Case{"AboveThePanel", kFullHd, {1000, 170}, {460, 5, 1000, 170}, {0, 0, 1920, 700}}),
     [](const auto& tested) { return std::string(tested.param.name); });
-
-TEST(PreviewPlaceOnAFreePartTest, KeepsClearOfThePanelOfTheDesktop) {
-    const QRect screen{0, 0, 1024, 768};
-    // A task bar along the lower edge, then one along the left.
-    EXPECT_EQ(previewPlace(screen, {650, 200}, {0, 0, 1024, 728}), QRect(187, 520, 650, 200));
-    EXPECT_EQ(previewPlace(screen, {650, 200}, {64, 0, 960, 768}), QRect(219, 540, 650, 200));
-}
-
-TEST(PreviewPlaceOnAFreePartTest, GoesToTheOtherSideWhereTheFirstIsTaken) {
-    const QRect screen{0, 0, 1920, 1080};
-    const QRect withoutTheRight{0, 0, 1500, 1080};
-    const QRect place = previewPlace(screen, {400, 900}, withoutTheRight);
-    EXPECT_EQ(place, QRect(40, 90, 400, 900));
-    EXPECT_FALSE(place.intersects(checkPanelPlace(screen)));
-}
-
-// A dock that covers the lower part: above is what is left.
-TEST(PreviewPlaceOnAFreePartTest, TakesTheRoomThatLeavesMostOfIt) {
-    const QRect screen{0, 0, 1920, 1080};
-    EXPECT_EQ(previewPlace(screen, {1000, 170}, {0, 0, 1920, 700}), QRect(460, 5, 1000, 170));
-}
 
 TEST(PreviewPlaceOnAFreePartTest, NoScreenLeavesNothing) {
     EXPECT_EQ(previewPlace({}, {650, 200}, {}).size(), QSize(0, 0));

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/ResourceImages.h"
 
-#include <fstream>
-
 #include <gmock/gmock.h>
 
 #include "kit/RecordingLog.h"
@@ -22,7 +20,7 @@ protected:
 
     void put(const std::string& name, const std::string& contents) {
         const std::string path = folder.file(name + ".svg");
-        std::ofstream(path) << contents;
+        writeFile(path, contents);
         desk.bundle.files[name + ".svg"] = path;
     }
     static constexpr const char* kBlue = R"(<svg xmlns="http://www.w3.org/2000/svg" width="40" height="24">)"
@@ -40,18 +38,6 @@ TEST_F(ResourceImagesTest, AnIconIsSharpAtItsSize) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(ResourceImagesTest, AMissingIconIsNamedAndEmpty) {
-    EXPECT_TRUE(resourceIcon("disconn").isNull());
-    EXPECT_THAT(log.lines(), ElementsAre("Application: the picture disconn.svg is missing"));
-}
-
-TEST_F(ResourceImagesTest, ADamagedIconIsNamedAndEmpty) {
-    put("connect", "no picture");
-    EXPECT_TRUE(resourceIcon("connect").isNull());
-    EXPECT_THAT(log.lines(), testing::Contains("Application: the picture " +
-                                               desk.bundle.files["connect.svg"] + " cannot be read"));
-}
-
 TEST_F(ResourceImagesTest, AnImageHasItsOwnSize) {
     put("calib", kBlue);
     const QPixmap image = resourceImage("calib");
@@ -59,13 +45,22 @@ TEST_F(ResourceImagesTest, AnImageHasItsOwnSize) {
     EXPECT_EQ(image.toImage().pixelColor(20, 12), QColor(Qt::blue));
 }
 
-TEST_F(ResourceImagesTest, AMissingOrDamagedImageIsNamedAndEmpty) {
-    EXPECT_TRUE(resourceImage("auto").isNull());
-    EXPECT_THAT(log.takeLines(), ElementsAre("Application: the picture auto.svg is missing"));
-    put("calib", "<svg");
-    EXPECT_TRUE(resourceImage("calib").isNull());
-    EXPECT_THAT(log.lines(), testing::Contains("Application: the picture " + desk.bundle.files["calib.svg"] +
-                                               " cannot be read"));
+TEST_F(ResourceImagesTest, AMissingOrDamagedOneIsNamedAndEmpty) {
+    const auto isNull = [](bool icon) {
+        return icon ? resourceIcon("auto").isNull() : resourceImage("auto").isNull();
+    };
+    for (const bool icon : {true, false}) {
+        SCOPED_TRACE(icon);
+        desk.bundle.files.clear();
+        EXPECT_TRUE(isNull(icon));
+        EXPECT_THAT(log.takeLines(), ElementsAre("Application: the picture auto.svg is missing"));
+        for (const char* damaged : {"no picture", "<svg"}) {
+            put("auto", damaged);
+            EXPECT_TRUE(isNull(icon));
+            EXPECT_THAT(log.takeLines(), testing::Contains("Application: the picture " +
+                                                           folder.file("auto.svg") + " cannot be read"));
+        }
+    }
 }
 
 } // namespace

@@ -321,7 +321,6 @@ int main(int argc, char** argv) {
     lightpen::busAddress = bus.address();
     const lightpen::Xvfb server("800x600");
     server.enter();
-    setenv("QT_QPA_PLATFORM", "xcb", 1);
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     return RUN_ALL_TESTS();

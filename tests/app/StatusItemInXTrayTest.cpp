@@ -107,7 +107,6 @@ int main(int argc, char** argv) {
     const lightpen::Xvfb server("800x600");
     server.enter();
     lightpen::display = server.display();
-    setenv("QT_QPA_PLATFORM", "xcb", 1);
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     return RUN_ALL_TESTS();

@@ -9,31 +9,26 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/FileDescriptor.h"
+
 namespace lightpen {
 
 // A pipe whose reading end the test holds: somebody who reads when asked to, or never, or has gone.
 class Pipe {
 public:
     Pipe() {
-        if (pipe2(ends_, O_CLOEXEC) != 0)
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
             throw std::runtime_error("no pipe");
+        read_ = FileDescriptor(ends[0]);
+        write_ = FileDescriptor(ends[1]);
     }
-    ~Pipe() {
-        closeReadEnd();
-        close(ends_[1]);
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
 
-    int writeEnd() const { return ends_[1]; }
-    int readEnd() const { return ends_[0]; }
-    void closeReadEnd() {
-        if (ends_[0] >= 0)
-            close(ends_[0]);
-        ends_[0] = -1;
-    }
+    int writeEnd() const { return write_.get(); }
+    int readEnd() const { return read_.get(); }
+    void closeReadEnd() { read_ = FileDescriptor(); }
     // How many bytes fit before a writer has to wait.
-    std::size_t capacity() const { return static_cast<std::size_t>(fcntl(ends_[1], F_GETPIPE_SZ)); }
+    std::size_t capacity() const { return static_cast<std::size_t>(fcntl(writeEnd(), F_GETPIPE_SZ)); }
     // Everything that is in the pipe now.
     std::string readAvailable() {
         std::string text;
@@ -52,17 +47,17 @@ public:
 
 private:
     bool readSome(std::string& text, std::chrono::milliseconds patience) {
-        pollfd polled{ends_[0], POLLIN, 0};
+        pollfd polled{readEnd(), POLLIN, 0};
         if (poll(&polled, 1, static_cast<int>(patience.count())) != 1 || !(polled.revents & POLLIN))
             return false;
         char buffer[4096];
-        const auto count = read(ends_[0], buffer, sizeof buffer);
+        const auto count = read(readEnd(), buffer, sizeof buffer);
         if (count > 0)
             text.append(buffer, static_cast<std::size_t>(count));
         return count > 0;
     }
 
-    int ends_[2] = {-1, -1};
+    FileDescriptor read_, write_;
 };
 
 } // namespace lightpen

@@ -27,18 +27,19 @@ PrivateBus::PrivateBus(BusUsers users) {
         throw std::runtime_error("dbus-daemon did not start");
 }
 
-void PrivateBus::enter() const {
-    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1);
+static void enterBus(const std::string& address, const TemporaryDirectory& runtime) {
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.path().c_str(), 1);
 }
 
+void PrivateBus::enter() const {
+    enterBus(address_, runtime_);
+}
+
+// Without an address the library would look for one through the X server, and start a bus of its own.
 void NoBus::enter() const {
-    // Without an address the library would look for one through the X server, and start a bus of its own.
-    const std::string nowhere = "unix:path=" + runtime_.file("none");
-    setenv("DBUS_SESSION_BUS_ADDRESS", nowhere.c_str(), 1);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", nowhere.c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1);
+    enterBus("unix:path=" + runtime_.file("none"), runtime_);
 }
 
 } // namespace lightpen

@@ -4,14 +4,13 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kit/RecordingLog.h"
+#include "kit/TemporaryDirectory.h"
 
 namespace lightpen {
 namespace {
@@ -22,32 +21,25 @@ using testing::ElementsAre;
 class CommaLocale {
 public:
     CommaLocale() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "lightpen-locale-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            return;
-        folder_ = pattern;
-        std::ofstream(folder_ / "source")
-            << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\n"
-               "END LC_NUMERIC\n";
+        writeFile(folder_.file("source"), "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\n"
+                                          "END LC_NUMERIC\n");
         // It complains about the categories that are missing, and writes the others all the same.
-        const std::string command = "localedef -c --no-archive -i '" + (folder_ / "source").string() + "' '" +
-                                    (folder_ / "comma").string() + "' >/dev/null 2>&1";
+        const std::string command = "localedef -c --no-archive -i '" + folder_.file("source") + "' '" +
+                                    folder_.file("comma") + "' >/dev/null 2>&1";
         [[maybe_unused]] const int status = std::system(command.c_str());
-        setenv("LOCPATH", folder_.c_str(), 1);
+        setenv("LOCPATH", folder_.path().c_str(), 1);
         set_ = std::setlocale(LC_NUMERIC, "comma") != nullptr;
     }
     ~CommaLocale() {
         std::setlocale(LC_NUMERIC, "C");
         unsetenv("LOCPATH");
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
     }
     CommaLocale(const CommaLocale&) = delete;
     CommaLocale& operator=(const CommaLocale&) = delete;
     bool set() const { return set_; }
 
 private:
-    std::filesystem::path folder_;
+    const TemporaryDirectory folder_;
     bool set_ = false;
 };
 
