@@ -8,8 +8,6 @@
 #include <variant>
 
 #include "kernel/gadget/GadgetBus.h"
-#include "kernel/gadget/GadgetComposition.h"
-#include "kernel/gadget/GadgetPort.h"
 #include "kernel/support/HostNodes.h"
 #include "kernel/support/TakenReports.h"
 #include "kit/Eventually.h"
@@ -92,11 +90,8 @@ TEST_P(GadgetUnitTest, ShowsItsInterfacesWithTheLengthsThatTheyHave) {
 }
 
 TEST_P(GadgetUnitTest, DeliversEachByteOfItsReportsInOrder) {
-    MachineGadgetFiles files;
     CameraUnit unit(description_);
-    const GadgetDescription gadget{.outputLength = GetParam().output};
-    GadgetPort port(unit, clock_,
-                    std::make_unique<GadgetComposition>(files, GadgetPaths{}, description_, gadget), files);
+    GadgetPort port(unit, clock_, {.outputLength = GetParam().output});
     port.setPlugged(true);
     ASSERT_TRUE(port.settle(std::chrono::seconds(10))) << port.failure();
     const auto device = openPen();

@@ -7,20 +7,18 @@
 #include <string>
 #include <utility>
 
-#include "kernel/gadget/GadgetDescription.h"
+#include "kernel/gadget/GadgetPort.h"
 #include "platform/Time.h"
 #include "unit/bus/SoftwareUnit.h"
+#include "unit/bus/UnitDrive.h"
 #include "unit/bus/UnitSocket.h"
 
 namespace lightpen {
 
-class GadgetFiles;
-class GadgetPort;
-class UnitDrive;
-
 // A real USB bus: a unit that is plugged in is a USB device of this machine, made by the kernel's gadget
 // side (configfs, usb_f_hid and a device controller such as dummy_hcd's), and the kernel's host side finds
-// it. Needs root. Units catch up with the clock, which must run in real time, on a thread of the bus.
+// it. Needs root, and has one unit at a time, since the kernel has no room for a second one of four
+// interfaces. Units catch up with the clock, which must run in real time, on a thread of the bus.
 //
 //   GadgetBus bus(clock);
 //   CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 32});
@@ -32,9 +30,7 @@ class UnitDrive;
 // sends while the host does not ask. The clock outlives the bus.
 class GadgetBus final : private UnitSocket {
 public:
-    explicit GadgetBus(Clock& clock, GadgetPaths paths = {});
-    // With other files beneath; for tests. They outlive the bus.
-    GadgetBus(Clock& clock, GadgetPaths paths, GadgetFiles& files);
+    explicit GadgetBus(Clock& clock);
     // Unplugs everything and takes it out of the kernel again.
     ~GadgetBus() override;
     GadgetBus(const GadgetBus&) = delete;
@@ -53,11 +49,8 @@ public:
     // Waits until all that was asked of the unit's plug has been carried out. False when that took longer, or
     // when the kernel refused it; failure() then says why.
     bool settle(const SoftwareUnit& unit, Microseconds patience = std::chrono::seconds(10));
-    // Why the unit's last plugging failed (also a line of the log): for one, that each device controller is
-    // taken. Empty: it did not.
+    // Why the unit's last plugging failed (also a line of the log). Empty: it did not.
     std::string failure(const SoftwareUnit& unit) const;
-    // The device controller whose socket the unit is in, such as "dummy_udc.0"; empty while it is in none.
-    std::string controller(const SoftwareUnit& unit) const;
 
 private:
     Microseconds now() override { return clock_.now(); }
@@ -69,14 +62,10 @@ private:
     GadgetPort& portOf(const SoftwareUnit& unit) const;
 
     Clock& clock_;
-    const GadgetPaths paths_;
-    const std::unique_ptr<GadgetFiles> ownFiles_;
-    GadgetFiles& files_;
-
     mutable std::mutex mutex_; // guards the map; a port lives as long as the bus
     std::map<const SoftwareUnit*, std::unique_ptr<GadgetPort>> ports_;
 
-    const std::unique_ptr<UnitDrive> drive_;
+    UnitDrive drive_;
 };
 
 } // namespace lightpen

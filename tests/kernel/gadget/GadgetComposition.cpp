@@ -1,25 +1,48 @@
 // SPDX-License-Identifier: MIT
 #include "kernel/gadget/GadgetComposition.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <initializer_list>
-#include <system_error>
 #include <utility>
 
+#include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
 namespace lightpen {
 
 namespace {
 
-// So many units of this machine at most, those included that a program left behind.
-constexpr int kMostGadgets = 64;
+// Bytes of the reports of the interfaces that are not the pen's, in and out.
+constexpr std::size_t kOtherReportLength = 8;
 
 [[noreturn]] void refuse(const std::string& what, int error) {
     throw GadgetError(what + ": " + errorText(error));
+}
+
+// The whole content in one write, since each write counts for itself in configfs; 0 or the error number.
+int writeTo(const std::string& path, std::string_view content) {
+    const FileDescriptor file(
+        retryInterrupted([&] { return ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC); }));
+    if (!file)
+        return errno;
+    const auto written =
+        retryInterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
+    if (written < 0)
+        return errno;
+    return written == static_cast<ssize_t>(content.size()) ? 0 : EIO;
+}
+
+void write(const std::string& path, const std::string& content) {
+    if (const int error = writeTo(path, content); error != 0)
+        refuse(path + " cannot be written", error);
 }
 
 std::string hexadecimal(std::int32_t identifier) {
@@ -50,15 +73,15 @@ std::string gadgetReportDescriptor(std::size_t inputLength, std::size_t outputLe
     return bytes;
 }
 
-GadgetComposition::GadgetComposition(GadgetFiles& files, GadgetPaths paths, const UnitDescription& unit,
-                                     const GadgetDescription& gadget)
-    : files_(files), paths_(std::move(paths)) {
+GadgetComposition::GadgetComposition(const UnitDescription& unit, const GadgetDescription& gadget,
+                                     GadgetPaths paths)
+    : paths_(std::move(paths)), folder_(paths_.gadgets + "/lightpen") {
     try {
-        makeDevice(unit, gadget);
+        makeDevice(unit);
         for (int number = 0; number < gadget.interfaces; ++number) {
-            const bool pens = number == gadget.penInterface;
-            makeFunction(number, pens ? unit.reportLength : gadget.otherReportLength,
-                         pens ? gadget.outputLength : gadget.otherReportLength, gadget);
+            const bool pens = number == kUnitPenInterfaceNumber;
+            makeFunction(number, pens ? unit.reportLength : kOtherReportLength,
+                         pens ? gadget.outputLength : kOtherReportLength, gadget.output);
         }
     } catch (const GadgetError&) {
         removeAll();
@@ -71,109 +94,72 @@ GadgetComposition::~GadgetComposition() {
     removeAll();
 }
 
-void GadgetComposition::makeOwnFolder() {
-    for (int number = 0; number < kMostGadgets; ++number) {
-        folder_ = paths_.gadgets + "/lightpen" + std::to_string(number);
-        const int error = files_.makeFolder(folder_);
-        if (error == 0) {
-            made_.push_back({false, folder_});
-            return;
-        }
-        if (error == ENOENT)
-            throw GadgetError(paths_.gadgets +
-                              " is missing: configfs is not mounted, or libcomposite is not loaded");
-        if (error != EEXIST)
-            refuse(folder_ + " cannot be made", error);
-    }
-    throw GadgetError(paths_.gadgets + " is full of units");
-}
-
 void GadgetComposition::makeFolder(const std::string& path) {
-    if (const int error = files_.makeFolder(path); error != 0)
-        refuse(path + " cannot be made", error);
+    if (::mkdir(path.c_str(), 0755) != 0)
+        refuse(path + " cannot be made", errno);
     made_.push_back({false, path});
 }
 
-void GadgetComposition::write(const std::string& path, const std::string& content) {
-    if (const int error = files_.write(path, content); error != 0)
-        refuse(path + " cannot be written", error);
-}
-
-void GadgetComposition::makeDevice(const UnitDescription& unit, const GadgetDescription& gadget) {
-    makeOwnFolder();
+void GadgetComposition::makeDevice(const UnitDescription& unit) {
+    if (!std::filesystem::exists(paths_.gadgets))
+        throw GadgetError(paths_.gadgets +
+                          " is missing: configfs is not mounted, or libcomposite is not loaded");
+    makeFolder(folder_);
     write(folder_ + "/idVendor", hexadecimal(unit.vendorID) + "\n");
     write(folder_ + "/idProduct", hexadecimal(unit.productID) + "\n");
     const std::string strings = folder_ + "/strings/0x409";
     makeFolder(strings);
     write(strings + "/manufacturer", unit.vendorName + "\n");
-    write(strings + "/product", gadget.productName + "\n");
-    write(strings + "/serialnumber", gadget.serialNumber + "\n");
+    write(strings + "/product", "Camera unit\n");
+    write(strings + "/serialnumber", "1\n");
     makeFolder(folder_ + "/configs/c.1");
 }
 
 // Interface numbers follow the order in which functions are linked.
 void GadgetComposition::makeFunction(int number, std::size_t input, std::size_t output,
-                                     const GadgetDescription& gadget) {
+                                     GadgetDescription::Output way) {
     const std::string name = "hid.usb" + std::to_string(number);
     const std::string function = folder_ + "/functions/" + name;
     makeFolder(function);
     write(function + "/subclass", "0\n");
     write(function + "/protocol", "0\n");
-    if (gadget.output == GadgetDescription::Output::setReport)
+    if (way == GadgetDescription::Output::setReport)
         write(function + "/no_out_endpoint", "1\n");
     // The size of a packet in both directions: what a report needs at most, so that none comes in parts.
     write(function + "/report_length", std::to_string(std::max(input, output)) + "\n");
     write(function + "/report_desc", gadgetReportDescriptor(input, output));
     const std::string link = folder_ + "/configs/c.1/" + name;
-    if (const int error = files_.makeLink(function, link); error != 0)
-        refuse(link + " cannot be linked", error);
+    if (::symlink(function.c_str(), link.c_str()) != 0)
+        refuse(link + " cannot be linked", errno);
     made_.push_back({true, link});
-    if (number == gadget.penInterface)
+    if (number == kUnitPenInterfaceNumber)
         penFunction_ = function;
 }
 
 void GadgetComposition::removeAll() {
     for (; !made_.empty(); made_.pop_back()) {
         const Made& last = made_.back();
-        const int error = last.link ? files_.removeLink(last.path) : files_.removeFolder(last.path);
-        if (error != 0)
-            logLine("Gadget: %s cannot be removed: %s", last.path.c_str(), errorText(error).c_str());
+        if ((last.link ? ::unlink(last.path.c_str()) : ::rmdir(last.path.c_str())) != 0)
+            logLine("Gadget: %s cannot be removed: %s", last.path.c_str(), errorText(errno).c_str());
     }
-}
-
-// That of the last time first, then as a person would count them.
-std::vector<std::string> GadgetComposition::controllers() const {
-    std::vector<std::string> names = files_.list(paths_.controllers);
-    std::sort(names.begin(), names.end(), [&](const std::string& left, const std::string& right) {
-        if ((left == lastController_) != (right == lastController_))
-            return left == lastController_;
-        return std::pair(left.size(), left) < std::pair(right.size(), right);
-    });
-    return names;
 }
 
 void GadgetComposition::plug() {
-    const std::vector<std::string> names = controllers();
-    if (names.empty())
+    std::vector<std::string> controllers;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(paths_.controllers, none))
+        controllers.push_back(entry.path().filename());
+    if (controllers.empty())
         throw GadgetError("there is no device controller in " + paths_.controllers +
                           ": dummy_hcd is not loaded");
-    for (const std::string& name : names) {
-        const int error = files_.write(folder_ + "/UDC", name + "\n");
-        if (error == 0) {
-            controller_ = lastController_ = name;
-            return;
-        }
-        if (error != EBUSY)
-            refuse(folder_ + " cannot be bound to " + name, error);
-    }
-    throw GadgetError("each device controller of " + paths_.controllers + " is taken (" +
-                      std::to_string(names.size()) + " in all)");
+    write(folder_ + "/UDC", *std::ranges::min_element(controllers) + "\n");
+    plugged_ = true;
 }
 
 void GadgetComposition::unplug() {
-    if (std::exchange(controller_, {}).empty())
+    if (!std::exchange(plugged_, false))
         return;
-    if (const int error = files_.write(folder_ + "/UDC", "\n"); error != 0)
+    if (const int error = writeTo(folder_ + "/UDC", "\n"); error != 0)
         logLine("Gadget: %s cannot be unbound: %s", folder_.c_str(), errorText(error).c_str());
 }
 
@@ -181,14 +167,12 @@ void GadgetComposition::unplug() {
 std::string GadgetComposition::penNode() const {
     if (penFunction_.empty())
         return {};
-    std::string device;
-    if (const int error = files_.read(penFunction_ + "/dev", device); error != 0)
-        refuse(penFunction_ + "/dev cannot be read", error);
-    const std::string text = device.substr(device.find(':') + 1); // all of it when there is no colon
-    unsigned number = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc() || text == device)
-        throw GadgetError(penFunction_ + "/dev names no device: " + device);
-    return paths_.devices + "/hidg" + std::to_string(number);
+    std::ifstream file(penFunction_ + "/dev");
+    unsigned major = 0, number = 0;
+    char colon = 0;
+    if (!(file >> major >> colon >> number))
+        throw GadgetError(penFunction_ + "/dev names no device");
+    return "/dev/hidg" + std::to_string(number);
 }
 
 } // namespace lightpen

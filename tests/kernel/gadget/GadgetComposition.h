@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "kernel/gadget/GadgetDescription.h"
-#include "kernel/gadget/GadgetFiles.h"
 #include "unit/bus/SoftwareUnit.h"
 
 namespace lightpen {
@@ -15,24 +14,21 @@ namespace lightpen {
 // most 65535, neither of them numbered.
 std::string gadgetReportDescriptor(std::size_t inputLength, std::size_t outputLength);
 
-// A unit as the kernel's gadget side describes it: device, configuration and HID functions. Not thread-safe.
+// A unit as the kernel's gadget side describes it: device, configuration and HID functions. The machine has
+// one at a time. Not thread-safe.
 class GadgetComposition {
 public:
-    // Makes it. Throws GadgetError, and leaves nothing behind, when the kernel refuses. The files outlive it.
-    GadgetComposition(GadgetFiles& files, GadgetPaths paths, const UnitDescription& unit,
-                      const GadgetDescription& gadget);
+    // Makes it. Throws GadgetError, and leaves nothing behind, when the kernel refuses.
+    GadgetComposition(const UnitDescription& unit, const GadgetDescription& gadget, GadgetPaths paths = {});
     // Takes it out of its socket and out of the kernel.
     ~GadgetComposition();
     GadgetComposition(const GadgetComposition&) = delete;
     GadgetComposition& operator=(const GadgetComposition&) = delete;
 
-    // Puts the device into the first device controller that is free, or that of the last time. Throws
-    // GadgetError when there is none. May block.
+    // Puts the device into the first device controller. Throws GadgetError when that cannot be. May block.
     void plug();
     // Takes it out again; does nothing when it is in none. May block.
     void unplug();
-    // The controller it is in; empty when it is in none.
-    const std::string& controller() const { return controller_; }
     // The node of the pen's function while it is plugged in; empty when it has none. Throws GadgetError when
     // the kernel does not say.
     std::string penNode() const;
@@ -43,21 +39,16 @@ private:
         std::string path;
     };
 
-    void makeDevice(const UnitDescription& unit, const GadgetDescription& gadget);
-    void makeFunction(int number, std::size_t input, std::size_t output, const GadgetDescription& gadget);
-    void makeOwnFolder();
+    void makeDevice(const UnitDescription& unit);
+    void makeFunction(int number, std::size_t input, std::size_t output, GadgetDescription::Output way);
     void makeFolder(const std::string& path);
-    void write(const std::string& path, const std::string& content);
     void removeAll();
-    std::vector<std::string> controllers() const;
 
-    GadgetFiles& files_;
     const GadgetPaths paths_;
-    std::string folder_;
+    const std::string folder_;
     std::string penFunction_; // its folder; empty: there is none
     std::vector<Made> made_;  // in order
-    std::string controller_;
-    std::string lastController_;
+    bool plugged_ = false;
 };
 
 } // namespace lightpen

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <array>
@@ -27,14 +28,11 @@ constexpr int kNodeRetryMs = 10;
 
 } // namespace
 
-GadgetPort::GadgetPort(SoftwareUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
-                       GadgetFiles& files)
-    : unit_(unit), clock_(clock), composition_(std::move(composition)), files_(files) {
-    std::array<int, 2> ends{-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        throw GadgetError("there is no pipe for a unit's thread: " + errorText(errno));
-    wakeUpRead_ = FileDescriptor(ends[0]);
-    wakeUpWrite_ = FileDescriptor(ends[1]);
+GadgetPort::GadgetPort(SoftwareUnit& unit, Clock& clock, const GadgetDescription& gadget)
+    : unit_(unit), clock_(clock), composition_(unit.description(), gadget),
+      wakeUps_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!wakeUps_)
+        throw GadgetError("there is no event for a unit's thread: " + errorText(errno));
     thread_ = std::thread([this] { run(); });
 }
 
@@ -48,16 +46,8 @@ GadgetPort::~GadgetPort() {
 }
 
 void GadgetPort::wakeThread() {
-    const char byte = 0;
-    // A full pipe wakes it just as well.
-    if (retryInterrupted([&] { return ::write(wakeUpWrite_.get(), &byte, 1); }) < 0 && errno != EAGAIN)
+    if (::eventfd_write(wakeUps_.get(), 1) != 0)
         logLine("Gadget: a unit's thread cannot be woken: %s", errorText(errno).c_str());
-}
-
-void GadgetPort::clearWakeUps() {
-    std::array<char, 64> bytes{};
-    while (retryInterrupted([&] { return ::read(wakeUpRead_.get(), bytes.data(), bytes.size()); }) > 0) {
-    }
 }
 
 // The plug
@@ -80,11 +70,6 @@ bool GadgetPort::settle(Microseconds patience) {
 std::string GadgetPort::failure() const {
     const std::lock_guard hold(mutex_);
     return failure_;
-}
-
-std::string GadgetPort::controller() const {
-    const std::lock_guard hold(mutex_);
-    return controller_;
 }
 
 void GadgetPort::run() {
@@ -116,16 +101,15 @@ void GadgetPort::connect(std::uint64_t change) {
     std::string failure;
     FileDescriptor node;
     try {
-        composition_->plug();
+        composition_.plug();
         node = openPenNode();
     } catch (const GadgetError& error) {
         failure = error.what();
-        composition_->unplug();
+        composition_.unplug();
         logLine("Gadget: a unit cannot be plugged in: %s", error.what());
     }
     const std::lock_guard hold(mutex_);
     failure_ = std::move(failure);
-    controller_ = composition_->controller();
     if (node) {
         node_ = std::move(node);
         connected_ = change;
@@ -134,16 +118,16 @@ void GadgetPort::connect(std::uint64_t change) {
 
 // None when the unit has no pen interface.
 FileDescriptor GadgetPort::openPenNode() {
-    FileDescriptor node;
-    const std::string path = composition_->penNode();
+    const std::string path = composition_.penNode();
     if (path.empty())
-        return node;
+        return {};
     for (int tries = 1;; ++tries) {
-        const int error = files_.openNode(path, node);
-        if (error == 0)
+        FileDescriptor node(
+            retryInterrupted([&] { return ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); }));
+        if (node)
             return node;
-        if (tries == kNodeTries || (error != ENOENT && error != ENXIO))
-            throw GadgetError(path + " cannot be opened: " + errorText(error));
+        if (tries == kNodeTries || (errno != ENOENT && errno != ENXIO))
+            throw GadgetError(path + " cannot be opened: " + errorText(errno));
         std::this_thread::sleep_for(std::chrono::milliseconds(kNodeRetryMs));
     }
 }
@@ -155,9 +139,8 @@ void GadgetPort::disconnect() {
         connected_ = 0;
         pending_.clear();
         failure_.clear();
-        controller_.clear();
     }
-    composition_->unplug();
+    composition_.unplug();
 }
 
 // Reports
@@ -196,7 +179,7 @@ bool GadgetPort::unitReads() {
 // Waits for something to do, and does it.
 void GadgetPort::exchangeReports() {
     const bool reads = unitReads();
-    std::array<pollfd, 2> waited{{{wakeUpRead_.get(), POLLIN, 0}, {-1, 0, 0}}};
+    std::array<pollfd, 2> waited{{{wakeUps_.get(), POLLIN, 0}, {-1, 0, 0}}};
     {
         const std::lock_guard hold(mutex_);
         waited[1].fd = node_ ? node_.get() : -1;
@@ -205,8 +188,9 @@ void GadgetPort::exchangeReports() {
     const int patience = reads || waited[1].fd < 0 ? -1 : kReadAgainMs;
     if (retryInterrupted([&] { return ::poll(waited.data(), waited.size(), patience); }) < 0)
         return dropNode(errno);
+    eventfd_t none = 0;
     if (waited[0].revents != 0)
-        clearWakeUps();
+        ::eventfd_read(wakeUps_.get(), &none);
     if ((waited[1].revents & POLLOUT) != 0)
         writePending();
     if ((waited[1].revents & ~POLLOUT) != 0 && unitReads())

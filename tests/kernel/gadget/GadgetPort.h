@@ -4,7 +4,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,9 +19,9 @@ namespace lightpen {
 // because the kernel may take its time over each.
 class GadgetPort {
 public:
-    // Starts the thread. The unit and the clock outlive the port.
-    GadgetPort(SoftwareUnit& unit, Clock& clock, std::unique_ptr<GadgetComposition> composition,
-               GadgetFiles& files);
+    // Composes the device and starts the thread. Throws GadgetError when the kernel cannot have it. The unit
+    // and the clock outlive the port.
+    GadgetPort(SoftwareUnit& unit, Clock& clock, const GadgetDescription& gadget);
     // Takes the device out of its socket and ends the thread.
     ~GadgetPort();
     GadgetPort(const GadgetPort&) = delete;
@@ -36,7 +35,6 @@ public:
     // See GadgetBus.
     bool settle(Microseconds patience);
     std::string failure() const;
-    std::string controller() const;
 
 private:
     void run();
@@ -51,14 +49,11 @@ private:
     void dropNode(int error);
     bool unitReads();
     void wakeThread();
-    void clearWakeUps();
 
     SoftwareUnit& unit_;
     Clock& clock_;
-    const std::unique_ptr<GadgetComposition> composition_; // the thread's
-    GadgetFiles& files_;
-    FileDescriptor wakeUpRead_;
-    FileDescriptor wakeUpWrite_;
+    GadgetComposition composition_; // the thread's
+    const FileDescriptor wakeUps_;
 
     mutable std::mutex mutex_; // a leaf: nobody takes another lock while holding it
     std::condition_variable settled_;
@@ -70,7 +65,6 @@ private:
     FileDescriptor node_;          // closed and opened by the thread only
     std::deque<ReportBytes> pending_;
     std::string failure_;
-    std::string controller_;
 
     std::thread thread_;
 };
