@@ -2,12 +2,12 @@
 #include "measure/ApplicationPictures.h"
 
 #include <algorithm>
-#include <stdexcept>
+#include <fstream>
 #include <utility>
 
-#include <QFile>
 #include <QRect>
 
+#include "measure/Requirement.h"
 #include "measure/desktop/Patience.h"
 
 namespace lightpen {
@@ -51,23 +51,17 @@ ApplicationPictures::ApplicationPictures(std::string program, std::filesystem::p
       program_(std::move(program)) {
     std::string problem;
     eyes_ = ScreenCapture::create(nullptr, problem);
-    if (!eyes_)
-        throw std::runtime_error(problem);
+    require(eyes_ != nullptr, problem);
     std::filesystem::create_directories(output_ / "help");
 }
 
-std::string ApplicationPictures::take() {
+void ApplicationPictures::take() {
     for (const auto& [identifier, name] : kMenus)
-        if (std::string problem = takeMenu(identifier, name); !problem.empty())
-            return problem;
-    if (std::string problem = takeWindows(); !problem.empty())
-        return problem;
-    if (std::string problem = takeCalibration(); !problem.empty())
-        return problem;
+        takeMenu(identifier, name);
+    takeWindows();
+    takeCalibration();
     for (const auto& [identifier, name] : kPreviews)
-        if (std::string problem = takePreview(identifier, name); !problem.empty())
-            return problem;
-    return {};
+        takePreview(identifier, name);
 }
 
 template <class Condition>
@@ -76,6 +70,11 @@ bool ApplicationPictures::comes(Condition condition) {
         tray_.handleEvents();
         return condition();
     });
+}
+
+template <class Condition>
+void ApplicationPictures::awaitThat(const char* problem, Condition condition) {
+    require(comes(condition), std::string(problem) + " The application said:\n" + program_.log());
 }
 
 // Nothing on the screen has changed for a while.
@@ -92,20 +91,18 @@ bool ApplicationPictures::comesToRest() {
     });
 }
 
-std::string ApplicationPictures::start(const std::vector<std::string>& options, const std::string& settings) {
+void ApplicationPictures::start(const std::vector<std::string>& options, const std::string& settings) {
     home_ = std::make_unique<QTemporaryDir>();
     const std::filesystem::path home = home_->path().toStdString();
     std::filesystem::create_directories(home / "config/LightPenNX7");
-    QFile file(QString::fromStdString((home / "config/LightPenNX7/settings.ini").string()));
-    if (!file.open(QIODevice::WriteOnly) || file.write(("[General]\n" + settings + "\n").c_str()) < 0)
-        return "no settings can be written below " + home.string();
-    file.close();
-    std::string problem = program_.start(options, environmentOf(home));
-    if (!problem.empty())
-        return problem;
-    if (!comes([this] { return tray_.hasIcon() || !program_.running(); }) || !program_.running())
-        return "The application's icon did not come. It said:\n" + program_.log();
-    return {};
+    std::ofstream file(home / "config/LightPenNX7/settings.ini");
+    require(static_cast<bool>(file << "[General]\n"
+                                   << settings << "\n"
+                                   << std::flush),
+            "no settings can be written below " + home.string());
+    requireNone(program_.start(options, environmentOf(home)));
+    require(comes([this] { return tray_.hasIcon() || !program_.running(); }) && program_.running(),
+            "The application's icon did not come. It said:\n" + program_.log());
 }
 
 void ApplicationPictures::end() {
@@ -117,108 +114,80 @@ void ApplicationPictures::end() {
 std::vector<ShownWindow> ApplicationPictures::fresh() {
     auto shown = windows_.shown(program_.processId());
     std::erase_if(shown, [this](const ShownWindow& window) {
-        return std::find(known_.begin(), known_.end(), window) != known_.end();
+        return std::ranges::find(known_, window) != known_.end();
     });
     return shown;
 }
 
-std::string ApplicationPictures::openMenu() {
-    if (!comes([this] { return program_.isIn("ready=yes"); }))
-        return "The unit was not taken into use. The application said:\n" + program_.log();
+void ApplicationPictures::openMenu() {
+    awaitThat("The unit was not taken into use.", [this] { return program_.isIn("ready=yes"); });
     comesToRest();
     forget();
     windows_.click(tray_.iconX(), XTrayPanel::iconY(), kRightButton);
-    return comes([this] { return !fresh().empty(); }) ? "" : "The menu did not open.";
+    awaitThat("The menu did not open.", [this] { return !fresh().empty(); });
 }
 
-std::string ApplicationPictures::choose(int entry) {
-    if (std::string problem = openMenu(); !problem.empty())
-        return problem;
+void ApplicationPictures::choose(int entry) {
+    openMenu();
     for (int i = 0; i < entry; ++i)
         windows_.pressKey(kDown);
     windows_.pressKey(kReturn);
-    return {};
 }
 
-std::string ApplicationPictures::takeMenu(const std::string& language, const std::string& name) {
-    std::string problem = start(kPlugged, "Language=" + language);
-    if (problem.empty())
-        problem = openMenu();
-    if (!problem.empty())
-        return problem;
+void ApplicationPictures::takeMenu(const std::string& language, const std::string& name) {
+    start(kPlugged, "Language=" + language);
+    openMenu();
     comesToRest();
     if (language == "en")
-        problem = save(pictureOf(fresh()), "help/menu");
+        save(pictureOf(fresh()), "help/menu");
     for (int i = 0; i < kLanguage; ++i)
         windows_.pressKey(kDown);
     windows_.pressKey(kRight);
-    if (!comes([this] { return fresh().size() == 2; }))
-        return "The menu of the languages did not open.";
+    awaitThat("The menu of the languages did not open.", [this] { return fresh().size() == 2; });
     comesToRest();
-    if (problem.empty())
-        problem = save(pictureOf(fresh()), name);
+    save(pictureOf(fresh()), name);
     windows_.pressKey(kEscape);
     windows_.pressKey(kEscape);
     end();
-    return problem;
 }
 
-std::string ApplicationPictures::takeWindows() {
+void ApplicationPictures::takeWindows() {
     auto options = kPlugged;
     options.insert(options.end(), {"--wireless", "0"});
-    std::string problem = start(options, "");
-    if (problem.empty())
-        problem = choose(kAbout);
-    if (problem.empty() && !comes([this] { return fresh().size() == 1 && comesToRest(); }))
-        problem = "The about panel did not come.";
-    if (problem.empty())
-        problem = save(pictureOf(fresh()), "about");
+    start(options, "");
+    choose(kAbout);
+    awaitThat("The about panel did not come.", [this] { return fresh().size() == 1 && comesToRest(); });
+    save(pictureOf(fresh()), "about");
     end();
-    if (!problem.empty())
-        return problem;
     known_.clear();
-    if (problem = start(kPlugged, "Debug%20Window=true"); !problem.empty())
-        return problem;
-    if (!comes([this] { return program_.log().find("value deviceDidAddCallback") != std::string::npos; }) ||
-        !comesToRest())
-        return "The unit was not taken into use.";
+    start(kPlugged, "Debug%20Window=true");
+    awaitThat("The unit was not taken into use.", [this] {
+        return program_.log().find("value deviceDidAddCallback") != std::string::npos && comesToRest();
+    });
     // The smaller one of the two: the other is the unit's.
     auto shown = windows_.shown(program_.processId());
     std::erase_if(shown, [](const ShownWindow& window) { return window.height <= XTrayPanel::kHeight; });
-    if (shown.empty())
-        return "The debug window did not come.";
-    problem = save(pictureOf({*std::min_element(shown.begin(), shown.end(),
-                                                [](const ShownWindow& one, const ShownWindow& other) {
-                                                    return one.width < other.width;
-                                                })}),
-                   "debug");
+    require(!shown.empty(), "The debug window did not come.");
+    save(pictureOf({*std::ranges::min_element(shown, {}, &ShownWindow::width)}), "debug");
     end();
-    return problem;
 }
 
-std::string ApplicationPictures::takeCalibration() {
-    std::string problem = start(kPlugged, "");
-    if (problem.empty())
-        problem = choose(kCalibration);
-    const auto covers = [this](const ShownWindow& window) { return placeOf(window) == screen().rect(); };
-    const auto session = [&] {
-        const auto shown = fresh();
-        return std::any_of(shown.begin(), shown.end(), covers);
-    };
-    if (problem.empty() && (!comes(session) || !comesToRest()))
-        problem = "The calibration did not come. The application said:\n" + program_.log();
-    if (problem.empty())
-        problem = save(screen().scaledToWidth(kHelpWidth, Qt::SmoothTransformation), "help/calibration");
+void ApplicationPictures::takeCalibration() {
+    start(kPlugged, "");
+    choose(kCalibration);
+    awaitThat("The calibration did not come.", [this] {
+        const QRect whole = screen().rect();
+        return std::ranges::any_of(fresh(),
+                                   [&](const ShownWindow& window) { return placeOf(window) == whole; }) &&
+               comesToRest();
+    });
+    save(screen().scaledToWidth(kHelpWidth, Qt::SmoothTransformation), "help/calibration");
     windows_.pressKey(kEscape);
     end();
-    return problem;
 }
 
-std::string ApplicationPictures::takePreview(const std::string& language, const std::string& name) {
-    std::string problem =
-        start({"--commands", "--xtest", "--calibrated", "--no-hand"}, "Language=" + language);
-    if (!problem.empty())
-        return problem;
+void ApplicationPictures::takePreview(const std::string& language, const std::string& name) {
+    start({"--commands", "--xtest", "--calibrated", "--no-hand"}, "Language=" + language);
     comesToRest();
     // The unit's own window, whose small bright things the camera would see without its filter.
     for (const ShownWindow& window : windows_.shown(program_.processId()))
@@ -228,24 +197,19 @@ std::string ApplicationPictures::takePreview(const std::string& language, const 
     program_.perform(kStrayLight);
     program_.perform("plug");
     // The check view's panel, and the window.
-    if (!comes([this] { return fresh().size() == 2; }) || !comesToRest())
-        return "The preview window did not come. The application said:\n" + program_.log();
+    awaitThat("The preview window did not come.", [this] { return fresh().size() == 2 && comesToRest(); });
     auto shown = fresh();
-    std::sort(shown.begin(), shown.end(),
-              [](const ShownWindow& one, const ShownWindow& other) { return one.y < other.y; });
+    std::ranges::sort(shown, {}, &ShownWindow::y);
     if (language == "en")
-        problem = save(pictureOf({shown.front()}), "help/check-panel");
+        save(pictureOf({shown.front()}), "help/check-panel");
     program_.perform("hold 500 300 20000");
     const QImage without = pictureOf({shown.back()});
     windows_.pressKey(kReturn);
-    if (!comes([&] { return pictureOf({shown.back()}) != without; }) || !comesToRest())
-        return "No picture came. The application said:\n" + program_.log();
-    if (problem.empty())
-        problem = save(pictureOf({shown.back()}), name);
-    if (problem.empty() && language == "en")
-        problem = save(pictureOf({shown.back()}), "preview");
+    awaitThat("No picture came.", [&] { return pictureOf({shown.back()}) != without && comesToRest(); });
+    save(pictureOf({shown.back()}), name);
+    if (language == "en")
+        save(pictureOf({shown.back()}), "preview");
     end();
-    return problem;
 }
 
 QImage ApplicationPictures::screen() {
@@ -264,10 +228,10 @@ QImage ApplicationPictures::pictureOf(const std::vector<ShownWindow>& shown) {
     return screen().copy(place);
 }
 
-std::string ApplicationPictures::save(const QImage& picture, const std::string& name) {
-    const auto file = QString::fromStdString((output_ / (name + ".png")).string());
+void ApplicationPictures::save(const QImage& picture, const std::string& name) {
+    const std::string file = (output_ / (name + ".png")).string();
     constexpr int kSmallest = 0; // of Qt's qualities for PNG
-    return picture.save(file, "PNG", kSmallest) ? "" : file.toStdString() + " cannot be written";
+    require(picture.save(QString::fromStdString(file), "PNG", kSmallest), file + " cannot be written");
 }
 
 } // namespace lightpen

@@ -24,31 +24,33 @@ public:
     // such display, or a tray already.
     ApplicationPictures(std::string program, std::filesystem::path output);
 
-    // Takes all of them. Returns what went wrong, empty when nothing did.
-    std::string take();
+    // Takes all of them. Throws std::runtime_error with what went wrong.
+    void take();
 
 private:
-    std::string takeMenu(const std::string& language, const std::string& name);
-    std::string takeWindows();
-    std::string takePreview(const std::string& language, const std::string& name);
-    std::string takeCalibration();
+    void takeMenu(const std::string& language, const std::string& name);
+    void takeWindows();
+    void takePreview(const std::string& language, const std::string& name);
+    void takeCalibration();
 
     // Starts the program with a home of its own; the settings are lines of its settings file.
-    std::string start(const std::vector<std::string>& options, const std::string& settings);
+    void start(const std::vector<std::string>& options, const std::string& settings);
     void end();
     // Opens the menu from the icon; the first entry has the number 1.
-    std::string openMenu();
-    std::string choose(int entry);
+    void openMenu();
+    void choose(int entry);
     // The windows that have come since the last call of forget().
     std::vector<ShownWindow> fresh();
     void forget() { known_ = windows_.shown(program_.processId()); }
     template <class Condition>
     bool comes(Condition condition);
+    template <class Condition>
+    void awaitThat(const char* problem, Condition condition);
     bool comesToRest();
     QImage screen();
     // The part of the screen in which these windows are, without their frames.
     QImage pictureOf(const std::vector<ShownWindow>& shown);
-    std::string save(const QImage& picture, const std::string& name);
+    void save(const QImage& picture, const std::string& name);
 
     const std::filesystem::path output_;
     XTrayPanel tray_;

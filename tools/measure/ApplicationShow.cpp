@@ -5,8 +5,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <utility>
 
+#include "measure/Requirement.h"
 #include "measure/desktop/Patience.h"
 #include "platform/Geometry.h"
 
@@ -41,20 +43,17 @@ double distance(ScreenPoint one, ScreenPoint other) {
 
 // Where a stroke began and ended.
 struct StrokeEnds {
-    bool pressed = false, released = false;
-    ScreenPoint press, release;
+    std::optional<ScreenPoint> press, release;
 };
 
 // A stroke may be more than one where the machine is held up: its first press and last release count.
 StrokeEnds endsSince(const std::vector<CanvasEvent>& events, std::size_t seen) {
     StrokeEnds ends;
     for (std::size_t i = seen; i < events.size(); ++i) {
-        if (events[i].kind == Kind::press && !std::exchange(ends.pressed, true))
+        if (events[i].kind == Kind::press && !ends.press)
             ends.press = events[i].position;
-        if (events[i].kind == Kind::release) {
-            ends.released = true;
+        if (events[i].kind == Kind::release)
             ends.release = events[i].position;
-        }
     }
     return ends;
 }
@@ -79,115 +78,98 @@ ApplicationShow::ApplicationShow(std::string program, std::string canvasProgram,
     : program_(std::move(program)), canvasProgram_(std::move(canvasProgram)), runLoop_(runLoop),
       output_(std::move(output)), panel_(busAddress()), application_(program_) {}
 
-std::string ApplicationShow::run() {
-    using Step = std::string (ApplicationShow::*)();
-    for (const Step step : {&ApplicationShow::begin, &ApplicationShow::plug, &ApplicationShow::calibrate,
-                            &ApplicationShow::draw, &ApplicationShow::changeLanguage, &ApplicationShow::exit})
-        if (std::string problem = (this->*step)(); !problem.empty())
-            return problem + "\nThe application's log:\n" + application_.log();
-    return {};
+void ApplicationShow::run() {
+    try {
+        begin();
+        plug();
+        calibrate();
+        draw();
+        changeLanguage();
+        exit();
+    } catch (const std::runtime_error& problem) {
+        throw std::runtime_error(std::string(problem.what()) + "\nThe application's log:\n" +
+                                 application_.log());
+    }
 }
 
-std::string ApplicationShow::begin() {
+void ApplicationShow::begin() {
     std::puts("The application starts; its item is in the panel. Its menu without a unit:");
     panel_.appear();
-    std::string problem =
-        application_.start({"--commands", "--xtest"}, environmentOf(home_.path().toStdString()));
-    if (!problem.empty())
-        return problem;
+    requireNone(application_.start({"--commands", "--xtest"}, environmentOf(home_.path().toStdString())));
     const bool came = comesTrue([this] {
         if (const auto item = panel_.itemOf(application_.processId()))
             menu_ = std::make_unique<MenuOverDBus>(busAddress(), item->service, item->path);
         return menu_ || !application_.running();
     });
-    if (!came || !menu_ || !menuHas(kExitMenu))
-        return "No item with a menu came into the panel.";
+    require(came && menu_ && menuHas(kExitMenu), "No item with a menu came into the panel.");
     printMenu();
-    return {};
 }
 
-std::string ApplicationShow::plug() {
+void ApplicationShow::plug() {
     std::puts("A unit with an empty flash is plugged in:");
-    if (!application_.perform("plug") || !menuHas(kWholeMenu))
-        return "The menu did not become whole.";
+    require(application_.perform("plug") && menuHas(kWholeMenu), "The menu did not become whole.");
     printMenu();
-    return {};
 }
 
-std::string ApplicationShow::calibrate() {
+void ApplicationShow::calibrate() {
     std::puts("\"Calibration\" is clicked; a hand touches the targets that it sees:");
-    if (!unitIsReady() || !menu_->click({"Calibration"}))
-        return "Calibration cannot be clicked.";
+    require(unitIsReady() && menu_->click({"Calibration"}), "Calibration cannot be clicked.");
     std::string stored;
     const auto done = [&] {
         stored = application_.ask("flash").value_or("ok empty");
         return stored != "ok empty";
     };
-    if (!comesTrue(done, kCalibrationPatience) || !unitIsReady())
-        return "The calibration was not stored.";
+    require(comesTrue(done, kCalibrationPatience) && unitIsReady(), "The calibration was not stored.");
     std::printf("    The flash now holds%s.\n", stored.substr(stored.find(' ')).c_str());
-    return {};
 }
 
-std::string ApplicationShow::draw() {
+void ApplicationShow::draw() {
     std::puts("The pen draws on a canvas, which sees what the X server delivers:");
     CanvasProcess canvas(runLoop_);
-    if (std::string problem = canvas.start(canvasProgram_); !problem.empty())
-        return problem;
-    if (std::string problem = drawStrokes(canvas); !problem.empty())
-        return problem;
+    requireNone(canvas.start(canvasProgram_));
+    drawStrokes(canvas);
     const std::string picture = (output_ / "application.png").string();
     canvas.command("save " + picture);
-    if (!canvas.waitFor(Kind::saved, std::chrono::seconds(10)))
-        return "The picture of the canvas could not be written.";
+    require(canvas.waitFor(Kind::saved, std::chrono::seconds(10)),
+            "The picture of the canvas could not be written.");
     std::printf("    The canvas: %s\n", picture.c_str());
-    return {};
 }
 
-std::string ApplicationShow::drawStrokes(CanvasProcess& canvas) {
+void ApplicationShow::drawStrokes(CanvasProcess& canvas) {
     double farthest = 0;
     for (const auto& stroke : kStrokes) {
         const std::size_t seen = canvas.events().size();
-        if (!comesTrue([&] { return application_.perform(lineOf(stroke)); }))
-            return "The hand did not draw.";
+        require(comesTrue([&] { return application_.perform(lineOf(stroke)); }), "The hand did not draw.");
         StrokeEnds ends;
         const auto whole = [&] {
             ends = endsSince(canvas.events(), seen);
-            return ends.pressed && ends.released && distance(ends.release, stroke.back()) < kFarthest;
+            return ends.press && ends.release && distance(*ends.release, stroke.back()) < kFarthest;
         };
-        if (!comesTrue(whole))
-            return "A stroke did not arrive whole.";
-        if (!application_.perform("wait"))
-            return "The hand did not come to rest.";
-        farthest =
-            std::max({farthest, distance(ends.press, stroke.front()), distance(ends.release, stroke.back())});
+        require(comesTrue(whole), "A stroke did not arrive whole.");
+        require(application_.perform("wait"), "The hand did not come to rest.");
+        farthest = std::max(
+            {farthest, distance(*ends.press, stroke.front()), distance(*ends.release, stroke.back())});
     }
     std::printf("    %zu strokes; the ends are at most %.1f pixels from the hand.\n", kStrokes.size(),
                 farthest);
-    return farthest < kFarthest ? "" : "That is too far.";
+    require(farthest < kFarthest, "That is too far.");
 }
 
-std::string ApplicationShow::changeLanguage() {
+void ApplicationShow::changeLanguage() {
     std::puts("\"French\" is clicked, and the unit is unplugged and plugged in again:");
-    if (!menu_->click({"Language", "French"}) || !application_.perform("unplug") || !menuHas(kExitMenu))
-        return "The menu did not shrink.";
-    if (!application_.perform("plug") || !menuHas(kWholeMenu))
-        return "The menu did not become whole again.";
+    require(menu_->click({"Language", "French"}) && application_.perform("unplug") && menuHas(kExitMenu),
+            "The menu did not shrink.");
+    require(application_.perform("plug") && menuHas(kWholeMenu), "The menu did not become whole again.");
     printMenu();
-    return {};
 }
 
-std::string ApplicationShow::exit() {
+void ApplicationShow::exit() {
     const auto root = menu_->layout();
-    if (!root || root->children.empty())
-        return "There is no entry to be clicked.";
+    require(root && !root->children.empty(), "There is no entry to be clicked.");
     menu_->click(root->children.back().id); // an answer may come too late
-    const auto status = application_.waitForEnd();
-    if (status != EXIT_SUCCESS)
-        return "The application did not end in order.";
+    require(application_.waitForEnd() == EXIT_SUCCESS, "The application did not end in order.");
     std::printf("\"%s\" is clicked; the application has ended in order.\n",
                 root->children.back().label.c_str());
-    return {};
 }
 
 bool ApplicationShow::menuHas(std::size_t entries) {

@@ -27,17 +27,18 @@ public:
     ApplicationShow(std::string program, std::string canvasProgram, RunLoop& runLoop,
                     std::filesystem::path output);
 
-    // Runs all of it. Returns what went wrong, empty when nothing did.
-    std::string run();
+    // Runs all of it. Throws std::runtime_error with what went wrong.
+    void run();
 
 private:
-    std::string begin();
-    std::string plug();
-    std::string calibrate();
-    std::string draw();
-    std::string drawStrokes(CanvasProcess& canvas);
-    std::string changeLanguage();
-    std::string exit();
+    // In this order; each throws.
+    void begin();
+    void plug();
+    void calibrate();
+    void draw();
+    void drawStrokes(CanvasProcess& canvas);
+    void changeLanguage();
+    void exit();
 
     // Waits until the menu has that many entries; separators count.
     bool menuHas(std::size_t entries);

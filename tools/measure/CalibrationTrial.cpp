@@ -5,6 +5,7 @@
 
 #include "device/EventGeneratorNX7.h"
 #include "emulated/ScreenWatch.h"
+#include "measure/Requirement.h"
 #include "measure/TapSeries.h"
 #include "measure/UnitInUse.h"
 #include "measure/Waiting.h"
@@ -43,66 +44,65 @@ CalibrationOutcome CalibrationTrial::run(const CalibrationScene& scene) {
     outcome.row.session = scene.session == SessionKind::byHand ? "by hand" : "automatic";
     outcome.row.noise = scene.noise;
     CameraUnit& unit = bus_.add<CameraUnit>({}, Optics(scene.optics).setNoise(scene.noise, kNoiseSeed));
-    outcome.problem = play(scene, unit, outcome);
-    if (const std::string problem = unplug(unit); outcome.problem.empty())
-        outcome.problem = problem;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const std::runtime_error& problem) {
+            if (outcome.problem.empty())
+                outcome.problem = problem.what();
+        }
+    };
+    attempt([&] { play(scene, unit, outcome); });
+    attempt([&] { unplug(unit); });
     return outcome;
 }
 
-std::string CalibrationTrial::play(const CalibrationScene& scene, CameraUnit& unit,
-                                   CalibrationOutcome& outcome) {
+void CalibrationTrial::play(const CalibrationScene& scene, CameraUnit& unit, CalibrationOutcome& outcome) {
     auto unitsView = newCapture_();
     const auto eyes = newCapture_();
-    if (!unitsView || !eyes)
-        return "The screen cannot be looked at.";
+    require(unitsView && eyes, "The screen cannot be looked at.");
     const ScreenWatch watch(std::move(unitsView), unit);
-    if (std::string problem = plugIn(unit); !problem.empty())
-        return problem;
-    if (std::string problem = playSession(scene, unit, *eyes, outcome); !problem.empty())
-        return problem;
-    if (std::string problem = unplug(unit); !problem.empty())
-        return problem;
-    if (std::string problem = plugIn(unit); !problem.empty())
-        return problem;
+    plugIn(unit);
+    playSession(scene, unit, *eyes, outcome);
+    unplug(unit);
+    plugIn(unit);
     const PointListRef readBack = driver().calibrationPointsFromFlash();
     outcome.readBack = readBack ? *readBack : PointList();
     const auto screen = platform_.desktop.mainScreenFrame();
-    if (!screen)
-        return "There is no screen.";
+    require(screen.has_value(), "There is no screen.");
     std::vector<Tap> taps;
     const HeardMapping heard(desktop_.record, driver());
-    std::string problem = tapAt(unevenGrid(screen->size), unit, desktop_.record, *eyes, platform_, taps);
+    const std::string problem =
+        tapAt(unevenGrid(screen->size), unit, desktop_.record, *eyes, platform_, taps);
     outcome.row.accuracy = accuracyOf(taps, unit.optics());
-    return problem;
+    requireNone(problem);
 }
 
-std::string CalibrationTrial::playSession(const CalibrationScene& scene, CameraUnit& unit,
-                                          ScreenCapture& eyes, CalibrationOutcome& outcome) {
+void CalibrationTrial::playSession(const CalibrationScene& scene, CameraUnit& unit, ScreenCapture& eyes,
+                                   CalibrationOutcome& outcome) {
     const bool automatic = scene.session == SessionKind::automatic;
     platform_.defaults.setObject(kAutomaticKey, automatic);
     PlayedSession session(platform_, unit, eyes);
-    std::string problem = session.run(
+    const std::string problem = session.run(
         scene.session, [this] { controller_.calibration("the demo"); },
         (pictures_ / (automatic ? "target-automatic.png" : "target-by-hand.png")).string());
     outcome.touches = session.touches();
     outcome.completions = session.completions();
     const auto written = [&] { return unit.flash()->calibrated() && !driver().delegate(); };
-    if (problem.empty() && !waitUntil(platform_, written, kWritingPatience))
-        problem = "The calibration was not written to the flash.";
+    const bool isWritten = problem.empty() && waitUntil(platform_, written, kWritingPatience);
     outcome.stored = flashPoints(unit);
-    return problem;
+    requireNone(problem);
+    require(isWritten, "The calibration was not written to the flash.");
 }
 
-std::string CalibrationTrial::plugIn(CameraUnit& unit) {
-    return takeIntoUse(platform_, controller_, unit, kKnock) ? ""
-                                                             : "The driver did not take the unit into use.";
+void CalibrationTrial::plugIn(CameraUnit& unit) {
+    require(takeIntoUse(platform_, controller_, unit, kKnock), "The driver did not take the unit into use.");
 }
 
-std::string CalibrationTrial::unplug(CameraUnit& unit) {
+void CalibrationTrial::unplug(CameraUnit& unit) {
     unit.lift();
     unit.unplug();
-    return waitUntilRemoved(platform_, controller_) ? ""
-                                                    : "The driver did not notice that the unit was gone.";
+    require(waitUntilRemoved(platform_, controller_), "The driver did not notice that the unit was gone.");
 }
 
 } // namespace lightpen

@@ -45,11 +45,12 @@ public:
     CalibrationOutcome run(const CalibrationScene& scene);
 
 private:
-    std::string play(const CalibrationScene& scene, CameraUnit& unit, CalibrationOutcome& outcome);
-    std::string playSession(const CalibrationScene& scene, CameraUnit& unit, ScreenCapture& eyes,
-                            CalibrationOutcome& outcome);
-    std::string plugIn(CameraUnit& unit);
-    std::string unplug(CameraUnit& unit);
+    // Each throws std::runtime_error with what went wrong.
+    void play(const CalibrationScene& scene, CameraUnit& unit, CalibrationOutcome& outcome);
+    void playSession(const CalibrationScene& scene, CameraUnit& unit, ScreenCapture& eyes,
+                     CalibrationOutcome& outcome);
+    void plugIn(CameraUnit& unit);
+    void unplug(CameraUnit& unit);
 
     DriverDesktop& desktop_;
     Platform& platform_;

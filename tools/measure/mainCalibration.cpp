@@ -3,17 +3,11 @@
 // pen.
 #include <cstdio>
 #include <cstring>
-#include <exception>
-#include <filesystem>
 #include <optional>
 
-#include <QApplication>
-
 #include "emulated/ScreenArea.h"
-#include "linux_desktop/process/QtApplicationSetup.h"
 #include "measure/CalibrationTrial.h"
-#include "measure/CanvasProcess.h"
-#include "measure/DriverDesktop.h"
+#include "measure/MeasureProgram.h"
 
 namespace lightpen {
 namespace {
@@ -39,7 +33,7 @@ std::optional<Options> optionsFrom(int argc, char** argv) {
         if (std::strcmp(argv[i], "--all") == 0)
             options.all = true;
         else if (std::strcmp(argv[i], "--output") == 0 && i + 1 < argc)
-            options.output = std::filesystem::absolute(argv[++i]);
+            options.output = folderNamed(argv[++i]);
         else
             return std::nullopt;
     }
@@ -91,12 +85,7 @@ bool report(const std::vector<AccuracyRow>& rows, const std::filesystem::path& o
 int perform(DriverDesktop& desktop, const Options& options) {
     Platform& platform = desktop.platform;
     CanvasProcess canvas(platform.runLoop); // under the taps, so that nobody else is hit by them
-    if (const std::string problem =
-            canvas.start((QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
-        !problem.empty()) {
-        std::printf("%s\n", problem.c_str());
-        return EXIT_FAILURE;
-    }
+    requireNone(canvas.start(beside("lightpen-canvas")));
     EmulatedBus bus(desktop.real.registry(), platform.runLoop, platform.clock);
     bus.runInRealTime();
     const auto controller = std::make_shared<LightPenNX7Controller>();
@@ -105,25 +94,15 @@ int perform(DriverDesktop& desktop, const Options& options) {
     std::vector<AccuracyRow> rows;
     const bool well = play(calibrationScenes(canvas.size(), options.all), trial, rows);
     const bool met = report(rows, options.output);
-    canvas.command("quit");
-    std::fflush(stdout);
-    // The driver's point thread still runs; nothing is destroyed under it.
-    const int status = well && met ? EXIT_SUCCESS : EXIT_FAILURE;
-    platform.runLoop.exitProcess(status);
-    return status;
+    return endWithDriver(platform.runLoop, canvas, well && met);
 }
 
 int calibrationMain(int argc, char** argv) {
-    setUpQtMessages();
-    const QApplication application(argc, argv);
-    setUpQtApplication();
     const auto options = optionsFrom(argc, argv);
     if (!options) {
         std::fputs(kUsage, stderr);
         return 2;
     }
-    std::error_code ignored;
-    std::filesystem::create_directories(options->output, ignored);
     DriverDesktop desktop(options->output / "calibration.log", settingsIn(options->output));
     return perform(desktop, *options);
 }
@@ -132,10 +111,5 @@ int calibrationMain(int argc, char** argv) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    try {
-        return lightpen::calibrationMain(argc, argv);
-    } catch (const std::exception& failure) {
-        std::printf("%s\n", failure.what());
-        return EXIT_FAILURE;
-    }
+    return lightpen::runMeasureProgram(argc, argv, [&] { return lightpen::calibrationMain(argc, argv); });
 }

@@ -2,16 +2,11 @@
 // The demo: the real driver with an emulated unit, a hand that writes, and a canvas that sees what arrives.
 #include <cstdio>
 #include <cstring>
-#include <exception>
-#include <filesystem>
 #include <thread>
 #include <utility>
 
-#include <QApplication>
-
-#include "linux_desktop/process/QtApplicationSetup.h"
-#include "measure/CanvasProcess.h"
 #include "measure/DriverDesktop.h"
+#include "measure/MeasureProgram.h"
 #include "measure/PenDemonstration.h"
 #include "measure/Table.h"
 
@@ -39,12 +34,9 @@ bool report(const DemoRecord& record) {
     return lost.empty();
 }
 
-int runDemo(DriverDesktop& desktop, const std::filesystem::path& output, const std::string& canvasProgram) {
+int runDemo(DriverDesktop& desktop, const std::filesystem::path& output) {
     CanvasProcess canvas(desktop.platform.runLoop);
-    if (const std::string problem = canvas.start(canvasProgram); !problem.empty()) {
-        std::printf("%s\n", problem.c_str());
-        return EXIT_FAILURE;
-    }
+    requireNone(canvas.start(beside("lightpen-canvas")));
     EmulatedBus bus(desktop.real.registry(), desktop.platform.runLoop, desktop.platform.clock);
     noteTakenReports(bus, desktop.recording, desktop.platform.clock);
     bus.runInRealTime();
@@ -62,40 +54,24 @@ int runDemo(DriverDesktop& desktop, const std::filesystem::path& output, const s
                 saved ? ("The canvas: " + picture).c_str()
                       : "The picture of the canvas could not be written.",
                 (output / "driver.log").c_str());
-    const int status = complete && saved && problem.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
-    canvas.command("quit");
-    std::fflush(stdout);
-    // The driver's point thread still runs; nothing is destroyed under it.
-    desktop.platform.runLoop.exitProcess(status);
-    return status;
+    return endWithDriver(desktop.platform.runLoop, canvas, complete && saved && problem.empty());
 }
 
 int demoMain(int argc, char** argv) {
-    setUpQtMessages();
-    const QApplication application(argc, argv);
-    setUpQtApplication();
     if (argc != 3 || std::strcmp(argv[1], "--output") != 0) {
         std::fputs("usage: lightpen-demo --output FOLDER\n", stderr);
         return 2;
     }
-    const std::filesystem::path output = std::filesystem::absolute(argv[2]);
-    std::error_code ignored;
-    std::filesystem::create_directories(output, ignored);
+    const std::filesystem::path output = folderNamed(argv[2]);
     LinuxPlatformSettings settings = settingsIn(output);
     settings.settingsFile.clear(); // the demo is of the program as its user has set it
     DriverDesktop desktop(output / "driver.log", std::move(settings));
-    return runDemo(desktop, output,
-                   (QCoreApplication::applicationDirPath() + "/lightpen-canvas").toStdString());
+    return runDemo(desktop, output);
 }
 
 } // namespace
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    try {
-        return lightpen::demoMain(argc, argv);
-    } catch (const std::exception& failure) {
-        std::printf("%s\n", failure.what());
-        return EXIT_FAILURE;
-    }
+    return lightpen::runMeasureProgram(argc, argv, [&] { return lightpen::demoMain(argc, argv); });
 }
