@@ -30,7 +30,7 @@ Bytes fillTable(CameraUnit& unit) {
         PairingTable::Record record{};
         for (unsigned i = 0; i < record.size(); ++i)
             record[i] = static_cast<std::uint8_t>(i == 0 ? 0x7F - index : 255 - 16 * i - index);
-        EXPECT_TRUE(unit.pairingTable()->store(index, record, true));
+        EXPECT_TRUE(unit.pairingTable()->store(index, record));
         table.insert(table.end(), record.begin(), record.end());
     }
     return table;

@@ -36,21 +36,20 @@ void Firmware::perform(const Task& task, Eye& eye) {
         schedule({Task::What::takePicture, {vision_.settledAt(), ReportKind::picture, 0, {}}});
         return;
     }
-    const Picture picture = takePicture(seen, vision_.filterOut(), behaviour.blackLeftColumn);
+    const Picture picture = takePicture(seen, vision_.filterOut());
     Microseconds due = now;
     for (unsigned index = 0; index < kPictureReports; ++index, due += kPictureReportPeriod)
         schedule(
             {Task::What::send, {due, ReportKind::picture, 0, pictureReport(picture, index, reportLength_)}});
-    if (behaviour.idleAfterPicture)
-        stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
+    stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
 }
 
 void Firmware::lookAtFrame(Microseconds now, Eye& eye) {
-    const auto spot = vision_.look(eye.look(now), now, behaviour);
+    const auto spot = vision_.look(eye.look(now), now);
     stream_.see(spot.has_value());
-    if (quiet(now) || (imageMode_ && behaviour.penStopsInImageMode))
+    if (quiet(now) || imageMode_)
         return;
-    if (auto report = stream_.frame(now, spot, behaviour))
+    if (auto report = stream_.frame(now, spot))
         emit(std::move(*report));
 }
 

@@ -25,9 +25,9 @@ std::optional<PairingTable::Record> PairingTable::record(unsigned index) const {
     return records_[index];
 }
 
-bool PairingTable::store(unsigned index, const Record& record, bool farOffOnly) {
+bool PairingTable::store(unsigned index, const Record& record) {
     const bool farOff = record[0] >= kLowestFirstByte && record[0] <= kHighestFirstByte;
-    if (index >= kRecords || (farOffOnly && !farOff))
+    if (index >= kRecords || !farOff)
         return false;
     records_[index] = record;
     return true;
