@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <QContextMenuEvent>
+#include <QDBusConnection>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
@@ -51,9 +52,14 @@ void CanvasWindow::tell(Kind kind, QPointF position, const QString& text) {
     report_({kind, monotonicNow(), {position.x(), position.y()}, text.toStdString()});
 }
 
-void CanvasWindow::heard(const QString& notification) {
-    tell(Kind::notification, {}, notification);
-    ++board_.notifications[notification];
+bool CanvasWindow::listenFor(const QString& notification) {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    return bus.isConnected() && bus.connect({}, {}, {}, notification, this, SLOT(hear(QDBusMessage)));
+}
+
+void CanvasWindow::hear(const QDBusMessage& notification) {
+    tell(Kind::notification, {}, notification.member());
+    ++board_.notifications[notification.member()];
     update();
 }
 

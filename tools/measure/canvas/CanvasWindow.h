@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include <QDBusMessage>
 #include <QMenu>
 #include <QWidget>
 
@@ -14,6 +15,8 @@ namespace lightpen {
 // A board that covers the screen, draws what the pointer does on it, and says what it was handed. It knows
 // nothing of the driver. Main thread.
 class CanvasWindow : public QWidget {
+    Q_OBJECT
+
 public:
     using Report = std::function<void(const CanvasEvent&)>;
 
@@ -21,13 +24,18 @@ public:
 
     // Covers the primary screen, with a window manager and without one.
     void coverScreen();
-    // A distributed notification came.
-    void heard(const QString& notification);
+    // From now on it hears these distributed notifications, whoever sends them; false when there is no
+    // session bus.
+    bool listenFor(const QString& notification);
     // The demo says where the hand touched; for the picture only.
     void markHand(QPointF point);
     void setCaption(const QString& caption);
     // Writes a picture of the board; says saved, or failed.
     void savePicture(const QString& file);
+
+public Q_SLOTS:
+    // A distributed notification came.
+    void hear(const QDBusMessage& notification);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

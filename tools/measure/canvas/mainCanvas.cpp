@@ -14,7 +14,6 @@
 
 #include <unistd.h>
 
-#include "measure/canvas/BusListener.h"
 #include "measure/canvas/CanvasWindow.h"
 
 namespace {
@@ -63,12 +62,9 @@ bool readCommands(CanvasWindow& canvas, std::string& pending) {
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
     CanvasWindow canvas(report);
-    lightpen::BusListener listener(
-        [&](const std::string& name) { canvas.heard(QString::fromStdString(name)); });
-    for (const QString& name : lightpen::kSideNotifications) {
-        if (!listener.listenFor(name.toStdString()))
+    for (const QString& name : lightpen::kSideNotifications)
+        if (!canvas.listenFor(name))
             report({CanvasEvent::Kind::failed, {}, {}, "cannot listen on the session bus"});
-    }
     std::string pending;
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &canvas, [&] {
