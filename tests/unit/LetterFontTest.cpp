@@ -9,7 +9,7 @@ namespace lightpen {
 namespace {
 
 TEST(LetterFontTest, EveryLetterStaysInItsCell) {
-    for (const char letter : std::string_view("LightPendoalr")) {
+    for (const char letter : std::string_view("LightPen")) {
         const Glyph glyph = glyphOf(letter);
         EXPECT_FALSE(glyph.strokes.empty()) << letter;
         for (const GlyphStroke& stroke : glyph.strokes) {
@@ -24,14 +24,8 @@ TEST(LetterFontTest, EveryLetterStaysInItsCell) {
     }
 }
 
-TEST(LetterFontTest, ARingComesBackToItsStart) {
-    const GlyphStroke ring = glyphOf('o').strokes.at(0);
-    EXPECT_NEAR(ring.front().x, ring.back().x, 1e-9);
-    EXPECT_NEAR(ring.front().y, ring.back().y, 1e-9);
-}
-
 TEST(LetterFontTest, OnlyTheGHangsBelowTheBaseLine) {
-    for (const char letter : std::string_view("LightPendoalr")) {
+    for (const char letter : std::string_view("LightPen")) {
         double lowest = 0;
         for (const GlyphStroke& stroke : glyphOf(letter).strokes)
             for (const GlyphPoint& point : stroke)

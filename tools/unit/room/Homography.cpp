@@ -2,15 +2,10 @@
 #include "unit/room/Homography.h"
 
 #include <cmath>
-#include <utility>
 
 namespace lightpen {
 
 namespace {
-
-constexpr std::size_t kUnknowns = 8;
-using Row = std::array<double, kUnknowns + 1>; // coefficients and right side
-using System = std::array<Row, kUnknowns>;
 
 // Twice the area of the triangle.
 double area(PlanePoint a, PlanePoint b, PlanePoint c) {
@@ -23,51 +18,23 @@ bool threeOnALine(const Homography::Corners& p) {
            std::abs(area(p[0], p[2], p[3])) < kThin || std::abs(area(p[1], p[2], p[3])) < kThin;
 }
 
-void eliminate(System& system, std::size_t column) {
-    std::size_t pivot = column;
-    for (std::size_t row = column + 1; row < kUnknowns; ++row)
-        if (std::abs(system[row][column]) > std::abs(system[pivot][column]))
-            pivot = row;
-    std::swap(system[column], system[pivot]);
-    for (std::size_t row = column + 1; row < kUnknowns; ++row) {
-        const double factor = system[row][column] / system[column][column];
-        for (std::size_t k = column; k <= kUnknowns; ++k)
-            system[row][k] -= factor * system[column][k];
-    }
-}
-
-std::array<double, kUnknowns> solve(System system) {
-    for (std::size_t column = 0; column < kUnknowns; ++column)
-        eliminate(system, column);
-    std::array<double, kUnknowns> solution{};
-    for (std::size_t row = kUnknowns; row-- > 0;) {
-        double value = system[row][kUnknowns];
-        for (std::size_t k = row + 1; k < kUnknowns; ++k)
-            value -= system[row][k] * solution[k];
-        solution[row] = value / system[row][row];
-    }
-    return solution;
-}
-
 } // namespace
 
-std::optional<Homography> Homography::between(const Corners& from, const Corners& to) {
-    if (threeOnALine(from) || threeOnALine(to))
+// With the origin at the first corner the divisor is 1 there, and the other two coefficients of it follow
+// from how far the image is from a parallelogram.
+std::optional<Homography> Homography::ofRectangle(double width, double height, const Corners& to) {
+    if (!(width > 0 && height > 0) || threeOnALine(to))
         return std::nullopt;
-    System system{};
-    for (std::size_t corner = 0; corner < from.size(); ++corner) {
-        const auto [x, y] = from[corner];
-        const auto [u, v] = to[corner];
-        system[2 * corner] = {x, y, 1, 0, 0, 0, -x * u, -y * u, u};
-        system[2 * corner + 1] = {0, 0, 0, x, y, 1, -x * v, -y * v, v};
-    }
-    const auto h = solve(system);
-    const Homography found({h[0], h[1], h[2], h[3], h[4], h[5], h[6], h[7], 1});
-    // A mapping that takes the origin to the horizon has no such form.
-    for (const double coefficient : h)
-        if (!std::isfinite(coefficient))
-            return std::nullopt;
-    return found;
+    const auto& [a, b, c, d] = to;
+    const PlanePoint bent{a.x - b.x + c.x - d.x, a.y - b.y + c.y - d.y};
+    const PlanePoint right{b.x - c.x, b.y - c.y};
+    const PlanePoint lower{d.x - c.x, d.y - c.y};
+    const double size = right.x * lower.y - lower.x * right.y;
+    const double g = (bent.x * lower.y - lower.x * bent.y) / size;
+    const double h = (right.x * bent.y - bent.x * right.y) / size;
+    return Homography({(b.x - a.x + g * b.x) / width, (d.x - a.x + h * d.x) / height, a.x,
+                       (b.y - a.y + g * b.y) / width, (d.y - a.y + h * d.y) / height, a.y, g / width,
+                       h / height, 1});
 }
 
 double Homography::depth(PlanePoint p) const {

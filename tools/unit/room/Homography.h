@@ -18,8 +18,9 @@ class Homography {
 public:
     using Corners = std::array<PlanePoint, 4>;
 
-    // The mapping that takes each of from to the one of to; none when three of either lie on a line.
-    static std::optional<Homography> between(const Corners& from, const Corners& to);
+    // The mapping that takes the corners of a rectangle, from the origin on and around it by its right side,
+    // to these; none when three of them lie on a line or the rectangle has no area.
+    static std::optional<Homography> ofRectangle(double width, double height, const Corners& to);
 
     // The mapped point; w is 0 at the horizon, where the result is not finite.
     PlanePoint map(PlanePoint point) const;

@@ -24,13 +24,6 @@ void arc(GlyphStroke& stroke, GlyphPoint centre, double radius, double from, dou
     }
 }
 
-// Counter-clockwise from its right end, as a hand draws it.
-GlyphStroke ring() {
-    GlyphStroke stroke;
-    arc(stroke, {kRound, kMiddle}, kRound, 0, -360);
-    return stroke;
-}
-
 // Up and over from the stem at the left, then down to the base line.
 GlyphStroke archFromStem(double top) {
     GlyphStroke stroke{{0, top}, {0, kBase}, {0, kMiddle}};
@@ -46,7 +39,8 @@ Glyph letterE() {
 }
 
 Glyph letterG() {
-    GlyphStroke stroke = ring();
+    GlyphStroke stroke;
+    arc(stroke, {kRound, kMiddle}, kRound, 0, -360);
     stroke.push_back({2 * kRound, kBelow - kRound});
     arc(stroke, {kRound, kBelow - kRound}, kRound, 0, 150);
     return {{stroke}, 0.75};
@@ -59,19 +53,6 @@ Glyph letterP() {
     return {{stroke}, 0.7};
 }
 
-Glyph ringWithStem(double stemTop) {
-    GlyphStroke stroke = ring();
-    stroke.push_back({2 * kRound, stemTop});
-    stroke.push_back({2 * kRound, kBase});
-    return {{stroke}, 0.75};
-}
-
-Glyph letterR() {
-    GlyphStroke stroke{{0, kSmallTop}, {0, kBase}, {0, kMiddle}};
-    arc(stroke, {0.2, kMiddle}, 0.2, -180, -60);
-    return {{stroke}, 0.5};
-}
-
 } // namespace
 
 Glyph glyphOf(char letter) {
@@ -80,10 +61,6 @@ Glyph glyphOf(char letter) {
         return {{{{0, 0}, {0, 1}, {0.5, 1}}}, 0.7};
     case 'P':
         return letterP();
-    case 'a':
-        return ringWithStem(kSmallTop);
-    case 'd':
-        return ringWithStem(0);
     case 'e':
         return letterE();
     case 'g':
@@ -92,14 +69,8 @@ Glyph glyphOf(char letter) {
         return {{archFromStem(0)}, 0.6};
     case 'i':
         return {{{{0.05, kSmallTop}, {0.05, kBase}}, {{0.05, 0.2}, {0.05, 0.26}}}, 0.3};
-    case 'l':
-        return {{{{0.05, 0}, {0.05, kBase}}}, 0.3};
     case 'n':
         return {{archFromStem(kSmallTop)}, 0.6};
-    case 'o':
-        return {{ring()}, 0.75};
-    case 'r':
-        return letterR();
     case 't':
         return {{{{0.2, 0.1}, {0.2, kBase}, {0.4, kBase}}, {{0, kSmallTop}, {0.4, kSmallTop}}}, 0.55};
     default:

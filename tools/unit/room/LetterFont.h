@@ -21,8 +21,7 @@ struct Glyph {
     double advance = 0.5; // to the left edge of the next letter
 };
 
-// A letter of the single-stroke font; a gap for a character that it lacks. It has the letters of "LightPen"
-// and d, o, a, l, r.
+// A letter of the single-stroke font; a gap for a character that it lacks. It has the letters of "LightPen".
 Glyph glyphOf(char letter);
 
 } // namespace lightpen

@@ -11,10 +11,6 @@ namespace lightpen {
 
 namespace {
 
-Homography::Corners screenCorners(Size screen) {
-    return {PlanePoint{0, 0}, {screen.width, 0}, {screen.width, screen.height}, {0, screen.height}};
-}
-
 Size withArea(Size screen) {
     return screen.width > 0 && screen.height > 0 ? screen : Size{1, 1};
 }
@@ -46,9 +42,9 @@ Optics::Optics(const Homography& toCamera, Size screen, const Corners& corners)
 
 std::optional<Optics> Optics::fromCorners(Size screen, const Corners& corners) {
     const auto plane = [](CameraPoint point) { return PlanePoint{point.x, point.y}; };
-    const auto mapping =
-        Homography::between(screenCorners(screen), {plane(corners.topLeft), plane(corners.topRight),
-                                                    plane(corners.bottomRight), plane(corners.bottomLeft)});
+    const auto mapping = Homography::ofRectangle(screen.width, screen.height,
+                                                 {plane(corners.topLeft), plane(corners.topRight),
+                                                  plane(corners.bottomRight), plane(corners.bottomLeft)});
     if (!mapping)
         return std::nullopt;
     return Optics(*mapping, screen, corners);

@@ -48,7 +48,7 @@ struct Contrast {
 class Pixels {
 public:
     explicit Pixels(const ScreenPicture& picture) : picture_(picture), width_(std::max(picture.width, 0)) {
-        const std::size_t rowBytes = static_cast<std::size_t>(width_) * pixelBytes();
+        const std::size_t rowBytes = static_cast<std::size_t>(width_) * kPixelBytes;
         const std::size_t rows = rowBytes == 0 || picture.bytes.size() < rowBytes ? 0
                                  : picture.stride == 0
                                      ? 1
@@ -61,9 +61,7 @@ public:
 
     std::uint32_t at(int x, int y) const {
         const std::uint8_t* place = picture_.bytes.data() + static_cast<std::size_t>(y) * picture_.stride +
-                                    static_cast<std::size_t>(x) * pixelBytes();
-        if (picture_.format == PixelFormat::grey8)
-            return *place * 0x010101U;
+                                    static_cast<std::size_t>(x) * kPixelBytes;
         std::uint32_t pixel = 0;
         std::memcpy(&pixel, place, sizeof pixel);
         return pixel & kColour;
@@ -77,7 +75,7 @@ public:
     }
 
 private:
-    std::size_t pixelBytes() const { return picture_.format == PixelFormat::grey8 ? 1 : 4; }
+    static constexpr std::size_t kPixelBytes = sizeof(std::uint32_t);
 
     const ScreenPicture& picture_;
     int width_;

@@ -20,16 +20,12 @@ struct DisplayedPicture {
     bool dark = false;
 };
 
-// How the pixels of a picture lie in memory: one byte of grey, or 32 bits of the machine's own byte order
-// with 8 unused ones on top of red, green and blue.
-enum class PixelFormat { grey8, xrgb32 };
-
-// The pixels of a screen, not owned: rows from top to bottom.
+// The pixels of a screen, not owned: rows from top to bottom. A pixel is 32 bits of the machine's own byte
+// order with 8 unused ones on top of red, green and blue.
 struct ScreenPicture {
     int width = 0; // pixels
     int height = 0;
-    std::size_t stride = 0; // bytes from one row to the next
-    PixelFormat format = PixelFormat::xrgb32;
+    std::size_t stride = 0;              // bytes from one row to the next
     std::span<const std::uint8_t> bytes; // rows that do not lie in it whole are not there
     double pointsPerPixel = 1;           // above 0; 0.5 on a screen with a scale of 2
 };
