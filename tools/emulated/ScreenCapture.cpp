@@ -6,11 +6,9 @@
 #include <unistd.h>
 #include <xcb/damage.h>
 #include <xcb/shm.h>
-#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <utility>
 
 #include "platform/FileDescriptor.h"
@@ -23,14 +21,6 @@ constexpr std::size_t kPixelBytes = 4;
 constexpr std::uint32_t kAllPlanes = 0xFFFFFFFF;
 // A desktop may change its size between the question for it and the picture.
 constexpr int kTries = 3;
-
-// What the library gives out, to be freed.
-template <class Reply>
-using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
-template <class Reply>
-Owned<Reply> owned(Reply* reply) {
-    return {reply, std::free};
-}
 
 std::size_t sizeOf(const PixelRect& area) {
     return static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height) * kPixelBytes;
@@ -115,8 +105,8 @@ private:
 
 std::unique_ptr<ScreenCapture> ScreenCapture::create(const char* display, std::string& problem,
                                                      CaptureArea area) {
-    Connection connection(xcb_connect(display, nullptr), xcb_disconnect);
-    if (xcb_connection_has_error(connection.get())) {
+    XConnection connection = connectToX(display);
+    if (!connection) {
         problem = "the X display cannot be reached";
         return nullptr;
     }
@@ -128,7 +118,7 @@ std::unique_ptr<ScreenCapture> ScreenCapture::create(const char* display, std::s
     return std::unique_ptr<ScreenCapture>(new ScreenCapture(std::move(connection), screen, area));
 }
 
-ScreenCapture::ScreenCapture(Connection connection, const xcb_screen_t& screen, CaptureArea area)
+ScreenCapture::ScreenCapture(XConnection connection, const xcb_screen_t& screen, CaptureArea area)
     : connection_(std::move(connection)), root_(screen.root), area_(area),
       shares_(sharesMemoryByDescriptor(connection_.get())), sent_(nullptr, std::free) {
     askForChanges();
@@ -177,7 +167,6 @@ std::optional<ScreenPicture> ScreenCapture::look() {
             return ScreenPicture{area->width,
                                  area->height,
                                  static_cast<std::size_t>(area->width) * kPixelBytes,
-                                 PixelFormat::xrgb32,
                                  {pixels, sizeOf(*area)},
                                  area_.pointsPerPixel};
     }

@@ -6,11 +6,9 @@
 #include <string>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
+#include "linux_desktop/screen/XConnection.h"
 #include "platform/Geometry.h"
 #include "unit/room/ScreenSight.h"
-
-struct xcb_connection_t;
-struct xcb_screen_t;
 
 namespace lightpen {
 
@@ -43,16 +41,15 @@ public:
     bool sharesMemory() const { return shares_; }
 
 private:
-    using Connection = std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)>;
     class Memory;
 
-    ScreenCapture(Connection connection, const xcb_screen_t& screen, CaptureArea area);
+    ScreenCapture(XConnection connection, const xcb_screen_t& screen, CaptureArea area);
     void askForChanges();
     std::optional<PixelRect> visibleArea();
     const std::uint8_t* sharedPixels(const PixelRect& area);
     const std::uint8_t* sentPixels(const PixelRect& area);
 
-    const Connection connection_;
+    const XConnection connection_;
     const std::uint32_t root_;
     const CaptureArea area_;
     bool shares_ = false;
