@@ -140,18 +140,16 @@ bool onScreen(const HandTouch& touch, Size screen) {
            touch.first.y <= screen.height;
 }
 
-std::vector<double> landingDistances(const DemoRecord& record, Measured measured) {
+std::vector<double> landingDistances(const DemoRecord& record) {
     std::vector<double> distances;
     const std::vector<Landing> landed = landings(record);
     for (std::size_t i = 0; i < landed.size(); ++i) {
         const HandTouch& touch = record.touches[i];
-        const bool rested = touch.last == touch.first;
-        if (!onScreen(touch, record.screen) || (measured == Measured::restingTouches && !rested))
+        if (!onScreen(touch, record.screen) || touch.last != touch.first)
             continue;
-        if (landed[i].press)
-            distances.push_back(distance(touch.first, landed[i].press->position));
-        if (landed[i].release && touch.last)
-            distances.push_back(distance(*touch.last, landed[i].release->position));
+        for (const CanvasEvent* const seen : {landed[i].press, landed[i].release})
+            if (seen)
+                distances.push_back(distance(touch.first, seen->position));
     }
     return distances;
 }

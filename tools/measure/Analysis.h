@@ -39,13 +39,11 @@ struct DemoRecord {
 // Whether a touch is on the screen: those beside it press nothing.
 bool onScreen(const HandTouch& touch, Size screen);
 
-// Which touches to measure. A pen that moves while it is set down has gone on by the time the camera and the
-// poll see it; where it rested, the distance is the mapping's alone.
-enum class Measured { everyTouch, restingTouches };
-
 // How far, in points, the pointer landed from the hand: where each touch on the screen began and was
-// pressed, and where it ended and was released. A touch that pressed or released nothing adds nothing.
-std::vector<double> landingDistances(const DemoRecord& record, Measured measured = Measured::everyTouch);
+// pressed, and where it ended and was released. A touch that pressed or released nothing adds nothing; nor
+// does one that did not rest: a pen that moves while it is set down has gone on by the time the camera and
+// the poll see it. Where it rested, the distance is the mapping's alone.
+std::vector<double> landingDistances(const DemoRecord& record);
 
 // Milliseconds from the moment when the point thread took a report to the moment when the canvas was handed
 // its event. Moves that the window system merged, and events of a timer, add nothing.

@@ -32,7 +32,7 @@ std::string number(double value) {
 } // namespace
 
 std::string tableOf(const DemoRecord& record) {
-    const Spread distance = spreadOf(landingDistances(record, Measured::restingTouches));
+    const Spread distance = spreadOf(landingDistances(record));
     const Spread delay = spreadOf(pointerDelays(record.injected, record.seen));
     return row("touches of the hand", std::to_string(record.touches.size())) +
            row("presses", bothSides(record, Injected::press, Seen::press)) +

@@ -112,7 +112,7 @@ Spread PenAtDesk::expectEverythingArrived(double worstLanding) {
     const DemoRecord all = record();
     const auto rested = std::count_if(touches.begin(), touches.end(),
                                       [](const HandTouch& touch) { return touch.last == touch.first; });
-    const auto landed = landingDistances(all, Measured::restingTouches);
+    const auto landed = landingDistances(all);
     EXPECT_THAT(landed, SizeIs(2 * static_cast<std::size_t>(rested))) << "a touch was not seen";
     EXPECT_THAT(landed, Each(Le(worstLanding)));
     EXPECT_GE(countOf(all.seen, Seen::press), touches.size());
