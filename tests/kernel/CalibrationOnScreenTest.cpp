@@ -161,10 +161,10 @@ protected:
     // in use.
     void expectThePointerToFollow() {
         const std::size_t clicks = countOf(seat->canvas.events(), CanvasEvent::Kind::release);
-        const HeardMapping heard(seat->desktop.record, driver());
+        const HeardMapping heard(seat->desktop.recording, driver());
         std::vector<Tap> taps;
         EXPECT_EQ(tapAt({{5, 9}, {1268.5, 14}, {1271, 706.25}, {11, 702}, {333.5, 444}, {871, 118.75}}, unit,
-                        seat->desktop.record, *eyes, platform, taps, kContact),
+                        seat->desktop.recording, *eyes, platform, taps, kContact),
                   "");
         const AccuracyRow row{"strong keystone", "", 0, accuracyOf(taps, unit.optics())};
         EXPECT_EQ(taps.size(), 6U);

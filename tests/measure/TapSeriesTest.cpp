@@ -8,6 +8,7 @@
 #include "kit/TestPlatform.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/ScreenPainter.h"
+#include "measure/Injection.h"
 #include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 
@@ -44,13 +45,13 @@ protected:
             if (stumbling)
                 --stumbles;
             if (stumbling || delay > Microseconds::zero())
-                record.IOHIDPostEvent(0, kLeftMouseUp, {}, {}, 0, 0, 0);
+                recording.lifted();
         } else if (lifts) {
-            record.IOHIDPostEvent(0, kLeftMouseUp, {}, {}, 0, 0, 0);
+            recording.lifted();
         }
     }
     std::string tap(const std::vector<ScreenPoint>& places) {
-        return tapAt(places, unit, record, *eyes, desk.platform, taps);
+        return tapAt(places, unit, recording, *eyes, desk.platform, taps);
     }
 
     struct Answer final : KVRCalibrationProtocol {
@@ -65,9 +66,9 @@ protected:
     ScreenPainter painter{server->display()};
     std::string noProblem;
     std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
-    MappingRecord record{desk.pointer};
+    Recording recording;
     std::shared_ptr<Answer> answer = std::make_shared<Answer>();
-    std::shared_ptr<KVRCalibrationProtocol> mapping = record.noted(answer);
+    std::shared_ptr<KVRCalibrationProtocol> mapping = noted(recording, answer);
     bool follows = true;
     bool lifts = true;
     int stumbles = 0;     // as many reports are mapped far away and lift the pen, which the hand does not

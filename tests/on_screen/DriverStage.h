@@ -66,9 +66,9 @@ struct DriverStage {
     bool arm(CameraUnit& unit) { return waitUntilPenIsHeard(platform(), unit, kMiddle); }
     // Has the hand tap there, and expects the pointer there.
     void tap(CameraUnit& unit, ScreenCapture& eyes, ScreenPoint place) {
-        const HeardMapping heard(desktop.record, driver());
+        const HeardMapping heard(desktop.recording, driver());
         std::vector<Tap> taps;
-        ASSERT_EQ(tapAt({place}, unit, desktop.record, eyes, platform(), taps), "");
+        ASSERT_EQ(tapAt({place}, unit, desktop.recording, eyes, platform(), taps), "");
         ASSERT_EQ(taps.size(), 1U);
         EXPECT_LT(std::hypot(taps[0].pointer.x - place.x, taps[0].pointer.y - place.y), 4);
     }

@@ -71,9 +71,9 @@ void CalibrationTrial::play(const CalibrationScene& scene, CameraUnit& unit, Cal
     const auto screen = platform_.desktop.mainScreenFrame();
     require(screen.has_value(), "There is no screen.");
     std::vector<Tap> taps;
-    const HeardMapping heard(desktop_.record, driver());
+    const HeardMapping heard(desktop_.recording, driver());
     const std::string problem =
-        tapAt(unevenGrid(screen->size), unit, desktop_.record, *eyes, platform_, taps);
+        tapAt(unevenGrid(screen->size), unit, desktop_.recording, *eyes, platform_, taps);
     outcome.row.accuracy = accuracyOf(taps, unit.optics());
     requireNone(problem);
 }

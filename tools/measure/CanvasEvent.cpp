@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <sstream>
+#include <string_view>
 
 namespace lightpen {
 
@@ -15,30 +16,6 @@ namespace {
 constexpr std::array<std::string_view, 10> kKindNames = {
     "ready",         "press",        "move",         "release", "right-press",
     "right-release", "context-menu", "notification", "saved",   "failed"};
-
-// Takes the text up to the next space off the line.
-std::string_view takeWord(std::string_view& line) {
-    const std::size_t end = std::min(line.find(' '), line.size());
-    const std::string_view word = line.substr(0, end);
-    line.remove_prefix(std::min(end + 1, line.size()));
-    return word;
-}
-
-std::optional<std::int64_t> takeNumber(std::string_view& line) {
-    const std::string_view word = takeWord(line);
-    std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc() || end != word.data() + word.size())
-        return std::nullopt;
-    return number;
-}
-
-std::optional<CanvasEvent::Kind> takeKind(std::string_view& line) {
-    const auto* const name = std::find(kKindNames.begin(), kKindNames.end(), takeWord(line));
-    if (name == kKindNames.end())
-        return std::nullopt;
-    return static_cast<CanvasEvent::Kind>(name - kKindNames.begin());
-}
 
 } // namespace
 
@@ -53,15 +30,21 @@ std::string lineFromCanvasEvent(const CanvasEvent& event) {
     return line;
 }
 
-std::optional<CanvasEvent> canvasEventFromLine(std::string_view line) {
-    const auto time = takeNumber(line);
-    const auto kind = takeKind(line);
-    const auto x = takeNumber(line);
-    const auto y = takeNumber(line);
-    if (!time || !kind || !x || !y)
+std::optional<CanvasEvent> canvasEventFromLine(const std::string& line) {
+    std::istringstream words(line);
+    std::int64_t time = 0, x = 0, y = 0;
+    std::string name, text;
+    words >> time >> name >> x >> y;
+    const auto* const kind = std::ranges::find(kKindNames, name);
+    if (!words || kind == kKindNames.end())
         return std::nullopt;
-    return CanvasEvent{
-        *kind, Microseconds(*time), {static_cast<double>(*x), static_cast<double>(*y)}, std::string(line)};
+    // The text, if there is one, comes behind a space.
+    if (std::getline(words, text) && !text.starts_with(' '))
+        return std::nullopt;
+    return CanvasEvent{static_cast<CanvasEvent::Kind>(kind - kKindNames.begin()),
+                       Microseconds(time),
+                       {static_cast<double>(x), static_cast<double>(y)},
+                       text.substr(std::min<std::size_t>(1, text.size()))};
 }
 
 } // namespace lightpen

@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "platform/Geometry.h"
 #include "platform/Time.h"
@@ -37,6 +36,6 @@ struct CanvasEvent {
 // "TIME KIND X Y" or "TIME KIND X Y TEXT", without a line break; positions as whole points.
 std::string lineFromCanvasEvent(const CanvasEvent& event);
 // None for anything that is not such a line.
-std::optional<CanvasEvent> canvasEventFromLine(std::string_view line);
+std::optional<CanvasEvent> canvasEventFromLine(const std::string& line);
 
 } // namespace lightpen

@@ -61,12 +61,9 @@ bool CanvasProcess::waitFor(CanvasEvent::Kind kind, Microseconds patience) {
 }
 
 void CanvasProcess::read() {
-    pending_ += process_.readAllStandardOutput().toStdString();
-    for (std::size_t end = pending_.find('\n'); end != std::string::npos; end = pending_.find('\n')) {
-        if (const auto event = canvasEventFromLine(std::string_view(pending_).substr(0, end)))
+    while (process_.canReadLine())
+        if (const auto event = canvasEventFromLine(process_.readLine().chopped(1).toStdString()))
             events_.push_back(*event);
-        pending_.erase(0, end + 1);
-    }
 }
 
 } // namespace lightpen

@@ -39,7 +39,6 @@ private:
 
     RunLoop& runLoop_;
     QProcess process_;
-    std::string pending_;
     Size size_;
     std::vector<CanvasEvent> events_;
 };

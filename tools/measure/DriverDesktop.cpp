@@ -44,7 +44,7 @@ LinuxPlatformSettings settingsIn(const std::filesystem::path& folder) {
 
 DriverDesktop::DriverDesktop(const std::filesystem::path& logFile, LinuxPlatformSettings settings)
     : log_(emptyFile(logFile)), real(withLog(std::move(settings), log_.get())),
-      record(real.platform().pointer), pointer_(record, recording),
+      pointer_(real.platform().pointer, recording),
       broadcast_(real.platform().distributedNotifications, recording),
       platform(withEars(real.platform(), pointer_, broadcast_)) {
     Platform::setCurrent(&platform);

@@ -5,7 +5,6 @@
 
 #include "linux_desktop/LinuxPlatform.h"
 #include "measure/Injection.h"
-#include "measure/MappingRecord.h"
 #include "measure/Recording.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Platform.h"
@@ -33,7 +32,6 @@ public:
 
     LinuxPlatform real;
     Recording recording;
-    MappingRecord record;
 
 private:
     RecordedPointer pointer_;

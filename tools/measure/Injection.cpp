@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "measure/Injection.h"
 
+#include <utility>
+
+#include "device/EventGeneratorNX7.h"
+
 namespace lightpen {
 
 namespace {
@@ -22,6 +26,22 @@ ScreenPoint pointAt(IOGPoint place) {
     return {static_cast<double>(place.x), static_cast<double>(place.y)};
 }
 
+class NotedMapping final : public KVRCalibrationProtocol {
+public:
+    NotedMapping(Recording& recording, std::shared_ptr<KVRCalibrationProtocol> mapping)
+        : recording_(recording), mapping_(std::move(mapping)) {}
+
+    ScreenPoint mapPointFrom(CameraPoint point) override {
+        const ScreenPoint place = mapping_->mapPointFrom(point);
+        recording_.mapped(point, place);
+        return place;
+    }
+
+private:
+    Recording& recording_;
+    const std::shared_ptr<KVRCalibrationProtocol> mapping_;
+};
+
 } // namespace
 
 IOReturn RecordedPointer::IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) {
@@ -39,8 +59,11 @@ IOReturn RecordedPointer::IOHIDPostEvent(io_connect_t connection, std::uint32_t 
             place_ = location;
         }
     }
-    return pointer_.IOHIDPostEvent(connection, eventType, location, data, eventDataVersion, eventFlags,
-                                   options);
+    const IOReturn result =
+        pointer_.IOHIDPostEvent(connection, eventType, location, data, eventDataVersion, eventFlags, options);
+    if (eventType == kLeftMouseUp)
+        recording_.lifted();
+    return result;
 }
 
 void RecordedPointer::releaseButtons() {
@@ -51,6 +74,22 @@ void RecordedPointer::releaseButtons() {
                 recording_.injected(kindOf(action), pointAt(place_));
     }
     pointer_.releaseButtons();
+    recording_.lifted();
+}
+
+std::shared_ptr<KVRCalibrationProtocol> noted(Recording& recording,
+                                              std::shared_ptr<KVRCalibrationProtocol> mapping) {
+    return std::make_shared<NotedMapping>(recording, std::move(mapping));
+}
+
+HeardMapping::HeardMapping(Recording& recording, EventGeneratorNX7& driver)
+    : driver_(driver), before_(driver.calibrationCenter()) {
+    if (before_)
+        driver_.setCalibrationCenter(noted(recording, before_));
+}
+
+HeardMapping::~HeardMapping() {
+    driver_.setCalibrationCenter(before_);
 }
 
 void RecordedBroadcast::postNotificationName(std::string_view name) {

@@ -2,14 +2,18 @@
 // Notes what the driver gives out on its way to the desktop.
 #pragma once
 
+#include <memory>
 #include <mutex>
 
+#include "device/Protocols.h"
 #include "measure/Recording.h"
 #include "platform/Notifications.h"
 #include "platform/PointerButtons.h"
 #include "platform/PointerEvents.h"
 
 namespace lightpen {
+
+class EventGeneratorNX7;
 
 // A pointer that notes each event that has an effect and hands all of them on.
 class RecordedPointer final : public PointerEvents {
@@ -30,6 +34,24 @@ private:
     std::mutex mutex_;
     PointerButtons buttons_;
     IOGPoint place_;
+};
+
+// A mapping that notes what this one is asked and answers. The recording outlives it.
+std::shared_ptr<KVRCalibrationProtocol> noted(Recording& recording,
+                                              std::shared_ptr<KVRCalibrationProtocol> mapping);
+
+// As long as it lives, the driver's mapping is noted. A calibration that ends meanwhile ends that.
+class HeardMapping {
+public:
+    // Both outlive this object.
+    HeardMapping(Recording& recording, EventGeneratorNX7& driver);
+    ~HeardMapping();
+    HeardMapping(const HeardMapping&) = delete;
+    HeardMapping& operator=(const HeardMapping&) = delete;
+
+private:
+    EventGeneratorNX7& driver_;
+    const std::shared_ptr<KVRCalibrationProtocol> before_;
 };
 
 // Notifications that are noted and handed on.

@@ -26,6 +26,27 @@ void Recording::posted(std::string notification) {
     posted_.push_back(std::move(notification));
 }
 
+void Recording::mapped(CameraPoint reported, ScreenPoint place) {
+    const std::lock_guard hold(mutex_);
+    stroke_ = NotedStroke{reported, place, false};
+}
+
+void Recording::lifted() {
+    const std::lock_guard hold(mutex_);
+    if (stroke_)
+        stroke_->lifted = true;
+}
+
+void Recording::clearStroke() {
+    const std::lock_guard hold(mutex_);
+    stroke_.reset();
+}
+
+std::optional<NotedStroke> Recording::stroke() const {
+    const std::lock_guard hold(mutex_);
+    return stroke_;
+}
+
 std::vector<InjectedEvent> Recording::injectedEvents() const {
     const std::lock_guard hold(mutex_);
     return injected_;

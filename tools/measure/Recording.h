@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the demo knows of its own side: what the hand did, what the driver posted. The canvas tells the rest.
+// What is known of the driver's own side: what the hand did, where the driver took the pen to be, what it
+// posted. The canvas tells the rest.
 #pragma once
 
 #include <mutex>
@@ -33,6 +34,13 @@ struct InjectedEvent {
     ScreenPoint position; // whole points
 };
 
+// A stroke of the pen, as far as it has come.
+struct NotedStroke {
+    CameraPoint reported; // the last point that the unit reported
+    ScreenPoint mapped;   // and where on the screen that is, to all digits
+    bool lifted = false;  // the pen has been lifted, and its button let go of
+};
+
 // What the driver gave out. Thread-safe; filled by the point thread and the main thread.
 class Recording {
 public:
@@ -41,15 +49,23 @@ public:
     // Each appends to its list.
     void injected(InjectedEvent::Kind kind, ScreenPoint position);
     void posted(std::string notification);
+    // The driver has mapped a point of the present stroke, and has lifted the pen.
+    void mapped(CameraPoint reported, ScreenPoint place);
+    void lifted();
+    // Forgets the stroke that was; the next one starts.
+    void clearStroke();
 
     // Copies of all so far, in order.
     std::vector<InjectedEvent> injectedEvents() const;
     std::vector<std::string> postedNotifications() const;
+    // None before a point has been mapped.
+    std::optional<NotedStroke> stroke() const;
 
 private:
     mutable std::mutex mutex_;
     std::vector<InjectedEvent> injected_;
     std::vector<std::string> posted_;
+    std::optional<NotedStroke> stroke_;
 };
 
 } // namespace lightpen

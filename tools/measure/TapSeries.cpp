@@ -31,18 +31,18 @@ std::string atPlace(ScreenPoint place) {
 
 } // namespace
 
-std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, MappingRecord& record,
+std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, Recording& recording,
                   ScreenCapture& eyes, Platform& platform, std::vector<Tap>& taps, Microseconds contact) {
     for (const ScreenPoint& place : places) {
         // Where the machine is held up, the driver still reads the tap before, and lifts the pen in between
         // because a look finds no report.
         const auto lifted = [&] {
-            const auto stroke = record.stroke();
+            const auto stroke = recording.stroke();
             return unit.toPlay() == Microseconds::zero() && stroke && stroke->lifted &&
                    distance(stroke->reported, unit.seen(place)) < kSamePlace;
         };
         const auto tapped = [&] {
-            record.clear();
+            recording.clearStroke();
             unit.play(Hand().press(place).stay(contact).lift(Microseconds::zero()));
             return waitUntil(platform, lifted, kLiftPatience);
         };
@@ -50,7 +50,7 @@ std::string tapAt(const std::vector<ScreenPoint>& places, CameraUnit& unit, Mapp
         while (!tapped())
             if (++attempt > kAttempts)
                 return atPlace(place) + " did not become a stroke of the pen.";
-        const MappingRecord::Stroke stroke = *record.stroke();
+        const NotedStroke stroke = *recording.stroke();
         std::optional<ScreenPoint> pointer;
         const auto arrived = [&] {
             pointer = eyes.pointer();

@@ -10,10 +10,10 @@
 #include <string>
 
 #include <QApplication>
-#include <QSocketNotifier>
 
 #include <unistd.h>
 
+#include "emulated/CommandLines.h"
 #include "measure/canvas/CanvasWindow.h"
 
 namespace {
@@ -26,7 +26,7 @@ void report(const CanvasEvent& event) {
     std::fflush(stdout);
 }
 
-void perform(CanvasWindow& canvas, const QString& line) {
+std::string perform(CanvasWindow& canvas, const QString& line) {
     const QString word = line.section(QLatin1Char(' '), 0, 0);
     const QString rest = line.section(QLatin1Char(' '), 1);
     if (word == QLatin1String("hand")) {
@@ -39,22 +39,7 @@ void perform(CanvasWindow& canvas, const QString& line) {
     } else if (word == QLatin1String("quit")) {
         QApplication::quit();
     }
-}
-
-// Performs the whole lines of what can be read now; false at the end of input.
-bool readCommands(CanvasWindow& canvas, std::string& pending) {
-    char buffer[512];
-    const ssize_t length = ::read(STDIN_FILENO, buffer, sizeof buffer);
-    if (length < 0)
-        return true; // interrupted; the notifier calls again
-    if (length == 0)
-        return false;
-    pending.append(buffer, static_cast<std::size_t>(length));
-    for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
-        perform(canvas, QString::fromStdString(pending.substr(0, end)));
-        pending.erase(0, end + 1);
-    }
-    return true;
+    return {}; // it has no answer to give
 }
 
 } // namespace
@@ -65,12 +50,11 @@ int main(int argc, char** argv) {
     for (const QString& name : lightpen::kSideNotifications)
         if (!canvas.listenFor(name))
             report({CanvasEvent::Kind::failed, {}, {}, "cannot listen on the session bus"});
-    std::string pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &canvas, [&] {
-        if (!readCommands(canvas, pending))
-            QApplication::quit();
-    });
+    const lightpen::CommandLines commands(
+        STDIN_FILENO, {[&](std::string_view line) {
+                           return perform(canvas, QString::fromUtf8(line.data(), qsizetype(line.size())));
+                       },
+                       [](const std::string&) {}, [] { QApplication::quit(); }});
     canvas.coverScreen();
     return QApplication::exec();
 }

@@ -39,7 +39,6 @@ ApplicationProcess::~ApplicationProcess() {
 std::string ApplicationProcess::start(const std::vector<std::string>& arguments,
                                       const std::map<std::string, std::string>& environment) {
     log_.clear();
-    partial_.clear();
     answers_.clear();
     unwanted_ = 0;
     QProcessEnvironment all = QProcessEnvironment::systemEnvironment();
@@ -101,11 +100,8 @@ std::optional<int> ApplicationProcess::waitForEnd() {
 
 void ApplicationProcess::read() {
     log_ += process_.readAllStandardError().toStdString();
-    partial_ += process_.readAllStandardOutput().toStdString();
-    for (std::size_t end = partial_.find('\n'); end != std::string::npos; end = partial_.find('\n')) {
-        answers_.push_back(partial_.substr(0, end));
-        partial_.erase(0, end + 1);
-    }
+    while (process_.canReadLine())
+        answers_.push_back(process_.readLine().chopped(1).toStdString());
 }
 
 } // namespace lightpen

@@ -63,7 +63,6 @@ private:
     const std::string program_;
     QProcess process_;
     std::string log_;
-    std::string partial_;
     std::deque<std::string> answers_;
     int unwanted_ = 0; // answers to come that nobody waits for
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "measure/MappingRecord.h"
+#include "measure/Injection.h"
 
 #include <gmock/gmock.h>
 
@@ -15,58 +15,59 @@ struct Shift final : KVRCalibrationProtocol {
     }
 };
 
-class MappingRecordTest : public testing::Test {
+class InjectionTest : public testing::Test {
 protected:
     void post(std::uint32_t eventType, IOGPoint place = {7, 8}) {
-        EXPECT_EQ(record.IOHIDPostEvent(3, eventType, place, {.click = 1}, 2, 0, 0), kIOReturnSuccess);
+        EXPECT_EQ(recorded.IOHIDPostEvent(3, eventType, place, {.click = 1}, 2, 0, 0), kIOReturnSuccess);
     }
 
     RecordingPointer pointer;
-    MappingRecord record{pointer};
-    std::shared_ptr<KVRCalibrationProtocol> mapping = record.noted(std::make_shared<Shift>());
+    Recording recording;
+    RecordedPointer recorded{pointer, recording};
+    std::shared_ptr<KVRCalibrationProtocol> mapping = noted(recording, std::make_shared<Shift>());
 };
 
-TEST_F(MappingRecordTest, KnowsNothingAtFirst) {
-    EXPECT_FALSE(record.stroke());
+TEST_F(InjectionTest, KnowsNothingAtFirst) {
+    EXPECT_FALSE(recording.stroke());
 }
 
-TEST_F(MappingRecordTest, KeepsTheLastPointOfAStrokeToAllDigits) {
+TEST_F(InjectionTest, KeepsTheLastPointOfAStrokeToAllDigits) {
     mapping->mapPointFrom({512, 77});
     EXPECT_EQ(mapping->mapPointFrom({511, -3}), (ScreenPoint{511.12345678901234, -3.0625}));
-    const auto stroke = record.stroke();
+    const auto stroke = recording.stroke();
     ASSERT_TRUE(stroke);
     EXPECT_EQ(stroke->reported, (CameraPoint{511, -3}));
     EXPECT_EQ(stroke->mapped, (ScreenPoint{511.12345678901234, -3.0625}));
     EXPECT_FALSE(stroke->lifted);
 }
 
-TEST_F(MappingRecordTest, KnowsWhenThePenIsLifted) {
+TEST_F(InjectionTest, KnowsWhenThePenIsLifted) {
     post(kLeftMouseUp); // of a stroke that was before
-    EXPECT_FALSE(record.stroke());
+    EXPECT_FALSE(recording.stroke());
     mapping->mapPointFrom({5, 6});
     for (const std::uint32_t other : {kLeftMouseDown, kLeftMouseDragged, kRightMouseUp})
         post(other);
-    EXPECT_FALSE(record.stroke()->lifted);
+    EXPECT_FALSE(recording.stroke()->lifted);
     post(kLeftMouseUp);
-    EXPECT_TRUE(record.stroke()->lifted);
+    EXPECT_TRUE(recording.stroke()->lifted);
     mapping->mapPointFrom({5, 6});
-    EXPECT_FALSE(record.stroke()->lifted);
-    record.releaseButtons();
-    EXPECT_TRUE(record.stroke()->lifted);
-    record.clear();
-    EXPECT_FALSE(record.stroke());
+    EXPECT_FALSE(recording.stroke()->lifted);
+    recorded.releaseButtons();
+    EXPECT_TRUE(recording.stroke()->lifted);
+    recording.clearStroke();
+    EXPECT_FALSE(recording.stroke());
 }
 
-TEST_F(MappingRecordTest, HandsEverythingOn) {
+TEST_F(InjectionTest, HandsEverythingOn) {
     io_connect_t connection = 0;
-    EXPECT_EQ(record.IOServiceOpen(1, 0, connection), kIOReturnSuccess);
+    EXPECT_EQ(recorded.IOServiceOpen(1, 0, connection), kIOReturnSuccess);
     EXPECT_EQ(connection, pointer.connection);
     post(kLeftMouseDown);
     post(kLeftMouseUp, {9, 8});
     using Posted = RecordingPointer::Posted;
     EXPECT_THAT(pointer.takePosted(), testing::ElementsAre(Posted{kLeftMouseDown, {7, 8}, {.click = 1}},
                                                            Posted{kLeftMouseUp, {9, 8}, {.click = 1}}));
-    record.releaseButtons();
+    recorded.releaseButtons();
     EXPECT_EQ(pointer.releases, 1);
 }
 
