@@ -9,12 +9,19 @@
 #include <benchmark/benchmark.h>
 
 #include "kit/TestPlatform.h"
+#include "platform/Log.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
 
 namespace lightpen::bench {
 
 inline constexpr ScreenRect kScreen{{0, 0}, {1920, 1080}};
+
+class DiscardingLog final : public LogSink {
+public:
+    void logLine(std::string_view line) override { benchmark::DoNotOptimize(line.data()); }
+    void standardOutput(std::string_view) override {}
+};
 
 class SleeplessClock final : public Clock {
 public:

@@ -6,7 +6,6 @@
 #include "bench/IdlePlatform.h"
 #include "bench/RatioReport.h"
 #include "calibration/KVRCalibrationCenter.h"
-#include "platform/Log.h"
 
 #ifdef LIGHTPEN_HAVE_OPENCV
 #include <opencv2/core.hpp>
@@ -19,12 +18,6 @@ namespace {
 // A power of two, so that walking round the inputs costs next to nothing.
 constexpr std::size_t kInputs = 1024;
 constexpr ScreenRect kTargets{{170, 75}, {1580, 930}};
-
-class DiscardingLog final : public LogSink {
-public:
-    void logLine(std::string_view line) override { benchmark::DoNotOptimize(line.data()); }
-    void standardOutput(std::string_view) override {}
-};
 
 // Cameras that see the four targets as keystones, each corner a whole number as the unit reports it.
 const std::vector<_KVRQuadPoints>& quads() {

@@ -61,12 +61,6 @@ void writeMove(int fd, int x, int y) {
         fail("a pointer event was not taken");
 }
 
-class DiscardingLog final : public LogSink {
-public:
-    void logLine(std::string_view line) override { benchmark::DoNotOptimize(line.data()); }
-    void standardOutput(std::string_view) override {}
-};
-
 class WritingPointer final : public PointerEvents {
 public:
     IOReturn IOServiceOpen(io_service_t, std::uint32_t, io_connect_t& connection) override {

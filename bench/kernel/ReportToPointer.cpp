@@ -8,12 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 #include "bench/kernel/LeastPointer.h"
@@ -21,6 +18,7 @@
 #include "emulated/UnitControl.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverProcess.h"
+#include "kernel/support/HostNodes.h"
 #include "kernel/support/RuleFile.h"
 #include "kernel/support/UnitPriority.h"
 #include "kernel/support/Xorg.h"
@@ -28,6 +26,7 @@
 #include "linux_desktop/process/SystemClock.h"
 #include "measure/Analysis.h"
 #include "measure/ReportDelays.h"
+#include "measure/Requirement.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen::bench {
@@ -54,11 +53,6 @@ struct Measured {
     std::size_t seen = 0; // moves, explained or not
     std::size_t sent = 0; // reports with a spot
 };
-
-void require(bool condition, const std::string& problem) {
-    if (!condition)
-        throw std::runtime_error(problem);
-}
 
 class Bench {
 public:
@@ -152,21 +146,9 @@ void Bench::measure(Measured& measured) {
     measured.sent += sent.size();
 }
 
-// The hidraw node of the unit's pen interface; empty when there is none.
-std::string penNode() {
-    namespace fs = std::filesystem;
-    for (const auto& entry : fs::directory_iterator("/sys/class/hidraw")) {
-        std::ifstream file(fs::canonical(entry.path() / "device").parent_path() / "bInterfaceNumber");
-        std::string number;
-        if (file >> number && number == "03")
-            return "/dev/" + entry.path().filename().string();
-    }
-    return {};
-}
-
 void Bench::runLeast() {
     std::string node;
-    require(eventually([&] { return !(node = penNode()).empty(); }), "The unit has no pen interface.");
+    require(eventually([&] { return !(node = test::penNode()).empty(); }), "The unit has no pen interface.");
     const CameraPoint topLeft = unit_.seen({0, 0});
     const CameraPoint bottomRight = unit_.seen({kScreen.width, kScreen.height});
     const auto number = [](double value) { return std::to_string(std::lround(value)); };

@@ -22,18 +22,10 @@
 namespace lightpen {
 namespace {
 
-using test::hostNodes;
+using test::penNode;
 using test::waitForNodes;
 
 constexpr std::int32_t kOtherProductID = 0x0099;
-
-// The pen node of a unit of this product; empty when there is none.
-std::string penNode(std::int32_t product = kUnitFirstProductID) {
-    for (const auto& node : hostNodes())
-        if (node.productID == product && node.interfaceNumber == kUnitPenInterfaceNumber)
-            return node.devnode;
-    return {};
-}
 
 class UnitNodes : public testing::Test {
 protected:

@@ -21,19 +21,12 @@
 namespace lightpen {
 namespace {
 
-using test::hostNodes;
+using test::penNode;
 using test::waitForNodes;
 
 unsigned modeOf(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
-}
-
-std::string penNode() {
-    for (const auto& node : hostNodes())
-        if (node.interfaceNumber == kUnitPenInterfaceNumber)
-            return node.devnode;
-    return {};
 }
 
 class UnitPermission : public testing::Test {

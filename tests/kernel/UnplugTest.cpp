@@ -26,20 +26,6 @@ TEST_F(UnplugTest, InAStrokeReleasesTheButton) {
     expectToEnd();
 }
 
-// The driver waits for an answer for as long as the unit is there.
-TEST_F(UnplugTest, EndsTheWaitForAUnitThatNeverAnswers) {
-    unit_.faults()->silent = true;
-    plugIn();
-    ASSERT_TRUE(driver_.waitFor(kReading));
-    EXPECT_FALSE(driver_.waitFor(kRead, 3s));
-    unit_.unplug();
-    ASSERT_TRUE(driver_.waitFor(kRemoved));
-    unit_.faults()->silent = false;
-    plugIn();
-    expectToWork();
-    expectToEnd();
-}
-
 TEST_F(UnplugTest, IsNotNeededToEndTheProgramWhileTheUnitNeverAnswers) {
     unit_.faults()->silent = true;
     plugIn();
@@ -58,18 +44,27 @@ TEST_F(UnplugTest, IsNotNeededWhenTheUnitReadsItsCommandsLater) {
     expectToEnd();
 }
 
-TEST_F(UnplugTest, EndsTheWaitForAUnitThatReadsNoCommands) {
-    unit_.faults()->doesNotReadOutput = true;
+class UnplugWaitTest : public UnplugFixture, public testing::WithParamInterface<bool Faults::*> {};
+
+// The driver waits for an answer for as long as the unit is there.
+TEST_P(UnplugWaitTest, EndsTheWaitForTheUnit) {
+    (*unit_.faults()).*GetParam() = true;
     plugIn();
     ASSERT_TRUE(driver_.waitFor(kReading));
-    EXPECT_FALSE(driver_.waitFor(kRead, 1s));
+    EXPECT_FALSE(driver_.waitFor(kRead, 3s));
     unit_.unplug();
     ASSERT_TRUE(driver_.waitFor(kRemoved));
-    unit_.faults()->doesNotReadOutput = false;
+    (*unit_.faults()).*GetParam() = false;
     plugIn();
     expectToWork();
     expectToEnd();
 }
+
+INSTANTIATE_TEST_SUITE_P(, UnplugWaitTest, testing::Values(&Faults::silent, &Faults::doesNotReadOutput),
+                         [](const auto& test) {
+                             return test.param == &Faults::silent ? "ThatNeverAnswers"
+                                                                  : "ThatReadsNoCommands";
+                         });
 
 } // namespace
 } // namespace lightpen::test

@@ -60,6 +60,14 @@ std::vector<HostNode> hostNodes() {
     return nodes;
 }
 
+std::string penNode(std::optional<std::int32_t> productID) {
+    for (const HostNode& node : hostNodes())
+        if (node.interfaceNumber == kUnitPenInterfaceNumber &&
+            node.productID == productID.value_or(node.productID))
+            return node.devnode;
+    return {};
+}
+
 std::vector<HostNode> waitForNodes(std::size_t count) {
     std::vector<HostNode> nodes;
     const auto there = [&] {

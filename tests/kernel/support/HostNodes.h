@@ -28,6 +28,9 @@ struct HostNode {
 // All hidraw nodes of USB devices, in the order of their interface numbers.
 std::vector<HostNode> hostNodes();
 
+// The pen's node of a camera unit, of this product where one is named; empty when there is none.
+std::string penNode(std::optional<std::int32_t> productID = std::nullopt);
+
 // Waits until there are so many hidraw nodes; what there is then.
 std::vector<HostNode> waitForNodes(std::size_t count);
 

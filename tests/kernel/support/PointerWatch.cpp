@@ -71,10 +71,6 @@ bool PointerWatch::waitForPresses(int count, std::chrono::milliseconds patience)
     return eventually([&] { return presses() >= count; }, patience);
 }
 
-bool PointerWatch::waitForReleases(int count, std::chrono::milliseconds patience) {
-    return eventually([&] { return releases() >= count; }, patience);
-}
-
 bool PointerWatch::buttonDown() {
     std::array<unsigned char, KEY_MAX / 8 + 1> keys{};
     if (::ioctl(state_.get(), EVIOCGKEY(sizeof(keys)), keys.data()) < 0)

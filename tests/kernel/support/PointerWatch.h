@@ -18,9 +18,8 @@ public:
     // So often the left button was pressed, and released, since the start.
     int presses();
     int releases();
-    // Wait until there were so many.
+    // Waits until there were so many.
     bool waitForPresses(int count, std::chrono::milliseconds patience = std::chrono::seconds(10));
-    bool waitForReleases(int count, std::chrono::milliseconds patience = std::chrono::seconds(10));
     // Whether the kernel holds the left or the right button down.
     bool buttonDown();
 

@@ -16,15 +16,6 @@ std::vector<std::string> commandWith(const std::string& logFile) {
             "-nolisten", "tcp",        "-ac"};
 }
 
-// How often the log of an X server says that it has taken a device of this name into use.
-std::size_t timesAddedIn(const std::string& log, const std::string& device) {
-    const std::string line = "XINPUT: Adding extended input device \"" + device + "\"";
-    std::size_t count = 0;
-    for (std::size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + line.size()))
-        ++count;
-    return count;
-}
-
 } // namespace
 
 Xorg::Xorg() {
@@ -39,7 +30,12 @@ std::string Xorg::log() const {
 }
 
 std::size_t Xorg::timesAdded(const std::string& device) const {
-    return timesAddedIn(log(), device);
+    const std::string text = log();
+    const std::string line = "XINPUT: Adding extended input device \"" + device + "\"";
+    std::size_t count = 0;
+    for (std::size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + line.size()))
+        ++count;
+    return count;
 }
 
 bool Xorg::awaitAdded(const std::string& device, std::size_t before) const {
