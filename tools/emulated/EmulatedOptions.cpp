@@ -10,22 +10,17 @@ namespace lightpen {
 
 namespace {
 
-// The switch of that name; null when there is none.
-bool* switchNamed(EmulatedOptions& options, std::string_view name) {
-    if (name == "--plugged")
-        return &options.plugged;
-    if (name == "--calibrated")
-        return &options.calibrated;
-    if (name == "--stray-light")
-        return &options.strayLight;
-    if (name == "--no-hand")
-        return &options.hand;
-    if (name == "--commands")
-        return &options.commands;
-    if (name == "--xtest")
-        return &options.xtest;
-    return name == "--help" ? &options.help : nullptr;
-}
+struct Switch {
+    std::string_view name;
+    bool EmulatedOptions::*flag;
+};
+constexpr Switch kSwitches[] = {{"--plugged", &EmulatedOptions::plugged},
+                                {"--calibrated", &EmulatedOptions::calibrated},
+                                {"--stray-light", &EmulatedOptions::strayLight},
+                                {"--no-hand", &EmulatedOptions::hand},
+                                {"--commands", &EmulatedOptions::commands},
+                                {"--xtest", &EmulatedOptions::xtest},
+                                {"--help", &EmulatedOptions::help}};
 
 // What is wrong with the option and its value; empty when nothing is.
 std::string takeValue(EmulatedOptions& options, std::string_view name, std::string_view value) {
@@ -49,8 +44,9 @@ std::optional<EmulatedOptions> emulatedOptions(std::span<const std::string_view>
     EmulatedOptions options;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string name(arguments[i]);
-        if (bool* const flag = switchNamed(options, name)) {
-            *flag = name != "--no-hand";
+        if (const auto* const found = std::ranges::find(kSwitches, name, &Switch::name);
+            found != std::end(kSwitches)) {
+            options.*found->flag = name != "--no-hand";
         } else if (name != "--wireless" && name != "--pose") {
             problem = "Unknown option: " + name;
             return std::nullopt;
