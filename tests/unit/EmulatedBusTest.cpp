@@ -11,6 +11,8 @@
 #include <thread>
 
 #include "kit/TestPlatform.h"
+#include "linux_desktop/process/SystemClock.h"
+#include "measure/desktop/Eventually.h"
 #include "unit/PluggedHost.h"
 
 namespace lightpen {
@@ -219,17 +221,9 @@ TEST_F(EmulatedBusTest, OnTheMainLoopEverythingHappensAtItsTime) {
 
 // Real time
 
-class SteadyClock final : public Clock {
-public:
-    Microseconds now() override {
-        return std::chrono::duration_cast<Microseconds>(std::chrono::steady_clock::now().time_since_epoch());
-    }
-    void sleep(Microseconds duration) override { std::this_thread::sleep_for(duration); }
-};
-
 struct RealTimeBusTest : testing::Test {
     TestPlatform platform;
-    SteadyClock clock;
+    SystemClock clock;
     EmulatedBus bus{platform.registry, platform.runLoop, clock};
     CameraUnit& unit = bus.add<CameraUnit>({.reportLength = 32});
     PluggedHost host{platform.registry};
@@ -237,14 +231,13 @@ struct RealTimeBusTest : testing::Test {
     // Turns the main loop until the condition holds; false when that takes unreasonably long.
     template <class Condition>
     bool until(Condition condition) {
-        const Microseconds end = clock.now() + 20s;
-        while (!condition()) {
-            if (clock.now() > end)
-                return false;
-            platform.runLoop.runPending();
-            clock.sleep(1ms);
-        }
-        return true;
+        return eventually(
+            condition,
+            [this] {
+                platform.runLoop.runPending();
+                clock.sleep(1ms);
+            },
+            20s);
     }
 };
 
