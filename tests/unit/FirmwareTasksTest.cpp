@@ -140,17 +140,6 @@ TEST_F(FirmwareTasksTest, SlowAnswersComeLaterAndStayAlone) {
     }
 }
 
-TEST_F(FirmwareTasksTest, APenReportMayComeRightBeforeAnAnswer) {
-    firmware.faults.penReportsBeforeAnswers = 1;
-    bench.command({'H', 0});
-    const auto reports = bench.run(100ms);
-    EXPECT_THAT(kinds(reports), ElementsAre(ReportKind::spot, ReportKind::answer));
-    EXPECT_EQ(0x0423, reports[0].bytes[1] | reports[0].bytes[2] << 8);
-    EXPECT_EQ(reports[0].time, reports[1].time);
-    bench.command({'H', 0});
-    EXPECT_THAT(kinds(bench.run(100ms)), ElementsAre(ReportKind::answer));
-}
-
 TEST_F(FirmwareTasksTest, ReportsMayBeShortOrLong) {
     for (const std::size_t length : {0, 1, 3, 31, 900}) {
         firmware.faults.sentLength = length;

@@ -215,10 +215,6 @@ void Firmware::answer(ReportBytes bytes, std::uint8_t command, Microseconds now)
     if (faults.silent)
         return;
     const Microseconds due = now + kAnswerDelay + faults.extraAnswerDelay;
-    if (faults.penReportsBeforeAnswers > 0) {
-        --faults.penReportsBeforeAnswers;
-        schedule({Task::What::send, {due, ReportKind::spot, 0, {1, 0x23, 0x04, 0x56, 0x03}}});
-    }
     schedule({Task::What::send, {due, ReportKind::answer, command, std::move(bytes)}});
 }
 

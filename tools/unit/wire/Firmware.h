@@ -61,9 +61,8 @@ public:
     // The earliest time at which the unit does something, if nothing happens to it before.
     Microseconds nextEvent() const;
 
-    std::size_t reportLength() const { return reportLength_; }     // bytes of every input report
-    const ReceivedSettings& settings() const { return settings_; } // as the host sent them last
-    bool imageMode() const { return imageMode_; }                  // pictures are being sent
+    const ReceivedSettings& settings() const { return settings_; }               // as the host sent them last
+    bool imageMode() const { return imageMode_; }                                // pictures are being sent
     int operatingModeAcknowledges() const { return operatingModeAcknowledges_; } // how many "W" "W" have come
     int wirelessAcknowledges() const { return wirelessAcknowledges_; }           // how many "T" have come
 

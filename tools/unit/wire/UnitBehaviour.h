@@ -43,8 +43,6 @@ struct Faults {
     bool silent = false;             // never answers; pen reports still come
     Microseconds extraAnswerDelay{}; // answers come this much later
     FlashAnswers flashAnswers = FlashAnswers::asStored;
-    // So many of the next answers have a spot report right before them; the unit counts it down.
-    unsigned penReportsBeforeAnswers = 0;
     std::optional<std::size_t> sentLength; // every report is cut or zero-filled to this length
     unsigned garbageEvery = 0;             // a random report before each n-th report; 0: none
     std::uint64_t garbageSeed = 1;         // decides the random reports' lengths and bytes
