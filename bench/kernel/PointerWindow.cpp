@@ -2,9 +2,10 @@
 #include "bench/kernel/PointerWindow.h"
 
 #include <array>
-#include <chrono>
 #include <stdexcept>
 #include <utility>
+
+#include "linux_desktop/process/SystemClock.h"
 
 namespace lightpen::bench {
 
@@ -71,8 +72,7 @@ void PointerWindow::listen() {
 }
 
 void PointerWindow::note(const xcb_generic_event_t& event) {
-    const auto now =
-        std::chrono::duration_cast<Microseconds>(std::chrono::steady_clock::now().time_since_epoch());
+    const Microseconds now = SystemClock().now();
     const std::lock_guard hold(mutex_);
     events_.push_back(canvasEvent(event, now));
 }

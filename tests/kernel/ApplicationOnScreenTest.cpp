@@ -16,6 +16,7 @@
 
 #include "emulated/ScreenCapture.h"
 #include "emulated/SeekingHand.h"
+#include "emulated/UnitControl.h"
 #include "kernel/support/DriverLines.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
@@ -202,8 +203,7 @@ TEST_F(ApplicationOnScreenTest, ANewUnitIsCalibratedFromTheMenuAndDrawsAlsoAfter
 }
 
 TEST_F(ApplicationOnScreenTest, AProgramThatIsEndedInASessionLeavesNothingBehind) {
-    unit.flash()->store(unit.seen(kTargets[0]), unit.seen(kTargets[1]), unit.seen(kTargets[2]),
-                        unit.seen(kTargets[3]));
+    storeCalibration(unit, kScreen);
     ASSERT_NO_FATAL_FAILURE(plugIn());
     ASSERT_NO_FATAL_FAILURE(startApplication());
     ASSERT_EQ(menuAwaiting(kWithUnit), kWithUnit);

@@ -18,6 +18,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "emulated/ScreenWatch.h"
 #include "emulated/TargetSeeker.h"
+#include "emulated/UnitControl.h"
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverSeat.h"
 #include "kernel/support/UnitPriority.h"
@@ -215,10 +216,6 @@ protected:
         })) << "the screen is never at rest";
         return picture;
     }
-    void store() {
-        unit.flash()->store(unit.seen(kTargets[0]), unit.seen(kTargets[1]), unit.seen(kTargets[2]),
-                            unit.seen(kTargets[3]));
-    }
 
     Platform& platform = seat->platform;
     LightPenNX7Controller& controller = *seat->controller;
@@ -242,7 +239,7 @@ TEST_F(CalibrationOnScreenTest, ACameraThatLooksAtTheScreenCalibratesItself) {
 }
 
 TEST_F(CalibrationOnScreenTest, EscapeBringsBackWhatTheUnitHasStored) {
-    store();
+    storeCalibration(unit, kScreen);
     const PointList before = stored();
     ASSERT_NO_FATAL_FAILURE(plugIn());
     start(SessionKind::byHand);
@@ -257,7 +254,7 @@ TEST_F(CalibrationOnScreenTest, EscapeBringsBackWhatTheUnitHasStored) {
 }
 
 TEST_F(CalibrationOnScreenTest, AUnitThatIsPulledOutOfASessionLeavesNoWindowBehind) {
-    store();
+    storeCalibration(unit, kScreen);
     const PointList before = stored();
     ASSERT_NO_FATAL_FAILURE(plugIn());
     const auto desktop = settledPixels();

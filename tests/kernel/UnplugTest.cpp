@@ -30,7 +30,7 @@ TEST_F(UnplugTest, IsNotNeededToEndTheProgramWhileTheUnitNeverAnswers) {
     unit_.faults()->silent = true;
     plugIn();
     ASSERT_TRUE(driver_.waitFor(kReading));
-    EXPECT_FALSE(driver_.waitFor(kRead, 1s));
+    EXPECT_FALSE(driver_.waitFor(kFlashRead, 1s));
     expectToEnd();
 }
 
@@ -38,7 +38,7 @@ TEST_F(UnplugTest, IsNotNeededWhenTheUnitReadsItsCommandsLater) {
     unit_.faults()->doesNotReadOutput = true;
     plugIn();
     ASSERT_TRUE(driver_.waitFor(kReading));
-    EXPECT_FALSE(driver_.waitFor(kRead, 6s)) << "longer than the kernel's own patience";
+    EXPECT_FALSE(driver_.waitFor(kFlashRead, 6s)) << "longer than the kernel's own patience";
     unit_.faults()->doesNotReadOutput = false;
     expectToWork();
     expectToEnd();
@@ -51,7 +51,7 @@ TEST_P(UnplugWaitTest, EndsTheWaitForTheUnit) {
     (*unit_.faults()).*GetParam() = true;
     plugIn();
     ASSERT_TRUE(driver_.waitFor(kReading));
-    EXPECT_FALSE(driver_.waitFor(kRead, 3s));
+    EXPECT_FALSE(driver_.waitFor(kFlashRead, 3s));
     unit_.unplug();
     ASSERT_TRUE(driver_.waitFor(kRemoved));
     (*unit_.faults()).*GetParam() = false;

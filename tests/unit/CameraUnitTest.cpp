@@ -15,6 +15,7 @@ using namespace std::chrono_literals;
 using test::front;
 using test::kinds;
 using test::ofKind;
+using test::reportOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -34,14 +35,6 @@ public:
     std::vector<UnitReport> reports;
 };
 
-ReportBytes command(const std::vector<int>& bytes) {
-    ReportBytes report;
-    for (const int byte : bytes)
-        report.push_back(static_cast<std::uint8_t>(byte));
-    report.resize(32);
-    return report;
-}
-
 struct CameraUnitTest : testing::Test {
     RecordingSocket socket;
     CameraUnit unit{{.reportLength = 32}, &socket};
@@ -53,7 +46,7 @@ struct CameraUnitTest : testing::Test {
         return std::exchange(socket.reports, {});
     }
     CameraUnit::Output send(std::initializer_list<int> bytes) {
-        return unit.output(command(bytes), socket.time);
+        return unit.output(reportOf(bytes), socket.time);
     }
     // Where the first spot of these reports is.
     static CameraPoint spot(const std::vector<UnitReport>& reports) {
@@ -281,7 +274,7 @@ TEST_F(CameraUnitTest, HooksSeeBothDirections) {
     unit.plug();
     send({'H', 1});
     EXPECT_EQ(unsigned(sent), run(100ms).size());
-    ASSERT_THAT(taken, ElementsAre(command({'H', 1})));
+    ASSERT_THAT(taken, ElementsAre(reportOf({'H', 1})));
     EXPECT_EQ(1, sent);
 }
 
@@ -314,7 +307,7 @@ TEST_P(UnpluggedAtTest, ThePlugIsPulledThere) {
         const bool last = &bytes == &pull.commands.back();
         EXPECT_EQ(last && pull.point.when == When::beforeCommand ? CameraUnit::Output::gone
                                                                  : CameraUnit::Output::taken,
-                  unit.output(command(bytes), socket.time));
+                  unit.output(reportOf(bytes), socket.time));
     }
     EXPECT_EQ(pull.point.when >= When::beforeReply, unit.plugged());
     EXPECT_EQ(pull.replies, replies + repliesWithin(200ms));
@@ -371,25 +364,25 @@ TEST_F(CameraUnitTest, AUnitThatDoesNotReadTakesWhatWaitsFirst) {
     unit.plug();
     unit.faults()->doesNotReadOutput = true;
     EXPECT_EQ(CameraUnit::Output::notRead, send({'T'}));
-    unit.outputLater(command({'C', 0}));
-    unit.outputLater(command({'C', 1}));
+    unit.outputLater(reportOf({'C', 0}));
+    unit.outputLater(reportOf({'C', 1}));
     run(100ms);
     EXPECT_THAT(taken, IsEmpty());
     unit.faults()->doesNotReadOutput = false;
     EXPECT_EQ(CameraUnit::Output::taken, send({'C', 2}));
-    EXPECT_THAT(taken, ElementsAre(command({'C', 0}), command({'C', 1}), command({'C', 2})));
+    EXPECT_THAT(taken, ElementsAre(reportOf({'C', 0}), reportOf({'C', 1}), reportOf({'C', 2})));
 }
 
 TEST_F(CameraUnitTest, WhatWaitsIsTakenWhenTheUnitReadsAgainOrLostWithThePower) {
     unit.plug();
     unit.faults()->doesNotReadOutput = true;
-    unit.outputLater(command({'H', 0}));
+    unit.outputLater(reportOf({'H', 0}));
     unit.faults()->doesNotReadOutput = false;
     run(1ms);
     EXPECT_THAT(run(100ms), SizeIs(1));
 
     unit.faults()->doesNotReadOutput = true;
-    unit.outputLater(command({'H', 0}));
+    unit.outputLater(reportOf({'H', 0}));
     unit.unplug();
     unit.faults()->doesNotReadOutput = false;
     unit.plug();

@@ -292,14 +292,9 @@ TEST_F(RealTimeBusTest, AnExchangeRunsThroughWhileAnotherThreadPlugs) {
     const std::array<std::uint8_t, 32> request{'H', 0};
     const bool enough = until([&] {
         const auto device = host.openedPen();
-        if (!device)
-            return false;
-        const auto queue = device->allocQueue();
+        const auto queue = device ? host.startedQueue(*device, 100) : nullptr;
         if (!queue)
             return false;
-        queue->create(0, 100);
-        queue->addElement(test::kPenCookie, 0);
-        queue->start();
         device->setReport(IOHIDReportType::output, 0, request, 100);
         clock.sleep(12ms);
         IOHIDEventStruct event;

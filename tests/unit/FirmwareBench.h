@@ -9,6 +9,15 @@
 
 namespace lightpen::test {
 
+// A report of these bytes, filled up with zeros to a length.
+inline ReportBytes reportOf(const std::vector<int>& bytes, std::size_t length = 32) {
+    ReportBytes report;
+    for (const int byte : bytes)
+        report.push_back(static_cast<std::uint8_t>(byte));
+    report.resize(length);
+    return report;
+}
+
 // A firmware under the hands of a test: time goes by when the test says so, and every report is kept.
 struct FirmwareBench : private Eye {
     explicit FirmwareBench(std::size_t reportLength = 32) : firmware(reportLength) { firmware.powerUp(now); }
@@ -19,11 +28,7 @@ struct FirmwareBench : private Eye {
 
     // Sends a command, filled up with zeros to a length.
     void command(std::initializer_list<int> bytes, std::size_t length = 32) {
-        ReportBytes report;
-        for (const int byte : bytes)
-            report.push_back(static_cast<std::uint8_t>(byte));
-        report.resize(length);
-        firmware.handleOutput(report, now);
+        firmware.handleOutput(reportOf(bytes, length), now);
     }
     // Settings with these control bits; bit 6 marks them as settings.
     void settings(int bits) { command({0, 0x40 | bits, 0x00, 0x02, 0x02, 0x19, 0}); }

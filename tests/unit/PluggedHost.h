@@ -54,6 +54,8 @@ public:
     }
     static IOHIDQueueRef startedQueue(IOHIDDeviceInterface122& device, std::uint32_t depth) {
         const IOHIDQueueRef queue = device.allocQueue();
+        if (!queue)
+            return nullptr; // the unit has gone
         queue->create(0, depth);
         queue->addElement(kPenCookie, 0);
         queue->start();

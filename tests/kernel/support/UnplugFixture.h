@@ -24,13 +24,6 @@ namespace lightpen::test {
 // The driver program, and a unit of the kernel's that is not plugged in yet.
 class UnplugFixture : public testing::Test {
 protected:
-    // Lines of the driver.
-    static constexpr const char* kAdded = "Event n:647";
-    static constexpr const char* kReading = "Event n:914";
-    static constexpr const char* kRead = "Event n:1187";
-    static constexpr const char* kArmed = "Event n:1790";
-    static constexpr const char* kRemoved = "Event n:594";
-
     UnplugFixture() {
         priority_.reset();
         unit_.information()->OPmode = 3; // so that all kinds of commands are sent
@@ -53,7 +46,7 @@ protected:
     }
     // The unit that is plugged in, or will be by itself, is read whole and moves the pointer.
     void expectToWork() {
-        ASSERT_TRUE(driver_.waitFor(kRead));
+        ASSERT_TRUE(driver_.waitFor(kFlashRead));
         // Reports arm the pointer, and the unit sends them for a second only; on a machine that is slow
         // enough to miss them the first touch does it.
         armed_ = driver_.waitFor(kArmed, std::chrono::seconds(2));
@@ -136,9 +129,9 @@ protected:
     void expectToBeMadeGood() {
         pullThere();
         plugIn();
-        ASSERT_TRUE(driver_.waitFor(kAdded));
+        ASSERT_TRUE(driver_.waitFor(kArrived));
         ASSERT_TRUE(driver_.waitFor(kRemoved)) << "the opening ends";
-        ASSERT_TRUE(driver_.waitFor(kAdded)) << "the unit is found again";
+        ASSERT_TRUE(driver_.waitFor(kArrived)) << "the unit is found again";
         expectToWork();
         expectToEnd();
     }

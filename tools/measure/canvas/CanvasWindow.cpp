@@ -12,6 +12,7 @@
 #include <QScreen>
 #include <QTimer>
 
+#include "linux_desktop/process/SystemClock.h"
 #include "measure/canvas/BoardPainter.h"
 
 namespace lightpen {
@@ -23,10 +24,6 @@ using Kind = CanvasEvent::Kind;
 // The menu opens once the click that asked for it is over, and closes by itself before the hand goes on.
 constexpr std::chrono::milliseconds kMenuOpens{30};
 constexpr std::chrono::milliseconds kMenuStays{700};
-
-Microseconds monotonicNow() {
-    return std::chrono::duration_cast<Microseconds>(std::chrono::steady_clock::now().time_since_epoch());
-}
 
 } // namespace
 
@@ -49,7 +46,7 @@ void CanvasWindow::coverScreen() {
 }
 
 void CanvasWindow::tell(Kind kind, QPointF position, const QString& text) {
-    report_({kind, monotonicNow(), {position.x(), position.y()}, text.toStdString()});
+    report_({kind, SystemClock().now(), {position.x(), position.y()}, text.toStdString()});
 }
 
 bool CanvasWindow::listenFor(const QString& notification) {
