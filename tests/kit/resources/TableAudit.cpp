@@ -17,10 +17,6 @@ namespace {
 
 using Problems = std::vector<std::string>;
 
-const char* const kStrayLightMessage =
-    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
-    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
-
 void append(Problems& problems, const Problems& more) {
     problems.insert(problems.end(), more.begin(), more.end());
 }

@@ -19,6 +19,11 @@ const std::vector<Language>& applicationLanguages();
 // The English texts that each table translates: those of menus and windows, then the languages' names.
 const std::vector<std::string>& tableKeys();
 
+// The longest of them, which warns of stray light.
+inline constexpr const char* kStrayLightMessage =
+    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
 // Keys and texts of one table, in the order of its file.
 using StringTable = std::vector<std::pair<std::string, std::string>>;
 // The text of the first such key; empty when there is none.

@@ -24,27 +24,9 @@ const char16_t* const kSimplified = u"语说开关闭请确认侦测围环线过
                                     u"医钱钟铁锁闪阔队阳阶际随隐双杂难灵静预领类顺须头额愿顾饭馆惊"
                                     u"齐龙滤挡乱压萤扩缩样构启产广库归灭浓独浏览释钮丽龄飘";
 
-std::vector<Writing> asianWritings() {
+std::vector<Writing> allWritings() {
     using enum QChar::Script;
-    return {
-        {"zh-Hant", {Script_Han}, {}, QString::fromUtf16(kSimplified), {}},
-        {"zh-Hans", {Script_Han}, {}, QString::fromUtf16(kTraditional), {}},
-        {"ko", {Script_Hangul}, {}, {}, {}},
-        {"ja", {Script_Han, Script_Hiragana, Script_Katakana}, {}, {}, {"OK"}},
-        {"th", {Script_Thai}, {}, {}, {}},
-    };
-}
-
-std::vector<Writing> cyrillicWritings() {
-    using enum QChar::Script;
-    return {
-        {"ru", {Script_Cyrillic}, {}, QString::fromUtf16(u"іїєґ"), {}},
-        {"uk", {Script_Cyrillic}, {}, QString::fromUtf16(u"ыэъё"), {}},
-    };
-}
-
-std::vector<Writing> latinWritings() {
-    const std::vector<QChar::Script> latin{QChar::Script_Latin};
+    const std::vector<QChar::Script> latin{Script_Latin};
     return {
         {"en", latin, {}, {}, {}},
         {"de", latin, QString::fromUtf16(u"äöüß"), {}, {"OK"}},
@@ -55,14 +37,14 @@ std::vector<Writing> latinWritings() {
         {"nl", latin, QString::fromUtf16(u"áéëïóöü"), {}, {"Help", "OK", "Thai"}},
         {"sv", latin, QString::fromUtf16(u"åäöé"), {}, {"OK"}},
         {"pl", latin, QString::fromUtf16(u"ąćęłńóśźż"), {}, {"OK"}},
+        {"zh-Hant", {Script_Han}, {}, QString::fromUtf16(kSimplified), {}},
+        {"zh-Hans", {Script_Han}, {}, QString::fromUtf16(kTraditional), {}},
+        {"ko", {Script_Hangul}, {}, {}, {}},
+        {"ja", {Script_Han, Script_Hiragana, Script_Katakana}, {}, {}, {"OK"}},
+        {"th", {Script_Thai}, {}, {}, {}},
+        {"ru", {Script_Cyrillic}, {}, QString::fromUtf16(u"іїєґ"), {}},
+        {"uk", {Script_Cyrillic}, {}, QString::fromUtf16(u"ыэъё"), {}},
     };
-}
-
-std::vector<Writing> allWritings() {
-    std::vector<Writing> writings = latinWritings();
-    for (const auto& others : {asianWritings(), cyrillicWritings()})
-        writings.insert(writings.end(), others.begin(), others.end());
-    return writings;
 }
 
 } // namespace
