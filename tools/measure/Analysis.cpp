@@ -174,20 +174,17 @@ std::vector<double> pointerDelays(const std::vector<InjectedEvent>& injected,
 }
 
 std::size_t countOf(const std::vector<InjectedEvent>& events, InjectedEvent::Kind kind) {
-    return static_cast<std::size_t>(std::count_if(
-        events.begin(), events.end(), [&](const InjectedEvent& event) { return event.kind == kind; }));
+    return static_cast<std::size_t>(std::ranges::count(events, kind, &InjectedEvent::kind));
 }
 
 std::size_t countOf(const std::vector<CanvasEvent>& events, CanvasEvent::Kind kind) {
-    return static_cast<std::size_t>(std::count_if(
-        events.begin(), events.end(), [&](const CanvasEvent& event) { return event.kind == kind; }));
+    return static_cast<std::size_t>(std::ranges::count(events, kind, &CanvasEvent::kind));
 }
 
 std::size_t heard(const std::vector<CanvasEvent>& events, std::string_view notification) {
-    return static_cast<std::size_t>(
-        std::count_if(events.begin(), events.end(), [&](const CanvasEvent& event) {
-            return event.kind == Seen::notification && event.text == notification;
-        }));
+    return static_cast<std::size_t>(std::ranges::count_if(events, [&](const CanvasEvent& event) {
+        return event.kind == Seen::notification && event.text == notification;
+    }));
 }
 
 std::vector<std::string> losses(const DemoRecord& record, std::span<const std::string_view> notifications) {

@@ -27,12 +27,13 @@ public:
     const std::vector<HandTouch>& touches() const { return touches_; }
 
 private:
-    std::string plugIn(const char* message);
-    std::string writeAndDrag();
-    std::string holdAndTouchBeside();
-    std::string interruptStroke();
-    std::string tapEverywhere();
-    std::string play(const Hand& hand);
+    // Each throws std::runtime_error with what went wrong.
+    void plugIn(const char* message);
+    void writeAndDrag();
+    void holdAndTouchBeside();
+    void interruptStroke();
+    void tapEverywhere();
+    void play(const Hand& hand);
     void noteTouches(const Hand& hand, Microseconds start);
     void say(const char* message);
 

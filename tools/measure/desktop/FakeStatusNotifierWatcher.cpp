@@ -2,7 +2,6 @@
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
 
 #include <algorithm>
-#include <atomic>
 #include <mutex>
 #include <stdexcept>
 
@@ -12,17 +11,13 @@
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QStringList>
+#include <QUuid>
 
 namespace lightpen {
 
 namespace {
 
 constexpr QLatin1String kService{"org.kde.StatusNotifierWatcher"};
-
-QString nextConnectionName() {
-    static std::atomic<int> number{0};
-    return QStringLiteral("status-notifier-watcher-%1").arg(++number);
-}
 
 } // namespace
 
@@ -36,7 +31,7 @@ class FakeStatusNotifierWatcher::Watcher final : public QObject, protected QDBus
 
 public:
     Watcher(const std::string& address, bool host)
-        : connectionName_(nextConnectionName()),
+        : connectionName_(QUuid::createUuid().toString()),
           bus_(QDBusConnection::connectToBus(QString::fromStdString(address), connectionName_)), host_(host),
           owners_(QString(), bus_, QDBusServiceWatcher::WatchForUnregistration) {
         owners_.setParent(this);

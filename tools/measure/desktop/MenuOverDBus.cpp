@@ -2,12 +2,12 @@
 #include "measure/desktop/MenuOverDBus.h"
 
 #include <algorithm>
-#include <atomic>
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
+#include <QUuid>
 #include <QVariantMap>
 
 #include "measure/desktop/Patience.h"
@@ -19,11 +19,6 @@ namespace {
 const QString kItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString kMenuInterface = QStringLiteral("com.canonical.dbusmenu");
 constexpr int kRoot = 0;
-
-QString nextConnectionName() {
-    static std::atomic<int> number{0};
-    return QStringLiteral("menu-over-dbus-%1").arg(++number);
-}
 
 // An underscore marks the letter after it; two of them are one.
 std::string withoutMnemonic(const std::string& label) {
@@ -81,7 +76,7 @@ std::vector<std::string> MenuEntry::labels() const {
 }
 
 MenuOverDBus::MenuOverDBus(const std::string& address, const std::string& service, const std::string& item)
-    : connectionName_(nextConnectionName()),
+    : connectionName_(QUuid::createUuid().toString()),
       bus_(QDBusConnection::connectToBus(QString::fromStdString(address), connectionName_)),
       service_(QString::fromStdString(service)), item_(QString::fromStdString(item)) {}
 

@@ -2,7 +2,6 @@
 #include "measure/desktop/XWindows.h"
 
 #include <cstring>
-#include <span>
 #include <stdexcept>
 
 namespace lightpen {
@@ -10,11 +9,6 @@ namespace lightpen {
 namespace {
 
 constexpr std::uint32_t kLongestProperty = 1024; // in words
-
-// The lowest first; as long as the reply.
-std::span<const xcb_window_t> childrenIn(const xcb_query_tree_reply_t& tree) {
-    return {xcb_query_tree_children(&tree), static_cast<std::size_t>(xcb_query_tree_children_length(&tree))};
-}
 
 } // namespace
 
@@ -32,12 +26,17 @@ void XWindows::collect(std::uint32_t window, std::uint32_t processId, std::vecto
             return;
         }
     }
+    for (const xcb_window_t child : childrenOf(window))
+        collect(child, processId, found);
+}
+
+std::vector<xcb_window_t> XWindows::childrenOf(std::uint32_t window) {
     const auto tree =
         ownedReply(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), window), nullptr));
     if (!tree)
-        return; // it has just gone
-    for (const xcb_window_t child : childrenIn(*tree))
-        collect(child, processId, found);
+        return {};
+    const xcb_window_t* const first = xcb_query_tree_children(tree.get());
+    return {first, first + xcb_query_tree_children_length(tree.get())};
 }
 
 std::optional<ShownWindow> XWindows::read(std::uint32_t window, std::uint32_t processId) {
@@ -80,12 +79,11 @@ void XWindows::hide(const ShownWindow& window) {
 }
 
 std::size_t XWindows::thatCover(int width, int height) {
-    const auto tree =
-        ownedReply(xcb_query_tree_reply(connection(), xcb_query_tree(connection(), screen().root), nullptr));
-    if (!tree)
+    const auto windows = childrenOf(screen().root);
+    if (windows.empty())
         throw std::runtime_error("the X server does not tell its windows");
     std::size_t count = 0;
-    for (const xcb_window_t window : childrenIn(*tree)) {
+    for (const xcb_window_t window : windows) {
         const auto place =
             ownedReply(xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), window), nullptr));
         if (place && viewable(window) && place->x <= 0 && place->y <= 0 && place->x + place->width >= width &&
@@ -95,28 +93,28 @@ std::size_t XWindows::thatCover(int width, int height) {
     return count;
 }
 
-std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* property) {
-    const auto reply = ownedReply(xcb_get_property_reply(
+XWindows::Property XWindows::property(std::uint32_t window, const char* name, std::uint8_t format) {
+    auto reply = ownedReply(xcb_get_property_reply(
         connection(),
-        xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_CARDINAL, 0, kLongestProperty),
-        nullptr));
-    if (!reply || reply->format != 32)
-        return {};
-    std::vector<std::uint32_t> values(reply->value_len);
+        xcb_get_property(connection(), 0, window, atom(name), XCB_ATOM_ANY, 0, kLongestProperty), nullptr));
+    if (reply && reply->format != format)
+        reply.reset();
+    return reply;
+}
+
+std::vector<std::uint32_t> XWindows::numbers(std::uint32_t window, const char* name) {
+    const auto reply = property(window, name, 32);
+    std::vector<std::uint32_t> values(reply ? reply->value_len : 0);
     if (!values.empty())
         std::memcpy(values.data(), xcb_get_property_value(reply.get()), values.size() * sizeof values[0]);
     return values;
 }
 
-std::string XWindows::text(std::uint32_t window, const char* property) {
-    const auto reply = ownedReply(xcb_get_property_reply(
-        connection(),
-        xcb_get_property(connection(), 0, window, atom(property), XCB_ATOM_ANY, 0, kLongestProperty),
-        nullptr));
-    if (!reply || reply->format != 8)
-        return {};
-    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
+std::string XWindows::text(std::uint32_t window, const char* name) {
+    const auto reply = property(window, name, 8);
+    return reply
+               ? std::string(static_cast<const char*>(xcb_get_property_value(reply.get())), reply->value_len)
+               : std::string();
 }
 
 } // namespace lightpen

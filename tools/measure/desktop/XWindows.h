@@ -44,8 +44,13 @@ public:
 private:
     void collect(std::uint32_t window, std::uint32_t processId, std::vector<ShownWindow>& found);
     std::optional<ShownWindow> read(std::uint32_t window, std::uint32_t processId);
-    std::vector<std::uint32_t> numbers(std::uint32_t window, const char* property);
-    std::string text(std::uint32_t window, const char* property);
+    // The lowest first; none of a window that has just gone.
+    std::vector<xcb_window_t> childrenOf(std::uint32_t window);
+    using Property = std::unique_ptr<xcb_get_property_reply_t, void (*)(void*)>;
+    // Null when there is no such property of this format.
+    Property property(std::uint32_t window, const char* name, std::uint8_t format);
+    std::vector<std::uint32_t> numbers(std::uint32_t window, const char* name);
+    std::string text(std::uint32_t window, const char* name);
 };
 
 } // namespace lightpen

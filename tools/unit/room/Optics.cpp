@@ -16,9 +16,7 @@ Size withArea(Size screen) {
 }
 
 Optics preset(Size screen, const Optics::Corners& corners) {
-    if (const auto optics = Optics::fromCorners(withArea(screen), corners))
-        return *optics;
-    return *Optics::fromCorners({1, 1}, corners);
+    return *Optics::fromCorners(withArea(screen), corners);
 }
 
 // A well mixed number for each input; neighbouring inputs have nothing in common.
