@@ -30,7 +30,6 @@
 #include "measure/TapSeries.h"
 #include "measure/Waiting.h"
 #include "measure/desktop/XWindows.h"
-#include "unit/CameraUnit.h"
 
 namespace lightpen {
 namespace {

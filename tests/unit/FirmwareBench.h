@@ -41,7 +41,6 @@ struct FirmwareBench : private Eye {
             reports.push_back(std::move(*report));
         return reports;
     }
-    std::vector<UnitReport> runTo(Microseconds sinceStart) { return run(sinceStart - (now - start)); }
     // The time since the bench was made, as a report shows it.
     Microseconds at(const UnitReport& report) const { return report.time - start; }
 

@@ -34,10 +34,5 @@ TEST(LetterFontTest, OnlyTheGHangsBelowTheBaseLine) {
     }
 }
 
-TEST(LetterFontTest, AnUnknownCharacterIsAGap) {
-    EXPECT_TRUE(glyphOf('?').strokes.empty());
-    EXPECT_GT(glyphOf(' ').advance, 0);
-}
-
 } // namespace
 } // namespace lightpen

@@ -22,8 +22,8 @@ EmulatedBus::~EmulatedBus() {
 void EmulatedBus::addUnit(std::shared_ptr<SoftwareUnit> unit) {
     {
         const std::lock_guard hold(mutex_);
-        units_[unit.get()] = unit;
-        locations_[unit.get()] = "IOService:/EmulatedBus/Unit@" + std::to_string(units_.size());
+        Place& place = places_[unit.get()];
+        place = {unit, "IOService:/EmulatedBus/Unit@" + std::to_string(places_.size()), nullptr};
     }
     drive_.add(std::move(unit));
 }
@@ -81,11 +81,12 @@ void EmulatedBus::unitPlugged(SoftwareUnit& unit) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
-        auto owned = units_[&unit].lock();
+        Place& place = places_[&unit];
+        auto owned = place.unit.lock();
         if (!owned)
             return;
-        connection = std::make_shared<EmulatedConnection>(std::move(owned), clock_, locations_[&unit], poll_);
-        connections_[&unit] = connection;
+        connection = std::make_shared<EmulatedConnection>(std::move(owned), clock_, place.location, poll_);
+        place.connection = connection;
     }
     drive_.wake();
     publish(connection);
@@ -95,7 +96,7 @@ void EmulatedBus::unitUnplugged(SoftwareUnit& unit) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
-        connection = std::exchange(connections_[&unit], nullptr);
+        connection = std::exchange(places_[&unit].connection, nullptr);
     }
     if (!connection)
         return;
@@ -107,7 +108,7 @@ void EmulatedBus::unitReport(SoftwareUnit& unit, const UnitReport& report) {
     ConnectionRef connection;
     {
         const std::lock_guard hold(mutex_);
-        connection = connections_[&unit];
+        connection = places_[&unit].connection;
     }
     if (connection)
         connection->deliver(report);

@@ -94,9 +94,12 @@ private:
     EmulatedConnection::PollHook poll_;
 
     std::mutex mutex_; // guards what follows
-    std::map<const SoftwareUnit*, std::weak_ptr<SoftwareUnit>> units_;
-    std::map<const SoftwareUnit*, ConnectionRef> connections_;
-    std::map<const SoftwareUnit*, std::string> locations_;
+    struct Place {
+        std::weak_ptr<SoftwareUnit> unit;
+        std::string location;
+        ConnectionRef connection; // while it is plugged in
+    };
+    std::map<const SoftwareUnit*, Place> places_;
 
     UnitDrive drive_;
     // What the requests for turns on the main loop know of the bus; gone with it.
