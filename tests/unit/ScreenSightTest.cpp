@@ -80,23 +80,51 @@ std::function<bool(double, double)> ringAndCross(double centreX, double centreY)
 
 // The camera
 
-TEST(ScreenSightTest, ABrightSquareIsABlobAtItsMiddle) {
-    const Screen screen = Screen(1280, 720).fill(160, 63, 180, 80, kWhite);
-    const DisplayedPicture view = cameraView(screen.picture());
-    EXPECT_THAT(view.blobs, ElementsAre(exactly(170, 71.5)));
+struct Lights {
+    const char* name;
+    Screen screen;
+    std::vector<ScreenPoint> blobs;
+};
+
+class LightsTest : public testing::TestWithParam<Lights> {};
+
+TEST_P(LightsTest, AreTheBlobsOfADarkScreen) {
+    const DisplayedPicture view = cameraView(GetParam().screen.picture());
+    ASSERT_EQ(view.blobs.size(), GetParam().blobs.size());
+    for (std::size_t i = 0; i < view.blobs.size(); ++i)
+        EXPECT_THAT(view.blobs[i], exactly(GetParam().blobs[i].x, GetParam().blobs[i].y)) << i;
     EXPECT_TRUE(view.dark);
 }
 
-TEST(ScreenSightTest, APixelIsHalfAPixelFromItsNumber) {
-    const Screen screen = Screen(640, 360).fill(321, 7, 322, 8, kWhite);
-    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(exactly(321.5, 7.5)));
-}
-
-TEST(ScreenSightTest, ABlackScreenIsDarkAndEmpty) {
-    const DisplayedPicture view = cameraView(Screen(700, 400).picture());
-    EXPECT_THAT(view.blobs, IsEmpty());
-    EXPECT_TRUE(view.dark);
-}
+INSTANTIATE_TEST_SUITE_P(
+    , LightsTest,
+    testing::Values(Lights{"None", Screen(700, 400), {}},
+                    Lights{"ASquare", Screen(1280, 720).fill(160, 63, 180, 80, kWhite), {{170, 71.5}}},
+                    // It is half a pixel from its number.
+                    Lights{"APixel", Screen(640, 360).fill(321, 7, 322, 8, kWhite), {{321.5, 7.5}}},
+                    // The faint edge lies in a cell of its own, which is too dark to be part of anything.
+                    Lights{"AFaintEdge",
+                           Screen(320, 200).fill(160, 80, 168, 88, kWhite).fill(168, 80, 169, 88, 0x1A1A1A),
+                           {{(8 * 255 * 164.0 + 26 * 168.5) / (8 * 255 + 26), 84}}},
+                    Lights{"ADimBeginning",
+                           Screen(320, 200).fill(160, 81, 168, 82, 0x404040).fill(160, 82, 168, 87, kWhite),
+                           {{164, (64 * 81.5 + 5 * 255 * 84.5) / (64 + 5 * 255)}}},
+                    Lights{"OnWhatIsNotQuiteBlack",
+                           Screen(320, 200, 0x141414).fill(161, 83, 175, 90, kWhite),
+                           {{168, 86.5}}},
+                    Lights{"Apart",
+                           Screen(640, 400)
+                               .fill(500, 40, 512, 50, kWhite)
+                               .fill(20, 300, 24, 310, kWhite)
+                               .fill(530, 40, 536, 50, kWhite),
+                           {{506, 45}, {533, 45}, {22, 305}}},
+                    Lights{"CloseTogether",
+                           Screen(640, 400).fill(500, 40, 510, 50, kWhite).fill(516, 40, 526, 50, kWhite),
+                           {{513, 45}}},
+                    Lights{"InCorners",
+                           Screen(643, 405).fill(0, 0, 12, 9, kWhite).fill(641, 404, 643, 405, kWhite),
+                           {{6, 4.5}, {642, 404.5}}}),
+    [](const auto& test) { return test.param.name; });
 
 TEST(ScreenSightTest, AntiAliasedEdgesCountAsMuchAsTheyAreLit) {
     Screen square(320, 200);
@@ -106,47 +134,6 @@ TEST(ScreenSightTest, AntiAliasedEdgesCountAsMuchAsTheyAreLit) {
     Screen target(320, 200);
     target.draw(ringAndCross(97.3, 60.7));
     EXPECT_THAT(cameraView(target.picture()).blobs, ElementsAre(IsNear(97.3, 60.7, 0.02)));
-}
-
-// The faint edge lies in a cell of its own, which is too dark to be part of anything.
-TEST(ScreenSightTest, AFaintEdgeBesideTheLightBelongsToIt) {
-    const Screen screen = Screen(320, 200).fill(160, 80, 168, 88, kWhite).fill(168, 80, 169, 88, 0x1A1A1A);
-    const double expected = (8 * 255 * 164.0 + 26 * 168.5) / (8 * 255 + 26);
-    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(IsNear(expected, 84, 1e-9)));
-}
-
-TEST(ScreenSightTest, ALightMayBeginDimly) {
-    const Screen screen = Screen(320, 200).fill(160, 81, 168, 82, 0x404040).fill(160, 82, 168, 87, kWhite);
-    const double expected = (64 * 81.5 + 5 * 255 * 84.5) / (64 + 5 * 255);
-    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(exactly(164, expected)));
-    EXPECT_TRUE(cameraView(screen.picture()).dark);
-}
-
-TEST(ScreenSightTest, ABlackThatIsNotQuiteBlackMovesNothing) {
-    const Screen screen = Screen(320, 200, 0x141414).fill(161, 83, 175, 90, kWhite);
-    const DisplayedPicture view = cameraView(screen.picture());
-    EXPECT_THAT(view.blobs, ElementsAre(exactly(168, 86.5)));
-    EXPECT_TRUE(view.dark);
-}
-
-TEST(ScreenSightTest, LightsApartAreBlobsOfTheirOwn) {
-    const Screen screen = Screen(640, 400)
-                              .fill(500, 40, 512, 50, kWhite)
-                              .fill(20, 300, 24, 310, kWhite)
-                              .fill(530, 40, 536, 50, kWhite);
-    const DisplayedPicture view = cameraView(screen.picture());
-    EXPECT_THAT(view.blobs, ElementsAre(exactly(506, 45), exactly(533, 45), exactly(22, 305)));
-    EXPECT_TRUE(view.dark);
-}
-
-TEST(ScreenSightTest, LightsCloseTogetherAreOneBlob) {
-    const Screen screen = Screen(640, 400).fill(500, 40, 510, 50, kWhite).fill(516, 40, 526, 50, kWhite);
-    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(exactly(513, 45)));
-}
-
-TEST(ScreenSightTest, ABlobInACornerKeepsItsPlace) {
-    const Screen screen = Screen(643, 405).fill(0, 0, 12, 9, kWhite).fill(641, 404, 643, 405, kWhite);
-    EXPECT_THAT(cameraView(screen.picture()).blobs, ElementsAre(exactly(6, 4.5), exactly(642, 404.5)));
 }
 
 TEST(ScreenSightTest, WhatTheEdgeHidesIsNotSeen) {
