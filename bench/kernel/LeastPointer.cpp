@@ -3,8 +3,10 @@
 // coordinates into an absolute pointer of the kernel, whose range does the mapping, and presses or releases a
 // button. No calibration, no states, no second unit. The yardstick of ReportToPointer.
 //
-//   LeastPointer HIDRAW LEFT TOP RIGHT BOTTOM READY   the range in camera units; READY is a descriptor that
-//                                                     gets a line once reports are waited for
+//   LeastPointer HIDRAW LEFT TOP RIGHT BOTTOM NAME READY   the range in camera units, the pointer's name;
+//   READY is
+//                                                          a descriptor that gets a line once reports are
+//                                                          waited for
 #include <fcntl.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
@@ -15,8 +17,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
-
-#include "bench/kernel/LeastPointer.h"
 
 namespace {
 
@@ -29,11 +29,11 @@ bool axis(int device, int code, int from, int to) {
 }
 
 // -1 when the kernel refuses.
-int makePointer(int left, int top, int right, int bottom) {
+int makePointer(int left, int top, int right, int bottom, const char* name) {
     const int device = open("/dev/uinput", O_WRONLY | O_CLOEXEC);
     uinput_setup setup{};
     setup.id.bustype = BUS_VIRTUAL;
-    std::strncpy(setup.name, lightpen::bench::kLeastPointerName, sizeof setup.name - 1);
+    std::strncpy(setup.name, name, sizeof setup.name - 1);
     bool made = device >= 0 && ioctl(device, UI_SET_EVBIT, EV_ABS) == 0 &&
                 ioctl(device, UI_SET_EVBIT, EV_KEY) == 0 && axis(device, ABS_X, left, right) &&
                 axis(device, ABS_Y, top, bottom);
@@ -71,12 +71,12 @@ bool follow(int unit, int pointer) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 7)
+    if (argc != 8)
         return 2;
     const auto number = [&](int index) { return std::atoi(argv[index]); };
     const int unit = open(argv[1], O_RDONLY | O_CLOEXEC);
-    const int pointer = makePointer(number(2), number(3), number(4), number(5));
-    if (unit < 0 || pointer < 0 || write(number(6), "ready\n", 6) != 6)
+    const int pointer = makePointer(number(2), number(3), number(4), number(5), argv[6]);
+    if (unit < 0 || pointer < 0 || write(number(7), "ready\n", 6) != 6)
         return EXIT_FAILURE;
     return follow(unit, pointer) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -13,7 +13,6 @@
 #include <optional>
 #include <utility>
 
-#include "bench/kernel/LeastPointer.h"
 #include "bench/kernel/PointerWindow.h"
 #include "emulated/UnitControl.h"
 #include "kernel/gadget/GadgetBus.h"
@@ -42,6 +41,9 @@ constexpr Microseconds kSettled = milliseconds(500);
 // and a touch has begun 0 to 16.8 ms ago. By design, this is what waiting alone takes in the mean.
 constexpr double kWaitOfMoves = 8.0 / 2;
 constexpr double kWaitOfPresses = 16.8 / 2;
+
+// What the least program's pointer is called among the input devices.
+constexpr const char* kLeastPointerName = "LightPenNX7 yardstick";
 
 // The camera looks straight on, so that a fixed scale is a calibration; these are its corners.
 constexpr Size kScreen = Xorg::kScreen;
@@ -156,7 +158,7 @@ void Bench::runLeast() {
     std::unique_ptr<ChildProcess> least;
     const std::string ready =
         startAndReadLine(least, {LIGHTPEN_LEAST_POINTER, node, number(topLeft.x), number(topLeft.y),
-                                 number(bottomRight.x), number(bottomRight.y), "%fd%"});
+                                 number(bottomRight.x), number(bottomRight.y), kLeastPointerName, "%fd%"});
     require(ready == "ready", "The least program does not start.");
     require(xorg_.awaitAdded(kLeastPointerName, before),
             "The X server does not see the least program's pointer.");

@@ -2,7 +2,6 @@
 // An ordinary user's driver and a real unit: with the rule that the package brings, without it, and while
 // udev is still at work on the unit.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -25,8 +24,8 @@ using test::penNode;
 using test::waitForNodes;
 
 unsigned modeOf(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+    std::error_code none;
+    return static_cast<unsigned>(std::filesystem::status(path, none).permissions()) & 07777U;
 }
 
 class UnitPermission : public testing::Test {
