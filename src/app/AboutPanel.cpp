@@ -16,17 +16,14 @@ constexpr QSize kIconSize(96, 96);
 constexpr int kWidth = 260;
 constexpr double kNameEnlarged = 1.3;
 
-QFont fontOfName(QFont font) {
-    font.setBold(true);
-    font.setPointSizeF(font.pointSizeF() * kNameEnlarged);
-    return font;
-}
-
 // The panel's content: a picture above centred words. Wide enough for a title and its buttons.
 class AboutPanel final : public QDialog {
 public:
     AboutPanel() : buttons_(QDialogButtonBox::Ok) {
-        name_.setFont(fontOfName(name_.font()));
+        QFont bold = name_.font();
+        bold.setBold(true);
+        bold.setPointSizeF(bold.pointSizeF() * kNameEnlarged);
+        name_.setFont(bold);
         for (QLabel* label : {&icon_, &name_, &copyright_}) {
             label->setTextFormat(Qt::PlainText);
             // Each as a block: what its text indents stays indented.

@@ -121,13 +121,12 @@ void LightPenNX7Controller::help() {
 
 void LightPenNX7Controller::about(const std::string& sender) {
     logLine("Light n:741 about : %s", sender.c_str());
-    AboutPanelOptions options;
-    options.copyright = versionText(EventGeneratorNX7::wirelessPointsFromFlash(),
-                                    controllerState.boardVersion, controllerState.cmosVersion);
-    options.applicationName = "NX9 Driver";
-    options.applicationIcon = resourceIcon("Picture 1");
-    options.button = displayText("OK").toStdString();
-    orderFrontStandardAboutPanel(options);
+    orderFrontStandardAboutPanel(
+        {.copyright = versionText(EventGeneratorNX7::wirelessPointsFromFlash(), controllerState.boardVersion,
+                                  controllerState.cmosVersion),
+         .applicationName = "NX9 Driver",
+         .applicationIcon = resourceIcon("Picture 1"),
+         .button = displayText("OK").toStdString()});
 }
 
 void LightPenNX7Controller::exit(const std::string& sender) {

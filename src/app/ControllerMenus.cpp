@@ -49,6 +49,7 @@ QString LightPenNX7Controller::displayText(std::string_view key) const {
 }
 
 void LightPenNX7Controller::rebuildMenu(MenuMode menuMode) {
+    controllerState.menuMode = menuMode;
     statusItem_->setMenu(nullptr);
     statusItem_->setMenu(constructMenu(menuMode));
     showToolTip();

@@ -97,12 +97,10 @@ void LightPenNX7Controller::awakeFromNib() {
     printText("Light n:356 轉入Event\n");
     EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
     const bool present = driver.isDevicePlugIn();
-    if (present) {
+    if (present)
         startWithUnit(driver);
-    } else {
-        controllerState.menuMode = MenuMode::exitOnly;
+    else
         rebuildMenu(MenuMode::exitOnly);
-    }
     // Both windows stay above others of their own; the preview is not shown yet.
     if (isSet(kDebugWindowKey))
         showDebugWindow(driver, present);
@@ -136,7 +134,6 @@ void LightPenNX7Controller::startWithUnit(EventGeneratorNX7& driver) {
             static_cast<unsigned>(controllerState.cmosVersion.load()),
             static_cast<unsigned>(controllerState.boardVersion.load()));
     logLine("Light n:358 wireless: %d", EventGeneratorNX7::wirelessPointsFromFlash());
-    controllerState.menuMode = MenuMode::full;
     rebuildMenu(MenuMode::full);
     deviceDidAddCallback(driver);
 }
@@ -169,7 +166,6 @@ void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
     readDeviceInformation(driver);
     logLine("Light n:140 veners: %x", static_cast<unsigned>(controllerState.boardVersion.load()));
     logLine("Light n:143 wireless: %d", EventGeneratorNX7::wirelessPointsFromFlash());
-    controllerState.menuMode = MenuMode::full;
     rebuildMenu(MenuMode::full);
 }
 

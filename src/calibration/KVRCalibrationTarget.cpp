@@ -103,7 +103,10 @@ void KVRCalibrationTarget::paintEvent(QPaintEvent*) {
 
 void KVRCalibrationTarget::drawRect(QPainter& painter, const QRectF& rect) {
     if (bezelStyle_ != 0) {
-        drawOrdinary(painter, rect);
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        option.rect = rect.toRect();
+        style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
         return;
     }
     const QColor green = qtColor(kGreenColor);
@@ -114,13 +117,6 @@ void KVRCalibrationTarget::drawRect(QPainter& painter, const QRectF& rect) {
     frameRect(painter, rect, kFrameWidth, green);
     frameRect(painter, inset((w - kBarWidth) / 2, (h - kBarWidth) / 4), kDefaultLineWidth, green);
     frameRect(painter, inset((w - kBarWidth) / 4, (h - kBarWidth) / 2), kDefaultLineWidth, green);
-}
-
-void KVRCalibrationTarget::drawOrdinary(QPainter& painter, const QRectF& rect) {
-    QStyleOptionButton option;
-    initStyleOption(&option);
-    option.rect = rect.toRect();
-    style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
 }
 
 } // namespace lightpen

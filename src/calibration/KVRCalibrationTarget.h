@@ -62,8 +62,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void drawOrdinary(QPainter& painter, const QRectF& rect);
-
     const std::shared_ptr<SharedFrame> frame_;
     std::uint32_t bezelStyle_;
     std::optional<Color> backgroundColor_;

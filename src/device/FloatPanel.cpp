@@ -68,7 +68,11 @@ FloatPanel::FloatPanel(const WindowRect& contentRect)
     setFocusPolicy(Qt::StrongFocus);
     placeOnMainScreen(*this, contentRect);
     stayOnTop_.setInterval(kStayOnTopMilliseconds);
-    connect(&stayOnTop_, &QTimer::timeout, this, [this] { raiseNow(); });
+    // Qt holds its requests to the X server back for a while. Asking where the pointer is sends them now.
+    connect(&stayOnTop_, &QTimer::timeout, this, [this] {
+        raise();
+        QCursor::pos(screen());
+    });
 }
 
 void FloatPanel::setContentView(std::unique_ptr<PanelView> view) {
@@ -97,12 +101,6 @@ void FloatPanel::makeKeyAndOrderFront() {
     // Elsewhere than under X11 no client has a say in the order of windows.
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
         stayOnTop_.start();
-}
-
-// Qt holds its requests to the X server back for a while. Asking where the pointer is sends them now.
-void FloatPanel::raiseNow() {
-    raise();
-    QCursor::pos(screen());
 }
 
 void FloatPanel::orderOut() {

@@ -68,8 +68,6 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void raiseNow();
-
     PanelView* contentView_ = nullptr; // a child, owned by this
     const bool empty_;
     QTimer stayOnTop_;

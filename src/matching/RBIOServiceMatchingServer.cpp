@@ -113,7 +113,8 @@ bool RBIOServiceMatchingServer::matchUSBDeviceWithVenderID(std::int32_t venderID
 
 // Observers
 
-void RBIOServiceMatchingServer::addInvocation(std::string_view notificationType, InvocationRef invocation,
+void RBIOServiceMatchingServer::addInvocation(std::string_view notificationType,
+                                              const InvocationRef& invocation,
                                               const MatchingDictionary& macthing) {
     ServiceRegistry& services = Platform::current().registry;
     io_iterator_t iterator = 0;
@@ -131,7 +132,7 @@ void RBIOServiceMatchingServer::addInvocation(std::string_view notificationType,
         registry = &m_RegistryForServiceDidRemoveNotification;
     }
     (*registry)[invocation->target()].push_back(
-        RBIOServiceMatchingRecord::recordWithInvocation(std::move(invocation), iterator));
+        RBIOServiceMatchingRecord::recordWithInvocation(invocation, iterator));
 }
 
 void RBIOServiceMatchingServer::retire(Registry& registry, const void* observer) {

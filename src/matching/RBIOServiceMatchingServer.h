@@ -86,7 +86,7 @@ private:
     // By the observer's address, each with its records in the order of registration.
     using Registry = std::map<const void*, std::vector<std::shared_ptr<RBIOServiceMatchingRecord>>>;
 
-    void addInvocation(std::string_view notificationType, InvocationRef invocation,
+    void addInvocation(std::string_view notificationType, const InvocationRef& invocation,
                        const MatchingDictionary& macthing);
     void retire(Registry& registry, const void* observer);
 

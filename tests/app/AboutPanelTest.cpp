@@ -136,11 +136,8 @@ TEST_F(AboutPanelTest, MayBeAskedForAgainWhileItCloses) {
     EXPECT_THAT(texts(show({"again", "NX9 Driver", icon()})), ElementsAre("NX9 Driver", "again"));
 }
 
-TEST(VersionTextTest, AFlagOfOneHasTheBoardAlone) {
+TEST(VersionTextTest, AFlagOfOneHasTheBoardAloneAndEveryOtherBoth) {
     EXPECT_EQ(versionText(1, 0x23, 0x45), "Main Board version 2.3\n");
-}
-
-TEST(VersionTextTest, EveryOtherFlagHasBoth) {
     for (const int wireless : {-1, 0, 2, 255})
         EXPECT_EQ(versionText(wireless, 0x23, 0x1F), "Dongle version 2.3\n\n  CMOS version 1.15\n")
             << wireless;

@@ -38,11 +38,11 @@ TEST_F(ControllerStartUpTest, DefaultsAreRegisteredFromTheFile) {
                         {"List", {PropertyListArray{}}}};
     desk.bundle.dictionaries["NX.plist"] = defaults;
     LightPenNX7Controller::initialize();
-    EXPECT_EQ(desk.defaults.registered.size(), 4U);
-    EXPECT_EQ(desk.defaults.registered.at("Help Menu"), DefaultsValue(true));
-    EXPECT_EQ(desk.defaults.registered.at("Projection Distance"), DefaultsValue(std::int64_t{1}));
-    EXPECT_EQ(desk.defaults.registered.at("Scale"), DefaultsValue(0.5));
-    EXPECT_EQ(desk.defaults.registered.at("Pointer"), DefaultsValue(std::string("xtest")));
+    const decltype(desk.defaults.registered) expected{{"Help Menu", true},
+                                                      {"Projection Distance", std::int64_t{1}},
+                                                      {"Scale", 0.5},
+                                                      {"Pointer", std::string("xtest")}};
+    EXPECT_EQ(desk.defaults.registered, expected);
     EXPECT_TRUE(matchesTranscript("app/transcripts/defaults"));
 }
 
