@@ -135,7 +135,7 @@ protected:
         for (unsigned index = 0; index < PairingTable::kRecords; ++index) {
             PairingTable::Record record{};
             table.copy(reinterpret_cast<char*>(record.data()), record.size(), index * record.size());
-            ASSERT_TRUE(unit_.pairingTable()->store(index, record));
+            ASSERT_TRUE(unit_.pairingTable()->store(index, record, true));
         }
     }
     void pullAt(char command, int occurrence, When when) {

@@ -22,7 +22,7 @@ std::string fillTable(CameraUnit& unit) {
         PairingTable::Record record{};
         for (unsigned i = 0; i < record.size(); ++i)
             record[i] = static_cast<std::uint8_t>(i == 0 ? 0x7F - index : 255 - 16 * i - index);
-        EXPECT_TRUE(unit.pairingTable()->store(index, record));
+        EXPECT_TRUE(unit.pairingTable()->store(index, record, true));
         table.append(record.begin(), record.end());
     }
     return table;

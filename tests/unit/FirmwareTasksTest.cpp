@@ -67,6 +67,9 @@ TEST_F(FirmwareTasksTest, ThePictureShowsThePenAndReadsAsPenUp) {
         EXPECT_EQ(0, report.bytes[1]);
     EXPECT_EQ(255, reports[3].bytes[1 + 0 * 80 + 50]);
     EXPECT_NE(255, reports[3].bytes[1 + 0 * 80 + 55]);
+    firmware.behaviour.blackLeftColumn = false;
+    bench.settings(kImage);
+    EXPECT_EQ(255, ofKind(bench.run(100ms), ReportKind::picture)[0].bytes[1]);
 }
 
 TEST_F(FirmwareTasksTest, EachFurtherCommandIsAnotherPicture) {
@@ -109,6 +112,16 @@ TEST_F(FirmwareTasksTest, ThePictureWaitsForTheFilter) {
     bench.settings(kImage | 0x04);
     EXPECT_THAT(bench.run(299ms), IsEmpty());
     EXPECT_THAT(ofKind(bench.run(41ms), ReportKind::picture), SizeIs(6));
+}
+
+TEST_F(FirmwareTasksTest, MissingImageManners) {
+    bench.scene.pen = CameraPoint{900, 800};
+    firmware.behaviour.penStopsInImageMode = false;
+    firmware.behaviour.idleAfterPicture = false;
+    triggerPicture();
+    EXPECT_FALSE(ofKind(bench.run(100ms), ReportKind::spot).empty());
+    firmware.behaviour.penStopsInImageMode = true;
+    EXPECT_THAT(bench.run(5s), IsEmpty());
 }
 
 // Faults

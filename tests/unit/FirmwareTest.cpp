@@ -86,6 +86,14 @@ TEST_F(FirmwareTest, CalibrationRecordsAreKeptWhenBothHaveCome) {
     EXPECT_THAT(*firmware.flash.record(1), ElementsAre(0x0550, 0x0660, 0x0770, 0x0880));
 }
 
+TEST_F(FirmwareTest, WithoutTheMannerTheFirstRecordIsValidAlone) {
+    firmware.behaviour.recordsValidTogether = false;
+    bench.command({'C', 0, 9, 0, 9, 0, 9, 0, 9, 0});
+    EXPECT_EQ('Y', answerTo({'H', 0})[0]);
+    EXPECT_EQ('N', answerTo({'H', 1})[0]);
+    EXPECT_EQ('N', answerTo({'H', 2})[0]);
+}
+
 TEST_F(FirmwareTest, OnlyAnAllZeroReportErasesAndNothingOfItIsAnswered) {
     storeCalibration();
     bench.command({0, 0x01, 0, 0, 0, 0, 0});
@@ -131,7 +139,7 @@ TEST_F(FirmwareTest, AcknowledgesAreCountedAndNotAnswered) {
 // Pairing
 
 TEST_F(FirmwareTest, APairingRecordIsSentWithItsIndex) {
-    ASSERT_TRUE(firmware.pairingTable.store(13, {0x7E, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0xFF}));
+    ASSERT_TRUE(firmware.pairingTable.store(13, {0x7E, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0xFF}, true));
     EXPECT_THAT(front(answerTo({'R', 13}), 11),
                 ElementsAre('R', 13, 0x7E, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0xFF, 0));
     expectNoAnswerTo({'R', 14});
@@ -149,6 +157,9 @@ TEST_F(FirmwareTest, AForeignPairingRecordIsAnsweredButNotKept) {
     const auto before = firmware.pairingTable.record(5);
     EXPECT_EQ('S', answerTo({'S', 5})[0]);
     EXPECT_EQ(before, firmware.pairingTable.record(5));
+    firmware.behaviour.pairingRecordsFarOff = false;
+    EXPECT_EQ('S', answerTo({'S', 5})[0]);
+    EXPECT_EQ(PairingTable::Record{}, firmware.pairingTable.record(5));
 }
 
 // As a point queue would read them: X is bytes 1 and 2, Y bytes 3 and 4.
@@ -250,6 +261,15 @@ TEST_F(FirmwareTest, PowerUpForgetsAllButFlashAndPairing) {
     // The record that waited for its neighbour is gone with the power.
     bench.command({'C', 1, 2, 2, 2, 2, 2, 2, 2, 2});
     EXPECT_THAT(*firmware.flash.record(1), ElementsAre(0x090A, 0x070B, 0x080C, 0x060D));
+}
+
+TEST_F(FirmwareTest, WithoutTheMannerModesAndAnswersSurvive) {
+    firmware.behaviour.resetsAtPowerOff = false;
+    bench.settings(0x24);
+    bench.command({'H', 0});
+    firmware.powerUp(bench.now);
+    EXPECT_TRUE(firmware.settings().filterOut);
+    EXPECT_THAT(ofKind(bench.run(100ms), ReportKind::answer), SizeIs(1));
 }
 
 TEST_F(FirmwareTest, TheFilterIsInAtPowerUp) {

@@ -220,6 +220,15 @@ TEST_F(FirmwareTimingTest, AFilterMoveInTheQuietIsNotReported) {
     EXPECT_THAT(bench.run(499ms), IsEmpty());
 }
 
+TEST_F(FirmwareTimingTest, WithoutTheMannerTheFilterMovesUnseen) {
+    firmware.behaviour.darkWhileFilterMoves = false;
+    touch();
+    bench.settings(0x24);
+    const auto reports = bench.run(80ms);
+    EXPECT_THAT(reports, SizeIs(10));
+    EXPECT_THAT(kinds(reports), Each(ReportKind::spot));
+}
+
 TEST_F(FirmwareTimingTest, AJumpingBlobIsPenUpAndThenDark) {
     bench.settings(0x24);
     bench.run(2s);

@@ -33,38 +33,40 @@ TEST(FlashTest, KeepsACalibrationInRowMajorOrderAsWholeUnits) {
 
 TEST(FlashTest, RecordsMayComeInAnyOrder) {
     Flash flash;
-    flash.write(1, kSecond);
+    flash.write(1, kSecond, true);
     EXPECT_FALSE(flash.calibrated());
-    flash.write(0, kFirst);
+    flash.write(0, kFirst, true);
     EXPECT_TRUE(flash.calibrated());
 }
 
 TEST(FlashTest, TheOldCalibrationHoldsUntilTheNewOneIsWhole) {
     Flash flash;
     flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
-    flash.write(0, kFirst);
+    flash.write(0, kFirst, true);
     EXPECT_THAT(*flash.record(0), ElementsAre(1, 2, 3, 4));
-    flash.write(1, kSecond);
+    flash.write(1, kSecond, true);
     EXPECT_EQ(kFirst, flash.record(0));
     // The next pair begins anew.
-    flash.write(1, kFirst);
+    flash.write(1, kFirst, true);
     EXPECT_EQ(kSecond, flash.record(1));
 }
 
 TEST(FlashTest, LaterRecordsAreNotKept) {
     Flash flash;
-    flash.write(0, kFirst);
-    flash.write(2, kSecond);
+    flash.write(0, kFirst, true);
+    flash.write(2, kSecond, true);
     EXPECT_FALSE(flash.calibrated());
+    flash.write(2, kSecond, false);
+    EXPECT_FALSE(flash.record(2));
 }
 
 TEST(FlashTest, ErasingForgetsWaitingRecordsToo) {
     Flash flash;
     flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
-    flash.write(0, kFirst);
+    flash.write(0, kFirst, true);
     flash.erase();
     EXPECT_FALSE(flash.record(0));
-    flash.write(1, kSecond);
+    flash.write(1, kSecond, true);
     EXPECT_FALSE(flash.calibrated());
 }
 

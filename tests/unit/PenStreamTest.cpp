@@ -16,15 +16,16 @@ constexpr CameraPoint kSpot{700, 600};
 
 struct PenStreamTest : testing::Test {
     PenStream stream;
+    UnitBehaviour behaviour;
 
     std::optional<UnitReport> frame(Microseconds now, std::optional<CameraPoint> spot) {
         stream.see(spot.has_value());
-        return stream.frame(now, spot);
+        return stream.frame(now, spot, behaviour);
     }
     // The idle reports up to this time.
     std::vector<Microseconds> idleUpTo(Microseconds end) {
         std::vector<Microseconds> times;
-        while (const auto due = stream.nextIdle()) {
+        while (const auto due = stream.nextIdle(behaviour)) {
             if (*due > end)
                 break;
             times.push_back(stream.idle(*due).time);
@@ -51,7 +52,7 @@ TEST_F(PenStreamTest, ATouchInterruptsIdlingAndPrecedesItsOwn) {
     stream.idleFrom(3s);
     idleUpTo(3100ms);
     frame(3104ms, kSpot);
-    EXPECT_FALSE(stream.nextIdle());
+    EXPECT_FALSE(stream.nextIdle(behaviour));
     frame(3112ms, std::nullopt);
     const auto times = idleUpTo(60s);
     EXPECT_EQ(Microseconds(3148ms), times.front());
@@ -62,28 +63,53 @@ TEST_F(PenStreamTest, HushEndsTouchAndIdlingWithoutAWord) {
     frame(1s, kSpot);
     stream.hush();
     EXPECT_FALSE(frame(1008ms, std::nullopt));
-    EXPECT_FALSE(stream.nextIdle());
+    EXPECT_FALSE(stream.nextIdle(behaviour));
     stream.idleFrom(2s);
     stream.hush();
-    EXPECT_FALSE(stream.nextIdle());
+    EXPECT_FALSE(stream.nextIdle(behaviour));
 }
 
 TEST_F(PenStreamTest, DoesNotIdleWhileASpotIsInSightThatIsNotReported) {
     stream.idleFrom(2s);
     stream.see(true);
-    EXPECT_FALSE(stream.nextIdle());
+    EXPECT_FALSE(stream.nextIdle(behaviour));
     stream.see(false);
-    EXPECT_EQ(Microseconds(2s), stream.nextIdle());
+    EXPECT_EQ(Microseconds(2s), stream.nextIdle(behaviour));
     stream.idleWithoutEnd(3s);
     stream.see(true);
-    EXPECT_EQ(Microseconds(3s), stream.nextIdle());
+    EXPECT_EQ(Microseconds(3s), stream.nextIdle(behaviour));
 }
 
 TEST_F(PenStreamTest, IdlesWithoutEndUntilTold) {
     stream.idleWithoutEnd(1s);
     EXPECT_EQ(278U, idleUpTo(11s).size());
     stream.idleWithoutEnd(std::nullopt);
-    EXPECT_FALSE(stream.nextIdle());
+    EXPECT_FALSE(stream.nextIdle(behaviour));
+}
+
+TEST_F(PenStreamTest, MissingManners) {
+    behaviour.plainFirstByte = false;
+    EXPECT_EQ('s', frame(1s, kSpot)->bytes[0]);
+    behaviour.endsWithPenUp = false;
+    EXPECT_FALSE(frame(1008ms, std::nullopt));
+    EXPECT_FALSE(stream.nextIdle(behaviour));
+    stream.idleFrom(2s);
+    behaviour.idleReports = false;
+    EXPECT_FALSE(stream.nextIdle(behaviour));
+    behaviour.idleReports = true;
+    behaviour.idleEnds = false;
+    EXPECT_EQ(278U, idleUpTo(12s).size());
+    behaviour.idleSlowly = false;
+    // The last one was at 11,972 ms; now they come at the rate of a touch.
+    EXPECT_EQ(128U, idleUpTo(13s).size());
+}
+
+TEST_F(PenStreamTest, AnUnsteadyUnitReportsOnePictureInFour) {
+    behaviour.steadyReports = false;
+    std::vector<bool> sent;
+    for (int count = 0; count < 9; ++count)
+        sent.push_back(frame(1s + count * 8ms, kSpot).has_value());
+    EXPECT_THAT(sent, ElementsAre(true, false, false, false, true, false, false, false, true));
 }
 
 } // namespace

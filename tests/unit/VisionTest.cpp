@@ -17,15 +17,16 @@ constexpr CameraPoint kFarBlob{1500, 1041};
 
 struct VisionTest : testing::Test {
     Vision vision;
+    UnitBehaviour behaviour;
     Microseconds now{1s};
 
     VisionTest() { vision.powerUp(false); }
     // The filter is out, and has arrived there.
     void takeFilterOut() {
-        vision.moveFilter(true, now);
+        vision.moveFilter(true, now, true);
         now += 500ms;
     }
-    std::optional<CameraPoint> look(const Scene& scene) { return vision.look(scene, now); }
+    std::optional<CameraPoint> look(const Scene& scene) { return vision.look(scene, now, behaviour); }
 };
 
 TEST_F(VisionTest, ThroughTheFilterOnlyInfraredIsSeen) {
@@ -36,7 +37,7 @@ TEST_F(VisionTest, ThroughTheFilterOnlyInfraredIsSeen) {
 }
 
 TEST_F(VisionTest, NothingIsSeenWhileTheFilterMoves) {
-    EXPECT_TRUE(vision.moveFilter(true, now));
+    EXPECT_TRUE(vision.moveFilter(true, now, true));
     EXPECT_TRUE(vision.filterOut());
     EXPECT_FALSE(look({.pen = kPen}));
     now += 499'999us;
@@ -56,6 +57,12 @@ TEST_F(VisionTest, WithoutTheFilterASingleBlobOnADarkPictureIsASpot) {
 TEST_F(VisionTest, ThePenWinsOverABlob) {
     takeFilterOut();
     EXPECT_EQ(kPen, look({.pen = kPen, .blobs = {kBlob}, .darkPicture = true}));
+}
+
+TEST_F(VisionTest, WithoutTheMannerTheFirstBlobAlwaysIsASpot) {
+    takeFilterOut();
+    behaviour.singleBlobOnly = false;
+    EXPECT_EQ(kBlob, look({.blobs = {kBlob, kPen}, .darkPicture = false}));
 }
 
 TEST_F(VisionTest, ABlobThatJumpsIsDarkForAWhile) {
@@ -84,8 +91,15 @@ TEST_F(VisionTest, ABlobThatWasAwayHasNotJumped) {
     EXPECT_TRUE(look({.blobs = {kFarBlob}, .darkPicture = true}));
 }
 
+TEST_F(VisionTest, WithoutTheMannerAJumpIsFollowedAtOnce) {
+    takeFilterOut();
+    behaviour.darkAfterJump = false;
+    EXPECT_TRUE(look({.blobs = {kBlob}, .darkPicture = true}));
+    EXPECT_EQ(kFarBlob, look({.blobs = {kFarBlob}, .darkPicture = true}));
+}
+
 TEST_F(VisionTest, PowerUpEndsAMove) {
-    vision.moveFilter(true, now);
+    vision.moveFilter(true, now, true);
     vision.powerUp(false);
     EXPECT_FALSE(vision.filterOut());
     EXPECT_EQ(kPen, look({.pen = kPen}));

@@ -24,6 +24,8 @@ Firmware::Firmware(std::size_t reportLength, DeviceInformation deviceInformation
 void Firmware::powerUp(Microseconds now) {
     nextFrame_ = now;
     flash.forgetWaiting();
+    if (!behaviour.resetsAtPowerOff)
+        return;
     settings_ = {};
     settings_.filterOut = !behaviour.filterInAtPowerUp;
     vision_.powerUp(settings_.filterOut);
@@ -102,7 +104,8 @@ void Firmware::applySettings(const Command& command, Microseconds now) {
                  .exposure = command[5]};
     const bool hushed = quiet(now) || imageMode_;
     applyImageMode(bit(0) && bit(1), now);
-    if (!vision_.moveFilter(bit(2), now))
+    const bool moved = vision_.moveFilter(bit(2), now, behaviour.darkWhileFilterMoves);
+    if (!moved || !behaviour.darkWhileFilterMoves)
         return;
     stream_.hush();
     if (!hushed && !imageMode_)
@@ -117,7 +120,7 @@ void Firmware::applyImageMode(bool wanted, Microseconds now) {
     stream_.idleWithoutEnd(std::nullopt);
     if (std::exchange(imageMode_, true))
         schedule({Task::What::takePicture, {now + kAnswerDelay, ReportKind::picture, 0, {}}});
-    else
+    else if (behaviour.penStopsInImageMode)
         stream_.hush();
 }
 
@@ -131,7 +134,7 @@ void Firmware::keepCalibration(const Command& command) {
     FlashRecord record;
     for (std::size_t value = 0; value < record.size(); ++value)
         record[value] = static_cast<std::uint16_t>(command[2 + 2 * value] | command[3 + 2 * value] << 8);
-    flash.write(command[1], record);
+    flash.write(command[1], record, behaviour.recordsValidTogether);
 }
 
 void Firmware::answerRead(unsigned index, Microseconds now) {
@@ -186,7 +189,7 @@ void Firmware::keepPairingRecord(const Command& command, Microseconds now) {
         return;
     PairingTable::Record record;
     std::copy_n(command.begin() + 2, record.size(), record.begin());
-    pairingTable.store(command[1], record);
+    pairingTable.store(command[1], record, behaviour.pairingRecordsFarOff);
     // The third byte keeps the reply from reading as a spot in range.
     answer({'S', command[1], 0x7F}, 'S', now);
 }
@@ -201,7 +204,7 @@ void Firmware::beQuiet(Microseconds until) {
 }
 
 bool Firmware::quiet(Microseconds now) const {
-    return now < quietUntil_;
+    return behaviour.quietAroundCommands && now < quietUntil_;
 }
 
 void Firmware::schedule(Task task) {
@@ -219,10 +222,13 @@ void Firmware::answer(ReportBytes bytes, std::uint8_t command, Microseconds now)
 }
 
 std::optional<Microseconds> Firmware::nextIdle() const {
-    if (imageMode_ && !stream_.idlesWithoutEnd()) // a picture is to come
+    const bool pictureToCome = imageMode_ && !stream_.idlesWithoutEnd();
+    if (pictureToCome && behaviour.penStopsInImageMode)
         return std::nullopt;
-    const auto due = stream_.nextIdle();
-    return due ? std::optional(std::max(*due, quietUntil_)) : due;
+    const auto due = stream_.nextIdle(behaviour);
+    if (!due)
+        return due;
+    return behaviour.quietAroundCommands ? std::max(*due, quietUntil_) : *due;
 }
 
 Microseconds Firmware::nextEvent() const {

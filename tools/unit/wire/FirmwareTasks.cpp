@@ -36,20 +36,21 @@ void Firmware::perform(const Task& task, Eye& eye) {
         schedule({Task::What::takePicture, {vision_.settledAt(), ReportKind::picture, 0, {}}});
         return;
     }
-    const Picture picture = takePicture(seen, vision_.filterOut());
+    const Picture picture = takePicture(seen, vision_.filterOut(), behaviour.blackLeftColumn);
     Microseconds due = now;
     for (unsigned index = 0; index < kPictureReports; ++index, due += kPictureReportPeriod)
         schedule(
             {Task::What::send, {due, ReportKind::picture, 0, pictureReport(picture, index, reportLength_)}});
-    stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
+    if (behaviour.idleAfterPicture)
+        stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
 }
 
 void Firmware::lookAtFrame(Microseconds now, Eye& eye) {
-    const auto spot = vision_.look(eye.look(now), now);
+    const auto spot = vision_.look(eye.look(now), now, behaviour);
     stream_.see(spot.has_value());
-    if (quiet(now) || imageMode_)
+    if (quiet(now) || (imageMode_ && behaviour.penStopsInImageMode))
         return;
-    if (auto report = stream_.frame(now, spot))
+    if (auto report = stream_.frame(now, spot, behaviour))
         emit(std::move(*report));
 }
 

@@ -25,9 +25,13 @@ void Flash::erase() {
     waiting_ = {};
 }
 
-void Flash::write(unsigned index, const FlashRecord& record) {
+void Flash::write(unsigned index, const FlashRecord& record, bool together) {
     if (index >= kRecords)
         return;
+    if (!together) {
+        valid_[index] = record;
+        return;
+    }
     waiting_[index] = record;
     if (waiting_[0] && waiting_[1]) {
         valid_ = waiting_;

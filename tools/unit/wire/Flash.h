@@ -30,9 +30,9 @@ public:
     // rounded to whole camera units and kept in 16 bits.
     void store(CameraPoint topLeft, CameraPoint topRight, CameraPoint bottomLeft, CameraPoint bottomRight);
     void erase();
-    // Takes a record from the host; others than 0 and 1 are not kept. Neither becomes valid before both have
-    // come.
-    void write(unsigned index, const FlashRecord& record);
+    // Takes a record from the host; others than 0 and 1 are not kept. With together set, neither becomes
+    // valid before both have come.
+    void write(unsigned index, const FlashRecord& record, bool together);
     // Forgets a record that waits for the other one, as power-off does.
     void forgetWaiting();
 

@@ -25,9 +25,9 @@ std::optional<PairingTable::Record> PairingTable::record(unsigned index) const {
     return records_[index];
 }
 
-bool PairingTable::store(unsigned index, const Record& record) {
+bool PairingTable::store(unsigned index, const Record& record, bool farOffOnly) {
     const bool farOff = record[0] >= kLowestFirstByte && record[0] <= kHighestFirstByte;
-    if (index >= kRecords || !farOff)
+    if (index >= kRecords || (farOffOnly && !farOff))
         return false;
     records_[index] = record;
     return true;

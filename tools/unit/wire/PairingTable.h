@@ -20,9 +20,9 @@ public:
 
     // None for an index beyond the table.
     std::optional<Record> record(unsigned index) const;
-    // Stores a record; returns false and keeps the old one for an index beyond the table and for a record
-    // that does not begin with 0x10..0x7F: its reply would read as a spot in range.
-    bool store(unsigned index, const Record& record);
+    // Stores a record; returns false and keeps the old one for an index beyond the table and, with
+    // farOffOnly, for a record that does not begin with 0x10..0x7F: its reply would read as a spot in range.
+    bool store(unsigned index, const Record& record, bool farOffOnly);
 
 private:
     std::array<Record, kRecords> records_{};

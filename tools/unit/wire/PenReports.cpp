@@ -29,9 +29,9 @@ int withinOrBeyond(double coordinate, int range) {
 
 } // namespace
 
-int reportedX(double x) {
+int reportedX(double x, bool avoidZeroLowByte) {
     const int whole = withinOrBeyond(x, kCameraWidth);
-    if ((whole & 0xFF) != 0)
+    if (!avoidZeroLowByte || (whole & 0xFF) != 0)
         return whole;
     if (whole == 0)
         return 1;
@@ -44,8 +44,8 @@ int reportedY(double y) {
     return withinOrBeyond(y, kCameraHeight);
 }
 
-ReportBytes spotReport(CameraPoint spot) {
-    const int x = reportedX(spot.x);
+ReportBytes spotReport(CameraPoint spot, bool avoidZeroLowByte) {
+    const int x = reportedX(spot.x, avoidZeroLowByte);
     const int y = reportedY(spot.y);
     return {1, low(x), high(x), low(y), high(y)};
 }

@@ -17,14 +17,14 @@ inline constexpr int kCameraWidth = 2560;
 inline constexpr int kCameraHeight = 1920;
 
 // The X that a report carries for a spot, in whole camera units. A spot beside the range, on either side of
-// it, is reported with a value above the range. A value whose low byte is 0 is replaced by a neighbour of it
-// that lies inside the range.
-int reportedX(double x);
+// it, is reported with a value above the range. With avoidZeroLowByte set, a value whose low byte is 0 is
+// replaced by a neighbour of it that lies inside the range.
+int reportedX(double x, bool avoidZeroLowByte);
 // Likewise for Y, which has no forbidden values.
 int reportedY(double y);
 
 // The first five bytes of the report for a spot.
-ReportBytes spotReport(CameraPoint spot);
+ReportBytes spotReport(CameraPoint spot, bool avoidZeroLowByte);
 // The first five bytes of the report for no spot.
 ReportBytes noSpotReport();
 

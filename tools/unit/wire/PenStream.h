@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/Geometry.h"
+#include "unit/wire/UnitBehaviour.h"
 #include "unit/wire/UnitReport.h"
 
 namespace lightpen {
@@ -16,7 +17,6 @@ namespace lightpen {
 //   else                                   silence
 //
 // Idle means pen-up reports, fewer than the host's 60 polls a second: it must get some, and empty polls too.
-// A steady stream of them would keep its pointer from ever moving, so they end.
 class PenStream {
 public:
     static constexpr Microseconds kFrame{8'000};
@@ -38,9 +38,10 @@ public:
     // idling, whether it is reported or not.
     void see(bool spot) { spotInSight_ = spot; }
     // The report that this picture gives rise to, at its full five bytes; none for silence.
-    std::optional<UnitReport> frame(Microseconds now, std::optional<CameraPoint> spot);
+    std::optional<UnitReport> frame(Microseconds now, std::optional<CameraPoint> spot,
+                                    const UnitBehaviour& behaviour);
     // When the next idle report is due; none while a spot is in sight or nothing is to come.
-    std::optional<Microseconds> nextIdle() const;
+    std::optional<Microseconds> nextIdle(const UnitBehaviour& behaviour) const;
     // The idle report of this moment.
     UnitReport idle(Microseconds now);
 
@@ -49,11 +50,13 @@ private:
         Microseconds from;
         Microseconds to;
     };
-    std::optional<Microseconds> nextWithin(const std::optional<Window>& window) const;
+    std::optional<Microseconds> nextWithin(const std::optional<Window>& window,
+                                           const UnitBehaviour& behaviour) const;
     UnitReport sent(UnitReport report);
 
     bool spotInSight_ = false;
     bool touching_ = false; // a spot has been reported, no pen-up since
+    unsigned framesOfTouch_ = 0;
     std::optional<Microseconds> lastSent_;
     std::optional<Window> afterTouch_;
     std::optional<Window> afterCommand_;

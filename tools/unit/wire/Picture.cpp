@@ -83,7 +83,7 @@ std::uint8_t screenLevel(bool filterOut, bool dark) {
 
 } // namespace
 
-Picture takePicture(const Scene& scene, bool filterOut) {
+Picture takePicture(const Scene& scene, bool filterOut, bool blackLeftColumn) {
     Picture picture;
     // Without a screen to be seen, what is displayed lights everything.
     picture.fill(!scene.screen && filterOut && !scene.darkPicture ? kBrightDesktop : kDimRoom);
@@ -97,7 +97,7 @@ Picture takePicture(const Scene& scene, bool filterOut) {
     if (scene.pen)
         drawLight(picture, *scene.pen, kSpot);
     for (std::size_t row = 0; row < picture.size(); row += kPictureWidth)
-        picture[row] = kBlack;
+        picture[row] = blackLeftColumn ? kBlack : kWhite;
     return picture;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/Geometry.h"
 #include "platform/Time.h"
+#include "unit/wire/UnitBehaviour.h"
 
 namespace lightpen {
 
@@ -35,19 +36,19 @@ public:
     // Forgets what was seen; the filter is at its place at once.
     void powerUp(bool filterOut);
     bool filterOut() const { return filterOut_; }
-    // Moves the filter; nothing is seen until it has arrived. Returns whether it moved.
-    bool moveFilter(bool out, Microseconds now);
+    // Moves the filter; nothing is seen until it has arrived (while dark is set). Returns whether it moved.
+    bool moveFilter(bool out, Microseconds now, bool dark);
     // True while the filter moves.
     bool moving(Microseconds now) const { return now < movingUntil_; }
     // When its last move is over; long past before the first.
     Microseconds settledAt() const { return movingUntil_; }
 
-    // The spot in this picture; none when there is none, or several. Without the filter only a single blob on
-    // a dark picture is one, and a blob that jumps gives a moment of darkness.
-    std::optional<CameraPoint> look(const Scene& scene, Microseconds now);
+    // The spot in this picture; none when there is none, or several.
+    std::optional<CameraPoint> look(const Scene& scene, Microseconds now, const UnitBehaviour& behaviour);
 
 private:
-    std::optional<CameraPoint> displayedSpot(const Scene& scene, Microseconds now);
+    std::optional<CameraPoint> displayedSpot(const Scene& scene, Microseconds now,
+                                             const UnitBehaviour& behaviour);
 
     bool filterOut_ = false;
     Microseconds movingUntil_{Microseconds::min()};
