@@ -10,10 +10,7 @@ namespace lightpen {
 DebugWindow::DebugWindow(QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::WindowStaysOnTopHint), ui_(std::make_unique<Ui::DebugWindow>()) {
     ui_->setupUi(this);
-    connect(ui_->button, &QPushButton::clicked, this, [this] {
-        if (onButton)
-            onButton();
-    });
+    connect(ui_->button, &QPushButton::clicked, this, [this] { onButton(); });
 }
 
 DebugWindow::~DebugWindow() = default;

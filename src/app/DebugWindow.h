@@ -32,7 +32,7 @@ public:
                   const QString& button);
 
     // Called for the button, and for Enter.
-    std::function<void()> onButton;
+    std::function<void()> onButton = [] {};
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

@@ -10,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include <QIcon>
 #include <QMenu>
 #include <QPointer>
 

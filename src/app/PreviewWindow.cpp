@@ -28,14 +28,8 @@ constexpr int kCharactersInLine = 60;
 PreviewWindow::PreviewWindow(QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::WindowStaysOnTopHint), ui_(std::make_unique<Ui::PreviewWindow>()) {
     ui_->setupUi(this);
-    connect(ui_->previewExitButton, &QPushButton::clicked, this, [this] {
-        if (onExit)
-            onExit();
-    });
-    connect(ui_->previewDetectAgainButton, &QPushButton::clicked, this, [this] {
-        if (onDetectAgain)
-            onDetectAgain();
-    });
+    connect(ui_->previewExitButton, &QPushButton::clicked, this, [this] { onExit(); });
+    connect(ui_->previewDetectAgainButton, &QPushButton::clicked, this, [this] { onDetectAgain(); });
 }
 
 PreviewWindow::~PreviewWindow() = default;

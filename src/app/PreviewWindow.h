@@ -39,9 +39,9 @@ public:
 
     // Called for the exit button, for Escape, and when the window manager closes the window (which hides it
     // in any case).
-    std::function<void()> onExit;
+    std::function<void()> onExit = [] {};
     // Called for the other button, and for Enter unless the exit button has the keyboard.
-    std::function<void()> onDetectAgain;
+    std::function<void()> onDetectAgain = [] {};
 
 protected:
     bool event(QEvent* event) override;

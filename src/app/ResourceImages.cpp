@@ -2,7 +2,6 @@
 #include "app/ResourceImages.h"
 
 #include <optional>
-#include <string>
 
 #include <QGuiApplication>
 #include <QImageReader>

@@ -2,7 +2,6 @@
 #include "calibration/ViewAnimation.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "platform/Platform.h"

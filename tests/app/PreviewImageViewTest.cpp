@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/PreviewImageView.h"
 
-#include <algorithm>
 #include <set>
 
 #include <gtest/gtest.h>

@@ -65,12 +65,11 @@ TEST_F(PreviewWindowTest, IsHiddenUntilItIsShownAndStaysOnTop) {
 }
 
 TEST_F(PreviewWindowTest, ButtonsSayWhatTheyAreAndThoseOfNobodyDoNothing) {
-    for (int time = 0; time < 2; ++time) {
-        window.previewExitButton()->click();
-        window.previewDetectAgainButton()->click();
+    PreviewWindow nobodys;
+    for (const PreviewWindow* clicked : {&window, &nobodys}) {
+        clicked->previewExitButton()->click();
+        clicked->previewDetectAgainButton()->click();
         EXPECT_THAT(calls, ElementsAre("exit", "again"));
-        window.onExit = nullptr;
-        window.onDetectAgain = nullptr;
     }
 }
 

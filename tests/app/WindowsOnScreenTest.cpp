@@ -5,10 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <QApplication>
 #include <QLabel>

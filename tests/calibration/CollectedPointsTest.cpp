@@ -2,7 +2,6 @@
 #include "calibration/CollectedPoints.h"
 
 #include <atomic>
-#include <cmath>
 #include <limits>
 #include <thread>
 

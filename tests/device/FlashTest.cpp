@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Erasing and writing the unit's flash.
-#include <cmath>
 #include <limits>
 
 #include "kit/device/UnitFixture.h"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "device/PenPipeline.h"
 
-#include <cmath>
 #include <limits>
 #include <vector>
 

@@ -6,13 +6,10 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
-#include <thread>
 #include <utility>
 #include <vector>
 

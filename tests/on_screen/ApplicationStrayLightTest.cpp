@@ -2,8 +2,6 @@
 // Stray light in the room when a unit is plugged in, as the application's user has it.
 #include <signal.h>
 
-#include <algorithm>
-
 #include <QImage>
 #include <QRect>
 

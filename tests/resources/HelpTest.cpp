@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The help documents: complete, self-contained, in their own language, and true to what the program shows and
 // reads.
-#include <algorithm>
 #include <filesystem>
 #include <ostream>
 #include <set>

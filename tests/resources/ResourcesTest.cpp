@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The application's data files: what it believes when nobody has chosen anything, its languages, its own
 // name.
-#include <algorithm>
 #include <filesystem>
 #include <map>
 

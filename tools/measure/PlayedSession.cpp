@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "measure/PlayedSession.h"
 
-#include <utility>
-
 #include <QImage>
 #include <QString>
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include <QByteArray>
-#include <QByteArrayList>
 
 namespace lightpen {
 

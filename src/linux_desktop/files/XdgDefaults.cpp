@@ -11,7 +11,6 @@
 #include <utility>
 
 #include <QSettings>
-#include <QStringList>
 #include <QUtf8StringView>
 
 #include "linux_desktop/files/PlainFile.h"

@@ -4,7 +4,6 @@
 #include <limits.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 #include "platform/FileDescriptor.h"

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <functional>
 #include <limits>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

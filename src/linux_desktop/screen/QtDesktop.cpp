@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/QtDesktop.h"
 
-#include <cmath>
 #include <string>
 #include <variant>
 

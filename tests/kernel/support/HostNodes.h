@@ -2,9 +2,7 @@
 // The machine's hidraw nodes as sysfs shows them: what the kernel's host side made of a plugged-in unit.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>

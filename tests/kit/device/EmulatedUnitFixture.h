@@ -2,7 +2,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <memory>
 #include <string>
 #include <vector>
 

@@ -10,8 +10,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <thread>
 

@@ -6,7 +6,6 @@
 #include <sys/resource.h>
 
 #include <future>
-#include <thread>
 
 #include <QCoreApplication>
 

@@ -8,7 +8,6 @@
 #include <mutex>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"

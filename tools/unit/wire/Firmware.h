@@ -5,7 +5,6 @@
 #include <deque>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "unit/wire/Eye.h"
 #include "unit/wire/Flash.h"
