@@ -12,7 +12,6 @@ namespace lightpen {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::Each;
 using testing::ElementsAre;
 using testing::Not;
 using When = UnplugPoint::When;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The check view as the driver shows it and takes it away.
-
 #include "kit/device/CheckViewFixture.h"
 
 namespace lightpen {

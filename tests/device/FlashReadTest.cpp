@@ -4,8 +4,6 @@
 
 namespace lightpen {
 namespace {
-
-using std::chrono::milliseconds;
 using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;

@@ -8,7 +8,6 @@ namespace lightpen {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::seconds;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -239,33 +238,6 @@ TEST_F(FailingQueueTest, TheEndOfTheProgramEndsErrors) {
     failUntil(12, [this] { desk.runLoop.terminate(0); });
     driver->imageReportReceived(kIOReturnSuccess, *failing);
     EXPECT_EQ(polls, 12);
-}
-
-// No picture has ever been asked for, and a tap is shorter than one.
-TEST_F(ImageReportsTest, AShortTapLeavesTheMainLoopFreeAndALongPressFiresOnTime) {
-    arm();
-    const auto pass = [this](const ReportBytes& report) {
-        const auto deeds = passOn(report);
-        EXPECT_EQ(timeOf([this] { runMainLoop(); }), Microseconds(0))
-            << "nobody waits for the rest of a picture";
-        return deeds;
-    };
-    EXPECT_THAT(pass(penReport(301, 402)), Contains("press 301 402"));
-    EXPECT_THAT(pass(penUpReport()), Contains("release 301 402"));
-    EXPECT_THAT(pass(penReport(501, 402)), Contains("press 501 402"));
-    const Microseconds asked = desk.clock.now();
-    const auto holdUntil = [this](Microseconds end) {
-        happened.clear();
-        while (desk.clock.now() < end) {
-            unit.sendReport(penReport(501, 402));
-            run(std::min<Microseconds>(milliseconds(8), end - desk.clock.now()));
-        }
-        return happened.takeDeeds();
-    };
-    EXPECT_THAT(holdUntil(asked + seconds(2) - Microseconds(1)),
-                testing::Not(Contains("right press 501 402")));
-    EXPECT_THAT(holdUntil(asked + seconds(2)),
-                testing::IsSupersetOf({"release 501 402", "right press 501 402", "right release 501 402"}));
 }
 
 } // namespace

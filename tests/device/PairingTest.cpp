@@ -7,8 +7,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::Contains;
-using testing::Each;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr const char* kFile = "NX9_Wireless.bin";

@@ -12,7 +12,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pointee;
-using testing::StartsWith;
 
 class PreviewTest : public PictureFixture {
 protected:

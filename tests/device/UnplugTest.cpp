@@ -141,16 +141,14 @@ TEST_F(UnplugTest, AWriteEndsWithTheUnitAndTheOldCalibrationStays) {
 
 TEST_F(UnplugTest, AnEraseOrAnUpdateEndsWithTheUnit) {
     start();
-    plugIn(camera);
-    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
-    driver->updateTwoValueToDevice();
-    run(1s);
-    expectClosed();
-    plugIn(camera);
-    camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
-    driver->eraseFlashAddress();
-    run(1s);
-    expectClosed();
+    for (const auto operation :
+         {&EventGeneratorNX7::updateTwoValueToDevice, &EventGeneratorNX7::eraseFlashAddress}) {
+        plugIn(camera);
+        camera.faults()->unplug = UnplugPoint{.command = std::uint8_t{0}, .when = When::beforeCommand};
+        (driver.get()->*operation)();
+        run(1s);
+        expectClosed();
+    }
     plugIn(camera);
     expectOpen();
 }
