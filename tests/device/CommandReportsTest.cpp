@@ -14,6 +14,7 @@ namespace {
 using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
+using testing::FieldsAre;
 using testing::SizeIs;
 
 using Bytes = std::vector<std::uint8_t>;
@@ -147,11 +148,8 @@ TEST(CommandReportsTest, MissingPointsAreZero) {
 }
 
 TEST(CommandReportsTest, RecordsReadBackAsTheyWereWritten) {
-    const RecordPoints record = readRecordPoints(recordCommand(0, {{-1, 65536.7}, {4294967295.0, 300}}));
-    EXPECT_EQ(record.x1, 65535);
-    EXPECT_EQ(record.y1, 0);
-    EXPECT_EQ(record.x2, 65535);
-    EXPECT_EQ(record.y2, 300);
+    EXPECT_THAT(readRecordPoints(recordCommand(0, {{-1, 65536.7}, {4294967295.0, 300}})),
+                FieldsAre(65535, 0, 65535, 300));
 }
 
 // Replies
@@ -159,29 +157,17 @@ TEST(CommandReportsTest, RecordsReadBackAsTheyWereWritten) {
 const Bytes kReply{'Y', 2, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1A};
 
 TEST(CommandReportsTest, RepliesAreLittleEndian) {
-    const RecordPoints record = readRecordPoints(kReply);
-    EXPECT_EQ(record.x1, 0x1312);
-    EXPECT_EQ(record.y1, 0x1514);
-    EXPECT_EQ(record.x2, 0x1716);
-    EXPECT_EQ(record.y2, 0x1918);
+    EXPECT_THAT(readRecordPoints(kReply), FieldsAre(0x1312, 0x1514, 0x1716, 0x1918));
 }
 
 TEST(CommandReportsTest, NoRecordCarriesTheInformationInBytes2To6) {
-    const UnitInformation information = informationFromNoRecord(kReply);
-    EXPECT_EQ(information.wireless, 0x12);
-    EXPECT_EQ(information.NX9Ver, 0x13);
-    EXPECT_EQ(information.cmosVer, 0x14);
-    EXPECT_EQ(information.GainValue, 0x15);
-    EXPECT_EQ(information.OPmode, 0x16);
+    // wireless, NX9Ver, cmosVer, GainValue, OPmode
+    EXPECT_THAT(informationFromNoRecord(kReply), FieldsAre(0x12, 0x13, 0x14, 0x15, 0x16));
 }
 
 TEST(CommandReportsTest, TheLastRecordCarriesItInOtherPlaces) {
-    const UnitInformation information = informationFromLastRecord(kReply);
-    EXPECT_EQ(information.wireless, 0x17);
-    EXPECT_EQ(information.NX9Ver, 0x18);
-    EXPECT_EQ(information.cmosVer, 0x19);
-    EXPECT_EQ(information.GainValue, 0x13);
-    EXPECT_EQ(information.OPmode, 0x14);
+    // wireless, NX9Ver, cmosVer, GainValue, OPmode
+    EXPECT_THAT(informationFromLastRecord(kReply), FieldsAre(0x17, 0x18, 0x19, 0x13, 0x14));
 }
 
 TEST(CommandReportsTest, InformationBytesAreUnsigned) {
