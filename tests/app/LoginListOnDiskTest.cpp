@@ -91,7 +91,8 @@ TEST_F(LoginListOnDiskTest, AnApplicationThatMovesTakesItsEntryAlong) {
         EXPECT_THAT(list(), ElementsAre(entry(folder, true)));
         const auto read = DesktopEntry::parse(readFile(autostart + '/' + kFirst));
         ASSERT_TRUE(read);
-        EXPECT_EQ(programOf(read->value("Exec").value_or("")), folder / "LightPenNX7") << "at the next login";
+        EXPECT_EQ(read->value("Exec"), commandLineOf((folder / "LightPenNX7").string()))
+            << "at the next login";
     }
 }
 
