@@ -2,6 +2,7 @@
 #include "calibration/ViewAnimation.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "platform/Platform.h"

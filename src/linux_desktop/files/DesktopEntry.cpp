@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include <QByteArray>
+#include <QByteArrayList>
 
 namespace lightpen {
 
