@@ -18,7 +18,6 @@ struct Board {
     std::map<QString, int> notifications; // by name: how many were heard
     std::size_t presses = 0;
     std::size_t releases = 0;
-    QString caption;
 };
 
 // The notifications of the four sides, in the order left, right, top, bottom.

@@ -132,8 +132,6 @@ void paintLegend(QPainter& painter, QSize size, const Board& board) {
                          .arg(board.presses)
                          .arg(board.releases)
                          .arg(board.rightClicks.size()));
-    if (!board.caption.isEmpty())
-        painter.drawText(line, Qt::AlignRight | Qt::AlignVCenter, board.caption);
 }
 
 } // namespace

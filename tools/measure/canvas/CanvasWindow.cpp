@@ -65,11 +65,6 @@ void CanvasWindow::markHand(QPointF point) {
     update();
 }
 
-void CanvasWindow::setCaption(const QString& caption) {
-    board_.caption = caption;
-    update();
-}
-
 void CanvasWindow::savePicture(const QString& file) {
     const bool saved = grab().save(file, "PNG");
     tell(saved ? Kind::saved : Kind::failed, {}, saved ? file : QStringLiteral("cannot write ") + file);

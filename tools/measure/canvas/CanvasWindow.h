@@ -29,7 +29,6 @@ public:
     bool listenFor(const QString& notification);
     // The demo says where the hand touched; for the picture only.
     void markHand(QPointF point);
-    void setCaption(const QString& caption);
     // Writes a picture of the board; says saved, or failed.
     void savePicture(const QString& file);
 

@@ -3,7 +3,6 @@
 // what the driver believes. It writes one line for each event to standard output and reads commands, one a
 // line, from standard input:
 //   hand X Y       mark where the hand touched
-//   caption TEXT   the text at the lower right
 //   save FILE      write a picture
 //   quit           (or the end of input)
 #include <cstdio>
@@ -32,8 +31,6 @@ std::string perform(CanvasWindow& canvas, const QString& line) {
     if (word == QLatin1String("hand")) {
         canvas.markHand(QPointF(rest.section(QLatin1Char(' '), 0, 0).toDouble(),
                                 rest.section(QLatin1Char(' '), 1, 1).toDouble()));
-    } else if (word == QLatin1String("caption")) {
-        canvas.setCaption(rest);
     } else if (word == QLatin1String("save")) {
         canvas.savePicture(rest);
     } else if (word == QLatin1String("quit")) {
