@@ -3,7 +3,6 @@
 // pen.
 #include <cstdio>
 #include <cstring>
-#include <optional>
 
 #include "emulated/ScreenArea.h"
 #include "measure/CalibrationTrial.h"
@@ -21,24 +20,6 @@ constexpr const char* kUsage =
     "camera, each also with sensor noise of one camera unit. The driver's log and pictures of the targets go "
     "to\n"
     "the folder. Fails when an aim for a sensor without noise is missed.\n";
-
-struct Options {
-    std::filesystem::path output;
-    bool all = false;
-};
-
-std::optional<Options> optionsFrom(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--all") == 0)
-            options.all = true;
-        else if (std::strcmp(argv[i], "--output") == 0 && i + 1 < argc)
-            options.output = folderNamed(argv[++i]);
-        else
-            return std::nullopt;
-    }
-    return options.output.empty() ? std::nullopt : std::optional(options);
-}
 
 // The looks at the main screen.
 CalibrationTrial::NewCapture captures(LinuxPlatform& real) {
@@ -82,7 +63,7 @@ bool report(const std::vector<AccuracyRow>& rows, const std::filesystem::path& o
     return missed.empty();
 }
 
-int perform(DriverDesktop& desktop, const Options& options) {
+int perform(DriverDesktop& desktop, const std::filesystem::path& output, bool all) {
     Platform& platform = desktop.platform;
     CanvasProcess canvas(platform.runLoop); // under the taps, so that nobody else is hit by them
     requireNone(canvas.start(beside("lightpen-canvas")));
@@ -90,21 +71,22 @@ int perform(DriverDesktop& desktop, const Options& options) {
     bus.runInRealTime();
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->awakeFromNib();
-    CalibrationTrial trial(desktop, bus, *controller, captures(desktop.real), options.output);
+    CalibrationTrial trial(desktop, bus, *controller, captures(desktop.real), output);
     std::vector<AccuracyRow> rows;
-    const bool well = play(calibrationScenes(canvas.size(), options.all), trial, rows);
-    const bool met = report(rows, options.output);
+    const bool well = play(calibrationScenes(canvas.size(), all), trial, rows);
+    const bool met = report(rows, output);
     return endWithDriver(platform.runLoop, canvas, well && met);
 }
 
 int calibrationMain(int argc, char** argv) {
-    const auto options = optionsFrom(argc, argv);
-    if (!options) {
+    const bool all = argc == 4 && std::strcmp(argv[3], "--all") == 0;
+    if ((argc != 3 && !all) || std::strcmp(argv[1], "--output") != 0) {
         std::fputs(kUsage, stderr);
         return 2;
     }
-    DriverDesktop desktop(options->output / "calibration.log", settingsIn(options->output));
-    return perform(desktop, *options);
+    const std::filesystem::path output = folderNamed(argv[2]);
+    DriverDesktop desktop(output / "calibration.log", settingsIn(output));
+    return perform(desktop, output, all);
 }
 
 } // namespace
