@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 
 namespace lightpen {
 
@@ -16,25 +14,12 @@ constexpr std::array kRows = {0.021, 0.213, 0.437, 0.706, 0.974};
 // Columns and rows are not straight either: places stand off by so many points, which they take in turn.
 constexpr std::array kShifts = {0.31, -2.77, 1.64, 3.18, -0.92, -3.49, 2.25};
 
-double distance(ScreenPoint one, ScreenPoint other) {
-    return std::hypot(one.x - other.x, one.y - other.y);
-}
-
 ScreenPoint cut(ScreenPoint point) {
     return {std::trunc(point.x), std::trunc(point.y)};
 }
 
-__attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
-    char line[200];
-    std::va_list values;
-    va_start(values, format);
-    std::vsnprintf(line, sizeof line, format, values);
-    va_end(values);
-    return line;
-}
-
 std::string figures(const Spread& spread) {
-    return text("  %6.2f %5.2f %5.2f", spread.median, spread.percentile95, spread.worst);
+    return formatted("  %6.2f %5.2f %5.2f", spread.median, spread.percentile95, spread.worst);
 }
 
 std::string figures(const Distances& distances) {
@@ -70,13 +55,13 @@ Accuracy accuracyOf(const std::vector<Tap>& taps, const Optics& optics) {
 }
 
 std::string tableOf(const std::vector<AccuracyRow>& rows) {
-    std::string table = text("  %-39s  %-40s%s\n", "From the hand to where it comes out, in", "reached",
-                             "limit of the camera's whole numbers") +
-                        text("  %-39s  %-20s%-20s%-20s%s\n", "points (median, 95 of 100, worst)",
-                             "mapped point", "pointer", "mapped point", "pointer");
+    std::string table = formatted("  %-39s  %-40s%s\n", "From the hand to where it comes out, in", "reached",
+                                  "limit of the camera's whole numbers") +
+                        formatted("  %-39s  %-20s%-20s%-20s%s\n", "points (median, 95 of 100, worst)",
+                                  "mapped point", "pointer", "mapped point", "pointer");
     for (const AccuracyRow& row : rows)
-        table += text("  %-18s %-10s %s", row.pose.c_str(), row.session.c_str(),
-                      row.noise > 0 ? text("noise %.1f", row.noise).c_str() : "no noise ") +
+        table += formatted("  %-18s %-10s ", row.pose.c_str(), row.session.c_str()) +
+                 (row.noise > 0 ? formatted("noise %.1f", row.noise) : "no noise ") +
                  figures(row.accuracy.reached) + figures(row.accuracy.limit) + "\n";
     return table;
 }
@@ -85,8 +70,8 @@ std::vector<std::string> missedAims(const std::vector<AccuracyRow>& rows, const 
     std::vector<std::string> sentences;
     const auto check = [&](const AccuracyRow& row, const char* what, double figure, double aim, bool met) {
         if (!met)
-            sentences.push_back(text("%s, %s: %s is %.3f, the aim is %.2f.", row.pose.c_str(),
-                                     row.session.c_str(), what, figure, aim));
+            sentences.push_back(row.pose + ", " + row.session + ": " + what +
+                                formatted(" is %.3f, the aim is %.2f.", figure, aim));
     };
     for (const AccuracyRow& row : rows) {
         if (row.noise > 0)

@@ -2,7 +2,7 @@
 #include "measure/Analysis.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <numeric>
 #include <optional>
@@ -17,10 +17,6 @@ using Seen = CanvasEvent::Kind;
 double nearestRank(const std::vector<double>& sorted, double part) {
     const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(sorted.size())));
     return sorted[std::max<std::size_t>(rank, 1) - 1];
-}
-
-double distance(ScreenPoint one, ScreenPoint other) {
-    return std::hypot(one.x - other.x, one.y - other.y);
 }
 
 std::optional<Injected> sourceOf(Seen kind) {
@@ -66,19 +62,13 @@ std::vector<Landing> landings(const DemoRecord& record) {
     return result;
 }
 
-std::string place(ScreenPoint point) {
-    char text[64];
-    std::snprintf(text, sizeof text, "(%.0f, %.0f)", point.x, point.y);
-    return text;
-}
-
 void lossesOfTouches(const DemoRecord& record, std::vector<std::string>& sentences) {
     const std::vector<Landing> landed = landings(record);
     for (std::size_t i = 0; i < landed.size(); ++i) {
         const HandTouch& touch = record.touches[i];
         if (!onScreen(touch, record.screen))
             continue;
-        const std::string which = "The touch at " + place(touch.first);
+        const std::string which = formatted("The touch at (%.0f, %.0f)", touch.first.x, touch.first.y);
         if (!landed[i].press)
             sentences.push_back(which + " was not seen as a press.");
         else if (!landed[i].release)
@@ -122,6 +112,15 @@ void lossesOfNotifications(const DemoRecord& record, std::span<const std::string
 }
 
 } // namespace
+
+std::string formatted(const char* format, ...) {
+    char text[200];
+    std::va_list values;
+    va_start(values, format);
+    std::vsnprintf(text, sizeof text, format, values);
+    va_end(values);
+    return text;
+}
 
 Spread spreadOf(std::vector<double> values) {
     if (values.empty())

@@ -2,6 +2,7 @@
 // Compares what the hand did and the driver injected with what the canvas saw. Pure.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -13,6 +14,15 @@
 #include "platform/Time.h"
 
 namespace lightpen {
+
+// In the unit of the points' space.
+template <class Space>
+double distance(Point<Space> one, Point<Space> other) {
+    return std::hypot(one.x - other.x, one.y - other.y);
+}
+
+// The text that printf makes of it; the part beyond 199 bytes is left out.
+__attribute__((format(printf, 1, 2))) std::string formatted(const char* format, ...);
 
 // How measured values are spread; each figure but the mean is one of the values (nearest rank). All 0 without
 // values.

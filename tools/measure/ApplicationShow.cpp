@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "measure/Analysis.h"
 #include "measure/Requirement.h"
 #include "measure/desktop/Patience.h"
 #include "platform/Geometry.h"
@@ -35,10 +36,6 @@ std::string lineOf(const std::vector<ScreenPoint>& stroke) {
     for (const ScreenPoint& point : stroke)
         line += " " + std::to_string(std::lround(point.x)) + " " + std::to_string(std::lround(point.y));
     return line;
-}
-
-double distance(ScreenPoint one, ScreenPoint other) {
-    return std::hypot(one.x - other.x, one.y - other.y);
 }
 
 // Where a stroke began and ended.
@@ -75,8 +72,8 @@ void print(const MenuEntry& entry, int depth) {
 
 ApplicationShow::ApplicationShow(std::string program, std::string canvasProgram, RunLoop& runLoop,
                                  std::filesystem::path output)
-    : program_(std::move(program)), canvasProgram_(std::move(canvasProgram)), runLoop_(runLoop),
-      output_(std::move(output)), panel_(busAddress()), application_(program_) {}
+    : canvasProgram_(std::move(canvasProgram)), runLoop_(runLoop), output_(std::move(output)),
+      panel_(busAddress()), application_(std::move(program)) {}
 
 void ApplicationShow::run() {
     try {

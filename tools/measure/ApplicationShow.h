@@ -44,7 +44,6 @@ private:
     bool unitIsReady();
     void printMenu();
 
-    const std::string program_;
     const std::string canvasProgram_;
     RunLoop& runLoop_;
     const std::filesystem::path output_;

@@ -2,7 +2,8 @@
 #include "measure/ReportDelays.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "measure/Analysis.h"
 
 namespace lightpen {
 
@@ -22,11 +23,10 @@ const SentReport* sourceOf(const CanvasEvent& event, const std::vector<SentRepor
     double shortest = kNearEnough;
     for (const SentReport& report : sent) {
         const Microseconds age = event.time - report.time;
-        const double distance =
-            std::hypot(report.place.x - event.position.x, report.place.y - event.position.y);
-        if (age >= Microseconds::zero() && age <= kMemory && distance <= shortest) {
+        const double away = distance(report.place, event.position);
+        if (age >= Microseconds::zero() && age <= kMemory && away <= shortest) {
             nearest = &report;
-            shortest = distance;
+            shortest = away;
         }
     }
     return nearest;

@@ -21,10 +21,6 @@ constexpr int kAttempts = 3;
 // How long the X server may take to hear of the last move, over another connection than this program's.
 constexpr Microseconds kPointerPatience = milliseconds(300);
 
-double distance(CameraPoint one, CameraPoint other) {
-    return std::hypot(one.x - other.x, one.y - other.y);
-}
-
 std::string atPlace(ScreenPoint place) {
     return "The tap at " + NSStringFromPoint(place);
 }
