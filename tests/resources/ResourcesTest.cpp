@@ -128,11 +128,7 @@ TEST_P(LocaleTest, HasItsNameOfASubMenu) {
     EXPECT_EQ(subMenu == "Submenu", identifier == "nl" || identifier == "pt");
 }
 
-INSTANTIATE_TEST_SUITE_P(, LocaleTest, testing::ValuesIn(applicationLanguages()), [](const auto& parameter) {
-    std::string name = parameter.param.identifier;
-    std::erase(name, '-');
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(, LocaleTest, testing::ValuesIn(applicationLanguages()), nameOfLanguage);
 
 TEST(Resources, ThereIsAFolderForEachLocaleAndNoOther) {
     std::vector<std::string> folders;

@@ -3,18 +3,14 @@
 
 #include <algorithm>
 
-#include <QFile>
 #include <QXmlStreamReader>
+
+#include "kit/TemporaryDirectory.h"
 
 namespace lightpen {
 
 HelpDocument::HelpDocument(const std::string& path) {
-    QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = path + ": " + file.errorString().toStdString();
-        return;
-    }
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = QByteArray::fromStdString(readFile(path));
     size = bytes.size();
     QXmlStreamReader reader(bytes);
     while (!reader.atEnd()) {

@@ -169,6 +169,12 @@ Problems doubleProblems(const StringTable& table) {
 
 } // namespace
 
+std::string nameOfLanguage(const testing::TestParamInfo<Language>& language) {
+    std::string name = language.param.key;
+    std::erase(name, ' ');
+    return name;
+}
+
 const std::vector<Language>& applicationLanguages() {
     static const std::vector<Language> languages{
         {"English", "en"},
@@ -233,13 +239,6 @@ std::vector<std::string> problemsOf(const StringTable& table, const std::string&
     append(problems, letterProblems(table, writing));
     append(problems, doubleProblems(table));
     return problems;
-}
-
-std::vector<std::string> problemsBetween(const StringTable& one, const StringTable& other) {
-    const std::string message = textOf(one, kStrayLightMessage);
-    if (message == textOf(other, kStrayLightMessage))
-        return {"one language's message for the other: " + message};
-    return {};
 }
 
 } // namespace lightpen

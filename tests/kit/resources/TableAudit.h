@@ -6,12 +6,17 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 namespace lightpen {
 
 struct Language {
     std::string key;        // names its string table, and is the English text of its name
     std::string identifier; // of its locale
 };
+
+// For the name of a test of it: "TraditionalChinese".
+std::string nameOfLanguage(const testing::TestParamInfo<Language>& language);
 
 // All languages of the application, in the order of its menu.
 const std::vector<Language>& applicationLanguages();
@@ -32,8 +37,5 @@ std::string textOf(const StringTable& table, std::string_view key);
 // What a speaker of the language or the menus would stumble over, a line each; empty when there is nothing.
 // The identifier must be one of the application's languages.
 std::vector<std::string> problemsOf(const StringTable& table, const std::string& identifier);
-
-// Problems that only show beside other tables: two languages with one and the same long text.
-std::vector<std::string> problemsBetween(const StringTable& one, const StringTable& other);
 
 } // namespace lightpen
