@@ -23,10 +23,8 @@ using testing::ElementsAre;
 const std::string kVersions = "Dongle version 2.3\n\n  CMOS version 1.10\n";
 
 std::vector<QWidget*> panels() {
-    std::vector<QWidget*> all;
-    for (QWidget* window : QApplication::topLevelWidgets())
-        if (window->isVisible())
-            all.push_back(window);
+    auto all = topWindows<QWidget>();
+    std::erase_if(all, [](const QWidget* window) { return !window->isVisible(); });
     return all;
 }
 

@@ -116,22 +116,12 @@ TEST_F(ControllerActionsTest, TheMenusCalibrationNamesItsItem) {
     EXPECT_TRUE(windowIsVisible());
 }
 
-TEST_F(ControllerActionsTest, TheTargetHasTheSizeOfItsPicture) {
-    startWithUnit();
-    desk.defaults.set["Auto Calibration"] = true;
-    controller->calibration("x");
-    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
-    ASSERT_NE(used, nullptr);
-    EXPECT_EQ(used->targetSize().width, 48);
-    EXPECT_EQ(used->targetSize().height, 32);
-}
-
 TEST_F(ControllerActionsTest, WithoutItsPictureTheTargetIsAPlainButton) {
     desk.bundle.files.erase("calib.svg");
     startWithUnit();
     controller->calibration("x");
     EXPECT_THAT(log.lines(), Contains("Application: the picture calib.svg is missing"));
-    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
+    const auto used = session();
     ASSERT_NE(used, nullptr);
     EXPECT_EQ(used->targetSize(), (Size{20, 20}));
     EXPECT_TRUE(used->calibrationTarget()->isBordered());

@@ -1,32 +1,27 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <QAction>
 #include <QApplication>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
-#include <QTemporaryDir>
 
 #include "app/LightPenNX7Controller.h"
 #include "app/StatusItem.h"
+#include "kit/TemporaryDirectory.h"
 #include "kit/calibration/SessionFixture.h"
+#include "kit/resources/TableAudit.h"
 
 namespace lightpen {
 
-// An entry of a string table.
-using Text = std::pair<std::string, std::string>;
-
-inline PropertyListDictionary dictionaryOf(const std::vector<Text>& texts) {
+inline PropertyListDictionary dictionaryOf(const StringTable& texts) {
     PropertyListDictionary dictionary;
     for (const auto& [key, text] : texts)
         dictionary.entries.push_back({key, {text}});
@@ -68,17 +63,13 @@ protected:
     }
     // A picture of one colour, as a file of its own.
     void putPicture(const std::string& name, int width, int height, const char* colour) {
-        const QString path = folder.filePath(QString::fromStdString(name + ".svg"));
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly))
-            throw std::runtime_error("no file " + path.toStdString());
-        file.write(QString(R"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%2">)"
-                           R"(<rect width="%1" height="%2" fill="%3"/></svg>)")
-                       .arg(width)
-                       .arg(height)
-                       .arg(colour)
-                       .toUtf8());
-        desk.bundle.files[name + ".svg"] = path.toStdString();
+        const std::string path = desk.bundle.files[name + ".svg"] = folder.file(name + ".svg");
+        writeFile(path, QString(R"(<svg xmlns="http://www.w3.org/2000/svg" width="%1" height="%2">)"
+                                R"(<rect width="%1" height="%2" fill="%3"/></svg>)")
+                            .arg(width)
+                            .arg(height)
+                            .arg(colour)
+                            .toStdString());
     }
     // The controller's last words come after the locals that a test listens with.
     ~ControllerFixture() override {
@@ -101,9 +92,9 @@ protected:
         return list;
     }
     static PropertyListDictionary table(const std::string& mark) {
-        std::vector<Text> texts;
-        for (const QString& key : (QString(kTexts) + kStrayLightMessage).split('|'))
-            texts.emplace_back(key.toStdString(), mark + key.toStdString());
+        StringTable texts;
+        for (const std::string& key : tableKeys())
+            texts.emplace_back(key, mark + key);
         return dictionaryOf(texts);
     }
 
@@ -124,6 +115,10 @@ protected:
         start();
     }
 
+    // The calibration that takes points; null when there is none.
+    std::shared_ptr<KVRCalibrationCenter> session() const {
+        return std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
+    }
     QMenu& menu() const { return *controller->statusItem()->menu(); }
     // One of the program's windows, or a widget in one, by its name.
     template <class Widget = QWidget>
@@ -166,21 +161,10 @@ protected:
     }
     QMenu& submenu(const std::string& text) const { return *item(text).menu(); }
     static std::string addressOf(const QAction& item) {
-        char text[32];
-        std::snprintf(text, sizeof text, "<QAction: %p>", static_cast<const void*>(&item));
-        return text;
+        return QString::asprintf("<QAction: %p>", static_cast<const void*>(&item)).toStdString();
     }
 
-    static constexpr const char* kStrayLightMessage =
-        "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
-        "doesn't close properly. Please open the sliding door, then confirm the detection range.";
-
-    static constexpr const char* kTexts =
-        "Calibration|Projection Distance|Distance1|Distance2|Distance3|Language|Help|About...|Exit|OK|"
-        "Detect again!|Threshold|Forced Exposure|Send to the unit|Camera picture|Debug|"
-        "The camera unit is connected|No camera unit|English|German|Japanese|";
-
-    QTemporaryDir folder;
+    const TemporaryDirectory folder;
     std::shared_ptr<LightPenNX7Controller> controller = std::make_shared<LightPenNX7Controller>();
 };
 

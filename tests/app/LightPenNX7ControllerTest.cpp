@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <thread>
 
-#include <QApplication>
-
 #include "app/ControllerFixture.h"
 #include "device/ChTwoPoint.h"
 
@@ -29,10 +27,6 @@ protected:
         start();
     }
 
-    // The controller's centre, once it takes points.
-    std::shared_ptr<KVRCalibrationCenter> session() const {
-        return std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->delegate());
-    }
     void touchAll() {
         for (const CameraPoint& point : kFour) {
             session()->lightPenCallbackAtPoint(point, *driver);
@@ -72,6 +66,8 @@ TEST_F(LightPenNX7ControllerTest, CalibrationIsAutomaticWhenTheDefaultSaysSo) {
     controller->calibration("x");
     EXPECT_THAT(happened.takeDeeds(),
                 ElementsAre("hide cursor 1", "mode 3 options 76", "filter out", "activate"));
+    ASSERT_NE(session(), nullptr);
+    EXPECT_EQ(session()->targetSize(), (Size{48, 32})) << "its picture's";
 }
 
 TEST_F(LightPenNX7ControllerTest, CompletionInItsOrder) {
@@ -201,13 +197,10 @@ TEST_F(LightPenNX7ControllerTest, ArrivalReadsTheUnitBeforeItsMenu) {
 TEST_F(LightPenNX7ControllerTest, TheKeyWindowTakesTheKeyboardWhenTheMenuOpens) {
     // The key windows that are shown once the menu has opened.
     const auto shownByTheMenu = [this] {
-        std::vector<const ChTwoPoint*> windows;
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* window = dynamic_cast<ChTwoPoint*>(widget)) {
-                window->hide();
-                windows.push_back(window);
-            }
+        for (ChTwoPoint* window : topWindows<ChTwoPoint>())
+            window->hide();
         openMenu();
+        auto windows = topWindows<ChTwoPoint>();
         std::erase_if(windows, [](const ChTwoPoint* window) { return !window->isVisible(); });
         return windows;
     };

@@ -13,10 +13,9 @@
 #include <QPixmap>
 #include <QTimer>
 
-#include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
 #include "kit/linux/SignalRecorder.h"
+#include "kit/linux/TestMain.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
 #include "measure/desktop/MenuOverDBus.h"
 #include "measure/desktop/Patience.h"
@@ -50,6 +49,7 @@ QIcon plainIcon(QRgb colour) {
 
 class StatusItemInPanelTest : public testing::Test {
 protected:
+    StatusItemInPanelTest() { item->setImage(plainIcon(0x808080)); }
     // The panel comes, and the item in it.
     void come() {
         watcher.appear();
@@ -83,15 +83,8 @@ protected:
 
     TestPlatform desk;
     FakeStatusNotifierWatcher watcher{busAddress};
-    std::unique_ptr<StatusItem> item = newItem();
+    std::unique_ptr<StatusItem> item = std::make_unique<StatusItem>();
     std::unique_ptr<MenuOverDBus> panel;
-
-private:
-    static std::unique_ptr<StatusItem> newItem() {
-        auto made = std::make_unique<StatusItem>();
-        made->setImage(plainIcon(0x808080));
-        return made;
-    }
 };
 
 TEST_F(StatusItemInPanelTest, ComesWithThePanelAndShowsWhatWasSetBefore) {
@@ -315,13 +308,7 @@ TEST_F(StatusItemInPanelTest, AClickOpensTheMenuWhereThePanelDoesNot) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
     const lightpen::PrivateBus bus;
-    bus.enter();
     lightpen::busAddress = bus.address();
-    const lightpen::Xvfb server("800x600");
-    server.enter();
-    const QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QApplication>(argc, argv, bus, lightpen::Xvfb("800x600"));
 }

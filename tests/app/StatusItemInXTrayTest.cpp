@@ -10,10 +10,9 @@
 #include <QApplication>
 #include <QPixmap>
 
-#include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
 #include "kit/linux/FakeXTray.h"
+#include "kit/linux/TestMain.h"
 #include "kit/linux/XNeighbour.h"
 #include "measure/desktop/Patience.h"
 
@@ -101,13 +100,7 @@ TEST_F(StatusItemInXTrayTest, ComesBackWithThePanel) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::NoBus none;
-    none.enter();
     const lightpen::Xvfb server("800x600");
-    server.enter();
     lightpen::display = server.display();
-    const QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QApplication>(argc, argv, lightpen::NoBus(), server);
 }

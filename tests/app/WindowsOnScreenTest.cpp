@@ -17,9 +17,8 @@
 #include "app/PreviewPlace.h"
 #include "app/PreviewWindow.h"
 #include "device/FloatPanel.h"
-#include "kit/PrivateBus.h"
 #include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
+#include "kit/linux/TestMain.h"
 #include "kit/linux/WindowManager.h"
 #include "kit/linux/XNeighbour.h"
 #include "kit/resources/ResourceFiles.h"
@@ -107,11 +106,7 @@ TEST_P(PreviewInLanguageTest, ThePanelDoesNotCoverItAndItsTextsAreWhole) {
 }
 
 INSTANTIATE_TEST_SUITE_P(In, PreviewInLanguageTest, testing::ValuesIn(applicationLanguages()),
-                         [](const auto& tested) {
-                             std::string name = tested.param.key;
-                             std::erase(name, ' ');
-                             return name;
-                         });
+                         nameOfLanguage);
 
 TEST_F(WindowsOnScreenTest, ThePreviewIsWholeWhileThePanelIsShown) {
     FloatPanel panel(WindowRect{{double(panelPlace().x()), double(kHeight - panelPlace().bottom() - 1)},
@@ -205,17 +200,11 @@ TEST_F(WindowsOnScreenTest, TheAboutPanelComesToTheFrontAgainAndEscapeClosesIt) 
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const lightpen::NoBus none;
-    none.enter();
     const char* factor = std::getenv("QT_SCALE_FACTOR"); // NOLINT(concurrency-mt-unsafe): no threads yet
     lightpen::scale = factor ? std::atoi(factor) : 1;    // NOLINT(cert-err34-c): a test's own number
     const lightpen::Xvfb server(std::to_string(lightpen::kWidth * lightpen::scale) + 'x' +
                                 std::to_string(lightpen::kHeight * lightpen::scale));
-    server.enter();
     lightpen::display = server.display();
     const lightpen::WindowManager manager(server.display());
-    const QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    return lightpen::runTests<QApplication>(argc, argv, lightpen::NoBus(), server);
 }
