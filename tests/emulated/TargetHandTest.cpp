@@ -1,41 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "emulated/TargetHand.h"
 
-#include <gtest/gtest.h>
-
-#include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
+#include "emulated/UnitOnDesk.h"
 #include "kit/device/OffscreenApplication.h"
-#include "kit/linux/ScreenPainter.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr int kTargetSize = 20;
-
-// A target on a real screen, in virtual time.
-class TargetHandTest : public testing::Test {
+class TargetHandTest : public UnitAtScreen {
 protected:
-    // News of changes come in real time, which virtual time does not wait for: here every look counts.
-    static void SetUpTestSuite() {
-        server = std::make_unique<Xvfb>("640x360", std::vector<std::string>{"-extension", "DAMAGE"});
-    }
-    static void TearDownTestSuite() { server.reset(); }
-
-    TargetHandTest() {
-        bus.runOnMainLoop();
-        unit.plug();
-    }
-    xcb_window_t showTarget(ScreenPoint place) {
-        const xcb_window_t ground = painter.show({0, 0, 640, 360}, 0xFFFFFF);
-        return painter.show({static_cast<int>(place.x) - kTargetSize / 2,
-                             static_cast<int>(place.y) - kTargetSize / 2, kTargetSize, kTargetSize},
-                            0x207020, ground);
-    }
+    TargetHandTest() { unit.plug(); }
+    void showTarget(ScreenPoint place) { UnitAtScreen::showTarget(place, 0xFFFFFF, 0x207020); }
     // The first place that is touched while the hand looks for so long; none when it touches nothing.
     std::optional<ScreenPoint> touchedWithin(Microseconds duration) {
         const Microseconds end = desk.clock.now() + duration;
@@ -43,31 +20,23 @@ protected:
             hand.look();
             if (const auto pen = unit.penOnScreen(desk.clock.now()))
                 return pen;
-            desk.runLoop.runFor(milliseconds(30));
+            wait(milliseconds(30));
         }
         return std::nullopt;
     }
 
-    static std::unique_ptr<Xvfb> server;
     const bool application = ensureOffscreenApplication();
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, {640, 360}};
-    ScreenPainter painter{server->display()};
-    std::string problem;
     bool sessionShown = true;
-    TargetHand hand{control, desk.clock, ScreenCapture::create(server->display().c_str(), problem),
-                    [this] { return sessionShown; }};
+    TargetHand hand{control, desk.clock, std::move(eyes), [this] { return sessionShown; }};
 };
-std::unique_ptr<Xvfb> TargetHandTest::server;
 
 TEST_F(TargetHandTest, ATargetIsTouchedWhereItIsAndAgainWhereItGoes) {
-    const xcb_window_t target = showTarget({511, 40});
+    showTarget({511, 40});
     EXPECT_EQ(touchedWithin(milliseconds(1000)), (ScreenPoint{511, 40}));
     desk.runLoop.runFor(milliseconds(500));
     EXPECT_EQ(touchedWithin(milliseconds(1000)), std::nullopt); // it has been touched there
-    painter.move(target, 100 - kTargetSize / 2, 300 - kTargetSize / 2);
+    moveTarget({100, 300});
     EXPECT_EQ(touchedWithin(milliseconds(1000)), (ScreenPoint{100, 300}));
 }
 

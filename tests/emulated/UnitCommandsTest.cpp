@@ -3,9 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "kit/TestPlatform.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
+#include "emulated/UnitOnDesk.h"
 
 namespace lightpen {
 namespace {
@@ -16,11 +14,8 @@ using testing::IsEmpty;
 
 constexpr Size kScreen{1280, 800};
 
-class UnitCommandsTest : public testing::Test {
+class UnitCommandsTest : public UnitOnDesk {
 protected:
-    UnitCommandsTest() { bus.runOnMainLoop(); }
-
-    void wait(Microseconds duration) { desk.runLoop.runFor(duration); }
     // Asks until the command is done, for a minute at most.
     std::string perform(std::string_view line) {
         for (int i = 0; i < 3000; ++i) {
@@ -38,9 +33,6 @@ protected:
         return places;
     }
 
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, kScreen};
     std::vector<std::string> heard;
     UnitCommands commands{control,
@@ -122,7 +114,9 @@ TEST_F(UnitCommandsTest, WaitingLastsUntilWhatTheHandDidHasArrived) {
     const Microseconds start = desk.clock.now();
     EXPECT_EQ(commands.perform("wait"), std::nullopt);
     EXPECT_EQ(perform("wait"), "ok");
-    EXPECT_GE(desk.clock.now() - start, milliseconds(120) + UnitControl::kEcho);
+    const Microseconds rest = milliseconds(120 + 200) + UnitControl::kEcho; // the touch, and the way back
+    EXPECT_GE(desk.clock.now() - start, rest);
+    EXPECT_LE(desk.clock.now() - start, rest + milliseconds(20));
     EXPECT_EQ(perform("tap 900 700"), "ok");
 }
 

@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "emulated/UnitControl.h"
 
-#include <gtest/gtest.h>
-
-#include "kit/TestPlatform.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
+#include "emulated/UnitOnDesk.h"
 
 namespace lightpen {
 namespace {
@@ -14,14 +10,8 @@ using std::chrono::milliseconds;
 
 constexpr Size kScreen{1024, 700};
 
-struct UnitControlTest : testing::Test {
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>();
+struct UnitControlTest : UnitOnDesk {
     UnitControl control{unit, desk.clock, kScreen};
-
-    UnitControlTest() { bus.runOnMainLoop(); }
-    void wait(Microseconds duration) { desk.runLoop.runFor(duration); }
 };
 
 TEST_F(UnitControlTest, ANewUnitSeesThisScreenFromTheFirstPose) {
@@ -65,18 +55,6 @@ TEST_F(UnitControlTest, TheFlashHoldsWhatTheCameraSeesOfTheTargets) {
     const auto before = *points;
     control.pose("straight"); // the flash does not know that the camera has moved
     EXPECT_EQ(unit.flash()->points(), before);
-}
-
-TEST_F(UnitControlTest, TheHandRestsWhenWhatItDidHasArrived) {
-    EXPECT_TRUE(control.handRests());
-    EXPECT_TRUE(control.play(Hand().tap({300, 200}, milliseconds(100))));
-    EXPECT_FALSE(control.play(Hand().tap({900, 600}))); // and goes on with the first
-    EXPECT_EQ(unit.penOnScreen(desk.clock.now()), (ScreenPoint{300, 200}));
-    wait(milliseconds(310));
-    EXPECT_EQ(control.toPlay(), Microseconds::zero());
-    EXPECT_FALSE(control.handRests());
-    wait(UnitControl::kEcho);
-    EXPECT_TRUE(control.handRests());
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "emulated/UnitWindow.h"
 
-#include <gtest/gtest.h>
-
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
@@ -12,10 +10,8 @@
 #include <QSpinBox>
 
 #include "emulated/CameraPainting.h"
-#include "kit/TestPlatform.h"
+#include "emulated/UnitOnDesk.h"
 #include "kit/device/OffscreenApplication.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
 namespace {
@@ -24,16 +20,13 @@ using std::chrono::milliseconds;
 
 constexpr Size kScreen{1280, 800};
 
-class UnitWindowTest : public testing::Test {
+class UnitWindowTest : public UnitOnDesk {
 protected:
     UnitWindowTest() {
-        bus.runOnMainLoop();
         window.resize(1000, 640);
         window.show();
         window.refresh();
     }
-
-    void wait(Microseconds duration) { desk.runLoop.runFor(duration); }
     template <class Widget>
     Widget& part(const char* name) {
         return *window.findChild<Widget*>(QLatin1String(name));
@@ -70,9 +63,6 @@ protected:
     }
 
     const bool application = ensureOffscreenApplication();
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>();
     UnitControl control{unit, desk.clock, kScreen};
     std::optional<QImage> nextDisplay;
     int looks = 0;

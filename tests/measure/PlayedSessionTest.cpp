@@ -6,12 +6,8 @@
 #include <QImage>
 #include <QString>
 
+#include "emulated/UnitOnDesk.h"
 #include "kit/TemporaryDirectory.h"
-#include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
-#include "kit/linux/ScreenPainter.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
 namespace {
@@ -23,28 +19,12 @@ using testing::IsEmpty;
 
 constexpr std::uint32_t kBlack = 0;
 constexpr std::uint32_t kWhite = 0xFFFFFF;
-constexpr int kTargetSize = 20;
 
 // A session of the test's own on a real screen, in virtual time: it shows a target in one place after the
 // other.
-class PlayedSessionTest : public testing::Test {
+class PlayedSessionTest : public UnitAtScreen {
 protected:
-    // News of changes would come in real time, and virtual time does not wait for them: here every look
-    // counts.
-    static void SetUpTestSuite() {
-        server = std::make_unique<Xvfb>("640x360", std::vector<std::string>{"-extension", "DAMAGE"});
-    }
-    static void TearDownTestSuite() { server.reset(); }
-
-    PlayedSessionTest() { bus.runOnMainLoop(); }
-
-    void show(std::uint32_t background, std::uint32_t colour) {
-        window = painter.show({0, 0, 640, 360}, background);
-        const ScreenPoint place = places.front();
-        target = painter.show({static_cast<int>(place.x) - kTargetSize / 2,
-                               static_cast<int>(place.y) - kTargetSize / 2, kTargetSize, kTargetSize},
-                              colour, window);
-    }
+    void show(std::uint32_t ground, std::uint32_t colour) { showTarget(places.front(), ground, colour); }
     // Notes the touches and goes on at each, but for those that it is to overlook.
     void watchPen() {
         const auto pen = unit.penOnScreen(desk.clock.now());
@@ -58,14 +38,13 @@ protected:
     }
     void next() {
         if (++step < places.size())
-            painter.move(target, static_cast<std::uint32_t>(places[step].x) - kTargetSize / 2,
-                         static_cast<std::uint32_t>(places[step].y) - kTargetSize / 2);
+            moveTarget(places[step]);
         else
             desk.notifications.post({"kCalibrationCompleted", this, {}});
     }
     std::string play(SessionKind kind, const std::function<void()>& start) {
         PlayedSession session(desk.platform, unit, *eyes);
-        std::string problem = session.run(kind, start, picture);
+        problem = session.run(kind, start, picture);
         touches = session.touches();
         completions = session.completions();
         return problem;
@@ -77,27 +56,17 @@ protected:
         });
     }
 
-    static std::unique_ptr<Xvfb> server;
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>({}, Optics::straight({640, 360}));
-    ScreenPainter painter{server->display()};
-    std::string noProblem;
-    std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
     TemporaryDirectory directory;
     std::string picture = directory.file("target.png");
 
     std::vector<ScreenPoint> places = {{100, 40}, {511, 300}, {333, 40}};
     std::size_t step = 0;
     std::size_t overlooked = 0; // so many touches have no effect
-    xcb_window_t window = 0;
-    xcb_window_t target = 0;
     bool penWasDown = false;
     std::vector<ScreenPoint> touched;
     int touches = 0;
     int completions = 0;
 };
-std::unique_ptr<Xvfb> PlayedSessionTest::server;
 
 TEST_F(PlayedSessionTest, TheHandTouchesEachTargetThatItSees) {
     EXPECT_EQ(playByHand(), "");

@@ -5,12 +5,8 @@
 
 #include <cmath>
 
-#include "kit/TestPlatform.h"
-#include "kit/Xvfb.h"
-#include "kit/linux/ScreenPainter.h"
+#include "emulated/UnitOnDesk.h"
 #include "measure/Injection.h"
-#include "unit/CameraUnit.h"
-#include "unit/bus/EmulatedBus.h"
 
 namespace lightpen {
 namespace {
@@ -19,13 +15,9 @@ using testing::IsEmpty;
 
 // In the place of a driver: what a unit reports is mapped with an error of its own, logged as the driver logs
 // it, and the pointer follows.
-class TapSeriesTest : public testing::Test {
+class TapSeriesTest : public UnitAtScreen {
 protected:
-    static void SetUpTestSuite() { server = std::make_unique<Xvfb>("640x360"); }
-    static void TearDownTestSuite() { server.reset(); }
-
     TapSeriesTest() {
-        bus.runOnMainLoop();
         unit.onReport([this](const UnitReport& report) {
             desk.runLoop.performAfterDelay({this, "take", {}, [this, report] { take(report); }}, delay);
         });
@@ -59,13 +51,6 @@ protected:
         ScreenPoint mapped;
     };
 
-    static std::unique_ptr<Xvfb> server;
-    TestPlatform desk;
-    EmulatedBus bus{desk.registry, desk.runLoop, desk.clock};
-    CameraUnit& unit = bus.add<CameraUnit>({}, Optics::straight({640, 360}));
-    ScreenPainter painter{server->display()};
-    std::string noProblem;
-    std::unique_ptr<ScreenCapture> eyes = ScreenCapture::create(server->display().c_str(), noProblem);
     Recording recording;
     std::shared_ptr<Answer> answer = std::make_shared<Answer>();
     std::shared_ptr<KVRCalibrationProtocol> mapping = noted(recording, answer);
@@ -75,7 +60,6 @@ protected:
     Microseconds delay{}; // of reading a report; with one, each report is a stroke of its own
     std::vector<Tap> taps;
 };
-std::unique_ptr<Xvfb> TapSeriesTest::server;
 
 TEST_F(TapSeriesTest, EachTapIsKeptFromTheHandToThePointer) {
     const std::vector<ScreenPoint> places = {{100.3, 40.8}, {600.2, 300.1}, {100.3, 41.9}};
@@ -132,7 +116,7 @@ TEST_F(TapSeriesTest, ATapThatIsNeverReleasedEndsTheSeries) {
 
 TEST_F(TapSeriesTest, AServerThatIsGoneIsSaid) {
     Xvfb other("640x360");
-    eyes = ScreenCapture::create(other.display().c_str(), noProblem);
+    eyes = ScreenCapture::create(other.display().c_str(), problem);
     other.end();
     EXPECT_EQ(tap({{200, 50}}), "The X server does not say where the pointer is.");
 }
