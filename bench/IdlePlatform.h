@@ -4,8 +4,6 @@
 
 #include <cstdlib>
 
-#include <QApplication>
-
 #include <benchmark/benchmark.h>
 
 #include "kit/TestPlatform.h"
@@ -65,13 +63,5 @@ struct IdlePlatform {
                       doubles.sounds,    doubles.dataFiles,
                       doubles.shell};
 };
-
-// Runs the benchmarks with Qt's application object, which the calibration's widgets need, and no display.
-template <class Run>
-int withApplication(int argc, char** argv, Run run) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    return run();
-}
 
 } // namespace lightpen::bench

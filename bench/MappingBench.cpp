@@ -200,18 +200,14 @@ void printDeviation() {
 } // namespace lightpen::bench
 
 int main(int argc, char** argv) {
-    const int status = lightpen::bench::withApplication(argc, argv, [&] {
-        return lightpen::bench::runWithRatios(
-            argc, argv,
-            {{"one point without its log line : perspectiveTransform", "mapWithoutLogLine", "openCVMapPoint",
-              1},
-             {"one point, its line discarded : the same", "mapWithLogDiscarded", "openCVMapPoint"},
-             {"one point by the session, its line discarded", "mapByTheCenterWithLogDiscarded",
-              "openCVMapPoint"},
-             {"16 points : the same", "mapBlock/16", "openCVMapBlock/16"},
-             {"1024 points : the same", "mapBlock/1024", "openCVMapBlock/1024"},
-             {"calculateConstant : getPerspectiveTransform", "solve", "openCVSolve", 1}});
-    });
+    const int status = lightpen::bench::runWithRatios(
+        argc, argv,
+        {{"one point without its log line : perspectiveTransform", "mapWithoutLogLine", "openCVMapPoint", 1},
+         {"one point, its line discarded : the same", "mapWithLogDiscarded", "openCVMapPoint"},
+         {"one point by the session, its line discarded", "mapByTheCenterWithLogDiscarded", "openCVMapPoint"},
+         {"16 points : the same", "mapBlock/16", "openCVMapBlock/16"},
+         {"1024 points : the same", "mapBlock/1024", "openCVMapBlock/1024"},
+         {"calculateConstant : getPerspectiveTransform", "solve", "openCVSolve", 1}});
     if (status == 0)
         lightpen::bench::printDeviation();
     return status;

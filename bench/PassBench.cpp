@@ -15,6 +15,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "linux_desktop/process/StderrLog.h"
 #include "matching/RBIOServiceMatchingServer.h"
+#include "platform/FileDescriptor.h"
 #include "platform/ReportFanOut.h"
 #include "platform/UnitIdentifiers.h"
 
@@ -32,20 +33,12 @@ constexpr std::size_t kReports = 64;
 }
 
 // A descriptor that takes everything.
-class Sink {
-public:
-    explicit Sink(const char* path) : fd_(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
-        if (fd_ < 0)
-            fail("cannot open where to write to");
-    }
-    ~Sink() { close(fd_); }
-    Sink(const Sink&) = delete;
-    Sink& operator=(const Sink&) = delete;
-    int fd() const { return fd_; }
-
-private:
-    const int fd_;
-};
+FileDescriptor sink() {
+    FileDescriptor opened(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (!opened)
+        fail("cannot open where to write to");
+    return opened;
+}
 
 // The records of a move, as a pointer device of the kernel takes them.
 void writeMove(int fd, int x, int y) {
@@ -69,7 +62,7 @@ public:
     }
     IOReturn IOHIDPostEvent(io_connect_t, std::uint32_t, IOGPoint location, const NXMouseEventData&,
                             std::uint32_t, std::uint32_t, std::uint32_t) override {
-        writeMove(sink_.fd(), location.x, location.y);
+        writeMove(sink_.get(), location.x, location.y);
         ++posted;
         return kIOReturnSuccess;
     }
@@ -77,7 +70,7 @@ public:
     long posted = 0;
 
 private:
-    Sink sink_{"/dev/null"};
+    const FileDescriptor sink_ = sink();
 };
 
 // What the camera sees of the four targets.
@@ -210,8 +203,8 @@ BENCHMARK(passWithLogDiscarded);
 
 // What the passing thread spends; a thread of the log's own does the writing.
 void passWithLogWritten(benchmark::State& state) {
-    Sink sink("/dev/null");
-    StderrLog log({.diagnostics = sink.fd(), .output = sink.fd()});
+    const FileDescriptor file = sink();
+    StderrLog log({.diagnostics = file.get(), .output = file.get()});
     dragWith(state, log, &log);
 }
 BENCHMARK(passWithLogWritten);
@@ -231,7 +224,7 @@ void leastForAReport(benchmark::State& state) {
     const std::array<float, 8> solved = Calibrator(kSeen, {{170, 75}, {1580, 930}}).vector();
     std::array<double, 8> k{};
     std::copy(solved.begin(), solved.end(), k.begin());
-    Sink sink("/dev/null");
+    const FileDescriptor file = sink();
     std::size_t next = 0;
     for (auto _ : state) {
         const std::uint8_t* report = reports()[next++ % kReports].data();
@@ -241,7 +234,7 @@ void leastForAReport(benchmark::State& state) {
         const double x = static_cast<std::int16_t>(report[1] | report[2] << 8);
         const double y = static_cast<std::int16_t>(report[3] | report[4] << 8);
         const double scale = 1 / (k[6] * x + k[7] * y + 1);
-        writeMove(sink.fd(), static_cast<int>((k[0] * x + k[1] * y + k[2]) * scale),
+        writeMove(file.get(), static_cast<int>((k[0] * x + k[1] * y + k[2]) * scale),
                   static_cast<int>((k[3] * x + k[4] * y + k[5]) * scale));
     }
 }
@@ -251,12 +244,10 @@ BENCHMARK(leastForAReport);
 } // namespace lightpen::bench
 
 int main(int argc, char** argv) {
-    return lightpen::bench::withApplication(argc, argv, [&] {
-        return lightpen::bench::runWithRatios(
-            argc, argv,
-            {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
-             {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
-             {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
-             {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
-    });
+    return lightpen::bench::runWithRatios(
+        argc, argv,
+        {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
+         {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
+         {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
+         {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
 }

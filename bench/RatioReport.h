@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <QApplication>
+
 #include <benchmark/benchmark.h>
 
 namespace lightpen::bench {
@@ -72,8 +74,11 @@ private:
 };
 
 // The main function of a bench: the usual options of Google Benchmark, repetitions in mixed order (so that a
-// busy moment of the machine does not hit one side alone), then the ratios. Returns the exit status.
+// busy moment of the machine does not hit one side alone), then the ratios. They run with Qt's application
+// object, which the calibration's widgets need, and no display. Returns the exit status.
 inline int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
     std::string defaults[] = {"--benchmark_repetitions=7", "--benchmark_min_time=0.2",
                               "--benchmark_enable_random_interleaving=true"};
     std::vector<char*> arguments{argv[0]};
