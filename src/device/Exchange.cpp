@@ -14,6 +14,8 @@ std::optional<IOHIDEventStruct> ReplyQueue::next() const {
             return event;
         if (result != kIOReturnUnderrun)
             logFailure(static_cast<unsigned>(result));
+        if (looks == kUntilItComes)
+            Platform::current().clock.sleep(kTurnPause);
     }
     return std::nullopt;
 }

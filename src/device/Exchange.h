@@ -18,7 +18,7 @@ struct ReplyQueue {
 
     IOHIDQueueRef queue;               // null: no reply ever comes
     void (*logFailure)(unsigned code); // called each time the queue fails
-    int looks;                         // for one reply; an empty queue is looked at again at once
+    int looks;                         // for one reply; a limited number of looks is made without pauses
 
     // The next reply; empty when no reply has come.
     std::optional<IOHIDEventStruct> next() const;
@@ -27,6 +27,9 @@ struct ReplyQueue {
 // How an exchange goes on: after its question (goOn: look for the reply), and after its reply (goOn: that was
 // the answer).
 enum class Turn { goOn, askAgain, over };
+
+// Between two turns of a wait that may be without end, so that it leaves the processor to others.
+inline constexpr Microseconds kTurnPause = std::chrono::milliseconds(1);
 
 // Asks, pauses and looks for the reply, until one is the answer or the exchange is over; true when it was
 // answered. `ask` sends the question; `take` is given the reply, or nothing. Runs in the caller's thread.
@@ -37,6 +40,8 @@ bool exchange(const ReplyQueue& replies, Microseconds pause, Ask ask, Take take)
         if (turn == Turn::goOn) {
             Platform::current().clock.sleep(pause);
             turn = take(replies.next());
+        } else if (turn == Turn::askAgain) {
+            Platform::current().clock.sleep(kTurnPause);
         }
         if (turn != Turn::askAgain)
             return turn == Turn::goOn;

@@ -9,6 +9,7 @@
 //   settings, bits clear      ->  pen reports again
 #include "device/EventGeneratorNX7.h"
 
+#include "device/Exchange.h"
 #include "device/SharedState.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -145,10 +146,12 @@ void EventGeneratorNX7::imageReportReceived(IOReturn, IOHIDQueueInterface& queue
         const IOReturn result = queue.getNextEvent(event, 0, 0);
         if (result == kIOReturnUnderrun)
             return;
-        if (result == kIOReturnSuccess)
+        if (result == kIOReturnSuccess) {
             takeImageReport(event);
-        else
-            logLine("Event n:405 hid->getNextEvent() unhandled error: %x", static_cast<unsigned>(result));
+            continue;
+        }
+        logLine("Event n:405 hid->getNextEvent() unhandled error: %x", static_cast<unsigned>(result));
+        Platform::current().clock.sleep(kTurnPause);
     }
     if (isDevicePlugIn() && state.imageReady == 1)
         takeReportBehindPicture(queue);
