@@ -86,6 +86,7 @@ bool EventGeneratorNX7::isDevicePlugIn() const {
 void EventGeneratorNX7::startDevice() {
     if (const IOObject unit = presentUnit()) {
         logLine("Event n:2125 Device plugged in on start up, read calibration data from FLASH memory.");
+        _startedUnit = unit.get();
         _isStaring = true;
         _hasNoise = false;
         startHIDMode();
@@ -124,11 +125,36 @@ void EventGeneratorNX7::announceArrival(const DeviceDelegateRef& delegate) {
         delegate->deviceDidAddCallback(*this);
 }
 
+// Another unit beside the open one comes and goes unheard: it must not disturb the pen.
+bool EventGeneratorNX7::openUnitIsListed() const {
+    if (!_opened)
+        return false;
+    const mach_port_t port = RBIOServiceMatchingServer::defaultServer().masterPort();
+    const IOObject services =
+        matchingServices(Platform::current().registry, port, OruServiceMatchingDictionary());
+    while (const IOObject service = services.next())
+        if (service.get() == _hidDevice.get())
+            return true;
+    return false;
+}
+
 void EventGeneratorNX7::deviceDidAdd(io_iterator_t iterator) {
+    if (openUnitIsListed()) {
+        drain(Platform::current().registry, iterator);
+        logLine("Driver: another camera unit has come; the open one stays in use");
+        return;
+    }
     logLine("Event n:647 device did add");
     drain(Platform::current().registry, iterator);
+    openArrivedUnit();
+}
+
+void EventGeneratorNX7::openArrivedUnit() {
     _threshold = 512;
     _deviceMode = 0;
+    // The last unit's reports may have had a length that leaves commands without a byte.
+    sharedState.reportSize = SharedState::kFirstReportLength;
+    sharedState.reportCopyLength = SharedState::kFirstReportLength;
     sharedState.noiseNotifyArmed = 1;
     // A start without a unit left these as if one were open and armed; its first touch would reach the
     // pointer before the calibration does.
@@ -157,6 +183,10 @@ void EventGeneratorNX7::letGoOfUnit() {
 
 void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
     drain(Platform::current().registry, iterator);
+    if (openUnitIsListed()) {
+        logLine("Driver: another camera unit has gone; the open one stays in use");
+        return;
+    }
     logLine("Event n:666 device did removed");
     _stopThread = true;
     letGoOfUnit();
@@ -173,6 +203,18 @@ void EventGeneratorNX7::deviceDidRemove(io_iterator_t iterator) {
     Platform::current().clock.sleep(kDropPause);
     sharedState.close();
     logLine("Event n:594 device did removed");
+    // After the arrivals that are still to be reported: they come first, each with its own message.
+    if (presentUnit())
+        Platform::current().runLoop.performOnMainThread(
+            {this, "openRemainingUnit", {}, [this] { openRemainingUnit(); }});
+}
+
+void EventGeneratorNX7::openRemainingUnit() {
+    const io_object_t unit = presentUnit().get();
+    if (unit == 0 || unit == _startedUnit || _opened || _isStaring)
+        return;
+    logLine("Driver: another camera unit is there; it is opened");
+    Platform::current().registry.withoutNotifications([this] { openArrivedUnit(); });
 }
 
 void EventGeneratorNX7::restartUnit() {
@@ -185,10 +227,12 @@ void EventGeneratorNX7::restartUnit() {
     sharedState.close();
     setThreshold(512);
     _deviceMode = 0;
-    startDevice();
-    const auto delegate = openedForDelegate();
-    if (isDevicePlugIn())
-        announceArrival(delegate);
+    Platform::current().registry.withoutNotifications([this] {
+        startDevice();
+        const auto delegate = openedForDelegate();
+        if (isDevicePlugIn())
+            announceArrival(delegate);
+    });
 }
 
 // Delegates

@@ -305,6 +305,9 @@ private:
 
     DeviceDelegateRef openedForDelegate();
     void announceArrival(const DeviceDelegateRef& delegate);
+    bool openUnitIsListed() const;
+    void openArrivedUnit();
+    void openRemainingUnit();
     void letGoOfUnit();
 
     IOReturn addReportElement(IOHIDQueueInterface* queue, IOReturn before);
@@ -393,9 +396,8 @@ private:
     SharedReference<IOHIDQueueInterface> _PairingData;
     PointListRef _calibrationPoints;
 
-    // The interface that feeds the running queues. The arrival of a second unit replaces the other one, and
-    // its queues would dry up with it.
-    IOHIDDeviceInterfaceRef _queueInterface;
+    bool _opened = false;           // _hidDevice has been opened; main thread
+    io_object_t _startedUnit = 0;   // the unit that was last tried, by its registry handle; main thread
     std::mutex _lock; // around setDelegate and setCalibrationCenter
     // Around the bytes of the output buffer while they are copied in or out: both threads send. Which of two
     // commands goes out is up to them.

@@ -50,7 +50,7 @@ void attachSource(const RunLoopSourceRef& source) {
 
 void EventGeneratorNX7::startHIDMode() {
     _stopThread = false;
-    _hidDevice = {}; // a second unit may have arrived beside the open one
+    _opened = false;
     _hidDevice = getOruHWService();
     if (!_hidDevice) {
         logLine("Event n:2074 hiddevice null.");
@@ -70,12 +70,11 @@ void EventGeneratorNX7::startHIDMode() {
         logLine("Event n:2068 open device failed. %d", result);
         return;
     }
+    _opened = true;
+    setIRFilterGrounded(true); // where a unit's filter is when it gets its power; nothing needs to be sent
     _calibrationPoints = _calibrationPointsFromFlash();
     logLine("Event n:2033 _calibrationPointsFromFlash: %s", describe(_calibrationPoints).c_str());
-    // The image queue is there already when a second unit arrives beside an open one. No thread starts for
-    // it, so the wait for the thread ends here.
-    if (setUpHIDQueueAndCallback() == -1)
-        _isStaring = false;
+    setUpHIDQueueAndCallback();
 }
 
 MatchingDictionary EventGeneratorNX7::OruServiceMatchingDictionary() {
@@ -127,8 +126,8 @@ IOReturn EventGeneratorNX7::closeHIDInterface() {
 
 void EventGeneratorNX7::releaseHIDInterface() {
     _pphidDeviceInterface = nullptr;
-    _queueInterface = nullptr;
     _hidDevice = {};
+    _opened = false;
     // Whatever the pen still held down goes with its unit.
     Platform::current().pointer.releaseButtons();
 }
@@ -186,7 +185,6 @@ IOReturn EventGeneratorNX7::setUpHIDQueueAndCallback() {
     const auto device = _pphidDeviceInterface.load();
     const IOHIDQueueRef queue = device ? device->allocQueue() : nullptr;
     _queue = queue;
-    _queueInterface = device;
     if (queue)
         queue->create(0, kImageQueueDepth);
     logLine("Event n:2010");

@@ -27,6 +27,9 @@ struct PointPair {
 
 // There is one, sharedState. A new driver begins it anew; after that nothing sets it back as a whole.
 struct SharedState : ArmingWords {
+    // The length of commands until a unit's flash read has told its own.
+    static constexpr std::uint8_t kFirstReportLength = 32;
+
     // 1 while points go to the check view. Written by Nx9View (1) and Nx9windowrelease (0).
     SharedWord strayLightViewShown{0};
     // Frames shown in the check view. Written by startDevice (1 with stray light) and the point thread.
@@ -81,8 +84,8 @@ struct SharedState : ArmingWords {
     // How many bytes a command has and setReport sends (reportSize), and how many are copied into the output
     // buffer (reportCopyLength). The flash read sets both from the length of the unit's input report. By
     // design reportSize keeps only its low 8 bits.
-    SharedValue<std::uint8_t> reportSize{32};
-    SharedWord reportCopyLength{32};
+    SharedValue<std::uint8_t> reportSize{kFirstReportLength};
+    SharedWord reportCopyLength{kFirstReportLength};
 
     // The picture that is being put together. Main thread.
     PictureAssembly pictureAssembly;

@@ -296,7 +296,20 @@ void ServiceRegistry::callArmedIterators() {
 void ServiceRegistry::deliver() {
     if (delivering_)
         return;
+    withoutNotifications([this] { deliverDue(); });
+}
+
+void ServiceRegistry::withoutNotifications(const std::function<void()>& work) {
+    if (delivering_)
+        return work();
     delivering_ = true;
+    work();
+    delivering_ = false;
+    if (!events_.empty())
+        scheduleDelivery(events_.front().due - clock_.now());
+}
+
+void ServiceRegistry::deliverDue() {
     Change gathered = Change::arrival; // what waits in the iterators to be reported, if anything does
     while (!events_.empty() && events_.front().due <= clock_.now()) {
         const Event event = events_.front();
@@ -312,9 +325,6 @@ void ServiceRegistry::deliver() {
         if (events_.empty() || events_.front().due > clock_.now())
             callArmedIterators();
     }
-    delivering_ = false;
-    if (!events_.empty())
-        scheduleDelivery(events_.front().due - clock_.now());
 }
 
 // What owns a reference

@@ -113,6 +113,9 @@ public:
                                                       const MatchingDictionary& matching,
                                                       IOServiceMatchingCallback callback, void* refcon,
                                                       io_iterator_t& iterator);
+    // Does the work as a callback would: what arrives or leaves meanwhile is reported after it, even when the
+    // work runs the loop.
+    void withoutNotifications(const std::function<void()>& work);
 
     // The next object, with a reference for the caller; 0 at the end, which arms a notification's iterator.
     io_object_t IOIteratorNext(io_iterator_t iterator);
@@ -171,6 +174,7 @@ private:
     void enqueue(Change change, io_service_t service, Microseconds delay);
     void signalPorts();
     void deliver();
+    void deliverDue();
     bool stands(const Event& event) const;
     void takeIntoIterators(const Event& event);
     void callArmedIterators();

@@ -82,11 +82,10 @@ TEST_F(CheckViewTest, ABurstIsOneDrawing) {
 TEST_F(CheckViewTest, ARequestDiesWithItsPanelAndDoesNotHoldBackTheNextUnitsPen) {
     openShowing();
     passOn(200, 100);
-    driver->deviceDidRemove(0);
-    runMainLoop();
+    unplug();
     EXPECT_FALSE(panel());
     unitAnswers.sightings = 0;
-    driver->deviceDidAdd(0);
+    plugIn();
     turnTaking.nextTurn();
     for (int i = 0; i < 6; ++i)
         lift();

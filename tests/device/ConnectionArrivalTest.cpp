@@ -217,28 +217,95 @@ class SecondUnitTest : public ConnectionArrivalTest {
 protected:
     SecondUnitTest() {
         driver->setCalibrationCenter(std::make_shared<ShiftingMapper>());
+        second.onSetReport = [this](const SentReport& report) {
+            if (report.bytes.at(0) == 'H')
+                second.sendReport(UnitFlash{}.answerTo(report.bytes.at(1)));
+            return kIOReturnSuccess;
+        };
         plugIn();
+        arm();
+        run(milliseconds(20)); // what armed the driver is no picture
+        forget();
         heard();
-        second.emplace(desk, ScriptedUnit::Shape{.product = 2});
-        second->plugIn();
+    }
+    ~SecondUnitTest() override {
+        endThreads();
+        second.onSetReport = nullptr;
+    }
+    void plugInSecond() {
+        second.plugIn();
         run(seconds(3));
     }
-    std::optional<ScriptedUnit> second;
+    ScriptedUnit second{desk, {.product = 2}};
 };
 
-TEST_F(SecondUnitTest, StartsNoSecondThreadAndIsNotWaitedFor) {
-    EXPECT_THAT(desk.threads.entries, SizeIs(1));
-    EXPECT_THAT(heard(), ElementsAre("statMenu", "add"));
-}
-
-TEST_F(SecondUnitTest, LeavesTheFirstOnesPenAlive) {
-    arm();
+TEST_F(SecondUnitTest, IsLeftAloneWhileTheFirstIsOpen) {
+    plugInSecond();
+    EXPECT_THAT(second.takeOperations(), IsEmpty());
+    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"Driver: another camera unit has come; the open one stays in use"});
     EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
 }
 
-TEST_F(SecondUnitTest, LeavesNoReferenceBehind) {
+TEST_F(SecondUnitTest, ComesAndGoesWithinAStroke) {
+    EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
+    driver->deviceDidAdd(0);
+    EXPECT_THAT(passOn(penReport(402, 303)), ElementsAre("drag 402 303"));
+    driver->deviceDidRemove(0);
+    EXPECT_THAT(passOn(penReport(403, 305)), ElementsAre("drag 403 305"));
+    EXPECT_THAT(passOn(penUpReport()), ElementsAre("release 403 305"));
+    EXPECT_THAT(passOn(penReport(501, 402)), testing::Contains("press 501 402"));
+}
+
+TEST_F(SecondUnitTest, LeavesUnheardBesideTheOpenOne) {
+    plugInSecond();
+    forget();
+    second.unplug();
+    run(seconds(1));
+    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"Driver: another camera unit has gone; the open one stays in use"});
+    EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
+}
+
+TEST_F(SecondUnitTest, IsOpenedWhenTheFirstLeaves) {
+    plugInSecond();
+    EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
     unplug();
-    second->unplug();
+    run(seconds(3));
+    EXPECT_THAT(heard(), ElementsAre("remove", "statMenu", "add"));
+    EXPECT_EQ(second.heldDevices(), 1);
+    EXPECT_TRUE(EventGeneratorNX7::isUnitOpen());
+    EXPECT_EQ(turnTaking.running(), 1);
+    for (int pass = 0; pass < 7; ++pass) {
+        second.sendReport(penUpReport());
+        turnTaking.nextTurn();
+    }
+    turnTaking.nextTurn();
+    happened.clear();
+    second.sendReport(penReport(77, 88));
+    turnTaking.nextTurn();
+    EXPECT_THAT(happened.takeDeeds(), testing::Contains("press 77 88"));
+}
+
+// What cannot be opened is tried once, not again and again.
+TEST_F(SecondUnitTest, ThatCannotBeOpenedIsNotTriedTwice) {
+    plugInSecond();
+    second.script().answer("device.open", kIOReturnNotPrivileged);
+    after(seconds(30), [this] { second.unplug(); });
+    unplug();
+    run(seconds(40));
+    const auto calls = second.takeOperations();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "device.open(0)"), 1);
+    EXPECT_FALSE(EventGeneratorNX7::isUnitOpen());
+}
+
+TEST_F(SecondUnitTest, LeavesNoReferenceBehind) {
+    plugInSecond();
+    unplug();
+    run(seconds(3));
+    second.unplug();
     run(seconds(1));
     EXPECT_EQ(desk.registry.liveObjects(), kWithoutUnit);
 }

@@ -69,9 +69,15 @@ TEST_F(ConnectionRemovalTest, TheIteratorIsEmptiedFirst) {
     io_iterator_t iterator = 0;
     desk.registry.IOServiceGetMatchingServices(0, IOServiceMatching("IOHIDDevice"), iterator);
     const std::size_t held = desk.registry.liveObjects();
-    atPauses([&](int, Microseconds) { EXPECT_EQ(desk.registry.IOIteratorNext(iterator), 0U); });
+    unit.unplug();
+    int pauses = 0;
+    atPauses([&](int number, Microseconds) {
+        pauses = number;
+        EXPECT_EQ(desk.registry.IOIteratorNext(iterator), 0U);
+    });
     driver->deviceDidRemove(iterator);
     desk.registry.IOObjectRelease(iterator);
+    EXPECT_EQ(pauses, 4);
     EXPECT_LT(desk.registry.liveObjects(), held);
 }
 
@@ -121,6 +127,7 @@ TEST_F(ConnectionRemovalTest, AStrokeUnderWayIsReleasedByTheLastReport) {
 TEST_F(ConnectionRemovalTest, AStrokeUnderWayIsReleasedByTheThreadsEndToo) {
     arm();
     EXPECT_THAT(passOn(penReport(401, 302)), Contains("press 401 302"));
+    unit.unplug();
     driver->deviceDidRemove(0);
     EXPECT_THAT(deedsWith("release "), ElementsAre("release buttons", "release 401 302"));
     EXPECT_EQ(turnTaking.running(), 0);

@@ -103,17 +103,6 @@ TEST_F(PointThreadTest, AnEmptyPollAsksWithoutWaitingSleepsAndSaysNothing) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(PointThreadTest, NothingIsPolledWhileAnotherUnitArrives) {
-    openArmed();
-    int polls = 0;
-    pointsQueue()->beforePoll = [&] { ++polls; };
-    driver->deviceDidAdd(0);
-    EXPECT_EQ(polls, 0);
-    pass();
-    EXPECT_EQ(polls, 1);
-    pointsQueue()->beforePoll = nullptr;
-}
-
 TEST_F(PointThreadTest, OnlyTheNewestReportIsSeen) {
     openArmed();
     unit.sendReport(penReport(101, 201));

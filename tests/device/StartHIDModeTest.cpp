@@ -60,28 +60,6 @@ TEST_F(StartHIDModeTest, AReadThatFailsStillStartsTheQueues) {
     EXPECT_THAT(desk.threads.entries, SizeIs(1));
 }
 
-// A second unit beside the open one
-
-TEST_F(StartHIDModeTest, AQueueThatIsThereAlreadyEndsTheStartWithoutAThread) {
-    open();
-    forget();
-    driver->startHIDMode();
-    EXPECT_EQ(unit.takeOperations().back(), "queue3.dispose()") << "of the flash read";
-    EXPECT_THAT(desk.threads.entries, SizeIs(1));
-}
-
-TEST_F(StartHIDModeTest, ASecondStartKeepsNoReferenceToTheFirstService) {
-    const std::size_t before = desk.registry.liveObjects();
-    plugIn();
-    for (int i = 0; i < 3; ++i)
-        driver->startHIDMode();
-    EXPECT_EQ(unit.heldDevices(), 2) << "the first one feeds the queues";
-    driver->releaseHIDInterface();
-    EXPECT_EQ(unit.heldDevices(), 0);
-    unplug();
-    EXPECT_EQ(desk.registry.liveObjects(), before);
-}
-
 // Before and after
 
 TEST_F(StartHIDModeTest, SettingsBeforeTheFirstCommandAreThoseOfTheRead) {
@@ -91,6 +69,14 @@ TEST_F(StartHIDModeTest, SettingsBeforeTheFirstCommandAreThoseOfTheRead) {
     unit.takeSent();
     driver->removeIRFilter();
     EXPECT_EQ(sentText(unit.takeSent().at(0)), "send 00 44 00 02 02 17 (32 bytes, 100 ms)");
+}
+
+TEST_F(StartHIDModeTest, AnOpenedUnitHasItsFilterIn) {
+    EXPECT_FALSE(driver->IRFilterGrounded());
+    open();
+    EXPECT_TRUE(driver->IRFilterGrounded());
+    for (const SentReport& report : unit.takeSent())
+        EXPECT_NE(report.bytes.at(0), 0) << "nothing is sent for it";
 }
 
 } // namespace
