@@ -114,6 +114,7 @@ void LightPenNX7Controller::makeStatusItem() {
     statusItem_ = std::make_unique<StatusItem>();
     statusItem_->setImage(resourceIcon("disconn"));
     statusItem_->setMenuOpened([this] { menuOpened(); });
+    statusItem_->setMenuClosed([] { EventGeneratorNX7::giveBackPairingKeys(); });
     printText("Light n:342 menu 設定\n");
     Platform::current().runLoop.runFor(kPanelTurn);
 }
@@ -219,8 +220,8 @@ void LightPenNX7Controller::showToolTip() {
         displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit"));
 }
 
-// A desktop may have refused the keyboard to the key window when it was made; now the user turns to this
-// program.
+// A desktop may have refused the keyboard to the key window when it was made; now, and until the menu closes,
+// the user turns to this program.
 void LightPenNX7Controller::menuOpened() {
     if (const auto menu = statusItem_->menu())
         validateItems(*menu);

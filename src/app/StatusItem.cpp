@@ -30,6 +30,10 @@ StatusItem::StatusItem() {
         if (opened_)
             opened_();
     });
+    QObject::connect(&shown_, &QMenu::aboutToHide, [this] {
+        if (closed_)
+            closed_();
+    });
     letGo_.setSingleShot(true);
     QObject::connect(&letGo_, &QTimer::timeout, [this] { letGoOfOldMenus(); });
     // The panel may come after this item's end; the menu's guard tells.

@@ -36,6 +36,8 @@ public:
     void setToolTip(const QString& toolTip);
     // The handler is called whenever the user opens the menu.
     void setMenuOpened(std::function<void()> opened) { opened_ = std::move(opened); }
+    // The handler is called when the menu has closed, by a choice or without one.
+    void setMenuClosed(std::function<void()> closed) { closed_ = std::move(closed); }
 
 private:
     void appear();
@@ -47,6 +49,7 @@ private:
     std::shared_ptr<QMenu> menu_;
     std::vector<std::shared_ptr<QMenu>> old_;
     std::function<void()> opened_;
+    std::function<void()> closed_;
     QTimer letGo_;
     // A panel may never notice that an icon has another menu. So the icon keeps this one for ever, which
     // takes over the actions of the menu in force.

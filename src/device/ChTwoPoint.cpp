@@ -61,6 +61,32 @@ void ChTwoPoint::makeKeyAndOrderFront() {
     setFocus(Qt::OtherFocusReason);
 }
 
+void ChTwoPoint::borrowKeyboard() {
+    if (hadKeyboard_)
+        return;
+    borrowing_ = true;
+    makeKeyAndOrderFront();
+}
+
+// A window that goes away gives the keyboard up; shown again, it does not ask for it.
+void ChTwoPoint::giveKeyboardBack() {
+    if (!borrowing_)
+        return;
+    hide();
+    show();
+    borrowing_ = false;
+}
+
+void ChTwoPoint::focusInEvent(QFocusEvent* event) {
+    hadKeyboard_ = hadKeyboard_ || !borrowing_;
+    QWidget::focusInEvent(event);
+}
+
+void ChTwoPoint::focusOutEvent(QFocusEvent* event) {
+    sharedState.forgetKeys();
+    QWidget::focusOutEvent(event);
+}
+
 // A keyboard of Russian, Thai or Greek letters has no Z. There the key counts that stands in the same place.
 void ChTwoPoint::keyPressEvent(QKeyEvent* event) {
     event->accept();

@@ -21,6 +21,8 @@ public:
     void keyDown(std::uint16_t keyCode);
 
     void makeKeyAndOrderFront() override;
+    void borrowKeyboard() override;
+    void giveKeyboardBack() override;
 
     // --- There by name, and without effect: an invisible window has no place among others and takes no
     // clicks
@@ -33,12 +35,17 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    // What was typed before counts no more: its other half may come in quite another place.
+    void focusOutEvent(QFocusEvent* event) override;
     // The Tab key is a key like any other.
     bool focusNextPrevChild(bool) override { return false; }
 
 private:
     WindowLevel level_ = WindowLevel::statusBar;
     bool ignoresMouseEvents_ = false;
+    bool hadKeyboard_ = false; // by makeKeyAndOrderFront
+    bool borrowing_ = false;
 };
 
 } // namespace lightpen

@@ -243,9 +243,11 @@ public:
     void Nx9commd(std::uint32_t IDCode);
     // Sends the pairing data file to the unit. Point thread. Repeats unanswered records in the same way.
     void Nx9inPairing();
-    // Asks for the keyboard for the pairing key window, where there is one and the unit's pens are tied by a
-    // table. Main thread.
+    // Asks for the keyboard for the pairing key window, where there is one that the desktop has refused the
+    // keyboard and the unit's pens are tied by a table. Main thread.
     static void askForPairingKeys();
+    // Gives the keyboard back where the pairing key window has it. Main thread.
+    static void giveBackPairingKeys();
 
     // --- Kept by name: nothing in this system calls these.
 
@@ -315,6 +317,7 @@ private:
     void restartUnit();
 
     IOReturn nextPointEvent(PointThreadState& thread);
+    bool refusesPairingExit();
     void performPairingExit();
     void poll(PointThreadState& thread);
     bool throwsAway(const PointThreadState& thread);
@@ -396,9 +399,9 @@ private:
     SharedReference<IOHIDQueueInterface> _PairingData;
     PointListRef _calibrationPoints;
 
-    bool _opened = false;           // _hidDevice has been opened; main thread
-    io_object_t _startedUnit = 0;   // the unit that was last tried, by its registry handle; main thread
-    std::mutex _lock; // around setDelegate and setCalibrationCenter
+    bool _opened = false;         // _hidDevice has been opened; main thread
+    io_object_t _startedUnit = 0; // the unit that was last tried, by its registry handle; main thread
+    std::mutex _lock;             // around setDelegate and setCalibrationCenter
     // Around the bytes of the output buffer while they are copied in or out: both threads send. Which of two
     // commands goes out is up to them.
     std::mutex _outputBytes;

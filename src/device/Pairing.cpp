@@ -8,6 +8,8 @@
 //                             <-  "S"                           sending
 #include "device/EventGeneratorNX7.h"
 
+#include <algorithm>
+
 #include "device/Exchange.h"
 #include "device/PairingKeyWindow.h"
 #include "device/SharedState.h"
@@ -20,6 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::uint32_t kPairingQueueDepth = 1;
+constexpr std::size_t kTableBytes = kPairingRecords * kPairingRecordBytes;
 constexpr Microseconds kReplyPause = milliseconds(100);
 constexpr std::size_t kPrintedReplyBytes = 10;
 constexpr Microseconds kKeyWindowPause = milliseconds(10);
@@ -57,6 +60,17 @@ ReportBuffer readPairingFile() {
     ReportBuffer file = bytes.value_or(ReportBuffer());
     file.resize(kPairingFileLimit);
     return file;
+}
+
+// The file that comes with the program is all zeros. Sent to a unit, it would untie every pen.
+bool pairingFileWasNeverRead() {
+    const DataFiles& files = Platform::current().dataFiles;
+    const auto paths = files.locate(kPairingFileName);
+    const auto bytes = paths ? files.read(paths->toRead, kPairingFileLimit) : std::nullopt;
+    if (!bytes)
+        return false;
+    const auto table = std::span(*bytes).first(std::min(bytes->size(), kTableBytes));
+    return std::ranges::all_of(table, [](std::uint8_t byte) { return byte == 0; });
 }
 
 void savePairingFile(const ReportBuffer& table) {
@@ -169,6 +183,14 @@ void EventGeneratorNX7::Nx9inPairing() {
     }
 }
 
+bool EventGeneratorNX7::refusesPairingExit() {
+    if (!pairingFileWasNeverRead())
+        return false;
+    logLine("Pairing: no table has been read from a unit yet, so there is none to send");
+    sharedState.forgetKeys();
+    return true;
+}
+
 // The pairing key window
 
 void EventGeneratorNX7::makePairingKeyWindow() {
@@ -189,7 +211,12 @@ void EventGeneratorNX7::makePairingKeyWindow() {
 void EventGeneratorNX7::askForPairingKeys() {
     const auto keyWindow = sharedState.pairingKeyWindow.load();
     if (keyWindow && sharedState.wireless == 0)
-        keyWindow->makeKeyAndOrderFront();
+        keyWindow->borrowKeyboard();
+}
+
+void EventGeneratorNX7::giveBackPairingKeys() {
+    if (const auto keyWindow = sharedState.pairingKeyWindow.load())
+        keyWindow->giveKeyboardBack();
 }
 
 void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {

@@ -14,6 +14,10 @@ public:
     virtual void setIgnoresMouseEvents(bool ignores) = 0;
     // Shows it in front and asks for the keyboard. A desktop that refuses the keyboard is left alone.
     virtual void makeKeyAndOrderFront() = 0;
+    // Asks for the keyboard once more where makeKeyAndOrderFront did not get it, until giveKeyboardBack.
+    virtual void borrowKeyboard() = 0;
+    // The window that had the keyboard before borrowKeyboard has it again.
+    virtual void giveKeyboardBack() = 0;
 };
 
 // Makes the window, still hidden; clicks do not pass. Null where there is nothing to show a window on.

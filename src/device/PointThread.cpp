@@ -87,7 +87,7 @@ bool EventGeneratorNX7::threadEnds(const PointThreadState& thread) {
 }
 
 bool EventGeneratorNX7::pointThreadPass(PointThreadState& thread) {
-    if (pairingExitRequested()) {
+    if (pairingExitRequested() && !refusesPairingExit()) {
         performPairingExit();
         return false;
     }

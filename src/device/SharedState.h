@@ -55,7 +55,7 @@ struct SharedState : ArmingWords {
     SharedWord checkViewHeight{0};
     WindowRect checkViewRect;
     // Keys of the pairing key window, which sets them; Escape also by a click on the check view's panel.
-    // Cleared by the point thread.
+    // Cleared by the point thread, and when the window loses the keyboard.
     SharedWord keyZPressed{0};
     SharedWord keyDeletePressed{0};
     SharedWord keyCPressed{0};
@@ -93,6 +93,12 @@ struct SharedState : ArmingWords {
     // reports (1).
     SharedWord imageReady{0};
 
+    void forgetKeys() {
+        keyZPressed = 0;
+        keyDeletePressed = 0;
+        keyCPressed = 0;
+        keyEscapePressed = 0;
+    }
     // A zero-filled command of the unit's length.
     ReportBuffer emptyCommand() const { return scratchBuffer(reportSize, reportCopyLength); }
 };

@@ -130,6 +130,38 @@ TEST_F(ChTwoPointTest, TheKeyboardIsAskedForAgainOnlyWhereThePensAreTied) {
     EXPECT_FALSE(made().front()->isVisible());
 }
 
+TEST_F(ChTwoPointTest, KeysDieWhenTheKeyboardGoesElsewhere) {
+    startTied();
+    QCoreApplication::processEvents();
+    ChTwoPoint& window = *made().front();
+    EXPECT_EQ(press(window, Qt::Key_Z), "(1 , 0 , 0 , 0)");
+    QWidget editor;
+    editor.show();
+    editor.activateWindow();
+    QCoreApplication::processEvents();
+    ASSERT_FALSE(window.isActiveWindow());
+    EXPECT_EQ(press(window, Qt::Key_Backspace), "(0 , 1 , 0 , 0)") << "the pair must be typed in one go";
+}
+
+// The menu's turn
+
+TEST_F(ChTwoPointTest, AMenuLeavesTheKeyboardWhereTheStartGotIt) {
+    startTied();
+    QCoreApplication::processEvents();
+    ChTwoPoint& window = *made().front();
+    ASSERT_TRUE(window.isActiveWindow());
+    EventGeneratorNX7::askForPairingKeys();
+    EventGeneratorNX7::giveBackPairingKeys();
+    EXPECT_TRUE(window.isActiveWindow()) << "nothing was borrowed";
+    QWidget editor;
+    editor.show();
+    editor.activateWindow();
+    QCoreApplication::processEvents();
+    EventGeneratorNX7::askForPairingKeys();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(editor.isActiveWindow()) << "nobody types into the wrong window";
+}
+
 TEST_F(ChTwoPointTest, TheLastReferenceMayBeDroppedOnAnotherThread) {
     auto window = newPairingKeyWindow();
     const QPointer<ChTwoPoint> widget = dynamic_cast<ChTwoPoint*>(window.get());

@@ -144,6 +144,37 @@ TEST_F(PointThreadKeysTest, NothingIsPairedWhileTheCheckViewIsShown) {
     EXPECT_EQ(turnTaking.running(), 1);
 }
 
+// The file that comes with the program, or is cut short.
+TEST_F(PointThreadKeysTest, ATableThatWasNeverReadIsNotSentAndTheProgramStays) {
+    for (const std::size_t length : {std::size_t{112}, std::size_t{560}, std::size_t{0}}) {
+        ReportBytes zeros(length);
+        if (length > 112)
+            zeros.back() = 1; // behind the table
+        desk.dataFiles.put("NX9_Wireless.bin", zeros);
+        if (length == 112)
+            openPairedWith(0);
+        log.clear();
+        press({kVirtualKeyZ, kVirtualKeyDelete});
+        EXPECT_THAT(pass(), IsEmpty());
+        EXPECT_EQ(log.lines().back(),
+                  "Pairing: no table has been read from a unit yet, so there is none to send");
+        EXPECT_EQ(press({kNoVirtualKey}), "(0 , 0 , 0 , 0)");
+        EXPECT_EQ(turnTaking.running(), 1);
+    }
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
+}
+
+TEST_F(PointThreadKeysTest, OneByteMakesATable) {
+    ReportBytes table(112);
+    table[111] = 1;
+    desk.dataFiles.put("NX9_Wireless.bin", table);
+    openPairedWith(0);
+    unitAnswers.then = [](const SentReport&) { return kIOReturnNoDevice; };
+    press({kVirtualKeyZ, kVirtualKeyDelete});
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(turnTaking.exitStatus(), 0);
+}
+
 // Whether the key window takes the mouse
 
 TEST_F(PointThreadKeysTest, TheKeyWindowTakesTheMouseOnlyWhileThereIsNoReport) {
