@@ -30,6 +30,13 @@ std::int16_t coordinate(int pixel) {
     return static_cast<std::int16_t>(std::clamp<int>(pixel, Limits::min(), Limits::max()));
 }
 
+// The server keeps a button down whose program was killed in a stroke, until somebody releases it.
+void releaseEverything(xcb_connection_t* connection) {
+    for (const std::uint8_t button : {kLeftButton, kRightButton})
+        xcb_test_fake_input(connection, XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    xcb_flush(connection);
+}
+
 } // namespace
 
 std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::string& problem) {
@@ -44,6 +51,7 @@ std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::str
         problem = "the X server has no test extension";
         return nullptr;
     }
+    releaseEverything(connection.get());
     return std::unique_ptr<XTestPointer>(new XTestPointer(std::move(connection)));
 }
 

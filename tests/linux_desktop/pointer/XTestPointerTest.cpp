@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
@@ -53,6 +55,28 @@ TEST_F(XTestPointerTest, LeavesNothingPressedBehind) {
     EXPECT_TRUE(observer.becomes({41, 31, false, true}));
     pointer.reset();
     EXPECT_TRUE(observer.becomes({41, 31, false, false}));
+}
+
+// The server keeps what a killed program held down. Its connection just ends, as at a SIGKILL.
+TEST_F(XTestPointerTest, LetsGoOfWhatAKilledProgramHeld) {
+    for (const auto press : {kLeftMouseDown, kRightMouseDown}) {
+        const bool left = press == kLeftMouseDown;
+        const pid_t program = fork();
+        if (program == 0) {
+            std::string problem;
+            PointerOver held(XTestPointer::create(server->display().c_str(), problem), geometry);
+            held.post(press, {51, 61});
+            pause();
+        }
+        ASSERT_GT(program, 0);
+        EXPECT_TRUE(observer.becomes({51, 61, left, !left}));
+        kill(program, SIGKILL);
+        waitpid(program, nullptr, 0);
+        EXPECT_TRUE(observer.becomes({51, 61, left, !left})) << "the server's way";
+        std::string problem;
+        auto next = XTestPointer::create(server->display().c_str(), problem);
+        EXPECT_TRUE(observer.becomes({51, 61, false, false}));
+    }
 }
 
 TEST(XTestPointerFailure, AServerThatDiesEndsNothingButTheEvents) {
