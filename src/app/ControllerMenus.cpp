@@ -84,8 +84,12 @@ void LightPenNX7Controller::loadLanguage(const std::string& identifier, MenuMode
 }
 
 std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::string& identifier) const {
-    if (const std::string* key = firstKeyFor(languageDict, identifier))
+    if (const std::string* key = languageKeyFor(languageDict, identifier))
         return *key;
+    if (const std::string* key = firstKeyFor(languageDict, kFallbackIdentifier)) {
+        logLine("Application: there is no language \"%s\"; the menu is in English", identifier.c_str());
+        return *key;
+    }
     logLine("Range error in LightPenNX7Controller %p constructMenu: Language.plist has no language for the "
             "identifier \"%s\"%s",
             static_cast<const void*>(this), identifier.c_str(),

@@ -11,8 +11,6 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::string_view kFallback = "en";
-
 constexpr std::string_view kEnglishHelp = "enu";
 constexpr std::pair<std::string_view, std::string_view> kHelpDocuments[] = {
     {"zh-Hant", "cht"}, {"zh-Hans", "chs"}, {"ja", "jpn"},   {"it", "ita"},
@@ -33,7 +31,7 @@ std::string chooseIdentifier(const std::string& wanted) {
         if (order == 0)
             return wanted;
     }
-    return std::string(kFallback);
+    return std::string(kFallbackIdentifier);
 }
 
 const std::string* textFor(const PropertyListDictionary& dictionary, std::string_view key) {
@@ -44,6 +42,16 @@ const std::string* textFor(const PropertyListDictionary& dictionary, std::string
 const std::string* firstKeyFor(const PropertyListDictionary& dictionary, std::string_view text) {
     for (const auto& [key, value] : dictionary.entries)
         if (const auto* candidate = value.as<std::string>(); candidate && *candidate == text)
+            return &key;
+    return nullptr;
+}
+
+const std::string* languageKeyFor(const PropertyListDictionary& languages, std::string_view identifier) {
+    if (const std::string* key = firstKeyFor(languages, identifier))
+        return key;
+    for (const auto& [key, value] : languages.entries)
+        if (const auto* candidate = value.as<std::string>();
+            candidate && compareIgnoringCase(*candidate, identifier) == 0)
             return &key;
     return nullptr;
 }

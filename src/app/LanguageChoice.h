@@ -15,6 +15,9 @@ namespace lightpen {
 inline constexpr std::array<std::string_view, 16> kSupportedIdentifiers{
     "en", "zh-Hant", "zh-Hans", "de", "fr", "es", "it", "pt", "nl", "sv", "ko", "ru", "ja", "pl", "th", "uk"};
 
+// The language of whoever has none of them.
+inline constexpr std::string_view kFallbackIdentifier = "en";
+
 // -1, 0 or 1 as the first text comes before the second, is equal to it, or comes behind it; letters of the
 // Latin alphabet count the same whether small or capital.
 int compareIgnoringCase(std::string_view first, std::string_view second);
@@ -28,6 +31,10 @@ const std::string* textFor(const PropertyListDictionary& dictionary, std::string
 
 // The first key that has exactly this text; null when there is none.
 const std::string* firstKeyFor(const PropertyListDictionary& dictionary, std::string_view text);
+
+// The language of the identifier: the first key with exactly this one, else the first whose identifier
+// differs in nothing but its case, as a hand may have written it; null when there is none.
+const std::string* languageKeyFor(const PropertyListDictionary& languages, std::string_view identifier);
 
 // The name of the help document for the language that the user chose; English without a choice. The
 // comparison is exact, and a plain "de" has no document of its own.

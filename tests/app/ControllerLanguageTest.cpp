@@ -91,7 +91,33 @@ TEST_F(ControllerLanguageTest, AChoiceWinsOverTheSystemUntilItIsForgotten) {
     EXPECT_EQ(exitTitle(), "de:Exit");
 }
 
-TEST_F(ControllerLanguageTest, AnIdentifierWithoutALanguageEndsTheProgramWithItsName) {
+// Only a hand writes them so.
+TEST_F(ControllerLanguageTest, AnIdentifierThatDiffersInItsCaseAloneFindsItsTable) {
+    wantEverything();
+    desk.defaults.set["Language"] = std::string("EN");
+    startWithUnit();
+    EXPECT_EQ(exitTitle(), "Exit");
+    EXPECT_THAT(itemsOf(submenu("Language")), Contains("* English"));
+    desk.defaults.set["Language"] = std::string("jA");
+    controller->localeDidChanged({});
+    EXPECT_EQ(exitTitle(), "ja:Exit");
+    desk.defaults.set.erase("Language");
+    desk.locales.languages = {"DE"};
+    controller->localeDidChanged({});
+    EXPECT_EQ(exitTitle(), "de:Exit");
+}
+
+TEST_F(ControllerLanguageTest, AnIdentifierWithoutATableIsEnglishAndTold) {
+    desk.defaults.set["Language"] =
+        std::string("FR"); // a language of the program, which lacks its table here
+    start();
+    controller->localeDidChanged({});
+    EXPECT_EQ(exitTitle(), "Exit");
+    EXPECT_THAT(log.lines(), Contains("Application: there is no language \"FR\"; the menu is in English"));
+}
+
+TEST_F(ControllerLanguageTest, AMissingLanguageListEndsTheProgramWithItsName) {
+    desk.bundle.dictionaries.erase("Language.plist");
     const auto expectEnd = [this](const char* lastWords) {
         try {
             controller->awakeFromNib();
@@ -101,13 +127,8 @@ TEST_F(ControllerLanguageTest, AnIdentifierWithoutALanguageEndsTheProgramWithIts
         }
         EXPECT_THAT(log.lines().back(), EndsWith(lastWords));
     };
-    desk.locales.languages = {"DE"};
-    expectEnd("Language.plist has no language for the identifier \"DE\"");
-    desk.defaults.set["Language"] = std::string("EN"); // only a hand writes it so
-    expectEnd(
-        "Language.plist has no language for the identifier \"EN\" (chosen by \"Language\" in the settings)");
-    controller = std::make_shared<LightPenNX7Controller>(); // it has read the list
-    desk.bundle.dictionaries.erase("Language.plist");
+    desk.locales.languages = {"ja"};
+    expectEnd("Language.plist has no language for the identifier \"ja\"");
     desk.defaults.set["Language"] = std::string("de");
     expectEnd(
         "Language.plist has no language for the identifier \"de\" (chosen by \"Language\" in the settings)");
