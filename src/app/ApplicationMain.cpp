@@ -18,8 +18,10 @@ void applicationMain(const std::function<int()>& mainLoop) {
     QGuiApplication::setWindowIcon(resourceIcon("Picture 1"));
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->awakeFromNib();
+    const int status = mainLoop();
+    controller->programEnds();
     // Without destructors: the driver's threads may still run.
-    Platform::current().runLoop.exitProcess(mainLoop());
+    Platform::current().runLoop.exitProcess(status);
 }
 
 } // namespace lightpen

@@ -99,6 +99,8 @@ public:
     void about(const std::string& sender);
     // Ends the program, from nested waits too.
     void exit(const std::string& sender);
+    // Leaves the unit as the next program wants to find it. After the main loop, whatever has ended it.
+    void programEnds() const { calibrationCenter_->programEnds(); }
     // Hiding the window has the pen's reports taken again.
     void showPreviewWindow(bool show);
     // Shows the window when it is hidden, hides it when it is shown.

@@ -239,6 +239,11 @@ void KVRCalibrationCenter::cancelSession() {
         });
 }
 
+void KVRCalibrationCenter::programEnds() {
+    if (autoCalibration)
+        driver().putIRFilter();
+}
+
 // Nothing happens once the session, or the centre, is gone.
 void KVRCalibrationCenter::performForSession(const SessionRef& session, const char* selector,
                                              std::function<void(KVRCalibrationCenter&)> operation) {

@@ -99,6 +99,8 @@ public:
     void calibrationDidCancel(const Notification& notification);
     // Asks for the session under way to be cancelled as by the user. Any thread.
     void cancelSession();
+    // The program ends: what a session has changed in the unit is put back. Windows end with the program.
+    void programEnds();
     // Shows the cursor again that an automatic session has hidden.
     void windowWillClose(const Notification& notification);
 

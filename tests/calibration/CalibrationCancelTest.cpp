@@ -51,6 +51,19 @@ TEST_F(CalibrationCancelTest, EscapeFromAnAutomaticSessionInItsOrder) {
     EXPECT_THAT(happened.takeDeeds(), IsEmpty()) << "the cursor is there already";
 }
 
+TEST_F(CalibrationCancelTest, TheEndOfTheProgramPutsTheFilterBack) {
+    start(Kind::automatic);
+    EXPECT_FALSE(driver->IRFilterGrounded());
+    happened.clear();
+    center->programEnds();
+    EXPECT_THAT(happened.takeDeeds(), testing::ElementsAre("filter in"));
+    pressEscape();
+    start(Kind::manual);
+    happened.clear();
+    center->programEnds();
+    EXPECT_THAT(happened.takeDeeds(), IsEmpty()) << "it is in";
+}
+
 TEST_F(CalibrationCancelTest, CancelAtEveryStepAndInEveryGlide) {
     for (const Kind kind : {Kind::manual, Kind::automatic})
         for (std::size_t touches = 0; touches < 4; ++touches)

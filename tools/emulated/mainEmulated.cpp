@@ -201,7 +201,9 @@ int emulatedMain(int argc, char** argv) {
     controller->awakeFromNib();
     desk.started();
     // Without destructors: the driver's threads may still run.
-    real.platform().runLoop.exitProcess(real.run());
+    const int status = real.run();
+    controller->programEnds();
+    real.platform().runLoop.exitProcess(status);
     return EXIT_FAILURE;
 }
 
