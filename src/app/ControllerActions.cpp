@@ -14,6 +14,7 @@
 #include "app/MenuItems.h"
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
+#include "calibration/CalibrationQuality.h"
 #include "calibration/KVRCalibrationTarget.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -22,7 +23,7 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::int64_t kMenuTargets = 4;
+constexpr int kMenuTargets = 4;
 // Lets the unit finish writing its flash before the next command.
 constexpr Microseconds kFlashPause = std::chrono::milliseconds(500);
 constexpr std::uint32_t kReadPairingTable = 'R';
@@ -32,6 +33,17 @@ PointListRef pointsOf(const Notification& notification) {
     const auto* points =
         found == notification.userInfo.end() ? nullptr : std::any_cast<PointListRef>(&found->second);
     return points ? *points : nullptr;
+}
+
+// The calibration of what a flash read yields, which has more behind it; null without one.
+PointListRef firstFourOf(const PointListRef& points) {
+    if (!points || points->size() < kMenuTargets)
+        return nullptr;
+    return std::make_shared<const PointList>(points->begin(), points->begin() + kMenuTargets);
+}
+
+bool isGood(const PointList& points) {
+    return points.size() != kMenuTargets || leastCornerShare(points) >= kLeastGoodShare;
 }
 
 } // namespace
@@ -58,14 +70,52 @@ void LightPenNX7Controller::calibration(const std::string& sender) {
 void LightPenNX7Controller::calibrationDidComplete(const Notification& notification) {
     EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
     const PointListRef points = pointsOf(notification);
-    driver.writeCalibrationToFlash(points);
+    const PointListRef before = firstFourOf(driver.calibrationPointsFromFlash());
+    const bool stored = driver.writeCalibrationToFlash(points);
     calibrationCenter_->setCalibrationPoints(points);
     driver.setDelegate(nullptr);
     driver.setCalibrationCenter(calibrationCenter_);
     logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
+    tellOfCalibration(points, before, stored);
     Platform::current().clock.sleep(kFlashPause);
     if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);
+}
+
+// A session takes any four touches. Three of them close to one line map most of the screen far from the pen.
+void LightPenNX7Controller::tellOfCalibration(const PointListRef& points, const PointListRef& before,
+                                              bool stored) {
+    if (!points || (stored && isGood(*points)))
+        return;
+    UserNotice notice;
+    if (stored) {
+        notice.title = text("The calibration may be wrong");
+        notice.text =
+            text("Three of the places that you touched are close to one line. The pen may miss its place.");
+    } else {
+        notice.title = text("The calibration was not stored");
+        notice.text =
+            text("The camera unit did not take it. The pen works with it until the unit is unplugged.");
+    }
+    const auto offer = [&](const char* label, std::function<void(LightPenNX7Controller&)> perform) {
+        notice.actions.push_back({text(label), [points, perform, weak = weak_from_this()] {
+                                      // Another unit, or another calibration, is none of this notice's
+                                      // business.
+                                      const auto self = weak.lock();
+                                      if (self && self->calibrationCenter_->calibrationPoints() == points)
+                                          perform(*self);
+                                  }});
+    };
+    offer("Calibrate again", [](auto& self) { self.calibration("notice"); });
+    if (before)
+        offer("Keep the one before", [before](auto& self) { self.restoreCalibration(before); });
+    Platform::current().shell.notices.show(std::move(notice));
+}
+
+void LightPenNX7Controller::restoreCalibration(const PointListRef& points) {
+    logLine("Application: the calibration before is in force again");
+    EventGeneratorNX7::sharedEventGeneratorNX7()->writeCalibrationToFlash(points);
+    calibrationCenter_->setCalibrationPoints(points);
 }
 
 // The exposure is the unit's own; the marks only tell which distance it fits.

@@ -127,6 +127,8 @@ private:
     void showToolTip();
     void menuOpened();
     void showDeviceRemoved();
+    void tellOfCalibration(const PointListRef& points, const PointListRef& before, bool stored);
+    void restoreCalibration(const PointListRef& points);
 
     std::string choosePreferredLanguage() const;
     void loadLanguage(const std::string& identifier, MenuMode menuMode);
@@ -141,6 +143,7 @@ private:
     void addLanguages(QMenu& menu, const std::string& identifier);
     void loadLanguages();
     QString displayText(std::string_view key) const;
+    std::string text(std::string_view key) const { return displayText(key).toStdString(); }
     void markDistances(std::int32_t exposure) const;
 
     // The preview window and what it shows, the debug window and its two fields.

@@ -5,6 +5,7 @@
 #include "platform/Locales.h"
 #include "platform/LoginItems.h"
 #include "platform/StatusBar.h"
+#include "platform/UserNotices.h"
 #include "platform/Workspace.h"
 
 namespace lightpen {
@@ -16,6 +17,7 @@ struct ApplicationShell {
     LoginItems& loginItems;
     StatusBar& statusBar;
     Workspace& workspace;
+    UserNotices& notices;
 };
 
 } // namespace lightpen

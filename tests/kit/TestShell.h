@@ -104,6 +104,20 @@ public:
     std::vector<std::string> opened;
 };
 
+// Keeps what was shown; a test chooses an action by its label.
+class RecordingNotices final : public UserNotices {
+public:
+    void show(UserNotice notice) override { shown.push_back(std::move(notice)); }
+    // Of the last notice.
+    std::vector<std::string> labels() const {
+        std::vector<std::string> labels;
+        for (const auto& action : shown.back().actions)
+            labels.push_back(action.label);
+        return labels;
+    }
+    std::vector<UserNotice> shown;
+};
+
 // A shell of doubles.
 struct TestShell {
     MemoryBundle bundle;
@@ -111,7 +125,8 @@ struct TestShell {
     MemoryLoginItems loginItems;
     ManualStatusBar statusBar;
     RecordingWorkspace workspace;
-    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace};
+    RecordingNotices notices;
+    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace, notices};
 };
 
 } // namespace lightpen

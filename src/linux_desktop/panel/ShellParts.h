@@ -7,6 +7,7 @@
 
 #include "linux_desktop/files/ApplicationBundle.h"
 #include "linux_desktop/files/XdgLoginItems.h"
+#include "linux_desktop/panel/DesktopNotices.h"
 #include "linux_desktop/panel/TrayStatusBar.h"
 #include "linux_desktop/process/LinuxLocales.h"
 #include "linux_desktop/process/QtWorkspace.h"
@@ -28,7 +29,8 @@ struct ShellParts {
     XdgLoginItems loginItems;
     TrayStatusBar statusBar;
     QtWorkspace workspace;
-    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace};
+    DesktopNotices notices;
+    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace, notices};
 };
 
 } // namespace lightpen

@@ -199,25 +199,32 @@ const std::vector<Language>& applicationLanguages() {
 
 const std::vector<std::string>& tableKeys() {
     static const std::vector<std::string> keys = [] {
-        std::vector<std::string> all{"Calibration",
-                                     "Projection Distance",
-                                     "Distance1",
-                                     "Distance2",
-                                     "Distance3",
-                                     "Language",
-                                     "Help",
-                                     "About...",
-                                     "Exit",
-                                     "Detect again!",
-                                     kStrayLightMessage,
-                                     "Threshold",
-                                     "Forced Exposure",
-                                     "Send to the unit",
-                                     "Camera picture",
-                                     "Debug",
-                                     "The camera unit is connected",
-                                     "No camera unit",
-                                     "OK"};
+        std::vector<std::string> all{
+            "Calibration",
+            "Projection Distance",
+            "Distance1",
+            "Distance2",
+            "Distance3",
+            "Language",
+            "Help",
+            "About...",
+            "Exit",
+            "Detect again!",
+            kStrayLightMessage,
+            "Threshold",
+            "Forced Exposure",
+            "Send to the unit",
+            "Camera picture",
+            "Debug",
+            "The camera unit is connected",
+            "No camera unit",
+            "The calibration may be wrong",
+            "Three of the places that you touched are close to one line. The pen may miss its place.",
+            "Calibrate again",
+            "Keep the one before",
+            "The calibration was not stored",
+            "The camera unit did not take it. The pen works with it until the unit is unplugged.",
+            "OK"};
         for (const Language& language : applicationLanguages())
             all.push_back(language.key);
         return all;
