@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "linux_desktop/panel/DesktopNotices.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include <QCoreApplication>
+
+#include "kit/Eventually.h"
+#include "kit/PrivateBus.h"
+#include "kit/RecordingLog.h"
+#include "kit/linux/FakeNotificationServer.h"
+
+namespace lightpen {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::unique_ptr<PrivateBus> bus;
+
+class DesktopNoticesTest : public testing::Test {
+protected:
+    template <class Condition>
+    static bool becomes(Condition condition) {
+        return eventually(condition, [] { QCoreApplication::processEvents(); });
+    }
+    // A notice whose actions write their numbers down.
+    void show(const std::string& title) {
+        notices.show({title, "a < b & c", {{"first", [this] { chosen.push_back(0); }}, {"second", [this] {
+                                                                                            chosen.push_back(
+                                                                                                1);
+                                                                                        }}}});
+    }
+    // What was on its way has arrived: the bus keeps the order, and this notice comes behind it.
+    void letNewsArrive() {
+        const std::size_t before = server->shown.size();
+        notices.show({"later", "", {}});
+        EXPECT_TRUE(becomes([&] { return server->shown.size() > before; }));
+        QCoreApplication::processEvents();
+    }
+
+    RecordingLog log;
+    std::unique_ptr<FakeNotificationServer> server = std::make_unique<FakeNotificationServer>(bus->address());
+    DesktopNotices notices;
+    std::vector<int> chosen;
+};
+
+TEST_F(DesktopNoticesTest, IsShownWithItsActions) {
+    show("The title");
+    ASSERT_TRUE(becomes([&] { return server->shown.size() == 1; }));
+    EXPECT_EQ(server->shown[0].title, "The title");
+    EXPECT_EQ(server->shown[0].text, "a &lt; b &amp; c");
+    EXPECT_EQ(server->shown[0].actions, (QStringList{"0", "first", "1", "second"}));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(DesktopNoticesTest, WhatTheUserChoosesIsDoneOnce) {
+    show("one");
+    show("two");
+    ASSERT_TRUE(becomes([&] { return server->shown.size() == 2; }));
+    letNewsArrive();
+    server->choose(2, "1");
+    server->choose(2, "0");
+    server->choose(1, "0");
+    EXPECT_TRUE(becomes([&] { return chosen.size() == 2; }));
+    letNewsArrive();
+    EXPECT_THAT(chosen, ElementsAre(1, 0));
+}
+
+TEST_F(DesktopNoticesTest, NonsenseAndOtherProgramsNoticesDoNothing) {
+    show("one");
+    ASSERT_TRUE(becomes([&] { return server->shown.size() == 1; }));
+    letNewsArrive();
+    for (const char* key : {"2", "-1", "", "default", "0x0", "18446744073709551616"})
+        server->choose(1, key);
+    server->choose(77, "0");
+    letNewsArrive();
+    EXPECT_THAT(chosen, IsEmpty());
+    server->close(1);
+    server->choose(1, "0");
+    letNewsArrive();
+    EXPECT_THAT(chosen, IsEmpty()) << "it was closed";
+}
+
+TEST_F(DesktopNoticesTest, ADesktopWithoutNoticesGetsALogLine) {
+    server.reset();
+    show("The title");
+    EXPECT_TRUE(becomes([&] { return !log.lines().empty(); }));
+    EXPECT_THAT(log.lines(), ElementsAre("Notices: The title: a < b & c"));
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    lightpen::bus = std::make_unique<lightpen::PrivateBus>();
+    lightpen::bus->enter();
+    const QCoreApplication application(argc, argv);
+    const int result = RUN_ALL_TESTS();
+    lightpen::bus.reset();
+    return result;
+}
