@@ -165,8 +165,10 @@ TEST_P(HelpTest, SettingsAreWrittenAsTheyAreRead) {
 }
 
 TEST_P(HelpTest, NamesTheRuleThatIsShipped) {
-    const std::string rule = "packaging/70-lightpen-nx7.rules";
-    EXPECT_TRUE(std::filesystem::is_regular_file(shippedFile("../" + rule)));
+    const std::string rule = "packaging/70-lightpen-nx7*.rules";
+    for (const char* name : {"", "-uinput"})
+        EXPECT_TRUE(std::filesystem::is_regular_file(
+            shippedFile("../packaging/70-lightpen-nx7" + std::string(name) + ".rules")));
     ASSERT_EQ(document.commands.size(), 4u);
     EXPECT_EQ(document.commands[1], "sudo cp " + rule + " /etc/udev/rules.d/");
     EXPECT_THAT(document.commands[2], HasSubstr("udevadm control --reload"));

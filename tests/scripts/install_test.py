@@ -56,7 +56,8 @@ class InstallTest(unittest.TestCase):
         self.assertTrue((icons / (keys["Icon"] + ".svg")).is_file())
 
     def test_the_system_finds_its_rule_and_the_signals(self):
-        self.assertTrue((self.prefix / "lib" / "udev" / "rules.d" / "70-lightpen-nx7.rules").is_file())
+        for name in ("70-lightpen-nx7.rules", "70-lightpen-nx7-uinput.rules"):
+            self.assertTrue((self.prefix / "lib" / "udev" / "rules.d" / name).is_file(), name)
         self.assertTrue((self.prefix / "share" / "dbus-1" / "interfaces" / "org.lightpen.NX7.xml").is_file())
 
 

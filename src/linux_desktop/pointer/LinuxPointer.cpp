@@ -61,7 +61,7 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     const std::lock_guard hold(mutex_);
     if (!device_) {
         if (!std::exchange(problemLogged_, true))
-            logLine("Pointer: no events can be posted (%s); install 70-lightpen-nx7.rules into "
+            logLine("Pointer: no events can be posted (%s); install 70-lightpen-nx7-uinput.rules into "
                     "/etc/udev/rules.d, as root call \"udevadm control --reload\", \"modprobe uinput\" and "
                     "\"udevadm trigger --subsystem-match=misc\", and start the program again",
                     problem_.c_str());

@@ -11,6 +11,13 @@ namespace lightpen {
 
 namespace {
 
+constexpr const char* kUnitRules = "70-lightpen-nx7.rules";
+constexpr const char* kPointerRules = "70-lightpen-nx7-uinput.rules";
+
+std::string packaged(const std::string& name) {
+    return readFile(std::filesystem::path(LIGHTPEN_UDEV_RULES) / name);
+}
+
 void tellUdev(std::vector<std::string> words) {
     words.insert(words.begin(), "udevadm");
     if (runProgram(words) != 0)
@@ -38,7 +45,7 @@ RuleFile::~RuleFile() {
 }
 
 PackagedRule::PackagedRule()
-    : file_(std::filesystem::path(LIGHTPEN_UDEV_RULES).filename(), readFile(LIGHTPEN_UDEV_RULES)) {
+    : unit_(kUnitRules, packaged(kUnitRules)), pointer_(kPointerRules, packaged(kPointerRules)) {
     tellUdev({"trigger", "--action=add", "/sys/devices/virtual/misc/uinput"});
     settleUdev();
 }

@@ -22,7 +22,7 @@ private:
     std::filesystem::path path_;
 };
 
-// The rule that this project installs, in force as its first lines say; the pointer device, which is there
+// The rules that this project installs, in force as their first lines say; the pointer device, which is there
 // from the start, is looked at again, and has its first permissions back at the end.
 class PackagedRule {
 public:
@@ -32,7 +32,8 @@ public:
     PackagedRule& operator=(const PackagedRule&) = delete;
 
 private:
-    RuleFile file_;
+    RuleFile unit_;
+    RuleFile pointer_;
 };
 
 } // namespace lightpen

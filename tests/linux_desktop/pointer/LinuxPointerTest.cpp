@@ -96,7 +96,7 @@ TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
     EXPECT_EQ(connection, 0u);
     EXPECT_EQ(open(pointer), 0u);
     EXPECT_THAT(log.takeLines(),
-                ElementsAre(AllOf(HasSubstr("70-lightpen-nx7.rules"),
+                ElementsAre(AllOf(HasSubstr("70-lightpen-nx7-uinput.rules"),
                                   HasSubstr("\"udevadm control --reload\""), HasSubstr("\"modprobe uinput\""),
                                   HasSubstr("\"udevadm trigger --subsystem-match=misc\""),
                                   HasSubstr("/dev/uinput: Permission denied; no X display"))));
