@@ -75,6 +75,18 @@ class DriverAloneTest(unittest.TestCase):
         folders = {path.name for path in self.build.iterdir() if path.is_dir()}
         self.assertEqual(folders & {"tools", "tests", "bench"}, set())
 
+    def test_an_optimised_build_is_hardened(self):
+        self.configure("-DCMAKE_BUILD_TYPE=Release")
+        rules = (self.build / "build.ninja").read_text(encoding="utf-8")
+        self.configure("-DCMAKE_BUILD_TYPE=")
+        compiled = [block for block in re.split(r"\n\n", rules) if re.search(r"^build src/\S*\.cpp\.o:", block, re.MULTILINE)]
+        self.assertGreater(len(compiled), 80)
+        for block in compiled:
+            self.assertIn("-fstack-protector-strong", block)
+            self.assertIn("-D_FORTIFY_SOURCE=2", block)
+        program = re.search(r"^build src/app/LightPenNX7/LightPenNX7:.*?\n\n", rules, re.MULTILINE | re.DOTALL)[0]
+        self.assertIn("-Wl,-z,relro,-z,now", program)
+
     def test_tools_and_tests_would_ask_for_more(self):
         for option in ("LIGHTPEN_TOOLS", "LIGHTPEN_TESTS", "LIGHTPEN_BENCH"):
             status, output = self.configure(f"-D{option}=ON")
