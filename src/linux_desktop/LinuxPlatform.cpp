@@ -130,9 +130,9 @@ void LinuxPlatform::Parts::atExit(int status, void*) {
         parts->process.runLoop.exitProcess(status);
 }
 
-LinuxPlatformSettings::LinuxPlatformSettings()
-    : settingsFile(folderOf(QStandardPaths::GenericConfigLocation) + "/LightPenNX7/settings.ini"),
-      userFiles(folderOf(QStandardPaths::GenericDataLocation) + "/LightPenNX7"),
+LinuxPlatformSettings::LinuxPlatformSettings(const std::string& program)
+    : settingsFile(folderOf(QStandardPaths::GenericConfigLocation) + "/" + program + "/settings.ini"),
+      userFiles(folderOf(QStandardPaths::GenericDataLocation) + "/" + program),
       shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
       loginFolder(folderOf(QStandardPaths::GenericConfigLocation) + "/autostart"),
       applicationFolder(ApplicationBundle::folderOfTheProgram()) {}

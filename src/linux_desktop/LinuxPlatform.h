@@ -20,15 +20,15 @@ enum class Units { ofTheMachine, ofTheProgram };
 
 // What differs from one program on this platform to the next.
 struct LinuxPlatformSettings {
-    // The files and folders of the user and of the running program.
-    LinuxPlatformSettings();
+    // The files and folders of the user and of the running program, whose name those of the user carry.
+    explicit LinuxPlatformSettings(const std::string& program = "LightPenNX7");
 
     Units units = Units::ofTheMachine;
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
-    std::string settingsFile; // LightPenNX7/settings.ini below $XDG_CONFIG_HOME
-    // The folders of the data files that the user has written, LightPenNX7 below $XDG_DATA_HOME, and of those
-    // that came with the program.
+    std::string settingsFile; // NAME/settings.ini below $XDG_CONFIG_HOME
+    // The folders of the data files that the user has written, NAME below $XDG_DATA_HOME, and of those that
+    // came with the program.
     std::string userFiles;
     std::string shippedFiles;
     // The entries of what starts when the user logs in: autostart below $XDG_CONFIG_HOME.
@@ -46,7 +46,7 @@ class LinuxPlatform {
 public:
     static constexpr std::string_view kPointerKey = "Pointer";
 
-    explicit LinuxPlatform(LinuxPlatformSettings settings = {});
+    explicit LinuxPlatform(LinuxPlatformSettings settings = LinuxPlatformSettings());
     // For programs whose threads have all ended: buttons are let go of, the log is written out.
     ~LinuxPlatform();
     LinuxPlatform(const LinuxPlatform&) = delete;

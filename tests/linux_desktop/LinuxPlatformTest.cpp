@@ -138,6 +138,8 @@ TEST(LinuxPlatformSettingsTest, LieWhereTheEnvironmentSays) {
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/somewhere/else/autostart");
     setenv("XDG_DATA_HOME", "/some/data", 1);
     EXPECT_EQ(LinuxPlatformSettings().userFiles, "/some/data/LightPenNX7");
+    EXPECT_EQ(LinuxPlatformSettings("another").settingsFile, "/somewhere/else/another/settings.ini");
+    EXPECT_EQ(LinuxPlatformSettings("another").userFiles, "/some/data/another");
     unsetenv("XDG_CONFIG_HOME");
     unsetenv("XDG_DATA_HOME");
     setenv("HOME", "/home/pen", 1);

@@ -152,7 +152,7 @@ public:
 
 private:
     QString settingsFile() const {
-        return QString::fromStdString(home_.file("config/LightPenNX7/settings.ini"));
+        return QString::fromStdString(home_.file("config/LightPenNX7-emulated/settings.ini"));
     }
     std::map<std::string, std::string> ownEnvironment() const {
         const char* const path = std::getenv("PATH");

@@ -186,12 +186,12 @@ int emulatedMain(int argc, char** argv) {
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();
-    LinuxPlatformSettings settings;
+    // To try it must change nothing of the real program: its settings, its pairing table, its login entry.
+    LinuxPlatformSettings settings("LightPenNX7-emulated");
     settings.units = Units::ofTheProgram;
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
-    // To try it must not put it among what starts at login.
-    settings.loginFolder = settings.userFiles + "/emulated/autostart";
+    settings.loginFolder = settings.userFiles + "/autostart";
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));
     Platform::setCurrent(&real.platform());

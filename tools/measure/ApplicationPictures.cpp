@@ -94,8 +94,8 @@ bool ApplicationPictures::comesToRest() {
 void ApplicationPictures::start(const std::vector<std::string>& options, const std::string& settings) {
     home_ = std::make_unique<QTemporaryDir>();
     const std::filesystem::path home = home_->path().toStdString();
-    std::filesystem::create_directories(home / "config/LightPenNX7");
-    std::ofstream file(home / "config/LightPenNX7/settings.ini");
+    std::filesystem::create_directories(home / "config/LightPenNX7-emulated");
+    std::ofstream file(home / "config/LightPenNX7-emulated/settings.ini");
     require(static_cast<bool>(file << "[General]\n"
                                    << settings << "\n"
                                    << std::flush),
