@@ -100,9 +100,9 @@ TEST_F(ArmingTest, AnotherUnitWaitsFromTheBeginning) {
     open();
     expectThrownAway(3);
     replug();
-    expectThrownAway(3);
-    driver->deviceDidAdd(0); // beside the open one
     expectWholeWait();
+    driver->deviceDidAdd(0); // beside the open one
+    EXPECT_TRUE(EventGeneratorNX7::hearsPen());
 }
 
 TEST_F(ArmingTest, ARestartWaitsFromTheBeginning) {

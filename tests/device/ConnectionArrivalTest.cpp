@@ -241,8 +241,8 @@ protected:
 
 TEST_F(SecondUnitTest, IsLeftAloneWhileTheFirstIsOpen) {
     plugInSecond();
-    EXPECT_THAT(second.takeOperations(), IsEmpty());
-    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
+    EXPECT_THAT(second.takeOperations(), testing::IsEmpty());
+    EXPECT_THAT(happened.takeDeeds(), testing::IsEmpty());
     EXPECT_EQ(log.lines(),
               std::vector<std::string>{"Driver: another camera unit has come; the open one stays in use"});
     EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));
@@ -263,7 +263,7 @@ TEST_F(SecondUnitTest, LeavesUnheardBesideTheOpenOne) {
     forget();
     second.unplug();
     run(seconds(1));
-    EXPECT_THAT(happened.takeDeeds(), IsEmpty());
+    EXPECT_THAT(happened.takeDeeds(), testing::IsEmpty());
     EXPECT_EQ(log.lines(),
               std::vector<std::string>{"Driver: another camera unit has gone; the open one stays in use"});
     EXPECT_THAT(passOn(penReport(401, 302)), testing::Contains("press 401 302"));

@@ -285,7 +285,8 @@ TEST_P(SilenceTest, EndsWhenTheProgramDoes) {
     EXPECT_EQ(polls, 500);
     EXPECT_THAT(unit.takeSent(), SizeIs(answers + 1)) << "silence asks nothing again";
     auto sleeps = desk.clock.takeSleeps();
-    EXPECT_EQ(std::erase(sleeps, milliseconds(1)), answers ? 499 : 500) << "one for each look in vain";
+    EXPECT_EQ(std::erase(sleeps, std::chrono::milliseconds(1)), answers ? 499 : 500)
+        << "one for each look in vain";
     EXPECT_THAT(sleeps, SizeIs(answers + 2));
     EXPECT_THAT(log.lines(), SizeIs(5 + 2 * (answers > 1 ? answers - 1 : 0))) << "polls are not logged";
 }

@@ -112,6 +112,9 @@ TEST_F(ImageReportsTest, UntilThePointerIsArmedReportsStayWhereTheyAre) {
 // Another unit is there still.
 TEST_F(ImageReportsTest, AfterARemovalReportsStayWhereTheyAre) {
     arm();
+    unit.unplug();
+    ScriptedUnit other(desk, {.product = 2});
+    other.plugIn();
     driver->deviceDidRemove(0);
     pushPicture(1);
     EXPECT_EQ(callOut(), 0);
