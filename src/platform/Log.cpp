@@ -45,20 +45,22 @@ private:
 };
 
 // Most lines fit on the stack; longer ones are formatted once more into their own memory.
-template <class Receiver>
-__attribute__((format(printf, 2, 0))) void formatTo(Receiver receive, const char* format,
-                                                    std::va_list arguments) {
+__attribute__((format(printf, 2, 0))) void formatTo(void (LogSink::*receive)(std::string_view),
+                                                    const char* format, std::va_list arguments) {
+    LogSink& receiver = sink();
+    if (!receiver.listens())
+        return;
     const CNumericLocale numbers;
     char line[512];
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(line, sizeof line, format, arguments);
     if (length >= 0 && static_cast<std::size_t>(length) < sizeof line) {
-        receive(std::string_view(line, static_cast<std::size_t>(length)));
+        (receiver.*receive)(std::string_view(line, static_cast<std::size_t>(length)));
     } else if (length >= 0) {
         std::string longLine(static_cast<std::size_t>(length), '\0');
         std::vsnprintf(longLine.data(), longLine.size() + 1, format, again);
-        receive(std::string_view(longLine));
+        (receiver.*receive)(longLine);
     }
     va_end(again);
 }
@@ -72,14 +74,14 @@ void setLogSink(LogSink* sink) {
 void logLine(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    formatTo([](std::string_view line) { sink().logLine(line); }, format, arguments);
+    formatTo(&LogSink::logLine, format, arguments);
     va_end(arguments);
 }
 
 void printText(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    formatTo([](std::string_view text) { sink().standardOutput(text); }, format, arguments);
+    formatTo(&LogSink::standardOutput, format, arguments);
     va_end(arguments);
 }
 

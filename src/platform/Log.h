@@ -10,6 +10,8 @@ namespace lightpen {
 class LogSink {
 public:
     virtual ~LogSink() = default;
+    // Whether anybody wants what comes; otherwise it is not even formatted.
+    virtual bool listens() const { return true; }
     // One line of the platform log, without its final line break (a line may hold line breaks of its own).
     virtual void logLine(std::string_view line) = 0;
     // Text for standard output, line breaks included.

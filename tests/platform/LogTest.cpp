@@ -91,6 +91,26 @@ TEST(LogTest, WithoutASinkLinesGoToStandardError) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "text 2\n");
 }
 
+TEST(LogTest, WhatNobodyListensToIsNotFormatted) {
+    class Deaf final : public LogSink {
+    public:
+        Deaf() { setLogSink(this); }
+        ~Deaf() override { setLogSink(nullptr); }
+        bool listens() const override { return false; }
+        void logLine(std::string_view) override { ++heard; }
+        void standardOutput(std::string_view) override { ++heard; }
+        int heard = 0;
+    } sink;
+    int length = -1; // is set by whoever formats
+    logLine("a line%n", &length);
+    printText("a text%n", &length);
+    EXPECT_EQ(length, -1);
+    EXPECT_EQ(sink.heard, 0);
+    const RecordingLog listening;
+    logLine("a line%n", &length);
+    EXPECT_EQ(length, 6);
+}
+
 TEST(LogTest, LinesOfSeveralThreadsAreWholeAndInOrder) {
     const RecordingLog log;
     const auto write = [](int thread) {
