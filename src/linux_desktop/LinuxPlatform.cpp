@@ -6,6 +6,8 @@
 #include <utility>
 #include <variant>
 
+#include <QDir>
+#include <QFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 
@@ -27,12 +29,31 @@ std::string folderOf(QStandardPaths::StandardLocation kind) {
     return QStandardPaths::writableLocation(kind).toStdString();
 }
 
+// $XDG_STATE_HOME, for which Qt has a name from 6.7 on; one that is not absolute counts as unset.
+std::string stateFolder() {
+    const QByteArray folder = qgetenv("XDG_STATE_HOME");
+    return (folder.startsWith('/') ? folder : QFile::encodeName(QDir::homePath()) + "/.local/state")
+        .toStdString();
+}
+
+// The setting's word; empty when it has none.
+std::string wordFor(std::string_view key, const UserDefaults& defaults) {
+    const auto value = defaults.objectForKey(key);
+    const auto* word = value ? std::get_if<std::string>(&*value) : nullptr;
+    return word ? *word : "";
+}
+
 PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
-    if (asked != PointerChoice::automatic)
-        return asked;
-    const auto value = defaults.objectForKey(LinuxPlatform::kPointerKey);
-    const auto* name = value ? std::get_if<std::string>(&*value) : nullptr;
-    return name ? pointerChoiceNamed(*name) : PointerChoice::automatic;
+    return asked != PointerChoice::automatic
+               ? asked
+               : pointerChoiceNamed(wordFor(LinuxPlatform::kPointerKey, defaults));
+}
+
+StderrLog::Settings chosenLog(StderrLog::Settings asked, const UserDefaults& defaults) {
+    if (asked.choice == LogChoice::automatic)
+        asked.choice =
+            logChoiceNamed(wordFor(LinuxPlatform::kLogKey, defaults)).value_or(LogChoice::automatic);
+    return asked;
 }
 
 // The units of the machine, for as long as the loop runs.
@@ -65,8 +86,9 @@ public:
     void releaseButtonsAndFlushLog();
     static void atExit(int status, void* unused);
 
-    ProcessParts process;
+    EarlyLines early;
     XdgDefaults defaults;
+    ProcessParts process;
     XdgDataFiles dataFiles;
     SharedGeometry geometry;
     QtDesktop desktop{defaults, geometry};
@@ -98,8 +120,8 @@ public:
 std::atomic<LinuxPlatform::Parts*> LinuxPlatform::Parts::living{nullptr};
 
 LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
-    : process(settings.log, [this] { releaseButtonsAndFlushLog(); }),
-      defaults(std::move(settings.settingsFile)),
+    : defaults(std::move(settings.settingsFile)),
+      process(early, chosenLog(settings.log, defaults), [this] { releaseButtonsAndFlushLog(); }),
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
       pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
       shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
@@ -135,7 +157,9 @@ LinuxPlatformSettings::LinuxPlatformSettings(const std::string& program)
       userFiles(folderOf(QStandardPaths::GenericDataLocation) + "/" + program),
       shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
       loginFolder(folderOf(QStandardPaths::GenericConfigLocation) + "/autostart"),
-      applicationFolder(ApplicationBundle::folderOfTheProgram()) {}
+      applicationFolder(ApplicationBundle::folderOfTheProgram()) {
+    log.folder = stateFolder() + "/" + program;
+}
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformSettings settings)
     : parts_(std::make_unique<Parts>(std::move(settings))) {}

@@ -35,6 +35,8 @@ struct LinuxPlatformSettings {
     std::string loginFolder;
     // The folder with the information dictionary and the resources.
     std::filesystem::path applicationFolder;
+    // A choice of automatic leaves it to the user default "Log" ("stderr", "file" or "none"). The log file's
+    // folder is NAME below $XDG_STATE_HOME.
     StderrLog::Settings log;
 };
 
@@ -45,6 +47,7 @@ struct LinuxPlatformSettings {
 class LinuxPlatform {
 public:
     static constexpr std::string_view kPointerKey = "Pointer";
+    static constexpr std::string_view kLogKey = "Log";
 
     explicit LinuxPlatform(LinuxPlatformSettings settings = LinuxPlatformSettings());
     // For programs whose threads have all ended: buttons are let go of, the log is written out.

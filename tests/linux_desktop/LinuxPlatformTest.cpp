@@ -116,6 +116,50 @@ TEST_F(LinuxPlatformTest, TheUserChoosesThePointerUnlessTheProgramDoes) {
     EXPECT_EQ(log.readAvailable(), "Pointer: events go through XTest\n");
 }
 
+TEST_F(LinuxPlatformTest, TheUserChoosesWhereTheLogGoesUnlessTheProgramDoes) {
+    Pipe log;
+    auto chosen = settings();
+    chosen.log.diagnostics = log.writeEnd();
+    chosen.log.folder = directory.file("log");
+    const auto logged = [&](LogChoice asked, const char* setting) {
+        chosen.log.choice = asked;
+        // Qt does not see that a file has changed within a tick of the clock.
+        chosen.settingsFile += "x";
+        writeFile(chosen.settingsFile, std::string("[General]\nLog=") + setting + "\n");
+        std::filesystem::remove_all(chosen.log.folder);
+        {
+            LinuxPlatform platform(chosen);
+            logLine("Event n:1 number");
+        }
+        return std::pair(log.readAvailable(), readFile(directory.file("log/log")));
+    };
+    const std::string own = "Pointer: events go through XTest\n";
+    const std::string all = own + "Event n:1 number\n";
+    EXPECT_EQ(logged(LogChoice::automatic, "stderr"), std::pair(all, std::string()));
+    EXPECT_EQ(logged(LogChoice::automatic, "file"), std::pair(own, all));
+    EXPECT_EQ(logged(LogChoice::automatic, "none"), std::pair(std::string(), std::string()));
+    for (const char* unknown : {"", "true", "3", "journal"})
+        EXPECT_EQ(logged(LogChoice::automatic, unknown), std::pair(own, all)) << unknown;
+    EXPECT_EQ(logged(LogChoice::file, "none"), std::pair(own, all));
+    EXPECT_EQ(logged(LogChoice::standardError, "file"), std::pair(all, std::string()));
+    EXPECT_EQ(logged(LogChoice::none, "stderr"), std::pair(std::string(), std::string()));
+}
+
+TEST_F(LinuxPlatformTest, WhatIsWrongWithTheSettingsIsLoggedFirst) {
+    Pipe log;
+    auto damaged = settings();
+    damaged.log.diagnostics = log.writeEnd();
+    damaged.log.choice = LogChoice::file;
+    damaged.log.folder = directory.file("log");
+    writeFile(damaged.settingsFile, "no setting at all\n");
+    { LinuxPlatform platform(damaged); }
+    const std::string lines = "Settings: " + damaged.settingsFile +
+                              " is damaged; the defaults hold, and it is kept as " + damaged.settingsFile +
+                              ".damaged\nPointer: events go through XTest\n";
+    EXPECT_EQ(log.readAvailable(), lines);
+    EXPECT_EQ(readFile(directory.file("log/log")), lines);
+}
+
 TEST_F(LinuxPlatformTest, RunsUntilItIsToEnd) {
     LinuxPlatform platform(settings());
     platform.platform().runLoop.performAfterDelay(
@@ -140,12 +184,18 @@ TEST(LinuxPlatformSettingsTest, LieWhereTheEnvironmentSays) {
     EXPECT_EQ(LinuxPlatformSettings().userFiles, "/some/data/LightPenNX7");
     EXPECT_EQ(LinuxPlatformSettings("another").settingsFile, "/somewhere/else/another/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings("another").userFiles, "/some/data/another");
-    unsetenv("XDG_CONFIG_HOME");
-    unsetenv("XDG_DATA_HOME");
+    setenv("XDG_STATE_HOME", "/some/state", 1);
+    EXPECT_EQ(LinuxPlatformSettings("another").log.folder, "/some/state/another");
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
+        unsetenv(name);
     setenv("HOME", "/home/pen", 1);
     EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/home/pen/.config/LightPenNX7/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/home/pen/.config/autostart");
     EXPECT_EQ(LinuxPlatformSettings().userFiles, "/home/pen/.local/share/LightPenNX7");
+    EXPECT_EQ(LinuxPlatformSettings().log.folder, "/home/pen/.local/state/LightPenNX7");
+    setenv("XDG_STATE_HOME", "relative", 1);
+    EXPECT_EQ(LinuxPlatformSettings().log.folder, "/home/pen/.local/state/LightPenNX7");
+    unsetenv("XDG_STATE_HOME");
     setenv("HOME", home.c_str(), 1);
 }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "platform/FileDescriptor.h"
 
@@ -21,7 +22,8 @@ std::string lossNote(std::size_t lost) {
 
 } // namespace
 
-LogChannel::LogChannel(int descriptor, std::size_t capacity) : descriptor_(descriptor), capacity_(capacity) {
+LogChannel::LogChannel(int descriptor, std::size_t capacity, Taker taker)
+    : descriptor_(descriptor), taker_(std::move(taker)), capacity_(capacity) {
     waiting_.reserve(capacity_ + kNoteRoom);
     writing_.reserve(capacity_ + kNoteRoom);
 }
@@ -57,13 +59,14 @@ bool LogChannel::writeSome() {
     if (piece.size() == PIPE_BUF)
         if (const auto lineBreak = piece.rfind('\n'); lineBreak != std::string_view::npos)
             piece = piece.substr(0, lineBreak + 1);
-    const auto count = retryInterrupted([&] { return ::write(descriptor_, piece.data(), piece.size()); });
-    if (count >= 0)
-        written_ += static_cast<std::size_t>(count);
-    else if (errno == EAGAIN)
-        return false;
+    auto count = static_cast<ssize_t>(piece.size());
+    if (taker_)
+        taker_(piece);
     else
-        written_ = writing_.size();
+        count = retryInterrupted([&] { return ::write(descriptor_, piece.data(), piece.size()); });
+    if (count < 0 && errno == EAGAIN)
+        return false;
+    written_ = count < 0 ? writing_.size() : written_ + static_cast<std::size_t>(count);
     return count != 0;
 }
 

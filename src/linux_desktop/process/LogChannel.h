@@ -3,17 +3,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
 namespace lightpen {
 
-// The text that waits to be written to one descriptor. Two buffers take turns: callers fill one, the writer
-// empties the other. Both are allocated once. Not thread-safe; its owner says who may call what.
+// The text that waits to be written to one end. Two buffers take turns: callers fill one, the writer empties
+// the other. Both are allocated once. Not thread-safe; its owner says who may call what.
 class LogChannel {
 public:
-    // The descriptor is not owned. The capacity is what may wait, in bytes.
-    LogChannel(int descriptor, std::size_t capacity);
+    // Takes all of a text that it is given.
+    using Taker = std::function<void(std::string_view)>;
+
+    // Writes to the descriptor, which is not owned, or, with -1, to the taker. The capacity is what may wait,
+    // in bytes.
+    LogChannel(int descriptor, std::size_t capacity, Taker taker = {});
 
     // Callers, under the owner's lock: appends the text and, if asked, a line break. What does not fit is
     // counted and dropped, with everything behind it until the writer has made room.
@@ -30,7 +35,7 @@ public:
 
     // Writer, without the lock: whether there is something to write, and to where.
     bool hasRest() const { return written_ < writing_.size(); }
-    int descriptor() const { return descriptor_; } // not owned
+    int descriptor() const { return descriptor_; } // not owned; -1: there is none to wait for
     // Writes some whole lines, or a piece of a very long one, for which a pipe that polls as writable has
     // room. What can never be written, since the other end is closed, is dropped. Returns whether the rest
     // has become shorter.
@@ -38,6 +43,7 @@ public:
 
 private:
     const int descriptor_;
+    const Taker taker_;
     const std::size_t capacity_;
     std::string waiting_;
     std::size_t lost_ = 0;

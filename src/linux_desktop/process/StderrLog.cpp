@@ -3,15 +3,19 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "linux_desktop/process/LogChannel.h"
+#include "linux_desktop/process/LogFile.h"
 #include "linux_desktop/process/SignalMask.h"
 
 namespace lightpen {
@@ -23,34 +27,140 @@ constexpr int kPollMilliseconds = 50;
 // How long the end of the log waits for the writer's thread, which is then idle or stuck in a write.
 constexpr std::chrono::milliseconds kEndPatience{500};
 
+LogChoice choiceOf(const StderrLog::Settings& settings) {
+    if (settings.choice != LogChoice::automatic)
+        return settings.choice;
+    return ::isatty(settings.diagnostics) == 1 ? LogChoice::standardError : LogChoice::file;
+}
+
+// Whether the line is "TAG n:NUMBER...", one of those that tell each step and the place of each touch.
+bool isNumbered(std::string_view line) {
+    constexpr std::array<std::string_view, 6> kTags{"Light", "Event", "KVR", "KVRC", "Calibr", "RBIOS"};
+    const auto tag = line.substr(0, line.find(" n:"));
+    return std::ranges::find(kTags, tag) != kTags.end() &&
+           line.find_first_of("0123456789", tag.size()) == tag.size() + 3;
+}
+
 } // namespace
 
+// Its public operations are for the log's callers, but for run(), the thread's body.
 class StderrLog::Writer {
 public:
     explicit Writer(const Settings& settings)
-        : gathering_(settings.gathering), channels_{LogChannel(settings.diagnostics, settings.capacity),
-                                                    LogChannel(settings.output, settings.capacity)} {}
+        : choice(choiceOf(settings)), gathering_(settings.gathering),
+          file_(settings.folder, settings.diagnostics),
+          channels_{LogChannel(settings.diagnostics, settings.capacity),
+                    choice == LogChoice::file
+                        ? LogChannel(-1, settings.capacity, [this](auto text) { file_.append(text); })
+                        : LogChannel(settings.output, settings.capacity)} {}
 
-    void append(std::size_t channel, std::string_view text, bool lineBreak);
-    bool flush(Microseconds patience);
+    void append(std::string_view text, bool isLine) {
+        const bool toFile = choice == LogChoice::file;
+        bool wake = false;
+        {
+            const std::lock_guard hold(mutex_);
+            if (isLine && !(toFile && isNumbered(text)))
+                channels_[0].append(text, true);
+            if (toFile || !isLine)
+                channels_[1].append(text, isLine);
+            wake = std::exchange(asleep_, false);
+        }
+        if (wake)
+            wake_.notify_one();
+    }
+
+    bool flush(Microseconds patience) {
+        std::unique_lock lock(mutex_);
+        const std::array<std::uint64_t, 2> wanted{channels_[0].received(), channels_[1].received()};
+        const auto done = [&] {
+            return channels_[0].settled() >= wanted[0] && channels_[1].settled() >= wanted[1];
+        };
+        while (!done()) {
+            flushing_ = true;
+            wake_.notify_one();
+            const auto before = progress_;
+            if (!progressed_.wait_for(lock, patience,
+                                      [&] { return done() || ended_ || progress_ != before; }))
+                return false;
+            if (ended_)
+                return done();
+        }
+        return true;
+    }
+
     // Ends the thread, at the latest at its next look; returns when it has ended or is stuck.
-    void end();
-    // The thread's body.
-    void run();
+    void end() {
+        std::unique_lock lock(mutex_);
+        ending_ = true;
+        abandoned_.store(true);
+        wake_.notify_one();
+        progressed_.wait_for(lock, kEndPatience, [&] { return ended_; });
+    }
+
+    void run() {
+        std::unique_lock lock(mutex_);
+        while (!abandoned_.load()) {
+            for (LogChannel& channel : channels_)
+                channel.refill();
+            progressed_.notify_all();
+            flushing_ = false;
+            if (!any(&LogChannel::hasRest)) {
+                pause(lock);
+                continue;
+            }
+            lock.unlock();
+            const bool wrote = writeRound();
+            lock.lock();
+            if (wrote)
+                ++progress_;
+        }
+        ended_ = true;
+        progressed_.notify_all();
+    }
+
+    // In place of run(), before anything is logged.
+    void cannotRun() { ended_ = true; }
+
+    const LogChoice choice;
 
 private:
+    bool any(bool (LogChannel::*question)() const) const { return std::ranges::any_of(channels_, question); }
     bool urgent() const { return flushing_ || ending_; }
-    bool anyWaiting() const;
-    bool anyRest() const;
-    void pause(std::unique_lock<std::mutex>& lock);
-    bool writeRound();
+
+    // Lines come in bursts, a stroke's at every pass. While they do, the writer looks by itself after each
+    // gathering time; only after one without a line does it sleep until it is woken.
+    void pause(std::unique_lock<std::mutex>& lock) {
+        const auto wanted = [&] { return any(&LogChannel::hasWaiting) || urgent(); };
+        wake_.wait_for(lock, gathering_, [&] { return urgent(); });
+        if (wanted())
+            return;
+        asleep_ = true;
+        wake_.wait(lock, wanted);
+        asleep_ = false;
+        wake_.wait_for(lock, gathering_, [&] { return urgent(); });
+    }
+
+    // Returns whether anything has gone out. The file is never waited for.
+    bool writeRound() {
+        std::array<pollfd, 2> polled{};
+        for (std::size_t i = 0; i < channels_.size(); ++i)
+            polled[i] = {channels_[i].hasRest() ? channels_[i].descriptor() : -1, POLLOUT, 0};
+        bool wrote = choice == LogChoice::file && channels_[1].hasRest() && channels_[1].writeSome();
+        if (poll(polled.data(), polled.size(), wrote ? 0 : kPollMilliseconds) <= 0)
+            return wrote;
+        for (std::size_t i = 0; i < channels_.size(); ++i)
+            if (polled[i].revents != 0 && channels_[i].writeSome())
+                wrote = true;
+        return wrote;
+    }
 
     const Microseconds gathering_;
+    LogFile file_;
     std::mutex mutex_;
     std::condition_variable wake_;
     std::condition_variable progressed_;
-    std::array<LogChannel, 2> channels_;
-    bool asleep_ = false; // only then does a caller pay for a wake-up
+    std::array<LogChannel, 2> channels_; // the diagnostics' descriptor, and the output's or the file
+    bool asleep_ = false;                // only then does a caller pay for a wake-up
     bool flushing_ = false;
     bool ending_ = false;
     bool ended_ = false;
@@ -58,104 +168,18 @@ private:
     std::atomic<bool> abandoned_{false};
 };
 
-void StderrLog::Writer::append(std::size_t channel, std::string_view text, bool lineBreak) {
-    bool wake = false;
-    {
-        const std::lock_guard hold(mutex_);
-        channels_[channel].append(text, lineBreak);
-        wake = std::exchange(asleep_, false);
-    }
-    if (wake)
-        wake_.notify_one();
-}
-
-bool StderrLog::Writer::flush(Microseconds patience) {
-    std::unique_lock lock(mutex_);
-    const std::array<std::uint64_t, 2> wanted{channels_[0].received(), channels_[1].received()};
-    const auto done = [&] {
-        return channels_[0].settled() >= wanted[0] && channels_[1].settled() >= wanted[1];
-    };
-    while (!done()) {
-        flushing_ = true;
-        wake_.notify_one();
-        const auto before = progress_;
-        if (!progressed_.wait_for(lock, patience, [&] { return done() || ended_ || progress_ != before; }))
-            return false;
-        if (ended_)
-            return done();
-    }
-    return true;
-}
-
-void StderrLog::Writer::end() {
-    std::unique_lock lock(mutex_);
-    ending_ = true;
-    abandoned_.store(true);
-    wake_.notify_one();
-    progressed_.wait_for(lock, kEndPatience, [&] { return ended_; });
-}
-
-bool StderrLog::Writer::anyWaiting() const {
-    return channels_[0].hasWaiting() || channels_[1].hasWaiting();
-}
-
-bool StderrLog::Writer::anyRest() const {
-    return channels_[0].hasRest() || channels_[1].hasRest();
-}
-
-// Lines come in bursts, a stroke's at every pass. While they do, the writer looks by itself after each
-// gathering time; only after one without a line does it sleep until it is woken.
-void StderrLog::Writer::pause(std::unique_lock<std::mutex>& lock) {
-    wake_.wait_for(lock, gathering_, [&] { return urgent(); });
-    if (anyWaiting() || urgent())
-        return;
-    asleep_ = true;
-    wake_.wait(lock, [&] { return anyWaiting() || urgent(); });
-    asleep_ = false;
-    wake_.wait_for(lock, gathering_, [&] { return urgent(); });
-}
-
-// Returns whether anything has gone out.
-bool StderrLog::Writer::writeRound() {
-    std::array<pollfd, 2> polled{};
-    for (std::size_t i = 0; i < channels_.size(); ++i)
-        polled[i] = {channels_[i].hasRest() ? channels_[i].descriptor() : -1, POLLOUT, 0};
-    if (poll(polled.data(), polled.size(), kPollMilliseconds) <= 0)
-        return false;
-    bool wrote = false;
-    for (std::size_t i = 0; i < channels_.size(); ++i)
-        if (polled[i].revents != 0 && channels_[i].writeSome())
-            wrote = true;
-    return wrote;
-}
-
-void StderrLog::Writer::run() {
-    std::unique_lock lock(mutex_);
-    while (!abandoned_.load()) {
-        for (LogChannel& channel : channels_)
-            channel.refill();
-        progressed_.notify_all();
-        flushing_ = false;
-        if (!anyRest()) {
-            pause(lock);
-            continue;
-        }
-        lock.unlock();
-        const bool wrote = writeRound();
-        lock.lock();
-        if (wrote)
-            ++progress_;
-    }
-    ended_ = true;
-    progressed_.notify_all();
-}
-
-StderrLog::StderrLog(Settings settings)
+StderrLog::StderrLog(const Settings& settings)
     : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience) {
     const AllSignalsBlocked blocked;
-    std::thread thread([writer = writer_] { writer->run(); });
-    pthread_setname_np(thread.native_handle(), "log");
-    thread.detach();
+    try {
+        std::thread thread([writer = writer_] { writer->run(); });
+        pthread_setname_np(thread.native_handle(), "log");
+        thread.detach();
+    } catch (const std::system_error& error) {
+        writer_->cannotRun();
+        ::dprintf(settings.diagnostics, "Log: no thread for writing: %s; nothing is logged\n",
+                  error.code().message().c_str());
+    }
 }
 
 StderrLog::~StderrLog() {
@@ -163,12 +187,16 @@ StderrLog::~StderrLog() {
     writer_->end();
 }
 
+bool StderrLog::listens() const {
+    return writer_->choice != LogChoice::none;
+}
+
 void StderrLog::logLine(std::string_view line) {
-    writer_->append(0, line, true);
+    writer_->append(line, true);
 }
 
 void StderrLog::standardOutput(std::string_view text) {
-    writer_->append(1, text, false);
+    writer_->append(text, false);
 }
 
 bool StderrLog::flush(Microseconds patience) {

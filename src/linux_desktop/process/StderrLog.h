@@ -3,37 +3,44 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 
 #include "platform/Log.h"
+#include "platform/LogChoice.h"
 #include "platform/Time.h"
 
 namespace lightpen {
 
-// The log of a desktop program: diagnostics to one descriptor, standard output to another, written by a
-// thread of its own. A caller only copies its text into memory, whoever reads at the other end, or nobody:
-// what does not fit any more is dropped, and a line in its place says how many lines that were.
+// The log of a desktop program, written by a thread of its own: diagnostics to one descriptor and standard
+// output to another, or both to the user's log file. With the file, the first descriptor has what a user or
+// an administrator should act on: the lines that carry no number. A caller only copies its text into memory,
+// whoever reads at the other end, or nobody: what does not fit any more is dropped, and a line in its place
+// says how many lines that were.
 class StderrLog final : public LogSink {
 public:
     // As a program uses them unless it says otherwise.
     struct Settings {
         int diagnostics = 2; // descriptors, not owned
         int output = 1;
-        std::size_t capacity = std::size_t{1} << 20; // bytes of text that wait, for each descriptor
+        std::size_t capacity = std::size_t{1} << 20; // bytes of text that wait, for each end
         // How long the writer lets lines gather before it writes them together.
         Microseconds gathering{20'000};
         // How long a flush that names no patience, the one at the log's end too, bears with an end that takes
         // nothing.
         Microseconds patience{1'000'000};
+        LogChoice choice = LogChoice::standardError;
+        std::string folder = {}; // of the log file
     };
 
-    // Starts the writer.
-    explicit StderrLog(Settings settings);
-    StderrLog() : StderrLog(Settings{}) {}
+    // Starts the writer. Where no thread can be had nothing is logged, and where the log file cannot be
+    // written the program goes on without it; one line on the diagnostics' descriptor says so.
+    explicit StderrLog(const Settings& settings);
     // Writes out what is left, as flush() does, and ends the writer.
     ~StderrLog() override;
     StderrLog(const StderrLog&) = delete;
     StderrLog& operator=(const StderrLog&) = delete;
 
+    bool listens() const override;
     void logLine(std::string_view line) override;
     void standardOutput(std::string_view text) override;
 

@@ -5,6 +5,8 @@
 #include <limits.h>
 #include <signal.h>
 
+#include <vector>
+
 #include "kit/Pipe.h"
 
 namespace lightpen {
@@ -78,6 +80,20 @@ TEST(LogChannel, WritesALineLongerThanAPieceInPieces) {
     const std::string line(2 * PIPE_BUF + 17, 'y');
     channel.append(line, true);
     EXPECT_EQ(writeAll(channel, pipe), line + "\n");
+}
+
+TEST(LogChannel, GivesATakerTheSamePieces) {
+    std::vector<std::string> pieces;
+    LogChannel channel(-1, 3 * PIPE_BUF, [&](std::string_view piece) { pieces.emplace_back(piece); });
+    const std::string line(PIPE_BUF - 7, 'x');
+    channel.append(line, true);
+    channel.append("and more", true);
+    channel.refill();
+    EXPECT_EQ(channel.descriptor(), -1);
+    EXPECT_TRUE(channel.writeSome());
+    EXPECT_TRUE(channel.writeSome());
+    EXPECT_FALSE(channel.hasRest());
+    EXPECT_EQ(pieces, (std::vector{line + "\n", std::string("and more\n")}));
 }
 
 TEST(LogChannel, KeepsWhatAFullPipeDoesNotTake) {

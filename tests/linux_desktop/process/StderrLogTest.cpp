@@ -2,13 +2,19 @@
 #include "linux_desktop/process/StderrLog.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/resource.h>
 
 #include <map>
 #include <sstream>
 #include <thread>
 #include <vector>
 
+#include "kit/Eventually.h"
+#include "kit/OrdinaryUser.h"
 #include "kit/Pipe.h"
+#include "kit/TemporaryDirectory.h"
+#include "platform/FileDescriptor.h"
 
 namespace lightpen {
 namespace {
@@ -17,7 +23,8 @@ using namespace std::chrono_literals;
 
 StderrLog::Settings settings(const Pipe& diagnostics, const Pipe& output) {
     // Patient with a writer that a busy machine holds up.
-    return {diagnostics.writeEnd(), output.writeEnd(), std::size_t{1} << 20, 1ms, 60s};
+    return {diagnostics.writeEnd(),   output.writeEnd(), std::size_t{1} << 20, 1ms, 60s,
+            LogChoice::standardError, "/nowhere"};
 }
 
 class StderrLogTest : public testing::Test {
@@ -149,7 +156,7 @@ TEST_F(StderrLogTest, AReaderThatHasGoneEndsNeitherProcessNorLog) {
 TEST_F(StderrLogTest, AClosedDescriptorIsSurvived) {
     const int closed = dup(output.writeEnd());
     close(closed);
-    StderrLog log({closed, output.writeEnd(), 1000, 1ms});
+    StderrLog log({.diagnostics = closed, .output = output.writeEnd(), .capacity = 1000, .gathering = 1ms});
     log.logLine("into the void");
     log.standardOutput("out");
     EXPECT_EQ(output.readUntil("out"), "out");
@@ -164,6 +171,160 @@ TEST_F(StderrLogTest, ServesThePlatformLog) {
     EXPECT_TRUE(log.flush());
     EXPECT_EQ(diagnostics.readAvailable(), "Event n:2411 0.50\n");
     EXPECT_EQ(output.readAvailable(), "48 ");
+}
+
+class LogToFileTest : public StderrLogTest {
+protected:
+    StderrLog::Settings toFile() const {
+        auto result = settings(diagnostics, output);
+        result.choice = LogChoice::file;
+        result.folder = home.file("log");
+        return result;
+    }
+    std::string inFile() const { return readFile(home.file("log/log")); }
+
+    const TemporaryDirectory home;
+};
+
+TEST_F(LogToFileTest, EverythingIsInTheFileInItsOrder) {
+    StderrLog log(toFile());
+    EXPECT_TRUE(log.listens());
+    log.standardOutput("Event n:546 ");
+    log.logLine("Event n:1 a");
+    log.logLine("Pointer: events go through XTest");
+    log.standardOutput("48 49\n");
+    log.logLine("KVR n:2 b\nof two lines");
+    EXPECT_TRUE(log.flush());
+    EXPECT_EQ(inFile(),
+              "Event n:546 Event n:1 a\nPointer: events go through XTest\n48 49\nKVR n:2 b\nof two lines\n");
+    EXPECT_EQ(output.readAvailable(), "");
+}
+
+// The others tell where the pen was, and what a pairing table holds.
+TEST_F(LogToFileTest, OnlyLinesWithoutANumberAreDiagnosticsToo) {
+    StderrLog log(toFile());
+    const std::vector<std::string> acted{
+        "KVR: too few points", "Pointer: n:3", "Eventual n:3", "Event n:", "Event n:x",    "event n:3",
+        " Event n:3",          " n:3",         "Event",        "",         "Qt: Event n:3"};
+    for (const char* tag : {"Light", "Event", "KVR", "KVRC", "Calibr", "RBIOS"})
+        log.logLine(std::string(tag) + " n:3 (10.50, 20.50)");
+    log.logLine("RBIOS n:9");
+    log.standardOutput("48 49\n");
+    for (const std::string& line : acted)
+        log.logLine(line);
+    EXPECT_TRUE(log.flush());
+    std::string text;
+    for (const std::string& line : acted)
+        text += line + "\n";
+    EXPECT_EQ(diagnostics.readAvailable(), text);
+    EXPECT_EQ(inFile().find("Light n:3 (10.50, 20.50)\nEvent n:3"), 0U);
+    EXPECT_TRUE(inFile().ends_with("\nRBIOS n:9\n48 49\n" + text));
+}
+
+TEST_F(LogToFileTest, EndsWithEverythingWritten) {
+    {
+        auto lazy = toFile();
+        lazy.gathering = 10s; // only the end of the log makes it write in time
+        StderrLog log(lazy);
+        log.logLine("Event n:1 last words");
+    }
+    EXPECT_EQ(inFile(), "Event n:1 last words\n");
+}
+
+TEST_F(LogToFileTest, MoreThanFitsIsLostWithANoteThatSaysSo) {
+    auto small = toFile();
+    small.capacity = 20;
+    small.gathering = 10s; // until the flush nothing is written
+    StderrLog log(small);
+    for (int i = 0; i < 3; ++i)
+        log.logLine("Event n:1 a line");
+    EXPECT_TRUE(log.flush());
+    EXPECT_EQ(inFile(),
+              "Event n:1 a line\nLog: 2 lines were lost here, they came faster than they were read\n");
+}
+
+TEST_F(LogToFileTest, AReaderWhoTakesNothingDoesNotHoldTheFileUp) {
+    StderrLog log(toFile());
+    log.logLine(std::string(diagnostics.capacity() + 10'000, 'x'));
+    log.logLine("Event n:1 still here");
+    EXPECT_TRUE(eventually([&] { return inFile().ends_with("x\nEvent n:1 still here\n"); }));
+    EXPECT_FALSE(log.flush(20ms));
+    diagnostics.closeReadEnd(); // nothing to wait for at the end of the log
+}
+
+TEST_F(LogToFileTest, WithoutAFolderItSaysSoOnceAndGoesOn) {
+    writeFile(home.file("log"), "no folder");
+    StderrLog log(toFile());
+    for (int i = 0; i < 3; ++i) {
+        log.logLine("Event n:1 lost");
+        EXPECT_TRUE(log.flush());
+    }
+    log.logLine("Pointer: not lost");
+    EXPECT_TRUE(log.flush());
+    EXPECT_EQ(diagnostics.readAvailable(), "Log: " + home.file("log/log") +
+                                               " cannot be written: Not a directory; the program goes on "
+                                               "without it\nPointer: not lost\n");
+}
+
+TEST_F(LogToFileTest, IsChosenByItselfUnlessATerminalReads) {
+    auto automatic = toFile();
+    automatic.choice = LogChoice::automatic;
+    {
+        StderrLog log(automatic);
+        log.logLine("Event n:1 a pipe");
+    }
+    EXPECT_EQ(inFile(), "Event n:1 a pipe\n");
+    EXPECT_EQ(diagnostics.readAvailable(), "");
+
+    const FileDescriptor screen(posix_openpt(O_RDWR | O_NOCTTY));
+    ASSERT_TRUE(screen && grantpt(screen.get()) == 0 && unlockpt(screen.get()) == 0);
+    const FileDescriptor terminal(open(ptsname(screen.get()), O_RDWR | O_NOCTTY));
+    automatic.diagnostics = terminal.get();
+    {
+        StderrLog log(automatic);
+        log.logLine("Event n:1 a terminal");
+        log.standardOutput("48 ");
+    }
+    char text[100] = {};
+    EXPECT_GT(read(screen.get(), text, sizeof text - 1), 0);
+    EXPECT_STREQ(text, "Event n:1 a terminal\r\n");
+    EXPECT_EQ(output.readAvailable(), "48 ");
+    EXPECT_EQ(inFile(), "Event n:1 a pipe\n") << "nothing more";
+}
+
+TEST_F(LogToFileTest, NoLogIsNone) {
+    auto none = toFile();
+    none.choice = LogChoice::none;
+    StderrLog log(none);
+    EXPECT_FALSE(log.listens());
+    setLogSink(&log);
+    logLine("Pointer: nobody hears");
+    printText("48 ");
+    setLogSink(nullptr);
+    EXPECT_TRUE(log.flush());
+    EXPECT_EQ(diagnostics.readAvailable() + output.readAvailable(), "");
+    EXPECT_FALSE(std::filesystem::exists(home.file("log")));
+}
+
+[[noreturn]] void logWithoutThreads() {
+    const rlimit none{};
+    if (!becomeOrdinaryUser() || setrlimit(RLIMIT_NPROC, &none) != 0)
+        std::_Exit(2);
+    {
+        StderrLog log({.patience = 60s});
+        log.logLine("to nobody");
+        if (log.flush())
+            std::_Exit(3);
+    }
+    std::_Exit(0);
+}
+
+TEST(StderrLogDeathTest, WithoutAThreadItSaysSoAndTheProgramGoesOn) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    if (!ordinaryUserMayEnter("/"))
+        GTEST_SKIP() << "there is no ordinary user to become";
+    EXPECT_EXIT(logWithoutThreads(), testing::ExitedWithCode(0),
+                "^Log: no thread for writing: Resource temporarily unavailable; nothing is logged\n$");
 }
 
 } // namespace
