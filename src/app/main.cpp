@@ -1,20 +1,51 @@
 // SPDX-License-Identifier: MIT
 // The driver program: puts the Linux platform together and hands over to the application.
+#include <cstdio>
+#include <utility>
+#include <vector>
+
 #include <QApplication>
 
 #include "app/ApplicationMain.h"
+#include "app/ProgramOptions.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "linux_desktop/process/RootUser.h"
 #include "linux_desktop/process/SingleInstance.h"
 
-int main(int argc, char** argv) {
-    const lightpen::SingleInstance instance("LightPenNX7");
+namespace lightpen {
+namespace {
+
+int programMain(int argc, char** argv) {
+    const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+    std::string problem;
+    const auto options = programOptions(arguments, problem);
+    if (!options) {
+        std::fprintf(stderr, "%s\n%s", problem.c_str(), kProgramUsage);
+        return 2;
+    }
+    if (options->help) {
+        std::fputs(kProgramUsage, stdout);
+        return EXIT_SUCCESS;
+    }
+    const SingleInstance instance("LightPenNX7");
     if (instance.runsAlready())
-        return 0;
-    lightpen::setUpQtMessages();
+        return EXIT_SUCCESS;
+    setUpQtMessages();
     const QApplication application(argc, argv);
-    lightpen::setUpQtApplication();
-    lightpen::LinuxPlatform linuxPlatform;
-    lightpen::Platform::setCurrent(&linuxPlatform.platform());
-    lightpen::applicationMain([&linuxPlatform] { return linuxPlatform.run(); });
+    setUpQtApplication();
+    LinuxPlatformSettings settings;
+    settings.log.choice = options->log;
+    LinuxPlatform linuxPlatform(std::move(settings));
+    Platform::setCurrent(&linuxPlatform.platform());
+    warnOfRoot();
+    applicationMain([&linuxPlatform] { return linuxPlatform.run(); });
+    return EXIT_FAILURE; // never: the application leaves by itself
+}
+
+} // namespace
+} // namespace lightpen
+
+int main(int argc, char** argv) {
+    return lightpen::programMain(argc, argv);
 }

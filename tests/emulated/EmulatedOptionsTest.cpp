@@ -44,6 +44,8 @@ TEST_F(EmulatedOptionsTest, Values) {
     EXPECT_EQ(options->pose, "rotated");
     EXPECT_TRUE(options->plugged);
     EXPECT_EQ(read({"--wireless", "255"})->wireless, 255);
+    EXPECT_EQ(options->log, LogChoice::automatic);
+    EXPECT_EQ(read({"--log", "file"})->log, LogChoice::file);
 }
 
 TEST_F(EmulatedOptionsTest, WhatCannotBeUnderstoodIsNamed) {
@@ -55,6 +57,8 @@ TEST_F(EmulatedOptionsTest, WhatCannotBeUnderstoodIsNamed) {
     EXPECT_EQ(problem, "--pose needs a value.");
     EXPECT_FALSE(read({"--pose", "upside-down"}));
     EXPECT_EQ(problem, "There is no pose upside-down.");
+    EXPECT_FALSE(read({"--log", "journal"}));
+    EXPECT_EQ(problem, "--log takes stderr, file or none.");
     for (const char* value : {"256", "-1", "one", "", "1 "}) {
         EXPECT_FALSE(read({"--wireless", value})) << value;
         EXPECT_EQ(problem, "--wireless takes a number from 0 to 255.");

@@ -22,6 +22,7 @@ protected:
                                           {"QT_QPA_PLATFORM", "xcb"},
                                           {"XDG_CONFIG_HOME", folder.file("config")},
                                           {"XDG_DATA_HOME", folder.file("data")},
+                                          {"XDG_STATE_HOME", folder.file("state")},
                                           {"XDG_RUNTIME_DIR", folder.path().string()},
                                           {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere"},
                                           {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"}}),
@@ -74,6 +75,21 @@ TEST_F(EmulatedProgramTest, TheEndOfItsInputEndsIt) {
     EXPECT_EQ(program.ask("flash"), "ok empty");
     program.endInput();
     EXPECT_EQ(program.waitForEnd(), 0);
+}
+
+TEST_F(EmulatedProgramTest, TheLogFileHasWhatStandardErrorHasNot) {
+    start({"--plugged", "--calibrated", "--log", "file"});
+    ASSERT_TRUE(reaches("ready=yes"));
+    EXPECT_EQ(program.ask("tap 31 660"), "ok");
+    EXPECT_TRUE(pointerComesTo({31, 660}));
+    EXPECT_EQ(program.ask("quit"), "ok");
+    EXPECT_EQ(program.waitForEnd(), 0);
+    EXPECT_EQ(program.log().find(" n:"), std::string::npos) << program.log();
+    EXPECT_NE(program.log().find("Pointer: events go through XTest\n"), std::string::npos);
+    const std::string file = readFile(folder.file("state/LightPenNX7-emulated/log"));
+    EXPECT_NE(file.find("Pointer: events go through XTest\n"), std::string::npos);
+    EXPECT_NE(file.find("\nKVR n:"), std::string::npos);
+    EXPECT_NE(file.find("Event n:546 "), std::string::npos) << "what is printed";
 }
 
 TEST_F(EmulatedProgramTest, UnknownOptionsAreRefused) {

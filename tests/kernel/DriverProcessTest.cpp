@@ -3,6 +3,7 @@
 #include "kernel/support/DriverProcess.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 
@@ -54,8 +55,37 @@ TEST(DriverProcess, ASecondOneOfTheSameUserEndsAndTheFirstGoesOn) {
     EXPECT_EQ(third.count("runs already"), 0U);
 }
 
+TEST(DriverProcess, WithoutATerminalItsStepsAreInTheUsersFileAlone) {
+    DriverProcess driver({.arguments = {}});
+    const std::filesystem::path file = driver.home() / ".local/state/LightPenNX7/log";
+    EXPECT_TRUE(eventually([&] { return readFile(file).find("Light n:") != std::string::npos; }));
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+    EXPECT_NE(readFile(file).find("\nPointer: "), std::string::npos) << readFile(file);
+    EXPECT_EQ(driver.count("Pointer: "), 1U) << driver.log();
+    EXPECT_EQ(driver.count(" n:"), 0U) << driver.log();
+    EXPECT_EQ(driver.count("started as root"), 0U) << driver.log();
+    struct stat status {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 65534U);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST(DriverProcess, NoLogIsNone) {
+    DriverProcess driver({.arguments = {"--log", "none"}});
+    EXPECT_TRUE(eventually([&] { return driver.threads() > 2; }));
+    EXPECT_EQ(driver.end(), 0);
+    EXPECT_EQ(driver.log(), "");
+    EXPECT_FALSE(std::filesystem::exists(driver.home() / ".local/state"));
+}
+
+TEST(DriverProcess, ToRootItSaysWhyNot) {
+    DriverProcess driver({.user = 0});
+    EXPECT_TRUE(driver.waitFor("Application: started as root; ")) << driver.log();
+    EXPECT_EQ(driver.end(), 0) << driver.log();
+}
+
 TEST(DriverProcess, LinesAreWaitedForInOrder) {
-    DriverProcess program({.environment = {{"WORD", "one"}}, .program = "/usr/bin/env"});
+    DriverProcess program({.environment = {{"WORD", "one"}}, .program = "/usr/bin/env", .arguments = {}});
     EXPECT_TRUE(program.waitFor("WORD=one")) << program.log();
     EXPECT_FALSE(program.waitFor("WORD=one", std::chrono::seconds(1)));
     EXPECT_EQ(program.end(), 0);

@@ -29,6 +29,11 @@ std::string takeValue(EmulatedOptions& options, std::string_view name, std::stri
         options.pose = value;
         return std::ranges::find(poses, value) == poses.end() ? "There is no pose " + options.pose + "." : "";
     }
+    if (name == "--log") {
+        const auto choice = logChoiceNamed(value);
+        options.log = choice.value_or(LogChoice::automatic);
+        return choice ? "" : kLogProblem;
+    }
     std::uint8_t byte = 0;
     const auto [end, wrong] = std::from_chars(value.data(), value.data() + value.size(), byte);
     if (wrong != std::errc() || end != value.data() + value.size())
@@ -47,7 +52,7 @@ std::optional<EmulatedOptions> emulatedOptions(std::span<const std::string_view>
         if (const auto* const found = std::ranges::find(kSwitches, name, &Switch::name);
             found != std::end(kSwitches)) {
             options.*found->flag = name != "--no-hand";
-        } else if (name != "--wireless" && name != "--pose") {
+        } else if (name != "--wireless" && name != "--pose" && name != "--log") {
             problem = "Unknown option: " + name;
             return std::nullopt;
         } else if (++i == arguments.size()) {

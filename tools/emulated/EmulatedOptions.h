@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/LogChoice.h"
+
 namespace lightpen {
 
 // How the program with the unit in software begins.
@@ -18,6 +20,7 @@ struct EmulatedOptions {
     std::optional<std::uint8_t> wireless;
     std::string pose; // empty: the first one
     bool commands = false;
+    LogChoice log = LogChoice::automatic;
     bool xtest = false; // the pointer moves through XTest whatever the machine has
     bool help = false;
 };
@@ -41,6 +44,8 @@ inline constexpr const char* kEmulatedUsage =
     "on|off,\n"
     "                  state, quit; the end of the input ends the program\n"
     "  --xtest         moves the pointer through XTest, never through the machine's own input devices\n"
+    "  --log WHERE     where the log goes: stderr, file (~/.local/state/LightPenNX7-emulated/log) or none;\n"
+    "                  otherwise the setting \"Log\" says so, or it goes to a terminal, else to the file\n"
     "  --help          this text\n";
 
 // The options behind the program's name; none, and the problem, when they cannot be understood.

@@ -191,6 +191,7 @@ int emulatedMain(int argc, char** argv) {
     settings.units = Units::ofTheProgram;
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
+    settings.log.choice = options->log;
     settings.loginFolder = settings.userFiles + "/autostart";
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));

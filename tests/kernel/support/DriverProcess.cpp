@@ -46,8 +46,10 @@ DriverProcess::DriverProcess(DriverOptions options) {
                                                                  {"LANG", "C.UTF-8"},
                                                                  {"HOME", home_.path().string()},
                                                                  {"XDG_RUNTIME_DIR", runtime}});
+    std::vector<std::string> command{options.program};
+    command.insert(command.end(), options.arguments.begin(), options.arguments.end());
     program_ = std::make_unique<ChildProcess>(
-        std::vector{options.program},
+        std::move(command),
         ChildOptions{.environment = std::move(options.environment),
                      .thatEnvironmentOnly = true,
                      .output = log_.writeEnd(),

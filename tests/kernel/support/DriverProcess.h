@@ -30,6 +30,7 @@ struct DriverOptions {
     // Beside PATH, LANG, and HOME and XDG_RUNTIME_DIR, which are new and empty folders of the user's.
     std::map<std::string, std::string> environment = {{"QT_QPA_PLATFORM", "offscreen"}};
     std::string program = installedProgram();
+    std::vector<std::string> arguments = {"--log", "stderr"};
 };
 
 // The driver program, running beside the test with its log in the test's hand. The test must be root. Any

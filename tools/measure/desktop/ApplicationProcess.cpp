@@ -18,6 +18,7 @@ std::map<std::string, std::string> environmentOf(const std::filesystem::path& ho
             {"XDG_CONFIG_HOME", home / "config"},
             {"XDG_DATA_HOME", home / "data"},
             {"XDG_CACHE_HOME", home / "cache"},
+            {"XDG_STATE_HOME", home / "state"},
             {"LC_ALL", "C.UTF-8"},
             {"LANGUAGE", ""}};
 }
@@ -45,7 +46,7 @@ std::string ApplicationProcess::start(const std::vector<std::string>& arguments,
     for (const auto& [name, value] : environment)
         all.insert(QString::fromStdString(name), QString::fromStdString(value));
     process_.setProcessEnvironment(all);
-    QStringList words;
+    QStringList words{QStringLiteral("--log"), QStringLiteral("stderr")};
     for (const std::string& argument : arguments)
         words += QString::fromStdString(argument);
     process_.start(QString::fromStdString(program_), words);

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "app/ProgramOptions.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace lightpen {
+namespace {
+
+struct ProgramOptionsTest : testing::Test {
+    std::string problem;
+    std::optional<ProgramOptions> read(const std::vector<std::string_view>& arguments) {
+        return programOptions(arguments, problem);
+    }
+};
+
+TEST_F(ProgramOptionsTest, WithoutAnyTheSettingsDecide) {
+    const auto options = read({});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->log, LogChoice::automatic);
+    EXPECT_FALSE(options->help);
+}
+
+TEST_F(ProgramOptionsTest, EachIsTaken) {
+    EXPECT_EQ(read({"--log", "stderr"})->log, LogChoice::standardError);
+    EXPECT_EQ(read({"--log", "file"})->log, LogChoice::file);
+    EXPECT_EQ(read({"--log", "none"})->log, LogChoice::none);
+    EXPECT_EQ(read({"--log", "file", "--log", "none"})->log, LogChoice::none);
+    const auto both = read({"--help", "--log", "none"});
+    ASSERT_TRUE(both);
+    EXPECT_TRUE(both->help);
+    EXPECT_EQ(both->log, LogChoice::none);
+}
+
+TEST_F(ProgramOptionsTest, ASessionManagersOptionIsForQt) {
+    const auto options = read({"-session", "11c0a8_1672500000_4711", "--log", "file"});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->log, LogChoice::file);
+}
+
+TEST_F(ProgramOptionsTest, WhatCannotBeUnderstoodIsNamed) {
+    for (const char* unknown : {"--colour", "help", "-log", "--log=file", ""}) {
+        EXPECT_FALSE(read({"--log", "file", unknown})) << unknown;
+        EXPECT_EQ(problem, std::string("Unknown option: ") + unknown);
+    }
+    EXPECT_FALSE(read({"--log"}));
+    EXPECT_EQ(problem, "--log needs a value.");
+    for (const char* value : {"", "automatic", "/tmp/log", "--help"}) {
+        EXPECT_FALSE(read({"--log", value})) << value;
+        EXPECT_EQ(problem, "--log takes stderr, file or none.");
+    }
+}
+
+} // namespace
+} // namespace lightpen
