@@ -44,18 +44,16 @@ void LogChannel::refill() {
         return;
     settled_ = taken_;
     writing_.clear();
-    written_ = 0;
-    if (!hasWaiting())
-        return;
     writing_.swap(waiting_);
     taken_ = received_;
     if (lost_ > 0)
         writing_ += lossNote(lost_);
     lost_ = 0;
+    rest_ = writing_;
 }
 
 bool LogChannel::writeSome() {
-    std::string_view piece = std::string_view(writing_).substr(written_, PIPE_BUF);
+    std::string_view piece = rest_.substr(0, PIPE_BUF);
     if (piece.size() == PIPE_BUF)
         if (const auto lineBreak = piece.rfind('\n'); lineBreak != std::string_view::npos)
             piece = piece.substr(0, lineBreak + 1);
@@ -66,7 +64,7 @@ bool LogChannel::writeSome() {
         count = retryInterrupted([&] { return ::write(descriptor_, piece.data(), piece.size()); });
     if (count < 0 && errno == EAGAIN)
         return false;
-    written_ = count < 0 ? writing_.size() : written_ + static_cast<std::size_t>(count);
+    rest_.remove_prefix(count < 0 ? rest_.size() : static_cast<std::size_t>(count));
     return count != 0;
 }
 

@@ -34,7 +34,7 @@ public:
     std::uint64_t settled() const { return settled_; }
 
     // Writer, without the lock: whether there is something to write, and to where.
-    bool hasRest() const { return written_ < writing_.size(); }
+    bool hasRest() const { return !rest_.empty(); }
     int descriptor() const { return descriptor_; } // not owned; -1: there is none to wait for
     // Writes some whole lines, or a piece of a very long one, for which a pipe that polls as writable has
     // room. What can never be written, since the other end is closed, is dropped. Returns whether the rest
@@ -49,7 +49,7 @@ private:
     std::size_t lost_ = 0;
     std::uint64_t received_ = 0;
     std::string writing_;
-    std::size_t written_ = 0;
+    std::string_view rest_;   // of writing_
     std::uint64_t taken_ = 0; // received_ when writing_ was filled
     std::uint64_t settled_ = 0;
 };

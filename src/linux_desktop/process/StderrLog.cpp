@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -92,14 +91,13 @@ public:
     void end() {
         std::unique_lock lock(mutex_);
         ending_ = true;
-        abandoned_.store(true);
         wake_.notify_one();
         progressed_.wait_for(lock, kEndPatience, [&] { return ended_; });
     }
 
     void run() {
         std::unique_lock lock(mutex_);
-        while (!abandoned_.load()) {
+        while (!ending_) {
             for (LogChannel& channel : channels_)
                 channel.refill();
             progressed_.notify_all();
@@ -165,7 +163,6 @@ private:
     bool ending_ = false;
     bool ended_ = false;
     std::uint64_t progress_ = 0;
-    std::atomic<bool> abandoned_{false};
 };
 
 StderrLog::StderrLog(const Settings& settings)
