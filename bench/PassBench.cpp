@@ -13,7 +13,7 @@
 #include "bench/RatioReport.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
-#include "linux_desktop/process/StderrLog.h"
+#include "linux_desktop/process/ProgramLog.h"
 #include "matching/RBIOServiceMatchingServer.h"
 #include "platform/FileDescriptor.h"
 #include "platform/ReportFanOut.h"
@@ -177,7 +177,7 @@ private:
 // What a written log can take in at once, with room to spare: beyond it lines would be dropped, not written.
 constexpr long kPassesBetweenFlushes = 2048;
 
-void dragWith(benchmark::State& state, LogSink& log, StderrLog* written = nullptr) {
+void dragWith(benchmark::State& state, LogSink& log, ProgramLog* written = nullptr) {
     DrivenPen pen(log);
     std::size_t next = 0;
     long passes = 0;
@@ -204,7 +204,7 @@ BENCHMARK(passWithLogDiscarded);
 // What the passing thread spends; a thread of the log's own does the writing.
 void passWithLogWritten(benchmark::State& state) {
     const FileDescriptor file = sink();
-    StderrLog log({.diagnostics = file.get(), .output = file.get()});
+    ProgramLog log({.diagnostics = file.get(), .output = file.get()});
     dragWith(state, log, &log);
 }
 BENCHMARK(passWithLogWritten);

@@ -49,7 +49,7 @@ PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
                : pointerChoiceNamed(wordFor(LinuxPlatform::kPointerKey, defaults));
 }
 
-StderrLog::Settings chosenLog(StderrLog::Settings asked, const UserDefaults& defaults) {
+ProgramLog::Settings chosenLog(ProgramLog::Settings asked, const UserDefaults& defaults) {
     if (asked.choice == LogChoice::automatic)
         asked.choice =
             logChoiceNamed(wordFor(LinuxPlatform::kLogKey, defaults)).value_or(LogChoice::automatic);
@@ -182,7 +182,7 @@ QtDesktop& LinuxPlatform::desktop() {
     return parts_->desktop;
 }
 
-StderrLog& LinuxPlatform::log() {
+ProgramLog& LinuxPlatform::log() {
     return parts_->process.log;
 }
 

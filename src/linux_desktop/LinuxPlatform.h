@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "linux_desktop/pointer/LinuxPointer.h"
-#include "linux_desktop/process/StderrLog.h"
+#include "linux_desktop/process/ProgramLog.h"
 #include "linux_desktop/screen/QtDesktop.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
@@ -37,7 +37,7 @@ struct LinuxPlatformSettings {
     std::filesystem::path applicationFolder;
     // A choice of automatic leaves it to the user default "Log" ("stderr", "file" or "none"). The log file's
     // folder is NAME below $XDG_STATE_HOME.
-    StderrLog::Settings log;
+    ProgramLog::Settings log;
 };
 
 // The platform of a program on a Linux desktop: makes all parts in their order and owns them. It is made on
@@ -63,7 +63,7 @@ public:
     // For windows that belong on the main screen.
     QtDesktop& desktop();
     // The log in force, for a program that puts one of its own before it.
-    StderrLog& log();
+    ProgramLog& log();
 
 private:
     class Parts;

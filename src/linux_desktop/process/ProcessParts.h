@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "linux_desktop/process/ProgramLog.h"
 #include "linux_desktop/process/QtRunLoop.h"
-#include "linux_desktop/process/StderrLog.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "linux_desktop/process/SystemThreads.h"
 #include "linux_desktop/process/TerminationSignals.h"
@@ -35,7 +35,7 @@ private:
 // log that does not wait, from before the first other part to after the last. Main thread.
 struct ProcessParts {
     // The function is called before the process ends through the loop; see QtRunLoop.
-    ProcessParts(const EarlyLines& early, const StderrLog::Settings& settings,
+    ProcessParts(const EarlyLines& early, const ProgramLog::Settings& settings,
                  std::function<void()> beforeExit)
         : log(settings), logInForce(log, early), runLoop(clock, std::move(beforeExit)) {}
 
@@ -49,7 +49,7 @@ struct ProcessParts {
         LogInForce& operator=(const LogInForce&) = delete;
     };
 
-    StderrLog log;
+    ProgramLog log;
     LogInForce logInForce;
     SystemClock clock;
     SystemThreads threads;

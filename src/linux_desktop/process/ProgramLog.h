@@ -16,7 +16,7 @@ namespace lightpen {
 // an administrator should act on: the lines that carry no number. A caller only copies its text into memory,
 // whoever reads at the other end, or nobody: what does not fit any more is dropped, and a line in its place
 // says how many lines that were.
-class StderrLog final : public LogSink {
+class ProgramLog final : public LogSink {
 public:
     // As a program uses them unless it says otherwise.
     struct Settings {
@@ -34,11 +34,11 @@ public:
 
     // Starts the writer. Where no thread can be had nothing is logged, and where the log file cannot be
     // written the program goes on without it; one line on the diagnostics' descriptor says so.
-    explicit StderrLog(const Settings& settings);
+    explicit ProgramLog(const Settings& settings);
     // Writes out what is left, as flush() does, and ends the writer.
-    ~StderrLog() override;
-    StderrLog(const StderrLog&) = delete;
-    StderrLog& operator=(const StderrLog&) = delete;
+    ~ProgramLog() override;
+    ProgramLog(const ProgramLog&) = delete;
+    ProgramLog& operator=(const ProgramLog&) = delete;
 
     bool listens() const override;
     void logLine(std::string_view line) override;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/process/StderrLog.h"
+#include "linux_desktop/process/ProgramLog.h"
 
 #include <poll.h>
 
@@ -26,7 +26,7 @@ constexpr int kPollMilliseconds = 50;
 // How long the end of the log waits for the writer's thread, which is then idle or stuck in a write.
 constexpr std::chrono::milliseconds kEndPatience{500};
 
-LogChoice choiceOf(const StderrLog::Settings& settings) {
+LogChoice choiceOf(const ProgramLog::Settings& settings) {
     if (settings.choice != LogChoice::automatic)
         return settings.choice;
     return ::isatty(settings.diagnostics) == 1 ? LogChoice::standardError : LogChoice::file;
@@ -43,7 +43,7 @@ bool isNumbered(std::string_view line) {
 } // namespace
 
 // Its public operations are for the log's callers, but for run(), the thread's body.
-class StderrLog::Writer {
+class ProgramLog::Writer {
 public:
     explicit Writer(const Settings& settings)
         : choice(choiceOf(settings)), gathering_(settings.gathering),
@@ -165,7 +165,7 @@ private:
     std::uint64_t progress_ = 0;
 };
 
-StderrLog::StderrLog(const Settings& settings)
+ProgramLog::ProgramLog(const Settings& settings)
     : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience) {
     const AllSignalsBlocked blocked;
     try {
@@ -179,24 +179,24 @@ StderrLog::StderrLog(const Settings& settings)
     }
 }
 
-StderrLog::~StderrLog() {
+ProgramLog::~ProgramLog() {
     writer_->flush(patience_);
     writer_->end();
 }
 
-bool StderrLog::listens() const {
+bool ProgramLog::listens() const {
     return writer_->choice != LogChoice::none;
 }
 
-void StderrLog::logLine(std::string_view line) {
+void ProgramLog::logLine(std::string_view line) {
     writer_->append(line, true);
 }
 
-void StderrLog::standardOutput(std::string_view text) {
+void ProgramLog::standardOutput(std::string_view text) {
     writer_->append(text, false);
 }
 
-bool StderrLog::flush(Microseconds patience) {
+bool ProgramLog::flush(Microseconds patience) {
     return writer_->flush(patience);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "linux_desktop/process/StderrLog.h"
+#include "linux_desktop/process/ProgramLog.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -21,20 +21,20 @@ namespace {
 
 using namespace std::chrono_literals;
 
-StderrLog::Settings settings(const Pipe& diagnostics, const Pipe& output) {
+ProgramLog::Settings settings(const Pipe& diagnostics, const Pipe& output) {
     // Patient with a writer that a busy machine holds up.
     return {diagnostics.writeEnd(),   output.writeEnd(), std::size_t{1} << 20, 1ms, 60s,
             LogChoice::standardError, "/nowhere"};
 }
 
-class StderrLogTest : public testing::Test {
+class ProgramLogTest : public testing::Test {
 protected:
     Pipe diagnostics;
     Pipe output;
 };
 
-TEST_F(StderrLogTest, WritesLinesToOneDescriptorAndOutputToTheOther) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, WritesLinesToOneDescriptorAndOutputToTheOther) {
+    ProgramLog log(settings(diagnostics, output));
     log.logLine("Event n:1 a");
     log.standardOutput("bytes ");
     log.logLine("Event n:2 b");
@@ -44,8 +44,8 @@ TEST_F(StderrLogTest, WritesLinesToOneDescriptorAndOutputToTheOther) {
     EXPECT_EQ(output.readAvailable(), "bytes and more\n");
 }
 
-TEST_F(StderrLogTest, WritesWithoutBeingAskedTo) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, WritesWithoutBeingAskedTo) {
+    ProgramLog log(settings(diagnostics, output));
     log.logLine("one");
     EXPECT_EQ(diagnostics.readUntil("one\n"), "one\n");
     // The writer has gone to sleep or is about to; both must be woken from.
@@ -54,16 +54,16 @@ TEST_F(StderrLogTest, WritesWithoutBeingAskedTo) {
     EXPECT_EQ(diagnostics.readUntil("two\n"), "two\n");
 }
 
-TEST_F(StderrLogTest, FlushOfNothingReturnsAtOnce) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, FlushOfNothingReturnsAtOnce) {
+    ProgramLog log(settings(diagnostics, output));
     EXPECT_TRUE(log.flush(0ms));
 }
 
-TEST_F(StderrLogTest, EndsWithEverythingWritten) {
+TEST_F(ProgramLogTest, EndsWithEverythingWritten) {
     {
         auto lazy = settings(diagnostics, output);
         lazy.gathering = 10s; // only the end of the log makes it write in time
-        StderrLog log(lazy);
+        ProgramLog log(lazy);
         log.logLine("last words");
         log.standardOutput("last bytes");
     }
@@ -71,12 +71,12 @@ TEST_F(StderrLogTest, EndsWithEverythingWritten) {
     EXPECT_EQ(output.readAvailable(), "last bytes");
 }
 
-TEST_F(StderrLogTest, KeepsLinesWholeAndEachThreadsOrder) {
+TEST_F(ProgramLogTest, KeepsLinesWholeAndEachThreadsOrder) {
     constexpr int kThreads = 4;
     constexpr int kLines = 500;
     std::string text;
     {
-        StderrLog log(settings(diagnostics, output));
+        ProgramLog log(settings(diagnostics, output));
         std::thread reader([&] { text = diagnostics.readUntil("end\n"); });
         std::vector<std::thread> writers;
         for (int thread = 0; thread < kThreads; ++thread)
@@ -99,10 +99,10 @@ TEST_F(StderrLogTest, KeepsLinesWholeAndEachThreadsOrder) {
         EXPECT_EQ(next[i], kLines);
 }
 
-TEST_F(StderrLogTest, APipeThatNobodyReadsStopsNoCaller) {
+TEST_F(ProgramLogTest, APipeThatNobodyReadsStopsNoCaller) {
     auto small = settings(diagnostics, output);
     small.capacity = 1000;
-    StderrLog log(small);
+    ProgramLog log(small);
     const std::string filling(diagnostics.capacity(), '.');
     ASSERT_EQ(write(diagnostics.writeEnd(), filling.data(), filling.size()),
               static_cast<ssize_t>(filling.size()));
@@ -134,8 +134,8 @@ TEST_F(StderrLogTest, APipeThatNobodyReadsStopsNoCaller) {
     EXPECT_EQ(whole + lost, lines);
 }
 
-TEST_F(StderrLogTest, ABlockedOutputDoesNotHoldDiagnosticsUp) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, ABlockedOutputDoesNotHoldDiagnosticsUp) {
+    ProgramLog log(settings(diagnostics, output));
     log.standardOutput(std::string(output.capacity() + 10'000, 'x'));
     EXPECT_FALSE(log.flush(20ms));
     log.logLine("still here");
@@ -143,8 +143,8 @@ TEST_F(StderrLogTest, ABlockedOutputDoesNotHoldDiagnosticsUp) {
     output.closeReadEnd(); // nothing to wait for at the end of the log
 }
 
-TEST_F(StderrLogTest, AReaderThatHasGoneEndsNeitherProcessNorLog) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, AReaderThatHasGoneEndsNeitherProcessNorLog) {
+    ProgramLog log(settings(diagnostics, output));
     diagnostics.closeReadEnd();
     log.logLine("to nobody");
     EXPECT_TRUE(log.flush());
@@ -153,17 +153,17 @@ TEST_F(StderrLogTest, AReaderThatHasGoneEndsNeitherProcessNorLog) {
     EXPECT_EQ(output.readAvailable(), "to somebody");
 }
 
-TEST_F(StderrLogTest, AClosedDescriptorIsSurvived) {
+TEST_F(ProgramLogTest, AClosedDescriptorIsSurvived) {
     const int closed = dup(output.writeEnd());
     close(closed);
-    StderrLog log({.diagnostics = closed, .output = output.writeEnd(), .capacity = 1000, .gathering = 1ms});
+    ProgramLog log({.diagnostics = closed, .output = output.writeEnd(), .capacity = 1000, .gathering = 1ms});
     log.logLine("into the void");
     log.standardOutput("out");
     EXPECT_EQ(output.readUntil("out"), "out");
 }
 
-TEST_F(StderrLogTest, ServesThePlatformLog) {
-    StderrLog log(settings(diagnostics, output));
+TEST_F(ProgramLogTest, ServesThePlatformLog) {
+    ProgramLog log(settings(diagnostics, output));
     setLogSink(&log);
     logLine("Event n:%d %.2f", 2411, 0.5);
     printText("%02x ", 0x48);
@@ -173,9 +173,9 @@ TEST_F(StderrLogTest, ServesThePlatformLog) {
     EXPECT_EQ(output.readAvailable(), "48 ");
 }
 
-class LogToFileTest : public StderrLogTest {
+class LogToFileTest : public ProgramLogTest {
 protected:
-    StderrLog::Settings toFile() const {
+    ProgramLog::Settings toFile() const {
         auto result = settings(diagnostics, output);
         result.choice = LogChoice::file;
         result.folder = home.file("log");
@@ -187,7 +187,7 @@ protected:
 };
 
 TEST_F(LogToFileTest, EverythingIsInTheFileInItsOrder) {
-    StderrLog log(toFile());
+    ProgramLog log(toFile());
     EXPECT_TRUE(log.listens());
     log.standardOutput("Event n:546 ");
     log.logLine("Event n:1 a");
@@ -202,7 +202,7 @@ TEST_F(LogToFileTest, EverythingIsInTheFileInItsOrder) {
 
 // The others tell where the pen was, and what a pairing table holds.
 TEST_F(LogToFileTest, OnlyLinesWithoutANumberAreDiagnosticsToo) {
-    StderrLog log(toFile());
+    ProgramLog log(toFile());
     const std::vector<std::string> acted{
         "KVR: too few points", "Pointer: n:3", "Eventual n:3", "Event n:", "Event n:x",    "event n:3",
         " Event n:3",          " n:3",         "Event",        "",         "Qt: Event n:3"};
@@ -225,7 +225,7 @@ TEST_F(LogToFileTest, EndsWithEverythingWritten) {
     {
         auto lazy = toFile();
         lazy.gathering = 10s; // only the end of the log makes it write in time
-        StderrLog log(lazy);
+        ProgramLog log(lazy);
         log.logLine("Event n:1 last words");
     }
     EXPECT_EQ(inFile(), "Event n:1 last words\n");
@@ -235,7 +235,7 @@ TEST_F(LogToFileTest, MoreThanFitsIsLostWithANoteThatSaysSo) {
     auto small = toFile();
     small.capacity = 20;
     small.gathering = 10s; // until the flush nothing is written
-    StderrLog log(small);
+    ProgramLog log(small);
     for (int i = 0; i < 3; ++i)
         log.logLine("Event n:1 a line");
     EXPECT_TRUE(log.flush());
@@ -244,7 +244,7 @@ TEST_F(LogToFileTest, MoreThanFitsIsLostWithANoteThatSaysSo) {
 }
 
 TEST_F(LogToFileTest, AReaderWhoTakesNothingDoesNotHoldTheFileUp) {
-    StderrLog log(toFile());
+    ProgramLog log(toFile());
     log.logLine(std::string(diagnostics.capacity() + 10'000, 'x'));
     log.logLine("Event n:1 still here");
     EXPECT_TRUE(eventually([&] { return inFile().ends_with("x\nEvent n:1 still here\n"); }));
@@ -254,7 +254,7 @@ TEST_F(LogToFileTest, AReaderWhoTakesNothingDoesNotHoldTheFileUp) {
 
 TEST_F(LogToFileTest, WithoutAFolderItSaysSoOnceAndGoesOn) {
     writeFile(home.file("log"), "no folder");
-    StderrLog log(toFile());
+    ProgramLog log(toFile());
     for (int i = 0; i < 3; ++i) {
         log.logLine("Event n:1 lost");
         EXPECT_TRUE(log.flush());
@@ -270,7 +270,7 @@ TEST_F(LogToFileTest, IsChosenByItselfUnlessATerminalReads) {
     auto automatic = toFile();
     automatic.choice = LogChoice::automatic;
     {
-        StderrLog log(automatic);
+        ProgramLog log(automatic);
         log.logLine("Event n:1 a pipe");
     }
     EXPECT_EQ(inFile(), "Event n:1 a pipe\n");
@@ -281,7 +281,7 @@ TEST_F(LogToFileTest, IsChosenByItselfUnlessATerminalReads) {
     const FileDescriptor terminal(open(ptsname(screen.get()), O_RDWR | O_NOCTTY));
     automatic.diagnostics = terminal.get();
     {
-        StderrLog log(automatic);
+        ProgramLog log(automatic);
         log.logLine("Event n:1 a terminal");
         log.standardOutput("48 ");
     }
@@ -295,7 +295,7 @@ TEST_F(LogToFileTest, IsChosenByItselfUnlessATerminalReads) {
 TEST_F(LogToFileTest, NoLogIsNone) {
     auto none = toFile();
     none.choice = LogChoice::none;
-    StderrLog log(none);
+    ProgramLog log(none);
     EXPECT_FALSE(log.listens());
     setLogSink(&log);
     logLine("Pointer: nobody hears");
@@ -311,7 +311,7 @@ TEST_F(LogToFileTest, NoLogIsNone) {
     if (!becomeOrdinaryUser() || setrlimit(RLIMIT_NPROC, &none) != 0)
         std::_Exit(2);
     {
-        StderrLog log({.patience = 60s});
+        ProgramLog log({.patience = 60s});
         log.logLine("to nobody");
         if (log.flush())
             std::_Exit(3);
@@ -319,7 +319,7 @@ TEST_F(LogToFileTest, NoLogIsNone) {
     std::_Exit(0);
 }
 
-TEST(StderrLogDeathTest, WithoutAThreadItSaysSoAndTheProgramGoesOn) {
+TEST(ProgramLogDeathTest, WithoutAThreadItSaysSoAndTheProgramGoesOn) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     if (!ordinaryUserMayEnter("/"))
         GTEST_SKIP() << "there is no ordinary user to become";
