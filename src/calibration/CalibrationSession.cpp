@@ -21,6 +21,8 @@ constexpr Microseconds kMoveDuration =
 // The first target stands at the same place in every grid.
 constexpr TargetGrid kAnyGrid{2, 2};
 
+constexpr const char* kEndWhenUntouched = "endWhenUntouched";
+
 constexpr SystemUIOptions kSessionOptions =
     kUIOptionDisableSystemMenu | kUIOptionDisableProcessSwitch | kUIOptionDisableHide;
 
@@ -72,6 +74,8 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     _calibrationWindow->makeKeyAndOrderFront();
     if (automatic)
         autoCalibration = true;
+    lastTouch_ = Platform::current().clock.now();
+    endWhenUntouched(session_, kPatience);
 }
 
 // A session that replaces another one keeps the mode that the user had before the first.
@@ -108,7 +112,10 @@ WindowPoint KVRCalibrationCenter::targetOriginOfStep(std::int64_t step) const {
 
 void KVRCalibrationCenter::lightPenCallbackAtPoint(CameraPoint point, EventGeneratorNX7&) {
     const SessionRef session = session_;
-    if (!session || !_canProcessLightPenSignal || point.x == -1 || point.y == -1)
+    if (!session || point.x == -1 || point.y == -1)
+        return;
+    lastTouch_ = Platform::current().clock.now();
+    if (!_canProcessLightPenSignal)
         return;
     switch (session->offer(point, targetSize())) {
     case CollectedPoints::Verdict::complete:
@@ -217,6 +224,7 @@ void KVRCalibrationCenter::calibrationDidCancel(const Notification& notification
 
 void KVRCalibrationCenter::endSession() {
     session_ = nullptr;
+    Platform::current().runLoop.cancelPreviousPerformRequests(this, kEndWhenUntouched, {});
     stopAnimation();
 }
 
@@ -244,15 +252,32 @@ void KVRCalibrationCenter::programEnds() {
         driver().putIRFilter();
 }
 
+// A touch only notes its time: it may come on another thread, and many do.
+void KVRCalibrationCenter::endWhenUntouched(const SessionRef& session, Microseconds wait) {
+    auto look = forSession(session, [session](KVRCalibrationCenter& self) {
+        const Microseconds left = self.lastTouch_.load() + kPatience - Platform::current().clock.now();
+        if (left > Microseconds::zero())
+            return self.endWhenUntouched(session, left);
+        logLine("Calibration: nobody has touched the screen for three minutes; it ends");
+        self.cancelSession();
+    });
+    Platform::current().runLoop.performAfterDelay({this, kEndWhenUntouched, {}, std::move(look)}, wait);
+}
+
 // Nothing happens once the session, or the centre, is gone.
-void KVRCalibrationCenter::performForSession(const SessionRef& session, const char* selector,
-                                             std::function<void(KVRCalibrationCenter&)> operation) {
-    auto perform = [weak = weak_from_this(), session, operation = std::move(operation)] {
+std::function<void()> KVRCalibrationCenter::forSession(const SessionRef& session,
+                                                       std::function<void(KVRCalibrationCenter&)> operation) {
+    return [weak = weak_from_this(), session, operation = std::move(operation)] {
         const auto center = weak.lock();
         if (center && center->session_.load() == session)
             operation(*center);
     };
-    Platform::current().runLoop.performOnMainThread({this, selector, {}, std::move(perform)});
+}
+
+void KVRCalibrationCenter::performForSession(const SessionRef& session, const char* selector,
+                                             std::function<void(KVRCalibrationCenter&)> operation) {
+    Platform::current().runLoop.performOnMainThread(
+        {this, selector, {}, forSession(session, std::move(operation))});
 }
 
 } // namespace lightpen

@@ -21,6 +21,7 @@
 #include "platform/Shared.h"
 #include "platform/Sounds.h"
 #include "platform/SystemUI.h"
+#include "platform/Time.h"
 
 namespace lightpen {
 
@@ -101,6 +102,8 @@ public:
     void cancelSession();
     // The program ends: what a session has changed in the unit is put back. Windows end with the program.
     void programEnds();
+    // How long a session waits for a touch before it is cancelled: it holds the keyboard meanwhile.
+    static constexpr Microseconds kPatience = std::chrono::minutes(3);
     // Shows the cursor again that an automatic session has hidden.
     void windowWillClose(const Notification& notification);
 
@@ -136,6 +139,9 @@ private:
     void stopAnimation();
     void closeWindow();
     void playBeep() const;
+    void endWhenUntouched(const SessionRef& session, Microseconds wait);
+    std::function<void()> forSession(const SessionRef& session,
+                                     std::function<void(KVRCalibrationCenter&)> operation);
     void performForSession(const SessionRef& session, const char* selector,
                            std::function<void(KVRCalibrationCenter&)> operation);
 
@@ -157,6 +163,8 @@ private:
     // The session under way; null when there is none. Written by the main thread.
     SharedReference<CollectedPoints> session_;
     std::shared_ptr<ViewAnimation> animation_; // the last one of the session
+    // When the session began or was last touched; for the main thread.
+    SharedValue<Microseconds> lastTouch_;
     // The target's, for the point thread.
     SharedReference<const SharedRecord<WindowRect>> targetFrame_;
 
