@@ -133,8 +133,44 @@ void UnitPublisher::nodeSeen(const HidNode& seen) {
         node.descriptor = descriptorOf(seen);
     node.seen = seen;
     // Opening it is the only sure answer, but it costs 50 ms: once is enough.
-    node.opens = isPenNode(seen) && seen.initialised && opens(unit, seen);
+    node.opens = allowed_ && isPenNode(seen) && seen.initialised && opens(unit, seen);
     publishReadyNodes(unit);
+}
+
+void UnitPublisher::allowUnits(bool allowed) {
+    if (std::exchange(allowed_, allowed) == allowed)
+        return;
+    if (allowed)
+        return seeAgain([](const Node&) { return true; });
+    for (auto& [path, unit] : units_)
+        withdraw(unit);
+}
+
+bool UnitPublisher::isShut(const Node& node) {
+    return isPenNode(node.seen) && node.seen.initialised && !node.opens;
+}
+
+bool UnitPublisher::hasShutNode() const {
+    return allowed_ && std::any_of(units_.begin(), units_.end(), [](const auto& unit) {
+               const auto& nodes = unit.second.nodes;
+               return std::any_of(nodes.begin(), nodes.end(),
+                                  [](const auto& node) { return isShut(node.second); });
+           });
+}
+
+void UnitPublisher::retryShutNodes() {
+    seeAgain(isShut);
+}
+
+// Copies, since seeing a node writes it.
+void UnitPublisher::seeAgain(const std::function<bool(const Node&)>& wanted) {
+    std::vector<HidNode> nodes;
+    for (const auto& [devicePath, unit] : units_)
+        for (const auto& [path, node] : unit.nodes)
+            if (wanted(node))
+                nodes.push_back(node.seen);
+    for (const HidNode& node : nodes)
+        nodeSeen(node);
 }
 
 bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
@@ -155,6 +191,8 @@ bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
 }
 
 void UnitPublisher::publishReadyNodes(Unit& unit) {
+    if (!allowed_)
+        return;
     std::vector<Node*> ready;
     for (auto& [path, node] : unit.nodes)
         if (node.seen.initialised && node.descriptor && (node.opens || !isPenNode(node.seen)))

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -70,6 +71,14 @@ public:
     void nodeGone(const std::string& path);
     void deviceGone(const std::string& path);
 
+    // Whether units may be listed; so it is at first. When they may not any more, those that are listed leave
+    // as if they were unplugged, and none is opened. When they may again, those that are there arrive.
+    void allowUnits(bool allowed);
+    // Whether there is a pen's node that could not be opened.
+    bool hasShutNode() const;
+    // Tries such nodes once more: who may open a node can change without a word from the bus.
+    void retryShutNodes();
+
 private:
     // A node's service in the registry, and the devices that were made of it.
     struct Listed {
@@ -89,6 +98,8 @@ private:
         bool complained = false;
     };
 
+    static bool isShut(const Node& node);
+    void seeAgain(const std::function<bool(const Node&)>& wanted);
     bool opens(Unit& unit, const HidNode& node) const;
     void publishReadyNodes(Unit& unit);
     void publish(Node& node);
@@ -101,6 +112,7 @@ private:
     Clock& clock_;
     const OpenHidrawNode openNode_;
     std::map<std::string, Unit> units_; // by path
+    bool allowed_ = true;
     // For requests on the loop, which may come after this object's end.
     const std::shared_ptr<UnitPublisher*> self_ = std::make_shared<UnitPublisher*>(this);
 };

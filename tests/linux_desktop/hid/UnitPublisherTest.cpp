@@ -253,6 +253,51 @@ TEST_F(UnitPublisherTest, WithoutItsPenNodeAUnitIsNotListedUntilThatCanBeOpenedA
     EXPECT_EQ(shown(), "");
 }
 
+TEST_F(UnitPublisherTest, UnitsThatMayNotBeListedLeaveAndComeBack) {
+    plugIn();
+    const auto pen = openPen();
+    ASSERT_TRUE(pen);
+    desktop_.runLoop.runPending();
+    publisher_->allowUnits(false);
+    EXPECT_EQ(shown(), "");
+    EXPECT_EQ(pen->setReport(IOHIDReportType::output, 0, Bytes{'H'}, kIOHIDNoTimeout), kIOReturnNoDevice);
+    publisher_->nodeSeen(unitNode(3));
+    EXPECT_EQ(shown(), "");
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    publisher_->allowUnits(true);
+    publisher_->allowUnits(true);
+    EXPECT_EQ(shown(), "3 0 unit ");
+    desktop_.runLoop.runFor(Microseconds(60'000));
+    EXPECT_EQ(observer_.seen, "+-+");
+    EXPECT_TRUE(openPen()) << "anew";
+}
+
+TEST_F(UnitPublisherTest, AUnitThatComesWhileNoneMayBeListedIsNotEvenOpened) {
+    publisher_->allowUnits(false);
+    seePen(EACCES);
+    publisher_->nodeSeen(unitNode(0));
+    publisher_->nodeSeen(unitNode(3, 2, "1-4"));
+    publisher_->deviceGone(cameraUnit("1-4").path);
+    EXPECT_EQ(opened_, "");
+    EXPECT_TRUE(log_.lines().empty()) << "it is another user's";
+    EXPECT_FALSE(publisher_->hasShutNode());
+    openError_ = 0;
+    publisher_->allowUnits(true);
+    EXPECT_EQ(shown(), "3 0 unit ");
+}
+
+TEST_F(UnitPublisherTest, ANodeThatIsOpenedToTheUserIsFoundByTryingAgain) {
+    seePen(EACCES);
+    EXPECT_TRUE(publisher_->hasShutNode());
+    publisher_->retryShutNodes();
+    EXPECT_EQ(shown(), "");
+    EXPECT_EQ(log_.lines().size(), 1U) << "told once";
+    openError_ = 0;
+    publisher_->retryShutNodes();
+    EXPECT_EQ(shown(), "3 unit ");
+    EXPECT_FALSE(publisher_->hasShutNode());
+}
+
 TEST_F(UnitPublisherTest, TwoUnitsAreKeptApart) {
     seePen(0);
     publisher_->nodeSeen(unitNode(3, 2, "1-4"));
