@@ -92,6 +92,7 @@ void LightPenNX7Controller::awakeFromNib() {
     notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& notification) {
         calibrationDidComplete(notification);
     });
+    observeScreen();
     deviceConnected_ = false;
     loadThresholds();
     printText("Light n:356 轉入Event\n");
@@ -117,6 +118,18 @@ void LightPenNX7Controller::makeStatusItem() {
     statusItem_->setMenuClosed([] { EventGeneratorNX7::giveBackPairingKeys(); });
     printText("Light n:342 menu 設定\n");
     Platform::current().runLoop.runFor(kPanelTurn);
+}
+
+// Nobody may be kept from locking the screen, and nothing is shown above a locker.
+void LightPenNX7Controller::observeScreen() {
+    NotificationCenter& notifications = Platform::current().notifications;
+    notifications.addObserver(this, kScreenWasCovered, nullptr, [this](const Notification&) {
+        calibrationCenter_->cancelSession();
+        EventGeneratorNX7::sharedEventGeneratorNX7()->screenWasCovered();
+    });
+    notifications.addObserver(this, kScreenWasUncovered, nullptr, [](const Notification&) {
+        EventGeneratorNX7::sharedEventGeneratorNX7()->screenWasUncovered();
+    });
 }
 
 void LightPenNX7Controller::loadThresholds() {
@@ -228,9 +241,11 @@ void LightPenNX7Controller::menuOpened() {
     EventGeneratorNX7::askForPairingKeys();
 }
 
+// While the screen is covered the window waits for the light test that follows.
 void LightPenNX7Controller::noiseDetectedCallback(EventGeneratorNX7&) {
     logLine("Light n:784 noiseDetectedCallback");
-    showPreviewWindow(true);
+    if (!Platform::current().systemUI.isScreenCovered())
+        showPreviewWindow(true);
 }
 
 } // namespace lightpen

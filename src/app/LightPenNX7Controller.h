@@ -64,7 +64,7 @@ public:
     // A session under way is cancelled. Also called on the point thread; menu and windows then follow on the
     // main thread.
     void deviceDidRemoveCallback(EventGeneratorNX7& driver) override;
-    // Shows the preview window.
+    // Shows the preview window, unless the screen is covered.
     void noiseDetectedCallback(EventGeneratorNX7& driver) override;
     bool respondsTo(Operation) const override { return true; }
 
@@ -127,6 +127,7 @@ private:
     void showToolTip();
     void menuOpened();
     void showDeviceRemoved();
+    void observeScreen();
     void tellOfCalibration(const PointListRef& points, const PointListRef& before, bool stored);
     void restoreCalibration(const PointListRef& points);
 

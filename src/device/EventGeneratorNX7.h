@@ -234,6 +234,10 @@ public:
     void Nx9View();
     // Takes the check view away and ends the point thread. Returns 0.
     int Nx9windowrelease();
+    // Takes a check view that is shown away as long as nothing may be shown.
+    void screenWasCovered();
+    // Restarts the unit where the check view was shown, so that the light test tells what to show now.
+    void screenWasUncovered();
 
     // --- Pairing (Pairing.cpp)
 

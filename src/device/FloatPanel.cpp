@@ -70,6 +70,8 @@ FloatPanel::FloatPanel(const WindowRect& contentRect)
     stayOnTop_.setInterval(kStayOnTopMilliseconds);
     // Qt holds its requests to the X server back for a while. Asking where the pointer is sends them now.
     connect(&stayOnTop_, &QTimer::timeout, this, [this] {
+        if (Platform::current().systemUI.isScreenCovered())
+            return;
         raise();
         QCursor::pos(screen());
     });
@@ -92,7 +94,7 @@ void FloatPanel::setIgnoresMouseEvents(bool ignores) {
 }
 
 void FloatPanel::makeKeyAndOrderFront() {
-    if (empty_)
+    if (empty_ || Platform::current().systemUI.isScreenCovered())
         return;
     show();
     raise();

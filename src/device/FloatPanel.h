@@ -35,7 +35,8 @@ WindowRect checkPanelRect(Size screen);
 // Places the window on the main screen; the rectangle counts from that screen's bottom-left corner.
 void placeOnMainScreen(QWidget& window, const WindowRect& rect);
 
-// The check view's panel: black, above every other window, managed or not, and over its own rectangle only.
+// The check view's panel: black, above every other window but a locker's, managed or not, and over its own
+// rectangle only.
 // Keys that reach it are swallowed. Main thread.
 class FloatPanel final : public QWidget {
 public:
@@ -50,7 +51,7 @@ public:
     bool ignoresMouseEvents() const;
     // Before it is shown.
     void setIgnoresMouseEvents(bool ignores);
-    // Shows it above all others, unless there is nothing of it to show.
+    // Shows it above all others, unless there is nothing of it to show or the screen is covered.
     void makeKeyAndOrderFront();
     // Hides it and stops bringing it to the top; it can be shown again.
     void orderOut();

@@ -140,4 +140,14 @@ int EventGeneratorNX7::Nx9windowrelease() {
     return 0;
 }
 
+void EventGeneratorNX7::screenWasCovered() {
+    if (sharedState.checkViewState == kViewShown)
+        Nx9windowrelease();
+}
+
+void EventGeneratorNX7::screenWasUncovered() {
+    if (sharedState.checkViewState == kViewShown)
+        startPointQueue();
+}
+
 } // namespace lightpen

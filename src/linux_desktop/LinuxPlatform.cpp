@@ -8,17 +8,18 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSocketNotifier>
 #include <QStandardPaths>
 
 #include "linux_desktop/files/XdgDataFiles.h"
 #include "linux_desktop/files/XdgDefaults.h"
-#include "linux_desktop/hid/UdevMonitor.h"
+#include "linux_desktop/hid/MachineUnits.h"
 #include "linux_desktop/panel/ShellParts.h"
 #include "linux_desktop/process/DBusNotifications.h"
 #include "linux_desktop/process/LinuxSounds.h"
 #include "linux_desktop/process/ProcessParts.h"
+#include "linux_desktop/process/UserSession.h"
 #include "linux_desktop/screen/LinuxSystemUI.h"
+#include "linux_desktop/screen/ScreenCover.h"
 
 namespace lightpen {
 
@@ -56,24 +57,6 @@ ProgramLog::Settings chosenLog(ProgramLog::Settings asked, const UserDefaults& d
     return asked;
 }
 
-// The units of the machine, for as long as the loop runs.
-class MachineUnits {
-public:
-    MachineUnits(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock)
-        : publisher_(registry, runLoop, clock) {
-        if (!monitor_.start())
-            return;
-        notifier_ = std::make_unique<QSocketNotifier>(monitor_.eventDescriptor(), QSocketNotifier::Read);
-        QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
-                         [this] { monitor_.readEvents(); });
-    }
-
-private:
-    UnitPublisher publisher_;
-    UdevMonitor monitor_{publisher_};
-    std::unique_ptr<QSocketNotifier> notifier_;
-};
-
 } // namespace
 
 class LinuxPlatform::Parts {
@@ -84,6 +67,7 @@ public:
     Parts& operator=(const Parts&) = delete;
 
     void releaseButtonsAndFlushLog();
+    void followSession();
     static void atExit(int status, void* unused);
 
     EarlyLines early;
@@ -94,10 +78,12 @@ public:
     QtDesktop desktop{defaults, geometry};
     LinuxPointer pointer;
     ServiceRegistry registry{process.runLoop, process.clock};
+    UserSession session{process.runLoop};
     std::unique_ptr<MachineUnits> machineUnits;
     NotificationCenter notifications;
     DBusNotifications distributedNotifications{process.runLoop};
-    LinuxSystemUI systemUI;
+    ScreenCover cover{session, notifications};
+    LinuxSystemUI systemUI{&cover};
     LinuxSounds sounds;
     ShellParts shell;
     Platform platform{registry,
@@ -127,7 +113,9 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
       shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
-        machineUnits = std::make_unique<MachineUnits>(registry, process.runLoop, process.clock);
+        machineUnits =
+            std::make_unique<MachineUnits>(registry, process.runLoop, process.clock, session.hasTheSeat());
+    session.setObserver([this] { followSession(); });
     static const bool registered = on_exit(atExit, nullptr) == 0;
     if (!registered)
         logLine("Platform: exit() will not write the log out");
@@ -143,6 +131,15 @@ void LinuxPlatform::Parts::releaseButtonsAndFlushLog() {
     if (living.load() == this) // else it is not complete, and nothing has been pressed
         pointer.releaseButtons();
     process.log.flush();
+}
+
+// The unit and the pointer belong to whoever sits at the machine.
+void LinuxPlatform::Parts::followSession() {
+    if (machineUnits)
+        machineUnits->allow(session.hasTheSeat());
+    if (!session.hasTheSeat())
+        pointer.releaseButtons();
+    cover.update();
 }
 
 // Qt calls exit() when the display goes away, and so may any library. Destructors would then run under the

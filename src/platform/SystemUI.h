@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "platform/IOReturn.h"
 
@@ -17,6 +18,11 @@ using SystemUIOptions = std::uint32_t;
 inline constexpr SystemUIOptions kUIOptionDisableSystemMenu = 1U << 2;
 inline constexpr SystemUIOptions kUIOptionDisableProcessSwitch = 1U << 3;
 inline constexpr SystemUIOptions kUIOptionDisableHide = 1U << 6;
+
+// Posted in the process when the screen stops being the user's: it is locked or about to be, another user's
+// session is shown, the machine goes to sleep. And when it is the user's again.
+inline constexpr std::string_view kScreenWasCovered = "kScreenWasCovered";
+inline constexpr std::string_view kScreenWasUncovered = "kScreenWasUncovered";
 
 using CGDirectDisplayID = std::uint32_t;
 
@@ -40,6 +46,9 @@ public:
 
     // Brings the program before the others, also when another one is in use.
     virtual void activateIgnoringOtherApps() = 0;
+
+    // Whether the screen is not the user's now, so that nothing may be shown above what is there.
+    virtual bool isScreenCovered() = 0;
 };
 
 } // namespace lightpen

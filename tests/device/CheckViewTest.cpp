@@ -53,6 +53,59 @@ TEST_F(CheckViewTest, ReleasingTakesItAwayAndEndsTheThread) {
     EXPECT_EQ(driver->Nx9windowrelease(), 0) << "without one, too";
 }
 
+TEST_F(CheckViewTest, GivesWayWhileTheScreenIsCoveredAndComesBackWithTheLight) {
+    openShowing();
+    desk.systemUI.covered = true;
+    driver->screenWasCovered();
+    EXPECT_FALSE(panel());
+    run(2 * kPassSleep);
+    EXPECT_EQ(turnTaking.running(), 0);
+    desk.systemUI.covered = false;
+    driver->screenWasUncovered();
+    ASSERT_TRUE(panel());
+    EXPECT_TRUE(panel()->isVisible());
+    for (int i = 0; i < 12; ++i)
+        pass();
+    drawn();
+    EXPECT_THAT(drawnFor(300, 100), ElementsAre("555.00,50.00"));
+}
+
+TEST_F(CheckViewTest, LightThatIsFoundBehindALockerIsShownAfterIt) {
+    desk.systemUI.covered = true;
+    open();
+    EXPECT_FALSE(panel() && panel()->isVisible());
+    desk.systemUI.covered = false;
+    driver->screenWasUncovered();
+    ASSERT_TRUE(panel());
+    EXPECT_TRUE(panel()->isVisible());
+}
+
+TEST_F(CheckViewTest, LightThatIsGoneByThenIsNotShownAgain) {
+    openShowing();
+    driver->screenWasCovered();
+    unitAnswers.sightings = 0;
+    driver->screenWasUncovered();
+    EXPECT_FALSE(panel());
+    turnTaking.nextTurn();
+    for (int i = 0; i < 6; ++i)
+        lift();
+    pass();
+    EXPECT_EQ(passOn(1001, 601), (Deeds{"press 503 307"}));
+}
+
+TEST_F(CheckViewTest, WithoutOneACoveredScreenChangesNothing) {
+    unitAnswers.sightings = 0;
+    open();
+    const auto before = turnTaking.running();
+    log.clear();
+    desk.clock.takeSleeps();
+    driver->screenWasCovered();
+    driver->screenWasUncovered();
+    EXPECT_THAT(desk.clock.takeSleeps(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_EQ(turnTaking.running(), before);
+}
+
 TEST_F(CheckViewTest, TheMarkerFollowsTheLightHoweverSeldomItIsSeen) {
     unitAnswers.sightings = 1;
     openShowing();

@@ -80,5 +80,15 @@ TEST_F(FloatPanelTest, WithNothingToShowThereIsNothing) {
     }
 }
 
+TEST_F(FloatPanelTest, IsNotShownOnACoveredScreen) {
+    FloatPanel panel(rect);
+    desk.systemUI.covered = true;
+    panel.makeKeyAndOrderFront();
+    EXPECT_FALSE(panel.isVisible());
+    desk.systemUI.covered = false;
+    panel.makeKeyAndOrderFront();
+    EXPECT_TRUE(panel.isVisible());
+}
+
 } // namespace
 } // namespace lightpen

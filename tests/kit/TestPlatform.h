@@ -140,9 +140,11 @@ public:
         return note("show cursor " + std::to_string(display));
     }
     void activateIgnoringOtherApps() override { note("activate"); }
+    bool isScreenCovered() override { return covered; }
 
     SystemUIMode mode = kUIModeNormal;
     SystemUIOptions options = 0;
+    bool covered = false;
     // Called with each of the words.
     std::function<void(const std::string&)> onCall;
 

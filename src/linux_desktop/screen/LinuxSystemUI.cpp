@@ -7,12 +7,13 @@
 #include <QGuiApplication>
 #include <QWindow>
 
+#include "linux_desktop/screen/ScreenCover.h"
 #include "linux_desktop/screen/ScreenTakeover.h"
 #include "linux_desktop/screen/XFullScreen.h"
 
 namespace lightpen {
 
-LinuxSystemUI::LinuxSystemUI() = default;
+LinuxSystemUI::LinuxSystemUI(ScreenCover* cover) : cover_(cover) {}
 
 LinuxSystemUI::~LinuxSystemUI() {
     CGDisplayShowCursor(kMainDisplay);
@@ -40,7 +41,7 @@ IOReturn LinuxSystemUI::SetSystemUIMode(SystemUIMode mode, SystemUIOptions optio
         return kIOReturnUnsupported;
     // A second session before the end of the first goes on with what the first remembers.
     if (!takeover_)
-        takeover_ = std::make_unique<ScreenTakeover>(*screen());
+        takeover_ = std::make_unique<ScreenTakeover>(*screen(), [this] { return isScreenCovered(); });
     return kIOReturnSuccess;
 }
 
@@ -67,7 +68,13 @@ IOReturn LinuxSystemUI::CGDisplayShowCursor(CGDirectDisplayID display) {
     return kIOReturnSuccess;
 }
 
+bool LinuxSystemUI::isScreenCovered() {
+    return cover_ && cover_->isCovered();
+}
+
 void LinuxSystemUI::activateIgnoringOtherApps() {
+    if (isScreenCovered())
+        return;
     if (takeover_) {
         takeover_->activate();
         return;

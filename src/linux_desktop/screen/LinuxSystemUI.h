@@ -9,6 +9,7 @@ class QWindow;
 
 namespace lightpen {
 
+class ScreenCover;
 class ScreenTakeover;
 class XFullScreen;
 
@@ -19,7 +20,8 @@ class XFullScreen;
 // Made after the application object, on its thread.
 class LinuxSystemUI final : public SystemUI {
 public:
-    LinuxSystemUI();
+    // The cover, if there is one, outlives this; without it the screen is never covered.
+    explicit LinuxSystemUI(ScreenCover* cover = nullptr);
     // Gives everything back, as the end of the process does too.
     ~LinuxSystemUI() override;
     LinuxSystemUI(const LinuxSystemUI&) = delete;
@@ -34,7 +36,9 @@ public:
     IOReturn CGDisplayHideCursor(CGDirectDisplayID display) override;
     IOReturn CGDisplayShowCursor(CGDirectDisplayID display) override;
 
+    // Not while the screen is covered.
     void activateIgnoringOtherApps() override;
+    bool isScreenCovered() override;
 
 private:
     static constexpr CGDirectDisplayID kMainDisplay = 1;
@@ -42,6 +46,7 @@ private:
     XFullScreen* screen();
     void bringToFront(QWindow& window);
 
+    ScreenCover* const cover_;
     SystemUIMode mode_ = kUIModeNormal;
     SystemUIOptions options_ = 0;
     bool cursorHidden_ = false;

@@ -29,8 +29,9 @@ XFullScreen::Window idOf(const QWindow& window) {
 
 } // namespace
 
-ScreenTakeover::ScreenTakeover(XFullScreen& screen)
-    : screen_(screen), focusBefore_(screen.focus()), notifier_(screen.descriptor(), QSocketNotifier::Read) {
+ScreenTakeover::ScreenTakeover(XFullScreen& screen, std::function<bool()> isCovered)
+    : screen_(screen), isCovered_(std::move(isCovered)), focusBefore_(screen.focus()),
+      notifier_(screen.descriptor(), QSocketNotifier::Read) {
     connect(&notifier_, &QSocketNotifier::activated, this, [this] { readNews(); });
     retry_.setSingleShot(true);
     retry_.setInterval(kRetryMilliseconds);
@@ -38,7 +39,7 @@ ScreenTakeover::ScreenTakeover(XFullScreen& screen)
     raise_.setSingleShot(true);
     raise_.setInterval(kRaiseMilliseconds);
     connect(&raise_, &QTimer::timeout, this, [this] {
-        if (window_ && !screen_.managed())
+        if (window_ && !screen_.managed() && !isCovered_())
             screen_.raise(idOf(*window_));
     });
     qGuiApp->installEventFilter(this);

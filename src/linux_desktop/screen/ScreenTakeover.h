@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
+
 #include <QObject>
 #include <QPointer>
 #include <QSocketNotifier>
@@ -17,8 +19,10 @@ namespace lightpen {
 // nobody would hand the focus back either, so it is left where it was. Main thread.
 class ScreenTakeover final : public QObject {
 public:
-    // Remembers who has the focus. The connection outlives this.
-    explicit ScreenTakeover(XFullScreen& screen);
+    // Remembers who has the focus. The connection outlives this. As long as the function answers true, the
+    // window is not raised.
+    explicit ScreenTakeover(
+        XFullScreen& screen, std::function<bool()> isCovered = [] { return false; });
     // Gives the keyboard back.
     ~ScreenTakeover() override;
 
@@ -40,6 +44,7 @@ private:
     void readNews();
 
     XFullScreen& screen_;
+    const std::function<bool()> isCovered_;
     const XFullScreen::Window focusBefore_;
     QPointer<QWindow> window_;
     QSocketNotifier notifier_;

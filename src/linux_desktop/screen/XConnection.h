@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -42,6 +43,16 @@ inline xcb_atom_t atomOf(xcb_connection_t* connection, std::string_view name) {
     const auto request = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
     const auto reply = owned(xcb_intern_atom_reply(connection, request, nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+// The window that this property of a window names; XCB_WINDOW_NONE when it names none.
+inline xcb_window_t windowIn(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property) {
+    const auto reply = owned(xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, property, XCB_ATOM_WINDOW, 0, 1), nullptr));
+    xcb_window_t named = XCB_WINDOW_NONE;
+    if (reply && xcb_get_property_value_length(reply.get()) == sizeof named)
+        std::memcpy(&named, xcb_get_property_value(reply.get()), sizeof named);
+    return named;
 }
 
 } // namespace lightpen

@@ -3,7 +3,6 @@
 
 #include <xcb/xfixes.h>
 
-#include <cstring>
 #include <utility>
 
 namespace lightpen {
@@ -51,21 +50,10 @@ void XFullScreen::showCursor() {
     xcb_flush(connection_.get());
 }
 
-XFullScreen::Window XFullScreen::supportingWindow(Window of) {
-    const auto reply = owned(xcb_get_property_reply(
-        connection_.get(),
-        xcb_get_property(connection_.get(), 0, of, supportingWindowAtom_, XCB_ATOM_WINDOW, 0, 1), nullptr));
-    if (!reply || xcb_get_property_value_length(reply.get()) != sizeof(Window))
-        return XCB_WINDOW_NONE;
-    Window window = XCB_WINDOW_NONE;
-    std::memcpy(&window, xcb_get_property_value(reply.get()), sizeof window);
-    return window;
-}
-
 // The root's property outlives a window manager that crashed; its window does not.
 bool XFullScreen::managed() {
-    const Window window = supportingWindow(root_);
-    return window != XCB_WINDOW_NONE && supportingWindow(window) == window;
+    const Window window = windowIn(connection_.get(), root_, supportingWindowAtom_);
+    return window != XCB_WINDOW_NONE && windowIn(connection_.get(), window, supportingWindowAtom_) == window;
 }
 
 XFullScreen::Window XFullScreen::focus() {

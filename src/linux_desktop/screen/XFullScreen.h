@@ -51,7 +51,6 @@ public:
 
 private:
     explicit XFullScreen(XConnection connection);
-    Window supportingWindow(Window of);
     void selectEvents(Window window, std::uint32_t events);
 
     const XConnection connection_;

@@ -47,6 +47,34 @@ xcb_window_t XNeighbour::openFreePanel(const NeighbourWindow& window) {
     return show(create(window, true));
 }
 
+xcb_window_t XNeighbour::makeFreePanel(const NeighbourWindow& window) {
+    const auto id = create(window, true);
+    sync();
+    return id;
+}
+
+xcb_window_t XNeighbour::openInvisible(const NeighbourWindow& window) {
+    const xcb_window_t id = xcb_generate_id(connection());
+    const std::uint32_t overrideRedirect = 1;
+    xcb_create_window(connection(), 0, id, screen().root, window.x, window.y, window.width, window.height, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT,
+                      &overrideRedirect);
+    xcb_map_window(connection(), id);
+    sync();
+    return id;
+}
+
+void XNeighbour::resize(xcb_window_t window, std::uint16_t width, std::uint16_t height) {
+    const std::uint32_t size[] = {width, height};
+    xcb_configure_window(connection(), window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+    sync();
+}
+
+void XNeighbour::forceScreenSaver(bool on) {
+    xcb_force_screen_saver(connection(), on ? XCB_SCREEN_SAVER_ACTIVE : XCB_SCREEN_SAVER_RESET);
+    sync();
+}
+
 void XNeighbour::raise(xcb_window_t window) {
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);

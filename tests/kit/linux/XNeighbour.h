@@ -39,7 +39,12 @@ public:
     xcb_window_t openPanel(const NeighbourWindow& window);
     // A panel that no window manager sees.
     xcb_window_t openFreePanel(const NeighbourWindow& window);
+    // The same, but not shown.
+    xcb_window_t makeFreePanel(const NeighbourWindow& window);
+    // One that nobody sees, and which takes clicks.
+    xcb_window_t openInvisible(const NeighbourWindow& window);
     void raise(xcb_window_t window);
+    void resize(xcb_window_t window, std::uint16_t width, std::uint16_t height);
     void close(xcb_window_t window);
     // Whether the server shows it, were it not for windows above it.
     bool isViewable(xcb_window_t window) { return viewable(window); }
@@ -57,6 +62,8 @@ public:
     bool grabKeyboard();
     void ungrabKeyboard();
     bool keyboardIsFree();
+    // Begins or ends the server's own screen saver.
+    void forceScreenSaver(bool on);
     // Says on the root, and on this window of its own, that it is the window manager; hears what is asked of
     // one.
     void becomeManager(xcb_window_t window);

@@ -5,6 +5,8 @@
 
 #include <signal.h>
 
+#include <thread>
+
 #include <QMouseEvent>
 #include <QTimer>
 
@@ -57,6 +59,16 @@ class CheckPanelOnScreenTest : public ScreenStage {
 protected:
     void SetUp() override { openBackdrop(); }
 
+    // For as long as the panel needs to come to the top some times.
+    testing::AssertionResult stays(const std::vector<Place>& places, std::uint32_t colour) {
+        for (int look = 0; look < 200; ++look) {
+            for (const Place& place : places)
+                if (neighbour.pixelAt(place.x, place.y) != colour)
+                    return testing::AssertionFailure() << place.x << ", " << place.y << " at look " << look;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return testing::AssertionSuccess();
+    }
     const std::vector<Place> kInside{{250, 100}, {749, 100}, {250, 399}, {749, 399}, {400, 300}};
     const std::vector<Place> kBeside{{249, 100}, {750, 399}, {250, 99}, {749, 400}, {20, 300}, {980, 580}};
 };
@@ -88,13 +100,31 @@ TEST_P(CheckPanelOnScreenTest, StaysAboveWhateverComesOrRises) {
     ASSERT_TRUE(shows(kInside, kBlack));
     const auto window = neighbour.openWindow({300, 40, 400, 400, kRed});
     ASSERT_TRUE(eventually([&] { return neighbour.isViewable(window); }));
-    const auto free = neighbour.openFreePanel({0, 0, 1000, 600, kRed});
+    const auto free = neighbour.openFreePanel({0, 0, 1000, 599, kRed});
     EXPECT_TRUE(shows(kBeside, kRed));
     EXPECT_TRUE(shows(kInside, kBlack));
     neighbour.close(free);
     EXPECT_TRUE(shows({{310, 90}}, kRed));
     neighbour.raise(window);
     EXPECT_TRUE(shows(kInside, kBlack));
+}
+
+TEST_P(CheckPanelOnScreenTest, NeverRisesAboveALocker) {
+    const auto locker = neighbour.openFreePanel({0, 0, 1000, 600, kRed});
+    start("panel");
+    ASSERT_TRUE(logs("Session: the screen is covered\n")) << logged;
+    EXPECT_TRUE(stays(kInside, kRed)) << "not even when it is made";
+    neighbour.close(locker);
+    ASSERT_TRUE(logs("Session: the screen is the user's again\n")) << logged;
+
+    program.reset();
+    logged.clear();
+    start("panel");
+    ASSERT_TRUE(shows(kInside, kBlack));
+    neighbour.openFreePanel({0, 0, 1000, 600, kRed});
+    EXPECT_TRUE(shows(kInside, kRed));
+    ASSERT_TRUE(logs("Session: the screen is covered\n")) << logged;
+    EXPECT_TRUE(stays(kInside, kRed));
 }
 
 TEST_P(CheckPanelOnScreenTest, AClickIsNoticedAndTheDesktopIsBack) {

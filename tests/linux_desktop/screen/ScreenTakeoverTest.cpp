@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <thread>
 
 #include "kit/linux/CoveringWindow.h"
 #include "kit/linux/FakeWindowManager.h"
@@ -17,7 +18,9 @@ class ScreenTakeoverTest : public testing::Test {
 protected:
     ScreenTakeoverTest() { neighbour.setFocus(backdrop); }
 
-    void takeOver() { takeover = std::make_unique<ScreenTakeover>(*screen); }
+    void takeOver() {
+        takeover = std::make_unique<ScreenTakeover>(*screen, [this] { return covered; });
+    }
     void takeOverAndCover() {
         takeOver();
         window.cover();
@@ -30,6 +33,7 @@ protected:
     XNeighbour neighbour{std::getenv("DISPLAY")};
     const xcb_window_t backdrop = neighbour.openWindow({0, 0, 640, 480, 0x0000FF});
     const std::unique_ptr<XFullScreen> screen = XFullScreen::connect();
+    bool covered = false; // by a locker
     std::unique_ptr<ScreenTakeover> takeover;
     CoveringWindow window;
 };
@@ -104,6 +108,17 @@ TEST_F(ScreenTakeoverTest, GoesOnTopOfWhatComesLater) {
         neighbour.raise(panel);
         ASSERT_EQ(neighbour.pixelAt(100, 10), 0x00FF00u);
         EXPECT_TRUE(comesTrue([&] { return neighbour.pixelAt(100, 10) != 0x00FF00; })) << i;
+    }
+}
+
+TEST_F(ScreenTakeoverTest, StaysBelowALocker) {
+    takeOverAndCover();
+    covered = true;
+    neighbour.openFreePanel({0, 0, 640, 480, 0x00FF00});
+    for (int look = 0; look < 100; ++look) {
+        QCoreApplication::processEvents();
+        ASSERT_EQ(neighbour.pixelAt(100, 10), 0x00FF00u) << look;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 
