@@ -21,10 +21,14 @@ QRect pixelsOf(const QScreen& screen) {
     return {screen.geometry().topLeft(), (QSizeF(screen.size()) * screen.devicePixelRatio()).toSize()};
 }
 
+// Some lockers leave the outermost pixels free, so that a compositor does not treat them as full-screen.
+constexpr int kEdge = 2;
+
 bool coversAScreen(const QRect& window) {
+    const QRect whole = window.adjusted(-kEdge, -kEdge, kEdge, kEdge);
     const QList<QScreen*> screens = QGuiApplication::screens();
     return std::any_of(screens.begin(), screens.end(),
-                       [&](const QScreen* screen) { return window.contains(pixelsOf(*screen)); });
+                       [&](const QScreen* screen) { return whole.contains(pixelsOf(*screen)); });
 }
 
 template <class Event>

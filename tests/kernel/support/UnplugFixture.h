@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "kernel/gadget/GadgetBus.h"
 #include "kernel/support/DriverLines.h"
@@ -24,7 +25,8 @@ namespace lightpen::test {
 // The driver program, and a unit of the kernel's that is not plugged in yet.
 class UnplugFixture : public testing::Test {
 protected:
-    UnplugFixture() {
+    // The driver runs as root unless said otherwise, so that no rule decides what is seen here.
+    explicit UnplugFixture(DriverOptions options = {.user = 0, .groups = {}}) : driver_(std::move(options)) {
         priority_.reset();
         unit_.information()->OPmode = 3; // so that all kinds of commands are sent
         unit_.flash()->store(unit_.seen({100, 75}), unit_.seen({700, 80}), unit_.seen({105, 720}),
@@ -77,9 +79,8 @@ protected:
     // The program still does what it is told.
     void expectToEnd() { EXPECT_EQ(driver_.end(), 0); }
 
-    // As root, so that no rule decides what is seen here. It is started before the unit's priority begins,
-    // which it would inherit.
-    DriverProcess driver_{{.user = 0, .groups = {}}};
+    // Started before the unit's priority begins, which it would inherit.
+    DriverProcess driver_;
     SystemClock clock_;
     std::optional<UnitPriority> priority_{std::in_place};
     GadgetBus bus_{clock_};

@@ -23,7 +23,8 @@ constexpr QLatin1String kSessionPath{"/org/freedesktop/login1/session/_37"};
 } // namespace
 
 FakeLogind::FakeLogind(const std::string& address)
-    : bus_(QDBusConnection::connectToBus(QString::fromStdString(address), QStringLiteral("login1"))) {
+    : connection_(QStringLiteral("login1 on ") + QString::fromStdString(address)),
+      bus_(QDBusConnection::connectToBus(QString::fromStdString(address), connection_)) {
     if (!bus_.registerObject(kPath, this,
                              QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
                                  QDBusConnection::ExportAllProperties) ||
@@ -34,7 +35,7 @@ FakeLogind::FakeLogind(const std::string& address)
 }
 
 FakeLogind::~FakeLogind() {
-    QDBusConnection::disconnectFromBus(QStringLiteral("login1"));
+    QDBusConnection::disconnectFromBus(connection_);
 }
 
 QDBusObjectPath FakeLogind::GetSession(const QString& name) {

@@ -73,6 +73,7 @@ Q_SIGNALS:
 private:
     void tell(const QVariantList& arguments);
 
+    const QString connection_; // one for each bus
     QDBusConnection bus_;
     FileDescriptor reader_; // of the last answer to Inhibit; its other end closes with the asker
 };

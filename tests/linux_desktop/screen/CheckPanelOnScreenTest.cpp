@@ -100,7 +100,7 @@ TEST_P(CheckPanelOnScreenTest, StaysAboveWhateverComesOrRises) {
     ASSERT_TRUE(shows(kInside, kBlack));
     const auto window = neighbour.openWindow({300, 40, 400, 400, kRed});
     ASSERT_TRUE(eventually([&] { return neighbour.isViewable(window); }));
-    const auto free = neighbour.openFreePanel({0, 0, 1000, 599, kRed});
+    const auto free = neighbour.openFreePanel({0, 0, 1000, 590, kRed});
     EXPECT_TRUE(shows(kBeside, kRed));
     EXPECT_TRUE(shows(kInside, kBlack));
     neighbour.close(free);

@@ -54,11 +54,18 @@ TEST_F(XLockersTest, OneThatIsThereAlreadyCounts) {
 
 TEST_F(XLockersTest, WhatCoversLessOrIsManagedOrLetsTheDesktopThroughIsNone) {
     begin();
-    neighbour.openFreePanel({0, 0, 640, 479, 0x00FF00});
-    neighbour.openFreePanel({1, 0, 640, 480, 0x00FF00});
+    neighbour.openFreePanel({0, 0, 640, 477, 0x00FF00});
+    neighbour.openFreePanel({3, 0, 640, 480, 0x00FF00});
     neighbour.openWindow(kWholeScreen);
     neighbour.openInvisible(kWholeScreen);
     EXPECT_FALSE(lockers->cover());
+}
+
+TEST_F(XLockersTest, TheOutermostPixelsMayBeFree) {
+    begin();
+    const auto locker = neighbour.openFreePanel({1, 1, 638, 478, 0x00FF00});
+    EXPECT_TRUE(lockers->cover());
+    neighbour.close(locker);
 }
 
 TEST_F(XLockersTest, AWindowThatGrowsOverTheScreenIsALocker) {
