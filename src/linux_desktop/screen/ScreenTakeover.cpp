@@ -116,7 +116,7 @@ void ScreenTakeover::leaveFocusWhereItWas() {
 }
 
 void ScreenTakeover::holdKeyboard() {
-    if (window_ && !holdsKeyboard_)
+    if (window_ && !holdsKeyboard_ && !isCovered_())
         holdsKeyboard_ = window_->setKeyboardGrabEnabled(true);
     if (window_ && !holdsKeyboard_)
         retry_.start();

@@ -20,7 +20,7 @@ namespace lightpen {
 class ScreenTakeover final : public QObject {
 public:
     // Remembers who has the focus. The connection outlives this. As long as the function answers true, the
-    // window is not raised.
+    // window is not raised and gets no keyboard.
     explicit ScreenTakeover(
         XFullScreen& screen, std::function<bool()> isCovered = [] { return false; });
     // Gives the keyboard back.

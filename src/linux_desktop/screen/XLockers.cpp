@@ -55,10 +55,12 @@ XLockers::XLockers(XConnection connection, std::function<void()> changed)
     notifier_ =
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_.get()), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] {
+        const bool before = covers();
         takeEvents();
         if (xcb_connection_has_error(connection_.get()) != 0)
             notifier_->setEnabled(false);
-        changed_();
+        if (covers() != before)
+            changed_();
     });
 }
 
@@ -83,9 +85,12 @@ bool XLockers::cover() {
     static_cast<void>(
         owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr)));
     takeEvents();
-    if (xcb_connection_has_error(connection_.get()) != 0)
-        return false;
-    return saverIsOn_ || locker_ != XCB_WINDOW_NONE || aboutToLock_.isActive();
+    return covers();
+}
+
+bool XLockers::covers() const {
+    return xcb_connection_has_error(connection_.get()) == 0 &&
+           (saverIsOn_ || locker_ != XCB_WINDOW_NONE || aboutToLock_.isActive());
 }
 
 void XLockers::takeEvents() {

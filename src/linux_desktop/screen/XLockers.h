@@ -20,7 +20,7 @@ namespace lightpen {
 class XLockers {
 public:
     // Connects to the display of the environment; null when there is none. The function is called from the
-    // loop when the answer may have changed.
+    // loop when the answer has changed.
     static std::unique_ptr<XLockers> connect(std::function<void()> changed);
     XLockers(const XLockers&) = delete;
     XLockers& operator=(const XLockers&) = delete;
@@ -33,6 +33,7 @@ private:
     enum class Stage { made, shown };
 
     XLockers(XConnection connection, std::function<void()> changed);
+    bool covers() const;
     void selectEvents();
     void takeEvents();
     void take(const xcb_generic_event_t& event);

@@ -122,6 +122,20 @@ TEST_F(ScreenTakeoverTest, StaysBelowALocker) {
     }
 }
 
+TEST_F(ScreenTakeoverTest, TakesTheKeyboardFromNoLocker) {
+    covered = true;
+    takeOver();
+    window.cover();
+    ASSERT_TRUE(comesTrue([&] { return window.isExposed(); }));
+    for (int look = 0; look < 30; ++look) {
+        QCoreApplication::processEvents();
+        ASSERT_TRUE(neighbour.keyboardIsFree()) << look;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    covered = false;
+    EXPECT_TRUE(keyboardBecomesFree(false));
+}
+
 TEST_F(ScreenTakeoverTest, AWindowManagerIsAskedForTheUserAndKeepsTheFocusToItself) {
     FakeWindowManager manager(std::getenv("DISPLAY"));
     takeOver();

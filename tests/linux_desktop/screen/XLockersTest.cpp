@@ -126,6 +126,10 @@ TEST_F(XLockersTest, AServerThatGoesTellsItOnceAndCoversNothing) {
     const std::string before = std::getenv("DISPLAY");
     server->enter();
     begin();
+    XNeighbour there(server->display());
+    there.openFreePanel(kWholeScreen);
+    ASSERT_TRUE(tells(true));
+    changes = 0;
     setenv("DISPLAY", before.c_str(), 1);
     server->end();
     EXPECT_TRUE(tells(false));
