@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <QGuiApplication>
+#include <QRect>
 #include <QScreen>
 
 namespace lightpen {

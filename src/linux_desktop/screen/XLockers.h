@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <vector>
 
-#include <QRect>
 #include <QSocketNotifier>
 #include <QTimer>
 
