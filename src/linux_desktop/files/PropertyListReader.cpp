@@ -3,10 +3,12 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "linux_desktop/files/PlainFile.h"
 #include "platform/FileDescriptor.h"
@@ -15,10 +17,59 @@ namespace lightpen {
 
 namespace {
 
-// Deeper than any list of ours; a guard for the stack.
+// Deeper than any list of ours, the outermost dictionary not counted; a guard for the stack.
 constexpr int kDeepest = 32;
-// Far above any list of ours, in bytes; a longer one ends there, and is not well-formed.
-constexpr std::size_t kLargest = std::size_t{4} << 20;
+// Far above any list of ours, in bytes.
+constexpr std::size_t kLargest = std::size_t{1} << 20;
+
+constexpr const char* kTooDeep = "it is nested too deeply";
+constexpr const char* kMalformed = "it is not a well-formed XML property list";
+
+// The rest of the text behind the mark; none when the mark is not there.
+std::optional<std::string_view> behind(std::string_view text, std::string_view mark) {
+    const auto place = text.find(mark);
+    return place == std::string_view::npos ? std::nullopt : std::optional(text.substr(place + mark.size()));
+}
+
+// Behind the mark-up that opens and closes nothing; the text itself when it begins with none of that, none
+// where it does not end.
+std::optional<std::string_view> behindAside(std::string_view text) {
+    constexpr std::pair<std::string_view, std::string_view> kAsides[] = {{"<!--", "-->"},
+                                                                         {"<![CDATA[", "]]>"}};
+    for (const auto& [begin, end] : kAsides)
+        if (text.starts_with(begin))
+            return behind(text.substr(begin.size()), end);
+    return text;
+}
+
+// What the parser, which goes down one call for each level, must not be given; null when there is nothing. It
+// counts levels as the parser does: what the two could read in different ways is no list of ours.
+const char* faultOfNesting(std::string_view text) {
+    int level = 0;
+    bool begun = false;
+    for (auto rest = text.find('<'); rest != std::string_view::npos; rest = text.find('<')) {
+        text.remove_prefix(rest);
+        const auto aside = behindAside(text);
+        if (!aside)
+            return kMalformed;
+        if (aside->size() != text.size()) {
+            text = *aside;
+            continue;
+        }
+        const auto tag = text.substr(0, text.find('>'));
+        const bool declares = tag.starts_with("<!") || tag.starts_with("<?");
+        if (tag.size() == text.size() || (declares && begun) || tag.find('<', 1) != std::string_view::npos ||
+            std::ranges::count(tag, '"') % 2 != 0)
+            return kMalformed;
+        begun = begun || !declares;
+        if (tag.starts_with("</"))
+            --level;
+        else if (!declares && !tag.ends_with('/') && ++level > kDeepest + 2) // in <plist><dict>
+            return kTooDeep;
+        text.remove_prefix(tag.size());
+    }
+    return level == 0 ? nullptr : kMalformed;
+}
 
 template <class Value>
 Value valueIn(plist_t node, void (*read)(plist_t, Value*)) {
@@ -28,16 +79,16 @@ Value valueIn(plist_t node, void (*read)(plist_t, Value*)) {
 }
 
 // Throws what is wrong with the list.
-PropertyListValue valueOf(plist_t node, int depth);
+PropertyListValue valueOf(plist_t node);
 
-PropertyListArray arrayOf(plist_t node, int depth) {
+PropertyListArray arrayOf(plist_t node) {
     PropertyListArray elements;
     for (std::uint32_t i = 0; i < plist_array_get_size(node); ++i)
-        elements.push_back(valueOf(plist_array_get_item(node, i), depth + 1));
+        elements.push_back(valueOf(plist_array_get_item(node, i)));
     return elements;
 }
 
-PropertyListDictionary dictionaryOf(plist_t node, int depth) {
+PropertyListDictionary dictionaryOf(plist_t node) {
     PropertyListDictionary result;
     plist_dict_iter position = nullptr;
     plist_dict_new_iter(node, &position);
@@ -49,13 +100,11 @@ PropertyListDictionary dictionaryOf(plist_t node, int depth) {
         const std::unique_ptr<char, void (*)(void*)> keyOwner(key, std::free);
         if (!child)
             return result;
-        result.entries.push_back({key, valueOf(child, depth + 1)});
+        result.entries.push_back({key, valueOf(child)});
     }
 }
 
-PropertyListValue valueOf(plist_t node, int depth) {
-    if (depth > kDeepest)
-        throw std::invalid_argument("it is nested too deeply");
+PropertyListValue valueOf(plist_t node) {
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN:
         return {valueIn(node, plist_get_bool_val) != 0};
@@ -69,9 +118,9 @@ PropertyListValue valueOf(plist_t node, int depth) {
         return {text ? std::string(text, length) : std::string()};
     }
     case PLIST_ARRAY:
-        return {arrayOf(node, depth)};
+        return {arrayOf(node)};
     case PLIST_DICT:
-        return {dictionaryOf(node, depth)};
+        return {dictionaryOf(node)};
     default:
         throw std::invalid_argument("it holds a value that is no flag, number, string, array or dictionary");
     }
@@ -80,24 +129,28 @@ PropertyListValue valueOf(plist_t node, int depth) {
 } // namespace
 
 PropertyListResult parsePropertyList(std::string_view text) {
+    if (const char* fault = faultOfNesting(text))
+        return {std::nullopt, fault};
     plist_t root = nullptr;
     plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &root);
     const std::unique_ptr<void, void (*)(plist_t)> owner(root, plist_free);
     if (!root)
-        return {std::nullopt, "it is not a well-formed XML property list"};
+        return {std::nullopt, kMalformed};
     if (plist_get_node_type(root) != PLIST_DICT)
         return {std::nullopt, "it is not a dictionary"};
     try {
-        return {dictionaryOf(root, 0), {}};
+        return {dictionaryOf(root), {}};
     } catch (const std::invalid_argument& why) {
         return {std::nullopt, why.what()};
     }
 }
 
 PropertyListResult readPropertyList(const std::string& file) {
-    const auto text = readPlainFile(file, kLargest);
+    const auto text = readPlainFile(file, kLargest + 1);
     if (!text)
         return {std::nullopt, file + ": " + errorText(errno)};
+    if (text->size() > kLargest)
+        return {std::nullopt, file + ": it is larger than 1 MiB"};
     PropertyListResult result = parsePropertyList(*text);
     if (!result.dictionary)
         result.error = file + ": " + result.error;

@@ -15,9 +15,10 @@ struct PropertyListResult {
     std::string error;
 };
 
-// Reads an XML property list: a dictionary of flags, numbers, strings, arrays and dictionaries.
+// Reads an XML property list: a dictionary of flags, numbers, strings, arrays and dictionaries, nested 32
+// deep at most.
 PropertyListResult parsePropertyList(std::string_view text);
-// The same from a file; the error begins with its name.
+// The same from a file of 1 MiB at most; the error begins with its name.
 PropertyListResult readPropertyList(const std::string& file);
 
 } // namespace lightpen

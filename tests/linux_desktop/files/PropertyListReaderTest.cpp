@@ -81,11 +81,40 @@ TEST(PropertyList, RefusesWhatItDoesNotServe) {
     EXPECT_EQ(parsePropertyList(document("<array/>")).error, "it is not a dictionary");
     EXPECT_EQ(parsePropertyList(document("<dict><key>d</key><data>AAAA</data></dict>")).error,
               "it holds a value that is no flag, number, string, array or dictionary");
-    std::string deep = "<true/>";
-    for (int i = 0; i < 40; ++i)
-        deep = "<array>" + deep + "</array>";
-    EXPECT_EQ(parsePropertyList(document("<dict><key>a</key>" + deep + "</dict>")).error,
-              "it is nested too deeply");
+}
+
+std::string repeated(int times, std::string_view text) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
+std::string nested(int times, const std::string& inner = "<true/>") {
+    return document("<dict><key>a</key>" + repeated(times, "<array>") + inner + repeated(times, "</array>") +
+                    "</dict>");
+}
+
+TEST(PropertyList, ReadsThirtyTwoLevelsAndNoMore) {
+    EXPECT_TRUE(parsePropertyList(nested(32)).dictionary);
+    EXPECT_EQ(parsePropertyList(nested(33)).error, "it is nested too deeply");
+    // A stack would not hold these.
+    EXPECT_EQ(parsePropertyList(nested(1'000'000)).error, "it is nested too deeply");
+    EXPECT_EQ(parsePropertyList("<plist>" + repeated(1'000'000, "<dict>")).error, "it is nested too deeply");
+}
+
+TEST(PropertyList, NothingBringsDeepNestingPastTheParser) {
+    for (const std::string level :
+         {"<array><!--</array>-->", "<array><![CDATA[</array>]]>", "<array><?x </array>?>",
+          "<array><!DOCTYPE x [</array>]>", "<array a=\"></array>\">", "<array a=\"/>\">", "<array a='/>'>"})
+        EXPECT_FALSE(parsePropertyList("<plist><dict><key>a</key>" + repeated(200'000, level)).dictionary)
+            << level;
+}
+
+TEST(PropertyList, NamesInTextAreNoLevels) {
+    const auto list = parse("<dict><!-- <array><array> --><key>a</key><string>" +
+                            repeated(100, "<![CDATA[<array>]]>") + "</string></dict>");
+    EXPECT_EQ(valueAt<std::string>(list, "a"), repeated(100, "<array>"));
 }
 
 TEST(PropertyList, ReadsFilesAndNamesThemInErrors) {
@@ -98,6 +127,17 @@ TEST(PropertyList, ReadsFilesAndNamesThemInErrors) {
     const auto result = readPropertyList(file);
     ASSERT_TRUE(result.dictionary) << result.error;
     EXPECT_EQ(valueAt<std::int64_t>(*result.dictionary, "Distance"), 2);
+}
+
+TEST(PropertyList, ReadsFilesUpToOneMebibyte) {
+    constexpr std::size_t kLargest = std::size_t{1} << 20;
+    const TemporaryDirectory directory;
+    const std::string file = directory.file("NX.plist");
+    const std::string text = document("<dict><key>Distance</key><integer>2</integer></dict>");
+    writeFile(file, text + std::string(kLargest - text.size(), '\n'));
+    EXPECT_TRUE(readPropertyList(file).dictionary);
+    writeFile(file, text + std::string(kLargest - text.size() + 1, '\n'));
+    EXPECT_EQ(readPropertyList(file).error, file + ": it is larger than 1 MiB");
 }
 
 } // namespace
