@@ -4,12 +4,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include <QLockFile>
 #include <QSettings>
 #include <QUtf8StringView>
 
@@ -24,6 +26,8 @@ namespace {
 constexpr char kStringMark = '\'';
 // Far above what anybody types.
 constexpr std::size_t kLargest = 1024 * 1024;
+// Another program's turn takes a few milliseconds.
+constexpr std::chrono::milliseconds kLockPatience{500};
 
 template <class Number>
 std::optional<Number> wholeNumber(std::string_view text) {
@@ -126,6 +130,14 @@ void removeEmptyLock(const std::string& file) {
         std::filesystem::remove(lock, gone);
 }
 
+// Qt waits without end for the lock of a program that lives, though it may stand still. Another may yet take
+// the lock between this look and Qt's turn; it would have to stop within those microseconds.
+bool lockIsHeld(const std::string& file) {
+    QLockFile lock(QString::fromStdString(file + ".lock"));
+    return !lock.tryLock(static_cast<int>(kLockPatience.count())) &&
+           lock.error() == QLockFile::LockFailedError;
+}
+
 } // namespace
 
 XdgDefaults::XdgDefaults(std::string file) : file_(std::move(file)) {
@@ -185,15 +197,17 @@ bool XdgDefaults::write(const std::string& key) const {
     const bool mayBe = before == Condition::absent || before == Condition::sound || anew;
     if (mayBe && !makeFolderOf(file_))
         return false;
-    if (mayBe && store(key, anew))
+    removeEmptyLock(file_);
+    const bool held = mayBe && lockIsHeld(file_);
+    if (mayBe && !held && store(key, anew))
         return true;
-    logLine("Settings: \"%s\" cannot be written to %s", key.c_str(), file_.c_str());
+    logLine("Settings: \"%s\" cannot be written to %s%s", key.c_str(), file_.c_str(),
+            held ? ": another program holds its lock" : "");
     return false;
 }
 
 // Qt takes turns with other processes and replaces the file whole.
 bool XdgDefaults::store(const std::string& key, bool everything) const {
-    removeEmptyLock(file_);
     QSettings settings(QString::fromStdString(file_), QSettings::IniFormat);
     for (const auto& [name, value] : set_)
         if (everything || name == key)

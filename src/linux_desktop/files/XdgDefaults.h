@@ -22,7 +22,8 @@ public:
     // does not count; a whole number does where a fraction is registered.
     std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
     // The file is replaced in one step: a crash leaves the old or the new one, and from the return on the new
-    // one. A file that cannot be read is left alone.
+    // one. A file that cannot be read is left alone, and so is one whose lock another program holds for half
+    // a second.
     bool setObject(std::string_view key, DefaultsValue value) override;
     bool removeObjectForKey(std::string_view key) override;
 

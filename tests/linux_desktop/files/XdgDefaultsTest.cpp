@@ -13,6 +13,9 @@
 #include <cstdlib>
 #include <thread>
 
+#include <QLockFile>
+
+#include "kit/Eventually.h"
 #include "kit/OrdinaryUser.h"
 #include "kit/RecordingLog.h"
 #include "kit/TemporaryDirectory.h"
@@ -342,6 +345,47 @@ TEST_F(XdgDefaultsTest, AnEmptyLockOfACrashIsNoLock) {
     EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(20)) << "Qt would wait for 30";
     EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{8}));
     EXPECT_FALSE(std::filesystem::exists(file + ".lock"));
+}
+
+// A program that has begun to write the settings and stands still, until it goes.
+class HeldLock {
+public:
+    explicit HeldLock(const std::string& file) : program_(fork()) {
+        if (program_ == 0) {
+            QLockFile lock(QString::fromStdString(file + ".lock"));
+            lock.lock();
+            for (;;)
+                pause();
+        }
+    }
+    ~HeldLock() {
+        kill(program_, SIGKILL);
+        waitpid(program_, nullptr, 0);
+    }
+    HeldLock(const HeldLock&) = delete;
+    HeldLock& operator=(const HeldLock&) = delete;
+
+private:
+    const pid_t program_;
+};
+
+TEST_F(XdgDefaultsTest, AProgramThatHoldsTheLockHoldsNobodyUp) {
+    write("[General]\nDistance=7\n");
+    XdgDefaults defaults(file);
+    {
+        const HeldLock held(file);
+        ASSERT_TRUE(eventually([&] { return !readFile(file + ".lock").empty(); }));
+        const auto begun = std::chrono::steady_clock::now();
+        EXPECT_FALSE(defaults.setObject("Distance", std::int64_t{8}));
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(20)) << "Qt would wait on";
+        EXPECT_THAT(log.takeLines(), ElementsAre("Settings: \"Distance\" cannot be written to " + file +
+                                                 ": another program holds its lock"));
+        EXPECT_EQ(defaults.objectForKey("Distance"), DefaultsValue(std::int64_t{8}));
+        EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{7}));
+    }
+    EXPECT_TRUE(defaults.setObject("Distance", std::int64_t{9})); // the lock of a dead program is none
+    EXPECT_EQ(reread("Distance"), DefaultsValue(std::int64_t{9}));
+    EXPECT_THAT(log.takeLines(), IsEmpty());
 }
 
 } // namespace
