@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <future>
 #include <memory>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -16,6 +17,8 @@
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QDBusVariant>
+
+#include "platform/Log.h"
 
 namespace lightpen {
 
@@ -84,6 +87,17 @@ bool askRealtimeKit(pid_t thread) {
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
+// False, and a log line, when the machine or the user has no thread left.
+bool detached(std::function<void()> entry) {
+    try {
+        std::thread(std::move(entry)).detach();
+        return true;
+    } catch (const std::system_error& error) {
+        logLine("Threads: none can be started: %s", error.code().message().c_str());
+        return false;
+    }
+}
+
 } // namespace
 
 bool makeThreadRealtime(pid_t thread, std::chrono::milliseconds patience) {
@@ -91,12 +105,13 @@ bool makeThreadRealtime(pid_t thread, std::chrono::milliseconds patience) {
     // waits.
     auto answer = std::make_shared<std::promise<bool>>();
     auto result = answer->get_future();
-    std::thread([answer, thread] { answer->set_value(askRealtimeKit(thread)); }).detach();
+    if (!detached([answer, thread] { answer->set_value(askRealtimeKit(thread)); }))
+        return false;
     return result.wait_for(patience) == std::future_status::ready && result.get();
 }
 
 void SystemThreads::detachNewThread(std::function<void()> entry) {
-    std::thread(std::move(entry)).detach();
+    detached(std::move(entry));
 }
 
 bool SystemThreads::setThreadPriority(double priority) {

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <map>
 
+#include "kit/OrdinaryUser.h"
 #include "kit/RecordingLog.h"
 #include "kit/TemporaryDirectory.h"
 
@@ -77,7 +78,7 @@ protected:
 
 TEST_F(XdgLoginItemsTest, HasNoListAtFirst) {
     XdgLoginItems items(folder);
-    EXPECT_EQ(items.copyValue(), std::nullopt);
+    EXPECT_EQ(XdgLoginItems(folder).copyValue(), std::nullopt);
     EXPECT_TRUE(items.synchronize());
     items.setValue({});
     EXPECT_TRUE(items.synchronize());
@@ -290,6 +291,25 @@ TEST_F(XdgLoginItemsTest, OneItemTwiceIsStoredOnce) {
         items.push_back(items[0]);
         items[1].path = "/other";
     }));
+    EXPECT_EQ(text(kOwn), own("/pen", 1));
+}
+
+TEST_F(XdgLoginItemsTest, AFolderThatMayNotBeReadLosesNothing) {
+    if (!ordinaryUserMayEnter(directory.path().parent_path()))
+        GTEST_SKIP() << "no ordinary user can go into the folder for temporary files";
+    put(kOwn, own("/pen", 1));
+    for (auto above = std::filesystem::path(folder).parent_path(); above != directory.path().parent_path();
+         above = above.parent_path())
+        ASSERT_EQ(chmod(above.c_str(), 0755), 0);
+    // The one keeps the list of names back, the other what the names stand for.
+    for (const mode_t mode : {0311, 0344}) {
+        ASSERT_EQ(chmod(folder.c_str(), mode), 0);
+        const OrdinaryUser ordinary;
+        EXPECT_EQ(XdgLoginItems(folder).copyValue(), std::nullopt);
+        EXPECT_FALSE(add("/opt/LightPenNX7"));
+    }
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
+    EXPECT_THAT(log.takeLines(), SizeIs(2));
     EXPECT_EQ(text(kOwn), own("/pen", 1));
 }
 

@@ -86,6 +86,23 @@ TEST(SystemThreads, AUserWithoutAnyRightGetsTheExactTimerAlone) {
                 "^raised 0 policy 0 nicer 0 slack 1$");
 }
 
+[[noreturn]] void runWithoutThreads() {
+    const rlimit none{};
+    if (!becomeOrdinaryUser() || setrlimit(RLIMIT_NPROC, &none) != 0)
+        std::_Exit(2);
+    bool ran = false;
+    SystemThreads().detachNewThread([&] { ran = true; });
+    std::_Exit(ran || makeThreadRealtime(gettid(), std::chrono::milliseconds(1)) ? 3 : 0);
+}
+
+TEST(SystemThreadsDeathTest, WithoutAThreadTheProgramGoesOn) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    if (!ordinaryUserMayEnter("/"))
+        GTEST_SKIP() << "there is no ordinary user to become";
+    const std::string line = "Threads: none can be started: Resource temporarily unavailable\n";
+    EXPECT_EXIT(runWithoutThreads(), testing::ExitedWithCode(0), "^" + line + line + "$");
+}
+
 } // namespace
 } // namespace lightpen
 
