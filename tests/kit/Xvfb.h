@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <signal.h>
+
 #include <memory>
 #include <string>
 
@@ -23,6 +25,9 @@ public:
     // The server goes away, and every connection breaks. It is not killed: it takes its socket along itself.
     // By the time that anybody else would have removed it, the display may be another test's server's.
     void end();
+    // The server stands still, its connections open, and then goes on.
+    void standStill() { server_->send(SIGSTOP); }
+    void goOn() { server_->send(SIGCONT); }
 
 private:
     std::unique_ptr<ChildProcess> server_;

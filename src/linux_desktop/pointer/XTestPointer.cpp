@@ -7,10 +7,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include <QByteArray>
 
+#include "linux_desktop/process/SignalMask.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
 
@@ -23,6 +25,13 @@ constexpr std::uint8_t kRightButton = 3;
 constexpr std::uint8_t kAbsolute = 0;
 constexpr int kAwaitRounds = 20;
 constexpr int kAwaitMilliseconds = 25;
+// How long the last word to a server that hangs is tried, and how often the rest is, in milliseconds.
+constexpr int kLastWordMilliseconds = 500;
+constexpr int kLaterMilliseconds = 50;
+// Button events that wait for a server that hangs: with their places far below the library's 16 KiB, at whose
+// end it would write, and wait. Releases have a few more, so that no press is the last.
+constexpr int kMostUnsent = 100;
+constexpr int kMoreReleases = 2;
 
 // The protocol's coordinates have 16 bits; beyond them the server's own limit is the desktop's edge anyway.
 std::int16_t coordinate(int pixel) {
@@ -56,15 +65,19 @@ std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::str
 }
 
 IOReturn XTestPointer::send(std::optional<Place> place, Button button, bool press) {
-    xcb_connection_t* connection = connection_.get();
-    if (place)
-        xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, kAbsolute, XCB_CURRENT_TIME, XCB_NONE,
-                            coordinate(place->pixel.x), coordinate(place->pixel.y), 0);
-    if (button != Button::none)
-        xcb_test_fake_input(connection, press ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE,
-                            button == Button::left ? kLeftButton : kRightButton, XCB_CURRENT_TIME, XCB_NONE,
-                            0, 0, 0);
-    if (xcb_flush(connection) > 0) {
+    const bool hangs = !takesMore(place ? 0 : kLastWordMilliseconds);
+    if (hangs && !std::exchange(hangs_, true))
+        logLine("Pointer: the X server does not read its events");
+    hangs_ = hangs;
+    if (hangs && (button == Button::none || unsent_ >= kMostUnsent + (press ? 0 : kMoreReleases)))
+        return kIOReturnNoDevice;
+    append(place, button, press);
+    unsent_ = hangs ? unsent_ + 1 : 0;
+    if (hangs) {
+        flushLater();
+        return kIOReturnSuccess;
+    }
+    if (xcb_flush(connection_.get()) > 0) {
         if (!place)
             awaitServer();
         discardMessages();
@@ -73,6 +86,45 @@ IOReturn XTestPointer::send(std::optional<Place> place, Button button, bool pres
     if (!std::exchange(failureLogged_, true))
         logLine("Pointer: the X server takes no events any more");
     return kIOReturnNoDevice;
+}
+
+// Into the library's memory.
+void XTestPointer::append(std::optional<Place> place, Button button, bool press) {
+    xcb_connection_t* connection = connection_.get();
+    if (place)
+        xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, kAbsolute, XCB_CURRENT_TIME, XCB_NONE,
+                            coordinate(place->pixel.x), coordinate(place->pixel.y), 0);
+    if (button != Button::none)
+        xcb_test_fake_input(connection, press ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE,
+                            button == Button::left ? kLeftButton : kRightButton, XCB_CURRENT_TIME, XCB_NONE,
+                            0, 0, 0);
+}
+
+// Whether the connection has room within that time, or has an end to tell of. The library waits for room
+// without one, and the kernel says that there is some while a good part is free: more than is ever written
+// here.
+bool XTestPointer::takesMore(int milliseconds) const {
+    pollfd polled{xcb_get_file_descriptor(connection_.get()), POLLOUT, 0};
+    return retryInterrupted([&] { return poll(&polled, 1, milliseconds); }) != 0;
+}
+
+// A touch that ends while the server hangs may be the last for long, and nobody else would send its release.
+void XTestPointer::flushLater() {
+    if (later_.joinable() && !laterIsOver_)
+        return;
+    laterIsOver_ = false;
+    const AllSignalsBlocked inherited;
+    try {
+        later_ = std::jthread([this](const std::stop_token& end) {
+            while (!end.stop_requested() && !takesMore(kLaterMilliseconds)) {
+            }
+            laterIsOver_ = true;
+            if (!end.stop_requested())
+                xcb_flush(connection_.get());
+        });
+    } catch (const std::system_error&) {
+        laterIsOver_ = true; // the next event takes the rest along
+    }
 }
 
 // A program that lets go is about to close its connection, perhaps by ending. The server reads nothing more

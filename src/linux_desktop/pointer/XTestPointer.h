@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "linux_desktop/pointer/LinuxPointer.h"
@@ -10,7 +12,8 @@
 
 namespace lightpen {
 
-// Injects events through the X server's test extension, over a connection of its own.
+// Injects events through the X server's test extension, over a connection of its own. A server that hangs
+// holds nobody up: moves are dropped, presses and releases wait until it goes on, and one line is logged.
 class XTestPointer final : public PointerDevice {
 public:
     // Connects to the display of that name, null for the one of the environment. Null, and the reason, when
@@ -20,11 +23,18 @@ public:
 
 private:
     explicit XTestPointer(XConnection connection) : connection_(std::move(connection)) {}
+    void append(std::optional<Place> place, Button button, bool press);
+    bool takesMore(int milliseconds) const;
+    void flushLater();
     void awaitServer();
     void discardMessages();
 
     const XConnection connection_;
     bool failureLogged_ = false;
+    bool hangs_ = false;
+    int unsent_ = 0;
+    std::atomic<bool> laterIsOver_{false};
+    std::jthread later_; // ends before the connection does
 };
 
 } // namespace lightpen

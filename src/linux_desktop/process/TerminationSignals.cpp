@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <system_error>
 
 #include "platform/FileDescriptor.h"
 #include "platform/Log.h"
@@ -39,21 +40,38 @@ void takeOver(int number, void (*handler)(int), struct sigaction& previous) {
         logLine("Signals: signal %d cannot be taken over: %s", number, errorText(errno).c_str());
 }
 
+// Whether a signal or the end of the watch comes within that time; it still counts as to come.
+bool arrives(std::chrono::milliseconds patience) {
+    const auto end = std::chrono::steady_clock::now().time_since_epoch() + patience;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(end);
+    const timespec limit{seconds.count(), std::chrono::nanoseconds(end - seconds).count()};
+    return retryInterrupted([&] { return sem_clockwait(&arrivals, CLOCK_MONOTONIC, &limit); }) == 0 &&
+           sem_post(&arrivals) == 0;
+}
+
 } // namespace
 
-TerminationSignals::TerminationSignals(RunLoop& runLoop) : runLoop_(runLoop) {
+TerminationSignals::TerminationSignals(RunLoop& runLoop, std::chrono::milliseconds patience)
+    : runLoop_(runLoop), patience_(patience) {
     sem_init(&arrivals, 0, 0);
-    thread_ = std::thread([this] { watch(); });
+    try {
+        thread_ = std::thread([this] { watch(); });
+    } catch (const std::system_error& error) {
+        logLine("Signals: no thread for them: %s", error.code().message().c_str());
+        return;
+    }
     for (std::size_t i = 0; i < kSignals.size(); ++i)
         takeOver(kSignals[i], kSignals[i] == SIGPIPE ? passOver : passOn, previous_[i]);
 }
 
 TerminationSignals::~TerminationSignals() {
-    for (std::size_t i = 0; i < kSignals.size(); ++i)
-        sigaction(kSignals[i], &previous_[i], nullptr);
-    latest.store(0);
-    sem_post(&arrivals);
-    thread_.join();
+    if (thread_.joinable()) {
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            sigaction(kSignals[i], &previous_[i], nullptr);
+        latest.store(0);
+        sem_post(&arrivals);
+        thread_.join();
+    }
     sem_destroy(&arrivals);
 }
 
@@ -65,6 +83,10 @@ void TerminationSignals::watch() {
         if (runLoop_.terminating())
             runLoop_.exitProcess(kSignalStatus + number);
         runLoop_.terminate(EXIT_SUCCESS);
+        if (arrives(patience_))
+            continue;
+        logLine("Signals: the program hangs, and is left where it stands");
+        runLoop_.exitProcess(kSignalStatus + number);
     }
 }
 

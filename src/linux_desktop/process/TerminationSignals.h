@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <array>
+#include <chrono>
 #include <thread>
 
 #include "platform/RunLoop.h"
@@ -17,8 +18,10 @@ namespace lightpen {
 class TerminationSignals {
 public:
     // The loop must outlive the object. Logs a line when the signals cannot be taken over; the system's own
-    // handling stays then.
-    explicit TerminationSignals(RunLoop& runLoop);
+    // handling stays then. A program that has not ended within the patience hangs, and is left with a line
+    // and the same status, so that one signal is enough.
+    explicit TerminationSignals(RunLoop& runLoop,
+                                std::chrono::milliseconds patience = std::chrono::seconds(3));
     // Puts back what was there before.
     ~TerminationSignals();
     TerminationSignals(const TerminationSignals&) = delete;
@@ -30,6 +33,7 @@ private:
     void watch();
 
     RunLoop& runLoop_;
+    const std::chrono::milliseconds patience_;
     std::array<struct sigaction, kSignals.size()> previous_{};
     std::thread thread_;
 };

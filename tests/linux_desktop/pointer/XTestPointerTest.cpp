@@ -6,6 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <thread>
+
 #include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/Xvfb.h"
@@ -94,6 +99,86 @@ TEST(XTestPointerFailure, AServerThatDiesEndsNothingButTheEvents) {
     EXPECT_TRUE(eventually([&] { return pointer.post(kLeftMouseDragged, {3, 4}) == kIOReturnNoDevice; }));
     EXPECT_EQ(pointer.post(kLeftMouseUp, {3, 4}), kIOReturnNoDevice);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"Pointer: the X server takes no events any more"});
+}
+
+// What a server that hangs does not hold up: far more moves than its connection takes, and a whole touch.
+class HungServerTest : public testing::Test {
+protected:
+    HungServerTest() {
+        std::string problem;
+        auto device = XTestPointer::create(server.display().c_str(), problem);
+        EXPECT_TRUE(device) << problem;
+        pointer.emplace(std::move(device), geometry);
+        EXPECT_TRUE(observer.becomes({320, 240, false, false})) << "it has read all";
+        log.clear();
+    }
+    ~HungServerTest() override { server.goOn(); }
+
+    // Whether the act is over while the server hangs.
+    bool endsMeanwhile(const std::function<void()>& act) {
+        server.standStill();
+        std::atomic<bool> over{false};
+        std::thread actor([&] {
+            act();
+            over = true;
+        });
+        const bool ended = eventually([&] { return over.load(); });
+        server.goOn();
+        actor.join();
+        return ended;
+    }
+    void moves() {
+        for (std::int16_t i = 0; i < 3000; ++i)
+            pointer->post(kLeftMouseDragged, {i, 7});
+    }
+
+    RecordingLog log;
+    Xvfb server{"640x480"};
+    SharedGeometry geometry{PointerGeometry({0, 0}, 1, {0, 0, 640, 480})};
+    PointerObserver observer{server.display()};
+    std::optional<PointerOver> pointer;
+};
+
+TEST_F(HungServerTest, HoldsNobodyUpAndAStrokeIsReleasedAfterwards) {
+    EXPECT_TRUE(endsMeanwhile([&] {
+        pointer->post(kLeftMouseDown, {11, 12});
+        moves();
+        pointer->post(kLeftMouseUp, {21, 22});
+    }));
+    EXPECT_TRUE(observer.becomes({21, 22, false, false}));
+    EXPECT_EQ(log.takeLines(), std::vector<std::string>{"Pointer: the X server does not read its events"});
+    EXPECT_EQ(pointer->post(kLeftMouseDown, {31, 32}), kIOReturnSuccess);
+    EXPECT_TRUE(observer.becomes({31, 32, true, false}));
+}
+
+TEST_F(HungServerTest, ATouchThatBeginsMeanwhileIsThereAfterwards) {
+    EXPECT_TRUE(endsMeanwhile([&] {
+        moves();
+        pointer->post(kLeftMouseDown, {41, 42});
+    }));
+    EXPECT_TRUE(observer.becomes({41, 42, true, false}));
+}
+
+TEST_F(HungServerTest, HoldsUpNoEnd) {
+    EXPECT_TRUE(endsMeanwhile([&] {
+        moves();
+        pointer->post(kLeftMouseDown, {51, 52});
+        pointer->releaseButtons();
+        pointer.reset();
+    }));
+}
+
+TEST_F(HungServerTest, ManyTouchesMeanwhileDoNotEither) {
+    EXPECT_TRUE(endsMeanwhile([&] {
+        moves();
+        for (std::int16_t i = 0; i < 1000; ++i) {
+            pointer->post(kLeftMouseDown, {i, 1});
+            pointer->post(kLeftMouseUp, {i, 1});
+        }
+    }));
+    pointer->releaseButtons();
+    const PointerState now = observer.state();
+    EXPECT_TRUE(observer.becomes({now.x, now.y, false, false}));
 }
 
 TEST(XTestPointerFailure, NoDisplayIsNoPointer) {

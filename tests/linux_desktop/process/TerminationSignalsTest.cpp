@@ -63,6 +63,19 @@ TEST_P(TerminationSignalsTest, AskedForTwiceLeaveAtOnce) {
         testing::ExitedWithCode(128 + GetParam()), "left at once");
 }
 
+TEST_P(TerminationSignalsTest, AMainThreadThatHangsIsLeft) {
+    EXPECT_EXIT(
+        {
+            WatchedRunLoop loop;
+            const TerminationSignals signals(loop, std::chrono::milliseconds(50));
+            kill(getpid(), GetParam());
+            for (;;)
+                pause();
+        },
+        testing::ExitedWithCode(128 + GetParam()),
+        "Signals: the program hangs, and is left where it stands\nleft at once");
+}
+
 TEST_P(TerminationSignalsTest, AreGivenBackAtTheEnd) {
     struct sigaction mine {};
     mine.sa_handler = [](int) {};
