@@ -2,6 +2,7 @@
 // The application is asked to end from outside, whatever it is doing.
 #include <signal.h>
 
+#include "kit/linux/PointerObserver.h"
 #include "on_screen/ApplicationTest.h"
 
 namespace lightpen {
@@ -40,6 +41,27 @@ TEST_F(ApplicationEndTest, DuringACalibration) {
     ASSERT_TRUE(user.menu->click(Labels{"Calibration"}));
     ASSERT_TRUE(comesTrue([&] { return user.coveringWindow().has_value(); }));
     ends();
+}
+
+// Its own main thread may stand in a call of Qt's by then, so one signal does what else two are for.
+TEST_F(ApplicationEndTest, WhileTheDisplayHangsInAStroke) {
+    Xvfb display("1024x768");
+    panel();
+    ASSERT_TRUE(user.start({"--plugged", "--calibrated"}, {{"DISPLAY", display.display()}}));
+    ASSERT_TRUE(comesTrue([&] { return user.program.isIn("ready=yes"); }));
+    EXPECT_EQ(user.program
+                  .ask("drag 100 100 900 100 900 200 100 200 100 300 900 300 900 400 100 400 100 500 900 500")
+                  .value_or("none"),
+              "ok");
+    PointerObserver observer(display.display());
+    ASSERT_TRUE(comesTrue([&] { return observer.state().left; })) << user.program.log();
+    display.standStill();
+    EXPECT_TRUE(user.program.waitForLog("Pointer: the X server does not read its events"));
+    user.program.send(SIGTERM);
+    const auto status = user.program.waitForEnd();
+    display.goOn();
+    ASSERT_TRUE(status) << user.program.log();
+    EXPECT_TRUE(*status == 0 || *status == 128 + SIGTERM) << *status;
 }
 
 } // namespace
