@@ -21,7 +21,7 @@ public:
     // handling stays then. A program that has not ended within the patience hangs, and is left with a line
     // and the same status, so that one signal is enough.
     explicit TerminationSignals(RunLoop& runLoop,
-                                std::chrono::milliseconds patience = std::chrono::seconds(3));
+                                std::chrono::milliseconds patience = std::chrono::seconds(10));
     // Puts back what was there before.
     ~TerminationSignals();
     TerminationSignals(const TerminationSignals&) = delete;
