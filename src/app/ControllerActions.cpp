@@ -97,7 +97,7 @@ void LightPenNX7Controller::tellOfCalibration(const PointListRef& points, const 
         notice.text =
             text("The camera unit did not take it. The pen works with it until the unit is unplugged.");
     }
-    const auto offer = [&](const char* label, std::function<void(LightPenNX7Controller&)> perform) {
+    const auto offer = [&](const char* label, const std::function<void(LightPenNX7Controller&)>& perform) {
         notice.actions.push_back({text(label), [points, perform, weak = weak_from_this()] {
                                       // Another unit, or another calibration, is none of this notice's
                                       // business.

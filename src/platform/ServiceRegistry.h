@@ -121,8 +121,8 @@ public:
     io_object_t IOIteratorNext(io_iterator_t iterator);
     // One reference more, or less; without any the object is gone, an iterator with what it holds.
     // kIOReturnBadArgument for no object.
-    IOReturn IOObjectRetain(io_object_t object);
-    IOReturn IOObjectRelease(io_object_t object);
+    IOReturn IOObjectRetain(io_object_t handle);
+    IOReturn IOObjectRelease(io_object_t handle);
 
     // The class's name; empty for what is no service.
     std::string IOObjectGetClass(io_object_t object);
@@ -135,7 +135,7 @@ public:
     IOReturn IORegistryEntryGetPath(io_object_t entry, std::string_view plane, std::string& path);
 
     // The plug-in of a HID service; fails for other services and for those that are gone.
-    IOReturn IOCreatePlugInInterfaceForService(io_service_t service, IOCFPlugInInterface& plugIn);
+    IOReturn IOCreatePlugInInterfaceForService(io_service_t handle, IOCFPlugInInterface& plugIn);
 
     // How many objects (services, iterators) have references: a leak shows here.
     std::size_t liveObjects() const { return objects_.size(); }

@@ -10,16 +10,16 @@ namespace lightpen {
 namespace {
 
 InjectedEvent::Kind kindOf(const PointerButtons::Action& action) {
-    using Kind = InjectedEvent::Kind;
+    using enum InjectedEvent::Kind;
     switch (action.button) {
     case PointerButtons::Button::left:
-        return action.press ? Kind::press : Kind::release;
+        return action.press ? press : release;
     case PointerButtons::Button::right:
-        return action.press ? Kind::rightPress : Kind::rightRelease;
+        return action.press ? rightPress : rightRelease;
     case PointerButtons::Button::none:
         break;
     }
-    return Kind::move;
+    return move;
 }
 
 ScreenPoint pointAt(IOGPoint place) {
