@@ -53,7 +53,7 @@ void IOHIDQueueInterface::performCallout() {
 IOReturn IOHIDQueueInterface::createAsyncEventSource(RunLoopSourceRef& source) {
     const std::lock_guard hold(mutex_);
     if (!source_) {
-        // The source is kept by the run loop for ever, so it must not keep the queue.
+        // The queue keeps the source, so that one must not keep the queue.
         source_ = std::make_shared<RunLoopSource>([weak = weak_from_this()] {
             if (const auto queue = weak.lock())
                 queue->performCallout();

@@ -52,7 +52,7 @@ public:
     // Mode names are recorded for containsSource; sources of every mode are performed in every mode here.
     virtual void addCommonMode(std::string_view mode) = 0;
     virtual bool containsSource(const RunLoopSourceRef& source, std::string_view mode) const = 0;
-    // Keeps a reference to the source. Main thread.
+    // Keeps a reference to the source while somebody else has one too. Main thread.
     virtual void addSource(const RunLoopSourceRef& source, std::string_view mode) = 0;
 
     // Asks for the operation to run on the main thread, and does not wait for it. Any thread.

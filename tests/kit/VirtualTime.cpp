@@ -49,6 +49,7 @@ bool VirtualRunLoop::containsSource(const RunLoopSourceRef& source, std::string_
 }
 
 void VirtualRunLoop::addSource(const RunLoopSourceRef& source, std::string_view mode) {
+    std::erase_if(sources_, [](const auto& entry) { return entry.first.use_count() == 1; });
     source->attachedTo(*this);
     sources_.emplace_back(source, mode);
 }

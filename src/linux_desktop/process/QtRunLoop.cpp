@@ -79,6 +79,8 @@ bool QtRunLoop::containsSource(const RunLoopSourceRef& source, std::string_view 
 }
 
 void QtRunLoop::addSource(const RunLoopSourceRef& source, std::string_view mode) {
+    // Each opening of a unit brings one.
+    std::erase_if(sources_, [](const auto& entry) { return entry.first.use_count() == 1; });
     sources_.emplace_back(source, mode);
     source->attachedTo(*this);
 }

@@ -154,6 +154,17 @@ TEST_F(QtRunLoopTest, RemembersSourcesAndModesAndPerformsSignals) {
     EXPECT_THAT(notes, ElementsAre("signalled", "signalled"));
 }
 
+TEST_F(QtRunLoopTest, KeepsNoSourcesThatNobodyElseHas) {
+    auto forgotten = std::make_shared<RunLoopSource>([] {});
+    const std::weak_ptr<RunLoopSource> trace = forgotten;
+    const auto kept = std::make_shared<RunLoopSource>([] {});
+    loop.addSource(std::exchange(forgotten, nullptr), kCFRunLoopDefaultMode);
+    loop.addSource(kept, kCFRunLoopDefaultMode);
+    loop.addSource(std::make_shared<RunLoopSource>([] {}), kCFRunLoopDefaultMode);
+    EXPECT_TRUE(trace.expired());
+    EXPECT_TRUE(loop.containsSource(kept, kCFRunLoopDefaultMode));
+}
+
 // Each of these needs an application that has not ended yet, so each gets a loop of its own above; Qt starts
 // anew with every exec.
 
