@@ -146,6 +146,12 @@ void EventGeneratorNX7::deviceDidAdd(io_iterator_t iterator) {
     }
     logLine("Event n:647 device did add");
     drain(Platform::current().registry, iterator);
+    if (_opened) {
+        // The open unit has gone too, and that is still to be told. The new one must not be asked through
+        // what is left of it: its queue would never have an answer.
+        _stopThread = true;
+        letGoOfUnit();
+    }
     openArrivedUnit();
 }
 
