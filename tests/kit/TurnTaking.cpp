@@ -12,16 +12,25 @@ TurnTaking::TurnTaking(VirtualClock& clock) : clock_(clock) {
 
 TurnTaking::~TurnTaking() {
     clock_.onWait = nullptr;
-    for (std::thread& thread : threads_)
+    for (auto& [self, thread] : threads_)
         thread.join();
 }
 
 void TurnTaking::start(std::function<void()> entry) {
     const std::lock_guard hold(mutex_);
-    const int self = static_cast<int>(threads_.size()) + 1;
+    joinEnded();
+    const int self = ++started_;
     waiting_[self] = {clock_.now(), ++waits_, {}};
     ++running_;
-    threads_.emplace_back([this, self, entry = std::move(entry)] { body(self, entry); });
+    threads_[self] = std::thread([this, self, entry = std::move(entry)] { body(self, entry); });
+}
+
+// A thread that has ended keeps its stack until somebody joins it.
+void TurnTaking::joinEnded() {
+    for (const int self : std::exchange(ended_, {})) {
+        threads_[self].join();
+        threads_.erase(self);
+    }
 }
 
 void TurnTaking::body(int self, const std::function<void()>& entry) {
@@ -41,6 +50,7 @@ void TurnTaking::body(int self, const std::function<void()>& entry) {
         exitStatus_ = exitStatus;
     --running_;
     ++waits_;
+    ended_.push_back(self);
     handOver();
 }
 

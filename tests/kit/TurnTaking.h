@@ -44,7 +44,8 @@ private:
         std::function<bool()> woken;
     };
     void wait(Microseconds until, const std::function<bool()>& woken);
-    void handOver(); // to the next one; with the mutex held
+    void handOver();  // to the next one; with the mutex held
+    void joinEnded(); // with the mutex held
     void body(int self, const std::function<void()>& entry);
 
     VirtualClock& clock_;
@@ -55,7 +56,9 @@ private:
     std::uint64_t waits_ = 0; // so far, those of threads that ended included
     int running_ = 0;
     std::optional<int> exitStatus_;
-    std::vector<std::thread> threads_;
+    std::map<int, std::thread> threads_;
+    std::vector<int> ended_; // of those, which are past their last turn
+    int started_ = 0;
 };
 
 } // namespace lightpen
