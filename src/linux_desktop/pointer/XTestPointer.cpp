@@ -25,6 +25,8 @@ constexpr std::uint8_t kRightButton = 3;
 constexpr std::uint8_t kAbsolute = 0;
 constexpr int kAwaitRounds = 20;
 constexpr int kAwaitMilliseconds = 25;
+// How long a server that is only behind, after a burst of events, has to catch up: once, then it hangs.
+constexpr int kBurstMilliseconds = 100;
 // How long the last word to a server that hangs is tried, and how often the rest is, in milliseconds.
 constexpr int kLastWordMilliseconds = 500;
 constexpr int kLaterMilliseconds = 50;
@@ -65,7 +67,8 @@ std::unique_ptr<XTestPointer> XTestPointer::create(const char* display, std::str
 }
 
 IOReturn XTestPointer::send(std::optional<Place> place, Button button, bool press) {
-    const bool hangs = !takesMore(place ? 0 : kLastWordMilliseconds);
+    const int patience = !place ? kLastWordMilliseconds : hangs_ ? 0 : kBurstMilliseconds;
+    const bool hangs = !takesMore(patience);
     if (hangs && !std::exchange(hangs_, true))
         logLine("Pointer: the X server does not read its events");
     hangs_ = hangs;
