@@ -22,7 +22,7 @@ inline std::string beside(const char* program) {
 
 // Makes the folder, unless it is there; its whole path.
 inline std::filesystem::path folderNamed(const char* name) {
-    const std::filesystem::path folder = std::filesystem::absolute(name);
+    std::filesystem::path folder = std::filesystem::absolute(name);
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
     return folder;
