@@ -52,7 +52,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Bytes that a lesson with its five openings may leave: less than any object that an opening makes.
+// Bytes that a lesson with its five openings may leave. Eight hours left 95 a lesson, nobody knows yet where.
 constexpr std::ptrdiff_t kSlackOfLesson = 160;
 
 std::ptrdiff_t openDescriptors() {
