@@ -125,7 +125,7 @@ void EventGeneratorNX7::announceArrival(const DeviceDelegateRef& delegate) {
         delegate->deviceDidAddCallback(*this);
 }
 
-// Another unit beside the open one comes and goes unheard: it must not disturb the pen.
+// While the open unit is there, others come and go without a start or an end: they must not disturb the pen.
 bool EventGeneratorNX7::openUnitIsListed() const {
     if (!_opened)
         return false;
