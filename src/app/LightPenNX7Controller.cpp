@@ -130,6 +130,10 @@ void LightPenNX7Controller::observeScreen() {
     notifications.addObserver(this, kScreenWasUncovered, nullptr, [](const Notification&) {
         EventGeneratorNX7::sharedEventGeneratorNX7()->screenWasUncovered();
     });
+    notifications.addObserver(this, kScreensDidChange, nullptr, [this](const Notification&) {
+        EventGeneratorNX7::sharedEventGeneratorNX7()->screensDidChange();
+        window->screensDidChange();
+    });
 }
 
 void LightPenNX7Controller::loadThresholds() {

@@ -60,6 +60,12 @@ void PreviewWindow::makeKeyAndOrderFront() {
     ui_->previewDetectAgainButton->setFocus(Qt::OtherFocusReason);
 }
 
+void PreviewWindow::screensDidChange() {
+    const QScreen* screen = mainScreen();
+    if (isVisible() && screen && !screen->geometry().contains(frameGeometry()))
+        placeBesidePanel();
+}
+
 QSize PreviewWindow::sizeFor(int pictureFactor) const {
     const QSize picture = PreviewImageView::sizeFor(pictureFactor, devicePixelRatioF());
     const int lines = fontMetrics().averageCharWidth() * kCharactersInLine;

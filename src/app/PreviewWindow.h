@@ -34,6 +34,8 @@ public:
 
     // Shows it with the keyboard, before all others. A hidden window gets its place and size anew.
     void makeKeyAndOrderFront();
+    // One that is shown and does not lie on the main screen moves there.
+    void screensDidChange();
     // Hides it, without onExit.
     void orderOut() { hide(); }
 

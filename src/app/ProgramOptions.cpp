@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/ProgramOptions.h"
 
+#include "platform/Screen.h"
+
 namespace lightpen {
 
 namespace {
@@ -9,7 +11,13 @@ namespace {
 constexpr std::string_view kSessionOption = "-session";
 
 // What is wrong with the option's value; empty when nothing is.
-std::string takeValue(ProgramOptions& options, std::string_view value) {
+std::string takeValue(ProgramOptions& options, std::string_view name, std::string_view value) {
+    if (name == kSessionOption)
+        return "";
+    if (name == "--screen") {
+        options.screen = value;
+        return value.empty() ? kScreenProblem : "";
+    }
     const auto choice = logChoiceNamed(value);
     options.log = choice.value_or(LogChoice::automatic);
     return choice ? "" : kLogProblem;
@@ -24,13 +32,13 @@ std::optional<ProgramOptions> programOptions(std::span<const std::string_view> a
         const std::string name(arguments[i]);
         if (name == "--help") {
             options.help = true;
-        } else if (name != "--log" && name != kSessionOption) {
+        } else if (name != "--log" && name != "--screen" && name != kSessionOption) {
             problem = "Unknown option: " + name;
             return std::nullopt;
         } else if (++i == arguments.size()) {
             problem = name + " needs a value.";
             return std::nullopt;
-        } else if (name == "--log" && !(problem = takeValue(options, arguments[i])).empty()) {
+        } else if (problem = takeValue(options, name, arguments[i]); !problem.empty()) {
             return std::nullopt;
         }
     }

@@ -36,6 +36,7 @@ int programMain(int argc, char** argv) {
     setUpQtApplication();
     LinuxPlatformSettings settings;
     settings.log.choice = options->log;
+    settings.screen = options->screen;
     LinuxPlatform linuxPlatform(std::move(settings));
     Platform::setCurrent(&linuxPlatform.platform());
     warnOfRoot();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "device/EventGeneratorNX7.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 
@@ -53,12 +54,23 @@ void KVRCalibrationCenter::createCalibrator() {
     calibrators_ = std::move(list);
 }
 
-void KVRCalibrationCenter::addCalibrators(CalibratorList& list, const PointListRef& points) const {
+CalibratedScreen KVRCalibrationCenter::screenOfNow() const {
+    const auto screen = calibrationScreen();
+    return screen ? CalibratedScreen{screen->frame.size, screen->quarterTurns} : CalibratedScreen();
+}
+
+void KVRCalibrationCenter::addCalibrators(CalibratorList& list, const PointListRef& points) {
     if (!points || points->empty())
         return;
     logLine("KVR n:279 _calibrationPoints: %s", describe(points).c_str());
+    mappedScreen_ = screenOfNow();
+    const CalibratedScreen made =
+        calibratedScreen(EventGeneratorNX7::unitSerialNumber(), *points).value_or(mappedScreen_);
+    if (made != mappedScreen_)
+        logLine("Calibration: it was made on %g x %g points, and is used on %g x %g", made.size.width,
+                made.size.height, mappedScreen_.size.width, mappedScreen_.size.height);
     const TargetGrid grid{_rows, _columns};
-    const CellSize size = cellSize(grid, screenSize());
+    const CellSize size = cellSize(grid, made.size);
     logLine("KVR n:284 rectWidth : %d rectHeight : %d", size.width, size.height);
     if (!grid.isCoveredBy(points->size())) {
         logLine(
@@ -66,13 +78,25 @@ void KVRCalibrationCenter::addCalibrators(CalibratorList& list, const PointListR
             points->size(), static_cast<long long>(_rows), static_cast<long long>(_columns));
         return;
     }
-    for (const auto& [at, rectangle] : targetCells(grid, size)) {
+    for (const TargetCell& cell : targetCells(grid, size)) {
+        const auto [at, rectangle] = cellOnScreen(cell, made, mappedScreen_);
         logLine("KVR n:288 create calibrator using point : %d %d %d %d, destination rectangle :%s",
                 static_cast<int>(at[0]), static_cast<int>(at[1]), static_cast<int>(at[2]),
                 static_cast<int>(at[3]), NSStringFromRect(rectangle).c_str());
         list.push_back(calibratorWithPoints(
             {(*points)[at[0]], (*points)[at[1]], (*points)[at[2]], (*points)[at[3]]}, rectangle));
     }
+}
+
+void KVRCalibrationCenter::screensDidChange() {
+    if (!_calibrationScreen)
+        setCalibrationScreen(Platform::current().desktop.mainScreen());
+    if (session_.load())
+        return checkScreenOfSession();
+    // Without any screen there is nothing to map to; the next one brings the same news.
+    if (const auto points = _calibrationPoints.load();
+        points && Platform::current().desktop.mainScreen() && screenOfNow() != mappedScreen_)
+        setCalibrationPoints(points);
 }
 
 std::shared_ptr<Calibrator>

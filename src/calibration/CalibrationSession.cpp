@@ -2,6 +2,7 @@
 // A session from its start to its end: the touches, the way to the next target, completion and cancel.
 #include "calibration/KVRCalibrationCenter.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "calibration/KVRCalibrationTarget.h"
@@ -58,13 +59,12 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     // Late calls for an earlier session still hold its points, so they change nothing here.
     stopAnimation();
     _canProcessLightPenSignal = false;
+    _calibrationScreen = calibrationScreen();
     session_ = std::make_shared<CollectedPoints>(_totalPoints);
     makeWindow();
     _calibrationWindow->setBackgroundColor(automatic ? kBlackColor : kWhiteColor);
-    if (_calibrationTarget)
-        _calibrationTarget->setFrameOrigin(
-            lightpen::targetOriginOfStep({kAnyGrid, screenSize(), targetSize()}, 0));
     _calibrationStep = 0;
+    placeFirstTarget();
     _canProcessLightPenSignal = true;
     driver().setDelegate(shared_from_this());
     if (automatic) {
@@ -90,20 +90,54 @@ void KVRCalibrationCenter::makeWindow() {
         _calibrationWindow = std::make_shared<KVRCalibrationWindow>();
         _calibrationWindow->setDelegate(
             [this](const Notification& notification) { windowWillClose(notification); });
+        _calibrationWindow->onResize = [this] { windowDidResize(); };
     }
     _calibrationWindow->setCalibrationScreen(calibrationScreen());
     if (_calibrationTarget)
         _calibrationTarget->addToSuperview(_calibrationWindow->contentView());
 }
 
-Size KVRCalibrationCenter::screenSize() const {
-    const auto screen = calibrationScreen();
-    return screen ? screen->frame.size : Size();
+void KVRCalibrationCenter::placeFirstTarget() {
+    if (_calibrationTarget)
+        _calibrationTarget->setFrameOrigin(
+            lightpen::targetOriginOfStep({kAnyGrid, sizeForTargets(), targetSize()}, 0));
+}
+
+// A desktop may give the window another size than it says the screen has. The targets stand where the window
+// really is, so that its size decides, and it is remembered with the touches.
+Size KVRCalibrationCenter::sizeForTargets() const {
+    return session_.load() && _calibrationWindow ? _calibrationWindow->contentSize() : screenOfNow().size;
+}
+
+// Touches of targets in windows of different sizes do not go together.
+void KVRCalibrationCenter::windowDidResize() {
+    const SessionRef session = session_;
+    if (!session)
+        return;
+    if (session->points()->empty())
+        placeFirstTarget();
+    else
+        endSessionBecause("its window has changed its size");
+}
+
+void KVRCalibrationCenter::checkScreenOfSession() {
+    const auto screens = Platform::current().desktop.screens();
+    const auto found = std::ranges::find(screens, _calibrationScreen->name, &Screen::name);
+    if (found == screens.end())
+        endSessionBecause("its screen has left");
+    else if (found->frame.size != _calibrationScreen->frame.size ||
+             found->quarterTurns != _calibrationScreen->quarterTurns)
+        endSessionBecause("its screen has changed");
+}
+
+void KVRCalibrationCenter::endSessionBecause(const char* reason) {
+    logLine("Calibration: %s; it ends", reason);
+    cancelSession();
 }
 
 WindowPoint KVRCalibrationCenter::targetOriginOfStep(std::int64_t step) const {
     const WindowPoint origin =
-        lightpen::targetOriginOfStep({{_rows, _columns}, screenSize(), targetSize()}, step);
+        lightpen::targetOriginOfStep({{_rows, _columns}, sizeForTargets(), targetSize()}, step);
     logLine("KVR n:515 targetOriginOfStep %s", NSStringFromPoint(origin).c_str());
     return origin;
 }
@@ -195,6 +229,8 @@ void KVRCalibrationCenter::playBeep() const {
 void KVRCalibrationCenter::complete(const CollectedPoints& session) {
     const PointListRef points = session.points();
     _calibrationPoints = points;
+    rememberCalibratedScreen(EventGeneratorNX7::unitSerialNumber(), *points,
+                             {sizeForTargets(), _calibrationScreen ? _calibrationScreen->quarterTurns : 0});
     endSession();
     if (autoCalibration) {
         showCursor();
@@ -258,8 +294,7 @@ void KVRCalibrationCenter::endWhenUntouched(const SessionRef& session, Microseco
         const Microseconds left = self.lastTouch_.load() + kPatience - Platform::current().clock.now();
         if (left > Microseconds::zero())
             return self.endWhenUntouched(session, left);
-        logLine("Calibration: nobody has touched the screen for three minutes; it ends");
-        self.cancelSession();
+        self.endSessionBecause("nobody has touched the screen for three minutes");
     });
     Platform::current().runLoop.performAfterDelay({this, kEndWhenUntouched, {}, std::move(look)}, wait);
 }

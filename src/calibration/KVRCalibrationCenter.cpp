@@ -2,6 +2,7 @@
 // The centre's making, and its properties.
 #include "calibration/KVRCalibrationCenter.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "calibration/KVRCalibrationTarget.h"
@@ -27,6 +28,8 @@ KVRCalibrationCenter::KVRCalibrationCenter(std::int32_t mode, std::optional<Colo
     Platform::current().notifications.addObserver(
         this, kCalibrationDidCanceled, nullptr,
         [this](const Notification& notification) { calibrationDidCancel(notification); });
+    Platform::current().notifications.addObserver(this, kScreensDidChange, nullptr,
+                                                  [this](const Notification&) { screensDidChange(); });
 }
 
 KVRCalibrationCenter::~KVRCalibrationCenter() {
@@ -54,16 +57,21 @@ void KVRCalibrationCenter::setCalibrationTarget(std::shared_ptr<KVRCalibrationTa
 }
 
 void KVRCalibrationCenter::setCalibrationScreen(std::optional<Screen> screen) {
-    if (screen)
-        _calibrationScreen = std::move(screen);
+    if (!screen)
+        return;
+    const auto main = Platform::current().desktop.mainScreen();
+    followsMainScreen_ = main && main->name == screen->name;
+    _calibrationScreen = std::move(screen);
 }
 
 std::optional<Screen> KVRCalibrationCenter::calibrationScreen() const {
-    if (_calibrationScreen)
-        for (const Screen& screen : Platform::current().desktop.screens())
-            if (screen.name == _calibrationScreen->name)
-                return screen;
-    return _calibrationScreen;
+    if (!_calibrationScreen)
+        return std::nullopt;
+    const auto screens = Platform::current().desktop.screens();
+    if (followsMainScreen_ && !session_.load() && !screens.empty())
+        return screens.front();
+    const auto found = std::ranges::find(screens, _calibrationScreen->name, &Screen::name);
+    return found == screens.end() ? _calibrationScreen : *found;
 }
 
 void KVRCalibrationCenter::setCalibrationBeep(const SoundRef& sound) {

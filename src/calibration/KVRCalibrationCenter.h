@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "calibration/CalibratedScreen.h"
 #include "calibration/Calibrator.h"
 #include "calibration/CollectedPoints.h"
-#include "calibration/TargetGrid.h"
 #include "device/PointList.h"
 #include "device/Protocols.h"
 #include "platform/Color.h"
@@ -114,10 +114,14 @@ public:
     std::shared_ptr<KVRCalibrationTarget> calibrationTarget() const { return _calibrationTarget; }
     // In points; (0, 0) without a target. Any thread.
     Size targetSize() const;
-    // The screen for calibrations; a missing one is ignored. Existing calibrators stay as they are.
+    // The screen for calibrations; a missing one is ignored. Existing calibrators stay as they are. The
+    // desktop's main screen stands for whatever is the main screen later.
     void setCalibrationScreen(std::optional<Screen> screen);
-    // With the frame that the desktop gives this screen now, if it has a screen of this name.
+    // As the desktop has it now. A session under way stays on the screen on which it began.
     std::optional<Screen> calibrationScreen() const;
+    // Makes the calibrators anew where the screen is not as it was. A session whose screen has left or
+    // changed is cancelled as by the user.
+    void screensDidChange();
     // What is heard when a target is ready. Null, and a sound equal to the present one, are ignored.
     void setCalibrationBeep(const SoundRef& sound);
 
@@ -126,13 +130,18 @@ private:
     enum class Kind { manual, automatic };
 
     void setGridFor(std::int64_t totalPoints);
-    void addCalibrators(CalibratorList& list, const PointListRef& points) const;
+    void addCalibrators(CalibratorList& list, const PointListRef& points);
     static ScreenPoint smallestOf(const CalibratorList& list, CameraPoint point);
-    Size screenSize() const;
+    CalibratedScreen screenOfNow() const;
+    Size sizeForTargets() const;
 
     void beginSession(Kind kind);
     void takeOverSystemUI();
     void makeWindow();
+    void placeFirstTarget();
+    void windowDidResize();
+    void checkScreenOfSession();
+    void endSessionBecause(const char* reason);
     void showTarget();
     void complete(const CollectedPoints& session);
     void endSession();
@@ -159,6 +168,9 @@ private:
     SharedReference<const CalibratorList> calibrators_{std::make_shared<const CalibratorList>()};
     bool autoCalibration = false;
     SharedFlag _canProcessLightPenSignal{false}; // written by the main thread
+
+    bool followsMainScreen_ = false;
+    CalibratedScreen mappedScreen_; // for which the calibrators were made
 
     // The session under way; null when there is none. Written by the main thread.
     SharedReference<CollectedPoints> session_;

@@ -31,10 +31,31 @@ KVRCalibrationWindow::~KVRCalibrationWindow() {
 void KVRCalibrationWindow::setCalibrationScreen(const std::optional<Screen>& screen) {
     calibrationScreen_ = screen;
     const Size size = screen ? screen->frame.size : Size();
-    contentView_->setGeometry(0, 0, qRound(size.width), qRound(size.height));
+    setContentSize({qRound(size.width), qRound(size.height)});
+}
+
+Size KVRCalibrationWindow::contentSize() const {
+    return {double(contentView_->width()), double(contentView_->height())};
+}
+
+void KVRCalibrationWindow::setContentSize(QSize size) {
+    contentView_->setGeometry({QPoint(), size});
     for (QObject* child : contentView_->children())
         if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
             target->placeInSuperview();
+}
+
+void KVRCalibrationWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    takeSizeOfWindow();
+}
+
+void KVRCalibrationWindow::takeSizeOfWindow() {
+    if (!isVisible() || size().isEmpty() || size() == contentView_->size())
+        return;
+    setContentSize(size());
+    if (onResize)
+        onResize();
 }
 
 void KVRCalibrationWindow::setBackgroundColor(const Color& color) {
@@ -58,6 +79,7 @@ void KVRCalibrationWindow::makeKeyAndOrderFront() {
         setGeometry(contentView_->geometry());
         show();
     }
+    takeSizeOfWindow(); // of a window that was shown before, and keeps its size
     raise();
     activateWindow();
     setFocus(Qt::OtherFocusReason);

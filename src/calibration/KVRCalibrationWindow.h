@@ -39,8 +39,12 @@ public:
     void setDelegate(WillCloseHandler windowWillClose) { windowWillClose_ = std::move(windowWillClose); }
     // The ground around the target; the colour's transparency is ignored.
     void setBackgroundColor(const Color& color);
-    // Has the size of the screen, also where the desktop gives the window another one.
+    // Fills the window; before the desktop has given the window a size, it has the screen's.
     QWidget& contentView() { return *contentView_; }
+    // Its size, in points.
+    Size contentSize() const;
+    // Called when that has changed while the window is shown. Set it before the window is shown.
+    std::function<void()> onResize;
 
     // Shows it on its screen, above all others, with the keyboard.
     void makeKeyAndOrderFront();
@@ -55,6 +59,7 @@ public:
     void cancelCalibration();
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     // A close that comes from the desktop cancels the calibration.
     void closeEvent(QCloseEvent* event) override;
@@ -62,6 +67,9 @@ protected:
     bool focusNextPrevChild(bool) override { return false; }
 
 private:
+    void setContentSize(QSize size);
+    void takeSizeOfWindow();
+
     std::optional<Screen> calibrationScreen_;
     QWidget* const contentView_; // a child, owned by this
     WillCloseHandler windowWillClose_;

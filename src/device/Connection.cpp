@@ -281,6 +281,10 @@ bool EventGeneratorNX7::isUnitOpen() {
     return sharedState.unitOpen == 1;
 }
 
+const std::string& EventGeneratorNX7::unitSerialNumber() {
+    return sharedState.unitSerialNumber;
+}
+
 bool EventGeneratorNX7::hearsPen() {
     return sharedState.arming() == Arming::armed;
 }

@@ -61,6 +61,9 @@ public:
     bool isDevicePlugIn() const;
     // Whether a unit has been opened, its flash read included; false before there is a driver. Any thread.
     static bool isUnitOpen();
+    // What the open unit calls itself, or the last one that was open; empty where it does not say. Main
+    // thread.
+    static const std::string& unitSerialNumber();
     // Whether a touch counts from now on: a unit is open, and what it reported at its start has been thrown
     // away. Any thread.
     static bool hearsPen();
@@ -238,6 +241,9 @@ public:
     void screenWasCovered();
     // Restarts the unit where the check view was shown, so that the light test tells what to show now.
     void screenWasUncovered();
+    // A check view that is shown follows the main screen. A long press that waits is cancelled: its place
+    // was in the picture as it was.
+    void screensDidChange();
 
     // --- Pairing (Pairing.cpp)
 

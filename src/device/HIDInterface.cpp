@@ -71,6 +71,10 @@ void EventGeneratorNX7::startHIDMode() {
         return;
     }
     _opened = true;
+    const auto serial =
+        Platform::current().registry.IORegistryEntryCreateCFProperty(_hidDevice.get(), "SerialNumber");
+    const auto* text = serial ? std::get_if<std::string>(&*serial) : nullptr;
+    sharedState.unitSerialNumber = text ? *text : "";
     setIRFilterGrounded(true); // where a unit's filter is when it gets its power; nothing needs to be sent
     _calibrationPoints = _calibrationPointsFromFlash();
     logLine("Event n:2033 _calibrationPointsFromFlash: %s", describe(_calibrationPoints).c_str());

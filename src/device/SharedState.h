@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "device/Arming.h"
 #include "device/PairingKeyWindow.h"
@@ -70,6 +71,9 @@ struct SharedState : ArmingWords {
 
     // The connection to the event system, 0 until the first post opens it; it is never closed.
     SharedValue<std::uint32_t> serviceConnection{0};
+
+    // Of the unit that was last opened. Main thread.
+    std::string unitSerialNumber;
 
     // Device information; written by each flash read and kept afterwards, wireless also by the controller.
     SharedWord NX9Ver{0};

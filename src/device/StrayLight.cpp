@@ -150,4 +150,13 @@ void EventGeneratorNX7::screenWasUncovered() {
         startPointQueue();
 }
 
+void EventGeneratorNX7::screensDidChange() {
+    if (const ScreenPoint anchor = _AnchorPointForLongPress; anchor != ScreenPoint{})
+        performOnMain("wrapper2", NSStringFromPoint(anchor), &EventGeneratorNX7::wrapper2);
+    if (!sharedState.checkViewPanel)
+        return;
+    sharedState.checkViewPanel->orderOut();
+    Nx9windowChTwoPoint();
+}
+
 } // namespace lightpen

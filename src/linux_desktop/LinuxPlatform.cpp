@@ -68,6 +68,7 @@ public:
 
     void releaseButtonsAndFlushLog();
     void followSession();
+    void followScreens();
     static void atExit(int status, void* unused);
 
     EarlyLines early;
@@ -75,7 +76,7 @@ public:
     ProcessParts process;
     XdgDataFiles dataFiles;
     SharedGeometry geometry;
-    QtDesktop desktop{defaults, geometry};
+    QtDesktop desktop;
     LinuxPointer pointer;
     ServiceRegistry registry{process.runLoop, process.clock};
     UserSession session{process.runLoop};
@@ -109,6 +110,7 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
     : defaults(std::move(settings.settingsFile)),
       process(early, chosenLog(settings.log, defaults), [this] { releaseButtonsAndFlushLog(); }),
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
+      desktop(defaults, geometry, std::move(settings.screen)),
       pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
       shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
@@ -116,6 +118,7 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
         machineUnits =
             std::make_unique<MachineUnits>(registry, process.runLoop, process.clock, session.hasTheSeat());
     session.setObserver([this] { followSession(); });
+    followScreens();
     static const bool registered = on_exit(atExit, nullptr) == 0;
     if (!registered)
         logLine("Platform: exit() will not write the log out");
@@ -140,6 +143,13 @@ void LinuxPlatform::Parts::followSession() {
     if (!session.hasTheSeat())
         pointer.releaseButtons();
     cover.update();
+}
+
+// A stroke ends where it was, before its next place is one in another picture; what follows until the pen is
+// lifted only moves the pointer.
+void LinuxPlatform::Parts::followScreens() {
+    desktop.beforeMainScreenChanges = [this] { pointer.releaseButtons(); };
+    desktop.afterChange = [this] { notifications.post({std::string(kScreensDidChange)}); };
 }
 
 // Qt calls exit() when the display goes away, and so may any library. Destructors would then run under the

@@ -26,6 +26,9 @@ struct LinuxPlatformSettings {
     Units units = Units::ofTheMachine;
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
+    // The name of the screen that shows the picture; one that is not empty goes before the user default "Main
+    // Screen".
+    std::string screen;
     std::string settingsFile; // NAME/settings.ini below $XDG_CONFIG_HOME
     // The folders of the data files that the user has written, NAME below $XDG_DATA_HOME, and of those that
     // came with the program.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "platform/Geometry.h"
@@ -9,13 +10,18 @@
 
 namespace lightpen {
 
-// What the system asks about the user's desktop.
+// Posted in the process when a screen has come, gone, or changed its place, size, scale or rotation, and when
+// another one is the main screen.
+inline constexpr std::string_view kScreensDidChange = "kScreensDidChange";
+
+// What the system asks about the user's desktop. It alone knows which screen is the main one: the one that
+// shows the picture at which the camera looks. Whoever needs it asks, and asks again after kScreensDidChange.
 class Desktop {
 public:
     virtual ~Desktop() = default;
-    // The frame of the main screen (the one chosen in the settings, else the primary one) in points; none
-    // without a screen. Cached and kept up to date by the main thread, so that any thread may ask at any
-    // time.
+    // The frame of the main screen (the one that the user has chosen, else the desktop's primary one) in
+    // points; none without a screen. Cached and kept up to date by the main thread, so that any thread may
+    // ask at any time.
     virtual std::optional<ScreenRect> mainScreenFrame() const = 0;
     // All screens as they are now, the main one first, the others in the desktop's order; empty without a
     // screen. Main thread.

@@ -53,6 +53,19 @@ TEST_F(ControllerScreenTest, TheCheckViewGivesWayAndComesBack) {
     expectGoneWithTheLight();
 }
 
+TEST_F(ControllerScreenTest, AnotherScreenIsMappedToAndHasTheCheckView) {
+    sightings = 3;
+    startWithUnit();
+    ASSERT_TRUE(panelIsShown());
+    const auto used = std::dynamic_pointer_cast<KVRCalibrationCenter>(driver->calibrationCenter());
+    used->setCalibrationPoints(std::make_shared<const PointList>(kFour));
+    desk.desktop.frame = ScreenRect{{0, 0}, {1024, 768}};
+    desk.notifications.post({std::string(kScreensDidChange)});
+    EXPECT_EQ(topWindow<FloatPanel>()->geometry(), QRect(256, 128, 512, 384));
+    EXPECT_EQ(used->calibrators()->front()->destinationRect(), (ScreenRect{{170, 75}, {684, 618}}));
+    expectGoneWithTheLight();
+}
+
 TEST_F(ControllerScreenTest, LightBehindALockerShowsNoWindow) {
     start();
     cover(true);

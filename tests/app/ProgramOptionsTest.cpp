@@ -27,6 +27,7 @@ TEST_F(ProgramOptionsTest, EachIsTaken) {
     EXPECT_EQ(read({"--log", "file"})->log, LogChoice::file);
     EXPECT_EQ(read({"--log", "none"})->log, LogChoice::none);
     EXPECT_EQ(read({"--log", "file", "--log", "none"})->log, LogChoice::none);
+    EXPECT_EQ(read({"--screen", "HDMI-1"})->screen, "HDMI-1");
     const auto both = read({"--help", "--log", "none"});
     ASSERT_TRUE(both);
     EXPECT_TRUE(both->help);
@@ -44,6 +45,10 @@ TEST_F(ProgramOptionsTest, WhatCannotBeUnderstoodIsNamed) {
         EXPECT_FALSE(read({"--log", "file", unknown})) << unknown;
         EXPECT_EQ(problem, std::string("Unknown option: ") + unknown);
     }
+    EXPECT_FALSE(read({"--screen"}));
+    EXPECT_EQ(problem, "--screen needs a value.");
+    EXPECT_FALSE(read({"--screen", ""}));
+    EXPECT_EQ(problem, "--screen takes the name of a screen.");
     EXPECT_FALSE(read({"--log"}));
     EXPECT_EQ(problem, "--log needs a value.");
     for (const char* value : {"", "automatic", "/tmp/log", "--help"}) {

@@ -168,6 +168,23 @@ TEST_F(WindowsOnScreenTest, OneSeesWhichButtonHasTheKeyboard) {
     EXPECT_NE(look(), without);
 }
 
+TEST_F(WindowsOnScreenTest, ThePreviewThatIsNotOnThePicturesScreenMovesThereAndNoOtherDoes) {
+    show();
+    window.move(20, 30);
+    ASSERT_TRUE(comesTrue([&] { return window.frameGeometry().x() < 40; }));
+    const QPoint chosen = window.pos();
+    window.screensDidChange();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.pos(), chosen);
+    window.move(kWidth - 50, 30);
+    ASSERT_TRUE(comesTrue([&] { return window.frameGeometry().right() > kWidth; }));
+    window.screensDidChange();
+    EXPECT_TRUE(comesTrue([&] { return screen().contains(window.frameGeometry()); }));
+    window.orderOut();
+    window.screensDidChange();
+    EXPECT_FALSE(window.isVisible());
+}
+
 TEST_F(WindowsOnScreenTest, ComesBackFromTheTaskBarWhenThereIsLightAgain) {
     show();
     window.setWindowState(Qt::WindowMinimized);

@@ -53,6 +53,20 @@ TEST_F(CheckViewTest, ReleasingTakesItAwayAndEndsTheThread) {
     EXPECT_EQ(driver->Nx9windowrelease(), 0) << "without one, too";
 }
 
+TEST_F(CheckViewTest, FollowsTheMainScreen) {
+    desk.desktop.frame = ScreenRect{{0, 0}, {1440, 900}};
+    driver->screensDidChange();
+    EXPECT_FALSE(panel()) << "nothing is shown";
+    openShowing();
+    EXPECT_EQ(panel()->geometry(), QRect(360, 150, 720, 450));
+    desk.desktop.frame = ScreenRect{{0, 0}, {1024, 768}};
+    driver->screensDidChange();
+    EXPECT_EQ(panel()->geometry(), QRect(256, 128, 512, 384));
+    EXPECT_TRUE(panel()->isVisible());
+    drawn();
+    EXPECT_EQ(drawnFor(1000, 700).size(), 1u);
+}
+
 TEST_F(CheckViewTest, GivesWayWhileTheScreenIsCoveredAndComesBackWithTheLight) {
     openShowing();
     desk.systemUI.covered = true;

@@ -43,6 +43,17 @@ TEST_F(LongPressTest, HeldStillThePenDragsAllTheWhileAndClicksAfterTwoSecondsToT
     EXPECT_THAT(hold(kLong), IsEmpty()) << "once";
 }
 
+TEST_F(LongPressTest, AScreenThatChangesCancelsItForItsPlaceWasInThePictureBefore) {
+    press(503, 307);
+    driver->screensDidChange();
+    runMainLoop();
+    EXPECT_THAT(hold(kLong), IsEmpty());
+    // The next one is none of that.
+    lift();
+    press(90, 61);
+    EXPECT_EQ(hold(kLong), rightClick("90 61"));
+}
+
 TEST_F(LongPressTest, IsToldLikeThis) {
     happened.clear();
     unit.sendReport(penReport(1001, 601));

@@ -32,7 +32,7 @@ struct Stage {
     explicit Stage(const std::vector<std::string>& options = {}, CaptureArea area = {},
                    const std::string& size = "1280x720")
         : server(size, options), painter(server.display()),
-          capture(ScreenCapture::create(server.display().c_str(), problem, area)) {}
+          capture(ScreenCapture::create(server.display().c_str(), problem, [area] { return area; })) {}
 
     DisplayedPicture view() {
         const auto picture = capture->look();

@@ -11,8 +11,12 @@
 namespace lightpen::test {
 
 inline UsbDevice cameraUnit(const std::string& socket = "1-2") {
-    return {"/sys/devices/pci0000:00/usb1/" + socket, kUnitVendorID, kUnitFirstProductID, "Lightpen Works",
-            "NX7"};
+    return {"/sys/devices/pci0000:00/usb1/" + socket,
+            kUnitVendorID,
+            kUnitFirstProductID,
+            "Lightpen Works",
+            "NX7",
+            "LW-0042"};
 }
 
 // A node of the unit, of the plug-in with this serial number: each one gives a node another path and name.

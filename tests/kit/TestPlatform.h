@@ -110,9 +110,17 @@ public:
     std::vector<Screen> screens() const override {
         std::vector<Screen> all = others;
         if (frame)
-            all.insert(all.begin(), {"main", *frame});
+            all.insert(all.begin(), {name, *frame, quarterTurns});
         return all;
     }
+    void setMain(const std::optional<Screen>& screen) {
+        frame = screen ? std::optional(screen->frame) : std::nullopt;
+        name = screen ? screen->name : "";
+        quarterTurns = screen ? screen->quarterTurns : 0;
+    }
+    // Of the main screen.
+    std::string name = "main";
+    int quarterTurns = 0;
     std::optional<ScreenRect> frame = ScreenRect{{0, 0}, {1920, 1080}};
     std::vector<Screen> others; // beside the main one
 };

@@ -9,12 +9,14 @@
 #include <QApplication>
 #include <QWindow>
 
+#include "kit/ChildProcess.h"
 #include "kit/Pipe.h"
 #include "kit/PrivateBus.h"
 #include "kit/TemporaryDirectory.h"
 #include "kit/Xvfb.h"
 #include "kit/linux/PointerObserver.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -99,6 +101,34 @@ TEST_F(LinuxPlatformTest, KnowsTheMainScreen) {
     LinuxPlatform platform(settings());
     EXPECT_EQ(platform.platform().desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {800, 500}}));
     EXPECT_NE(platform.desktop().mainScreen(), nullptr);
+}
+
+// What follows until the pen is lifted only moves the pointer: in the new picture the stroke has no place.
+TEST_F(LinuxPlatformTest, AStrokeEndsWhereItWasWhenThePictureChanges) {
+    auto chosen = settings();
+    chosen.screen = "right";
+    LinuxPlatform platform(chosen);
+    std::vector<std::optional<ScreenRect>> frames;
+    platform.platform().notifications.addObserver(this, kScreensDidChange, nullptr, [&](const Notification&) {
+        frames.push_back(platform.platform().desktop.mainScreenFrame());
+    });
+    post(platform.platform(), kLeftMouseDown, {50, 60});
+    EXPECT_TRUE(observer.becomes({50, 60, true, false}));
+    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "left", "300/79x500/132+0+0", "screen"}), 0);
+    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "right", "500/132x400/106+300+100", "none"}), 0);
+    EXPECT_TRUE(comesTrue([&] {
+        return !frames.empty() && frames.back() == ScreenRect{{0, 0}, {500, 400}};
+    }));
+    EXPECT_TRUE(observer.becomes({50, 60, false, false}));
+    post(platform.platform(), kLeftMouseDragged, {70, 80});
+    EXPECT_TRUE(observer.becomes({370, 180, false, false}));
+    post(platform.platform(), kLeftMouseUp, {70, 80});
+    post(platform.platform(), kLeftMouseDown, {71, 82});
+    EXPECT_TRUE(observer.becomes({371, 182, true, false}));
+    for (const char* name : {"left", "right"})
+        runProgram({"xrandr", "--delmonitor", name});
+    EXPECT_TRUE(comesTrue([&] { return frames.back() == ScreenRect{{0, 0}, {800, 500}}; }));
+    platform.platform().notifications.removeObserver(this);
 }
 
 TEST_F(LinuxPlatformTest, TheUserChoosesThePointerUnlessTheProgramDoes) {

@@ -44,12 +44,14 @@ protected:
     }
     // A touch of the pen there brings the pointer there. One that falls into a moment in which the machine
     // stands still is missed, and made again.
-    void expectTap(int x, int y) {
+    void expectTap(int x, int y) { expectTap(x, y, x, y); }
+    // The same where the picture's screen is not the only one: the pointer comes to that place of them all.
+    void expectTap(int x, int y, int pointerX, int pointerY) {
         ASSERT_TRUE(isReady());
         const std::string command = "tap " + std::to_string(x) + " " + std::to_string(y);
         const auto landed = [&] {
             const auto pointer = eyes->pointer();
-            return pointer && std::hypot(pointer->x - x, pointer->y - y) < 4;
+            return pointer && std::hypot(pointer->x - pointerX, pointer->y - pointerY) < 4;
         };
         int left = kAttempts;
         do

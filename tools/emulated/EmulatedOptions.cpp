@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "emulated/UnitControl.h"
+#include "platform/Screen.h"
 
 namespace lightpen {
 
@@ -29,6 +30,10 @@ std::string takeValue(EmulatedOptions& options, std::string_view name, std::stri
         options.pose = value;
         return std::ranges::find(poses, value) == poses.end() ? "There is no pose " + options.pose + "." : "";
     }
+    if (name == "--screen") {
+        options.screen = value;
+        return value.empty() ? kScreenProblem : "";
+    }
     if (name == "--log") {
         const auto choice = logChoiceNamed(value);
         options.log = choice.value_or(LogChoice::automatic);
@@ -52,7 +57,7 @@ std::optional<EmulatedOptions> emulatedOptions(std::span<const std::string_view>
         if (const auto* const found = std::ranges::find(kSwitches, name, &Switch::name);
             found != std::end(kSwitches)) {
             options.*found->flag = name != "--no-hand";
-        } else if (name != "--wireless" && name != "--pose" && name != "--log") {
+        } else if (name != "--wireless" && name != "--pose" && name != "--log" && name != "--screen") {
             problem = "Unknown option: " + name;
             return std::nullopt;
         } else if (++i == arguments.size()) {

@@ -18,7 +18,8 @@ struct EmulatedOptions {
     bool strayLight = false;
     bool hand = true; // it touches the targets of calibrations by itself
     std::optional<std::uint8_t> wireless;
-    std::string pose; // empty: the first one
+    std::string pose;   // empty: the first one
+    std::string screen; // which one the camera looks at; empty: as the settings say
     bool commands = false;
     LogChoice log = LogChoice::automatic;
     bool xtest = false; // the pointer moves through XTest whatever the machine has
@@ -37,6 +38,9 @@ inline constexpr const char* kEmulatedUsage =
     "  --stray-light   a foreign infrared light is on\n"
     "  --no-hand       the hand does not touch the targets of calibrations by itself\n"
     "  --wireless N    the unit's byte of that name, 0 to 255 (1)\n"
+    "  --screen NAME   the screen at which its camera looks, as the desktop calls it (\"HDMI-1\"); otherwise "
+    "the\n"
+    "                  setting \"Main Screen\" says so, or it is the desktop's primary one\n"
     "  --pose NAME     where the camera stands: keystone (at first), straight or rotated\n"
     "  --commands      reads commands from standard input, one a line, and answers each with a line: plug,\n"
     "                  unplug, replug [MS], tap X Y, hold X Y [MS], drag X Y X Y..., wait, stray on|off,\n"

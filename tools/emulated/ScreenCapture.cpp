@@ -104,7 +104,7 @@ private:
 };
 
 std::unique_ptr<ScreenCapture> ScreenCapture::create(const char* display, std::string& problem,
-                                                     CaptureArea area) {
+                                                     AreaOfNow area) {
     XConnection connection = connectToX(display);
     if (!connection) {
         problem = "the X display cannot be reached";
@@ -115,11 +115,11 @@ std::unique_ptr<ScreenCapture> ScreenCapture::create(const char* display, std::s
         problem = "the X display's pixels are not 8 bits of red, green and blue each";
         return nullptr;
     }
-    return std::unique_ptr<ScreenCapture>(new ScreenCapture(std::move(connection), screen, area));
+    return std::unique_ptr<ScreenCapture>(new ScreenCapture(std::move(connection), screen, std::move(area)));
 }
 
-ScreenCapture::ScreenCapture(XConnection connection, const xcb_screen_t& screen, CaptureArea area)
-    : connection_(std::move(connection)), root_(screen.root), area_(area),
+ScreenCapture::ScreenCapture(XConnection connection, const xcb_screen_t& screen, AreaOfNow area)
+    : connection_(std::move(connection)), root_(screen.root), areaOfNow_(std::move(area)),
       shares_(sharesMemoryByDescriptor(connection_.get())), sent_(nullptr, std::free) {
     askForChanges();
 }
@@ -157,7 +157,8 @@ std::optional<ScreenPicture> ScreenCapture::look() {
     if (damage_ != 0)
         xcb_damage_subtract(connection_.get(), damage_, XCB_NONE, XCB_NONE);
     for (int i = 0; i < kTries; ++i) {
-        const auto area = visibleArea();
+        const auto [wanted, pointsPerPixel] = areaOfNow_();
+        const auto area = visiblePart(wanted);
         if (!area)
             break;
         const std::uint8_t* pixels = shares_ ? sharedPixels(*area) : nullptr;
@@ -168,20 +169,20 @@ std::optional<ScreenPicture> ScreenCapture::look() {
                                  area->height,
                                  static_cast<std::size_t>(area->width) * kPixelBytes,
                                  {pixels, sizeOf(*area)},
-                                 area_.pointsPerPixel};
+                                 pointsPerPixel};
     }
     changed_ = true;
     return std::nullopt;
 }
 
 // The part of the area that is on the desktop now; none without any.
-std::optional<PixelRect> ScreenCapture::visibleArea() {
+std::optional<PixelRect> ScreenCapture::visiblePart(const PixelRect& wanted) {
     const auto desktop =
         owned(xcb_get_geometry_reply(connection_.get(), xcb_get_geometry(connection_.get(), root_), nullptr));
     if (!desktop)
         return std::nullopt;
     const PixelRect whole{0, 0, desktop->width, desktop->height};
-    PixelRect area = area_.pixels.width > 0 && area_.pixels.height > 0 ? area_.pixels : whole;
+    PixelRect area = wanted.width > 0 && wanted.height > 0 ? wanted : whole;
     area.width = std::min(area.x + area.width, whole.width) - std::max(area.x, 0);
     area.height = std::min(area.y + area.height, whole.height) - std::max(area.y, 0);
     area.x = std::max(area.x, 0);
@@ -224,8 +225,8 @@ std::optional<ScreenPoint> ScreenCapture::pointer() {
         xcb_query_pointer_reply(connection_.get(), xcb_query_pointer(connection_.get(), root_), nullptr));
     if (!reply)
         return std::nullopt;
-    return ScreenPoint{(reply->root_x - area_.pixels.x) * area_.pointsPerPixel,
-                       (reply->root_y - area_.pixels.y) * area_.pointsPerPixel};
+    const auto [area, pointsPerPixel] = areaOfNow_();
+    return ScreenPoint{(reply->root_x - area.x) * pointsPerPixel, (reply->root_y - area.y) * pointsPerPixel};
 }
 
 } // namespace lightpen

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,10 +23,13 @@ struct CaptureArea {
 // thread at a time.
 class ScreenCapture {
 public:
+    // The area of now; asked at each look, on the thread that looks.
+    using AreaOfNow = std::function<CaptureArea()>;
+
     // Connects to the display of that name, null for the one of the environment. Null, and the reason, when
     // there is no such display or its pixels are not 32 bits wide.
-    static std::unique_ptr<ScreenCapture> create(const char* display, std::string& problem,
-                                                 CaptureArea area = {});
+    static std::unique_ptr<ScreenCapture> create(
+        const char* display, std::string& problem, AreaOfNow area = [] { return CaptureArea(); });
     ~ScreenCapture();
     ScreenCapture(const ScreenCapture&) = delete;
     ScreenCapture& operator=(const ScreenCapture&) = delete;
@@ -43,15 +47,15 @@ public:
 private:
     class Memory;
 
-    ScreenCapture(XConnection connection, const xcb_screen_t& screen, CaptureArea area);
+    ScreenCapture(XConnection connection, const xcb_screen_t& screen, AreaOfNow area);
     void askForChanges();
-    std::optional<PixelRect> visibleArea();
+    std::optional<PixelRect> visiblePart(const PixelRect& wanted);
     const std::uint8_t* sharedPixels(const PixelRect& area);
     const std::uint8_t* sentPixels(const PixelRect& area);
 
     const XConnection connection_;
     const std::uint32_t root_;
-    const CaptureArea area_;
+    const AreaOfNow areaOfNow_;
     bool shares_ = false;
     std::unique_ptr<Memory> memory_;
     std::unique_ptr<void, void (*)(void*)> sent_; // the last picture that came as a message

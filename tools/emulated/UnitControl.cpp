@@ -41,6 +41,11 @@ UnitControl::UnitControl(CameraUnit& unit, Clock& clock, Size screen)
     pose(kPoses.front());
 }
 
+void UnitControl::setScreen(Size screen) {
+    screen_ = screen;
+    pose(pose_);
+}
+
 void UnitControl::plug() {
     unit_.schedule(clock_.now(), [](CameraUnit& unit) { unit.plug(); });
 }

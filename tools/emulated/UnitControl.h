@@ -34,6 +34,8 @@ public:
     CameraUnit& unit() { return unit_; }
     const CameraUnit& unit() const { return unit_; }
     Size screen() const { return screen_; }
+    // The picture on the wall has another size in points from now on; camera and wall stay.
+    void setScreen(Size screen);
 
     // Each asks for it and returns before it is done: who hears of it may take seconds, and this thread is to
     // stay free. Replug unplugs, and plugs in after the pause, whether the unit was there or not.
@@ -57,7 +59,7 @@ public:
 private:
     CameraUnit& unit_;
     Clock& clock_;
-    const Size screen_;
+    Size screen_;
     std::string_view pose_;
     Microseconds restsAt_{};
 };

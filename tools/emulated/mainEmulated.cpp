@@ -32,10 +32,12 @@ namespace {
 // As large as the view ever needs it; the rest of the work is then cheap.
 constexpr int kDisplayWidth = 960;
 
-std::unique_ptr<ScreenCapture> captureOf(const QScreen* screen) {
+using SharedArea = SharedRecord<CaptureArea>;
+
+std::unique_ptr<ScreenCapture> captureOf(const SharedArea& area) {
     std::string problem = "there is no X display";
-    auto capture = screen && QGuiApplication::platformName() == QLatin1String("xcb")
-                       ? ScreenCapture::create(nullptr, problem, areaOf(*screen))
+    auto capture = QGuiApplication::platformName() == QLatin1String("xcb")
+                       ? ScreenCapture::create(nullptr, problem, [&area] { return area.load(); })
                        : nullptr;
     if (!capture)
         logLine("Emulated unit: the screen cannot be looked at: %s", problem.c_str());
@@ -122,20 +124,22 @@ class EmulatedDesk {
 public:
     EmulatedDesk(LinuxPlatform& real, const EmulatedOptions& options,
                  const std::shared_ptr<const LightPenNX7Controller>& controller)
-        : platform_(real.platform()), bus_(real.registry(), platform_.runLoop, platform_.clock),
-          control_(bus_.add<CameraUnit>(), platform_.clock,
-                   real.desktop().mainScreenFrame().value_or(ScreenRect{{}, {1280, 800}}).size),
+        : real_(real), platform_(real.platform()), bus_(real.registry(), platform_.runLoop, platform_.clock),
+          control_(bus_.add<CameraUnit>(), platform_.clock, {1280, 800}),
           driver_(control_.unit(), platform_.clock, controller),
-          hand_(control_, platform_.clock, captureOf(real.desktop().mainScreen()),
+          hand_(control_, platform_.clock, captureOf(area_),
                 [this] { return sessionByHandShown(control_.unit()); }),
-          pictures_(captureOf(real.desktop().mainScreen())),
+          pictures_(captureOf(area_)),
           window_(control_, platform_.clock,
                   {[this] { return pictures_.news(); }, [this](bool on) { hand_.allow(on); },
                    [this] { return hand_.allowed(); },
                    [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}),
           commands_(control_, {[this](bool on) { hand_.allow(on); }, [this] { return driver_.state(); },
                                [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }}) {
-        if (auto capture = captureOf(real.desktop().mainScreen()))
+        followScreen();
+        platform_.notifications.addObserver(this, kScreensDidChange, nullptr,
+                                            [this](const Notification&) { followScreen(); });
+        if (auto capture = captureOf(area_))
             watch_ = std::make_unique<ScreenWatch>(std::move(capture), control_.unit());
         hand_.allow(options.hand);
         setUp(control_, options);
@@ -148,6 +152,16 @@ public:
     void started() { driver_.started(); }
 
 private:
+    // The camera looks at the wall, where the picture stays when its screen changes.
+    void followScreen() {
+        const QScreen* screen = real_.desktop().mainScreen();
+        const auto frame = real_.desktop().mainScreenFrame();
+        if (!screen || !frame)
+            return;
+        area_ = areaOf(*screen);
+        control_.setScreen(frame->size);
+    }
+
     void listen() {
         lines_ = std::make_unique<CommandLines>(
             STDIN_FILENO,
@@ -159,7 +173,9 @@ private:
                                [this] { platform_.runLoop.terminate(EXIT_SUCCESS); }});
     }
 
+    LinuxPlatform& real_;
     Platform& platform_;
+    SharedArea area_; // of the main screen
     EmulatedBus bus_;
     UnitControl control_;
     DriverWatch driver_;
@@ -192,6 +208,7 @@ int emulatedMain(int argc, char** argv) {
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
     settings.log.choice = options->log;
+    settings.screen = options->screen;
     settings.loginFolder = settings.userFiles + "/autostart";
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));

@@ -31,8 +31,8 @@ CanvasProcess::~CanvasProcess() {
     }
 }
 
-std::string CanvasProcess::start(const std::string& program) {
-    process_.start(QString::fromStdString(program), QStringList());
+std::string CanvasProcess::start(const std::string& program, const std::string& screen) {
+    process_.start(QString::fromStdString(program), {QString::fromStdString(screen)});
     if (!process_.waitForStarted())
         return "The canvas cannot be started: " + process_.errorString().toStdString();
     if (!waitFor(CanvasEvent::Kind::ready, kStartPatience))

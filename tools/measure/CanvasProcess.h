@@ -21,9 +21,9 @@ public:
     CanvasProcess(const CanvasProcess&) = delete;
     CanvasProcess& operator=(const CanvasProcess&) = delete;
 
-    // Starts the program and waits until it is on the screen. Returns what went wrong, empty when nothing
-    // did.
-    std::string start(const std::string& program);
+    // Starts the program and waits until it is on the screen of that name, or on the primary one for an empty
+    // name. Returns what went wrong, empty when nothing did.
+    std::string start(const std::string& program, const std::string& screen = "");
     // The canvas' size in points; after start.
     Size size() const { return size_; }
     // Gives it a command; see mainCanvas.cpp.

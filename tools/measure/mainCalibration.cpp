@@ -23,9 +23,10 @@ constexpr const char* kUsage =
 
 // The looks at the main screen.
 CalibrationTrial::NewCapture captures(LinuxPlatform& real) {
-    return [area = areaOf(*real.desktop().mainScreen())] {
+    return [&real] {
         std::string problem;
-        auto capture = ScreenCapture::create(nullptr, problem, area);
+        auto capture = ScreenCapture::create(nullptr, problem,
+                                             [area = areaOf(*real.desktop().mainScreen())] { return area; });
         if (!capture)
             std::printf("%s.\n", problem.c_str());
         return capture;
@@ -66,7 +67,7 @@ bool report(const std::vector<AccuracyRow>& rows, const std::filesystem::path& o
 int perform(DriverDesktop& desktop, const std::filesystem::path& output, bool all) {
     Platform& platform = desktop.platform;
     CanvasProcess canvas(platform.runLoop); // under the taps, so that nobody else is hit by them
-    requireNone(canvas.start(beside("lightpen-canvas")));
+    requireNone(canvas.start(beside("lightpen-canvas"), platform.desktop.mainScreen()->name));
     EmulatedBus bus(desktop.real.registry(), platform.runLoop, platform.clock);
     bus.runInRealTime();
     const auto controller = std::make_shared<LightPenNX7Controller>();

@@ -36,7 +36,7 @@ bool report(const DemoRecord& record) {
 
 int runDemo(DriverDesktop& desktop, const std::filesystem::path& output) {
     CanvasProcess canvas(desktop.platform.runLoop);
-    requireNone(canvas.start(beside("lightpen-canvas")));
+    requireNone(canvas.start(beside("lightpen-canvas"), desktop.platform.desktop.mainScreen()->name));
     EmulatedBus bus(desktop.real.registry(), desktop.platform.runLoop, desktop.platform.clock);
     noteTakenReports(bus, desktop.recording, desktop.platform.clock);
     bus.runInRealTime();

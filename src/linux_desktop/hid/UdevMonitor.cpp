@@ -76,8 +76,12 @@ std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised) {
     node.interfaceNumber = *number;
     node.descriptor = readDescriptor(udev_device_get_syspath(hid) + std::string("/report_descriptor"));
     node.initialised = initialised;
-    node.device = {udev_device_get_syspath(usb), *vendor, *product, attribute(usb, "manufacturer"),
-                   attribute(usb, "product")};
+    node.device = {udev_device_get_syspath(usb),
+                   *vendor,
+                   *product,
+                   attribute(usb, "manufacturer"),
+                   attribute(usb, "product"),
+                   attribute(usb, "serial")};
     return node;
 }
 

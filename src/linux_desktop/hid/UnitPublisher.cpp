@@ -86,6 +86,7 @@ ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& de
                                   {"MaxOutputReportSize", longest(descriptor.outputReports)}};
     addString(service.properties, "Manufacturer", device.vendorName);
     addString(service.properties, "Product", device.productName);
+    addString(service.properties, "SerialNumber", device.serialNumber);
     return service;
 }
 

@@ -24,6 +24,7 @@ struct UsbDevice {
     std::int32_t productID = 0;
     std::string vendorName; // as the device says it; empty when it does not
     std::string productName;
+    std::string serialNumber;
 };
 
 // A hidraw node of a USB device, everything that one sighting of it tells.

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/QtDesktop.h"
 
-#include <string>
+#include <algorithm>
+#include <utility>
 #include <variant>
 
 #include <QGuiApplication>
 #include <QScreen>
 
 #include "linux_desktop/screen/XConnection.h"
+#include "platform/Log.h"
 
 namespace lightpen {
 
@@ -47,10 +49,37 @@ PixelRect wholeDesktop() {
     return {whole.x(), whole.y(), whole.width(), whole.height()};
 }
 
+int quarterTurnsOf(const QScreen& screen) {
+    switch (screen.orientation()) {
+    case Qt::PortraitOrientation:
+        return 1;
+    case Qt::InvertedLandscapeOrientation:
+        return 2;
+    case Qt::InvertedPortraitOrientation:
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+QScreen* screenCalled(const std::string& name) {
+    const auto screens = QGuiApplication::screens();
+    const auto found = std::ranges::find_if(
+        screens, [&](const QScreen* screen) { return screen->name().toStdString() == name; });
+    return found == screens.end() ? nullptr : *found;
+}
+
+std::string namesOfScreens() {
+    QStringList names;
+    for (const QScreen* screen : QGuiApplication::screens())
+        names += screen->name();
+    return names.join(QStringLiteral(", ")).toStdString();
+}
+
 } // namespace
 
-QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry)
-    : defaults_(defaults), geometry_(geometry) {
+QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen)
+    : defaults_(defaults), geometry_(geometry), chosen_(std::move(chosen)) {
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
         watch(*screen);
         update();
@@ -67,6 +96,7 @@ void QtDesktop::watch(QScreen& screen) {
     connect(&screen, &QScreen::geometryChanged, this, again);
     connect(&screen, &QScreen::virtualGeometryChanged, this, again);
     connect(&screen, &QScreen::logicalDotsPerInchChanged, this, again);
+    connect(&screen, &QScreen::orientationChanged, this, again);
 }
 
 std::vector<Screen> QtDesktop::screens() const {
@@ -79,30 +109,57 @@ std::vector<Screen> QtDesktop::screens() const {
         const QPointF corner = QPointF(points.topLeft() - main->geometry().topLeft()) / pixelsPerPoint(*main);
         all.insert(screen == main ? all.begin() : all.end(),
                    {screen->name().toStdString(),
-                    {{corner.x(), corner.y()}, {double(points.width()), double(points.height())}}});
+                    {{corner.x(), corner.y()}, {double(points.width()), double(points.height())}},
+                    quarterTurnsOf(*screen)});
     }
     return all;
 }
 
-QScreen* QtDesktop::mainScreen() const {
+std::string QtDesktop::chosenName() const {
     const auto value = defaults_.objectForKey(kMainScreenKey);
-    if (const auto* name = value ? std::get_if<std::string>(&*value) : nullptr)
-        for (QScreen* screen : QGuiApplication::screens())
-            if (screen->name().toStdString() == *name)
-                return screen;
-    return QGuiApplication::primaryScreen();
+    const auto* name = value ? std::get_if<std::string>(&*value) : nullptr;
+    return chosen_.empty() && name ? *name : chosen_;
+}
+
+QScreen* QtDesktop::mainScreen() const {
+    QScreen* chosen = screenCalled(chosenName());
+    return chosen ? chosen : QGuiApplication::primaryScreen();
+}
+
+// A screen that is not there yet, or any more, may well come: a projector is plugged in after the login.
+void QtDesktop::tellOfChosen() {
+    const std::string name = chosenName();
+    const std::string missing = name.empty() || screenCalled(name) ? "" : name;
+    if (missing == std::exchange(missing_, missing) || missing.empty())
+        return;
+    logLine("Screen: there is no screen called \"%s\" now (there are: %s); until it comes, the desktop's "
+            "primary one counts",
+            missing.c_str(), namesOfScreens().c_str());
 }
 
 void QtDesktop::update() {
-    const QScreen* screen = mainScreen();
-    if (!screen) {
-        frame_.store(std::nullopt);
-        geometry_.store(PointerGeometry());
+    tellOfChosen();
+    const QScreen* main = mainScreen();
+    const std::vector<Screen> screens = this->screens();
+    const PointerGeometry geometry = main ? PointerGeometry({main->geometry().x(), main->geometry().y()},
+                                                            pixelsPerPoint(*main), wholeDesktop())
+                                          : PointerGeometry();
+    if (screens == screens_ && geometry == geometry_.load())
         return;
-    }
-    const QRect points = screen->geometry();
-    frame_.store(ScreenRect{{0, 0}, {double(points.width()), double(points.height())}});
-    geometry_.store(PointerGeometry({points.x(), points.y()}, pixelsPerPoint(*screen), wholeDesktop()));
+    const auto first = [](const std::vector<Screen>& all) {
+        return all.empty() ? std::nullopt : std::optional(all.front());
+    };
+    const auto now = first(screens), before = first(screens_);
+    if (beforeMainScreenChanges && (now != before || geometry != geometry_.load()))
+        beforeMainScreenChanges();
+    if (now && before && now != before)
+        logLine("Screen: the picture is on \"%s\", %g x %g points", now->name.c_str(), now->frame.size.width,
+                now->frame.size.height);
+    screens_ = screens;
+    frame_.store(now ? std::optional(now->frame) : std::nullopt);
+    geometry_.store(geometry);
+    if (afterChange)
+        afterChange();
 }
 
 } // namespace lightpen

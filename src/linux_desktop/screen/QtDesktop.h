@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include <QObject>
 
@@ -23,8 +26,13 @@ public:
     // there is no such screen, the primary one is the main one.
     static constexpr std::string_view kMainScreenKey = "Main Screen";
 
-    // Both outlive the desktop.
-    QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry);
+    // Both outlive the desktop. A name that is not empty goes before the user default.
+    QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen = "");
+
+    // Called on the main thread when something has changed: before the frame and the geometry of the main
+    // screen do, if they do, and after everything has.
+    std::function<void()> beforeMainScreenChanges;
+    std::function<void()> afterChange;
 
     // The origin is (0, 0): screen points are counted from the main screen's corner.
     std::optional<ScreenRect> mainScreenFrame() const override { return frame_.load(); }
@@ -36,9 +44,14 @@ public:
 
 private:
     void watch(QScreen& screen);
+    std::string chosenName() const;
+    void tellOfChosen();
 
     const UserDefaults& defaults_;
     SharedGeometry& geometry_;
+    const std::string chosen_;
+    std::string missing_;         // the chosen screen's name while it is not there
+    std::vector<Screen> screens_; // as everybody has been told
     SharedRecord<std::optional<ScreenRect>> frame_;
 };
 

@@ -459,14 +459,16 @@ TEST(UnitServicesTest, AHidDeviceTellsItsReportsToo) {
     EXPECT_EQ(describe(service.properties),
               "{InputReportElements = ({ElementCookie = 1; ReportID = 0; Size = 6432; Usage = 1; UsagePage = "
               "65280; }); Manufacturer = Lightpen Works; MaxInputReportSize = 804; MaxOutputReportSize = 32; "
-              "Product = NX7; ProductID = 1; VendorID = 4617; }");
+              "Product = NX7; ProductID = 1; SerialNumber = LW-0042; VendorID = 4617; }");
 }
 
 TEST(UnitServicesTest, NamesThatAUnitDoesNotGiveAreAbsent) {
     HidNode node = unitNode(0);
     node.device.vendorName.clear();
     node.device.productName.clear();
+    node.device.serialNumber.clear();
     EXPECT_FALSE(hidService(node).properties.entries.contains("Manufacturer"));
+    EXPECT_FALSE(hidService(node).properties.entries.contains("SerialNumber"));
     EXPECT_FALSE(usbDeviceService(node.device).properties.entries.contains("USB Vendor Name"));
 }
 

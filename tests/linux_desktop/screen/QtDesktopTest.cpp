@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/screen/QtDesktop.h"
 
+#include "kit/RecordingLog.h"
 #include "kit/linux/PointerOnScreen.h"
 #include "kit/linux/TestMain.h"
 
 namespace lightpen {
 namespace {
 
+using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr PixelRect kWholeDesktop{0, 0, 1000, 600};
 
@@ -62,6 +67,57 @@ TEST_F(QtDesktopTest, TakesTheScreenThatTheUserHasChosen) {
     removeMonitors(); // the chosen one is gone
     EXPECT_TRUE(frameBecomes(1000, 600));
     EXPECT_EQ(geometry.load(), PointerGeometry({0, 0}, 1, kWholeDesktop));
+}
+
+TEST_F(QtDesktopTest, TheOptionsScreenGoesBeforeTheSettings) {
+    defaults.setObject("Main Screen", std::string("right"));
+    addMonitors();
+    SharedGeometry elsewhere;
+    const QtDesktop asked(defaults, elsewhere, "left");
+    EXPECT_EQ(asked.mainScreen()->name(), QLatin1String("left"));
+    EXPECT_EQ(elsewhere.load(), PointerGeometry({0, 0}, 1, kWholeDesktop));
+}
+
+// A projector that is plugged in after the login, and pulled out again.
+TEST_F(QtDesktopTest, TellsOfAChosenScreenThatIsNotThereOnceUntilItHasBeenThere) {
+    RecordingLog log;
+    defaults.setObject("Main Screen", std::string("right"));
+    desktop.update();
+    desktop.update();
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre("Screen: there is no screen called \"right\" now (there are: screen); until it "
+                            "comes, the desktop's primary one counts"));
+    addMonitors();
+    EXPECT_TRUE(frameBecomes(500, 450));
+    EXPECT_THAT(log.takeLines(), Contains("Screen: the picture is on \"right\", 500 x 450 points"));
+    removeMonitors();
+    EXPECT_TRUE(frameBecomes(1000, 600));
+    EXPECT_THAT(log.takeLines(), Contains(HasSubstr("there is no screen called \"right\" now")));
+}
+
+TEST_F(QtDesktopTest, TellsBeforeTheMainScreenChangesAndAfterwards) {
+    std::vector<std::string> told;
+    const auto note = [&](const char* what) {
+        const auto frame = desktop.mainScreenFrame();
+        told.push_back(std::string(what) + " " + std::to_string(int(frame->size.width)) +
+                       (geometry.load() == PointerGeometry({400, 100}, 1, kWholeDesktop) ? " right" : ""));
+    };
+    addMonitors();
+    EXPECT_TRUE(frameBecomes(400, 600));
+    desktop.beforeMainScreenChanges = [&] { note("before"); };
+    desktop.afterChange = [&] { note("after"); };
+    defaults.setObject("Main Screen", std::string("right"));
+    desktop.update();
+    EXPECT_THAT(told, ElementsAre("before 400", "after 500 right"));
+    told.clear();
+    desktop.update();
+    EXPECT_THAT(told, IsEmpty()) << "nothing has changed";
+    // Another screen than the main one.
+    xrandr({"--delmonitor", "left"});
+    EXPECT_TRUE(comesTrue([&] { return !told.empty(); }));
+    EXPECT_THAT(told, Each("after 500 right"));
+    desktop.beforeMainScreenChanges = nullptr;
+    desktop.afterChange = nullptr;
 }
 
 TEST_F(QtDesktopTest, LooksAgainWhenTheUserChoosesAnother) {

@@ -51,7 +51,7 @@ public:
         return paths;
     }
     std::string addUsbDevice(const Unit& unit) {
-        std::vector<std::string> attributes{"idVendor", unit.vendorID, "product", "NX7"};
+        std::vector<std::string> attributes{"idVendor", unit.vendorID, "product", "NX7", "serial", "LW-0042"};
         if (!unit.productID.empty())
             attributes.insert(attributes.end(), {"idProduct", unit.productID});
         if (!unit.vendorName.empty())

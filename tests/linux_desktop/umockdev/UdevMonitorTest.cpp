@@ -199,6 +199,7 @@ TEST_F(HidNodeTest, IsReadCompletely) {
     EXPECT_EQ(node->device.productID, 0x0001);
     EXPECT_EQ(node->device.vendorName, "Lightpen Works");
     EXPECT_EQ(node->device.productName, "NX7");
+    EXPECT_EQ(node->device.serialNumber, "LW-0042");
 }
 
 TEST_F(HidNodeTest, NeedNotHaveNamesNorADescriptor) {

@@ -12,6 +12,7 @@
 #include <QScreen>
 #include <QTimer>
 
+#include "device/FloatPanel.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "measure/canvas/BoardPainter.h"
 
@@ -36,8 +37,9 @@ CanvasWindow::CanvasWindow(Report report) : report_(std::move(report)) {
     menu_.addAction(QStringLiteral("The pen was held still for two seconds"));
 }
 
-void CanvasWindow::coverScreen() {
-    QScreen* const screen = QGuiApplication::primaryScreen();
+void CanvasWindow::coverScreen(const std::string& name) {
+    QScreen* const named = screenNamed(name);
+    QScreen* const screen = named ? named : QGuiApplication::primaryScreen();
     setScreen(screen);
     setGeometry(screen->geometry());
     showFullScreen();

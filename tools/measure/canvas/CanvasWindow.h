@@ -22,8 +22,9 @@ public:
 
     explicit CanvasWindow(Report report);
 
-    // Covers the primary screen, with a window manager and without one.
-    void coverScreen();
+    // Covers the screen of this name, or the primary one where there is none; with a window manager and
+    // without one.
+    void coverScreen(const std::string& name);
     // From now on it hears these distributed notifications, whoever sends them; false when there is no
     // session bus.
     bool listenFor(const QString& notification);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The canvas: a program of its own, so that it sees what the X server and the message bus deliver, and not
-// what the driver believes. It writes one line for each event to standard output and reads commands, one a
-// line, from standard input:
+// what the driver believes. Its argument is the name of the screen that it covers. It writes one line for
+// each event to standard output and reads commands, one a line, from standard input:
 //   hand X Y       mark where the hand touched
 //   save FILE      write a picture
 //   quit           (or the end of input)
@@ -52,6 +52,6 @@ int main(int argc, char** argv) {
                            return perform(canvas, QString::fromUtf8(line.data(), qsizetype(line.size())));
                        },
                        [](const std::string&) {}, [] { QApplication::quit(); }});
-    canvas.coverScreen();
+    canvas.coverScreen(argc > 1 ? argv[1] : "");
     return QApplication::exec();
 }
