@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Who may include whom: no cycle of files, only the folder arrows below, and each system header where it belongs.
+"""Who may include whom: no cycle of files, only the folder arrows below, and each system header where it belongs. And
+which kind of lock is used.
 
 usage: scripts/check-includes.py [ROOT]
 """
@@ -45,6 +46,13 @@ POSIX_HEADERS = {"locale.h"}
 FILE_HEADERS = {"unistd.h"}
 FILE_UNITS = re.compile(r"platform/FileDescriptor\.h")
 
+# The mutex that lends its holder the priority of whoever waits is the one for src/, but for those that no thread in a
+# hurry has to do with: the driver's making, which lasts, and the turns of sounds, which wait for a server.
+LOCK_HEADERS = {"pthread.h"}
+LOCK_UNIT = "src/platform/PriorityInheritance.h"
+PATIENT_LOCKS = {"src/device/Connection.cpp", "src/linux_desktop/process/LinuxSounds.cpp"}
+LOCK = re.compile(r"\bstd::((\w+_)?mutex\s+\w+|condition_variable_any\b)")
+
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
 clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint
@@ -85,6 +93,7 @@ class Tree:
     def read(self, path):
         name = path.relative_to(self.root).as_posix()
         self.graph[name] = []
+        self.check_locks(path, name)
         for number, quoted, bracketed, other in includes_of(path):
             where = f"{name}:{number}"
             if other:
@@ -93,6 +102,13 @@ class Tree:
                 self.check_quoted(where, name, quoted)
             else:
                 self.check_bracketed(where, name, bracketed)
+
+    def check_locks(self, path, name):
+        if not name.startswith("src/") or name in PATIENT_LOCKS:
+            return
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            if LOCK.search(line):
+                self.problems.append(f"{name}:{number}: a lock that lends no priority; {LOCK_UNIT} has one")
 
     def check_quoted(self, where, name, quoted):
         if quoted.endswith(".moc") or self.is_made_from_interface_file(name, quoted):
@@ -148,6 +164,8 @@ class Tree:
         if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
             return
         if header in FILE_HEADERS and FILE_UNITS.fullmatch(name[len("src/"):]):
+            return
+        if header in LOCK_HEADERS and name == LOCK_UNIT:
             return
         self.problems.append(f"{where}: <{header}> does not belong in {folder}")
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include "device/PointList.h"
+#include "platform/PriorityInheritance.h"
 
 namespace lightpen {
 
@@ -25,7 +25,7 @@ public:
 
 private:
     const std::size_t wanted_;
-    mutable std::mutex mutex_;
+    mutable PriorityInheritanceMutex mutex_;
     PointList points_;
 };
 

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -16,6 +15,7 @@
 #include "device/Reports.h"
 #include "platform/IOHID.h"
 #include "platform/PointerEvents.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Shared.h"
 #include "platform/Time.h"
@@ -409,12 +409,12 @@ private:
     SharedReference<IOHIDQueueInterface> _PairingData;
     PointListRef _calibrationPoints;
 
-    bool _opened = false;         // _hidDevice has been opened; main thread
-    io_object_t _startedUnit = 0; // the unit that was last tried, by its registry handle; main thread
-    std::mutex _lock;             // around setDelegate and setCalibrationCenter
+    bool _opened = false;           // _hidDevice has been opened; main thread
+    io_object_t _startedUnit = 0;   // the unit that was last tried, by its registry handle; main thread
+    PriorityInheritanceMutex _lock; // around setDelegate and setCalibrationCenter
     // Around the bytes of the output buffer while they are copied in or out: both threads send. Which of two
     // commands goes out is up to them.
-    std::mutex _outputBytes;
+    PriorityInheritanceMutex _outputBytes;
     SharedWord _threadGeneration{0};
     bool _strokePressed = false; // the stroke under way has pressed the left button; point thread
     SharedWord _keyWindowIgnoresMouse{-1};

@@ -6,13 +6,13 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "platform/IOReturn.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/RunLoop.h"
 
 namespace lightpen {
@@ -89,7 +89,7 @@ private:
     void performCallout();
 
     const std::function<void()> drain_;
-    mutable std::mutex mutex_;
+    mutable PriorityInheritanceMutex mutex_;
     std::set<IOHIDElementCookie> elements_;
     std::deque<IOHIDEventStruct> reports_;
     std::size_t depth_ = 0; // 0: not created

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string_view>
 
+#include "platform/PriorityInheritance.h"
 #include "platform/RunLoop.h"
 
 namespace lightpen {
@@ -28,7 +28,7 @@ public:
     bool hasPosted() const;
 
 private:
-    mutable std::mutex mutex_;
+    mutable PriorityInheritanceMutex mutex_;
     std::multimap<Microseconds, PerformRequest> requests_; // by the time they are due, then as they came
 };
 

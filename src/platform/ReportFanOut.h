@@ -2,11 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <span>
 #include <vector>
 
 #include "platform/IOHID.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/Time.h"
 
 namespace lightpen {
@@ -32,7 +32,7 @@ private:
     Clock& clock_;
     const IOHIDElementCookie cookie_;
     const std::size_t declaredLength_;
-    mutable std::mutex mutex_;
+    mutable PriorityInheritanceMutex mutex_;
     bool vanished_ = false;
     bool cutLogged_ = false;
     std::vector<std::weak_ptr<IOHIDQueueInterface>> queues_;

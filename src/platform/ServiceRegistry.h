@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 
 #include "platform/IOHID.h"
 #include "platform/IOReturn.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/RunLoop.h"
 #include "platform/Time.h"
 
@@ -183,7 +183,7 @@ private:
     RunLoop& runLoop_;
     Clock& clock_;
     // Around the objects; never held while a callback or a plug-in is made.
-    mutable std::recursive_mutex mutex_;
+    mutable PriorityInheritanceRecursiveMutex mutex_;
     io_object_t lastHandle_ = 0x100;
     std::map<io_object_t, Object> objects_; // services are in order of publication
     std::deque<Event> events_;

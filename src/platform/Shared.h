@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/PriorityInheritance.h"
+
 namespace lightpen {
 
 // Both types stand for the value itself, so they become one and are made from one without a word.
@@ -39,7 +41,8 @@ private:
 using SharedWord = SharedValue<int>;
 using SharedFlag = SharedValue<bool>;
 
-// A value of several words (a point) that is never seen half old and half new.
+// A value of several words (a point) that is never seen half old and half new. A lock is held for the copy
+// alone, and lends its holder the priority of whoever waits for it.
 template <class Value>
 class SharedRecord {
 public:
@@ -67,7 +70,7 @@ public:
     }
 
 private:
-    mutable std::mutex mutex_;
+    mutable PriorityInheritanceMutex mutex_;
     Value value_;
 };
 

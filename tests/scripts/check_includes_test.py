@@ -66,6 +66,15 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_fine(src__platform__Log_h="", src__device__Unit_h="",
                          src__app__App_cpp='#include "platform/Log.h"\n#include "device/Unit.h"\n#include <vector>\n')
 
+    def test_locks_of_the_system_lend_priorities(self):
+        for lock in ("std::mutex mutex_;", "mutable std::recursive_mutex mutex_;", "std::condition_variable_any c;"):
+            self.assert_finds("src/device/A.h:1: a lock that lends no priority", src__device__A_h=lock + "\n")
+        self.assert_fine(src__device__A_h="std::unique_lock<std::mutex> hold_;\n",
+                         src__device__Connection_cpp="static std::recursive_mutex lock;\n",
+                         src__platform__PriorityInheritance_h="#include <pthread.h>\n",
+                         tools__unit__A_h="std::mutex mutex_;\n")
+        self.assert_finds("<pthread.h> does not belong in platform", src__platform__A_h="#include <pthread.h>\n")
+
     def test_a_cycle_of_three_files(self):
         self.assert_finds("a cycle: src/device/A.h -> src/device/B.h -> src/device/C.h -> src/device/A.h",
                           src__device__A_h='#include "device/B.h"', src__device__B_h='  #  include "device/C.h"',

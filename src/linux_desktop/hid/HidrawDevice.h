@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "linux_desktop/hid/HidDescriptor.h"
@@ -11,6 +10,7 @@
 #include "linux_desktop/hid/HidrawWriter.h"
 #include "platform/FileDescriptor.h"
 #include "platform/IOHID.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/ReportFanOut.h"
 #include "platform/Shared.h"
 #include "platform/Time.h"
@@ -74,7 +74,7 @@ private:
     const std::shared_ptr<ReportFanOut> fanOut_;
     const std::shared_ptr<CurrentReader> reader_ = std::make_shared<CurrentReader>();
     SharedReference<HidrawWriter> writer_; // null while it is not open
-    std::mutex opening_;                   // open and close take turns
+    PriorityInheritanceMutex opening_;     // open and close take turns
 };
 
 } // namespace lightpen

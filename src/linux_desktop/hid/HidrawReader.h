@@ -3,17 +3,18 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "platform/FileDescriptor.h"
+#include "platform/PriorityInheritance.h"
 #include "platform/ReportFanOut.h"
 
 namespace lightpen {
 
 // Reads the input reports of one open hidraw node and gives them to the queues. Its thread does that as they
-// come; whoever polls a queue can do it too, so that an ordinary thread never holds up one of high priority.
+// come. Whoever polls a queue can do it too, so that a thread of high priority need not wait until this one
+// gets its turn; if it is at it already, it goes on at the priority of whoever waits.
 class HidrawReader {
 public:
     // Starts the thread. gone is called once, from whichever thread notices, when the node has failed or hung
@@ -27,7 +28,8 @@ public:
     HidrawReader(const HidrawReader&) = delete;
     HidrawReader& operator=(const HidrawReader&) = delete;
 
-    // Gives every report that the kernel has now to the queues, in order. Does not block. Any thread.
+    // Gives every report that the kernel has now to the queues, in order. Waits for none, but for another
+    // thread that is doing the same. Any thread.
     void drain();
     // The unit is known to be gone: hands over what is left and then the last word. Any thread.
     void vanish();
@@ -48,8 +50,8 @@ private:
     const std::shared_ptr<const FileDescriptor> node_;
     const std::shared_ptr<ReportFanOut> fanOut_;
     const std::function<void()> gone_;
-    const FileDescriptor wakeUp_; // an eventfd
-    std::mutex mutex_;            // reading and handing on are one step, or reports would change places
+    const FileDescriptor wakeUp_;    // an eventfd
+    PriorityInheritanceMutex mutex_; // reading and handing on are one step, or reports would change places
     std::vector<std::uint8_t> buffer_;
     bool ended_ = false;
     std::thread thread_;

@@ -13,6 +13,7 @@
 
 #include "platform/IOHID.h"
 #include "platform/Log.h"
+#include "platform/PriorityInheritance.h"
 
 namespace lightpen {
 
@@ -79,7 +80,7 @@ struct HidrawWriter::Line {
 
     const std::shared_ptr<const FileDescriptor> node;
     const std::function<bool()> terminating;
-    std::mutex mutex;
+    PriorityInheritanceMutex mutex;
     std::condition_variable changed;
     std::deque<std::shared_ptr<Report>> waiting;
     std::optional<IOReturn> stopped;
@@ -87,7 +88,7 @@ struct HidrawWriter::Line {
 };
 
 void HidrawWriter::Line::run() {
-    std::unique_lock hold(mutex);
+    std::unique_lock<std::mutex> hold(mutex);
     for (;;) {
         changed.wait(hold, [this] { return stopped || !waiting.empty(); });
         if (stopped)
@@ -176,7 +177,7 @@ IOReturn HidrawWriter::send(std::vector<std::uint8_t> bytes, std::uint32_t timeo
     auto report = std::make_shared<Line::Report>();
     report->bytes = std::move(bytes);
 
-    std::unique_lock hold(line_->mutex);
+    std::unique_lock<std::mutex> hold(line_->mutex);
     if (!line_->waitUntil(hold, deadline,
                           [&] { return line_->stopped || line_->waiting.size() < kMostWaiting; }))
         return kIOReturnTimeout;

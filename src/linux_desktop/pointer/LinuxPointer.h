@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include "linux_desktop/pointer/PointerGeometry.h"
 #include "platform/PointerButtons.h"
 #include "platform/PointerEvents.h"
+#include "platform/PriorityInheritance.h"
 
 namespace lightpen {
 
@@ -72,7 +72,7 @@ private:
     IOReturn send(std::optional<PointerDevice::Place> place, PointerButtons::Action action);
 
     const SharedGeometry& geometry_;
-    std::mutex mutex_; // around what follows
+    PriorityInheritanceMutex mutex_; // around what follows
     std::unique_ptr<PointerDevice> device_;
     std::string problem_;
     PointerButtons buttons_;

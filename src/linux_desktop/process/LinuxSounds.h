@@ -4,10 +4,10 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 
+#include "platform/PriorityInheritance.h"
 #include "platform/Sounds.h"
 
 namespace lightpen {
@@ -48,7 +48,7 @@ private:
 
     const std::filesystem::path folder_;
     const std::shared_ptr<Player> player_; // shared with the threads
-    std::mutex mutex_;
+    PriorityInheritanceMutex mutex_;
     std::set<std::string> missing_; // logged already
 };
 

@@ -2,12 +2,14 @@
 #include "linux_desktop/process/ProgramLog.h"
 
 #include <poll.h>
+#include <semaphore.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <ctime>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -16,6 +18,7 @@
 #include "linux_desktop/process/LogChannel.h"
 #include "linux_desktop/process/LogFile.h"
 #include "linux_desktop/process/SignalMask.h"
+#include "platform/PriorityInheritance.h"
 
 namespace lightpen {
 
@@ -25,6 +28,31 @@ namespace {
 constexpr int kPollMilliseconds = 50;
 // How long the end of the log waits for the writer's thread, which is then idle or stuck in a write.
 constexpr std::chrono::milliseconds kEndPatience{500};
+
+using SteadyClock = std::chrono::steady_clock;
+
+// Wakes the writer. Unlike a condition it takes no lock, not even one inside the library, from a caller that
+// is in a hurry.
+class WakeUp {
+public:
+    WakeUp() { ::sem_init(&count_, 0, 0); }
+    ~WakeUp() { ::sem_destroy(&count_); }
+    WakeUp(const WakeUp&) = delete;
+    WakeUp& operator=(const WakeUp&) = delete;
+
+    void post() { ::sem_post(&count_); }
+    void wait() { ::sem_wait(&count_); } // a signal ends it too
+    // False when the time has come before a wake-up, or a signal.
+    bool waitUntil(SteadyClock::time_point time) {
+        const auto since =
+            std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+        const std::timespec until{since / 1'000'000'000, since % 1'000'000'000};
+        return ::sem_clockwait(&count_, CLOCK_MONOTONIC, &until) == 0;
+    }
+
+private:
+    sem_t count_{};
+};
 
 LogChoice choiceOf(const ProgramLog::Settings& settings) {
     if (settings.choice != LogChoice::automatic)
@@ -65,18 +93,18 @@ public:
             wake = std::exchange(asleep_, false);
         }
         if (wake)
-            wake_.notify_one();
+            wake_.post();
     }
 
     bool flush(Microseconds patience) {
-        std::unique_lock lock(mutex_);
+        std::unique_lock<std::mutex> lock(mutex_);
         const std::array<std::uint64_t, 2> wanted{channels_[0].received(), channels_[1].received()};
         const auto done = [&] {
             return channels_[0].settled() >= wanted[0] && channels_[1].settled() >= wanted[1];
         };
         while (!done()) {
             flushing_ = true;
-            wake_.notify_one();
+            wake_.post();
             const auto before = progress_;
             if (!progressed_.wait_for(lock, patience,
                                       [&] { return done() || ended_ || progress_ != before; }))
@@ -89,19 +117,23 @@ public:
 
     // Ends the thread, at the latest at its next look; returns when it has ended or is stuck.
     void end() {
-        std::unique_lock lock(mutex_);
+        std::unique_lock<std::mutex> lock(mutex_);
         ending_ = true;
-        wake_.notify_one();
+        wake_.post();
         progressed_.wait_for(lock, kEndPatience, [&] { return ended_; });
     }
 
     void run() {
-        std::unique_lock lock(mutex_);
+        std::unique_lock<std::mutex> lock(mutex_);
         while (!ending_) {
             for (LogChannel& channel : channels_)
                 channel.refill();
-            progressed_.notify_all();
             flushing_ = false;
+            // The condition has a lock inside, whose holder nobody lends a priority: no caller may wait
+            // behind it.
+            lock.unlock();
+            progressed_.notify_all();
+            lock.lock();
             if (!any(&LogChannel::hasRest)) {
                 pause(lock);
                 continue;
@@ -129,13 +161,25 @@ private:
     // gathering time; only after one without a line does it sleep until it is woken.
     void pause(std::unique_lock<std::mutex>& lock) {
         const auto wanted = [&] { return any(&LogChannel::hasWaiting) || urgent(); };
-        wake_.wait_for(lock, gathering_, [&] { return urgent(); });
+        gather(lock);
         if (wanted())
             return;
-        asleep_ = true;
-        wake_.wait(lock, wanted);
+        while (!wanted()) {
+            asleep_ = true;
+            lock.unlock();
+            wake_.wait();
+            lock.lock();
+        }
         asleep_ = false;
-        wake_.wait_for(lock, gathering_, [&] { return urgent(); });
+        gather(lock);
+    }
+    void gather(std::unique_lock<std::mutex>& lock) {
+        const auto end = SteadyClock::now() + gathering_;
+        for (bool inTime = true; inTime && !urgent();) {
+            lock.unlock();
+            inTime = wake_.waitUntil(end);
+            lock.lock();
+        }
     }
 
     // Returns whether anything has gone out. The file is never waited for.
@@ -154,8 +198,8 @@ private:
 
     const Microseconds gathering_;
     LogFile file_;
-    std::mutex mutex_;
-    std::condition_variable wake_;
+    PriorityInheritanceMutex mutex_;
+    WakeUp wake_;
     std::condition_variable progressed_;
     std::array<LogChannel, 2> channels_; // the diagnostics' descriptor, and the output's or the file
     bool asleep_ = false;                // only then does a caller pay for a wake-up
