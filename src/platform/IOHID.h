@@ -111,9 +111,9 @@ public:
     virtual IOReturn open(std::uint32_t flags) = 0;
     // kIOReturnNotOpen when it is not open; a send under way may end with that too.
     virtual IOReturn close() = 0;
-    // Sends a report and waits until the unit has taken it, at most timeoutMs (kIOHIDNoTimeout: no limit).
-    // kIOReturnNoDevice once the unit is gone; kIOReturnNotOpen before open; kIOReturnTimeout when time is up
-    // (the report may still go out later, before any later report).
+    // Sends an output report without a number and waits until the unit has taken it, at most timeoutMs
+    // (kIOHIDNoTimeout: no limit; later it may still go out, in its order). One without bytes succeeds, and
+    // is not sent. Else kIOReturnNoDevice (gone), ...NotOpen, ...Unsupported (another report), ...Timeout.
     virtual IOReturn setReport(IOHIDReportType type, std::uint32_t reportID,
                                std::span<const std::uint8_t> report, std::uint32_t timeoutMs) = 0;
     // A new queue for this interface's reports, owned by the caller; null when there can be none.

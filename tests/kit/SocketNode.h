@@ -49,6 +49,11 @@ public:
         report.resize(static_cast<std::size_t>(length));
         return report;
     }
+    // Whether there is one already.
+    bool hasOutput() const {
+        pollfd state{unit_.get(), POLLIN, 0};
+        return retryInterrupted([&] { return ::poll(&state, 1, 0); }) == 1;
+    }
     // Makes the host's writes block, as a unit that reads nothing does, and returns how many reports
     // (of one byte, 0xEE) it took. Before takeHost.
     std::size_t fill() {

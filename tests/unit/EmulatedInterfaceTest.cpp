@@ -78,20 +78,12 @@ TEST_F(EmulatedInterfaceTest, AQueueOfDepthOneHasTheNewestReport) {
     EXPECT_EQ(kIOReturnUnderrun, newest->getNextEvent(event, 0, 0));
 }
 
-TEST_F(EmulatedInterfaceTest, SendingNeedsAnOpenInterfaceAndAnUnnumberedOutputReport) {
-    EXPECT_EQ(kIOReturnUnsupported, device->setReport(IOHIDReportType::feature, 0, kReadRequest, 100));
-    EXPECT_EQ(kIOReturnUnsupported, device->setReport(kOutput, 1, kReadRequest, 100));
+TEST_F(EmulatedInterfaceTest, IsOpenedAgainAfterItsEnd) {
     EXPECT_EQ(kIOReturnSuccess, device->close());
     EXPECT_EQ(kIOReturnNotOpen, device->close());
     EXPECT_EQ(kIOReturnNotOpen, sendRequest(100));
     EXPECT_EQ(kIOReturnSuccess, device->open(0));
     EXPECT_EQ(kIOReturnSuccess, sendRequest(100));
-}
-
-TEST_F(EmulatedInterfaceTest, AnEmptyReportIsSentAndIgnored) {
-    EXPECT_EQ(kIOReturnSuccess, device->setReport(kOutput, 0, {}, 100));
-    platform.clock.sleep(100ms);
-    EXPECT_FALSE(next());
 }
 
 TEST_F(EmulatedInterfaceTest, OpeningAndClosingChangeNothingInTheUnit) {

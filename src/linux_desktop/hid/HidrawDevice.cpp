@@ -87,17 +87,17 @@ IOReturn HidrawDevice::close() {
 
 IOReturn HidrawDevice::setReport(IOHIDReportType type, std::uint32_t reportID,
                                  std::span<const std::uint8_t> report, std::uint32_t timeoutMs) {
-    if (type != IOHIDReportType::output)
-        return kIOReturnUnsupported;
-    if (report.empty() || reportID > 0xFF)
-        return kIOReturnBadArgument;
     const auto writer = writer_.load();
     if (fanOut_->vanished())
         return kIOReturnNoDevice;
     if (!writer)
         return kIOReturnNotOpen;
-    // The node wants the report ID first, also where the unit itself does not number its reports.
-    std::vector<std::uint8_t> bytes{static_cast<std::uint8_t>(reportID)};
+    if (type != IOHIDReportType::output || reportID != 0)
+        return kIOReturnUnsupported;
+    if (report.empty()) // which the kernel refuses
+        return kIOReturnSuccess;
+    // The node wants a report ID first, also where the unit itself does not number its reports.
+    std::vector<std::uint8_t> bytes{0};
     bytes.insert(bytes.end(), report.begin(), report.end());
     return writer->send(std::move(bytes), timeoutMs);
 }

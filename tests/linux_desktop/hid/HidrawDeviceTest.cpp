@@ -188,15 +188,6 @@ TEST_F(HidrawDeviceTest, OutputReportsCarryTheirIDFirst) {
     EXPECT_EQ(socket_->take(), record);
 }
 
-TEST_F(HidrawDeviceTest, WhatCannotBeSentIsRefused) {
-    const auto device = openDevice();
-    const Bytes report{1, 2};
-    EXPECT_EQ(device->setReport(IOHIDReportType::feature, 0, report, 0), kIOReturnUnsupported);
-    EXPECT_EQ(device->setReport(IOHIDReportType::input, 0, report, 0), kIOReturnUnsupported);
-    EXPECT_EQ(device->setReport(IOHIDReportType::output, 256, report, 0), kIOReturnBadArgument);
-    EXPECT_EQ(sendCommand(*device, {}, 0), kIOReturnBadArgument);
-}
-
 TEST_F(HidrawDeviceTest, UnpluggingEndsWithOneReportOfZerosOnEachStartedQueue) {
     const auto device = openDevice();
     const auto points = startQueue(*device, 1);

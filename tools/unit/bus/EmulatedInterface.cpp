@@ -114,7 +114,8 @@ IOReturn EmulatedInterface::setReport(IOHIDReportType type, std::uint32_t report
         return kIOReturnNotOpen;
     if (type != IOHIDReportType::output || reportID != 0)
         return kIOReturnUnsupported;
-    if (interfaceNumber_ != kUnitPenInterfaceNumber) // its other interfaces listen to nobody
+    // Its other interfaces listen to nobody.
+    if (interfaceNumber_ != kUnitPenInterfaceNumber || report.empty())
         return kIOReturnSuccess;
     return waitUntilTaken(report, timeoutMs);
 }
