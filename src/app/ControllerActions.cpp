@@ -114,8 +114,10 @@ void LightPenNX7Controller::tellOfCalibration(const PointListRef& points, const 
 
 void LightPenNX7Controller::restoreCalibration(const PointListRef& points) {
     logLine("Application: the calibration before is in force again");
-    EventGeneratorNX7::sharedEventGeneratorNX7()->writeCalibrationToFlash(points);
+    const bool stored = EventGeneratorNX7::sharedEventGeneratorNX7()->writeCalibrationToFlash(points);
     calibrationCenter_->setCalibrationPoints(points);
+    if (!stored)
+        tellOfCalibration(points, points, stored);
 }
 
 // The exposure is the unit's own; the marks only tell which distance it fits.

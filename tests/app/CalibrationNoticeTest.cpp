@@ -98,6 +98,23 @@ TEST_F(CalibrationNoticeTest, OneThatTheUnitDidNotTakeIsTold) {
     unit.onSetReport = [](const SentReport&) { return kIOReturnSuccess; };
     choose(1);
     expectInForce(kBefore);
+    EXPECT_THAT(shown(), SizeIs(1));
+}
+
+TEST_F(CalibrationNoticeTest, TheOneBeforeIsTriedUntilTheUnitTakesIt) {
+    startWith(kBefore);
+    complete(kDoubtful);
+    unit.onSetReport = [](const SentReport&) { return kIOReturnError; };
+    for (const std::size_t notices : {2U, 3U}) {
+        choose(1);
+        ASSERT_THAT(shown(), SizeIs(notices));
+        EXPECT_EQ(shown().back().title, "The calibration was not stored");
+        EXPECT_THAT(desk.notices.labels(), ElementsAre("Calibrate again", "Keep the one before"));
+    }
+    unit.onSetReport = [](const SentReport&) { return kIOReturnSuccess; };
+    choose(1);
+    EXPECT_THAT(shown(), SizeIs(3));
+    expectInForce(kBefore);
 }
 
 TEST_F(CalibrationNoticeTest, ItsActionsAreNoneOfAnotherUnitsBusiness) {
