@@ -2,10 +2,12 @@
 #include "linux_desktop/process/TerminationSignals.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <atomic>
 
 #include "kit/Eventually.h"
+#include "kit/OrdinaryUser.h"
 #include "kit/Pipe.h"
 
 namespace lightpen {
@@ -104,6 +106,25 @@ TEST(TerminationSignals, APipeThatNobodyReadsIsAnErrorOfTheWriteAlone) {
     struct sigaction after {};
     ASSERT_EQ(sigaction(SIGPIPE, nullptr, &after), 0);
     EXPECT_EQ(after.sa_handler, SIG_DFL);
+}
+
+[[noreturn]] void watchWithoutThreads() {
+    const rlimit none{};
+    if (!becomeOrdinaryUser() || setrlimit(RLIMIT_NPROC, &none) != 0)
+        std::_Exit(2);
+    WatchedRunLoop loop;
+    const TerminationSignals signals(loop);
+    raise(SIGTERM);
+    std::_Exit(3);
+}
+
+// Nobody would look at what the handler has noted, so the signals stay what they were.
+TEST(TerminationSignalsDeathTest, WithoutAThreadTheSystemEndsTheProgram) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    if (!ordinaryUserMayEnter("/"))
+        GTEST_SKIP() << "there is no ordinary user to become";
+    EXPECT_EXIT(watchWithoutThreads(), testing::KilledBySignal(SIGTERM),
+                "^Signals: no thread for them: Resource temporarily unavailable\n$");
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, TerminationSignalsTest, testing::Values(SIGTERM, SIGINT, SIGHUP));
