@@ -14,6 +14,7 @@
 #include "linux_desktop/files/XdgDefaults.h"
 #include "linux_desktop/hid/MachineUnits.h"
 #include "linux_desktop/panel/ShellParts.h"
+#include "linux_desktop/pointer/LatePointer.h"
 #include "linux_desktop/process/DBusNotifications.h"
 #include "linux_desktop/process/LinuxSounds.h"
 #include "linux_desktop/process/ProcessParts.h"
@@ -78,6 +79,7 @@ public:
     SharedGeometry geometry;
     QtDesktop desktop;
     LinuxPointer pointer;
+    LatePointer latePointer{pointer};
     ServiceRegistry registry{process.runLoop, process.clock};
     UserSession session{process.runLoop};
     std::unique_ptr<MachineUnits> machineUnits;
@@ -140,7 +142,9 @@ void LinuxPlatform::Parts::releaseButtonsAndFlushLog() {
 void LinuxPlatform::Parts::followSession() {
     if (machineUnits)
         machineUnits->allow(session.hasTheSeat());
-    if (!session.hasTheSeat())
+    if (session.hasTheSeat())
+        latePointer.tryAgain();
+    else
         pointer.releaseButtons();
     cover.update();
 }

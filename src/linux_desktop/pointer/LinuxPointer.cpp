@@ -40,18 +40,36 @@ std::vector<PointerWay> pointerWays(PointerChoice choice) {
     return {choice == PointerChoice::uinput ? uinput : xtest};
 }
 
-LinuxPointer::LinuxPointer(const std::vector<PointerWay>& ways, const SharedGeometry& geometry)
-    : geometry_(geometry) {
-    for (const PointerWay& way : ways) {
+LinuxPointer::LinuxPointer(std::vector<PointerWay> ways, const SharedGeometry& geometry)
+    : ways_(std::move(ways)), geometry_(geometry) {
+    findWay();
+}
+
+// The lock is not held meanwhile: a way may take its time to open, and whoever posts has none.
+bool LinuxPointer::findWay() {
+    if (hasWay())
+        return true;
+    std::string problems;
+    for (const PointerWay& way : ways_) {
         std::string problem;
-        device_ = way.open(problem);
-        if (device_) {
+        auto device = way.open(problem);
+        if (device) {
             logLine("Pointer: events go through %s%s", way.name,
-                    problem_.empty() ? "" : (" (" + problem_ + ")").c_str());
-            return;
+                    problems.empty() ? "" : (" (" + problems + ")").c_str());
+            const std::lock_guard hold(mutex_);
+            device_ = std::move(device);
+            return true;
         }
-        problem_ += (problem_.empty() ? "" : "; ") + problem;
+        problems += (problems.empty() ? "" : "; ") + problem;
     }
+    const std::lock_guard hold(mutex_);
+    problem_ = problems;
+    return false;
+}
+
+bool LinuxPointer::hasWay() const {
+    const std::lock_guard hold(mutex_);
+    return device_ != nullptr;
 }
 
 IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) {
@@ -61,10 +79,11 @@ IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, i
     const std::lock_guard hold(mutex_);
     if (!device_) {
         if (!std::exchange(problemLogged_, true))
-            logLine("Pointer: no events can be posted (%s); install 70-lightpen-nx7-uinput.rules into "
-                    "/etc/udev/rules.d, as root call \"udevadm control --reload\", \"modprobe uinput\" and "
-                    "\"udevadm trigger --subsystem-match=misc\", and start the program again",
-                    problem_.c_str());
+            logLine(
+                "Pointer: no events can be posted (%s); install 70-lightpen-nx7-uinput.rules into "
+                "/etc/udev/rules.d, and as root call \"udevadm control --reload\", \"modprobe uinput\" and "
+                "\"udevadm trigger --subsystem-match=misc\"",
+                problem_.c_str());
         return kIOReturnNotPrivileged;
     }
     connection = ++lastConnection_;

@@ -48,18 +48,22 @@ struct PointerWay {
 std::vector<PointerWay> pointerWays(PointerChoice choice);
 
 // The pointer of the desktop. A way is chosen and opened when it is made, since desktops take seconds to
-// notice a new device.
+// notice a new device, or later, if there is none then.
 class LinuxPointer final : public PointerEvents {
 public:
-    // Tries the ways in their order. Keeps the reasons when none can be opened. The geometry outlives the
-    // pointer.
-    LinuxPointer(const std::vector<PointerWay>& ways, const SharedGeometry& geometry);
+    // Tries the ways, as findWay does. The geometry outlives the pointer.
+    LinuxPointer(std::vector<PointerWay> ways, const SharedGeometry& geometry);
     // Releases what is down.
     ~LinuxPointer() override;
     LinuxPointer(const LinuxPointer&) = delete;
     LinuxPointer& operator=(const LinuxPointer&) = delete;
 
-    // Fails, with one log line for all times, when no way could be opened.
+    // Tries the ways in their order, unless one is open already; returns whether one is. Keeps the reasons
+    // when none can be opened. Main thread.
+    bool findWay();
+    bool hasWay() const;
+
+    // Fails, with one log line for all times, while no way could be opened.
     IOReturn IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) override;
     // kIOReturnBadArgument for a connection that was not opened here, kIOReturnNoDevice without a desktop, or
     // what the device says.
@@ -71,8 +75,9 @@ public:
 private:
     IOReturn send(std::optional<PointerDevice::Place> place, PointerButtons::Action action);
 
+    const std::vector<PointerWay> ways_;
     const SharedGeometry& geometry_;
-    PriorityInheritanceMutex mutex_; // around what follows
+    mutable PriorityInheritanceMutex mutex_; // around what follows
     std::unique_ptr<PointerDevice> device_;
     std::string problem_;
     PointerButtons buttons_;

@@ -52,6 +52,12 @@ protected:
                     return nullptr;
                 }};
     }
+    PointerWay worksOnceAllowed(const char* name) {
+        return {name, [this, open = works(name).open](std::string& problem) {
+                    problem = "not yet";
+                    return allowed ? open(problem) : nullptr;
+                }};
+    }
     static io_connect_t open(LinuxPointer& pointer) {
         io_connect_t connection = 99;
         pointer.IOServiceOpen(5, kIOHIDParamConnectType, connection);
@@ -67,6 +73,7 @@ protected:
     std::vector<std::string> opened;
     std::vector<std::string> calls;
     IOReturn result = kIOReturnSuccess;
+    bool allowed = false;
 };
 
 TEST_F(LinuxPointerTest, PrefersUinputAndOpensItWhenItIsMade) {
@@ -102,6 +109,31 @@ TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
                                   HasSubstr("/dev/uinput: Permission denied; no X display"))));
     EXPECT_EQ(post(pointer, connection, kLeftMouseDown), kIOReturnBadArgument);
     pointer.releaseButtons();
+}
+
+TEST_F(LinuxPointerTest, AWayThatOpensLaterIsTaken) {
+    LinuxPointer pointer({worksOnceAllowed("uinput"), fails("XTest", "no X display")}, geometry);
+    EXPECT_FALSE(pointer.hasWay());
+    EXPECT_EQ(open(pointer), 0U);
+    EXPECT_THAT(log.takeLines(), ElementsAre(HasSubstr("(not yet; no X display)")));
+    EXPECT_FALSE(pointer.findWay());
+    EXPECT_EQ(open(pointer), 0U);
+    EXPECT_THAT(log.takeLines(), IsEmpty()) << "once is enough";
+    allowed = true;
+    EXPECT_TRUE(pointer.findWay());
+    EXPECT_TRUE(pointer.findWay());
+    EXPECT_THAT(opened, ElementsAre("XTest", "XTest", "uinput"));
+    EXPECT_THAT(log.takeLines(), ElementsAre("Pointer: events go through uinput"));
+}
+
+TEST_F(LinuxPointerTest, AStrokeThatBeganWithoutAWayOnlyMoves) {
+    LinuxPointer pointer({worksOnceAllowed("uinput")}, geometry);
+    allowed = true;
+    pointer.findWay();
+    const io_connect_t connection = open(pointer);
+    for (const std::uint32_t type : {kLeftMouseDragged, kLeftMouseUp, kLeftMouseDown})
+        EXPECT_EQ(post(pointer, connection, type), kIOReturnSuccess);
+    EXPECT_THAT(calls, ElementsAre("uinput 3,4", "uinput 3,4 press left"));
 }
 
 TEST_F(LinuxPointerTest, KnowsItsConnections) {
