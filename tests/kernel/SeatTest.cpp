@@ -110,19 +110,39 @@ protected:
     SeatOfOrdinaryUserTest() : SeatTest(kOrdinaryUser) {}
     // The pointer device is not the user's either.
     void SetUp() override { ASSERT_TRUE(driver_.waitFor(kStarted)); }
+    static void giveToEverybody(const std::string& node) {
+        using std::filesystem::perms;
+        std::filesystem::permissions(node, perms::others_read | perms::others_write,
+                                     std::filesystem::perm_options::add);
+    }
+    static void giveThePen() {
+        for (const auto& node : waitForNodes(4))
+            if (node.interfaceNumber == kUnitPenInterfaceNumber)
+                giveToEverybody(node.devnode);
+    }
 };
 
 TEST_F(SeatOfOrdinaryUserTest, ANodeThatIsGivenWithoutAWordFromUdevIsOpened) {
     plugIn();
     ASSERT_TRUE(driver_.waitFor(kRefused)) << driver_.log();
     EXPECT_EQ(driver_.count(kArrived), 0U);
-    for (const auto& node : waitForNodes(4))
-        if (node.interfaceNumber == kUnitPenInterfaceNumber)
-            std::filesystem::permissions(
-                node.devnode, std::filesystem::perms::others_read | std::filesystem::perms::others_write,
-                std::filesystem::perm_options::add);
+    giveThePen();
     EXPECT_TRUE(driver_.waitFor(kFlashRead)) << driver_.log();
     EXPECT_EQ(driver_.count(kRefused), 1U);
+    expectToEnd();
+}
+
+// As when the session becomes active in which the driver was started before.
+TEST_F(SeatOfOrdinaryUserTest, APointerThatIsGivenLaterNeedsNoRestart) {
+    EXPECT_EQ(driver_.count(kPointerThroughUinput), 0U);
+    giveToEverybody("/dev/uinput");
+    ASSERT_TRUE(driver_.waitFor(kPointerThroughUinput)) << driver_.log();
+    pointer_ = std::make_unique<PointerWatch>();
+    ASSERT_TRUE(pointer_->found());
+    plugIn();
+    ASSERT_TRUE(driver_.waitFor(kRefused)) << driver_.log();
+    giveThePen();
+    expectToWork();
     expectToEnd();
 }
 
