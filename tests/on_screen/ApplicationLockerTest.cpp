@@ -124,6 +124,28 @@ TEST_F(ApplicationLockerTest, TheScreenSaverOfTheServerEndsASession) {
     desktop.forceScreenSaver(false);
 }
 
+// The screen saver's word reaches both at the same time, and the locker tries for the keyboard at once.
+TEST_F(ApplicationLockerTest, ALockerOfTheScreenSaverEndsASessionAndGetsTheKeyboard) {
+    LogindProgram logind(applicationStage->bus.address());
+    locker = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"xss-lock", "--", "i3lock", "--nofork", "--color=00ff00"}, ChildOptions{});
+    ASSERT_TRUE(comesTrue([&] {
+        bool ready = false; // once it holds up the machine's sleep
+        logind.perform([&](const FakeLogind& fake) { ready = !fake.inhibitions.empty(); });
+        return ready;
+    }));
+    beginSession();
+    desktop.forceScreenSaver(true);
+    EXPECT_TRUE(sessionEnds());
+    desktop.forceScreenSaver(false); // the user comes back
+    EXPECT_TRUE(comesTrue([&] { return isLocked() == true; })) << isLocked().message();
+    expectStaysLocked();
+    locker.reset();
+    EXPECT_TRUE(comesTrue([&] { return desktop.keyboardIsFree(); }));
+    EXPECT_FALSE(user.coveringWindow());
+    expectTap(301, 77);
+}
+
 } // namespace
 } // namespace lightpen
 

@@ -29,9 +29,11 @@ FakeLogind::FakeLogind(const std::string& address)
                              QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
                                  QDBusConnection::ExportAllProperties) ||
         !bus_.registerObject(kSessionPath, &session,
-                             QDBusConnection::ExportAllSignals | QDBusConnection::ExportAllProperties) ||
+                             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
+                                 QDBusConnection::ExportAllProperties) ||
         !bus_.registerService(kName))
         throw std::runtime_error("cannot serve on the bus");
+    session.hinted = [this](bool locked) { setLocked(locked); };
 }
 
 FakeLogind::~FakeLogind() {
@@ -42,6 +44,10 @@ QDBusObjectPath FakeLogind::GetSession(const QString& name) {
     if (!knowsSession || name != QLatin1String("auto"))
         sendErrorReply(QStringLiteral("org.freedesktop.login1.NoSessionForPID"), QStringLiteral("none"));
     return QDBusObjectPath(QString(kSessionPath));
+}
+
+QDBusObjectPath FakeLogind::GetSessionByPID(uint) {
+    return GetSession(QStringLiteral("auto"));
 }
 
 QDBusUnixFileDescriptor FakeLogind::Inhibit(const QString& what, const QString& who, const QString&,

@@ -27,6 +27,11 @@ class FakeLogindSession final : public QObject {
 public:
     bool active = true;
     bool locked = false;
+    // Called when a program asks for the hint.
+    std::function<void(bool locked)> hinted;
+
+public Q_SLOTS:
+    void SetLockedHint(bool hint) { hinted(hint); }
 
 Q_SIGNALS:
     void Lock();
@@ -64,6 +69,7 @@ public:
 
 public Q_SLOTS:
     QDBusObjectPath GetSession(const QString& name);
+    QDBusObjectPath GetSessionByPID(uint process);
     QDBusUnixFileDescriptor Inhibit(const QString& what, const QString& who, const QString& why,
                                     const QString& mode);
 
