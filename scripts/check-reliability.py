@@ -12,7 +12,7 @@ import re
 import sys
 
 TABLE = "docs/reliability.md"
-TEST = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)")
+TEST = re.compile(r"\b(?:TYPED_)?TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)")
 SCRIPT_TEST = re.compile(r"^class (\w+)\(|^    def (test_\w+)\(", re.MULTILINE)
 
 

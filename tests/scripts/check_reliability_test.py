@@ -16,7 +16,7 @@ class CheckReliabilityTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.root = pathlib.Path(folder.name)
         self.write("src/a/A.cpp", "")
-        self.write("tests/a/ATest.cpp", "TEST_F(ATest,\n       Holds) {}\n")
+        self.write("tests/a/ATest.cpp", "TEST_F(ATest,\n       Holds) {}\nTYPED_TEST(AnyTest, Holds) {}\n")
         self.write("tests/scripts/b_test.py", "class BTest(unittest.TestCase):\n    def test_holds(self):\n")
 
     def write(self, name, text):
@@ -37,7 +37,7 @@ class CheckReliabilityTest(unittest.TestCase):
         self.assertEqual(len(output.splitlines()), 1, output)
 
     def test_files_and_tests_that_are_there_are_fine(self):
-        status, output = self.check("| fire | `src/a/A.cpp` | `a/ATest.Holds`, `scripts/BTest.test_holds` |\n")
+        status, output = self.check("| fire | `src/a/A.cpp` | `a/ATest.Holds`, `a/AnyTest.Holds`, `scripts/BTest.test_holds` |\n")
         self.assertEqual(status, 0, output)
 
     def test_a_test_that_is_not_there(self):
