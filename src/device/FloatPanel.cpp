@@ -52,9 +52,10 @@ void placeOnMainScreen(QWidget& window, const WindowRect& rect) {
     const QPoint corner = screen ? screen->geometry().topLeft() : QPoint();
     if (screen)
         window.setScreen(screen);
-    window.setGeometry(corner.x() + qRound(rect.origin.x),
-                       corner.y() + qRound(height - rect.origin.y - rect.size.height),
-                       qRound(rect.size.width), qRound(rect.size.height));
+    window.setFixedSize(qRound(rect.size.width), qRound(rect.size.height));
+    window.move(corner.x() + qRound(rect.origin.x),
+                corner.y() + qRound(height - rect.origin.y - rect.size.height));
+    window.setWindowTitle(QStringLiteral("LightPenNX7"));
 }
 
 // The panel bypasses the window manager, which would put it below a full-screen window that has the focus.
@@ -108,6 +109,12 @@ void FloatPanel::makeKeyAndOrderFront() {
 void FloatPanel::orderOut() {
     stayOnTop_.stop();
     hide();
+}
+
+// A compositor may give a window another size all the same.
+void FloatPanel::resizeEvent(QResizeEvent*) {
+    if (contentView_)
+        contentView_->setGeometry(rect());
 }
 
 void FloatPanel::keyPressEvent(QKeyEvent* event) {

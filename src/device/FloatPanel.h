@@ -32,7 +32,9 @@ QScreen* mainScreen();
 // side, a third of the height below. Whole points.
 WindowRect checkPanelRect(Size screen);
 
-// Places the window on the main screen; the rectangle counts from that screen's bottom-left corner.
+// Places the window on the main screen; the rectangle counts from that screen's bottom-left corner. Its size
+// is fixed then, and it has the program's name for its title: a compositor that tiles windows lets such a one
+// float, and users can name it in their rules.
 void placeOnMainScreen(QWidget& window, const WindowRect& rect);
 
 // The check view's panel: black, above every other window but a locker's, managed or not, and over its own
@@ -63,6 +65,7 @@ public:
     void drawRect(const QRect&) {}
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool) override { return false; }
     // Nobody but the driver takes it away.

@@ -68,7 +68,10 @@ void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
     logLine("Event n:256 sptScreenP1: (%.2f,%.2f)C1(%.2f,%.2f)C4(%.2f,%.2f)", point.x, point.y, first.x,
             first.y, last.x, last.y);
 
-    const QRectF place(point.x, panel.height - point.y - kMarkerSide, kMarkerSide, kMarkerSide);
+    // A compositor may have given the view another size.
+    const Size view{double(width()), double(height())};
+    const WindowPoint corner = panelPoint(sharedState.checkViewPoint, view, first, last);
+    const QRectF place(corner.x, view.height - corner.y - kMarkerSide, kMarkerSide, kMarkerSide);
     const QPixmap pixels = marker_.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
     painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
 }

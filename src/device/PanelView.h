@@ -20,7 +20,8 @@ public:
 
     // A click counts as Escape.
     void mouseDown();
-    // Draws the part of the view that is dirty, in the widget's own coordinates.
+    // Draws the part of the view that is dirty, in the widget's own coordinates; the camera's picture fills
+    // it whatever its size.
     void drawRect(QPainter& painter, const QRect& dirty);
 
     // --- There by name, and without effect on what is shown

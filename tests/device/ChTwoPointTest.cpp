@@ -77,6 +77,9 @@ TEST_F(ChTwoPointTest, NothingOfItIsSeenOrClicked) {
     desk.desktop.frame = ScreenRect{{0, 0}, {800, 800}};
     ChTwoPoint window({{0, 0}, {20, 20}});
     EXPECT_EQ(window.geometry(), QRect(0, 780, 20, 20));
+    EXPECT_EQ(window.minimumSize(), QSize(20, 20)) << "else a tiling compositor gives it a tile";
+    EXPECT_EQ(window.maximumSize(), QSize(20, 20));
+    EXPECT_EQ(window.windowTitle(), "LightPenNX7");
     EXPECT_TRUE((window.mask() & window.rect()).isEmpty());
     EXPECT_FALSE(window.mask().isEmpty()) << "an empty mask is none";
     EXPECT_TRUE(window.testAttribute(Qt::WA_ShowWithoutActivating));

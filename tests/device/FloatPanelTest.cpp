@@ -36,6 +36,28 @@ TEST_F(FloatPanelTest, IsBlackAboveTheOthersAndAsksNoWindowManager) {
     EXPECT_TRUE(FloatPanel::canBecomeKeyWindow());
 }
 
+// Tiling compositors let a window of one possible size float.
+TEST_F(FloatPanelTest, HasOnePossibleSizeAndATitle) {
+    for (const double width : {300.0, 640.5}) {
+        const FloatPanel panel({{100, 50}, {width, 200}});
+        EXPECT_EQ(panel.minimumSize(), QSize(qRound(width), 200));
+        EXPECT_EQ(panel.maximumSize(), panel.minimumSize());
+        EXPECT_EQ(panel.size(), panel.minimumSize());
+        EXPECT_EQ(panel.windowTitle(), "LightPenNX7");
+    }
+}
+
+// As by a compositor that does not ask.
+TEST_F(FloatPanelTest, ItsContentFillsItAtWhateverSizeItIsGiven) {
+    FloatPanel panel(rect);
+    panel.setContentView(std::make_unique<PanelView>(rect));
+    panel.makeKeyAndOrderFront();
+    for (const QSize size : {QSize(640, 800), QSize(100, 90)}) {
+        panel.setFixedSize(size);
+        EXPECT_EQ(panel.contentView()->geometry(), QRect(QPoint(0, 0), size));
+    }
+}
+
 TEST_F(FloatPanelTest, ItsContentFillsIt) {
     FloatPanel panel(rect);
     EXPECT_EQ(panel.contentView(), nullptr);

@@ -76,6 +76,25 @@ TEST_F(PanelViewTest, TheOtherWayRoundItCountsFromTheLowerRight) {
     EXPECT_EQ(drawing(1), blank(1, Qt::black));
 }
 
+// A compositor may tile the panel: what the camera sees still fills it.
+TEST_F(PanelViewTest, AtAnotherSizeTheMarkerStandsWhereItStoodInProportion) {
+    show({100, 90}, {2000, 1500});
+    PanelView& shown = *panel()->contentView();
+    for (const QSize size : {QSize(1410, 215), QSize(141, 860)}) {
+        shown.resize(size);
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        shown.render(&picture);
+        QImage wanted(size, QImage::Format_RGB32);
+        wanted.fill(Qt::black);
+        const double x = 200.0 * size.width() / 1410, bottom = 100.0 * size.height() / 860;
+        QPainter(&wanted).fillRect(QRectF(x, bottom - 10, 10, 5), QColor(0, 255, 0));
+        EXPECT_EQ(picture, wanted) << size.width();
+    }
+    EXPECT_EQ(drawnFor(202, 100), (Deeds{"101.00,380.00"}))
+        << "what is logged counts in the panel as it was meant";
+}
+
 TEST_F(PanelViewTest, AMarkerThatIsMissingOrDamagedIsNotShown) {
     show({100, 90}, {2000, 1500});
     EXPECT_EQ(drawing(view, 1), expected(1, {100, 40}));
