@@ -246,6 +246,20 @@ TEST(ScreenSightTest, APersonDoesNotChooseAmongSeveralThings) {
               std::nullopt);
 }
 
+TEST(ScreenSightTest, APersonDoesNotTakeALabelForTheTarget) {
+    const auto labelled = [](int width, int height) {
+        return Screen(1280, 720, kWhite).fill(560, 680, 560 + width, 680 + height, 0xD6D6D6);
+    };
+    for (const int width : {72, 160, 480}) {
+        Screen screen = labelled(width, 24);
+        EXPECT_EQ(targetSeen(screen.picture()), std::nullopt) << width;
+        EXPECT_EQ(targetSeen(screen.fill(160, 63, 180, 80, 0xE01020).picture()), (ScreenPoint{170, 71.5}))
+            << width;
+    }
+    EXPECT_TRUE(targetSeen(labelled(64, 24).picture())) << "it is not flat enough";
+    EXPECT_TRUE(targetSeen(labelled(24, 24).picture()));
+}
+
 TEST(ScreenSightTest, APersonSeesNoTargetOnADesktop) {
     const Screen window = Screen(640, 400, 0x335577).fill(100, 50, 400, 300, kWhite);
     EXPECT_EQ(targetSeen(window.picture()), std::nullopt);

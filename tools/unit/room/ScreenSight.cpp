@@ -16,6 +16,8 @@ constexpr int kBright = 128;
 constexpr double kCellPoints = 8;
 // A thing that is longer than this part of the screen's longer side is not compact.
 constexpr int kCompactPart = 6;
+// A label is at least so many times as wide as it is high.
+constexpr int kLabelFlatness = 3;
 // How many pixels across are asked what the background is.
 constexpr int kBackgroundSamples = 100;
 
@@ -88,6 +90,10 @@ struct Thing {
     int peak = 0;
 };
 
+struct Extent {
+    int width, height;
+};
+
 // The picture as an eye of limited resolution sees it: cells, of which the lit ones form things.
 template <class Eye>
 class Cells {
@@ -111,8 +117,8 @@ public:
         return found;
     }
 
-    // The longer side of a thing, in pixels: whole cells.
-    int length(const Thing& thing) const {
+    // How wide and high a thing is, in pixels: whole cells.
+    Extent extent(const Thing& thing) const {
         const auto [top, bottom] = std::minmax_element(thing.cells.begin(), thing.cells.end());
         int left = columns_;
         int right = 0;
@@ -120,7 +126,7 @@ public:
             left = std::min(left, cell % columns_);
             right = std::max(right, cell % columns_);
         }
-        return size_ * (std::max(right - left, *bottom / columns_ - *top / columns_) + 1);
+        return {size_ * (right - left + 1), size_ * (*bottom / columns_ - *top / columns_ + 1)};
     }
 
     // The middle of what stands out of a compact thing, in pixels. The cells around belong to it, for the
@@ -215,7 +221,15 @@ int cellSize(const ScreenPicture& picture) {
 
 template <class Eye>
 bool compact(const Cells<Eye>& cells, const Thing& thing, const Pixels& pixels) {
-    return cells.length(thing) * kCompactPart <= std::max(pixels.width(), pixels.height());
+    const auto [width, height] = cells.extent(thing);
+    return std::max(width, height) * kCompactPart <= std::max(pixels.width(), pixels.height());
+}
+
+// Something to read: flat, and shorter than what runs along a whole edge.
+template <class Eye>
+bool isLabel(const Cells<Eye>& cells, const Thing& thing, const Pixels& pixels) {
+    const auto [width, height] = cells.extent(thing);
+    return width >= kLabelFlatness * height && 2 * width <= pixels.width();
 }
 
 ScreenPoint inPoints(ScreenPoint pixel, const ScreenPicture& picture) {
@@ -257,7 +271,8 @@ std::optional<ScreenPoint> targetSeen(const ScreenPicture& picture) {
     const Pixels pixels(picture);
     const Contrast eye{backgroundOf(pixels)};
     const Cells<Contrast> cells(pixels, eye, cellSize(picture));
-    const std::vector<Thing> things = cells.things();
+    std::vector<Thing> things = cells.things();
+    std::erase_if(things, [&](const Thing& thing) { return isLabel(cells, thing, pixels); });
     if (things.size() != 1 || !compact(cells, things.front(), pixels))
         return std::nullopt;
     return inPoints(cells.middle(things.front()), picture);

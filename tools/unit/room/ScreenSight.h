@@ -38,7 +38,8 @@ struct ScreenPicture {
 DisplayedPicture cameraView(const ScreenPicture& picture);
 
 // The place of the one thing on a plain background, as a person would point at it: the middle of what differs
-// from the background. None when there is nothing, more than one thing, or something as large as a window.
+// from the background. A label, at least three times as wide as high and no longer than half of the screen,
+// is no such thing. None when there is nothing, more than one thing, or something as large as a window.
 std::optional<ScreenPoint> targetSeen(const ScreenPicture& picture);
 
 } // namespace lightpen
