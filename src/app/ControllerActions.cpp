@@ -60,6 +60,7 @@ void LightPenNX7Controller::calibration(const std::string& sender) {
         target->setBordered(false);
     }
     calibrationCenter_->setTotalPoints(kMenuTargets);
+    calibrationCenter_->setCancelLabel(text(kCancelKey));
     if (automatic)
         calibrationCenter_->startAutoCalibration();
     else

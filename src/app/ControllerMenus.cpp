@@ -53,6 +53,17 @@ void LightPenNX7Controller::rebuildMenu(MenuMode menuMode) {
     statusItem_->setMenu(nullptr);
     statusItem_->setMenu(constructMenu(menuMode));
     showToolTip();
+    offerToCancel();
+}
+
+// Escape needs the keyboard, which a desktop may have given to another window.
+void LightPenNX7Controller::offerToCancel() {
+    const bool inSession = calibrationCenter_->inSession();
+    statusItem_->setFirstItem(inSession ? itemText(displayText(kCancelKey)) : QString(),
+                              [center = std::weak_ptr(calibrationCenter_)] {
+                                  if (const auto running = center.lock())
+                                      running->cancelSession();
+                              });
 }
 
 std::shared_ptr<QMenu> LightPenNX7Controller::constructMenu(MenuMode menuMode) {

@@ -88,6 +88,10 @@ void LightPenNX7Controller::awakeFromNib() {
     makeStatusItem();
     calibrationCenter_ = std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle,
                                                                 Platform::current().desktop.mainScreen());
+    calibrationCenter_->setSessionObserver([self = weak_from_this()] {
+        if (const auto controller = self.lock())
+            controller->offerToCancel();
+    });
     NotificationCenter& notifications = Platform::current().notifications;
     notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& notification) {
         calibrationDidComplete(notification);

@@ -116,6 +116,7 @@ public:
     const StatusItem* statusItem() const { return statusItem_.get(); }
 
 private:
+    static constexpr std::string_view kCancelKey = "Cancel the calibration";
     using ItemOperation = std::function<void(LightPenNX7Controller&, QAction&)>;
 
     void makeStatusItem();
@@ -125,6 +126,7 @@ private:
     void readDeviceInformation(const EventGeneratorNX7& driver);
     void showStatusImage(std::string_view name);
     void showToolTip();
+    void offerToCancel();
     void menuOpened();
     void showDeviceRemoved();
     void observeScreen();

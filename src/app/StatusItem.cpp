@@ -34,6 +34,10 @@ StatusItem::StatusItem() {
         if (closed_)
             closed_();
     });
+    QObject::connect(&first_, &QAction::triggered, [this] {
+        if (const auto chosen = firstChosen_)
+            chosen();
+    });
     letGo_.setSingleShot(true);
     QObject::connect(&letGo_, &QTimer::timeout, [this] { letGoOfOldMenus(); });
     // The panel may come after this item's end; the menu's guard tells.
@@ -84,8 +88,21 @@ void StatusItem::setMenu(std::shared_ptr<QMenu> menu) {
     menu_ = std::move(menu);
     if (menu_)
         shown_.addActions(menu_->actions());
+    showFirstItem();
     if (!old_.empty())
         letGo_.start(0);
+}
+
+void StatusItem::setFirstItem(const QString& text, std::function<void()> chosen) {
+    first_.setText(text);
+    firstChosen_ = std::move(chosen);
+    showFirstItem();
+}
+
+void StatusItem::showFirstItem() {
+    shown_.removeAction(&first_);
+    if (!first_.text().isEmpty())
+        shown_.insertAction(shown_.actions().value(0), &first_);
 }
 
 // For panels that open menus with the other button only. Elsewhere than under X11 no client may open a menu

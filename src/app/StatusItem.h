@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include <QAction>
 #include <QIcon>
 #include <QMenu>
 #include <QString>
@@ -33,6 +34,9 @@ public:
     // until all nested loops have returned. The entries of an attached menu may change, but none be added.
     void setMenu(std::shared_ptr<QMenu> menu);
     const std::shared_ptr<QMenu>& menu() const { return menu_; }
+    // An item above those of whatever menu is in force, until it is set without a text. May be called by its
+    // own handler.
+    void setFirstItem(const QString& text, std::function<void()> chosen = {});
     void setToolTip(const QString& toolTip);
     // The handler is called whenever the user opens the menu.
     void setMenuOpened(std::function<void()> opened) { opened_ = std::move(opened); }
@@ -42,6 +46,7 @@ public:
 private:
     void appear();
     void openMenu();
+    void showFirstItem();
     void letGoOfOldMenus();
 
     std::optional<QIcon> image_;
@@ -54,6 +59,8 @@ private:
     // A panel may never notice that an icon has another menu. So the icon keeps this one for ever, which
     // takes over the actions of the menu in force.
     QMenu shown_;
+    QAction first_; // in that menu while it has a text
+    std::function<void()> firstChosen_;
     std::unique_ptr<QSystemTrayIcon> icon_; // null before there is a panel
 };
 

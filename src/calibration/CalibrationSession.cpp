@@ -63,6 +63,7 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     session_ = std::make_shared<CollectedPoints>(_totalPoints);
     makeWindow();
     _calibrationWindow->setBackgroundColor(automatic ? kBlackColor : kWhiteColor);
+    _calibrationWindow->setWayOut(automatic ? std::nullopt : std::optional(cancelLabel_));
     _calibrationStep = 0;
     placeFirstTarget();
     _canProcessLightPenSignal = true;
@@ -76,6 +77,8 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
         autoCalibration = true;
     lastTouch_ = Platform::current().clock.now();
     endWhenUntouched(session_, kPatience);
+    if (sessionChanged_)
+        sessionChanged_();
 }
 
 // A session that replaces another one keeps the mode that the user had before the first.
@@ -262,6 +265,8 @@ void KVRCalibrationCenter::endSession() {
     session_ = nullptr;
     Platform::current().runLoop.cancelPreviousPerformRequests(this, kEndWhenUntouched, {});
     stopAnimation();
+    if (sessionChanged_)
+        sessionChanged_();
 }
 
 void KVRCalibrationCenter::closeWindow() {

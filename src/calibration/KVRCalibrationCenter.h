@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "calibration/CalibratedScreen.h"
@@ -100,6 +101,14 @@ public:
     void calibrationDidCancel(const Notification& notification);
     // Asks for the session under way to be cancelled as by the user. Any thread.
     void cancelSession();
+    // Whether a session is under way. Any thread.
+    bool inSession() const { return session_.load() != nullptr; }
+    // Called when a session has begun, and when it is over. Main thread.
+    void setSessionObserver(std::function<void()> changed) { sessionChanged_ = std::move(changed); }
+    // What a session by hand shows where a click of the mouse ends it, from the next one on; empty for no
+    // such place. In an automatic one, where the camera must see nothing beside the target, a click anywhere
+    // does.
+    void setCancelLabel(std::string label) { cancelLabel_ = std::move(label); }
     // The program ends: what a session has changed in the unit is put back. Windows end with the program.
     void programEnds();
     // How long a session waits for a touch before it is cancelled: it holds the keyboard meanwhile.
@@ -175,6 +184,8 @@ private:
     // The session under way; null when there is none. Written by the main thread.
     SharedReference<CollectedPoints> session_;
     std::shared_ptr<ViewAnimation> animation_; // the last one of the session
+    std::function<void()> sessionChanged_;
+    std::string cancelLabel_;
     // When the session began or was last touched; for the main thread.
     SharedValue<Microseconds> lastTouch_;
     // The target's, for the point thread.

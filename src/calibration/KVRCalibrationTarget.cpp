@@ -44,8 +44,9 @@ bool canBeCovered(const QRectF& rect) {
 
 KVRCalibrationTarget::KVRCalibrationTarget(const WindowRect& frame, std::uint32_t bezelStyle)
     : frame_(std::make_shared<SharedFrame>(frame)), bezelStyle_(bezelStyle) {
-    // The keys belong to the window.
+    // Keys and clicks belong to the window.
     setFocusPolicy(Qt::NoFocus);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
     placeInSuperview();
 }
 

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "calibration/KVRCalibrationWindow.h"
 
+#include <utility>
+
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPalette>
 #include <QScreen>
 
+#include "calibration/CancelPlace.h"
 #include "calibration/KVRCalibrationTarget.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/FloatPanel.h"
@@ -17,8 +21,9 @@ namespace lightpen {
 
 KVRCalibrationWindow::KVRCalibrationWindow()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
-      contentView_(new QWidget(this)) {
+      contentView_(new QWidget(this)), cancelPlace_(new CancelPlace(*contentView_)) {
     setFocusPolicy(Qt::StrongFocus);
+    connect(cancelPlace_, &QAbstractButton::clicked, this, &KVRCalibrationWindow::cancelCalibration);
 }
 
 KVRCalibrationWindow::~KVRCalibrationWindow() {
@@ -67,6 +72,12 @@ void KVRCalibrationWindow::setBackgroundColor(const Color& color) {
     setAutoFillBackground(true);
 }
 
+void KVRCalibrationWindow::setWayOut(const std::optional<std::string>& label) {
+    cancelPlace_->setLabel(QString::fromStdString(label.value_or(std::string())));
+    clickCancels_ = !label;
+    pressed_ = false;
+}
+
 // Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
 void KVRCalibrationWindow::makeKeyAndOrderFront() {
     QScreen* screen = calibrationScreen_ ? screenNamed(calibrationScreen_->name) : nullptr;
@@ -110,6 +121,19 @@ void KVRCalibrationWindow::cancelCalibration() {
 void KVRCalibrationWindow::keyPressEvent(QKeyEvent* event) {
     event->accept();
     keyDown(virtualKeyCode(event->key()));
+}
+
+// Only of a mouse: the pen's touches are the session's meanwhile, and no pointer output is made of them. The
+// click that has begun the session may still have its release to come, so the press counts too.
+void KVRCalibrationWindow::mousePressEvent(QMouseEvent* event) {
+    event->accept();
+    pressed_ = clickCancels_;
+}
+
+void KVRCalibrationWindow::mouseReleaseEvent(QMouseEvent* event) {
+    event->accept();
+    if (std::exchange(pressed_, false))
+        cancelCalibration();
 }
 
 void KVRCalibrationWindow::closeEvent(QCloseEvent* event) {

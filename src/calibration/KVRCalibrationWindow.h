@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include <QWidget>
@@ -14,6 +15,7 @@
 
 namespace lightpen {
 
+class CancelPlace;
 class KVRCalibrationTarget;
 
 // Posted when a calibration is cancelled; the object is the window.
@@ -46,6 +48,10 @@ public:
     // Called when that has changed while the window is shown. Set it before the window is shown.
     std::function<void()> onResize;
 
+    // How the mouse ends the calibration: by a click on this label, which is shown, or where there is none by
+    // a click anywhere. A compositor may give the keyboard to another screen's window, and Escape to that.
+    void setWayOut(const std::optional<std::string>& label);
+
     // Shows it on its screen, above all others, with the keyboard.
     void makeKeyAndOrderFront();
     // Draws at once.
@@ -61,6 +67,8 @@ public:
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     // A close that comes from the desktop cancels the calibration.
     void closeEvent(QCloseEvent* event) override;
     // The Tab key is swallowed like any other.
@@ -71,7 +79,10 @@ private:
     void takeSizeOfWindow();
 
     std::optional<Screen> calibrationScreen_;
-    QWidget* const contentView_; // a child, owned by this
+    QWidget* const contentView_;     // a child, owned by this
+    CancelPlace* const cancelPlace_; // in the content view, which owns it
+    bool clickCancels_ = false;
+    bool pressed_ = false; // here, and in this session
     WillCloseHandler windowWillClose_;
 
     // --- Kept by name: the program does not call it.

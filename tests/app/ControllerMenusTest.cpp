@@ -14,7 +14,16 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 
-class ControllerMenusTest : public ControllerFixture {};
+class ControllerMenusTest : public ControllerFixture {
+protected:
+    // What the panel shows: the menu in force, and what stands above it.
+    QMenu& shown() const {
+        for (QObject* holder : menu().actions().back()->associatedObjects())
+            if (auto* other = qobject_cast<QMenu*>(holder); other && other != &menu())
+                return *other;
+        throw std::runtime_error("no panel's menu");
+    }
+};
 
 TEST_F(ControllerMenusTest, WithoutAUnitThereIsOnlyTheExit) {
     wantEverything();
@@ -56,6 +65,45 @@ TEST_F(ControllerMenusTest, EachOptionalPartGoesByItsOwnDefault) {
     controller->localeDidChanged({});
     EXPECT_THAT(itemsOf(menu()),
                 ElementsAre("Calibration", "Projection Distance >", "-", "About...", "Exit"));
+}
+
+TEST_F(ControllerMenusTest, ASessionHasAnItemOnTopThatCancelsItForAsLongAsItRuns) {
+    for (const bool automatic : {false, true}) {
+        SCOPED_TRACE(automatic);
+        desk.defaults.set["Auto Calibration"] = automatic;
+        startWithUnit();
+        const auto usual = itemsOf(shown());
+        EXPECT_EQ(usual, itemsOf(menu()));
+        item("Calibration").trigger();
+        ASSERT_NE(session(), nullptr);
+        EXPECT_THAT(itemsOf(shown()),
+                    ElementsAre("Cancel the calibration", "Calibration", "-", "About...", "Exit"));
+        EXPECT_EQ(itemsOf(menu()), usual);
+        canceled.clear();
+        shown().actions().front()->trigger();
+        EXPECT_NE(session(), nullptr) << "the click is over first";
+        runMainLoop();
+        EXPECT_EQ(session(), nullptr);
+        EXPECT_EQ(canceled.size(), 1u);
+        EXPECT_EQ(itemsOf(shown()), usual);
+    }
+}
+
+TEST_F(ControllerMenusTest, TheItemOfASessionFollowsTheMenuAndLeavesWithTheLastTarget) {
+    desk.defaults.set["Language"] = std::string("de");
+    startWithUnit();
+    item("de:Calibration").trigger();
+    EXPECT_EQ(itemsOf(shown()).front(), "de:Cancel the calibration");
+    desk.defaults.set["Language"] = std::string("ja");
+    controller->localeDidChanged({});
+    EXPECT_THAT(itemsOf(shown()),
+                ElementsAre("ja:Cancel the calibration", "ja:Calibration", "-", "ja:About...", "ja:Exit"));
+    for (const CameraPoint& point : kFour) {
+        session()->lightPenCallbackAtPoint(point, *driver);
+        desk.runLoop.runFor(kGlide);
+    }
+    EXPECT_THAT(completed, testing::SizeIs(1));
+    EXPECT_EQ(itemsOf(shown()), itemsOf(menu()));
 }
 
 TEST_F(ControllerMenusTest, LinesOfTheFullMenuInTheirOrder) {

@@ -80,6 +80,22 @@ TEST_F(StatusItemInXTrayTest, AClickOpensTheMenuAndTheKeyboardPicksAnEntry) {
     EXPECT_FALSE(menuIsOpen());
 }
 
+TEST_F(StatusItemInXTrayTest, AFirstItemIsTheFirstThatTheKeyboardReaches) {
+    int chosen = 0;
+    item.setFirstItem("Stop", [&] { ++chosen; });
+    embed();
+    for (const int round : {1, 2}) {
+        clickOnTheIcon();
+        ASSERT_TRUE(comesTrue([] { return menuIsOpen(); }));
+        ASSERT_TRUE(comesTrue([&] { return !neighbour.keyboardIsFree(); }));
+        neighbour.pressKey(XNeighbour::kDown);
+        neighbour.pressKey(XNeighbour::kReturn);
+        EXPECT_TRUE(comesTrue([&] { return chosen + exits == round; }));
+        EXPECT_EQ(chosen, 1);
+        item.setFirstItem("");
+    }
+}
+
 TEST_F(StatusItemInXTrayTest, AMenuThatIsReplacedWhileItIsOpenCloses) {
     embed();
     clickOnTheIcon();

@@ -2,6 +2,9 @@
 // Sessions that are cancelled, or follow one another: what comes late dies with its session.
 #include <thread>
 
+#include <QCoreApplication>
+#include <QMouseEvent>
+
 #include "kit/calibration/SessionFixture.h"
 
 namespace lightpen {
@@ -94,6 +97,44 @@ TEST_F(CalibrationCancelTest, ClosingTheWindowFromOutsideCancels) {
     window()->close();
     expectCanceled();
     EXPECT_EQ(canceled.size(), 1u);
+}
+
+TEST_F(CalibrationCancelTest, AnAutomaticSessionEndsByAClickAnywhereAndOneByHandOnItsLabel) {
+    const auto click = [] {
+        QWidget& view = window()->contentView();
+        const QPoint low(view.width() / 2, view.height() - 20);
+        QWidget* const receiver = view.childAt(low) ? view.childAt(low) : &view;
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            QMouseEvent event(type, receiver->mapFrom(&view, low), low, Qt::LeftButton, Qt::LeftButton,
+                              Qt::NoModifier);
+            QCoreApplication::sendEvent(receiver, &event);
+        }
+    };
+    start(Kind::manual);
+    click();
+    EXPECT_TRUE(windowIsVisible()) << "it was given no label";
+    pressEscape();
+    center->setCancelLabel("Stop it");
+    for (const Kind kind : {Kind::automatic, Kind::manual, Kind::automatic}) {
+        canceled.clear();
+        start(kind);
+        touchAndWait(kFour[0]);
+        click();
+        expectCanceled();
+        EXPECT_EQ(canceled.size(), 1u);
+    }
+}
+
+TEST_F(CalibrationCancelTest, TheObserverHearsOfEachBeginningAndEnd) {
+    std::vector<bool> heard;
+    center->setSessionObserver([&] { heard.push_back(center->inSession()); });
+    EXPECT_FALSE(center->inSession());
+    start(Kind::manual);
+    pressEscape();
+    start(Kind::automatic);
+    touchAll();
+    EXPECT_EQ(heard, (std::vector{true, false, true, false}));
+    EXPECT_FALSE(center->inSession());
 }
 
 TEST_F(CalibrationCancelTest, CancelWithNothingStoredLeavesNoCalibration) {

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 
 #include "device/VirtualKeyCodes.h"
 #include "kit/calibration/SessionFixture.h"
@@ -31,6 +32,27 @@ protected:
         QApplication::sendEvent(&receiver, &event);
         return event.isAccepted();
     }
+    // A click of the mouse on whatever is there; whoever does not take the press never sees the release.
+    static void click(KVRCalibrationWindow& shown, QPoint place) {
+        mouse(shown, QEvent::MouseButtonPress, place);
+        mouse(shown, QEvent::MouseButtonRelease, place);
+    }
+    static void mouse(KVRCalibrationWindow& shown, QEvent::Type type, QPoint place) {
+        QWidget* there = shown.childAt(place);
+        QWidget& receiver = there ? *there : shown;
+        const QPointF local = receiver.mapFrom(&shown, place);
+        QMouseEvent event(type, local, shown.mapToGlobal(place), Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&receiver, &event);
+    }
+    void showWith(const std::optional<std::string>& label) {
+        plain.setCalibrationScreen(Screen{"elsewhere", {{0, 0}, {640, 480}}});
+        plain.setWayOut(label);
+        plain.makeKeyAndOrderFront();
+    }
+    static constexpr QPoint kOnLabel{320, 480 - 20};
+    static constexpr QPoint kElsewhere{320, 240};
+
     static QRgb groundOf(KVRCalibrationWindow& shown) {
         QImage image(shown.size(), QImage::Format_RGB32);
         shown.render(&image);
@@ -138,6 +160,49 @@ TEST_F(KVRCalibrationWindowTest, ClosingTellsTheDelegateAndHides) {
     EXPECT_EQ(closings.front().object, &plain);
     EXPECT_FALSE(plain.isVisible());
     EXPECT_THAT(canceled, IsEmpty());
+}
+
+TEST_F(KVRCalibrationWindowTest, AClickOnTheLabelIsEscapeAndOneElsewhereIsNothing) {
+    showWith("Stop it");
+    click(plain, kElsewhere);
+    EXPECT_THAT(canceled, IsEmpty());
+    click(plain, kOnLabel);
+    EXPECT_THAT(canceled, testing::SizeIs(1));
+    EXPECT_EQ(driver->delegate(), nullptr);
+    showWith("");
+    click(plain, kOnLabel);
+    click(plain, kElsewhere);
+    EXPECT_THAT(canceled, testing::SizeIs(1)) << "there is no such place";
+}
+
+TEST_F(KVRCalibrationWindowTest, WithoutALabelAClickAnywhereIsEscapeAndNothingIsShown) {
+    const auto target = std::make_shared<KVRCalibrationTarget>(WindowRect{{30, 30}, {20, 20}}, 1);
+    target->addToSuperview(plain.contentView());
+    plain.setBackgroundColor(kBlackColor);
+    std::size_t clicks = 0;
+    for (const QPoint place : {kOnLabel, kElsewhere, QPoint(40, 480 - 40), QPoint(639, 0)}) {
+        showWith(std::nullopt);
+        QImage picture(plain.size(), QImage::Format_RGB32);
+        target->removeFromSuperview();
+        plain.render(&picture);
+        target->addToSuperview(plain.contentView());
+        QImage black(plain.size(), QImage::Format_RGB32);
+        black.fill(Qt::black);
+        EXPECT_EQ(picture, black);
+        click(plain, place);
+        EXPECT_THAT(canceled, testing::SizeIs(++clicks)) << place.x();
+    }
+}
+
+// The click in the menu that has begun the session lets its button go over the window.
+TEST_F(KVRCalibrationWindowTest, HalfAClickIsNone) {
+    showWith(std::nullopt);
+    mouse(plain, QEvent::MouseButtonRelease, kElsewhere);
+    mouse(plain, QEvent::MouseButtonPress, kElsewhere);
+    EXPECT_THAT(canceled, IsEmpty());
+    showWith(std::nullopt);
+    mouse(plain, QEvent::MouseButtonRelease, kElsewhere);
+    EXPECT_THAT(canceled, IsEmpty()) << "it was pressed in the session before";
 }
 
 TEST_F(KVRCalibrationWindowTest, TargetsOutliveTheWindowAndKeepTheirPlace) {

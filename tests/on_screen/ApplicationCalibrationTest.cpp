@@ -102,6 +102,21 @@ TEST_F(ApplicationCalibrationTest, EscapeKeepsWhatTheFlashHad) {
     EXPECT_EQ(flash(), before);
 }
 
+// For a user whose keys go to another window.
+TEST_F(ApplicationCalibrationTest, TheMenuEndsTheSessionAsLongAsItRuns) {
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--calibrated", "--no-hand"}));
+    const auto before = flash();
+    begin();
+    Labels inSession = fullMenu("English");
+    inSession.insert(inSession.begin(), "Cancel the calibration");
+    ASSERT_TRUE(user.showsMenu(inSession));
+    ASSERT_TRUE(user.menu->click(Labels{"Cancel the calibration"}));
+    ASSERT_TRUE(sessionEnds());
+    ASSERT_TRUE(user.showsMenu(fullMenu("English")));
+    expectTap(301, 77);
+    EXPECT_EQ(flash(), before);
+}
+
 TEST_F(ApplicationCalibrationTest, AUnitThatLeavesEndsTheSession) {
     ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--no-hand"}));
     begin();

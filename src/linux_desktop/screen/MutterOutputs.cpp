@@ -110,7 +110,7 @@ void MutterOutputs::take(QDBusPendingCallWatcher* answer) {
     }
     const auto primary = primaryOf(answer->reply());
     if (!primary && !std::exchange(misunderstood_, true))
-        logLine("Screens: %s tells its state as \"%s\", which this program does not understand",
+        logLine("Screen: %s tells its state as \"%s\", which this program does not understand",
                 kService.data(), answer->reply().signature().toUtf8().constData());
     set(primary.value_or(std::string()));
 }

@@ -218,6 +218,7 @@ const std::vector<std::string>& tableKeys() {
             "Debug",
             "The camera unit is connected",
             "No camera unit",
+            "Cancel the calibration",
             "The calibration may be wrong",
             "Three of the places that you touched are close to one line. The pen may miss its place.",
             "Calibrate again",

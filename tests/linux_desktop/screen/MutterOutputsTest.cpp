@@ -110,7 +110,7 @@ TEST_F(MutterOutputsTest, AnAnswerInAnotherFormIsSaidOnceAndIsNone) {
     startWith({"eDP-1", "HDMI-1"}, "HDMI-1", Answer::anotherForm);
     EXPECT_EQ(outputs->name(), "");
     EXPECT_THAT(log.lines(),
-                ElementsAre("Screens: org.gnome.Mutter.DisplayConfig tells its state as "
+                ElementsAre("Screen: org.gnome.Mutter.DisplayConfig tells its state as "
                             "\"ua((ssss)a(siiddada{sv})a{sv})a((ssss)a(siiddada{sv})a{sv})i\", which this "
                             "program does not understand"));
     mutter.setAnswer(Answer::noScreens);

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QAbstractButton>
+
+namespace lightpen {
+
+// A labelled place in the view of a calibration, where a click of the mouse ends it. It is for users whose
+// keys do not reach the window. It stands in the middle of the view's lower edge, below all targets, and
+// follows the view's size. Main thread.
+class CancelPlace final : public QAbstractButton {
+public:
+    // Hidden, without a label.
+    explicit CancelPlace(QWidget& view);
+
+    // Shows the label; an empty one hides the place.
+    void setLabel(const QString& label);
+
+protected:
+    bool eventFilter(QObject* view, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void place();
+};
+
+} // namespace lightpen
