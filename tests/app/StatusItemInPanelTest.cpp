@@ -247,6 +247,29 @@ TEST_F(StatusItemInPanelTest, AMenuMayBeReplacedByItsOwnAction) {
     EXPECT_FALSE(old[5].expired());
 }
 
+TEST_F(StatusItemInPanelTest, AFirstItemStandsAboveWhateverMenuIsInForceUntilItIsTakenAway) {
+    int chosen = 0;
+    item->setFirstItem("Stop", [&] { ++chosen; });
+    come();
+    EXPECT_THAT(labels(), ElementsAre("Stop"));
+    const auto menu = menuOf({"Calibration", "Exit"});
+    item->setMenu(menu);
+    EXPECT_THAT(labels(), ElementsAre("Stop", "Calibration", "Exit"));
+    EXPECT_EQ(menu->actions().size(), 2) << "the menu itself stays as it is";
+    item->setMenu(menuOf({"Exit"}));
+    EXPECT_THAT(labels(), ElementsAre("Stop", "Exit"));
+    EXPECT_TRUE(panel->click({"Stop"}));
+    EXPECT_TRUE(comesTrue([&] { return chosen == 1; }));
+    item->setFirstItem("");
+    EXPECT_THAT(labels(), ElementsAre("Exit"));
+    item->setFirstItem("Halt", [&] { item->setFirstItem(""); });
+    EXPECT_THAT(labels(), ElementsAre("Halt", "Exit"));
+    SignalRecorder recorder(busAddress, "com.canonical.dbusmenu");
+    EXPECT_TRUE(panel->click({"Halt"}));
+    EXPECT_TRUE(comesTrue([&] { return labels().size() == 1; })) << "its own handler may take it away";
+    EXPECT_FALSE(recorder.messages().empty()) << "a panel hears of it";
+}
+
 TEST_F(StatusItemInPanelTest, TellsWhenTheUserOpensTheMenu) {
     int opened = 0;
     item->setMenuOpened([&] { ++opened; });
@@ -275,6 +298,24 @@ TEST_F(StatusItemInPanelTest, APanelThatStartsAgainHasTheItemWithItsMenuInForce)
         expectOneItem();
         EXPECT_THAT(labels(), ElementsAre(label));
     }
+}
+
+// Qt's Wayland side takes the token from there for the next window that asks for the focus, and a browser
+// that shows the help finds it too.
+TEST_F(StatusItemInPanelTest, APanelsTokenForTheFocusIsThereWhenTheClickComes) {
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    QByteArray found;
+    const auto menu = menuOf({"Calibration"});
+    QObject::connect(menu->actions().front(), &QAction::triggered,
+                     [&] { found = qgetenv("XDG_ACTIVATION_TOKEN"); });
+    item->setMenu(menu);
+    come();
+    for (const std::string token : {"first-1", "second-2"}) {
+        EXPECT_TRUE(panel->giveActivationToken(token));
+        EXPECT_TRUE(panel->click({"Calibration"}));
+        EXPECT_TRUE(comesTrue([&] { return found.toStdString() == token; })) << found.toStdString();
+    }
+    qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
 TEST_F(StatusItemInPanelTest, GoesWithItsOwner) {

@@ -122,6 +122,12 @@ bool MenuOverDBus::activateItem(int x, int y) {
     return call(item_, kItemInterface, QStringLiteral("Activate"), {x, y}).has_value();
 }
 
+bool MenuOverDBus::giveActivationToken(const std::string& token) {
+    return call(item_, kItemInterface, QStringLiteral("ProvideXdgActivationToken"),
+                {QString::fromStdString(token)})
+        .has_value();
+}
+
 bool MenuOverDBus::sendEvent(int id, const QString& event) {
     constexpr std::uint32_t kNow = 0;
     return callMenu(QStringLiteral("Event"), {id, event, QVariant::fromValue(QDBusVariant(0)), kNow})

@@ -52,6 +52,8 @@ public:
     QVariant itemProperty(const std::string& name);
     // Has the item do what a click on it does, at this place of the screen; false when it does not answer.
     bool activateItem(int x, int y);
+    // Hands the item what a window needs that is to come to the front by this click; false as above.
+    bool giveActivationToken(const std::string& token);
 
 private:
     std::optional<QDBusMessage> call(const QString& path, const QString& interface, const QString& method,
