@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QSocketNotifier>
 
+#include "linux_desktop/panel/ItemIsMenu.h"
 #include "linux_desktop/panel/XTray.h"
 #include "platform/Log.h"
 
@@ -72,6 +73,8 @@ void TrayStatusBar::whenAvailable(std::function<void()> handler) {
 
 void TrayStatusBar::found() {
     search_.reset();
+    // The handlers make an item, and show it in this turn of the loop.
+    QMetaObject::invokeMethod(qApp, sayThatItemsAreMenus, Qt::QueuedConnection);
     for (const auto& handler : std::exchange(waiting_, {}))
         handler();
 }

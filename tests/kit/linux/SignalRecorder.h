@@ -21,6 +21,7 @@ public:
 
     // The signals so far, oldest first.
     const std::vector<QDBusMessage>& messages() const { return messages_; }
+    void forget() { messages_.clear(); }
 
 private Q_SLOTS:
     void take(const QDBusMessage& message) { messages_.push_back(message); }

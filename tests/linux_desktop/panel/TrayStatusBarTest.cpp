@@ -12,6 +12,7 @@
 #include "kit/Xvfb.h"
 #include "kit/linux/FakeXTray.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
+#include "measure/desktop/MenuOverDBus.h"
 #include "measure/desktop/Patience.h"
 
 namespace lightpen {
@@ -40,6 +41,11 @@ protected:
     void settle() {
         for (int turn = 0; turn < 20; ++turn)
             QCoreApplication::processEvents();
+    }
+    // What a panel does at a click.
+    bool saysThatItIsAMenu() {
+        MenuOverDBus item(environment("DBUS_SESSION_BUS_ADDRESS"), watcher.items().front().service);
+        return item.itemProperty("ItemIsMenu").toBool();
     }
     FakeStatusNotifierWatcher watcher{environment("DBUS_SESSION_BUS_ADDRESS")};
     FakeXTray tray{environment("DISPLAY")};
@@ -131,6 +137,7 @@ TEST_F(TrayStatusBarDeathTest, AnIconThatIsMadeThenIsInThePanelOfTheBusAndInTheN
             showIcon();
             watcher.appear();
             bool shown = comesTrue([&] { return watcher.items().size() == 1; });
+            shown = shown && saysThatItIsAMenu();
             watcher.disappear();
             watcher.appear();
             shown = shown && comesTrue([&] { return watcher.items().size() == 1; });
