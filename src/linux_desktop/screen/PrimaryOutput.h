@@ -28,6 +28,8 @@ public:
     PrimaryOutput(const PrimaryOutput&) = delete;
     PrimaryOutput& operator=(const PrimaryOutput&) = delete;
 
+    // Whether somebody is asked at all.
+    bool isAsked() const { return mutter_ != nullptr; }
     // As Qt calls the screen; empty where nobody says, and Qt's own primary screen counts.
     const std::string& name() const { return name_; }
     // Called when the name has changed, from the main loop.

@@ -78,14 +78,16 @@ std::string namesOfScreens() {
 
 } // namespace
 
-QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen)
-    : defaults_(defaults), geometry_(geometry), chosen_(std::move(chosen)) {
+QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen,
+                     std::unique_ptr<PrimaryOutput> primary)
+    : defaults_(defaults), geometry_(geometry), chosen_(std::move(chosen)), primary_(std::move(primary)) {
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
         watch(*screen);
         update();
     });
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { update(); });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, [this] { update(); });
+    primary_->setObserver([this] { update(); });
     for (QScreen* screen : QGuiApplication::screens())
         watch(*screen);
     update();
@@ -122,8 +124,10 @@ std::string QtDesktop::chosenName() const {
 }
 
 QScreen* QtDesktop::mainScreen() const {
-    QScreen* chosen = screenCalled(chosenName());
-    return chosen ? chosen : QGuiApplication::primaryScreen();
+    for (const std::string& name : {chosenName(), primary_->name()})
+        if (QScreen* screen = name.empty() ? nullptr : screenCalled(name))
+            return screen;
+    return QGuiApplication::primaryScreen();
 }
 
 // A screen that is not there yet, or any more, may well come: a projector is plugged in after the login.
@@ -137,8 +141,22 @@ void QtDesktop::tellOfChosen() {
             missing.c_str(), namesOfScreens().c_str());
 }
 
+// Where nobody says, Qt takes the first screen that was announced.
+void QtDesktop::tellOfGuess() {
+    const bool guess = primary_->isAsked() && primary_->name().empty() && chosenName().empty() &&
+                       QGuiApplication::screens().size() > 1;
+    const std::string names = guess ? namesOfScreens() : "";
+    if (names == std::exchange(guessedAmong_, names) || names.empty())
+        return;
+    logLine(
+        "Screen: there are several (%s) and the desktop does not say which is the primary one; \"%s\" counts "
+        "until --screen NAME or the setting \"%s\" names one",
+        names.c_str(), mainScreen()->name().toStdString().c_str(), kMainScreenKey.data());
+}
+
 void QtDesktop::update() {
     tellOfChosen();
+    tellOfGuess();
     const QScreen* main = mainScreen();
     const std::vector<Screen> screens = this->screens();
     const PointerGeometry geometry = main ? PointerGeometry({main->geometry().x(), main->geometry().y()},

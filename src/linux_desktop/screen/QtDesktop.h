@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include <QObject>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
+#include "linux_desktop/screen/PrimaryOutput.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/Shared.h"
@@ -26,8 +28,10 @@ public:
     // there is no such screen, the primary one is the main one.
     static constexpr std::string_view kMainScreenKey = "Main Screen";
 
-    // Both outlive the desktop. A name that is not empty goes before the user default.
-    QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen = "");
+    // Both outlive the desktop. A name that is not empty goes before the user default. The desktop's own
+    // primary output goes before Qt's primary screen.
+    QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen = "",
+              std::unique_ptr<PrimaryOutput> primary = std::make_unique<PrimaryOutput>());
 
     // Called on the main thread when something has changed: before the frame and the geometry of the main
     // screen do, if they do, and after everything has.
@@ -46,11 +50,14 @@ private:
     void watch(QScreen& screen);
     std::string chosenName() const;
     void tellOfChosen();
+    void tellOfGuess();
 
     const UserDefaults& defaults_;
     SharedGeometry& geometry_;
     const std::string chosen_;
+    const std::unique_ptr<PrimaryOutput> primary_;
     std::string missing_;         // the chosen screen's name while it is not there
+    std::string guessedAmong_;    // the screens' names while nobody says which is the primary one
     std::vector<Screen> screens_; // as everybody has been told
     SharedRecord<std::optional<ScreenRect>> frame_;
 };

@@ -2,6 +2,7 @@
 #include "linux_desktop/screen/QtDesktop.h"
 
 #include "kit/RecordingLog.h"
+#include "kit/linux/FakeOutputOrder.h"
 #include "kit/linux/PointerOnScreen.h"
 #include "kit/linux/TestMain.h"
 
@@ -14,6 +15,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+// A compositor that answers is not too slow on any machine.
+constexpr std::chrono::seconds kPatience{10};
 constexpr PixelRect kWholeDesktop{0, 0, 1000, 600};
 
 // Two monitors side by side on one X screen: 400 x 600, and 500 x 450 that stands 100 pixels lower. They
@@ -95,6 +98,60 @@ TEST_F(QtDesktopTest, TellsOfAChosenScreenThatIsNotThereOnceUntilItHasBeenThere)
     EXPECT_THAT(log.takeLines(), Contains(HasSubstr("there is no screen called \"right\" now")));
 }
 
+// As under Wayland, where Qt's primary screen is the first one that was announced.
+TEST_F(QtDesktopTest, TheDesktopsOwnPrimaryScreenGoesBeforeQtsAndTheChosenOneBeforeBoth) {
+    addMonitors();
+    FakeOutputOrder kwin;
+    setenv("WAYLAND_DISPLAY", kwin.socket().c_str(), 1);
+    kwin.setOrder({"right", "left"});
+    kwin.appear();
+    SharedGeometry itsGeometry;
+    const QtDesktop asking(defaults, itsGeometry, "", std::make_unique<PrimaryOutput>(true, kPatience));
+    const auto isMain = [&](double width) {
+        return comesTrue([&] { return asking.mainScreenFrame()->size.width == width; });
+    };
+    EXPECT_EQ(asking.mainScreenFrame(), (ScreenRect{{0, 0}, {500, 450}})) << "at once";
+    EXPECT_EQ(itsGeometry.load(), PointerGeometry({400, 100}, 1, kWholeDesktop));
+    kwin.setOrder({"left", "right"});
+    EXPECT_TRUE(isMain(400));
+    kwin.setOrder({"right", "left"});
+    EXPECT_TRUE(isMain(500));
+    kwin.setOrder({"elsewhere", "right"});
+    EXPECT_TRUE(isMain(400)) << "Qt does not know it, so Qt's own counts";
+    kwin.setOrder({"left", "right"});
+    SharedGeometry chosenGeometry;
+    const QtDesktop chosen(defaults, chosenGeometry, "right",
+                           std::make_unique<PrimaryOutput>(true, kPatience));
+    EXPECT_EQ(chosen.mainScreenFrame(), (ScreenRect{{0, 0}, {500, 450}}));
+    unsetenv("WAYLAND_DISPLAY");
+}
+
+TEST_F(QtDesktopTest, WhereNobodySaysThereIsALineThatTellsHowToChoose) {
+    addMonitors();
+    FakeOutputOrder silent;
+    setenv("WAYLAND_DISPLAY", silent.socket().c_str(), 1);
+    RecordingLog log;
+    SharedGeometry itsGeometry;
+    QtDesktop asking(defaults, itsGeometry, "", std::make_unique<PrimaryOutput>(true, kPatience));
+    const char* const line =
+        "Screen: there are several (left, right) and the desktop does not say which is the "
+        "primary one; \"left\" counts until --screen NAME or the setting \"Main Screen\" "
+        "names one";
+    EXPECT_THAT(log.takeLines(), ElementsAre(line));
+    asking.update();
+    EXPECT_THAT(log.takeLines(), IsEmpty()) << "once";
+    SharedGeometry chosenGeometry;
+    const QtDesktop chosen(defaults, chosenGeometry, "left",
+                           std::make_unique<PrimaryOutput>(true, kPatience));
+    EXPECT_THAT(log.takeLines(), IsEmpty()) << "one is chosen";
+    silent.setOrder({"right", "left"});
+    silent.appear();
+    EXPECT_TRUE(comesTrue([&] { return asking.mainScreenFrame()->size.width == 500; }));
+    asking.update();
+    EXPECT_THAT(log.takeLines(), ElementsAre(HasSubstr("the picture is on \"right\"")));
+    unsetenv("WAYLAND_DISPLAY");
+}
+
 TEST_F(QtDesktopTest, TellsBeforeTheMainScreenChangesAndAfterwards) {
     std::vector<std::string> told;
     const auto note = [&](const char* what) {
@@ -166,5 +223,5 @@ TEST_F(QtDesktopTest, FollowsANewSizeOfTheWholeDesktop) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::Xvfb("1000x600"));
+    return lightpen::runTests<QGuiApplication>(argc, argv, lightpen::NoBus(), lightpen::Xvfb("1000x600"));
 }
