@@ -20,7 +20,7 @@ void TurnTaking::start(std::function<void()> entry) {
     const std::lock_guard hold(mutex_);
     joinEnded();
     const int self = ++started_;
-    waiting_[self] = {clock_.now(), ++waits_, {}};
+    waiting_[self] = {clock_.now(), ++waits_, {}, nullptr};
     ++running_;
     threads_[self] = std::thread([this, self, entry = std::move(entry)] { body(self, entry); });
 }
@@ -36,8 +36,7 @@ void TurnTaking::joinEnded() {
 void TurnTaking::body(int self, const std::function<void()>& entry) {
     {
         std::unique_lock hold(mutex_);
-        turn_.wait(hold, [&] { return current_ == self; });
-        waiting_.erase(self);
+        awaitTurn(hold, self);
     }
     std::optional<int> exitStatus;
     try {
@@ -57,23 +56,36 @@ void TurnTaking::body(int self, const std::function<void()>& entry) {
 void TurnTaking::wait(Microseconds until, const std::function<bool()>& woken) {
     std::unique_lock hold(mutex_);
     const int self = current_;
-    waiting_[self] = {until, ++waits_, woken};
+    waiting_[self] = {until, ++waits_, woken, nullptr};
     handOver();
-    turn_.wait(hold, [&] { return current_ == self; });
+    awaitTurn(hold, self);
+}
+
+void TurnTaking::awaitTurn(std::unique_lock<std::mutex>& hold, int self) {
+    std::condition_variable turn;
+    waiting_[self].turn = &turn;
+    turn.wait(hold, [&] { return current_ == self; });
     waiting_.erase(self);
 }
 
 void TurnTaking::handOver() {
     const Microseconds now = clock_.now();
-    const auto end = [&](const Wait& wait) {
-        return wait.woken && wait.woken() ? now : std::max(now, wait.until);
-    };
-    const auto next = std::min_element(waiting_.begin(), waiting_.end(), [&](const auto& a, const auto& b) {
-        return std::pair(end(a.second), a.second.number) < std::pair(end(b.second), b.second.number);
-    });
-    clock_.advanceTo(end(next->second));
+    auto next = waiting_.end();
+    std::pair<Microseconds, std::uint64_t> earliest;
+    for (auto each = waiting_.begin(); each != waiting_.end(); ++each) {
+        const Wait& wait = each->second;
+        const bool ends = wait.woken && wait.woken();
+        const std::pair order(ends ? now : std::max(now, wait.until), wait.number);
+        if (next != waiting_.end() && earliest <= order)
+            continue;
+        next = each;
+        earliest = order;
+    }
+    clock_.advanceTo(earliest.first);
     current_ = next->first;
-    turn_.notify_all();
+    // One who has not begun to wait yet sees that it is his turn.
+    if (next->second.turn)
+        next->second.turn->notify_one();
 }
 
 void TurnTaking::nextTurn() {

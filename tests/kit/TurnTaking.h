@@ -42,15 +42,16 @@ private:
         Microseconds until;
         std::uint64_t number;
         std::function<bool()> woken;
+        std::condition_variable* turn = nullptr; // its own, as most turns are nobody else's business
     };
     void wait(Microseconds until, const std::function<bool()>& woken);
     void handOver();  // to the next one; with the mutex held
     void joinEnded(); // with the mutex held
+    void awaitTurn(std::unique_lock<std::mutex>& hold, int self);
     void body(int self, const std::function<void()>& entry);
 
     VirtualClock& clock_;
     mutable std::mutex mutex_;
-    std::condition_variable turn_;
     int current_ = 0; // 0 is the thread that made the object
     std::map<int, Wait> waiting_;
     std::uint64_t waits_ = 0; // so far, those of threads that ended included
