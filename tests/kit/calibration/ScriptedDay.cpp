@@ -4,12 +4,14 @@
 #include <algorithm>
 #include <any>
 #include <array>
+#include <cmath>
 #include <exception>
 #include <utility>
 
 #include <QCoreApplication>
 
 #include "calibration/KVRCalibrationWindow.h"
+#include "calibration/TargetGrid.h"
 #include "device/ChTwoPoint.h"
 #include "device/VirtualKeyCodes.h"
 #include "kit/device/OffscreenApplication.h"
@@ -25,6 +27,8 @@ constexpr Size kScreen{1280, 800};
 constexpr Microseconds kStepTime{8ms};
 constexpr Microseconds kReplug{200ms}; // after a plug was pulled
 constexpr Microseconds kLoopSlice{100ms};
+constexpr Microseconds kReady{6s};   // from the plug to the first stroke
+constexpr Microseconds kRest{100ms}; // six passes of the point thread
 // Longer than any wait that has an end of its own, and than all of them in a row.
 constexpr Microseconds kPatience{120s};
 constexpr std::uint32_t kReadPairingTable = 'R';
@@ -227,6 +231,8 @@ void ScriptedDay::posted(const RecordingPointer::Posted& event) {
     if (event.type == kRightMouseDown || event.type == kRightMouseUp)
         rightDown_ = event.type == kRightMouseDown;
     tally_.presses += event.type == kLeftMouseDown;
+    if (event.type == kLeftMouseDown || event.type == kLeftMouseDragged)
+        drawnAt_ = ScreenPoint{static_cast<double>(event.location.x), static_cast<double>(event.location.y)};
 }
 
 // The doubles keep what is asked of them, for tests that compare it.
@@ -253,14 +259,34 @@ void ScriptedDay::playScript(std::span<const std::uint8_t> script) {
 }
 
 void ScriptedDay::endDay() {
+    mendUnits();
+    // A plug that was pulled may be about to be back.
+    wait(kReplug + 100ms);
+    unplugAll();
+    if (finding_.empty() && !programEnds()) {
+        drawOnceMore();
+        unplugAll();
+    }
+    over_ = true;
+}
+
+void ScriptedDay::mendUnits() {
+    // Where the targets of a calibration stand.
+    constexpr double kLeft = kTargetSideMargin, kRight = kScreen.width - kLeft;
+    constexpr double kTop = kTargetUpperMargin, kBottom = kScreen.height - kTop;
     for (CameraUnit* unit : units_) {
         *unit->faults() = Faults{};
         *unit->behaviour() = UnitBehaviour{};
+        *unit->information() = DeviceInformation{};
+        unit->flash()->store(unit->seen({kLeft, kTop}), unit->seen({kRight, kTop}),
+                             unit->seen({kLeft, kBottom}), unit->seen({kRight, kBottom}));
         unit->strayLight(std::nullopt);
         unit->lift();
     }
-    // A plug that was pulled may be about to be back.
-    wait(kReplug + 100ms);
+}
+
+// What waits for a unit ends with it, and the driver is back at rest.
+void ScriptedDay::unplugAll() {
     for (CameraUnit* unit : units_)
         unit->unplug();
     wait(1s);
@@ -271,7 +297,38 @@ void ScriptedDay::endDay() {
         desk_.runLoop.terminate(0);
         wait(kPatience, [&] { return turns_ > before; });
     }
-    over_ = true;
+}
+
+bool ScriptedDay::programEnds() const {
+    return desk_.runLoop.terminating() || turnTaking_.exitStatus();
+}
+
+// Whatever the day was, a good unit draws, and no place is left out where the pen rests: the point thread
+// takes the newest report of each pass, so that one that was sent for several passes has been lost if it is
+// not drawn.
+void ScriptedDay::drawOnceMore() {
+    constexpr std::array<ScreenPoint, 6> kPlaces{
+        {{200, 150}, {1100, 130}, {640, 400}, {170, 700}, {1000, 650}, {420, 260}}};
+    CameraUnit& unit = *units_[tally_.steps % 2];
+    perform([this] { center_->setTotalPoints(4); }); // as many as the flash keeps
+    unit.plug();
+    wait(kReady);
+    drawnAt_ = std::nullopt;
+    for (const ScreenPoint place : kPlaces) {
+        unit.touch(place);
+        if (!drawsAt(place))
+            finding_ = drawnAt_ ? "a report of a good unit is lost" : "a good unit does not draw";
+    }
+    unit.lift();
+    wait(kRest);
+    if (finding_.empty() && leftDown_)
+        finding_ = "the lifted pen of a good unit draws";
+}
+
+bool ScriptedDay::drawsAt(ScreenPoint place) {
+    constexpr double kNear = 12; // of noise, and of the camera's whole units far away from it
+    wait(kRest);
+    return drawnAt_ && std::hypot(drawnAt_->x - place.x, drawnAt_->y - place.y) < kNear;
 }
 
 void ScriptedDay::perform(DayStep step, std::uint8_t argument) {
@@ -307,6 +364,9 @@ void ScriptedDay::perform(DayStep step, std::uint8_t argument) {
         break;
     case DayStep::preview:
         perform([this] { driver_->startPointQueue(); });
+        break;
+    case DayStep::mend:
+        mendUnits();
         break;
     default:
         performAtUnit(step, *units_[argument & 1], argument);

@@ -46,6 +46,7 @@ enum class DayStep : std::uint8_t {
     keys,        // of the pairing key window
     menu,        // opens, or closes
     preview,     // shows the preview window, or hides it
+    mend,        // both units are good again, and calibrated
     count
 };
 
@@ -60,8 +61,8 @@ public:
     ScriptedDay& operator=(const ScriptedDay&) = delete;
 
     // Plays the steps, of two bytes each: what is done (a DayStep, modulo their count), and an argument. At
-    // the end both units are good again, and unplugged. Answers what is wrong then; empty when nothing is. It
-    // can be called again, unless something was wrong.
+    // the end both units are good again, one of them is plugged in anew and draws, and both are unplugged.
+    // Answers what is wrong then; empty when nothing is. It can be called again, unless something was wrong.
     std::string play(std::span<const std::uint8_t> script);
 
     Microseconds now() { return desk_.clock.now(); }
@@ -86,6 +87,11 @@ private:
 
     void playScript(std::span<const std::uint8_t> script);
     void endDay();
+    void unplugAll();
+    void mendUnits();
+    bool programEnds() const;
+    void drawOnceMore();
+    bool drawsAt(ScreenPoint place);
     void perform(DayStep step, std::uint8_t argument);
     void performAtUnit(DayStep step, CameraUnit& unit, std::uint8_t argument);
     void perform(std::function<void()> operation);
@@ -109,8 +115,9 @@ private:
     bool leftDown_ = false;
     bool rightDown_ = false;
     bool cursorHidden_ = false;
-    std::atomic<int> threads_{0}; // of the driver
-    std::atomic<long> turns_{0};  // of the main loop, outside of all that the driver waits for
+    std::optional<ScreenPoint> drawnAt_; // where the left button was pressed or dragged last
+    std::atomic<int> threads_{0};        // of the driver
+    std::atomic<long> turns_{0};         // of the main loop, outside of all that the driver waits for
     std::atomic<bool> over_{false};
     std::string finding_;
 };
