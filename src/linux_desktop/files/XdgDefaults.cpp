@@ -2,6 +2,7 @@
 #include "linux_desktop/files/XdgDefaults.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -89,6 +90,43 @@ std::string textOf(const QVariant& value) {
     return value.toStringList().join(QLatin1String(", ")).toStdString();
 }
 
+unsigned valueOf(char digit) {
+    return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
+}
+
+// What is written there, without quotes, spaces and escapes that may stand before the first letter of a
+// value.
+std::string withoutDisguise(std::string_view text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (std::string_view("\" \t\r\n").find(text[i]) != std::string_view::npos)
+            continue;
+        if (text[i] != '\\') {
+            plain += text[i];
+            continue;
+        }
+        // A character by its number, of which Qt takes 16 bits; else one that Qt may leave out.
+        const bool hexadecimal = text.substr(i + 1).starts_with('x');
+        const std::size_t first = i + (hexadecimal ? 2 : 1);
+        const auto end = std::min(
+            text.find_first_not_of(hexadecimal ? "0123456789abcdefABCDEF" : "01234567", first), text.size());
+        unsigned number = 0;
+        for (std::size_t digit = first; digit < end; ++digit)
+            number = number * (hexadecimal ? 16 : 8) + valueOf(text[digit]);
+        if (end > first)
+            plain += (number & 0xFFFF) < 0x80 ? static_cast<char>(number) : '?';
+        i = std::max(end, i + 2) - 1;
+    }
+    return plain;
+}
+
+// Qt makes objects of any kind and size out of a value, or a part of one, that begins like this.
+bool makesObjects(std::string_view text) {
+    const std::string plain = withoutDisguise(text);
+    return std::ranges::any_of(std::array{"=@Variant(", ",@Variant(", "=@DateTime(", ",@DateTime("},
+                               [&](const char* begin) { return plain.find(begin) != std::string::npos; });
+}
+
 bool isSoundLine(std::string_view line) {
     const auto first = line.find_first_not_of(" \t\r");
     if (first == std::string_view::npos || line[first] == ';')
@@ -108,7 +146,7 @@ bool isSoundLine(std::string_view line) {
 // text.
 bool isSound(std::string_view text) {
     if (!QUtf8StringView(text.data(), static_cast<qsizetype>(text.size())).isValidUtf8() ||
-        text.find('\0') != std::string_view::npos)
+        text.find('\0') != std::string_view::npos || makesObjects(text))
         return false;
     bool continued = false;
     while (!text.empty()) {

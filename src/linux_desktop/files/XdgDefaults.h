@@ -13,7 +13,8 @@ namespace lightpen {
 class XdgDefaults final : public UserDefaults {
 public:
     // Reads the file; one that does not exist is empty. A damaged one (not UTF-8, with zero bytes, over 1
-    // MiB, or with lines that say nothing) is logged, moved aside to FILE.damaged, and counts as empty.
+    // MiB, with lines that say nothing, or with values that are objects of Qt's) is logged, moved aside to
+    // FILE.damaged, and counts as empty.
     explicit XdgDefaults(std::string file);
 
     // Logs a line for each value in the file that will not count.

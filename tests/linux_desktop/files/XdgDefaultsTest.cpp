@@ -234,6 +234,29 @@ INSTANTIATE_TEST_SUITE_P(All, DamagedDefaultsTest,
                                          "[General]\nDistance=7\nLanguage=caf\xe9\n",
                                          "[General]\nDistance=7\n" + std::string(1024 * 1024, ';') + "\n"));
 
+// What Qt makes objects of, each in its own disguise: this one asks for gigabytes.
+INSTANTIATE_TEST_SUITE_P(Objects, DamagedDefaultsTest,
+                         testing::Values("Language=@Variant(\\0\\0\\0\\t(1 2 3 4)\n", //
+                                         "Language= \"\"@Variant(\\0)\n", "Language=\\x40Variant(\\0)\n",
+                                         "Language=@V\\x61r\"\"iant(\\0)\n", "Language=@DateTime(\\0)\n",
+                                         "Language=\\x10040Variant(\\0)\n", "Language=\\100Variant(\\0)\n",
+                                         "Language=\\z@Variant(\\0)\n", "Language=\\@@Variant(\\0)\n",
+                                         "Language=en, @Variant(\\0)\n", "Language=\\\n@Variant(\\0)\n",
+                                         "Language=\\\r\n@Variant(\\0)\n",
+                                         "[General]\rLanguage=@Variant(\\0)\n"));
+
+TEST_F(XdgDefaultsTest, AnAtSignWithinATextIsNoObject) {
+    write("; written @ home\nDistance=7\nLanguage=me@home.example\nScreen=caf\xc3\xa9@2\n");
+    EXPECT_EQ(reread("Language"), DefaultsValue(std::string("me@home.example")));
+    EXPECT_EQ(reread("Screen"), DefaultsValue(std::string("caf\xc3\xa9@2")));
+    for (const std::string text :
+         {"@Variant", "@String(a)", "@@", "@", "@@@x", "a @ b", "a\x01@ b", " @", "en, @b"}) {
+        ASSERT_TRUE(XdgDefaults(file).setObject("Language", text));
+        EXPECT_EQ(reread("Language"), DefaultsValue(text));
+    }
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(XdgDefaultsTest, AFolderOrAPipeInItsPlaceIsSaidAndHoldsNobodyUp) {
     for (const bool pipe : {false, true}) {
         std::filesystem::create_directories(file);
