@@ -310,6 +310,7 @@ void ScriptedDay::drawOnceMore() {
     constexpr std::array<ScreenPoint, 6> kPlaces{
         {{200, 150}, {1100, 130}, {640, 400}, {170, 700}, {1000, 650}, {420, 260}}};
     CameraUnit& unit = *units_[tally_.steps % 2];
+    mendUnits(); // a calibration that came to its end meanwhile has written its own points
     perform([this] { center_->setTotalPoints(4); }); // as many as the flash keeps
     unit.plug();
     wait(kReady);
