@@ -121,8 +121,10 @@ void KWinOutputOrder::set(std::string name) {
 void KWinOutputOrder::globalCame(void* self, wl_registry*, std::uint32_t global, const char* interface,
                                  std::uint32_t) {
     auto& order = *static_cast<KWinOutputOrder*>(self);
-    if (!order.order_ && std::string_view(interface) == kOutputOrder.name)
+    const std::string_view name = interface;
+    if (!order.order_ && name == kOutputOrder.name)
         order.bind(global);
+    order.isWeston_ = order.isWeston_ || name.starts_with("weston_");
 }
 
 void KWinOutputOrder::globalWent(void* self, wl_registry*, std::uint32_t global) {

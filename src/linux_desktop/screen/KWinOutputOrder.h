@@ -32,6 +32,8 @@ public:
     void settle(std::chrono::steady_clock::time_point until);
     // The output's name ("HDMI-A-1"); empty while nobody says.
     const std::string& name() const { return name_; }
+    // Whether the compositor is weston, which has no order of outputs.
+    bool isWeston() const { return isWeston_; }
 
 private:
     bool roundTrip(std::chrono::steady_clock::time_point until);
@@ -55,6 +57,7 @@ private:
     std::unique_ptr<QSocketNotifier> news_;
     std::optional<std::string> first_; // of the list that is being announced
     std::string name_;
+    bool isWeston_ = false;
 };
 
 } // namespace lightpen

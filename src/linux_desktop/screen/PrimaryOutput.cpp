@@ -24,6 +24,10 @@ PrimaryOutput::PrimaryOutput(bool wayland, std::chrono::milliseconds patience) {
 
 PrimaryOutput::~PrimaryOutput() = default;
 
+bool PrimaryOutput::pointersHaveOneOutput() const {
+    return kwin_ && kwin_->isWeston();
+}
+
 // The compositor's own connection says whose screens these are; the bus may be shared by several.
 void PrimaryOutput::look() {
     const std::string kwins = kwin_ ? kwin_->name() : std::string();

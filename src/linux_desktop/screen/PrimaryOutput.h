@@ -32,6 +32,9 @@ public:
     bool isAsked() const { return mutter_ != nullptr; }
     // As Qt calls the screen; empty where nobody says, and Qt's own primary screen counts.
     const std::string& name() const { return name_; }
+    // Whether the compositor gives an absolute pointer one output alone, as its panel stands, and not the
+    // whole desktop. Of those that are known only weston does.
+    bool pointersHaveOneOutput() const;
     // Called when the name has changed, from the main loop.
     void setObserver(std::function<void()> changed) { changed_ = std::move(changed); }
 

@@ -154,9 +154,22 @@ void QtDesktop::tellOfGuess() {
         names.c_str(), mainScreen()->name().toStdString().c_str(), kMainScreenKey.data());
 }
 
+// It is no desktop for a lesson, so this is only said.
+void QtDesktop::tellOfOnePointersOutput() {
+    const auto all = screens();
+    if (toldOfOneOutput_ || !primary_->pointersHaveOneOutput() || all.empty() ||
+        (all.size() == 1 && all.front().quarterTurns == 0))
+        return;
+    toldOfOneOutput_ = true;
+    logLine(
+        "Screen: this compositor (weston) is supported with one screen that is not turned; with these the "
+        "pen misses its place");
+}
+
 void QtDesktop::update() {
     tellOfChosen();
     tellOfGuess();
+    tellOfOnePointersOutput();
     const QScreen* main = mainScreen();
     const std::vector<Screen> screens = this->screens();
     const PointerGeometry geometry = main ? PointerGeometry({main->geometry().x(), main->geometry().y()},

@@ -51,13 +51,15 @@ private:
     std::string chosenName() const;
     void tellOfChosen();
     void tellOfGuess();
+    void tellOfOnePointersOutput();
 
     const UserDefaults& defaults_;
     SharedGeometry& geometry_;
     const std::string chosen_;
     const std::unique_ptr<PrimaryOutput> primary_;
-    std::string missing_;         // the chosen screen's name while it is not there
-    std::string guessedAmong_;    // the screens' names while nobody says which is the primary one
+    std::string missing_;      // the chosen screen's name while it is not there
+    std::string guessedAmong_; // the screens' names while nobody says which is the primary one
+    bool toldOfOneOutput_ = false;
     std::vector<Screen> screens_; // as everybody has been told
     SharedRecord<std::optional<ScreenRect>> frame_;
 };

@@ -44,6 +44,14 @@ FakeOutputOrder::~FakeOutputOrder() {
     wl_display_destroy(display_);
 }
 
+void FakeOutputOrder::beWeston() {
+    static const wl_interface shell{"weston_desktop_shell", 1, 0, nullptr, 0, nullptr};
+    perform([this] {
+        wl_global_create(display_, &shell, 1, nullptr,
+                         [](wl_client*, void*, std::uint32_t, std::uint32_t) {});
+    });
+}
+
 void FakeOutputOrder::appear() {
     perform([this] { global_ = wl_global_create(display_, &orderInterface, 1, this, bind); });
 }

@@ -31,6 +31,8 @@ public:
 
     // Its name, for WAYLAND_DISPLAY.
     const std::string& socket() const { return socket_; }
+    // It shows what weston has.
+    void beWeston();
     // From now on it has an order to tell, and tells it to everyone who asks.
     void appear();
     // It has none any more.

@@ -126,6 +126,26 @@ TEST_F(QtDesktopTest, TheDesktopsOwnPrimaryScreenGoesBeforeQtsAndTheChosenOneBef
     unsetenv("WAYLAND_DISPLAY");
 }
 
+TEST_F(QtDesktopTest, OnWestonSeveralScreensAreALineOnce) {
+    FakeOutputOrder weston;
+    weston.beWeston();
+    setenv("WAYLAND_DISPLAY", weston.socket().c_str(), 1);
+    RecordingLog log;
+    SharedGeometry itsGeometry;
+    defaults.setObject("Main Screen", std::string("screen"));
+    QtDesktop asking(defaults, itsGeometry, "", std::make_unique<PrimaryOutput>(true, kPatience));
+    EXPECT_THAT(log.takeLines(), IsEmpty()) << "one that is not turned is right";
+    addMonitors();
+    EXPECT_TRUE(comesTrue([&] { return asking.screens().size() == 2; }));
+    asking.update();
+    EXPECT_EQ(std::ranges::count_if(log.takeLines(),
+                                    [](const std::string& line) {
+                                        return line.starts_with("Screen: this compositor (weston)");
+                                    }),
+              1);
+    unsetenv("WAYLAND_DISPLAY");
+}
+
 TEST_F(QtDesktopTest, WhereNobodySaysThereIsALineThatTellsHowToChoose) {
     addMonitors();
     FakeOutputOrder silent;
