@@ -28,15 +28,18 @@ namespace lightpen {
 
 // The X server, the window manager and the bus on which the tests of a program run the application.
 struct ApplicationStage {
-    ApplicationStage() {
+    ApplicationStage() : ApplicationStage(kWidth, kHeight) {
+        manager = std::make_unique<WindowManager>(server.display());
+    }
+    // Of this size, without a window manager.
+    ApplicationStage(int width, int height) : server(std::to_string(width) + "x" + std::to_string(height)) {
         server.enter();
         bus.enter();
-        manager = std::make_unique<WindowManager>(server.display());
     }
 
     static constexpr int kWidth = 1024;
     static constexpr int kHeight = 768;
-    const Xvfb server{std::to_string(kWidth) + "x" + std::to_string(kHeight)};
+    const Xvfb server;
     const PrivateBus bus;
     std::unique_ptr<WindowManager> manager;
 };
@@ -168,10 +171,11 @@ private:
     }
 };
 
-// The main function of a test on the stage.
-inline int runOnApplicationStage(int argc, char** argv) {
+// The main function of a test on the stage, of the usual size or of this one.
+template <class... Size>
+int runOnApplicationStage(int argc, char** argv, Size... size) {
     testing::InitGoogleTest(&argc, argv);
-    const ApplicationStage stage;
+    const ApplicationStage stage(size...);
     applicationStage = &stage;
     const QApplication application(argc, argv);
     return RUN_ALL_TESTS();
