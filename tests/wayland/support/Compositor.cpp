@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#include "wayland/support/Compositor.h"
+
+#include <stdexcept>
+
+#include "kit/TemporaryDirectory.h"
+
+namespace lightpen {
+
+std::vector<Layout> everyLayout() {
+    const Output first{.name = "Virtual-1", .width = 1280, .height = 800};
+    const Output second{.name = "Virtual-2", .width = 1024, .height = 768, .left = 1280};
+    const Output large{.name = "Virtual-2", .width = 1920, .height = 1200, .left = 1280};
+    const auto scaled = [](Output output, double scale) {
+        output.scale = scale;
+        return output;
+    };
+    Output turned = second;
+    turned.turned = true;
+    return {{"one output", {first}, "", first.name},
+            {"two outputs", {first, second}, "", first.name},
+            {"the second chosen", {first, second}, second.name, second.name},
+            {"the second at scale 2", {first, scaled(large, 2)}, large.name, large.name},
+            {"the second at scale 1.5", {first, scaled(large, 1.5)}, large.name, large.name},
+            {"the second turned", {first, turned}, turned.name, turned.name}};
+}
+
+std::unique_ptr<Compositor> startCompositor(const std::string& name, const GuestUser& user) {
+    // The card's second head counts as connected from now on.
+    writeFile("/sys/class/drm/card0-Virtual-2/status", "on");
+    if (name == "sway")
+        return startSway(user);
+    throw std::runtime_error("there is no desktop " + name);
+}
+
+} // namespace lightpen
