@@ -175,8 +175,9 @@ class WithoutGuest(unittest.TestCase):
             self.assertEqual((run.returncode, run.stdout), (1, b""), words)
             self.assertIn(text, run.stderr)
 
-    def test_a_folder_for_results_must_be_there(self):
-        self.assertEqual(boot("true", options=["--results", "/no/such/folder"]).returncode, 1)
+    def test_a_folder_must_be_there(self):
+        for option in ("--results", "--desktops"):
+            self.assertEqual(boot("true", options=[option, "/no/such/folder"]).returncode, 1, option)
 
 
 if __name__ == "__main__":

@@ -7,9 +7,15 @@
 
 namespace lightpen {
 
+Size sizeOf(const Output& output, double scale) {
+    const Size size{output.width / scale, output.height / scale};
+    return output.turned ? Size{size.height, size.width} : size;
+}
+
+// Modes that the emulated card has on both outputs.
 std::vector<Layout> everyLayout() {
-    const Output first{.name = "Virtual-1", .width = 1280, .height = 800};
-    const Output second{.name = "Virtual-2", .width = 1024, .height = 768, .left = 1280};
+    const Output first{.name = "Virtual-1", .width = 1280, .height = 768, .primary = true};
+    const Output second{.name = "Virtual-2", .width = 1440, .height = 900, .left = 1280};
     const Output large{.name = "Virtual-2", .width = 1920, .height = 1200, .left = 1280};
     const auto scaled = [](Output output, double scale) {
         output.scale = scale;
@@ -30,6 +36,10 @@ std::unique_ptr<Compositor> startCompositor(const std::string& name, const Guest
     writeFile("/sys/class/drm/card0-Virtual-2/status", "on");
     if (name == "sway")
         return startSway(user);
+    if (name == "mutter")
+        return startMutter(user);
+    if (name == "kwin")
+        return startKwin(user);
     throw std::runtime_error("there is no desktop " + name);
 }
 

@@ -15,10 +15,14 @@ struct Output {
     std::string name; // that the kernel gives it, and every desktop too
     int width = 0;    // of its mode, in pixels
     int height = 0;
-    int left = 0;        // of its left edge in the layout; all outputs begin at the top
-    double scale = 1;    // pixels a point
-    bool turned = false; // by a quarter
+    int left = 0;         // of its left edge in the layout; all outputs begin at the top
+    double scale = 1;     // pixels a point
+    bool turned = false;  // by a quarter
+    bool primary = false; // the desktop's own, where it has such a one
 };
+
+// Its size as it is shown, in points of so many pixels.
+Size sizeOf(const Output& output, double scale);
 
 // How the outputs are set; those that are left out are off.
 struct Layout {
@@ -41,6 +45,8 @@ public:
 
     // Sets the outputs. Throws when the desktop refuses.
     virtual void set(const Layout& layout) = 0;
+    // The size in points that a program is told of an output that is set so.
+    virtual Size pointsOf(const Output& output) const { return sizeOf(output, output.scale); }
     // Whether it can have the layout.
     virtual bool offers(const Layout&) const { return true; }
     // Its name and version, as it tells them.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "wayland/support/PressWatch.h"
 
-#include <algorithm>
+#include <chrono>
 #include <sstream>
 
 #include "kit/Eventually.h"
@@ -11,12 +11,14 @@ namespace lightpen {
 PressWatch::PressWatch(const LoginSession& session)
     : program_({LIGHTPEN_PRESSES}, session.options(output_.writeEnd())) {}
 
-bool PressWatch::covers(const std::vector<std::string>& screens) {
-    const auto covered = [&](const std::string& screen) { return screens_.contains(screen); };
+bool PressWatch::covers(const std::map<std::string, Size>& screens) {
     return eventually(
         [&] {
             presses();
-            return std::all_of(screens.begin(), screens.end(), covered);
+            std::map<std::string, Size> covered;
+            for (const auto& [name, sizes] : screens_)
+                covered[name] = sizes.screen;
+            return covered == screens;
         },
         std::chrono::seconds(60));
 }
@@ -31,6 +33,7 @@ const std::vector<PressWatch::Press>& PressWatch::presses() {
 }
 
 void PressWatch::take(const std::string& line) {
+    said_ += line + "\n";
     std::istringstream words(line);
     std::string kind;
     std::string screen;

@@ -23,10 +23,13 @@ public:
 
     explicit PressWatch(const LoginSession& session);
 
-    // Waits until each of these screens is covered; false when that takes too long.
-    bool covers(const std::vector<std::string>& screens);
-    // The size that Qt says this screen has, in points; after covers.
-    Size sizeOf(const std::string& screen) const { return screens_.at(screen).screen; }
+    // Waits until screens of these names and sizes in points, and no others, are covered; false when that
+    // takes too long.
+    bool covers(const std::map<std::string, Size>& screens);
+    // The size of the window on this screen, in its own points; after covers.
+    Size windowOn(const std::string& screen) const { return screens_.at(screen).window; }
+    // What the program has said, for a failing test's message.
+    const std::string& said() const { return said_; }
     // All presses so far.
     const std::vector<Press>& presses();
 
@@ -40,6 +43,7 @@ private:
     Pipe output_;
     ChildProcess program_;
     std::string rest_;
+    std::string said_;
     std::map<std::string, Covered> screens_;
     std::vector<Press> presses_;
 };
