@@ -42,14 +42,15 @@ void DesktopNotices::listen() {
     if (std::exchange(listens_, true))
         return;
     auto bus = QDBusConnection::sessionBus();
-    const auto connect = [&](const char* signal, const char* slot) {
+    // With its types, or the library would end the program over a list where the slot has a plain value.
+    const auto connect = [&](const char* signal, const char* types, const char* slot) {
         if (!bus.connect(QLatin1String(kService), QLatin1String(kPath), QLatin1String(kService),
-                         QLatin1String(signal), this, slot) &&
+                         QLatin1String(signal), QLatin1String(types), this, slot) &&
             bus.isConnected())
             logLine("Notices: what the user chooses in them will not be heard");
     };
-    connect("ActionInvoked", SLOT(actionInvoked(uint, QString)));
-    connect("NotificationClosed", SLOT(notificationClosed(uint, uint)));
+    connect("ActionInvoked", "us", SLOT(actionInvoked(uint, QString)));
+    connect("NotificationClosed", "uu", SLOT(notificationClosed(uint, uint)));
 }
 
 void DesktopNotices::show(UserNotice notice) {

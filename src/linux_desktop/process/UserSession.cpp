@@ -50,8 +50,9 @@ UserSession::UserSession(RunLoop& runLoop) : runLoop_(runLoop) {
         ask();
         tell();
     });
-    system_.connect(kService, kManagerPath, text(kManager), QStringLiteral("PrepareForSleep"), this,
-                    SLOT(takeSleep(bool)));
+    // With its types, or the library would end the program over a list where the slot has a plain value.
+    system_.connect(kService, kManagerPath, text(kManager), QStringLiteral("PrepareForSleep"),
+                    QStringLiteral("b"), this, SLOT(takeSleep(bool)));
     ask();
 }
 

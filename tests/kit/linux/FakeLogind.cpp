@@ -98,6 +98,12 @@ void FakeLogind::babble() {
     tell({1, QStringLiteral("Active")});
     tell({QStringLiteral("org.freedesktop.login1.User"), QVariantMap{{QStringLiteral("Active"), false}},
           QStringList()});
+    for (const QVariantList& arguments : {QVariantList{QVariant::fromValue(QList<int>{1})}, QVariantList{}}) {
+        auto signal = QDBusMessage::createSignal(kPath, QStringLiteral("org.freedesktop.login1.Manager"),
+                                                 QStringLiteral("PrepareForSleep"));
+        signal.setArguments(arguments);
+        bus_.send(signal);
+    }
 }
 
 LogindProgram::LogindProgram(const std::string& address, std::function<void(FakeLogind&)> setUp) {

@@ -32,18 +32,27 @@ unsigned FakeNotificationServer::Notify(const QString&, unsigned, const QString&
     return static_cast<unsigned>(shown.size());
 }
 
-void FakeNotificationServer::tell(const QString& signal, unsigned number, const QVariant& argument) {
+void FakeNotificationServer::tell(const QString& signal, const QVariantList& arguments) {
     auto message = QDBusMessage::createSignal(kPath, kName, signal);
-    message << number << argument;
+    message.setArguments(arguments);
     bus_.send(message);
 }
 
 void FakeNotificationServer::choose(unsigned number, const QString& key) {
-    tell(QStringLiteral("ActionInvoked"), number, key);
+    tell(QStringLiteral("ActionInvoked"), {number, key});
 }
 
 void FakeNotificationServer::close(unsigned number) {
-    tell(QStringLiteral("NotificationClosed"), number, kClosedByUser);
+    tell(QStringLiteral("NotificationClosed"), {number, kClosedByUser});
+}
+
+void FakeNotificationServer::babble(unsigned number) {
+    const auto list = QVariant::fromValue(QList<int>{1});
+    for (const auto& signal : {QStringLiteral("ActionInvoked"), QStringLiteral("NotificationClosed")})
+        for (const QVariantList& arguments :
+             {QVariantList{}, QVariantList{number}, QVariantList{number, list},
+              QVariantList{list, QStringLiteral("0")}})
+            tell(signal, arguments);
 }
 
 } // namespace lightpen

@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QStringList>
+#include <QVariantList>
 #include <QVariantMap>
 
 namespace lightpen {
@@ -28,6 +29,8 @@ public:
     // The user chooses an action of the notice with this number, counted from 1, or closes it.
     void choose(unsigned number, const QString& key);
     void close(unsigned number);
+    // Tells nonsense of the notice.
+    void babble(unsigned number);
 
     std::vector<Shown> shown;
 
@@ -36,7 +39,7 @@ public Q_SLOTS:
                     const QString& text, const QStringList& actions, const QVariantMap& hints, int expires);
 
 private:
-    void tell(const QString& signal, unsigned number, const QVariant& argument);
+    void tell(const QString& signal, const QVariantList& arguments);
 
     QDBusConnection bus_;
 };

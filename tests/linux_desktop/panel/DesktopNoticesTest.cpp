@@ -76,6 +76,7 @@ TEST_F(DesktopNoticesTest, NonsenseAndOtherProgramsNoticesDoNothing) {
     for (const char* key : {"2", "-1", "", "default", "0x0", "18446744073709551616"})
         server->choose(1, key);
     server->choose(77, "0");
+    server->babble(1);
     letNewsArrive();
     EXPECT_THAT(chosen, IsEmpty());
     server->close(1);
