@@ -59,7 +59,7 @@ std::string plain(const std::string& unit) {
     return name;
 }
 
-// What an entry begins with, for points of this unit; its points follow.
+// The points as an entry ends with them: ",x,y,x,y".
 std::string pointsText(const PointList& points) {
     std::string text;
     for (const CameraPoint point : points) {

@@ -120,22 +120,19 @@ void KVRCalibrationCenter::windowDidResize() {
     if (session->points()->empty())
         placeFirstTarget();
     else
-        endSessionBecause("its window has changed its size");
+        cancelSession("its window has changed its size");
 }
 
 void KVRCalibrationCenter::checkScreenOfSession() {
+    if (!_calibrationScreen)
+        return;
     const auto screens = Platform::current().desktop.screens();
     const auto found = std::ranges::find(screens, _calibrationScreen->name, &Screen::name);
     if (found == screens.end())
-        endSessionBecause("its screen has left");
+        cancelSession("its screen has left");
     else if (found->frame.size != _calibrationScreen->frame.size ||
              found->quarterTurns != _calibrationScreen->quarterTurns)
-        endSessionBecause("its screen has changed");
-}
-
-void KVRCalibrationCenter::endSessionBecause(const char* reason) {
-    logLine("Calibration: %s; it ends", reason);
-    cancelSession();
+        cancelSession("its screen has changed");
 }
 
 WindowPoint KVRCalibrationCenter::targetOriginOfStep(std::int64_t step) const {
@@ -280,9 +277,11 @@ void KVRCalibrationCenter::windowWillClose(const Notification&) {
         showCursor();
 }
 
-void KVRCalibrationCenter::cancelSession() {
+void KVRCalibrationCenter::cancelSession(const char* reason) {
     if (const SessionRef session = session_)
-        performForSession(session, "cancelCalibration", [](KVRCalibrationCenter& self) {
+        performForSession(session, "cancelCalibration", [reason](KVRCalibrationCenter& self) {
+            if (reason)
+                logLine("Calibration: %s; it ends", reason);
             if (self._calibrationWindow)
                 self._calibrationWindow->cancelCalibration();
         });
@@ -299,7 +298,7 @@ void KVRCalibrationCenter::endWhenUntouched(const SessionRef& session, Microseco
         const Microseconds left = self.lastTouch_.load() + kPatience - Platform::current().clock.now();
         if (left > Microseconds::zero())
             return self.endWhenUntouched(session, left);
-        self.endSessionBecause("nobody has touched the screen for three minutes");
+        self.cancelSession("nobody has touched the screen for three minutes");
     });
     Platform::current().runLoop.performAfterDelay({this, kEndWhenUntouched, {}, std::move(look)}, wait);
 }

@@ -99,8 +99,9 @@ public:
     void animationDidEnd(const ViewAnimation& animation);
     // Ends the session without a result: the calibration that the unit has stored is in force again.
     void calibrationDidCancel(const Notification& notification);
-    // Asks for the session under way to be cancelled as by the user. Any thread.
-    void cancelSession();
+    // Asks for the session under way to be cancelled as by the user, with a log line where there is a reason:
+    // a literal. Any thread.
+    void cancelSession(const char* reason = nullptr);
     // Whether a session is under way. Any thread.
     bool inSession() const { return session_.load() != nullptr; }
     // Called when a session has begun, and when it is over. Main thread.
@@ -150,7 +151,6 @@ private:
     void placeFirstTarget();
     void windowDidResize();
     void checkScreenOfSession();
-    void endSessionBecause(const char* reason);
     void showTarget();
     void complete(const CollectedPoints& session);
     void endSession();

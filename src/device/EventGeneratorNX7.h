@@ -241,8 +241,8 @@ public:
     void screenWasCovered();
     // Restarts the unit where the check view was shown, so that the light test tells what to show now.
     void screenWasUncovered();
-    // A check view that is shown follows the main screen. A long press that waits is cancelled: its place
-    // was in the picture as it was.
+    // A check view that is shown is shown anew, where the main screen is now. A long press that waits is
+    // cancelled: its place may have been in another picture.
     void screensDidChange();
 
     // --- Pairing (Pairing.cpp)

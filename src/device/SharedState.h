@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The process-wide values of the driver. Both of its threads read and write them at any time: each is a
-// single word, or a value that is swapped whole, and the point thread reads them anew on every pass.
+// The process-wide values of the driver. Both of its threads read and write them at any time, but those of
+// the main thread alone, which say so: each is a single word, or a value that is swapped whole, and the point
+// thread reads them anew on every pass.
 #pragma once
 
 #include <cstdint>

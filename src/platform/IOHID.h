@@ -112,8 +112,9 @@ public:
     // kIOReturnNotOpen when it is not open; a send under way may end with that too.
     virtual IOReturn close() = 0;
     // Sends an output report without a number and waits until the unit has taken it, at most timeoutMs
-    // (kIOHIDNoTimeout: no limit; later it may still go out, in its order). One without bytes succeeds, and
-    // is not sent. Else kIOReturnNoDevice (gone), ...NotOpen, ...Unsupported (another report), ...Timeout.
+    // (kIOHIDNoTimeout: no limit); after that it may still go out, in its order, and the answer is
+    // kIOReturnTimeout. One without bytes succeeds, and is not sent. kIOReturnNoDevice once the unit is gone,
+    // kIOReturnNotOpen, kIOReturnUnsupported for a report of any other kind.
     virtual IOReturn setReport(IOHIDReportType type, std::uint32_t reportID,
                                std::span<const std::uint8_t> report, std::uint32_t timeoutMs) = 0;
     // A new queue for this interface's reports, owned by the caller; null when there can be none.

@@ -14,7 +14,8 @@ struct Screen {
     std::string name;
     // In points, counted from the main screen's top-left corner; screens to its left have a negative x.
     ScreenRect frame;
-    // How far its picture is turned against the panel that shows it, counter-clockwise: 0 to 3.
+    // How far its picture is turned, counter-clockwise: 0 to 3, as the window system counts. Only differences
+    // mean something; always 0 where the window system does not say.
     int quarterTurns = 0;
     friend bool operator==(const Screen&, const Screen&) = default;
 };

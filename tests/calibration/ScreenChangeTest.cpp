@@ -5,7 +5,7 @@
 namespace lightpen {
 namespace {
 
-using testing::ElementsAre;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -136,15 +136,28 @@ TEST_F(ScreenChangeTest, AScreenThatLeavesCancelsItsSession) {
     touchAndWait({700, 800});
     happened.clear();
     show(screen(640, 480, "laptop"));
-    EXPECT_THAT(happened.takeAll(), ElementsAre(HasSubstr("Calibration: its screen has left; it ends")));
+    show(screen(640, 400, "laptop")); // news come in several pieces
     runMainLoop();
+    EXPECT_THAT(happened.takeAll(),
+                Contains(HasSubstr("Calibration: its screen has left; it ends")).Times(1));
     EXPECT_THAT(canceled, SizeIs(1));
     EXPECT_FALSE(windowIsVisible());
     EXPECT_EQ(driver->delegate(), nullptr);
     EXPECT_THAT(completed, IsEmpty());
     EXPECT_EQ(*center->calibrationPoints(), *driver->calibrationPointsFromFlash());
-    EXPECT_EQ(center->calibrators()->front()->destinationRect(), (ScreenRect{{170, 75}, {300, 330}}))
+    EXPECT_EQ(center->calibrators()->front()->destinationRect(), (ScreenRect{{170, 75}, {300, 250}}))
         << "the stored calibration, on the screen that is left";
+}
+
+TEST_F(ScreenChangeTest, ASessionWithoutAnyScreenHearsOfNewsToo) {
+    show(std::nullopt);
+    center = std::make_shared<KVRCalibrationCenter>(0, kClearColor, 2, std::nullopt);
+    start(Kind::manual);
+    show(std::nullopt);
+    runMainLoop();
+    EXPECT_THAT(canceled, IsEmpty());
+    pressEscape();
+    EXPECT_THAT(canceled, SizeIs(1));
 }
 
 TEST_F(ScreenChangeTest, AScreenThatChangesCancelsItsSession) {
@@ -153,8 +166,8 @@ TEST_F(ScreenChangeTest, AScreenThatChangesCancelsItsSession) {
         start(Kind::automatic);
         happened.clear();
         show(changed);
-        EXPECT_THAT(happened.takeAll(), ElementsAre(HasSubstr("its screen has changed; it ends")));
         runMainLoop();
+        EXPECT_THAT(happened.takeAll(), Contains(HasSubstr("its screen has changed; it ends")).Times(1));
         EXPECT_FALSE(windowIsVisible());
     }
     EXPECT_THAT(canceled, SizeIs(2));
@@ -198,9 +211,9 @@ TEST_F(ScreenChangeTest, AWindowThatChangesItsSizeBetweenTouchesCancelsTheSessio
     happened.clear();
     window()->resize(960, 540);
     QCoreApplication::processEvents();
-    EXPECT_THAT(happened.takeAll(),
-                ElementsAre(HasSubstr("Calibration: its window has changed its size; it ends")));
     runMainLoop();
+    EXPECT_THAT(happened.takeAll(),
+                Contains(HasSubstr("Calibration: its window has changed its size; it ends")).Times(1));
     EXPECT_FALSE(windowIsVisible());
     EXPECT_THAT(completed, IsEmpty());
 }

@@ -149,6 +149,10 @@ public:
             listen();
     }
 
+    ~EmulatedDesk() { platform_.notifications.removeObserver(this); }
+    EmulatedDesk(const EmulatedDesk&) = delete;
+    EmulatedDesk& operator=(const EmulatedDesk&) = delete;
+
     void started() { driver_.started(); }
 
 private:

@@ -56,7 +56,7 @@ private:
     const int property_;
 };
 
-// Qt's side of the item; null where it is not as expected, or has been taken the place of.
+// Qt's side of the item; null where it is not as expected, or where a MenuItem stands for it already.
 QDBusAbstractAdaptor* sideOnTheBus(const QObject& item) {
     QDBusAbstractAdaptor* found = nullptr;
     for (QObject* child : item.children()) {
@@ -92,7 +92,7 @@ void sayThatItemsAreMenus() {
         if (!side)
             continue;
         new MenuItem(*item, *side); // the item's
-        // It is to be in its place before anybody asks, and that is a request of the library's to itself.
+        // The library takes it up in a posted request. That must be done before a panel asks.
         for (QObject* child : item->children())
             QCoreApplication::sendPostedEvents(child, QEvent::MetaCall);
     }

@@ -12,8 +12,10 @@ LatePointer::LatePointer(LinuxPointer& pointer, const QString& folder) : pointer
 }
 
 void LatePointer::tryAgain() {
-    if (!devices_.directories().isEmpty() && pointer_.findWay())
-        devices_.removePaths(devices_.directories());
+    if (pointer_.hasWay() || !pointer_.findWay())
+        return;
+    if (const QStringList watched = devices_.directories(); !watched.isEmpty())
+        devices_.removePaths(watched);
 }
 
 } // namespace lightpen

@@ -20,8 +20,8 @@ union wl_argument;
 namespace lightpen {
 
 // The first output in the order that KWin, the compositor of KDE, announces to its clients as
-// kde_output_order_v1: its primary one. Listens on a connection of its own, since Qt's is Qt's to read. Main
-// thread.
+// kde_output_order_v1: its primary one. Also knows weston by what it offers. Listens on a connection of its
+// own, since Qt's is Qt's to read. Main thread.
 class KWinOutputOrder final : public QObject {
 public:
     // Connects to the compositor of the environment and asks. The handler is called when name() has changed.

@@ -15,6 +15,13 @@ namespace lightpen {
 
 namespace {
 
+// While there is no screen Qt keeps one without a size.
+QList<QScreen*> realScreens() {
+    auto all = QGuiApplication::screens();
+    all.removeIf([](const QScreen* screen) { return screen->geometry().isEmpty(); });
+    return all;
+}
+
 // The size of the whole X desktop, which can be larger than what its screens show; empty elsewhere.
 QSize xDesktopSize() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -44,12 +51,16 @@ PixelRect wholeDesktop() {
     if (const QSize size = xDesktopSize(); !size.isEmpty())
         return {0, 0, size.width(), size.height()};
     QRect whole;
-    for (const QScreen* screen : QGuiApplication::screens())
+    for (const QScreen* screen : realScreens())
         whole |= pixelRect(*screen);
     return {whole.x(), whole.y(), whole.width(), whole.height()};
 }
 
+// Under X11 Qt follows the rotation of the server's first output alone. One that is not right would turn a
+// good calibration, so none is told there.
 int quarterTurnsOf(const QScreen& screen) {
+    if (!layoutIsInPoints())
+        return 0;
     switch (screen.orientation()) {
     case Qt::PortraitOrientation:
         return 1;
@@ -62,8 +73,8 @@ int quarterTurnsOf(const QScreen& screen) {
     }
 }
 
-QScreen* screenCalled(const std::string& name) {
-    const auto screens = QGuiApplication::screens();
+QScreen* screenNamed(const std::string& name) {
+    const auto screens = realScreens();
     const auto found = std::ranges::find_if(
         screens, [&](const QScreen* screen) { return screen->name().toStdString() == name; });
     return found == screens.end() ? nullptr : *found;
@@ -71,7 +82,7 @@ QScreen* screenCalled(const std::string& name) {
 
 std::string namesOfScreens() {
     QStringList names;
-    for (const QScreen* screen : QGuiApplication::screens())
+    for (const QScreen* screen : realScreens())
         names += screen->name();
     return names.join(QStringLiteral(", ")).toStdString();
 }
@@ -91,6 +102,7 @@ QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std
     for (QScreen* screen : QGuiApplication::screens())
         watch(*screen);
     update();
+    started_ = true;
 }
 
 void QtDesktop::watch(QScreen& screen) {
@@ -106,7 +118,7 @@ std::vector<Screen> QtDesktop::screens() const {
     const QScreen* main = mainScreen();
     if (!main)
         return all;
-    for (const QScreen* screen : QGuiApplication::screens()) {
+    for (const QScreen* screen : realScreens()) {
         const QRect points = screen->geometry();
         const QPointF corner = QPointF(points.topLeft() - main->geometry().topLeft()) / pixelsPerPoint(*main);
         all.insert(screen == main ? all.begin() : all.end(),
@@ -125,15 +137,19 @@ std::string QtDesktop::chosenName() const {
 
 QScreen* QtDesktop::mainScreen() const {
     for (const std::string& name : {chosenName(), primary_->name()})
-        if (QScreen* screen = name.empty() ? nullptr : screenCalled(name))
+        if (QScreen* screen = name.empty() ? nullptr : screenNamed(name))
             return screen;
-    return QGuiApplication::primaryScreen();
+    const auto screens = realScreens();
+    QScreen* const primary = QGuiApplication::primaryScreen();
+    if (screens.isEmpty())
+        return nullptr;
+    return screens.contains(primary) ? primary : screens.front();
 }
 
 // A screen that is not there yet, or any more, may well come: a projector is plugged in after the login.
 void QtDesktop::tellOfChosen() {
     const std::string name = chosenName();
-    const std::string missing = name.empty() || screenCalled(name) ? "" : name;
+    const std::string missing = name.empty() || screenNamed(name) ? "" : name;
     if (missing == std::exchange(missing_, missing) || missing.empty())
         return;
     logLine("Screen: there is no screen called \"%s\" now (there are: %s); until it comes, the desktop's "
@@ -143,8 +159,8 @@ void QtDesktop::tellOfChosen() {
 
 // Where nobody says, Qt takes the first screen that was announced.
 void QtDesktop::tellOfGuess() {
-    const bool guess = primary_->isAsked() && primary_->name().empty() && chosenName().empty() &&
-                       QGuiApplication::screens().size() > 1;
+    const bool guess =
+        primary_->isAsked() && primary_->name().empty() && chosenName().empty() && realScreens().size() > 1;
     const std::string names = guess ? namesOfScreens() : "";
     if (names == std::exchange(guessedAmong_, names) || names.empty())
         return;
@@ -183,7 +199,7 @@ void QtDesktop::update() {
     const auto now = first(screens), before = first(screens_);
     if (beforeMainScreenChanges && (now != before || geometry != geometry_.load()))
         beforeMainScreenChanges();
-    if (now && before && now != before)
+    if (started_ && now && now != before)
         logLine("Screen: the picture is on \"%s\", %g x %g points", now->name.c_str(), now->frame.size.width,
                 now->frame.size.height);
     screens_ = screens;

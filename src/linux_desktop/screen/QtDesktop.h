@@ -60,6 +60,7 @@ private:
     std::string missing_;      // the chosen screen's name while it is not there
     std::string guessedAmong_; // the screens' names while nobody says which is the primary one
     bool toldOfOneOutput_ = false;
+    bool started_ = false;        // from now on a change of the main screen is told
     std::vector<Screen> screens_; // as everybody has been told
     SharedRecord<std::optional<ScreenRect>> frame_;
 };

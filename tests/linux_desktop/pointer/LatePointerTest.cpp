@@ -76,6 +76,14 @@ TEST_F(LatePointerTest, IsFoundWhenSomebodyAsksForIt) {
     EXPECT_TRUE(pointer_.hasWay());
 }
 
+// The kernel may have no watch left to give.
+TEST_F(LatePointerTest, IsFoundWhenSomebodyAsksThoughTheDevicesCannotBeWatched) {
+    LatePointer blind(pointer_, QStringLiteral("/nowhere"));
+    allowed_ = true;
+    blind.tryAgain();
+    EXPECT_TRUE(pointer_.hasWay());
+}
+
 TEST_F(LatePointerTest, IsNotLookedForAnyMoreOnceItIsThere) {
     allowed_ = true;
     late_.tryAgain();
