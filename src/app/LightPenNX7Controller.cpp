@@ -117,7 +117,7 @@ void LightPenNX7Controller::awakeFromNib() {
 
 void LightPenNX7Controller::makeStatusItem() {
     statusItem_ = std::make_unique<StatusItem>();
-    statusItem_->setImage(resourceIcon("disconn"));
+    statusItem_->setImage(statusImage("disconn"));
     statusItem_->setMenuOpened([this] { menuOpened(); });
     statusItem_->setMenuClosed([] { EventGeneratorNX7::giveBackPairingKeys(); });
     printText("Light n:342 menu 設定\n");
@@ -232,8 +232,17 @@ void LightPenNX7Controller::showDeviceRemoved() {
 }
 
 void LightPenNX7Controller::showStatusImage(std::string_view name) {
-    statusItem_->setImage(resourceIcon(name));
+    statusItem_->setImage(statusImage(name));
     showToolTip();
+}
+
+// Qt keeps what it has drawn of an icon, for that icon alone: a new one at each plug would be drawn and kept
+// again.
+QIcon LightPenNX7Controller::statusImage(std::string_view name) {
+    QIcon& image = statusImages_[std::string(name)];
+    if (image.isNull())
+        image = resourceIcon(name);
+    return image;
 }
 
 void LightPenNX7Controller::showToolTip() {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include <QIcon>
 #include <QMenu>
 #include <QPointer>
 
@@ -125,6 +127,7 @@ private:
     void showDebugWindow(const EventGeneratorNX7& driver, bool present);
     void readDeviceInformation(const EventGeneratorNX7& driver);
     void showStatusImage(std::string_view name);
+    QIcon statusImage(std::string_view name);
     void showToolTip();
     void offerToCancel();
     void menuOpened();
@@ -160,6 +163,7 @@ private:
     QLineEdit* const faeTextField;
 
     std::unique_ptr<StatusItem> statusItem_;
+    std::map<std::string, QIcon> statusImages_; // by their names
     std::vector<std::string> languages;
     PropertyListArray thresholds;
     PropertyListDictionary languageDict;

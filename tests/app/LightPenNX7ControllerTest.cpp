@@ -135,6 +135,15 @@ TEST_F(LightPenNX7ControllerTest, UnitThatLeavesCancelsTheSessionByEscapesWay) {
     EXPECT_EQ(canceled.size(), 1u);
 }
 
+TEST_F(LightPenNX7ControllerTest, PictureThatComesBackIsTheOneThatIsDrawnAlready) {
+    const auto shown = [this] { return controller->statusItem()->image().cacheKey(); };
+    const auto connected = shown();
+    controller->deviceDidRemoveCallback(*driver);
+    EXPECT_NE(shown(), connected);
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_EQ(shown(), connected);
+}
+
 TEST_F(LightPenNX7ControllerTest, UnitThatLeavesMayBeReportedOnThePointThread) {
     desk.defaults.set["Auto Calibration"] = true;
     controller->calibration("x");
