@@ -102,7 +102,6 @@ QtDesktop::QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std
     for (QScreen* screen : QGuiApplication::screens())
         watch(*screen);
     update();
-    started_ = true;
 }
 
 void QtDesktop::watch(QScreen& screen) {
@@ -183,6 +182,7 @@ void QtDesktop::tellOfOnePointersOutput() {
 }
 
 void QtDesktop::update() {
+    const bool started = std::exchange(started_, true);
     tellOfChosen();
     tellOfGuess();
     tellOfOnePointersOutput();
@@ -199,7 +199,7 @@ void QtDesktop::update() {
     const auto now = first(screens), before = first(screens_);
     if (beforeMainScreenChanges && (now != before || geometry != geometry_.load()))
         beforeMainScreenChanges();
-    if (started_ && now && now != before)
+    if (started && now && now != before)
         logLine("Screen: the picture is on \"%s\", %g x %g points", now->name.c_str(), now->frame.size.width,
                 now->frame.size.height);
     screens_ = screens;
