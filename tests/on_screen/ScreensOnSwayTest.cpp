@@ -137,7 +137,8 @@ TEST_F(ScreensOnSwayTest, ASessionOnAnOutputThatLeavesKeepsWhatTheFlashHad) {
     ASSERT_TRUE(user.program.perform("wait"));
     ASSERT_TRUE(sway->removeOutput("X11-2"));
     EXPECT_TRUE(sessionEnds()) << user.program.log();
-    EXPECT_TRUE(logHas("Calibration: its screen has left; it ends"));
+    // "Its screen has left", or the compositor has given the window another size before it tells.
+    EXPECT_TRUE(logHas("; it ends\n"));
     EXPECT_EQ(user.program.ask("flash"), before);
 }
 
