@@ -7,75 +7,41 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <QCoreApplication>
 
-#include "emulated/ScreenCapture.h"
-#include "emulated/SeekingHand.h"
 #include "emulated/UnitControl.h"
+#include "kernel/support/ApplicationAtDesk.h"
 #include "kernel/support/DriverLines.h"
-#include "kernel/support/PenAtDesk.h"
 #include "kernel/support/RuleFile.h"
-#include "kit/PrivateBus.h"
 #include "measure/Accuracy.h"
-#include "measure/desktop/FakeStatusNotifierWatcher.h"
-#include "measure/desktop/MenuOverDBus.h"
 #include "measure/desktop/Patience.h"
-#include "measure/desktop/XWindows.h"
 
 namespace lightpen {
 namespace {
 
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Le;
 
-// What a user sits at: the session's bus with a panel on it, and a screen with a program in use.
-struct Session {
-    PrivateBus bus{BusUsers::everybody};
-    std::unique_ptr<FakeStatusNotifierWatcher> panel;
-    Desk desk;
-
-    void prepare() {
-        desk.prepare();
-        panel = std::make_unique<FakeStatusNotifierWatcher>(bus.address());
-        panel->appear();
-    }
-};
-Session* session = nullptr;
+DeskWithPanel* session = nullptr;
 
 // Where the targets of a calibration stand on the screen, in points.
 constexpr ScreenPoint kTargets[] = {{170, 75}, {1110, 75}, {170, 645}, {1110, 645}};
-// A guest that is held up for as long as a short touch lasts never sees it.
-constexpr Microseconds kContact = milliseconds(200);
-// By then even a guest that is held up has polled after the unit fell silent.
-constexpr Microseconds kLiftSeen = milliseconds(500);
-constexpr Microseconds kSessionPatience = seconds(40);
-constexpr const char* kCompleted = "Light n:637 calibrationDidComplete";
 constexpr const char* kExitChosen = "Light n:746 exit";
 
 const std::vector<std::string> kWithUnit{
     "Calibration", "Projection Distance", "Language", "-", "Help", "About...", "Exit"};
 const std::vector<std::string> kWithoutUnit{"Exit"};
 
-class ApplicationOnScreenTest : public PenAtDesk {
+class ApplicationOnScreenTest : public ApplicationAtDesk {
 protected:
-    ApplicationOnScreenTest() : PenAtDesk(session->desk) {}
+    ApplicationOnScreenTest() : ApplicationAtDesk(*session) {}
 
-    // Starts the program and waits for its status item.
-    void startApplication() {
-        ASSERT_NO_FATAL_FAILURE(startDriver({{"DBUS_SESSION_BUS_ADDRESS", session->bus.address()},
-                                             {"DBUS_SYSTEM_BUS_ADDRESS", session->bus.address()}}));
-        ASSERT_TRUE(comesTrue([] { return session->panel->items().size() == 1; }));
-        const auto item = session->panel->items().front();
-        menu = std::make_unique<MenuOverDBus>(session->bus.address(), item.service, item.path);
-    }
     // The labels of the menu once they are these; what they are when they do not become so.
     std::vector<std::string> menuAwaiting(const std::vector<std::string>& labels) {
         std::vector<std::string> now;
@@ -86,7 +52,6 @@ protected:
         });
         return now;
     }
-    std::vector<ShownWindow> windows() { return screen.shown(static_cast<std::uint32_t>(driver->pid())); }
 
     // The unit's first reports arm the pen; where they were missed, touches do.
     void awaitArmed() {
@@ -104,25 +69,13 @@ protected:
         ASSERT_TRUE(comesTrue([this] { return windows().size() == 1; })) << "there is no session";
         const ShownWindow cover = windows().front();
         EXPECT_EQ((Size{static_cast<double>(cover.width), static_cast<double>(cover.height)}), kScreen);
-        EXPECT_GE(touchTargets(), 4);
+        EXPECT_GE(touchTargets([this] { return unit.flash()->calibrated(); }), 4);
         ASSERT_TRUE(unit.flash()->calibrated()) << "the calibration was not completed";
         EXPECT_TRUE(comesTrue([this] { return driver->count(kCompleted) == 1; }));
         EXPECT_TRUE(comesTrue([this] { return windows().empty(); })) << "the session's window is still there";
         // The touch that ended the session is no part of what is drawn next.
-        EXPECT_TRUE(comesTrue([this] { return unit.toPlay() == Microseconds::zero(); }));
-        runLoop.runFor(kLiftSeen);
+        awaitRest();
         expectTheTargetsStored();
-    }
-    // The hand touches each target that it sees, until the unit has stored something. Returns how often it
-    // touched.
-    int touchTargets() {
-        SeekingHand seeking([this](const Hand& hand) { unit.play(hand); }, *eyes, clock, kContact);
-        const Microseconds end = clock.now() + kSessionPatience;
-        while (!unit.flash()->calibrated() && clock.now() < end) {
-            seeking.look();
-            runLoop.runFor(SeekingHand::kLookPeriod);
-        }
-        return seeking.touches();
     }
     void expectTheTargetsStored() {
         const auto points = unit.flash()->points();
@@ -164,16 +117,7 @@ protected:
         EXPECT_EQ(driver->end(), 0);
     }
 
-    XWindows screen{server.display()};
-    std::unique_ptr<ScreenCapture> eyes = [this] {
-        std::string problem;
-        auto capture = ScreenCapture::create(server.display().c_str(), problem);
-        if (!capture)
-            throw std::runtime_error(problem);
-        return capture;
-    }();
     const std::vector<std::uint8_t> desktop = pixels();
-    std::unique_ptr<MenuOverDBus> menu; // once there is an item
 };
 
 TEST_F(ApplicationOnScreenTest, ANewUnitIsCalibratedFromTheMenuAndDrawsAlsoAfterReplugging) {
@@ -221,8 +165,7 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const QCoreApplication application(argc, argv);
     const lightpen::PackagedRule rule;
-    lightpen::Session session;
-    session.bus.enter();
+    lightpen::DeskWithPanel session;
     session.prepare();
     lightpen::session = &session;
     return RUN_ALL_TESTS();

@@ -13,6 +13,7 @@ inline constexpr const char* kArmed = "Event n:1790";            // the pen pres
 inline constexpr const char* kPressed = "Event n:2429 Mouse Down";
 inline constexpr const char* kReleased = "Event n:2456 Mouse Up";
 inline constexpr const char* kCalibrated = "create calibrator using point"; // and it moves the pointer
+inline constexpr const char* kCompleted = "Light n:637 calibrationDidComplete";
 inline constexpr const char* kRemoved = "Event n:594 device did removed";
 inline constexpr const char* kRefused = "HID: no permission to open the camera unit's /dev/hidraw";
 inline constexpr const char* kPointerThroughUinput = "Pointer: events go through uinput";

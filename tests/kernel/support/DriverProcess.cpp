@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -130,6 +131,15 @@ std::size_t DriverProcess::openDescriptors() const {
 
 std::size_t DriverProcess::threads() const {
     return entriesOf("/proc/" + std::to_string(pid()) + "/task");
+}
+
+long DriverProcess::privateMemory() const {
+    std::ifstream file("/proc/" + std::to_string(pid()) + "/smaps_rollup");
+    long kilobytes = 0;
+    for (std::string word; file >> word;)
+        if (word == "Private_Dirty:")
+            file >> kilobytes;
+    return kilobytes;
 }
 
 } // namespace lightpen

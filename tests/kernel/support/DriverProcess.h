@@ -70,6 +70,8 @@ public:
     // What it holds at the moment.
     std::size_t openDescriptors() const;
     std::size_t threads() const;
+    // The memory that it has written to and shares with nobody, in kB; 0 when that cannot be read.
+    long privateMemory() const;
 
 private:
     void readLog();

@@ -82,7 +82,8 @@ void PenAtDesk::play(const Hand& hand) {
     EXPECT_TRUE(eventually([&] { return pressesSince(start) >= hand.touches().size(); },
                            [this] { runLoop.runFor(milliseconds(5)); }))
         << "a touch has not arrived";
-    EXPECT_TRUE(becomes(0)) << "a button is still down";
+    // Of this playing alone: of a press that a session's window saw too, the canvas may have only one half.
+    EXPECT_TRUE(becomes(0, start)) << "a button is still down";
 }
 
 std::size_t PenAtDesk::pressesSince(Microseconds start) const {
@@ -93,9 +94,16 @@ std::size_t PenAtDesk::pressesSince(Microseconds start) const {
         }));
 }
 
-bool PenAtDesk::becomes(std::size_t held) {
-    const auto now = [this] {
-        return countOf(canvas.events(), Seen::press) - countOf(canvas.events(), Seen::release);
+bool PenAtDesk::becomes(std::size_t held, Microseconds since) {
+    const auto now = [this, since] {
+        std::size_t down = 0;
+        for (const CanvasEvent& event : canvas.events()) {
+            if (event.time >= since && event.kind == Seen::press)
+                ++down;
+            if (event.time >= since && event.kind == Seen::release)
+                --down;
+        }
+        return down;
     };
     return eventually([&] { return now() == held; }, [this] { runLoop.runFor(milliseconds(5)); });
 }

@@ -59,8 +59,8 @@ protected:
     void play(const Hand& hand);
     // How often the button has gone down since then, as far as the canvas knows.
     std::size_t pressesSince(Microseconds start) const;
-    // Waits until so many buttons are down, as far as the canvas knows.
-    bool becomes(std::size_t held);
+    // Waits until so many buttons are down of those that went down since then, as far as the canvas knows.
+    bool becomes(std::size_t held, Microseconds since = {});
     // What the canvas has seen since the first touch that was noted.
     DemoRecord record() const;
     // Expects that each touch has pressed and released within this distance of the hand, in points. When the
