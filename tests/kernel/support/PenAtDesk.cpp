@@ -82,7 +82,8 @@ void PenAtDesk::play(const Hand& hand) {
     EXPECT_TRUE(eventually([&] { return pressesSince(start) >= hand.touches().size(); },
                            [this] { runLoop.runFor(milliseconds(5)); }))
         << "a touch has not arrived";
-    // Of this playing alone: of a press that a session's window saw too, the canvas may have only one half.
+    // Of this playing alone. Around a calibration the canvas has seen one half of a press; where the other
+    // went is not known, but the kernel's button was up.
     EXPECT_TRUE(becomes(0, start)) << "a button is still down";
 }
 
