@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMargins>
-#include <QScreen>
 
 #include "app/PreviewPlace.h"
 #include "device/FloatPanel.h"
@@ -62,8 +62,13 @@ void PreviewWindow::makeKeyAndOrderFront() {
 
 void PreviewWindow::screensDidChange() {
     const QScreen* screen = mainScreen();
-    if (isVisible() && screen && !screen->geometry().contains(frameGeometry()))
+    if (isVisible() && screen && !screen->geometry().contains(frameGeometry()) && !isWhereTheUserPutIt())
         placeBesidePanel();
+}
+
+// Qt moves the windows of a screen that leaves only after it has told of that.
+bool PreviewWindow::isWhereTheUserPutIt() const {
+    return screen() != placedOn_ && QGuiApplication::screens().contains(screen());
 }
 
 QSize PreviewWindow::sizeFor(int pictureFactor) const {
@@ -81,6 +86,7 @@ void PreviewWindow::placeBesidePanel() {
     if (!screen)
         return;
     setScreen(screen);
+    placedOn_ = screen;
     int factor = int(std::floor(kLargestFactor * devicePixelRatioF()));
     QRect place;
     QSize wanted;

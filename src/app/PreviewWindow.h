@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include <QPointer>
+#include <QScreen>
 #include <QWidget>
 
 #include "app/PreviewImageView.h"
@@ -34,7 +36,8 @@ public:
 
     // Shows it with the keyboard, before all others. A hidden window gets its place and size anew.
     void makeKeyAndOrderFront();
-    // One that is shown and does not lie on the main screen moves there.
+    // One that is shown and does not lie on the main screen moves there, unless the user has put it on
+    // another screen that is still there.
     void screensDidChange();
     // Hides it, without onExit.
     void orderOut() { hide(); }
@@ -56,9 +59,11 @@ private:
     // message in lines of a comfortable length.
     QSize sizeFor(int pictureFactor) const;
     void placeBesidePanel();
+    bool isWhereTheUserPutIt() const;
     void share();
 
     const std::unique_ptr<Ui::PreviewWindow> ui_;
+    QPointer<QScreen> placedOn_; // where it was put last; null when that screen has gone
 };
 
 } // namespace lightpen

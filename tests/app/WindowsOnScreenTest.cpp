@@ -17,6 +17,7 @@
 #include "app/PreviewPlace.h"
 #include "app/PreviewWindow.h"
 #include "device/FloatPanel.h"
+#include "kit/ChildProcess.h"
 #include "kit/TestPlatform.h"
 #include "kit/linux/TestMain.h"
 #include "kit/linux/WindowManager.h"
@@ -183,6 +184,68 @@ TEST_F(WindowsOnScreenTest, ThePreviewThatIsNotOnThePicturesScreenMovesThereAndN
     window.orderOut();
     window.screensDidChange();
     EXPECT_FALSE(window.isVisible());
+}
+
+// Two monitors side by side; the picture is on the left one.
+class PreviewOnTwoScreensTest : public WindowsOnScreenTest {
+protected:
+    PreviewOnTwoScreensTest() {
+        monitor("left", 0, kLeft, "screen");
+        monitor("right", kLeft, kWidth - kLeft, "none");
+        EXPECT_TRUE(comesTrue([] { return QGuiApplication::screens().size() == 2; }));
+        pictureIsOn("left", {0, 0, kLeft, kHeight});
+    }
+    ~PreviewOnTwoScreensTest() override {
+        for (const char* name : {"left", "right"})
+            runProgram({"xrandr", "--delmonitor", name});
+        EXPECT_TRUE(comesTrue([] { return QGuiApplication::screens().size() == 1; }));
+    }
+    static void monitor(const std::string& name, int x, int width, const std::string& output) {
+        const auto pixels = [](int points) { return std::to_string(points * scale); };
+        EXPECT_EQ(
+            runProgram({"xrandr", "--setmonitor", name,
+                        pixels(width) + "/200x" + pixels(kHeight) + "/200+" + pixels(x) + "+0", output}),
+            0);
+    }
+    void pictureIsOn(const std::string& name, const QRect& place) {
+        desk.desktop.name = name;
+        desk.desktop.frame = ScreenRect{{0, 0}, {double(place.width()), double(place.height())}};
+    }
+    bool isOn(const char* name) {
+        return comesTrue([&] { return window.screen()->name() == QLatin1String(name); });
+    }
+
+    static constexpr int kLeft = 640;
+};
+
+TEST_F(PreviewOnTwoScreensTest, ThePreviewThatTheUserHasPutOnAnotherScreenStaysThere) {
+    show();
+    ASSERT_TRUE(isOn("left"));
+    window.move(kLeft + 20, 30);
+    ASSERT_TRUE(isOn("right"));
+    const QPoint chosen = window.pos();
+    window.screensDidChange();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.pos(), chosen);
+    window.orderOut();
+    window.makeKeyAndOrderFront();
+    EXPECT_TRUE(isOn("left")) << "what is shown anew has its place anew";
+}
+
+TEST_F(PreviewOnTwoScreensTest, ThePreviewFollowsThePictureAndLeavesAScreenThatGoes) {
+    show();
+    ASSERT_TRUE(isOn("left"));
+    pictureIsOn("right", {kLeft, 0, kWidth - kLeft, kHeight});
+    window.screensDidChange();
+    ASSERT_TRUE(isOn("right"));
+    const auto told = QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, [this] {
+        pictureIsOn("left", {0, 0, kLeft, kHeight});
+        window.screensDidChange();
+    });
+    EXPECT_EQ(runProgram({"xrandr", "--delmonitor", "right"}), 0);
+    EXPECT_TRUE(isOn("left"));
+    EXPECT_TRUE(comesTrue([&] { return window.frameGeometry().x() < kLeft / 2; }));
+    QObject::disconnect(told);
 }
 
 TEST_F(WindowsOnScreenTest, ComesBackFromTheTaskBarWhenThereIsLightAgain) {
