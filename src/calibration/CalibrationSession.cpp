@@ -135,9 +135,12 @@ void KVRCalibrationCenter::checkScreenOfSession() {
         cancelSession("its screen has changed");
 }
 
+WindowPoint KVRCalibrationCenter::originOfStep(std::int64_t step) const {
+    return lightpen::targetOriginOfStep({{_rows, _columns}, sizeForTargets(), targetSize()}, step);
+}
+
 WindowPoint KVRCalibrationCenter::targetOriginOfStep(std::int64_t step) const {
-    const WindowPoint origin =
-        lightpen::targetOriginOfStep({{_rows, _columns}, sizeForTargets(), targetSize()}, step);
+    const WindowPoint origin = originOfStep(step);
     logLine("KVR n:515 targetOriginOfStep %s", NSStringFromPoint(origin).c_str());
     return origin;
 }
@@ -173,6 +176,8 @@ void KVRCalibrationCenter::nextTarget() {
     logLine("KVR n:628 calibrationStep : %d", _calibrationStep);
     if (_calibrationStep >= _totalPoints)
         complete(*session);
+    else if (!_calibrationWindow->shows({originOfStep(_calibrationStep), targetSize()}))
+        cancelSession("its window does not show the whole screen");
     else if (autoCalibration)
         showTarget();
     else

@@ -41,9 +41,11 @@ void CancelPlace::setLabel(const QString& label) {
 }
 
 void CancelPlace::place() {
-    const QRect view = parentWidget()->rect();
+    const QWidget& view = *parentWidget();
+    const QRect shown = view.rect() & QRect(view.mapFrom(window(), QPoint()), window()->size());
     const int width = std::max(kLeastWidth, fontMetrics().horizontalAdvance(text()) + 2 * kSidePadding);
-    setGeometry((view.width() - width) / 2, view.height() - kBottomMargin - kHeight, width, kHeight);
+    setGeometry(shown.x() + (shown.width() - width) / 2, shown.y() + shown.height() - kBottomMargin - kHeight,
+                width, kHeight);
 }
 
 bool CancelPlace::eventFilter(QObject*, QEvent* event) {

@@ -149,6 +149,7 @@ private:
     void takeOverSystemUI();
     void makeWindow();
     void placeFirstTarget();
+    WindowPoint originOfStep(std::int64_t step) const;
     void windowDidResize();
     void checkScreenOfSession();
     void showTarget();

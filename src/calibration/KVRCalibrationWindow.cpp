@@ -4,8 +4,10 @@
 #include <utility>
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QMoveEvent>
 #include <QPalette>
 #include <QScreen>
 
@@ -36,31 +38,65 @@ KVRCalibrationWindow::~KVRCalibrationWindow() {
 void KVRCalibrationWindow::setCalibrationScreen(const std::optional<Screen>& screen) {
     calibrationScreen_ = screen;
     const Size size = screen ? screen->frame.size : Size();
-    setContentSize({qRound(size.width), qRound(size.height)});
+    setContentPlace({0, 0, qRound(size.width), qRound(size.height)});
+}
+
+QScreen* KVRCalibrationWindow::screenOfSession() const {
+    return calibrationScreen_ ? screenNamed(calibrationScreen_->name) : nullptr;
 }
 
 Size KVRCalibrationWindow::contentSize() const {
     return {double(contentView_->width()), double(contentView_->height())};
 }
 
-void KVRCalibrationWindow::setContentSize(QSize size) {
-    contentView_->setGeometry({QPoint(), size});
+void KVRCalibrationWindow::setContentPlace(const QRect& place) {
+    contentView_->setGeometry(place);
     for (QObject* child : contentView_->children())
         if (auto* target = dynamic_cast<KVRCalibrationTarget*>(child))
             target->placeInSuperview();
 }
 
-void KVRCalibrationWindow::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    takeSizeOfWindow();
+void KVRCalibrationWindow::moveEvent(QMoveEvent* event) {
+    QWidget::moveEvent(event);
+    takePlaceOfWindow();
 }
 
-void KVRCalibrationWindow::takeSizeOfWindow() {
-    if (!isVisible() || size().isEmpty() || size() == contentView_->size())
+void KVRCalibrationWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    takePlaceOfWindow();
+}
+
+// A window manager may keep a full-screen window beside its panel, or know nothing of such windows. Only an X
+// server tells where a window really is.
+QRect KVRCalibrationWindow::placeOfContent() const {
+    const QScreen* screen = screenOfSession();
+    if (!screen || QGuiApplication::platformName() != QLatin1String("xcb"))
+        return rect();
+    return {mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size()};
+}
+
+void KVRCalibrationWindow::takePlaceOfWindow() {
+    if (!isVisible() || size().isEmpty())
         return;
-    setContentSize(size());
-    if (onResize)
+    const QRect place = placeOfContent(), before = contentView_->geometry();
+    if (place != before)
+        setContentPlace(place);
+    cancelPlace_->place();
+    if (place.size() != before.size() && onResize)
         onResize();
+}
+
+bool KVRCalibrationWindow::shows(const WindowRect& part) const {
+    if (!screenOfSession())
+        return true;
+    // A compositor does not tell where a window is that it does not show on the full screen.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return isFullScreen();
+    const QRectF place = contentView_->geometry();
+    const QRectF shown(place.x() + part.origin.x,
+                       place.y() + place.height() - part.origin.y - part.size.height, part.size.width,
+                       part.size.height);
+    return QRectF(rect()).contains(shown & place);
 }
 
 void KVRCalibrationWindow::setBackgroundColor(const Color& color) {
@@ -80,7 +116,7 @@ void KVRCalibrationWindow::setWayOut(const std::optional<std::string>& label) {
 
 // Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
 void KVRCalibrationWindow::makeKeyAndOrderFront() {
-    QScreen* screen = calibrationScreen_ ? screenNamed(calibrationScreen_->name) : nullptr;
+    QScreen* screen = screenOfSession();
     setWindowState(Qt::WindowNoState);
     if (screen) {
         setScreen(screen);
@@ -90,7 +126,7 @@ void KVRCalibrationWindow::makeKeyAndOrderFront() {
         setGeometry(contentView_->geometry());
         show();
     }
-    takeSizeOfWindow(); // of a window that was shown before, and keeps its size
+    takePlaceOfWindow(); // of a window that was shown before, and keeps its size
     raise();
     activateWindow();
     setFocus(Qt::OtherFocusReason);

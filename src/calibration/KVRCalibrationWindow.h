@@ -10,8 +10,11 @@
 #include <QWidget>
 
 #include "platform/Color.h"
+#include "platform/Geometry.h"
 #include "platform/Notifications.h"
 #include "platform/Screen.h"
+
+class QScreen;
 
 namespace lightpen {
 
@@ -41,12 +44,17 @@ public:
     void setDelegate(WillCloseHandler windowWillClose) { windowWillClose_ = std::move(windowWillClose); }
     // The ground around the target; the colour's transparency is ignored.
     void setBackgroundColor(const Color& color);
-    // Fills the window; before the desktop has given the window a size, it has the screen's.
+    // What stands on the screen. Under X11 it covers the screen wherever the window manager has put the
+    // window, which shows what it can of it. Elsewhere it fills the window, since there a full-screen window
+    // covers its screen whatever size it is given. Before the window is shown it has the screen's size.
     QWidget& contentView() { return *contentView_; }
     // Its size, in points.
     Size contentSize() const;
     // Called when that has changed while the window is shown. Set it before the window is shown.
     std::function<void()> onResize;
+    // Whether the window shows all that the screen has of this part of the content view. Always, where the
+    // desktop does not tell.
+    bool shows(const WindowRect& part) const;
 
     // How the mouse ends the calibration: by a click on this label, which is shown, or where there is none by
     // a click anywhere. A compositor may give the keyboard to another screen's window, and Escape to that.
@@ -65,6 +73,7 @@ public:
     void cancelCalibration();
 
 protected:
+    void moveEvent(QMoveEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -75,8 +84,10 @@ protected:
     bool focusNextPrevChild(bool) override { return false; }
 
 private:
-    void setContentSize(QSize size);
-    void takeSizeOfWindow();
+    QScreen* screenOfSession() const;
+    void setContentPlace(const QRect& place);
+    QRect placeOfContent() const;
+    void takePlaceOfWindow();
 
     std::optional<Screen> calibrationScreen_;
     QWidget* const contentView_;     // a child, owned by this

@@ -57,6 +57,36 @@ TEST_F(WindowsOnSwayTest, ASessionOnAnOutputWithoutTheFocusHasItsWaysOut) {
     EXPECT_EQ(user.program.ask("flash"), before);
 }
 
+// The emulated camera looks at an X server's pixels, and sees nothing of this desktop's.
+TEST_F(WindowsOnSwayTest, AnAutomaticSessionWhoseCameraMayNotLookSaysSoAndEndsByAClick) {
+    beginDesktop(1);
+    user.set("Auto Calibration", "true");
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--calibrated", "--no-hand"}));
+    EXPECT_TRUE(logHas("Emulated unit: the screen cannot be looked at: there is no X display\n"));
+    const auto before = user.program.ask("flash");
+    beginSession(kLaptop);
+    ASSERT_TRUE(comesTrue([&] { return shows(kLaptop.bottomLeft(), Qt::black); }));
+    user.screen.click(kLaptop.center().x(), kLaptop.center().y());
+    EXPECT_TRUE(sessionEnds()) << user.program.log();
+    EXPECT_EQ(user.program.ask("flash"), before);
+}
+
+// Nobody can tell then where its targets are.
+TEST_F(WindowsOnSwayTest, ASessionThatTheUserMakesATileEndsAtItsFirstTouch) {
+    beginDesktop(1);
+    ASSERT_TRUE(comesWithUnit(user, {"--plugged", "--calibrated", "--no-hand"}));
+    const auto before = user.program.ask("flash");
+    beginSession(kLaptop);
+    user.screen.movePointer(kLaptop.center().x(), kLaptop.center().y());
+    ASSERT_TRUE(comesTrue([&] { return session() && session()->focused; }));
+    ASSERT_TRUE(sway->perform("fullscreen disable"));
+    ASSERT_TRUE(sessionEnds());
+    ASSERT_TRUE(user.program.perform("tap 170 75"));
+    EXPECT_TRUE(logHas("Calibration: its window does not show the whole screen; it ends\n"))
+        << user.program.log();
+    EXPECT_EQ(user.program.ask("flash"), before);
+}
+
 // Both windows of the driver float, of a size of their own; those of others keep their places.
 TEST_F(WindowsOnSwayTest, TheCheckPanelFloatsAndShowsItsMarker) {
     beginDesktop(1);

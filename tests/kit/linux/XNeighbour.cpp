@@ -64,6 +64,12 @@ xcb_window_t XNeighbour::openInvisible(const NeighbourWindow& window) {
     return id;
 }
 
+void XNeighbour::move(xcb_window_t window, std::int16_t x, std::int16_t y) {
+    const std::int32_t place[] = {x, y};
+    xcb_configure_window(connection(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place);
+    sync();
+}
+
 void XNeighbour::resize(xcb_window_t window, std::uint16_t width, std::uint16_t height) {
     const std::uint32_t size[] = {width, height};
     xcb_configure_window(connection(), window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);

@@ -44,6 +44,7 @@ public:
     // One that nobody sees, and which takes clicks.
     xcb_window_t openInvisible(const NeighbourWindow& window);
     void raise(xcb_window_t window);
+    void move(xcb_window_t window, std::int16_t x, std::int16_t y);
     void resize(xcb_window_t window, std::uint16_t width, std::uint16_t height);
     void close(xcb_window_t window);
     // Whether the server shows it, were it not for windows above it.

@@ -9,6 +9,7 @@
 
 #include "calibration/KVRCalibrationCenter.h"
 #include "calibration/KVRCalibrationWindow.h"
+#include "measure/desktop/XWindows.h"
 
 namespace lightpen {
 namespace {
@@ -16,6 +17,9 @@ namespace {
 // Has the program follow a cancelled session by another one.
 constexpr int kAgain = SIGUSR1;
 volatile sig_atomic_t again = 0;
+// Has the session go to its next target, as a touch does.
+constexpr int kNext = SIGUSR2;
+volatile sig_atomic_t next = 0;
 
 // The program: a session of this kind on the screen of this name. Ends when it is told to.
 void runSession(LinuxPlatform& platform, const std::string& kind, const std::string& screenName) {
@@ -33,12 +37,17 @@ void runSession(LinuxPlatform& platform, const std::string& kind, const std::str
                                                   [&](const Notification&) { canceled = true; });
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, [&] {
+        if (next) {
+            next = 0;
+            center->nextTarget();
+        }
         if (!canceled || !again)
             return;
         again = canceled = false;
         start();
     });
     ::signal(kAgain, [](int) { again = 1; });
+    ::signal(kNext, [](int) { next = 1; });
     look.start(20);
     start();
     platform.platform().runLoop.exitProcess(platform.run());
@@ -99,6 +108,53 @@ protected:
         EXPECT_TRUE(cursorIs(false));
     }
 };
+
+// A window manager that knows nothing of full-screen windows, and gives the session's another place or size.
+class MisplacedSessionTest : public FullScreenSessionTest {
+protected:
+    void begin() {
+        startSession("manual", kWhite);
+        const auto windows = XWindows(server.display()).shown(static_cast<std::uint32_t>(program->pid()));
+        ASSERT_EQ(windows.size(), 1U);
+        window = windows.front().id;
+    }
+    // What is shown where a session on the whole screen has its first target.
+    std::vector<std::uint32_t> target() {
+        std::vector<std::uint32_t> pixels;
+        for (std::int16_t y = 75 - 20; y < 75 + 20; ++y)
+            for (std::int16_t x = 170 - 20; x < 170 + 20; ++x)
+                pixels.push_back(neighbour.pixelAt(x, y));
+        return pixels;
+    }
+
+    xcb_window_t window = 0;
+};
+
+TEST_P(MisplacedSessionTest, HasItsTargetsOnTheScreenAllTheSame) {
+    ASSERT_NO_FATAL_FAILURE(begin());
+    const auto before = target();
+    ASSERT_NE(before, std::vector(before.size(), kWhite));
+    neighbour.move(window, -30, 20);
+    EXPECT_TRUE(eventually([&] { return target() == before; }));
+    EXPECT_TRUE(shows({{960, 300}, {10, 30}, {10, 599}}, kWhite));
+    EXPECT_TRUE(shows({{980, 300}}, kBlue));
+    neighbour.move(window, 0, 0);
+    neighbour.resize(window, 1000, 540);
+    EXPECT_TRUE(shows({{500, 599}}, kBlue));
+    EXPECT_TRUE(eventually([&] { return target() == before; }));
+    program->send(kNext);
+    EXPECT_TRUE(logs("KVR n:515 targetOriginOfStep")) << logged;
+    EXPECT_EQ(logged.find("it ends"), logged.npos);
+}
+
+TEST_P(MisplacedSessionTest, EndsWhereTheNextTargetWouldNotBeSeen) {
+    ASSERT_NO_FATAL_FAILURE(begin());
+    neighbour.resize(window, 700, 600);
+    ASSERT_TRUE(shows({{750, 300}}, kBlue));
+    program->send(kNext);
+    EXPECT_TRUE(logs("Calibration: its window does not show the whole screen; it ends\n")) << logged;
+    expectEverythingBack();
+}
 
 TEST_P(FullScreenSessionTest, CoversTheScreenAndHidesTheCursor) {
     EXPECT_TRUE(cursorIs(true));
@@ -196,6 +252,7 @@ TEST_P(TwoMonitorsSessionTest, CoversTheSecondWhosePointsAreTwoPixelsWide) {
 
 const auto nameOf = [](const auto& tested) { return tested.param ? "Managed" : "Unmanaged"; };
 INSTANTIATE_TEST_SUITE_P(On, FullScreenSessionTest, testing::Values(false, true), nameOf);
+INSTANTIATE_TEST_SUITE_P(On, MisplacedSessionTest, testing::Values(false), nameOf);
 INSTANTIATE_TEST_SUITE_P(On, TwoMonitorsSessionTest, testing::Values(false, true), nameOf);
 
 } // namespace
