@@ -9,8 +9,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 # The C libraries that the driver links, as pkg-config names them; Qt is found in another way.
-MODULES = ["libudev", "libevdev", "xcb", "xcb-xtest", "xcb-xfixes", "xcb-screensaver", "wayland-client", "libplist-2.0", "libcanberra"]
-LIBRARIES = {"udev", "evdev", "xcb", "xcb-xtest", "xcb-xfixes", "xcb-screensaver", "xcb-render", "xcb-shape", "wayland-client", "plist-2.0", "canberra"}
+MODULES = ["libudev", "libevdev", "xcb", "xcb-xtest", "xcb-xfixes", "xcb-screensaver", "xcb-randr", "wayland-client", "libplist-2.0", "libcanberra"]
+LIBRARIES = {"udev", "evdev", "xcb", "xcb-xtest", "xcb-xfixes", "xcb-screensaver", "xcb-randr", "xcb-render", "xcb-shape", "wayland-client", "plist-2.0", "canberra"}
 # The last two are what Qt's own windows bring.
 QT = {"Qt6Core", "Qt6Gui", "Qt6Widgets", "Qt6DBus", "Qt6Svg", "GLX", "OpenGL"}
 # What only the tools, the tests and the benchmarks find.

@@ -56,11 +56,7 @@ PixelRect wholeDesktop() {
     return {whole.x(), whole.y(), whole.width(), whole.height()};
 }
 
-// Under X11 Qt follows the rotation of the server's first output alone. One that is not right would turn a
-// good calibration, so none is told there.
-int quarterTurnsOf(const QScreen& screen) {
-    if (!layoutIsInPoints())
-        return 0;
+int quarterTurnsUnderWayland(const QScreen& screen) {
     switch (screen.orientation()) {
     case Qt::PortraitOrientation:
         return 1;
@@ -110,6 +106,11 @@ void QtDesktop::watch(QScreen& screen) {
     connect(&screen, &QScreen::virtualGeometryChanged, this, again);
     connect(&screen, &QScreen::logicalDotsPerInchChanged, this, again);
     connect(&screen, &QScreen::orientationChanged, this, again);
+}
+
+int QtDesktop::quarterTurnsOf(const QScreen& screen) const {
+    return layoutIsInPoints() ? quarterTurnsUnderWayland(screen)
+                              : rotations_.quarterTurnsOf(screen.name().toStdString());
 }
 
 std::vector<Screen> QtDesktop::screens() const {
@@ -183,6 +184,7 @@ void QtDesktop::tellOfOnePointersOutput() {
 
 void QtDesktop::update() {
     const bool started = std::exchange(started_, true);
+    rotations_.look();
     tellOfChosen();
     tellOfGuess();
     tellOfOnePointersOutput();

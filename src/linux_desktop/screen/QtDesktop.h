@@ -11,6 +11,7 @@
 #include <QObject>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
+#include "linux_desktop/screen/MonitorRotations.h"
 #include "linux_desktop/screen/PrimaryOutput.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
@@ -48,6 +49,7 @@ public:
 
 private:
     void watch(QScreen& screen);
+    int quarterTurnsOf(const QScreen& screen) const;
     std::string chosenName() const;
     void tellOfChosen();
     void tellOfGuess();
@@ -57,6 +59,7 @@ private:
     SharedGeometry& geometry_;
     const std::string chosen_;
     const std::unique_ptr<PrimaryOutput> primary_;
+    MonitorRotations rotations_{[this] { update(); }};
     std::string missing_;      // the chosen screen's name while it is not there
     std::string guessedAmong_; // the screens' names while nobody says which is the primary one
     bool toldOfOneOutput_ = false;
