@@ -15,6 +15,7 @@
 
 #include <QCoreApplication>
 
+#include "kernel/support/DriverLines.h"
 #include "kernel/support/RuleFile.h"
 #include "wayland/support/DesktopPen.h"
 
@@ -46,28 +47,106 @@ private:
         ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), Optics::straight(picture())));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
         ASSERT_NO_FATAL_FAILURE(touchTargets());
+        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
         ASSERT_NO_FATAL_FAILURE(cover());
         expectTapsToArrive(", calibrated by hand");
         EXPECT_EQ(driver().end(), 0);
     }
 };
 
-// The session has the keyboard, and leaves the calibration as it was.
-class Escape : public DesktopPen {
+// Nobody touches anything: the camera looks at the targets themselves.
+class CalibrationByItself : public DesktopPen {
 public:
-    explicit Escape(Layout layout) : DesktopPen(*guest, std::move(layout)) {}
+    explicit CalibrationByItself(Layout layout) : DesktopPen(*guest, std::move(layout)) {}
+
+private:
+    void TestBody() override {
+        set("Auto%20Calibration", "true");
+        ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), Optics::straight(picture())));
+        ASSERT_NO_FATAL_FAILURE(openCamera());
+        ASSERT_NO_FATAL_FAILURE(chooseCalibration());
+        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        ASSERT_TRUE(driver().waitFor(kCompleted));
+        ASSERT_NO_FATAL_FAILURE(cover());
+        expectTapsToArrive(", calibrated by itself");
+        EXPECT_EQ(driver().end(), 0);
+    }
+};
+
+// What the camera sees of the corners when the screen has been turned by a quarter, counter-clockwise, and
+// has this size then. Camera and wall stay.
+Optics turned(const Optics& camera, Size now) {
+    const auto [topLeft, topRight, bottomRight, bottomLeft] = camera.corners();
+    return *Optics::fromCorners(now, {bottomLeft, topLeft, topRight, bottomRight});
+}
+
+// The picture is turned after the calibration.
+class TurnedSince : public DesktopPen {
+public:
+    explicit TurnedSince(Layout layout) : DesktopPen(*guest, std::move(layout)) {}
 
 private:
     void TestBody() override {
         const Optics camera = Optics::straight(picture());
-        ASSERT_NO_FATAL_FAILURE(sitDown(camera, camera));
+        ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), camera));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
-        desktop().keyboard.strike(KEY_ESC);
-        ASSERT_TRUE(driver().waitFor("KVR n:737 close window"));
-        ASSERT_NO_FATAL_FAILURE(cover());
-        expectTapsToArrive(", after Escape");
+        ASSERT_NO_FATAL_FAILURE(touchTargets());
+        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        const Size now{picture().height, picture().width};
+        ASSERT_NO_FATAL_FAILURE(change(layoutNamed("the second turned"), turned(camera, now)));
+        expectTapsToArrive(" since it was calibrated");
         EXPECT_EQ(driver().end(), 0);
     }
+};
+
+// Ways out of a session, which leave the calibration as it was.
+enum class WayOut { escape, menu, label, automatic };
+
+template <WayOut kWay>
+class Leaving : public DesktopPen {
+public:
+    explicit Leaving(Layout layout) : DesktopPen(*guest, std::move(layout)) {}
+
+private:
+    void TestBody() override {
+        const Optics camera = Optics::straight(picture());
+        if (kWay == WayOut::automatic)
+            set("Auto%20Calibration", "true");
+        ASSERT_NO_FATAL_FAILURE(sitDown(camera, camera));
+        ASSERT_NO_FATAL_FAILURE(chooseCalibration());
+        ASSERT_NO_FATAL_FAILURE(leave());
+        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        EXPECT_EQ(driver().count(kCompleted), 0U);
+        ASSERT_NO_FATAL_FAILURE(cover());
+        expectTapsToArrive(words());
+        EXPECT_EQ(driver().end(), 0);
+    }
+    void leave() {
+        switch (kWay) {
+        case WayOut::escape: // the session has the keyboard
+            return desktop().keyboard.strike(KEY_ESC);
+        case WayOut::menu:
+            return clickMenu("Cancel the calibration");
+        case WayOut::label:
+            return clickMouse({picture().width / 2, picture().height - kLabelAboveEdge});
+        case WayOut::automatic:
+            return clickMouse({picture().width / 3, picture().height / 3});
+        }
+    }
+    static std::string words() {
+        switch (kWay) {
+        case WayOut::escape:
+            return ", after Escape";
+        case WayOut::menu:
+            return ", after a click in the menu";
+        case WayOut::label:
+            return ", after a click on the label";
+        case WayOut::automatic:
+            break;
+        }
+        return ", after a click in an automatic calibration";
+    }
+    static constexpr double kLabelAboveEdge = 22;
 };
 
 // "the second at scale 1.5" -> "TheSecondAtScale15"
@@ -101,7 +180,17 @@ void registerTests() {
         if (scaled || chosen || layout.outputs.size() == 1)
             registerTest<CalibrationByHand>("CalibrationByHand", layout);
     }
-    registerTest<Escape>("Escape", layouts.front());
+    const Layout one = layoutNamed("one output"), chosen = layoutNamed("the second chosen");
+    registerTest<Leaving<WayOut::escape>>("Escape", one);
+    registerTest<Leaving<WayOut::automatic>>("Automatic", one);
+    for (const Layout& layout : {one, chosen}) {
+        registerTest<Leaving<WayOut::menu>>("Menu", layout);
+        registerTest<Leaving<WayOut::label>>("Label", layout);
+    }
+    registerTest<TurnedSince>("TurnedSince", chosen);
+    if (!guest->compositor->serverToLookAt().empty())
+        for (const Layout& layout : {one, chosen})
+            registerTest<CalibrationByItself>("CalibrationByItself", layout);
 }
 
 } // namespace

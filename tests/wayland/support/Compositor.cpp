@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "wayland/support/Compositor.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "kit/TemporaryDirectory.h"
 
@@ -23,12 +25,23 @@ std::vector<Layout> everyLayout() {
     };
     Output turned = second;
     turned.turned = true;
+    Output other = first, primary = second;
+    std::swap(other.primary, primary.primary);
     return {{"one output", {first}, "", first.name},
             {"two outputs", {first, second}, "", first.name},
             {"the second chosen", {first, second}, second.name, second.name},
             {"the second at scale 2", {first, scaled(large, 2)}, large.name, large.name},
             {"the second at scale 1.5", {first, scaled(large, 1.5)}, large.name, large.name},
-            {"the second turned", {first, turned}, turned.name, turned.name}};
+            {"the second turned", {first, turned}, turned.name, turned.name},
+            {"the second primary", {other, primary}, "", primary.name}};
+}
+
+Layout layoutNamed(const std::string& name) {
+    const std::vector<Layout> layouts = everyLayout();
+    const auto found = std::ranges::find(layouts, name, &Layout::name);
+    if (found == layouts.end())
+        throw std::runtime_error("there is no layout " + name);
+    return *found;
 }
 
 std::unique_ptr<Compositor> startCompositor(const std::string& name, const GuestUser& user) {
@@ -40,6 +53,8 @@ std::unique_ptr<Compositor> startCompositor(const std::string& name, const Guest
         return startMutter(user);
     if (name == "kwin")
         return startKwin(user);
+    if (name == "xorg")
+        return startXDesktop(user);
     throw std::runtime_error("there is no desktop " + name);
 }
 

@@ -17,7 +17,7 @@ struct Output {
     int height = 0;
     int left = 0;         // of its left edge in the layout; all outputs begin at the top
     double scale = 1;     // pixels a point
-    bool turned = false;  // by a quarter
+    bool turned = false;  // by a quarter, counter-clockwise
     bool primary = false; // the desktop's own, where it has such a one
 };
 
@@ -32,8 +32,10 @@ struct Layout {
     std::string aimed;  // the output where the picture is then
 };
 
-// One output; two; the second chosen, and that scaled and turned.
+// One output; two; the second chosen, and that scaled and turned; the second the desktop's primary one.
 std::vector<Layout> everyLayout();
+// What everyLayout calls that one. Throws when there is none.
+Layout layoutNamed(const std::string& name);
 
 // A desktop that runs in a session of its own on the guest's two outputs. Main thread.
 class Compositor {
@@ -49,18 +51,21 @@ public:
     virtual Size pointsOf(const Output& output) const { return sizeOf(output, output.scale); }
     // Whether it can have the layout.
     virtual bool offers(const Layout&) const { return true; }
+    // The X server whose pixels any program may look at; empty where none may.
+    virtual std::string serverToLookAt() const { return {}; }
     // Its name and version, as it tells them.
     virtual std::string version() const = 0;
     virtual const LoginSession& session() const = 0;
 };
 
-// Starts the desktop of this name ("sway", "mutter", "kwin") and waits until it takes programs. The user
-// outlives it. Throws when it does not start, or the name is none of these.
+// Starts the desktop of this name ("sway", "mutter", "kwin", "xorg") and waits until it takes programs. The
+// user outlives it. Throws when it does not start, or the name is none of these.
 std::unique_ptr<Compositor> startCompositor(const std::string& name, const GuestUser& user);
 
 // What startCompositor chooses from.
 std::unique_ptr<Compositor> startSway(const GuestUser& user);
 std::unique_ptr<Compositor> startMutter(const GuestUser& user);
 std::unique_ptr<Compositor> startKwin(const GuestUser& user);
+std::unique_ptr<Compositor> startXDesktop(const GuestUser& user);
 
 } // namespace lightpen

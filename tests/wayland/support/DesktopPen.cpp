@@ -89,10 +89,12 @@ DesktopPen::~DesktopPen() {
         std::printf("--- the driver's log:\n%s--- end of the driver's log\n", driver_->log().c_str());
 }
 
+const Output& DesktopPen::aimed() const {
+    return *std::ranges::find(layout_.outputs, layout_.aimed, &Output::name);
+}
+
 Size DesktopPen::picture() const {
-    const auto aimed = std::find_if(layout_.outputs.begin(), layout_.outputs.end(),
-                                    [this](const Output& output) { return output.name == layout_.aimed; });
-    return desktop_.compositor->pointsOf(*aimed);
+    return desktop_.compositor->pointsOf(aimed());
 }
 
 void DesktopPen::sitDown(const Optics& calibrated, const Optics& camera) {
@@ -122,12 +124,26 @@ void DesktopPen::cover() {
     ASSERT_TRUE(watch_->covers(screens)) << watch_->said();
 }
 
+// The old program must not be in the way of outputs that leave.
+void DesktopPen::change(const Layout& layout, const Optics& camera) {
+    watch_.reset();
+    layout_ = layout;
+    driver_->skipLog();
+    desktop_.compositor->set(layout_);
+    const auto [width, height] = picture();
+    ASSERT_TRUE(driver_->waitFor("Screen: the picture is on \"" + layout_.aimed + "\", " +
+                                     std::to_string(static_cast<int>(width)) + " x " +
+                                     std::to_string(static_cast<int>(height)),
+                                 kDriverPatience));
+    unit_->moveCamera(camera);
+    cover();
+}
+
 void DesktopPen::startDriver() {
     const LoginSession& session = desktop_.compositor->session();
-    std::map<std::string, std::string> settings{{"Language", "en"}};
     if (!layout_.chosen.empty())
-        settings["Main%20Screen"] = layout_.chosen;
-    session.user().writeSettings(settings);
+        set("Main%20Screen", layout_.chosen);
+    session.user().writeSettings(settings_);
     driver_ = std::make_unique<DriverProcess>(
         DriverOptions{.user = session.user().number(), .groups = {}, .environment = session.environment()});
     ASSERT_TRUE(driver_->waitFor(kPointerThroughUinput, kDriverPatience));
@@ -154,18 +170,42 @@ void DesktopPen::tap(ScreenPoint place) {
     }
 }
 
-void DesktopPen::chooseCalibration() {
+void DesktopPen::clickMenu(const std::string& item) {
     const auto process = static_cast<std::uint32_t>(driver_->pid());
     ASSERT_TRUE(eventually([&] { return desktop_.panel->itemOf(process).has_value(); }, kDriverPatience))
         << "there is no status item";
-    const auto item = *desktop_.panel->itemOf(process);
+    const auto itsPlace = *desktop_.panel->itemOf(process);
     std::optional<MenuOverDBus> menu;
     {
         const AsUser connecting(desktop_.user.number());
-        menu.emplace(busOf(desktop_.compositor->session()), item.service, item.path);
+        menu.emplace(busOf(desktop_.compositor->session()), itsPlace.service, itsPlace.path);
     }
+    ASSERT_TRUE(menu->click(std::vector{item}));
+}
+
+void DesktopPen::clickMouse(ScreenPoint place) {
+    PixelRect whole;
+    for (const Output& output : layout_.outputs) {
+        const Size size = sizeOf(output, 1);
+        whole.width = std::max(whole.width, output.left + static_cast<int>(size.width));
+        whole.height = std::max(whole.height, static_cast<int>(size.height));
+    }
+    desktop_.mouse.click({aimed().left + static_cast<int>(place.x), static_cast<int>(place.y)}, whole);
+}
+
+void DesktopPen::openCamera() {
+    const Size size = sizeOf(aimed(), 1);
+    const CaptureArea area{{aimed().left, 0, static_cast<int>(size.width), static_cast<int>(size.height)}};
+    std::string problem;
+    auto capture = ScreenCapture::create(desktop_.compositor->serverToLookAt().c_str(), problem,
+                                         [area] { return area; });
+    ASSERT_TRUE(capture) << problem;
+    sight_.emplace(std::move(capture), *unit_);
+}
+
+void DesktopPen::chooseCalibration() {
     driver_->skipLog();
-    ASSERT_TRUE(menu->click({"Calibration"}));
+    ASSERT_NO_FATAL_FAILURE(clickMenu("Calibration"));
     ASSERT_TRUE(driver_->waitFor(kCalibrationChosen, kDriverPatience));
     std::this_thread::sleep_for(kSessionOpens);
 }
@@ -179,6 +219,9 @@ void DesktopPen::touchTargets() {
          {ScreenPoint{left, top}, ScreenPoint{screen.width - left, top},
           ScreenPoint{left, screen.height - top}, ScreenPoint{screen.width - left, screen.height - top}})
         ASSERT_NO_FATAL_FAILURE(touchTarget(target));
+}
+
+void DesktopPen::awaitEndOfSession() {
     ASSERT_TRUE(driver_->waitFor(kSessionEnds, kDriverPatience));
 }
 
@@ -195,30 +238,37 @@ void DesktopPen::touchTarget(ScreenPoint place) {
 
 // Where the guest is held up in a tap, a look of the driver finds no report, which ends the press: then
 // the tap has more than one. Of two that follow each other quickly libinput can hold the second back
-// until the next event, which is the next tap's.
+// until the next event, which is the next tap's; a tap that has seen nothing but that is made again.
 DesktopPen::Landing DesktopPen::tapEverywhere() {
     Landing landing;
-    const std::vector<ScreenPoint> places = placesOn(picture());
-    std::vector<bool> reached(places.size());
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        std::size_t press = watch_->presses().size();
-        tap(places[i]);
-        for (; press < watch_->presses().size(); ++press) {
-            const auto& [screen, at] = watch_->presses()[press];
-            std::printf("  %s: pressed %s on %s\n", NSStringFromPoint(places[i]).c_str(),
-                        NSStringFromPoint(at).c_str(), screen.c_str());
-            if (screen != layout_.aimed) {
-                ++landing.elsewhere;
-                continue;
-            }
-            const bool late = i > 0 && distance(places[i - 1], at) < distance(places[i], at);
-            const std::size_t meant = late ? i - 1 : i;
-            reached[meant] = true;
-            landing.distances.push_back(distance(places[meant], at));
+    std::optional<ScreenPoint> before;
+    for (const ScreenPoint place : placesOn(picture())) {
+        bool reached = false;
+        for (int attempt = 0; attempt < kAttempts && !reached; ++attempt) {
+            std::size_t press = watch_->presses().size();
+            tap(place);
+            for (; press < watch_->presses().size(); ++press)
+                reached = landed(watch_->presses()[press], place, before, landing) || reached;
         }
+        landing.missed += reached ? 0 : 1;
+        before = place;
     }
-    landing.missed = static_cast<int>(std::count(reached.begin(), reached.end(), false));
     return landing;
+}
+
+// Whether the press is of a tap there, and not of the one before.
+bool DesktopPen::landed(const PressWatch::Press& press, ScreenPoint place, std::optional<ScreenPoint> before,
+                        Landing& landing) {
+    const auto& [screen, at] = press;
+    std::printf("  %s: pressed %s on %s\n", NSStringFromPoint(place).c_str(), NSStringFromPoint(at).c_str(),
+                screen.c_str());
+    if (screen != layout_.aimed) {
+        ++landing.elsewhere;
+        return false;
+    }
+    const bool late = before && distance(*before, at) < distance(place, at);
+    landing.distances.push_back(distance(late ? *before : place, at));
+    return !late;
 }
 
 void DesktopPen::expectTapsToArrive(const std::string& before) {

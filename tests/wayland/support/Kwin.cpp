@@ -14,7 +14,7 @@ public:
                     {"KDE_FULL_SESSION", "true"},
                     {"KDE_SESSION_VERSION", "5"},
                     {"XDG_CURRENT_DESKTOP", "KDE"}}) {
-        session_.add({{"WAYLAND_DISPLAY", session_.awaitSocket("wayland-")}});
+        session_.add({{"WAYLAND_DISPLAY", session_.awaitFile("wayland-")}});
     }
 
     // The frequency is rounded there.

@@ -61,11 +61,11 @@ void GuestUser::writeSettings(const std::map<std::string, std::string>& settings
 
 LoginSession::LoginSession(const GuestUser& user, const std::vector<std::string>& command,
                            const Environment& environment)
-    : user_(user), environment_(environment) {
-    add({{"PATH", "/usr/bin:/bin"},
-         {"LANG", "C.UTF-8"},
-         {"HOME", user.home().string()},
-         {"XDG_SESSION_TYPE", "wayland"}});
+    : user_(user), environment_{{"PATH", "/usr/bin:/bin"},
+                                {"LANG", "C.UTF-8"},
+                                {"HOME", user.home().string()},
+                                {"XDG_SESSION_TYPE", "wayland"}} {
+    add(environment);
     writeFile(kLog, "");
     std::vector<std::string> words{"systemd-run", "--quiet", "--collect", "--unit", kUnit};
     for (const std::string& property :
@@ -115,7 +115,7 @@ std::string LoginSession::run(const std::vector<std::string>& command) const {
     return text;
 }
 
-std::string LoginSession::awaitSocket(const std::string& beginning) const {
+std::string LoginSession::awaitFile(const std::string& beginning) const {
     std::string name;
     if (!eventually([&] { return !(name = fileOf(user_.runtimeFolder(), beginning)).empty(); }, kPatience))
         throw std::runtime_error("The session has no " + beginning + ". It wrote:\n" + log());

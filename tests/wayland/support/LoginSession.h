@@ -38,8 +38,8 @@ using Environment = std::map<std::string, std::string>;
 // a time. Main thread.
 class LoginSession {
 public:
-    // The command is what the session consists of; the session's variables come beside these. Throws when
-    // there is no session.
+    // The command is what the session consists of; the session's variables come beside these, and make it one
+    // of Wayland unless these say otherwise. Throws when there is no session.
     LoginSession(const GuestUser& user, const std::vector<std::string>& command,
                  const Environment& environment);
     ~LoginSession();
@@ -56,7 +56,7 @@ public:
     std::string run(const std::vector<std::string>& command) const;
     // Waits until there is a file of this beginning in the runtime folder; its name. Throws, with what the
     // session wrote, when there is none in time.
-    std::string awaitSocket(const std::string& beginning) const;
+    std::string awaitFile(const std::string& beginning) const;
     // What the session's command wrote.
     std::string log() const;
 

@@ -25,7 +25,7 @@ public:
                    {{"LIBGL_ALWAYS_SOFTWARE", "1"},
                     {"GSETTINGS_BACKEND", "memory"},
                     {"XDG_CURRENT_DESKTOP", "GNOME"}}) {
-        session_.add({{"WAYLAND_DISPLAY", session_.awaitSocket("wayland-")}});
+        session_.add({{"WAYLAND_DISPLAY", session_.awaitFile("wayland-")}});
     }
 
     void set(const Layout& layout) override {

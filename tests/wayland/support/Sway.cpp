@@ -9,6 +9,7 @@ namespace lightpen {
 namespace {
 
 constexpr const char* kConfiguration = "/run/sway.conf";
+constexpr const char* kQuarter = "270"; // it counts clockwise
 
 class Sway final : public Compositor {
 public:
@@ -18,8 +19,8 @@ public:
                     {"WLR_NO_HARDWARE_CURSORS", "1"},
                     {"LIBSEAT_BACKEND", "logind"},
                     {"XDG_CURRENT_DESKTOP", "sway"}}) {
-        session_.add({{"WAYLAND_DISPLAY", session_.awaitSocket("wayland-")}});
-        session_.add({{"SWAYSOCK", (user.runtimeFolder() / session_.awaitSocket("sway-ipc")).string()}});
+        session_.add({{"WAYLAND_DISPLAY", session_.awaitFile("wayland-")}});
+        session_.add({{"SWAYSOCK", (user.runtimeFolder() / session_.awaitFile("sway-ipc")).string()}});
     }
 
     void set(const Layout& layout) override {
@@ -28,7 +29,11 @@ public:
         for (const Output& output : layout.outputs)
             tell("output " + output.name + " enable mode " + std::to_string(output.width) + "x" +
                  std::to_string(output.height) + " position " + std::to_string(output.left) + " 0 scale " +
-                 std::to_string(output.scale) + " transform " + (output.turned ? "90" : "normal"));
+                 std::to_string(output.scale) + " transform " + (output.turned ? kQuarter : "normal"));
+    }
+    // It knows no primary output.
+    bool offers(const Layout& layout) const override {
+        return layout.aimed == layout.chosen || layout.aimed == layout.outputs.front().name;
     }
     std::string version() const override { return session_.run({"/usr/bin/sway", "--version"}); }
     const LoginSession& session() const override { return session_; }
