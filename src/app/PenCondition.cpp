@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "app/PenCondition.h"
+
+#include <utility>
+
+#include "platform/Platform.h"
+
+namespace lightpen {
+
+PenCondition::State PenCondition::stateOf(const Facts& facts) {
+    if (!facts.hasTheSeat)
+        return State::otherSession;
+    if (facts.strayLight)
+        return State::strayLight;
+    if (!facts.unitInUse)
+        return facts.permissionCommand.empty() ? State::noUnit : State::noPermission;
+    if (!facts.calibrated)
+        return State::notCalibrated;
+    return facts.calibrationFits ? State::ready : State::calibrationDoesNotFit;
+}
+
+std::string_view PenCondition::textKey(State state) {
+    switch (state) {
+    case State::ready:
+        return "The pen is ready";
+    case State::noUnit:
+        return "No camera unit";
+    case State::noPermission:
+        return "No permission to use the camera unit";
+    case State::strayLight:
+        return "The camera sees stray light";
+    case State::otherSession:
+        return "The camera unit is left to another user";
+    case State::notCalibrated:
+        return "The pen is not calibrated";
+    case State::calibrationDoesNotFit:
+        return "The calibration does not fit the screen any more";
+    }
+    return {};
+}
+
+const std::string& PenCondition::detail() const {
+    static const std::string none;
+    return state() == State::noPermission ? facts_.permissionCommand : none;
+}
+
+void PenCondition::set(Facts facts) {
+    const State stateBefore = state();
+    const std::string detailBefore = detail();
+    facts_ = std::move(facts);
+    if (state() != stateBefore || detail() != detailBefore)
+        Platform::current().notifications.post({std::string(kPenConditionDidChange), this});
+}
+
+} // namespace lightpen
