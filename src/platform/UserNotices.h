@@ -13,9 +13,11 @@ struct UserNotice {
         std::string label;
         std::function<void()> chosen; // called on the main thread, at most once
     };
-    std::string title;
-    std::string text; // plain; what looks like markup is shown as it is
-    std::vector<Action> actions;
+    std::string title = {};
+    std::string text = {}; // plain; what looks like markup is shown as it is
+    std::vector<Action> actions = {};
+    // Nothing is lost where nobody sees it: the desktop takes it away after a while.
+    bool goesByItself = false;
 };
 
 // The desktop's notices beside what the user is doing. Main thread.

@@ -21,6 +21,7 @@ constexpr const char* kPath = "/org/freedesktop/Notifications";
 constexpr const char* kIcon = "org.lightpen.LightPenNX7";
 constexpr std::uint32_t kNewNotice = 0;
 constexpr int kUntilClosed = 0;
+constexpr int kAsTheDesktopDoes = -1; // which is some seconds
 
 // Each action's key is its place in the list. The body is markup for most servers.
 QDBusMessage callFor(const UserNotice& notice) {
@@ -31,7 +32,8 @@ QDBusMessage callFor(const UserNotice& notice) {
                                                QLatin1String(kService), QStringLiteral("Notify"));
     call << QStringLiteral("LightPenNX7") << kNewNotice << QLatin1String(kIcon)
          << QString::fromStdString(notice.title) << QString::fromStdString(notice.text).toHtmlEscaped()
-         << actions << QVariantMap{{QStringLiteral("desktop-entry"), QLatin1String(kIcon)}} << kUntilClosed;
+         << actions << QVariantMap{{QStringLiteral("desktop-entry"), QLatin1String(kIcon)}}
+         << (notice.goesByItself ? kAsTheDesktopDoes : kUntilClosed);
     return call;
 }
 

@@ -27,8 +27,8 @@ FakeNotificationServer::~FakeNotificationServer() {
 
 unsigned FakeNotificationServer::Notify(const QString&, unsigned, const QString&, const QString& title,
                                         const QString& text, const QStringList& actions, const QVariantMap&,
-                                        int) {
-    shown.push_back({title, text, actions});
+                                        int expires) {
+    shown.push_back({title, text, actions, expires});
     return static_cast<unsigned>(shown.size());
 }
 

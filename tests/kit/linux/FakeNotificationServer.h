@@ -21,6 +21,7 @@ public:
     struct Shown {
         QString title, text;
         QStringList actions; // key, label, key, label, ...
+        int expires = 0;     // 0 never, -1 when the desktop likes
     };
 
     explicit FakeNotificationServer(const std::string& address);

@@ -56,6 +56,14 @@ TEST_F(DesktopNoticesTest, IsShownWithItsActions) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(DesktopNoticesTest, StaysUntilItIsClosedUnlessNothingIsLostWithIt) {
+    show("one");
+    notices.show({.title = "two", .goesByItself = true});
+    ASSERT_TRUE(becomes([&] { return server->shown.size() == 2; }));
+    EXPECT_EQ(server->shown[0].expires, 0);
+    EXPECT_EQ(server->shown[1].expires, -1);
+}
+
 TEST_F(DesktopNoticesTest, WhatTheUserChoosesIsDoneOnce) {
     show("one");
     show("two");
