@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <utility>
-#include <variant>
 
 #include <QDir>
 #include <QFile>
@@ -38,23 +37,10 @@ std::string stateFolder() {
         .toStdString();
 }
 
-// The setting's word; empty when it has none.
-std::string wordFor(std::string_view key, const UserDefaults& defaults) {
-    const auto value = defaults.objectForKey(key);
-    const auto* word = value ? std::get_if<std::string>(&*value) : nullptr;
-    return word ? *word : "";
-}
-
-PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
-    return asked != PointerChoice::automatic
-               ? asked
-               : pointerChoiceNamed(wordFor(LinuxPlatform::kPointerKey, defaults));
-}
-
 ProgramLog::Settings chosenLog(ProgramLog::Settings asked, const UserDefaults& defaults) {
     if (asked.choice == LogChoice::automatic)
         asked.choice =
-            logChoiceNamed(wordFor(LinuxPlatform::kLogKey, defaults)).value_or(LogChoice::automatic);
+            logChoiceNamed(textForKey(defaults, LinuxPlatform::kLogKey)).value_or(LogChoice::automatic);
     return asked;
 }
 
@@ -69,6 +55,7 @@ public:
 
     void releaseButtonsAndFlushLog();
     void followSession();
+    void followUnits();
     void followScreens();
     static void atExit(int status, void* unused);
 
@@ -88,6 +75,7 @@ public:
     ScreenCover cover{session, notifications};
     LinuxSystemUI systemUI{&cover};
     LinuxSounds sounds;
+    UnitAccess unitAccess;
     ShellParts shell;
     Platform platform{registry,
                       pointer,
@@ -114,11 +102,15 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
       desktop(defaults, geometry, std::move(settings.screen)),
       pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
-      shell(notifications, std::move(settings.applicationFolder), std::move(settings.loginFolder)) {
+      shell(notifications, unitAccess, std::move(settings.applicationFolder),
+            std::move(settings.loginFolder)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
-        machineUnits =
-            std::make_unique<MachineUnits>(registry, process.runLoop, process.clock, session.hasTheSeat());
+        machineUnits = std::make_unique<MachineUnits>(registry, process.runLoop, process.clock,
+                                                      session.hasTheSeat(), settings.furtherUnits);
+    if (machineUnits)
+        machineUnits->setObserver([this] { followUnits(); });
+    followUnits();
     session.setObserver([this] { followSession(); });
     followScreens();
     static const bool registered = on_exit(atExit, nullptr) == 0;
@@ -147,6 +139,15 @@ void LinuxPlatform::Parts::followSession() {
     else
         pointer.releaseButtons();
     cover.update();
+    followUnits();
+}
+
+void LinuxPlatform::Parts::followUnits() {
+    UnitAccess now{session.hasTheSeat(), machineUnits ? machineUnits->permissionCommand() : ""};
+    if (now == unitAccess)
+        return;
+    unitAccess = std::move(now);
+    notifications.post({std::string(kUnitAccessDidChange)});
 }
 
 // A stroke ends where it was, before its next place is one in another picture; what follows until the pen is

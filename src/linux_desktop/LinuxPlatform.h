@@ -5,12 +5,14 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "linux_desktop/pointer/LinuxPointer.h"
 #include "linux_desktop/process/ProgramLog.h"
 #include "linux_desktop/screen/QtDesktop.h"
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
+#include "platform/UsbIdentifier.h"
 
 namespace lightpen {
 
@@ -24,6 +26,8 @@ struct LinuxPlatformSettings {
     explicit LinuxPlatformSettings(const std::string& program = "LightPenNX7");
 
     Units units = Units::ofTheMachine;
+    // Devices of the machine that count as camera units of the first kind, beside those that are known.
+    std::vector<UsbIdentifier> furtherUnits;
     // Anything but automatic goes before the user default "Pointer" ("uinput" or "xtest").
     PointerChoice pointer = PointerChoice::automatic;
     // The name of the screen that shows the picture; one that is not empty goes before the user default "Main
@@ -49,7 +53,6 @@ struct LinuxPlatformSettings {
 // exit() still lets go of buttons, writes its log out, and leaves at that point.
 class LinuxPlatform {
 public:
-    static constexpr std::string_view kPointerKey = "Pointer";
     static constexpr std::string_view kLogKey = "Log";
 
     explicit LinuxPlatform(LinuxPlatformSettings settings = LinuxPlatformSettings());

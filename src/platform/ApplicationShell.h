@@ -5,6 +5,7 @@
 #include "platform/Locales.h"
 #include "platform/LoginItems.h"
 #include "platform/StatusBar.h"
+#include "platform/UnitAccess.h"
 #include "platform/UserNotices.h"
 #include "platform/Workspace.h"
 
@@ -18,6 +19,7 @@ struct ApplicationShell {
     StatusBar& statusBar;
     Workspace& workspace;
     UserNotices& notices;
+    const UnitAccess& unitAccess; // as it is at the moment
 };
 
 } // namespace lightpen

@@ -27,4 +27,11 @@ public:
     virtual bool removeObjectForKey(std::string_view key) = 0;
 };
 
+// The text under the key; empty where there is none, or something else.
+inline std::string textForKey(const UserDefaults& defaults, std::string_view key) {
+    const auto value = defaults.objectForKey(key);
+    const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+    return text ? *text : std::string();
+}
+
 } // namespace lightpen

@@ -126,7 +126,8 @@ struct TestShell {
     ManualStatusBar statusBar;
     RecordingWorkspace workspace;
     RecordingNotices notices;
-    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace, notices};
+    UnitAccess unitAccess;
+    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace, notices, unitAccess};
 };
 
 } // namespace lightpen

@@ -55,6 +55,25 @@ bool readable(int descriptor) {
     return retryInterrupted([&] { return ::poll(&state, 1, 0); }) > 0;
 }
 
+// None when they cannot be listed.
+std::optional<std::vector<HidNode>> allNodes(udev& context, const UdevMonitor::IsInitialised& isInitialised) {
+    const std::shared_ptr<udev_enumerate> enumeration(udev_enumerate_new(&context), udev_enumerate_unref);
+    if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), "hidraw") < 0 ||
+        udev_enumerate_scan_devices(enumeration.get()) < 0)
+        return std::nullopt;
+    std::vector<HidNode> nodes;
+    for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get()); entry;
+         entry = udev_list_entry_get_next(entry)) {
+        const std::shared_ptr<udev_device> device(
+            udev_device_new_from_syspath(&context, udev_list_entry_get_name(entry)), udev_device_unref);
+        if (!device) // gone since the scan
+            continue;
+        if (auto node = hidNodeOf(device.get(), isInitialised(device.get())))
+            nodes.push_back(std::move(*node));
+    }
+    return nodes;
+}
+
 } // namespace
 
 std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised) {
@@ -83,6 +102,11 @@ std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised) {
                    attribute(usb, "product"),
                    attribute(usb, "serial")};
     return node;
+}
+
+std::optional<std::vector<HidNode>> hidNodesOfTheMachine() {
+    const std::shared_ptr<udev> context(udev_new(), udev_unref);
+    return context ? allNodes(*context, isInitialised) : std::nullopt;
 }
 
 UdevMonitor::UdevMonitor(UnitPublisher& units, IsInitialised instead)
@@ -115,22 +139,10 @@ int UdevMonitor::eventDescriptor() const {
 }
 
 bool UdevMonitor::enumerate() {
-    const std::shared_ptr<udev_enumerate> enumeration(udev_enumerate_new(udev_.get()), udev_enumerate_unref);
-    if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), "hidraw") < 0 ||
-        udev_enumerate_scan_devices(enumeration.get()) < 0)
-        return false;
-    std::vector<HidNode> nodes;
-    for (udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get()); entry;
-         entry = udev_list_entry_get_next(entry)) {
-        const std::shared_ptr<udev_device> device(
-            udev_device_new_from_syspath(udev_.get(), udev_list_entry_get_name(entry)), udev_device_unref);
-        if (!device) // gone since the scan
-            continue;
-        if (auto node = hidNodeOf(device.get(), isInitialised_(device.get())))
-            nodes.push_back(std::move(*node));
-    }
-    units_.allNodes(nodes);
-    return true;
+    const auto nodes = allNodes(*udev_, isInitialised_);
+    if (nodes)
+        units_.allNodes(*nodes);
+    return nodes.has_value();
 }
 
 void UdevMonitor::readEvents() {

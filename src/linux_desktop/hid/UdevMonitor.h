@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "linux_desktop/hid/UnitPublisher.h"
 
@@ -16,6 +17,10 @@ namespace lightpen {
 // Everything about a hidraw node; none for one that belongs to no USB device, or whose device is going.
 // Initialised says whether udev has applied its rules to it.
 std::optional<HidNode> hidNodeOf(udev_device* device, bool initialised);
+
+// The nodes of all USB devices that are plugged in now, in the order of their paths in sysfs; none without
+// udev.
+std::optional<std::vector<HidNode>> hidNodesOfTheMachine();
 
 // Watches the USB devices and their hidraw nodes through udev, and tells the publisher of them. Main thread.
 class UdevMonitor {

@@ -39,16 +39,6 @@ std::int64_t longest(const std::vector<HidReport>& reports) {
     return static_cast<std::int64_t>(length);
 }
 
-bool isCameraUnit(const UsbDevice& device) {
-    return device.vendorID == kUnitVendorID &&
-           (device.productID == kUnitFirstProductID || device.productID == kUnitSecondProductID);
-}
-
-// Whether the node is the one through which a camera unit is used.
-bool isPenNode(const HidNode& node) {
-    return isCameraUnit(node.device) && node.interfaceNumber == kUnitPenInterfaceNumber;
-}
-
 // The node's descriptor; none, with a log line, when it cannot be used.
 std::optional<HidDescriptor> descriptorOf(const HidNode& node) {
     auto result = parseHidDescriptor(node.descriptor);
@@ -62,6 +52,17 @@ std::optional<HidDescriptor> descriptorOf(const HidNode& node) {
 }
 
 } // namespace
+
+bool isCameraUnit(const UsbDevice& device, const std::vector<UsbIdentifier>& further) {
+    const UsbIdentifier one{device.vendorID, device.productID};
+    return one == UsbIdentifier{kUnitVendorID, kUnitFirstProductID} ||
+           one == UsbIdentifier{kUnitVendorID, kUnitSecondProductID} ||
+           std::ranges::find(further, one) != further.end();
+}
+
+bool isPenNode(const HidNode& node) {
+    return node.interfaceNumber == kUnitPenInterfaceNumber;
+}
 
 ServiceDescription usbDeviceService(const UsbDevice& device) {
     ServiceDescription service;
@@ -104,8 +105,18 @@ IOCFPlugInInterface UnitPublisher::plugInOf(HidrawNode node, std::weak_ptr<Liste
 }
 
 UnitPublisher::UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
-                             OpenHidrawNode openNode)
-    : registry_(registry), runLoop_(runLoop), clock_(clock), openNode_(std::move(openNode)) {}
+                             OpenHidrawNode openNode, std::vector<UsbIdentifier> furtherUnits)
+    : registry_(registry), runLoop_(runLoop), clock_(clock), openNode_(std::move(openNode)),
+      furtherUnits_(std::move(furtherUnits)) {}
+
+// The driver knows two kinds and asks for no others.
+UsbDevice UnitPublisher::listedAs(UsbDevice device) const {
+    if (!isCameraUnit(device, {})) {
+        device.vendorID = kUnitVendorID;
+        device.productID = kUnitFirstProductID;
+    }
+    return device;
+}
 
 void UnitPublisher::allNodes(const std::vector<HidNode>& nodes) {
     std::vector<std::string> gone;
@@ -121,7 +132,7 @@ void UnitPublisher::allNodes(const std::vector<HidNode>& nodes) {
 }
 
 void UnitPublisher::nodeSeen(const HidNode& seen) {
-    if (!isCameraUnit(seen.device) || seen.devnode.empty())
+    if (!isCameraUnit(seen.device, furtherUnits_) || seen.devnode.empty())
         return;
     Unit& unit = units_[seen.device.path];
     if (unit.service == 0)
@@ -134,7 +145,7 @@ void UnitPublisher::nodeSeen(const HidNode& seen) {
         node.descriptor = descriptorOf(seen);
     node.seen = seen;
     // Opening it is the only sure answer, but it costs 50 ms: once is enough.
-    node.opens = allowed_ && isPenNode(seen) && seen.initialised && opens(unit, seen);
+    node.opening = allowed_ && isPenNode(seen) && seen.initialised ? tryToOpen(unit, seen) : kIOReturnNotOpen;
     publishReadyNodes(unit);
 }
 
@@ -148,15 +159,24 @@ void UnitPublisher::allowUnits(bool allowed) {
 }
 
 bool UnitPublisher::isShut(const Node& node) {
-    return isPenNode(node.seen) && node.seen.initialised && !node.opens;
+    return isPenNode(node.seen) && node.seen.initialised && node.opening != kIOReturnSuccess;
+}
+
+// The first one, while units are allowed.
+const UnitPublisher::Unit* UnitPublisher::unitWithNode(const std::function<bool(const Node&)>& wanted) const {
+    const auto found = std::ranges::find_if(units_, [&](const auto& unit) {
+        return std::ranges::any_of(unit.second.nodes, [&](const auto& node) { return wanted(node.second); });
+    });
+    return allowed_ && found != units_.end() ? &found->second : nullptr;
 }
 
 bool UnitPublisher::hasShutNode() const {
-    return allowed_ && std::any_of(units_.begin(), units_.end(), [](const auto& unit) {
-               const auto& nodes = unit.second.nodes;
-               return std::any_of(nodes.begin(), nodes.end(),
-                                  [](const auto& node) { return isShut(node.second); });
-           });
+    return unitWithNode(isShut) != nullptr;
+}
+
+const UsbDevice* UnitPublisher::refusedUnit() const {
+    const Unit* unit = unitWithNode([](const Node& node) { return node.opening == kIOReturnNotPrivileged; });
+    return unit ? &unit->device : nullptr;
 }
 
 void UnitPublisher::retryShutNodes() {
@@ -174,13 +194,15 @@ void UnitPublisher::seeAgain(const std::function<bool(const Node&)>& wanted) {
         nodeSeen(node);
 }
 
-bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
+IOReturn UnitPublisher::tryToOpen(Unit& unit, const HidNode& node) const {
     FileDescriptor opened;
     const int error = openNode_(node.devnode, opened);
+    if (error == 0)
+        return kIOReturnSuccess;
     const IOReturn result = resultOfOpenError(error);
     // A node that is on its way out is soon reported gone.
-    if (error == 0 || result == kIOReturnNoDevice || std::exchange(unit.complained, true))
-        return error == 0;
+    if (result == kIOReturnNoDevice || std::exchange(unit.complained, true))
+        return result;
     if (result == kIOReturnNotPrivileged)
         logLine("HID: no permission to open the camera unit's %s: install 70-lightpen-nx7.rules in "
                 "/etc/udev/rules.d, then unplug the unit and plug it in again",
@@ -188,7 +210,7 @@ bool UnitPublisher::opens(Unit& unit, const HidNode& node) const {
     else
         logLine("HID: the camera unit's %s cannot be opened: %s", node.devnode.c_str(),
                 errorText(error).c_str());
-    return false;
+    return result;
 }
 
 void UnitPublisher::publishReadyNodes(Unit& unit) {
@@ -196,7 +218,8 @@ void UnitPublisher::publishReadyNodes(Unit& unit) {
         return;
     std::vector<Node*> ready;
     for (auto& [path, node] : unit.nodes)
-        if (node.seen.initialised && node.descriptor && (node.opens || !isPenNode(node.seen)))
+        if (node.seen.initialised && node.descriptor &&
+            (node.opening == kIOReturnSuccess || !isPenNode(node.seen)))
             ready.push_back(&node);
     if (std::none_of(ready.begin(), ready.end(), [](const Node* node) { return isPenNode(node->seen); }))
         return;
@@ -207,12 +230,14 @@ void UnitPublisher::publishReadyNodes(Unit& unit) {
         if (!node->listed)
             publish(*node);
     if (unit.service == 0)
-        unit.service = registry_.publish(usbDeviceService(unit.device));
+        unit.service = registry_.publish(usbDeviceService(listedAs(unit.device)));
 }
 
 void UnitPublisher::publish(Node& node) {
     node.listed = std::make_shared<Listed>();
-    ServiceDescription service = hidDeviceService(node.seen, *node.descriptor);
+    HidNode listed = node.seen;
+    listed.device = listedAs(std::move(listed.device));
+    ServiceDescription service = hidDeviceService(listed, *node.descriptor);
     // Numbered reports are nobody's here: such an interface is listed, but has no plug-in.
     if (const HidReport* input = node.descriptor->inputReport(0)) {
         // A node that has been withdrawn meanwhile is not listed any more: its successor is not meant.

@@ -14,6 +14,7 @@
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
+#include "platform/UsbIdentifier.h"
 
 namespace lightpen {
 
@@ -38,6 +39,12 @@ struct HidNode {
     UsbDevice device;
 };
 
+// Whether the device is a camera unit: one of those that are known, or of the further ones.
+bool isCameraUnit(const UsbDevice& device, const std::vector<UsbIdentifier>& further);
+
+// Whether the node is the one through which its unit is used.
+bool isPenNode(const HidNode& node);
+
 // The "IOUSBDevice" of a unit: "idVendor", "idProduct", and "USB Vendor Name" and "USB Product Name" where
 // the unit gives them.
 ServiceDescription usbDeviceService(const UsbDevice& device);
@@ -55,9 +62,10 @@ ServiceDescription hidDeviceService(const HidNode& node, const HidDescriptor& de
 // and may come in any order. Main thread.
 class UnitPublisher {
 public:
-    // The registry, the loop and the clock outlive this object, and the device interfaces and queues too.
+    // The registry, the loop and the clock outlive this object, and the device interfaces and queues too. The
+    // further units are listed as if they were of the first kind that is known.
     UnitPublisher(ServiceRegistry& registry, RunLoop& runLoop, Clock& clock,
-                  OpenHidrawNode openNode = openHidrawNode);
+                  OpenHidrawNode openNode = openHidrawNode, std::vector<UsbIdentifier> furtherUnits = {});
     // What is listed stays listed; nothing is told of hang-ups any more.
     ~UnitPublisher() = default;
     UnitPublisher(const UnitPublisher&) = delete;
@@ -77,6 +85,9 @@ public:
     void allowUnits(bool allowed);
     // Whether there is a pen's node that could not be opened.
     bool hasShutNode() const;
+    // The unit whose pen's node the user has no permission to open, as it says of itself; null while there is
+    // none. Stands until the next sighting of anything.
+    const UsbDevice* refusedUnit() const;
     // Tries such nodes once more: who may open a node can change without a word from the bus.
     void retryShutNodes();
 
@@ -89,7 +100,7 @@ private:
     struct Node {
         HidNode seen;
         std::optional<HidDescriptor> descriptor; // none when it cannot be used
-        bool opens = false;                      // as far as anybody tried: only the pen's node is asked
+        IOReturn opening = kIOReturnNotOpen;     // what came of trying it: only the pen's node is tried
         std::shared_ptr<Listed> listed;          // null while it is not
     };
     struct Unit {
@@ -101,7 +112,9 @@ private:
 
     static bool isShut(const Node& node);
     void seeAgain(const std::function<bool(const Node&)>& wanted);
-    bool opens(Unit& unit, const HidNode& node) const;
+    const Unit* unitWithNode(const std::function<bool(const Node&)>& wanted) const;
+    IOReturn tryToOpen(Unit& unit, const HidNode& node) const;
+    UsbDevice listedAs(UsbDevice device) const;
     void publishReadyNodes(Unit& unit);
     void publish(Node& node);
     static IOCFPlugInInterface plugInOf(HidrawNode node, std::weak_ptr<Listed> of, Clock& clock);
@@ -112,6 +125,7 @@ private:
     RunLoop& runLoop_;
     Clock& clock_;
     const OpenHidrawNode openNode_;
+    const std::vector<UsbIdentifier> furtherUnits_;
     std::map<std::string, Unit> units_; // by path
     bool allowed_ = true;
     // For requests on the loop, which may come after this object's end.

@@ -17,12 +17,13 @@ namespace lightpen {
 
 // What only the application itself asks of its desktop, in the order in which it is made. Main thread.
 struct ShellParts {
-    // The centre outlives them.
-    ShellParts(NotificationCenter& notifications, std::filesystem::path applicationFolder,
-               std::string loginFolder)
+    // The centre and the access outlive them.
+    ShellParts(NotificationCenter& notifications, const UnitAccess& unitAccess,
+               std::filesystem::path applicationFolder, std::string loginFolder)
         : locales(notifications),
           bundle(std::move(applicationFolder), [this] { return locales.preferredLanguages(); }),
-          loginItems(std::move(loginFolder)) {}
+          loginItems(std::move(loginFolder)), shell{bundle,    locales, loginItems, statusBar,
+                                                    workspace, notices, unitAccess} {}
 
     LinuxLocales locales;
     ApplicationBundle bundle;
@@ -30,7 +31,7 @@ struct ShellParts {
     TrayStatusBar statusBar;
     QtWorkspace workspace;
     DesktopNotices notices;
-    ApplicationShell shell{bundle, locales, loginItems, statusBar, workspace, notices};
+    ApplicationShell shell;
 };
 
 } // namespace lightpen

@@ -26,14 +26,25 @@ PointerChoice pointerChoiceNamed(std::string_view name) {
     return name == "xtest" ? PointerChoice::xtest : PointerChoice::automatic;
 }
 
+PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults) {
+    return asked != PointerChoice::automatic ? asked : pointerChoiceNamed(textForKey(defaults, kPointerKey));
+}
+
 std::vector<PointerWay> pointerWays(PointerChoice choice) {
     const PointerWay uinput{"uinput",
-                            [](auto& problem) { return UinputPointer::create(kUinputPath, problem); }};
-    const PointerWay xtest{"XTest", [choice](auto& problem) -> std::unique_ptr<PointerDevice> {
-                               if (choice == PointerChoice::xtest || !isWaylandSession())
-                                   return XTestPointer::create(nullptr, problem);
-                               problem = "the session is not X11";
-                               return nullptr;
+                            [](auto& problem) { return UinputPointer::create(kUinputPath, problem); },
+                            [] { return UinputPointer::problemOf(kUinputPath); }};
+    const auto openXTest = [choice](std::string& problem) -> std::unique_ptr<PointerDevice> {
+        if (choice == PointerChoice::xtest || !isWaylandSession())
+            return XTestPointer::create(nullptr, problem);
+        problem = "the session is not X11";
+        return nullptr;
+    };
+    // A connection of its own, which nobody else notices.
+    const PointerWay xtest{"XTest", openXTest, [openXTest] {
+                               std::string problem;
+                               static_cast<void>(openXTest(problem));
+                               return problem;
                            }};
     if (choice == PointerChoice::automatic)
         return {uinput, xtest};

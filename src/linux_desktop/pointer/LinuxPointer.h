@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "linux_desktop/pointer/PointerGeometry.h"
+#include "platform/Defaults.h"
 #include "platform/PointerButtons.h"
 #include "platform/PointerEvents.h"
 #include "platform/PriorityInheritance.h"
@@ -37,10 +38,19 @@ enum class PointerChoice { automatic, uinput, xtest };
 // "uinput" and "xtest"; everything else is automatic.
 PointerChoice pointerChoiceNamed(std::string_view name);
 
-// A way by its name in the log, and how its device is opened: null and the reason when it cannot.
+// The user default "Pointer" ("uinput" or "xtest").
+inline constexpr std::string_view kPointerKey = "Pointer";
+// What was asked for; where that is automatic, what the user default says.
+PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults);
+
+// One way to a pointer's device.
 struct PointerWay {
-    const char* name;
+    const char* name; // in the log
+    // Null and the reason when it cannot be opened.
     std::function<std::unique_ptr<PointerDevice>(std::string& problem)> open;
+    // The reason why it could not be opened now, without making a device; empty when nothing speaks against
+    // it.
+    std::function<std::string()> problem = {};
 };
 
 // The ways of this machine that the choice leaves, uinput first. XTest is offered where the session is X11,

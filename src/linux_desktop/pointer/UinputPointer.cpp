@@ -29,6 +29,13 @@ input_event record(unsigned type, unsigned code, int value) {
     return event;
 }
 
+FileDescriptor openNode(const char* path, std::string& problem) {
+    FileDescriptor node(retryInterrupted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
+    if (!node)
+        problem = std::string(path) + ": " + errorText(errno);
+    return node;
+}
+
 } // namespace
 
 std::shared_ptr<libevdev> describeUinputPointer() {
@@ -49,12 +56,16 @@ std::shared_ptr<libevdev> describeUinputPointer() {
     return description;
 }
 
+std::string UinputPointer::problemOf(const char* path) {
+    std::string problem;
+    static_cast<void>(openNode(path, problem));
+    return problem;
+}
+
 std::unique_ptr<UinputPointer> UinputPointer::create(const char* path, std::string& problem) {
-    FileDescriptor events(retryInterrupted([&] { return ::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK); }));
-    if (!events) {
-        problem = std::string(path) + ": " + errorText(errno);
+    FileDescriptor events = openNode(path, problem);
+    if (!events)
         return nullptr;
-    }
     const auto description = describeUinputPointer();
     libevdev_uinput* device = nullptr;
     const int error =

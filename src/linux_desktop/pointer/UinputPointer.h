@@ -27,6 +27,8 @@ class UinputPointer final : public PointerDevice {
 public:
     // Creates the device; null, and the reason, when the node cannot be opened or does not create devices.
     static std::unique_ptr<UinputPointer> create(const char* path, std::string& problem);
+    // Why the node cannot be opened; empty when it can.
+    static std::string problemOf(const char* path);
     // Over what takes input_event records; the device is destroyed with the pointer.
     explicit UinputPointer(FileDescriptor events, std::shared_ptr<libevdev_uinput> device = {})
         : events_(std::move(events)), device_(std::move(device)) {}

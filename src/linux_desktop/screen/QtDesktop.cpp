@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <variant>
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -130,9 +129,7 @@ std::vector<Screen> QtDesktop::screens() const {
 }
 
 std::string QtDesktop::chosenName() const {
-    const auto value = defaults_.objectForKey(kMainScreenKey);
-    const auto* name = value ? std::get_if<std::string>(&*value) : nullptr;
-    return chosen_.empty() && name ? *name : chosen_;
+    return chosen_.empty() ? textForKey(defaults_, kMainScreenKey) : chosen_;
 }
 
 QScreen* QtDesktop::mainScreen() const {

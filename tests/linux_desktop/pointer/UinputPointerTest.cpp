@@ -43,6 +43,15 @@ Record button(int code, int value) {
     return {EV_KEY, code, value};
 }
 
+TEST(UinputPointerNode, HasNoProblemWhenItCanBeOpened) {
+    const TemporaryDirectory folder;
+    EXPECT_EQ(UinputPointer::problemOf(folder.file("missing").c_str()),
+              folder.file("missing") + ": No such file or directory");
+    writeFile(folder.file("node"), "");
+    EXPECT_EQ(UinputPointer::problemOf(folder.file("node").c_str()), "");
+    EXPECT_EQ(readFile(folder.file("node")), "") << "nothing is asked of it";
+}
+
 class UinputPointerTest : public testing::Test {
 protected:
     UinputPointerTest() {

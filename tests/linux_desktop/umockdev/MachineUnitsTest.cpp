@@ -12,6 +12,7 @@
 #include "kit/SocketNode.h"
 #include "kit/TemporaryDirectory.h"
 #include "kit/TestPlatform.h"
+#include "linux_desktop/hid/PermissionCommand.h"
 #include "linux_desktop/umockdev/SimulatedBus.h"
 #include "measure/desktop/Patience.h"
 
@@ -89,12 +90,17 @@ TEST_F(MachineUnitsTest, NoticesThatANodeIsOpenedToTheUserWithoutAWordFromTheBus
     bus_.plugIn({});
     begin();
     EXPECT_FALSE(isListed());
+    std::vector<std::string> commands;
+    units_->setObserver([&] { commands.push_back(units_->permissionCommand()); });
+    EXPECT_EQ(units_->permissionCommand(), commandForPermission({0x1209, 1}));
     changePermissions(); // to those of another user
     EXPECT_TRUE(comesTrue([&] { return openings_ == 2; }));
     EXPECT_FALSE(isListed());
     openError_ = 0;
     changePermissions();
     EXPECT_TRUE(becomesListed(true));
+    ASSERT_FALSE(commands.empty());
+    EXPECT_EQ(commands.back(), "") << "the observer has been told";
     EXPECT_EQ(log_.lines().size(), 1U);
 }
 
