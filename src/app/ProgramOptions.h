@@ -5,16 +5,22 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/LogChoice.h"
+#include "platform/UsbIdentifier.h"
 
 namespace lightpen {
 
 // What the driver program is asked for on its command line.
 struct ProgramOptions {
     LogChoice log = LogChoice::automatic;
-    std::string screen; // which one shows the picture; empty: as the settings say
+    std::string screen;                 // which one shows the picture; empty: as the settings say
+    std::vector<UsbIdentifier> devices; // what counts as a camera unit beside those that are known
+    // What is printed in place of a start; the first of them that was asked for counts.
     bool help = false;
+    bool version = false;
+    bool list = false;
 };
 
 inline constexpr const char* kProgramUsage =
@@ -27,6 +33,12 @@ inline constexpr const char* kProgramUsage =
     "  --screen NAME   the screen that shows the picture, as the desktop calls it (\"HDMI-1\"); otherwise "
     "the\n"
     "                  setting \"Main Screen\" says so, or it is the desktop's primary one\n"
+    "  --device VID:PID\n"
+    "                  takes USB devices of this identifier (hexadecimal numbers) for camera units too;\n"
+    "                  may be given more than once\n"
+    "  --list          which units, ways to the pointer and screens there are, and which would be used;\n"
+    "                  starts nothing\n"
+    "  --version       the program's version\n"
     "  --help          this text\n";
 
 // The options behind the program's name; none, and the problem, when they cannot be understood.

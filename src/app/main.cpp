@@ -8,7 +8,9 @@
 
 #include "app/ApplicationMain.h"
 #include "app/ProgramOptions.h"
+#include "app/ProgramVersion.h"
 #include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/MachineList.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "linux_desktop/process/RootUser.h"
 #include "linux_desktop/process/SingleInstance.h"
@@ -28,15 +30,22 @@ int programMain(int argc, char** argv) {
         std::fputs(kProgramUsage, stdout);
         return EXIT_SUCCESS;
     }
+    if (options->version) {
+        std::printf("LightPenNX7 %s\n", kProgramVersion);
+        return EXIT_SUCCESS;
+    }
+    LinuxPlatformSettings settings;
+    settings.log.choice = options->log;
+    settings.screen = options->screen;
+    settings.furtherUnits = options->devices;
+    if (options->list)
+        return printMachine(argc, argv, settings);
     const SingleInstance instance("LightPenNX7");
     if (instance.runsAlready())
         return EXIT_SUCCESS;
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();
-    LinuxPlatformSettings settings;
-    settings.log.choice = options->log;
-    settings.screen = options->screen;
     LinuxPlatform linuxPlatform(std::move(settings));
     Platform::setCurrent(&linuxPlatform.platform());
     warnOfRoot();

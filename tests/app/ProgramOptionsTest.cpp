@@ -19,7 +19,8 @@ TEST_F(ProgramOptionsTest, WithoutAnyTheSettingsDecide) {
     const auto options = read({});
     ASSERT_TRUE(options);
     EXPECT_EQ(options->log, LogChoice::automatic);
-    EXPECT_FALSE(options->help);
+    EXPECT_FALSE(options->help || options->version || options->list);
+    EXPECT_TRUE(options->devices.empty());
 }
 
 TEST_F(ProgramOptionsTest, EachIsTaken) {
@@ -32,6 +33,16 @@ TEST_F(ProgramOptionsTest, EachIsTaken) {
     ASSERT_TRUE(both);
     EXPECT_TRUE(both->help);
     EXPECT_EQ(both->log, LogChoice::none);
+    EXPECT_TRUE(read({"--version"})->version);
+    const auto list = read({"--list", "--screen", "HDMI-1"});
+    EXPECT_TRUE(list->list);
+    EXPECT_FALSE(list->version || list->help);
+}
+
+TEST_F(ProgramOptionsTest, DevicesAreGathered) {
+    const auto options = read({"--device", "1a2b:0003", "--device", "FFFF:1"});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->devices, (std::vector<UsbIdentifier>{{0x1A2B, 3}, {0xFFFF, 1}}));
 }
 
 TEST_F(ProgramOptionsTest, ASessionManagersOptionIsForQt) {
@@ -49,6 +60,10 @@ TEST_F(ProgramOptionsTest, WhatCannotBeUnderstoodIsNamed) {
     EXPECT_EQ(problem, "--screen needs a value.");
     EXPECT_FALSE(read({"--screen", ""}));
     EXPECT_EQ(problem, "--screen takes the name of a screen.");
+    for (const char* value : {"", "1209", "1209:00001", "12g9:1", "0x1209:0001"}) {
+        EXPECT_FALSE(read({"--device", value})) << value;
+        EXPECT_EQ(problem, kDeviceProblem);
+    }
     EXPECT_FALSE(read({"--log"}));
     EXPECT_EQ(problem, "--log needs a value.");
     for (const char* value : {"", "automatic", "/tmp/log", "--help"}) {

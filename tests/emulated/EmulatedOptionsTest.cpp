@@ -32,6 +32,8 @@ TEST_F(EmulatedOptionsTest, EachSwitchIsItsOwn) {
     EXPECT_TRUE(read({"--commands"})->commands);
     EXPECT_TRUE(read({"--xtest"})->xtest);
     EXPECT_TRUE(read({"--help"})->help);
+    EXPECT_TRUE(read({"--version"})->version);
+    EXPECT_FALSE(read({"--help"})->version);
     const auto without = read({"--no-hand"});
     EXPECT_FALSE(without->hand || without->plugged || without->calibrated || without->strayLight ||
                  without->commands || without->xtest || without->help);

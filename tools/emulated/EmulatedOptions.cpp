@@ -15,13 +15,11 @@ struct Switch {
     std::string_view name;
     bool EmulatedOptions::*flag;
 };
-constexpr Switch kSwitches[] = {{"--plugged", &EmulatedOptions::plugged},
-                                {"--calibrated", &EmulatedOptions::calibrated},
-                                {"--stray-light", &EmulatedOptions::strayLight},
-                                {"--no-hand", &EmulatedOptions::hand},
-                                {"--commands", &EmulatedOptions::commands},
-                                {"--xtest", &EmulatedOptions::xtest},
-                                {"--help", &EmulatedOptions::help}};
+constexpr Switch kSwitches[] = {
+    {"--plugged", &EmulatedOptions::plugged},        {"--calibrated", &EmulatedOptions::calibrated},
+    {"--stray-light", &EmulatedOptions::strayLight}, {"--no-hand", &EmulatedOptions::hand},
+    {"--commands", &EmulatedOptions::commands},      {"--xtest", &EmulatedOptions::xtest},
+    {"--version", &EmulatedOptions::version},        {"--help", &EmulatedOptions::help}};
 
 // What is wrong with the option and its value; empty when nothing is.
 std::string takeValue(EmulatedOptions& options, std::string_view name, std::string_view value) {

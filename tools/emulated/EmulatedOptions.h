@@ -24,6 +24,7 @@ struct EmulatedOptions {
     LogChoice log = LogChoice::automatic;
     bool xtest = false; // the pointer moves through XTest whatever the machine has
     bool help = false;
+    bool version = false;
 };
 
 inline constexpr const char* kEmulatedUsage =
@@ -50,6 +51,7 @@ inline constexpr const char* kEmulatedUsage =
     "  --xtest         moves the pointer through XTest, never through the machine's own input devices\n"
     "  --log WHERE     where the log goes: stderr, file (~/.local/state/LightPenNX7-emulated/log) or none;\n"
     "                  otherwise the setting \"Log\" says so, or it goes to a terminal, else to the file\n"
+    "  --version       the program's version\n"
     "  --help          this text\n";
 
 // The options behind the program's name; none, and the problem, when they cannot be understood.

@@ -6,12 +6,14 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <QApplication>
 #include <QScreen>
 
 #include "app/LightPenNX7Controller.h"
+#include "app/ProgramVersion.h"
 #include "device/EventGeneratorNX7.h"
 #include "emulated/CommandLines.h"
 #include "emulated/EmulatedOptions.h"
@@ -199,8 +201,9 @@ int emulatedMain(int argc, char** argv) {
         std::fprintf(stderr, "%s\n%s", problem.c_str(), kEmulatedUsage);
         return 2;
     }
-    if (options->help) {
-        std::fputs(kEmulatedUsage, stdout);
+    if (options->help || options->version) {
+        const std::string version = std::string("LightPenNX7-emulated ") + kProgramVersion + '\n';
+        std::fputs(options->help ? kEmulatedUsage : version.c_str(), stdout);
         return EXIT_SUCCESS;
     }
     setUpQtMessages();
