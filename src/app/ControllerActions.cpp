@@ -14,7 +14,6 @@
 #include "app/MenuItems.h"
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
-#include "calibration/CalibrationQuality.h"
 #include "calibration/KVRCalibrationTarget.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -40,10 +39,6 @@ PointListRef firstFourOf(const PointListRef& points) {
     if (!points || points->size() < kMenuTargets)
         return nullptr;
     return std::make_shared<const PointList>(points->begin(), points->begin() + kMenuTargets);
-}
-
-bool isGood(const PointList& points) {
-    return points.size() != kMenuTargets || leastCornerShare(points) >= kLeastGoodShare;
 }
 
 } // namespace
@@ -77,48 +72,11 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     driver.setDelegate(nullptr);
     driver.setCalibrationCenter(calibrationCenter_);
     logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
+    updateCondition();
     tellOfCalibration(points, before, stored);
     Platform::current().clock.sleep(kFlashPause);
     if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);
-}
-
-// A session takes any four touches. Three of them close to one line map most of the screen far from the pen.
-void LightPenNX7Controller::tellOfCalibration(const PointListRef& points, const PointListRef& before,
-                                              bool stored) {
-    if (!points || (stored && isGood(*points)))
-        return;
-    UserNotice notice;
-    if (stored) {
-        notice.title = text("The calibration may be wrong");
-        notice.text =
-            text("Three of the places that you touched are close to one line. The pen may miss its place.");
-    } else {
-        notice.title = text("The calibration was not stored");
-        notice.text =
-            text("The camera unit did not take it. The pen works with it until the unit is unplugged.");
-    }
-    const auto offer = [&](const char* label, const std::function<void(LightPenNX7Controller&)>& perform) {
-        notice.actions.push_back({text(label), [points, perform, weak = weak_from_this()] {
-                                      // Another unit, or another calibration, is none of this notice's
-                                      // business.
-                                      const auto self = weak.lock();
-                                      if (self && self->calibrationCenter_->calibrationPoints() == points)
-                                          perform(*self);
-                                  }});
-    };
-    offer("Calibrate again", [](auto& self) { self.calibration("notice"); });
-    if (before)
-        offer("Keep the one before", [before](auto& self) { self.restoreCalibration(before); });
-    Platform::current().shell.notices.show(std::move(notice));
-}
-
-void LightPenNX7Controller::restoreCalibration(const PointListRef& points) {
-    logLine("Application: the calibration before is in force again");
-    const bool stored = EventGeneratorNX7::sharedEventGeneratorNX7()->writeCalibrationToFlash(points);
-    calibrationCenter_->setCalibrationPoints(points);
-    if (!stored)
-        tellOfCalibration(points, points, stored);
 }
 
 // The exposure is the unit's own; the marks only tell which distance it fits.

@@ -24,9 +24,6 @@ namespace {
 
 constexpr std::string_view kAboutKey = "About...";
 constexpr std::string_view kExitKey = "Exit";
-constexpr std::string_view kStrayLightMessage =
-    "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
-    "doesn't close properly. Please open the sliding door, then confirm the detection range.";
 
 std::string textOrNull(const QString& text) {
     return text.isNull() ? "(null)" : text.toStdString();
@@ -54,6 +51,12 @@ void LightPenNX7Controller::rebuildMenu(MenuMode menuMode) {
     statusItem_->setMenu(constructMenu(menuMode));
     showToolTip();
     offerToCancel();
+}
+
+void LightPenNX7Controller::showToolTip() {
+    const QString words = displayText(PenCondition::textKey(condition_.state()));
+    const QString name = localized("LightPenNX7");
+    statusItem_->setToolTip(words.isEmpty() ? name : QStringLiteral("%1 \u2013 %2").arg(name, words));
 }
 
 // Escape needs the keyboard, which a desktop may have given to another window.
@@ -118,6 +121,7 @@ void LightPenNX7Controller::constructPreviewWindow() {
     previewExitButton->setText(displayText("Exit"));
     previewDetectAgainButton->setText(displayText("Detect again!"));
     window->setWindowTitle(displayText("Camera picture"));
+    imageView->setWaitingText(displayText("No picture yet"));
     debugWindow->setTexts(displayText("Debug"), displayText("Threshold"), displayText("Forced Exposure"),
                           displayText("Send to the unit"));
 }
@@ -125,7 +129,7 @@ void LightPenNX7Controller::constructPreviewWindow() {
 std::shared_ptr<QMenu> LightPenNX7Controller::constructMenuForLocalIdentifier(const std::string& identifier) {
     logLine("Light n:165 ");
     auto menu = newMenu();
-    addItem(*menu, "Calibration", [](auto& self, QAction& item) { self.calibration(describe(item)); });
+    addItem(*menu, kCalibrationKey, [](auto& self, QAction& item) { self.calibration(describe(item)); });
     // The two defaults that are read and not used are part of what the settings file is asked for.
     const UserDefaults& defaults = Platform::current().defaults;
     static_cast<void>(defaults.objectForKey(kProjectionDistanceKey));

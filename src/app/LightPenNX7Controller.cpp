@@ -89,14 +89,17 @@ void LightPenNX7Controller::awakeFromNib() {
     calibrationCenter_ = std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle,
                                                                 Platform::current().desktop.mainScreen());
     calibrationCenter_->setSessionObserver([self = weak_from_this()] {
-        if (const auto controller = self.lock())
+        if (const auto controller = self.lock()) {
             controller->offerToCancel();
+            controller->updateConditionLater();
+        }
     });
     NotificationCenter& notifications = Platform::current().notifications;
     notifications.addObserver(this, kCalibrationCompleted, nullptr, [this](const Notification& notification) {
         calibrationDidComplete(notification);
     });
     observeScreen();
+    followCondition();
     deviceConnected_ = false;
     loadThresholds();
     printText("Light n:356 轉入Event\n");
@@ -106,6 +109,8 @@ void LightPenNX7Controller::awakeFromNib() {
         startWithUnit(driver);
     else
         rebuildMenu(MenuMode::exitOnly);
+    updateCondition();
+    watchForPanel();
     // Both windows stay above others of their own; the preview is not shown yet.
     if (isSet(kDebugWindowKey))
         showDebugWindow(driver, present);
@@ -137,6 +142,7 @@ void LightPenNX7Controller::observeScreen() {
     notifications.addObserver(this, kScreensDidChange, nullptr, [this](const Notification&) {
         EventGeneratorNX7::sharedEventGeneratorNX7()->screensDidChange();
         window->screensDidChange();
+        updateCondition();
     });
 }
 
@@ -194,7 +200,7 @@ void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
 void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     logLine("Light n:794 ");
     deviceConnected_ = true;
-    showStatusImage("connect");
+    statusItem_->setImage(statusImage("connect"));
     calibrationCenter_->cancelSession();
     calibrationCenter_->setCalibrationPoints(driver.calibrationPointsFromFlash());
     driver.setCalibrationCenter(calibrationCenter_);
@@ -203,6 +209,7 @@ void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     logLine("Light n:799 value deviceDidAddCallback: %d", exposure);
     faeTextField->setText(QString::number(exposure));
     markDistances(exposure);
+    updateCondition();
 }
 
 void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {
@@ -225,15 +232,11 @@ void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {
 }
 
 void LightPenNX7Controller::showDeviceRemoved() {
-    showStatusImage("disconn");
+    statusItem_->setImage(statusImage("disconn"));
     thresholdsTextField->setText(kNoValue);
     faeTextField->setText(kNoValue);
     rebuildMenu(MenuMode::exitOnly);
-}
-
-void LightPenNX7Controller::showStatusImage(std::string_view name) {
-    statusItem_->setImage(statusImage(name));
-    showToolTip();
+    updateCondition();
 }
 
 // Qt keeps what it has drawn of an icon, for that icon alone: a new one at each plug would be drawn and kept
@@ -243,11 +246,6 @@ QIcon LightPenNX7Controller::statusImage(std::string_view name) {
     if (image.isNull())
         image = resourceIcon(name);
     return image;
-}
-
-void LightPenNX7Controller::showToolTip() {
-    statusItem_->setToolTip(
-        displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit"));
 }
 
 // A desktop may have refused the keyboard to the key window when it was made; now, and until the menu closes,

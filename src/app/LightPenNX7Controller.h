@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -16,10 +17,12 @@
 #include <QPointer>
 
 #include "app/ControllerState.h"
+#include "app/PenCondition.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
 #include "platform/Notifications.h"
 #include "platform/PropertyList.h"
+#include "platform/UserNotices.h"
 
 class QLabel;
 class QLineEdit;
@@ -116,9 +119,19 @@ public:
     bool deviceConnected() const { return deviceConnected_; }
     // The item in the panel; null before awakeFromNib().
     const StatusItem* statusItem() const { return statusItem_.get(); }
+    // Whether the pen can be used, from awakeFromNib() on.
+    const PenCondition& penCondition() const { return condition_; }
+    // What opens the application's window. Without it no notice offers that.
+    void setShowHome(std::function<void()> showHome) { showHome_ = std::move(showHome); }
 
 private:
     static constexpr std::string_view kCancelKey = "Cancel the calibration";
+    static constexpr std::string_view kCalibrationKey = "Calibration";
+    static constexpr std::string_view kCalibrateAgainKey = "Calibrate again";
+    static constexpr std::string_view kStrayLightMessage =
+        "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+        "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+    using NoticeOperation = std::function<void(LightPenNX7Controller&)>;
     using ItemOperation = std::function<void(LightPenNX7Controller&, QAction&)>;
 
     void makeStatusItem();
@@ -126,13 +139,25 @@ private:
     void startWithUnit(EventGeneratorNX7& driver);
     void showDebugWindow(const EventGeneratorNX7& driver, bool present);
     void readDeviceInformation(const EventGeneratorNX7& driver);
-    void showStatusImage(std::string_view name);
     QIcon statusImage(std::string_view name);
-    void showToolTip();
     void offerToCancel();
     void menuOpened();
     void showDeviceRemoved();
     void observeScreen();
+
+    void followCondition();
+    void updateCondition();
+    void updateConditionLater();
+    void conditionDidChange();
+    void performLater(const char* selector, Microseconds delay, void (LightPenNX7Controller::*operation)());
+    void tellOnce(std::string_view titleKey, UserNotice notice);
+    UserNotice::Action noticeAction(std::string_view labelKey, NoticeOperation operation);
+    UserNotice::Action offerToCalibrate(std::string_view labelKey);
+    void tellOfUnit();
+    void tellOfPermission();
+    void tellOfStrayLight();
+    void watchForPanel();
+    void tellOfNoPanel();
     void tellOfCalibration(const PointListRef& points, const PointListRef& before, bool stored);
     void restoreCalibration(const PointListRef& points);
 
@@ -140,6 +165,7 @@ private:
     void loadLanguage(const std::string& identifier, MenuMode menuMode);
     std::optional<std::string> languageKeyOf(const std::string& identifier) const;
     void rebuildMenu(MenuMode menuMode);
+    void showToolTip();
     QMenu& addSubmenu(QMenu& menu, std::string_view titleKey);
     QAction& addItem(QMenu& menu, std::string_view titleKey, ItemOperation operation);
     void validateItems(const QMenu& menu);
@@ -170,6 +196,9 @@ private:
     PropertyListDictionary stringDict;
     std::shared_ptr<KVRCalibrationCenter> calibrationCenter_;
     SharedFlag deviceConnected_{false};
+    PenCondition condition_;
+    std::set<std::string_view> told_; // the titles' keys of what is told once in the program's run
+    std::function<void()> showHome_;
     QPointer<QAction> distanceItem3;
     QPointer<QAction> distanceItem2;
     QPointer<QAction> distanceItem1;

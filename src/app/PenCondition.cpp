@@ -34,7 +34,7 @@ std::string_view PenCondition::textKey(State state) {
     case State::notCalibrated:
         return "The pen is not calibrated";
     case State::calibrationDoesNotFit:
-        return "The calibration does not fit the screen any more";
+        return "The calibration may not fit the screen any more";
     }
     return {};
 }

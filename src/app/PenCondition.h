@@ -40,6 +40,7 @@ public:
     static std::string_view textKey(State state);
 
     State state() const { return stateOf(facts_); }
+    const Facts& facts() const { return facts_; }
     // What belongs to the state: for noPermission the command that mends it, to be run in a terminal; empty
     // for the others.
     const std::string& detail() const;

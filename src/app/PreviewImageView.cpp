@@ -31,6 +31,11 @@ void PreviewImageView::setImage(PreviewImageRef image) {
     update();
 }
 
+void PreviewImageView::setWaitingText(const QString& text) {
+    waitingText_ = text;
+    update();
+}
+
 QRect PreviewImageView::placeOfPicture(const QSize& room) {
     const QSize inside = room.shrunkBy(kFrame);
     const int factor =
@@ -67,8 +72,15 @@ void PreviewImageView::paintEvent(QPaintEvent*) {
     const QRect place = placeOfPicture((QSizeF(size()) * ratio).toSize());
     painter.fillRect(place.marginsAdded(kFrame), palette().color(QPalette::Mid));
     painter.fillRect(place, Qt::black);
-    if (image_)
+    if (image_) {
         painter.drawImage(place, picture_);
+        return;
+    }
+    // Words are in points.
+    painter.resetTransform();
+    painter.setPen(Qt::lightGray);
+    const QRectF points(QPointF(place.topLeft()) / ratio, QSizeF(place.size()) / ratio);
+    painter.drawText(points, Qt::AlignCenter | Qt::TextWordWrap, waitingText_);
 }
 
 } // namespace lightpen

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QImage>
+#include <QString>
 #include <QWidget>
 
 #include "device/PreviewImage.h"
@@ -19,6 +20,8 @@ public:
     void setImage(PreviewImageRef image);
     // Null without a picture.
     PreviewImageRef image() const { return image_; }
+    // What stands in the place of a picture that is not there.
+    void setWaitingText(const QString& text);
 
     // Where the picture stands in a room of this size, in pixels of the screen. In a room that is too small
     // it has its own size.
@@ -37,6 +40,7 @@ protected:
 private:
     PreviewImageRef image_; // owns the bytes that picture_ shows
     QImage picture_;
+    QString waitingText_;
 };
 
 } // namespace lightpen

@@ -38,6 +38,9 @@ public:
     // own handler.
     void setFirstItem(const QString& text, std::function<void()> chosen = {});
     void setToolTip(const QString& toolTip);
+    const QString& toolTip() const { return toolTip_; }
+    // Whether there has been a panel to appear in.
+    bool isInPanel() const { return icon_ != nullptr; }
     // The handler is called whenever the user opens the menu.
     void setMenuOpened(std::function<void()> opened) { opened_ = std::move(opened); }
     // The handler is called when the menu has closed, by a choice or without one.

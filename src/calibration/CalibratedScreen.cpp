@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "platform/Log.h"
@@ -91,9 +91,7 @@ std::optional<Entry> entryOf(std::string_view text) {
 }
 
 std::string storedText() {
-    const auto value = Platform::current().defaults.objectForKey(kKey);
-    const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
-    return text ? *text : "";
+    return textForKey(Platform::current().defaults, kKey);
 }
 
 // Whether the entry is of these points, or of their first ones.
@@ -110,6 +108,15 @@ ScreenRect turned(const ScreenRect& rect, Size screen) {
 }
 
 } // namespace
+
+bool haveOneShape(const CalibratedScreen& one, const CalibratedScreen& other) {
+    constexpr double kTolerance = 0.02;
+    Size turnedBack = other.size;
+    if ((one.quarterTurns - other.quarterTurns) % 2 != 0)
+        std::swap(turnedBack.width, turnedBack.height);
+    const double across = one.size.width * turnedBack.height, down = one.size.height * turnedBack.width;
+    return std::abs(across - down) <= kTolerance * std::max(across, down);
+}
 
 void rememberCalibratedScreen(const std::string& unit, const PointList& points,
                               const CalibratedScreen& screen) {

@@ -21,6 +21,10 @@ struct CalibratedScreen {
     friend bool operator==(const CalibratedScreen&, const CalibratedScreen&) = default;
 };
 
+// Whether the picture has the same shape on both, once one is turned as the other is: the sides are in the
+// same proportion, to two parts in a hundred.
+bool haveOneShape(const CalibratedScreen& one, const CalibratedScreen& other);
+
 // Writes into the settings what the points of this unit were made on. The unit is known by its serial number,
 // which may be empty. The last eight are kept. Main thread.
 void rememberCalibratedScreen(const std::string& unit, const PointList& points,

@@ -67,6 +67,8 @@ public:
     // Whether a touch counts from now on: a unit is open, and what it reported at its start has been thrown
     // away. Any thread.
     static bool hearsPen();
+    // Whether the last light test saw light that is not the pen's, so that the pen rests. Any thread.
+    static bool seesStrayLight();
     // Opens the unit that is there, tests for stray light and waits, running the main loop, for the point
     // thread; so long as it is listed, also for a unit that cannot be made or opened. At the end the pairing
     // key window is made where the unit's pens are tied by a table.

@@ -140,13 +140,17 @@ int EventGeneratorNX7::Nx9windowrelease() {
     return 0;
 }
 
+bool EventGeneratorNX7::seesStrayLight() {
+    return sharedState.checkViewState == kViewShown;
+}
+
 void EventGeneratorNX7::screenWasCovered() {
-    if (sharedState.checkViewState == kViewShown)
+    if (seesStrayLight())
         Nx9windowrelease();
 }
 
 void EventGeneratorNX7::screenWasUncovered() {
-    if (sharedState.checkViewState == kViewShown)
+    if (seesStrayLight())
         startPointQueue();
 }
 

@@ -18,10 +18,11 @@ const PointList kDoubtful{{210, 140}, {2330, 161}, {233, 1709}, {1290, 930}};
 
 class CalibrationNoticeTest : public ControllerFixture {
 protected:
-    // A controller with a unit that holds these points.
+    // A controller with a unit that holds these points. What is told of the unit itself is not looked at.
     void startWith(const PointList& stored) {
         openUnit({.points = stored});
         start();
+        desk.notices.shown.clear();
     }
     void complete(const PointList& points) {
         controller->calibrationDidComplete(
@@ -45,11 +46,33 @@ protected:
     }
 };
 
-TEST_F(CalibrationNoticeTest, AGoodOneIsNotTalkedAbout) {
+TEST_F(CalibrationNoticeTest, AGoodOneIsToldOnce) {
     startWith(kBefore);
     complete(kGood);
-    EXPECT_THAT(shown(), IsEmpty());
+    ASSERT_THAT(shown(), SizeIs(1));
+    EXPECT_EQ(shown().front().title, "The calibration is stored");
+    EXPECT_TRUE(shown().front().goesByItself);
+    EXPECT_THAT(desk.notices.labels(), ElementsAre("Keep the one before"));
     expectInForce(kGood);
+    complete(kBefore);
+    EXPECT_THAT(shown(), SizeIs(1));
+    expectInForce(kBefore);
+}
+
+TEST_F(CalibrationNoticeTest, AGoodOneCanBeTakenBack) {
+    startWith(kBefore);
+    complete(kGood);
+    choose(0);
+    expectInForce(kBefore);
+}
+
+TEST_F(CalibrationNoticeTest, TheFirstGoodOneMakesThePenReady) {
+    startWith({});
+    complete(kGood);
+    EXPECT_EQ(controller->penCondition().state(), PenCondition::State::ready);
+    ASSERT_THAT(shown(), SizeIs(1)) << "nobody has to hear it twice";
+    EXPECT_EQ(shown().front().title, "The calibration is stored");
+    EXPECT_THAT(desk.notices.labels(), IsEmpty());
 }
 
 TEST_F(CalibrationNoticeTest, ADoubtfulOneIsInForceAndTold) {
@@ -57,6 +80,7 @@ TEST_F(CalibrationNoticeTest, ADoubtfulOneIsInForceAndTold) {
     complete(kDoubtful);
     ASSERT_THAT(shown(), SizeIs(1));
     EXPECT_EQ(shown().front().title, "The calibration may be wrong");
+    EXPECT_FALSE(shown().front().goesByItself);
     EXPECT_THAT(desk.notices.labels(), ElementsAre("Calibrate again", "Keep the one before"));
     expectInForce(kDoubtful);
 }

@@ -79,6 +79,21 @@ TEST_F(PreviewImageViewTest, ANewPictureTakesTheOldOnesPlaceAndNoneIsBlack) {
     EXPECT_EQ(shown(room), never);
 }
 
+TEST_F(PreviewImageViewTest, WordsStandWhereThereIsNoPicture) {
+    const QSize room{4 * kWidth + 2, 4 * kHeight + 2};
+    const QImage black = shown(room);
+    view.setWaitingText(QStringLiteral("No picture yet"));
+    const QImage words = shown(room);
+    EXPECT_NE(words, black);
+    EXPECT_EQ(words.pixel(2, 2), qRgb(0, 0, 0));
+    view.setImage(patternImage());
+    expectPattern(shown(room), {1, 1}, 4);
+    view.setImage(nullptr);
+    EXPECT_EQ(shown(room), words);
+    view.setWaitingText({});
+    EXPECT_EQ(shown(room), black);
+}
+
 // The view keeps what it shows: the driver may replace its picture at any time.
 TEST_F(PreviewImageViewTest, KeepsThePicture) {
     auto image = patternImage();

@@ -49,6 +49,25 @@ TEST_F(CalibratedScreenTest, PointsBehindTheTouchesDoNotMatter) {
     EXPECT_EQ(calibratedScreen("", longer), std::nullopt);
 }
 
+TEST_F(CalibratedScreenTest, OnlyTheProportionOfTheSidesIsItsShape) {
+    EXPECT_TRUE(haveOneShape(kFullHd, {{1366, 768}}));
+    EXPECT_TRUE(haveOneShape(kSmall, {{1920, 1200}}));
+    EXPECT_FALSE(haveOneShape(kFullHd, kSmall));
+    EXPECT_FALSE(haveOneShape(kSmall, kFullHd));
+    EXPECT_FALSE(haveOneShape({{1024, 768}}, {{1280, 1024}}));
+    EXPECT_TRUE(haveOneShape({{1000, 1000}}, {{1015, 1000}}));
+    EXPECT_FALSE(haveOneShape({{1000, 1000}}, {{1025, 1000}}));
+}
+
+TEST_F(CalibratedScreenTest, APictureThatIsTurnedKeepsItsShape) {
+    EXPECT_TRUE(haveOneShape(kFullHd, {{1080, 1920}, 1}));
+    EXPECT_TRUE(haveOneShape({{1080, 1920}, 3}, kFullHd));
+    EXPECT_TRUE(haveOneShape({{1080, 1920}, 3}, {{540, 960}, 1}));
+    EXPECT_TRUE(haveOneShape(kFullHd, {{1920, 1080}, 2}));
+    EXPECT_FALSE(haveOneShape(kFullHd, {{1080, 1920}})) << "nobody has said that it is turned";
+    EXPECT_FALSE(haveOneShape(kFullHd, {{1920, 1080}, 1}));
+}
+
 TEST_F(CalibratedScreenTest, TheSameTouchesAreRememberedOnce) {
     rememberCalibratedScreen("A1", kTouches, kSmall);
     rememberCalibratedScreen("A2", kOthers, kFullHd);
