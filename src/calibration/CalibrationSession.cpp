@@ -64,6 +64,7 @@ void KVRCalibrationCenter::beginSession(Kind kind) {
     makeWindow();
     _calibrationWindow->setBackgroundColor(automatic ? kBlackColor : kWhiteColor);
     _calibrationWindow->setWayOut(automatic ? std::nullopt : std::optional(cancelLabel_));
+    _calibrationWindow->setTouchHint(automatic ? std::string() : touchHint_);
     _calibrationStep = 0;
     placeFirstTarget();
     _canProcessLightPenSignal = true;

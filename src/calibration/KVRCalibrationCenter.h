@@ -110,6 +110,8 @@ public:
     // such place. In an automatic one, where the camera must see nothing beside the target, a click anywhere
     // does.
     void setCancelLabel(std::string label) { cancelLabel_ = std::move(label); }
+    // What a session by hand says above its targets, from the next one on; empty for nothing.
+    void setTouchHint(std::string hint) { touchHint_ = std::move(hint); }
     // The program ends: what a session has changed in the unit is put back. Windows end with the program.
     void programEnds();
     // How long a session waits for a touch before it is cancelled: it holds the keyboard meanwhile.
@@ -187,6 +189,7 @@ private:
     std::shared_ptr<ViewAnimation> animation_; // the last one of the session
     std::function<void()> sessionChanged_;
     std::string cancelLabel_;
+    std::string touchHint_;
     // When the session began or was last touched; for the main thread.
     SharedValue<Microseconds> lastTouch_;
     // The target's, for the point thread.

@@ -13,6 +13,7 @@
 
 #include "calibration/CancelPlace.h"
 #include "calibration/KVRCalibrationTarget.h"
+#include "calibration/TouchHint.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/FloatPanel.h"
 #include "device/VirtualKeyCodes.h"
@@ -23,7 +24,8 @@ namespace lightpen {
 
 KVRCalibrationWindow::KVRCalibrationWindow()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
-      contentView_(new QWidget(this)), cancelPlace_(new CancelPlace(*contentView_)) {
+      contentView_(new QWidget(this)), cancelPlace_(new CancelPlace(*contentView_)),
+      touchHint_(new TouchHint(*this)) {
     setFocusPolicy(Qt::StrongFocus);
     connect(cancelPlace_, &QAbstractButton::clicked, this, &KVRCalibrationWindow::cancelCalibration);
 }
@@ -112,6 +114,10 @@ void KVRCalibrationWindow::setWayOut(const std::optional<std::string>& label) {
     cancelPlace_->setLabel(QString::fromStdString(label.value_or(std::string())));
     clickCancels_ = !label;
     pressed_ = false;
+}
+
+void KVRCalibrationWindow::setTouchHint(const std::string& hint) {
+    touchHint_->setHint(QString::fromStdString(hint));
 }
 
 // Without a window manager a full-screen window keeps its size, so it gets the screen's size first.

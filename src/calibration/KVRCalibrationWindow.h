@@ -20,6 +20,7 @@ namespace lightpen {
 
 class CancelPlace;
 class KVRCalibrationTarget;
+class TouchHint;
 
 // Posted when a calibration is cancelled; the object is the window.
 inline constexpr std::string_view kCalibrationDidCanceled = "kCalibrationDidCanceled";
@@ -59,6 +60,8 @@ public:
     // How the mouse ends the calibration: by a click on this label, which is shown, or where there is none by
     // a click anywhere. A compositor may give the keyboard to another screen's window, and Escape to that.
     void setWayOut(const std::optional<std::string>& label);
+    // What stands above the targets for the user to read; empty for nothing.
+    void setTouchHint(const std::string& hint);
 
     // Shows it on its screen, above all others, with the keyboard.
     void makeKeyAndOrderFront();
@@ -92,6 +95,7 @@ private:
     std::optional<Screen> calibrationScreen_;
     QWidget* const contentView_;     // a child, owned by this
     CancelPlace* const cancelPlace_; // in the content view, which owns it
+    TouchHint* const touchHint_;     // owned by this window
     bool clickCancels_ = false;
     bool pressed_ = false; // here, and in this session
     WillCloseHandler windowWillClose_;

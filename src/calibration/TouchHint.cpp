@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "calibration/TouchHint.h"
+
+#include <QEvent>
+#include <QPalette>
+
+namespace lightpen {
+
+namespace {
+
+// In points. The highest targets begin 43 points below the edge.
+constexpr int kTopMargin = 10;
+constexpr int kHeight = 24;
+constexpr int kTextPixels = 14;
+const QColor kText(0x40, 0x40, 0x40);
+
+} // namespace
+
+TouchHint::TouchHint(QWidget& window) : QLabel(&window) {
+    QFont smaller = font();
+    smaller.setPixelSize(kTextPixels);
+    setFont(smaller);
+    QPalette colours = palette();
+    colours.setColor(QPalette::WindowText, kText);
+    setPalette(colours);
+    setTextFormat(Qt::PlainText);
+    setAlignment(Qt::AlignCenter);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    window.installEventFilter(this);
+    hide();
+}
+
+void TouchHint::setHint(const QString& hint) {
+    setText(hint);
+    place();
+    setVisible(!hint.isEmpty());
+}
+
+void TouchHint::place() {
+    const int width = sizeHint().width();
+    setGeometry((parentWidget()->width() - width) / 2, kTopMargin, width, kHeight);
+}
+
+bool TouchHint::eventFilter(QObject*, QEvent* event) {
+    if (event->type() == QEvent::Resize)
+        place();
+    return false;
+}
+
+} // namespace lightpen
