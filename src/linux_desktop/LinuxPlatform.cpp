@@ -155,6 +155,8 @@ void LinuxPlatform::Parts::followUnits() {
 void LinuxPlatform::Parts::followScreens() {
     desktop.beforeMainScreenChanges = [this] { pointer.releaseButtons(); };
     desktop.afterChange = [this] { notifications.post({std::string(kScreensDidChange)}); };
+    notifications.addObserver(this, kMainScreenWasChosen, nullptr,
+                              [this](const Notification&) { desktop.update(); });
 }
 
 // Qt calls exit() when the display goes away, and so may any library. Destructors would then run under the

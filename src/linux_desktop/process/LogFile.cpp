@@ -24,6 +24,10 @@ FileDescriptor open(int folder, const char* name, int flags) {
 
 } // namespace
 
+std::string LogFile::pathIn(const std::string& folder) {
+    return folder + '/' + kName;
+}
+
 bool LogFile::openFolder() {
     std::filesystem::path above;
     for (const auto& part : std::filesystem::path(path_)) {

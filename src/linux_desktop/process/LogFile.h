@@ -17,6 +17,9 @@ public:
     // How large each of the two files becomes, in bytes.
     static constexpr std::size_t kLimit = 4'000'000;
 
+    // The file's path in that folder.
+    static std::string pathIn(const std::string& folder);
+
     // Touches neither folder nor file before the first text. The descriptor for complaints is not owned.
     LogFile(std::string folder, int complaints, std::size_t limit = kLimit)
         : path_(std::move(folder)), complaints_(complaints), limit_(limit) {}

@@ -210,7 +210,8 @@ private:
 };
 
 ProgramLog::ProgramLog(const Settings& settings)
-    : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience) {
+    : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience),
+      file_(choiceOf(settings) == LogChoice::file ? LogFile::pathIn(settings.folder) : "") {
     const AllSignalsBlocked blocked;
     try {
         std::thread thread([writer = writer_] { writer->run(); });

@@ -50,11 +50,15 @@ public:
     bool flush(Microseconds patience);
     bool flush() { return flush(patience_); }
 
+    // The path of the log file; empty where the log goes elsewhere. Any thread.
+    const std::string& file() const { return file_; }
+
 private:
     class Writer;
     // Shared with the writer's thread, which may be caught in a write and then outlives the log.
     std::shared_ptr<Writer> writer_;
     const Microseconds patience_;
+    const std::string file_;
 };
 
 } // namespace lightpen

@@ -5,7 +5,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <QObject>
@@ -15,6 +14,7 @@
 #include "linux_desktop/screen/PrimaryOutput.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
+#include "platform/MainScreenChoice.h"
 #include "platform/Shared.h"
 
 class QScreen;
@@ -25,12 +25,8 @@ namespace lightpen {
 // screen's frame and the pointer's geometry up to date while the loop runs.
 class QtDesktop final : public QObject, public Desktop {
 public:
-    // The user default that names the main screen, as its output is called ("HDMI-1"); without it, or when
-    // there is no such screen, the primary one is the main one.
-    static constexpr std::string_view kMainScreenKey = "Main Screen";
-
-    // Both outlive the desktop. A name that is not empty goes before the user default. The desktop's own
-    // primary output goes before Qt's primary screen.
+    // Both outlive the desktop. A name that is not empty goes before the user default "Main Screen". The
+    // desktop's own primary output goes before Qt's primary screen.
     QtDesktop(const UserDefaults& defaults, SharedGeometry& geometry, std::string chosen = "",
               std::unique_ptr<PrimaryOutput> primary = std::make_unique<PrimaryOutput>());
 
