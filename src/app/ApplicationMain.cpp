@@ -11,13 +11,21 @@
 
 namespace lightpen {
 
-void applicationMain(const std::function<int()>& mainLoop) {
+void applicationMain(const std::function<int()>& mainLoop, const ApplicationSurroundings& surroundings) {
     LightPenNX7Controller::initialize();
     // Under Wayland a window's picture is that of its desktop entry, elsewhere its own.
     QGuiApplication::setDesktopFileName(QStringLiteral("org.lightpen.LightPenNX7"));
     QGuiApplication::setWindowIcon(resourceIcon("Picture 1"));
     const auto controller = std::make_shared<LightPenNX7Controller>();
+    controller->setProgramFacts(surroundings.facts);
     controller->awakeFromNib();
+    if (surroundings.requests)
+        surroundings.requests->setHandler([weak = std::weak_ptr(controller)](const std::string& action) {
+            if (const auto asked = weak.lock())
+                asked->performAction(action);
+        });
+    if (!surroundings.action.empty())
+        controller->performAction(surroundings.action);
     const int status = mainLoop();
     controller->programEnds();
     // Without destructors: the driver's threads may still run.

@@ -26,6 +26,7 @@ constexpr int kMenuTargets = 4;
 // Lets the unit finish writing its flash before the next command.
 constexpr Microseconds kFlashPause = std::chrono::milliseconds(500);
 constexpr std::uint32_t kReadPairingTable = 'R';
+constexpr std::string_view kTouchKey = "Touch each target with the pen. Escape ends the calibration.";
 
 PointListRef pointsOf(const Notification& notification) {
     const auto found = notification.userInfo.find(kCalibrationPoints);
@@ -45,7 +46,10 @@ PointListRef firstFourOf(const PointListRef& points) {
 
 void LightPenNX7Controller::calibration(const std::string& sender) {
     logLine("Light n:646 ");
-    const bool automatic = isSet(kAutoCalibrationKey);
+    calibrate(isSet(kAutoCalibrationKey), sender);
+}
+
+void LightPenNX7Controller::calibrate(bool automatic, const std::string& sender) {
     const QPixmap image = resourceImage(automatic ? "auto" : "calib");
     // A target without its picture stays the plain button that it was made as.
     if (const auto target = calibrationCenter_->calibrationTarget(); target && !image.isNull()) {
@@ -56,6 +60,7 @@ void LightPenNX7Controller::calibration(const std::string& sender) {
     }
     calibrationCenter_->setTotalPoints(kMenuTargets);
     calibrationCenter_->setCancelLabel(text(kCancelKey));
+    calibrationCenter_->setTouchHint(text(kTouchKey));
     if (automatic)
         calibrationCenter_->startAutoCalibration();
     else
@@ -74,6 +79,7 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     logLine("Light n:637 calibrationDidComplete:%s", describe(notification).c_str());
     updateCondition();
     tellOfCalibration(points, before, stored);
+    keepCalibrationBefore(before);
     Platform::current().clock.sleep(kFlashPause);
     if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);

@@ -57,6 +57,7 @@ void LightPenNX7Controller::showToolTip() {
     const QString words = displayText(PenCondition::textKey(condition_.state()));
     const QString name = localized("LightPenNX7");
     statusItem_->setToolTip(words.isEmpty() ? name : QStringLiteral("%1 \u2013 %2").arg(name, words));
+    updateHome();
 }
 
 // Escape needs the keyboard, which a desktop may have given to another window.

@@ -86,6 +86,7 @@ LightPenNX7Controller::~LightPenNX7Controller() {
 
 void LightPenNX7Controller::awakeFromNib() {
     makeStatusItem();
+    showHomeWithoutPanel();
     calibrationCenter_ = std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle,
                                                                 Platform::current().desktop.mainScreen());
     calibrationCenter_->setSessionObserver([self = weak_from_this()] {
@@ -143,6 +144,7 @@ void LightPenNX7Controller::observeScreen() {
         EventGeneratorNX7::sharedEventGeneratorNX7()->screensDidChange();
         window->screensDidChange();
         updateCondition();
+        updateHome();
     });
 }
 
@@ -200,6 +202,7 @@ void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
 void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     logLine("Light n:794 ");
     deviceConnected_ = true;
+    keepCalibrationBefore(nullptr);
     statusItem_->setImage(statusImage("connect"));
     calibrationCenter_->cancelSession();
     calibrationCenter_->setCalibrationPoints(driver.calibrationPointsFromFlash());

@@ -18,6 +18,7 @@
 
 #include "app/ControllerState.h"
 #include "app/PenCondition.h"
+#include "app/home/ProgramFacts.h"
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/EventGeneratorNX7.h"
 #include "platform/Notifications.h"
@@ -115,6 +116,16 @@ public:
     // Sends the settings to the unit.
     void debugWindowButton(const std::string& sender);
 
+    // --- The window of its own, and what others ask for (ControllerHome.cpp)
+
+    // What the window says of the program; before the window is first shown.
+    void setProgramFacts(const ProgramFacts& facts);
+    // Shows the window before others, unless the screen is covered.
+    void showHome();
+    // Does what another program of the user's asks for: "show" and "settings" show the window, "calibrate"
+    // begins a calibration as the menu does, "help" opens the help document. Another word is a log line.
+    void performAction(const std::string& action);
+
     // Whether a unit is open. Any thread.
     bool deviceConnected() const { return deviceConnected_; }
     // The item in the panel; null before awakeFromNib().
@@ -160,6 +171,16 @@ private:
     void tellOfNoPanel();
     void tellOfCalibration(const PointListRef& points, const PointListRef& before, bool stored);
     void restoreCalibration(const PointListRef& points);
+    void calibrate(bool automatic, const std::string& sender);
+
+    struct HomeParts;
+    HomeParts& homeParts();
+    void makeHome();
+    void updateHome();
+    void showHomeWithoutPanel();
+    void keepCalibrationBefore(const PointListRef& points);
+    void undoCalibration();
+    void settingDidChange(std::string_view key);
 
     std::string choosePreferredLanguage() const;
     void loadLanguage(const std::string& identifier, MenuMode menuMode);
@@ -199,6 +220,7 @@ private:
     PenCondition condition_;
     std::set<std::string_view> told_; // the titles' keys of what is told once in the program's run
     std::function<void()> showHome_;
+    std::shared_ptr<HomeParts> home_; // null before anything of it is needed
     QPointer<QAction> distanceItem3;
     QPointer<QAction> distanceItem2;
     QPointer<QAction> distanceItem1;

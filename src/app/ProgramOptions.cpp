@@ -19,12 +19,18 @@ struct Switch {
 constexpr Switch kSwitches[] = {{"--help", &ProgramOptions::help},
                                 {"--version", &ProgramOptions::version},
                                 {"--list", &ProgramOptions::list}};
-constexpr std::string_view kWithValue[] = {"--log", "--screen", "--device", kSessionOption};
+constexpr std::string_view kWithValue[] = {"--log", "--screen", "--device", "--action", kSessionOption};
 
 // What is wrong with the option's value; empty when nothing is.
 std::string takeValue(ProgramOptions& options, std::string_view name, std::string_view value) {
-    if (name == kSessionOption)
+    if (name == kSessionOption) {
+        options.restored = true;
         return "";
+    }
+    if (name == "--action") {
+        options.action = value;
+        return value.empty() ? "--action takes the name of an action." : "";
+    }
     if (name == "--screen") {
         options.screen = value;
         return value.empty() ? kScreenProblem : "";

@@ -21,12 +21,15 @@ struct ProgramOptions {
     bool help = false;
     bool version = false;
     bool list = false;
+    std::string action;    // what the application is asked for at once; empty for nothing
+    bool restored = false; // by a session manager, which brings back what ran before
 };
 
 inline constexpr const char* kProgramUsage =
     "usage: LightPenNX7 [OPTION...]\n"
     "\n"
-    "The driver of the camera pen, with an item in the panel. Where it runs already for this user, it ends.\n"
+    "The driver of the camera pen, with an item in the panel. Where it runs already for this user, that one\n"
+    "shows its window, and this one ends.\n"
     "\n"
     "  --log WHERE     where the log goes: stderr, file (~/.local/state/LightPenNX7/log) or none; otherwise\n"
     "                  the setting \"Log\" says so, or it goes to a terminal, else to the file\n"
@@ -39,6 +42,7 @@ inline constexpr const char* kProgramUsage =
     "  --list          which units, ways to the pointer and screens there are, and which would be used;\n"
     "                  starts nothing\n"
     "  --version       the program's version\n"
+    "  --action NAME   what to do at once: show (the window), calibrate, settings or help\n"
     "  --help          this text\n";
 
 // The options behind the program's name; none, and the problem, when they cannot be understood.

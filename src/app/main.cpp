@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The driver program: puts the Linux platform together and hands over to the application.
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -11,12 +13,28 @@
 #include "app/ProgramVersion.h"
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/MachineList.h"
+#include "linux_desktop/process/ApplicationBus.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "linux_desktop/process/RootUser.h"
 #include "linux_desktop/process/SingleInstance.h"
+#include "platform/Log.h"
 
 namespace lightpen {
 namespace {
+
+constexpr const char* kProgram = "LightPenNX7";
+
+// The one that runs shows its window. A session manager that brings back what ran before wants no window.
+int askTheOther(int argc, char** argv, const ProgramOptions& options) {
+    if (options.restored)
+        return EXIT_SUCCESS;
+    const QCoreApplication application(argc, argv);
+    const std::string wish =
+        options.action.empty() ? std::string(ApplicationRequests::kShow) : options.action;
+    if (const std::string problem = askRunningApplication(kProgram, wish); !problem.empty())
+        logLine("%s: the one that runs cannot be asked for its window: %s", kProgram, problem.c_str());
+    return EXIT_SUCCESS;
+}
 
 int programMain(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv + 1, argv + argc);
@@ -40,16 +58,18 @@ int programMain(int argc, char** argv) {
     settings.furtherUnits = options->devices;
     if (options->list)
         return printMachine(argc, argv, settings);
-    const SingleInstance instance("LightPenNX7");
+    const SingleInstance instance(kProgram);
     if (instance.runsAlready())
-        return EXIT_SUCCESS;
+        return askTheOther(argc, argv, *options);
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();
     LinuxPlatform linuxPlatform(std::move(settings));
     Platform::setCurrent(&linuxPlatform.platform());
     warnOfRoot();
-    applicationMain([&linuxPlatform] { return linuxPlatform.run(); });
+    ApplicationBus requests(kProgram);
+    applicationMain([&linuxPlatform] { return linuxPlatform.run(); },
+                    {{.logFile = linuxPlatform.log().file()}, &requests, options->action});
     return EXIT_FAILURE; // never: the application leaves by itself
 }
 

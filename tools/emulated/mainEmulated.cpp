@@ -23,6 +23,7 @@
 #include "emulated/UnitCommands.h"
 #include "emulated/UnitWindow.h"
 #include "linux_desktop/LinuxPlatform.h"
+#include "linux_desktop/process/ApplicationBus.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "platform/Log.h"
 #include "unit/CameraUnit.h"
@@ -30,6 +31,8 @@
 
 namespace lightpen {
 namespace {
+
+constexpr const char* kProgram = "LightPenNX7-emulated";
 
 // As large as the view ever needs it; the rest of the work is then cheap.
 constexpr int kDisplayWidth = 960;
@@ -156,6 +159,8 @@ public:
     EmulatedDesk& operator=(const EmulatedDesk&) = delete;
 
     void started() { driver_.started(); }
+    // Whether the camera sees what is on the screen.
+    bool seesScreen() const { return watch_ != nullptr; }
 
 private:
     // The camera looks at the wall, where the picture stays when its screen changes.
@@ -210,7 +215,7 @@ int emulatedMain(int argc, char** argv) {
     const QApplication application(argc, argv);
     setUpQtApplication();
     // To try it must change nothing of the real program: its settings, its pairing table, its login entry.
-    LinuxPlatformSettings settings("LightPenNX7-emulated");
+    LinuxPlatformSettings settings(kProgram);
     settings.units = Units::ofTheProgram;
     if (options->commands)
         settings.log.output = STDERR_FILENO; // standard output is for the answers
@@ -223,7 +228,10 @@ int emulatedMain(int argc, char** argv) {
     LightPenNX7Controller::initialize();
     const auto controller = std::make_shared<LightPenNX7Controller>();
     EmulatedDesk desk(real, *options, controller);
+    controller->setProgramFacts({.logFile = real.log().file(), .cameraSeesScreen = desk.seesScreen()});
+    ApplicationBus requests(kProgram);
     controller->awakeFromNib();
+    requests.setHandler([controller](const std::string& action) { controller->performAction(action); });
     desk.started();
     // Without destructors: the driver's threads may still run.
     const int status = real.run();

@@ -29,13 +29,13 @@ std::vector<Writing> allWritings() {
     const std::vector<QChar::Script> latin{Script_Latin};
     return {
         {"en", latin, {}, {}, {}},
-        {"de", latin, QString::fromUtf16(u"äöüß"), {}, {"OK"}},
-        {"fr", latin, QString::fromUtf16(u"àâæçèéêëîïôœùûüÿ"), {}, {"OK"}},
+        {"de", latin, QString::fromUtf16(u"äöüß"), {}, {"OK", "Version %1"}},
+        {"fr", latin, QString::fromUtf16(u"àâæçèéêëîïôœùûüÿ"), {}, {"OK", "Version %1"}},
         {"es", latin, QString::fromUtf16(u"áéíñóúü"), {}, {}},
         {"it", latin, QString::fromUtf16(u"àèéìòù"), {}, {"Debug", "OK"}},
         {"pt", latin, QString::fromUtf16(u"áâãàçéêíóôõú"), {}, {"OK"}},
         {"nl", latin, QString::fromUtf16(u"áéëïóöü"), {}, {"Help", "OK", "Thai"}},
-        {"sv", latin, QString::fromUtf16(u"åäöé"), {}, {"OK"}},
+        {"sv", latin, QString::fromUtf16(u"åäöé"), {}, {"OK", "Version %1"}},
         {"pl", latin, QString::fromUtf16(u"ąćęłńóśźż"), {}, {"OK"}},
         {"zh-Hant", {Script_Han}, {}, QString::fromUtf16(kSimplified), {}},
         {"zh-Hans", {Script_Han}, {}, QString::fromUtf16(kTraditional), {}},

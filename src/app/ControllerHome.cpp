@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+// The application's window: when it is shown, what it says, and what is done in it.
+#include "app/LightPenNX7Controller.h"
+
+#include <utility>
+
+#include <QAction>
+
+#include "app/DebugWindow.h"
+#include "app/DefaultsReading.h"
+#include "app/LanguageChoice.h"
+#include "app/StatusItem.h"
+#include "app/home/Home.h"
+#include "platform/Log.h"
+#include "platform/MainScreenChoice.h"
+
+namespace lightpen {
+
+namespace {
+
+// How long the desktop's panel may take to come.
+constexpr Microseconds kPanelPatience = std::chrono::seconds(10);
+constexpr const char* kFromTheWindow = "window";
+
+} // namespace
+
+struct LightPenNX7Controller::HomeParts {
+    ProgramFacts facts;
+    PointListRef before;        // the calibration before the last one, of the unit that is open
+    std::unique_ptr<Home> home; // null before the window is first shown
+};
+
+LightPenNX7Controller::HomeParts& LightPenNX7Controller::homeParts() {
+    if (!home_)
+        home_ = std::make_shared<HomeParts>();
+    return *home_;
+}
+
+void LightPenNX7Controller::setProgramFacts(const ProgramFacts& facts) {
+    homeParts().facts = facts;
+}
+
+void LightPenNX7Controller::makeHome() {
+    Home::Deeds deeds;
+    deeds.calibration = {[this] { calibrate(false, kFromTheWindow); },
+                         [this] { calibrate(true, kFromTheWindow); }, [this] { undoCalibration(); }};
+    deeds.settings = {[this](std::string_view key) { settingDidChange(key); },
+                      [this](int tag) {
+                          QAction chosen;
+                          chosen.setData(tag);
+                          distance(chosen);
+                      }};
+    deeds.openHelp = [this] { help(); };
+    homeParts().home = std::make_unique<Home>(std::move(deeds));
+}
+
+// The texts may not be there yet: a unit that never answers holds up the start.
+void LightPenNX7Controller::showHome() {
+    if (Platform::current().systemUI.isScreenCovered())
+        return;
+    if (stringDict.entries.empty())
+        loadLanguage(choosePreferredLanguage(), controllerState.menuMode);
+    loadLanguages();
+    if (!homeParts().home)
+        makeHome();
+    HomeWindow& shown = homeParts().home->window();
+    shown.bringToFront();
+    updateHome();
+    Platform::current().systemUI.activateIgnoringOtherApps();
+    if (!isSet(kWindowShownKey))
+        Platform::current().defaults.setObject(kWindowShownKey, true);
+}
+
+// While it is hidden nothing is made; showing it does.
+void LightPenNX7Controller::updateHome() {
+    if (!home_ || !home_->home || !home_->home->window().isVisible())
+        return;
+    Home::Content content;
+    content.picture = statusImage(deviceConnected_ ? "connect" : "disconn");
+    content.state = displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit");
+    content.possible = {.byTouching = deviceConnected_,
+                        .automatically = deviceConnected_ && home_->facts.cameraSeesScreen,
+                        .undo = deviceConnected_ && home_->before,
+                        .cameraSeesScreen = home_->facts.cameraSeesScreen};
+    for (const std::string& language : languages)
+        if (const std::string* identifier = textFor(languageDict, language))
+            content.languages.emplace_back(language, *identifier);
+    content.texts = [this](std::string_view key) { return displayText(key); };
+    content.facts = home_->facts;
+    home_->home->setContent(content);
+}
+
+// Where no panel shows the item, a user who starts the program for the first time would see nothing of it.
+void LightPenNX7Controller::showHomeWithoutPanel() {
+    if (isSet(kWindowShownKey))
+        return;
+    Platform::current().runLoop.performAfterDelay({this,
+                                                   "showHomeWithoutPanel",
+                                                   {},
+                                                   [weak = weak_from_this()] {
+                                                       const auto self = weak.lock();
+                                                       if (self && !self->statusItem_->isInPanel())
+                                                           self->showHome();
+                                                   }},
+                                                  kPanelPatience);
+}
+
+// Whoever asks is a program, so that nothing comes up in front of a locked screen or a calibration.
+void LightPenNX7Controller::performAction(const std::string& action) {
+    if (Platform::current().systemUI.isScreenCovered() || calibrationCenter_->inSession())
+        return;
+    if (action == "help") {
+        help();
+    } else if (action == "calibrate" && deviceConnected_) {
+        calibration("request");
+    } else if (action == "show" || action == "settings" || action == "calibrate") {
+        showHome();
+        if (action == "settings")
+            homeParts().home->window().showPage(Home::kSettingsPage);
+    } else {
+        logLine("Application: asked for something that it does not do");
+    }
+}
+
+void LightPenNX7Controller::keepCalibrationBefore(const PointListRef& points) {
+    homeParts().before = points;
+    updateHome();
+}
+
+void LightPenNX7Controller::undoCalibration() {
+    if (const PointListRef before = std::exchange(homeParts().before, nullptr))
+        restoreCalibration(before);
+    updateHome();
+}
+
+// Those that are not named here count the next time that somebody reads them.
+void LightPenNX7Controller::settingDidChange(std::string_view key) {
+    if (key == kLaunchAtStartUpKey) {
+        processLaunchAtStartUp();
+    } else if (key == kMainScreenKey) {
+        Platform::current().notifications.post({std::string(kMainScreenWasChosen)});
+    } else if (key == kDebugWindowKey) {
+        if (isSet(key))
+            showDebugWindow(*EventGeneratorNX7::sharedEventGeneratorNX7(), deviceConnected_);
+        else
+            debugWindow->hide();
+    } else if (key == kLocaleIdentifierKey || key == kProjectionDistanceSettingKey ||
+               key == kLanguageSettingKey || key == kHelpMenuKey) {
+        rebuildMenu(controllerState.menuMode);
+    }
+}
+
+} // namespace lightpen

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "app/home/CalibrationPage.h"
+
+#include <utility>
+
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace lightpen {
+
+namespace {
+
+QLabel* wrappedLabel() {
+    auto* const label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    return label;
+}
+
+} // namespace
+
+CalibrationPage::CalibrationPage(Deeds deeds, QWidget* parent)
+    : QWidget(parent), byTouching_(addRow("calibrateByTouching", std::move(deeds.byTouching))),
+      automatically_(addRow("calibrateAutomatically", std::move(deeds.automatically))),
+      undo_(addRow("undoCalibration", std::move(deeds.undo))), whyNot_(wrappedLabel()) {
+    whyNot_->setObjectName("whyNotAutomatically");
+    auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
+    rows.insertWidget(rows.indexOf(automatically_.words) + 1, whyNot_);
+    rows.addStretch(1);
+    setPossible({});
+}
+
+CalibrationPage::Row CalibrationPage::addRow(const char* name, std::function<void()> deed) {
+    if (!layout())
+        new QVBoxLayout(this);
+    auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
+    const Row row{new QPushButton, wrappedLabel()};
+    row.button->setObjectName(name);
+    rows.addWidget(row.button, 0, Qt::AlignLeading);
+    rows.addWidget(row.words);
+    rows.addSpacing(rows.spacing());
+    connect(row.button, &QPushButton::clicked, this, std::move(deed));
+    return row;
+}
+
+void CalibrationPage::setPossible(const Possible& possible) {
+    byTouching_.button->setEnabled(possible.byTouching);
+    automatically_.button->setEnabled(possible.automatically);
+    undo_.button->setEnabled(possible.undo);
+    whyNot_->setVisible(!possible.cameraSeesScreen);
+}
+
+void CalibrationPage::say(const Row& row, const QString& button, const QString& words) {
+    row.button->setText(button);
+    row.button->setAccessibleDescription(words);
+    row.words->setText(words);
+}
+
+void CalibrationPage::setTexts(const HomeTexts& texts) {
+    say(byTouching_, texts("Calibrate by touching"),
+        texts("Touch the four targets with the pen, one after the other."));
+    say(automatically_, texts("Calibrate automatically"),
+        texts("The camera finds four targets by itself. Keep pen and hands out of the picture."));
+    say(undo_, texts("Undo the last calibration"), texts("The calibration before it counts again."));
+    whyNot_->setText(texts("Not possible here: this desktop lets no program look at the screen, and the "
+                           "camera in software needs to."));
+}
+
+} // namespace lightpen

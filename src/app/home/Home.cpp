@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "app/home/Home.h"
+
+#include <utility>
+
+#include <QIcon>
+
+#include "app/home/HelpPage.h"
+#include "platform/Platform.h"
+
+namespace lightpen {
+
+namespace {
+
+QString version() {
+    const auto value =
+        Platform::current().shell.bundle.objectForInfoDictionaryKey("CFBundleShortVersionString");
+    const auto* text = value ? value->as<std::string>() : nullptr;
+    return text ? QString::fromStdString(*text) : QString();
+}
+
+} // namespace
+
+Home::Home(Deeds deeds)
+    : calibration_(new CalibrationPage(std::move(deeds.calibration))),
+      settings_(new SettingsPage(std::move(deeds.settings))),
+      help_(new HelpPage(std::move(deeds.openHelp), std::move(deeds.report))) {
+    window_.addPage(std::string(kCalibrationPage), calibration_);
+    window_.addPage(std::string(kSettingsPage), settings_);
+    window_.addPage(std::string(kHelpPage), help_);
+}
+
+void Home::setContent(const Content& content) {
+    calibration_->setPossible(content.possible);
+    calibration_->setTexts(content.texts);
+    settings_->showSettings(content.languages, content.texts);
+    help_->setFacts(version(), QString::fromStdString(content.facts.logFile));
+    help_->setTexts(content.texts);
+    window_.setState(content.picture, content.state, content.command);
+    window_.setTexts(content.texts);
+}
+
+} // namespace lightpen

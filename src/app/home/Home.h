@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/home/CalibrationPage.h"
+#include "app/home/HomeWindow.h"
+#include "app/home/ProgramFacts.h"
+#include "app/home/SettingsPage.h"
+
+namespace lightpen {
+
+class HelpPage;
+
+// The application's window with its pages, and what they are told. Main thread, with the platform in place.
+class Home {
+public:
+    // What the user may ask for in it.
+    struct Deeds {
+        CalibrationPage::Deeds calibration;
+        SettingsPage::Deeds settings;
+        std::function<void()> openHelp;
+        std::function<QString()> report; // without it nothing offers one
+    };
+    // What is shown.
+    struct Content {
+        QIcon picture;
+        QString state;
+        QString command; // see HomeWindow::setState
+        CalibrationPage::Possible possible;
+        SettingsPage::Languages languages;
+        HomeTexts texts;
+        ProgramFacts facts;
+    };
+
+    // The titles of its pages, as keys.
+    static constexpr std::string_view kCalibrationPage = "Calibration";
+    static constexpr std::string_view kSettingsPage = "Settings";
+    static constexpr std::string_view kHelpPage = "Help";
+
+    explicit Home(Deeds deeds);
+    // Shows this from now on.
+    void setContent(const Content& content);
+    HomeWindow& window() { return window_; }
+
+private:
+    HomeWindow window_;
+    CalibrationPage* const calibration_;
+    SettingsPage* const settings_;
+    HelpPage* const help_;
+};
+
+} // namespace lightpen

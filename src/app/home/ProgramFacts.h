@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+namespace lightpen {
+
+// What the window says of the running program, which the program's entry alone knows.
+struct ProgramFacts {
+    std::string logFile; // the path; empty where the log goes to no file
+    // Whether a camera finds targets on the screen without a hand. One in software has to look at the
+    // screen, which a desktop may let no program do.
+    bool cameraSeesScreen = true;
+};
+
+} // namespace lightpen

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "app/home/StateLine.h"
+
+#include <QClipboard>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace lightpen {
+
+namespace {
+
+constexpr QSize kPictureSize(48, 48);
+constexpr double kTextEnlarged = 1.2;
+
+} // namespace
+
+StateLine::StateLine(QWidget* parent)
+    : QWidget(parent), picture_(new QLabel), text_(new QLabel), command_(new QLabel), copy_(new QPushButton) {
+    text_->setObjectName("stateText");
+    command_->setObjectName("stateCommand");
+    copy_->setObjectName("stateCopy");
+    for (QLabel* label : {text_, command_}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setWordWrap(true);
+    }
+    QFont larger = text_->font();
+    larger.setPointSizeF(larger.pointSizeF() * kTextEnlarged);
+    larger.setBold(true);
+    text_->setFont(larger);
+    command_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    command_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+
+    auto* const columns = new QHBoxLayout(this);
+    columns->addWidget(picture_, 0, Qt::AlignTop);
+    auto* const words = new QVBoxLayout;
+    words->addWidget(text_);
+    auto* const commandRow = new QHBoxLayout;
+    commandRow->addWidget(command_, 1);
+    commandRow->addWidget(copy_, 0, Qt::AlignTop);
+    words->addLayout(commandRow);
+    columns->addLayout(words, 1);
+
+    connect(copy_, &QPushButton::clicked, this,
+            [this] { QGuiApplication::clipboard()->setText(command_->text()); });
+    setState({}, {}, {});
+}
+
+void StateLine::setState(const QIcon& picture, const QString& text, const QString& command) {
+    picture_->setPixmap(picture.pixmap(kPictureSize, devicePixelRatioF()));
+    text_->setText(text);
+    command_->setText(command);
+    command_->setVisible(!command.isEmpty());
+    copy_->setVisible(!command.isEmpty());
+}
+
+void StateLine::setTexts(const HomeTexts& texts) {
+    copy_->setText(texts("Copy"));
+    copy_->setAccessibleDescription(command_->text());
+}
+
+} // namespace lightpen
