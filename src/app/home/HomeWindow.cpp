@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QListWidget>
@@ -22,6 +23,7 @@ namespace {
 // In points; the smallest screens of projectors have 800 x 600.
 constexpr QSize kFirstSize(720, 500);
 constexpr int kLeastPageHeight = 220;
+constexpr int kTitleSpacing = 3;
 
 } // namespace
 
@@ -32,6 +34,7 @@ HomeWindow::HomeWindow(QWidget* parent)
     setWindowTitle(QStringLiteral("LightPenNX7"));
     titles_->setObjectName("titles");
     titles_->setAccessibleName(windowTitle());
+    titles_->setSpacing(kTitleSpacing);
     titles_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     titles_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
     pages_->setMinimumHeight(kLeastPageHeight);
@@ -48,7 +51,15 @@ HomeWindow::HomeWindow(QWidget* parent)
          {std::pair(Qt::CTRL | Qt::Key_PageDown, 1), {Qt::CTRL | Qt::Key_PageUp, -1}})
         connect(new QShortcut(keys, this), &QShortcut::activated, this,
                 [this, step = step] { turnPage(step); });
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { scrollTo(now); });
     resize(kFirstSize);
+}
+
+// Whoever goes by the keyboard sees where it is.
+void HomeWindow::scrollTo(QWidget* place) {
+    auto* const area = dynamic_cast<QScrollArea*>(pages_->currentWidget());
+    if (area && place && area->isAncestorOf(place))
+        area->ensureWidgetVisible(place);
 }
 
 void HomeWindow::addPage(std::string titleKey, QWidget* page) {
@@ -91,11 +102,15 @@ void HomeWindow::setTexts(const HomeTexts& texts) {
 // No text is cut, whatever the language: titles and pages have the width that they need.
 void HomeWindow::fitPages() {
     const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    titles_->setFixedWidth(titles_->sizeHintForColumn(0) + bar + 2 * titles_->frameWidth());
+    titles_->setFixedWidth(titles_->sizeHintForColumn(0) + bar + 2 * kTitleSpacing +
+                           2 * titles_->frameWidth());
     int width = 0;
-    for (int i = 0; i < pages_->count(); ++i)
-        width = std::max(width,
-                         static_cast<QScrollArea*>(pages_->widget(i))->widget()->minimumSizeHint().width());
+    for (int i = 0; i < pages_->count(); ++i) {
+        QWidget& page = *dynamic_cast<QScrollArea&>(*pages_->widget(i)).widget();
+        if (page.layout())
+            page.layout()->activate(); // else layouts within it still have the room of the last texts
+        width = std::max(width, page.minimumSizeHint().width());
+    }
     pages_->setMinimumWidth(width + bar);
 }
 

@@ -40,6 +40,7 @@ protected:
 
 private:
     void turnPage(int step);
+    void scrollTo(QWidget* place);
     void fitPages();
     void fitStateLine();
 

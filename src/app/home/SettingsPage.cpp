@@ -35,6 +35,7 @@ void fill(QComboBox& list, const Entries& entries, const QVariant& chosen) {
     for (const auto& [text, value] : entries)
         list.addItem(text, value);
     list.setCurrentIndex(list.findData(chosen));
+    list.setMinimumWidth(list.sizeHint().width()); // no layout makes it narrower than its longest entry
 }
 
 // As its speakers write it, for whoever does not read the present one; then as the others call it.
@@ -58,16 +59,15 @@ SettingsPage::SettingsPage(Deeds deeds, QWidget* parent)
       later_(new QLabel),
       pointer_(addChoice("pointerChoice", [this](const QVariant& value) { store(kPointerWayKey, value); })),
       log_(addChoice("logChoice", [this](const QVariant& value) { store(kLogPlaceKey, value); })) {
-    rows_->setRowWrapPolicy(QFormLayout::WrapLongRows);
     rows_->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
-    rows_->addRow(new QLabel, besideIdentify());
+    addScreens();
     for (QComboBox* const each : {distance_, language_})
-        rows_->addRow(new QLabel, each);
+        rows_->addRow(labelOf(*each), each);
     addSwitches();
     later_->setWordWrap(true);
     rows_->addRow(later_);
     for (QComboBox* const each : {pointer_, log_})
-        rows_->addRow(new QLabel, each);
+        rows_->addRow(labelOf(*each), each);
 }
 
 QComboBox* SettingsPage::addChoice(const char* name, std::function<void(const QVariant&)> chosen) {
@@ -79,15 +79,23 @@ QComboBox* SettingsPage::addChoice(const char* name, std::function<void(const QV
     return list;
 }
 
-QWidget* SettingsPage::besideIdentify() {
+// Made by the first call.
+QLabel* SettingsPage::labelOf(QWidget& field) {
+    for (auto* const label : findChildren<QLabel*>())
+        if (label->buddy() == &field)
+            return label;
+    auto* const label = new QLabel(this);
+    label->setBuddy(&field);
+    return label;
+}
+
+void SettingsPage::addScreens() {
     identify_->setObjectName("identify");
     connect(identify_, &QPushButton::clicked, this, [this] { names_.show(); });
-    auto* const both = new QWidget;
-    auto* const columns = new QHBoxLayout(both);
-    columns->setContentsMargins({});
-    columns->addWidget(screen_);
-    columns->addWidget(identify_);
-    return both;
+    auto* const both = new QHBoxLayout;
+    both->addWidget(screen_);
+    both->addWidget(identify_);
+    rows_->addRow(labelOf(*screen_), both);
 }
 
 void SettingsPage::addSwitches() {
@@ -132,15 +140,6 @@ void SettingsPage::showSettings(const Languages& languages, const HomeTexts& tex
     showWays(texts);
 }
 
-void SettingsPage::label(QWidget* field, const QString& text) {
-    QWidget* const row = field == screen_ ? screen_->parentWidget() : field;
-    if (auto* const label = qobject_cast<QLabel*>(rows_->labelForField(row))) {
-        label->setText(text);
-        label->setBuddy(field);
-    }
-    field->setAccessibleName(text);
-}
-
 // A chosen screen that is not there stays in the list: a projector is plugged in later.
 void SettingsPage::showScreens(const HomeTexts& texts) {
     const QString chosen = storedText(kMainScreenKey);
@@ -152,13 +151,13 @@ void SettingsPage::showScreens(const HomeTexts& texts) {
     const auto isChosen = [&](const auto& entry) { return entry.second.toString() == chosen; };
     if (std::ranges::none_of(entries, isChosen))
         entries.emplace_back(texts("%1 (not connected)").arg(chosen), chosen);
-    label(screen_, texts("Screen with the picture"));
+    labelOf(*screen_)->setText(texts("Screen with the picture"));
     fill(*screen_, entries, chosen);
     identify_->setText(texts("Identify"));
 }
 
 void SettingsPage::showDistances(const HomeTexts& texts) {
-    label(distance_, texts("Projection Distance"));
+    labelOf(*distance_)->setText(texts("Projection Distance"));
     fill(
         *distance_,
         {{texts("Distance1"), kNearest}, {texts("Distance2"), kNearest - 1}, {texts("Distance3"), kFarthest}},
@@ -169,18 +168,18 @@ void SettingsPage::showLanguages(const Languages& languages, const HomeTexts& te
     Entries entries{{texts("The system's language"), QString()}};
     for (const auto& [key, identifier] : languages)
         entries.emplace_back(nameOfLanguage(identifier, texts(key)), QString::fromStdString(identifier));
-    label(language_, texts("Language"));
+    labelOf(*language_)->setText(texts("Language"));
     fill(*language_, entries, storedText(kLocaleIdentifierKey));
 }
 
 // "uinput" and "XTest" are called so everywhere.
 void SettingsPage::showWays(const HomeTexts& texts) {
     const QString automatic = texts("Automatic");
-    label(pointer_, texts("Way of the pointer"));
+    labelOf(*pointer_)->setText(texts("Way of the pointer"));
     fill(*pointer_,
          {{automatic, QString()}, {"uinput", QStringLiteral("uinput")}, {"XTest", QStringLiteral("xtest")}},
          storedText(kPointerWayKey));
-    label(log_, texts("Log"));
+    labelOf(*log_)->setText(texts("Log"));
     fill(*log_,
          {{automatic, QString()},
           {texts("To the terminal"), QStringLiteral("stderr")},

@@ -49,14 +49,14 @@ private:
         QCheckBox* box;
     };
     QComboBox* addChoice(const char* name, std::function<void(const QVariant&)> chosen);
-    QWidget* besideIdentify();
+    QLabel* labelOf(QWidget& field);
+    void addScreens();
     void addSwitches();
     void store(std::string_view key, const QVariant& value);
     void showScreens(const HomeTexts& texts);
     void showDistances(const HomeTexts& texts);
     void showLanguages(const Languages& languages, const HomeTexts& texts);
     void showWays(const HomeTexts& texts);
-    void label(QWidget* field, const QString& text);
 
     const Deeds deeds_;
     QFormLayout* const rows_;
