@@ -37,6 +37,17 @@ constexpr int kAttempts = 20;
 constexpr std::chrono::milliseconds kPause{100};
 constexpr int kAnswerMilliseconds = 5000;
 
+// A bus that is not to start anybody says the second.
+bool isNobodyThere(const QDBusMessage& answer) {
+    return answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown") ||
+           answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+}
+
+QDBusMessage callOfTheBus(const char* method) {
+    return QDBusMessage::createMethodCall(QLatin1String(kBus), QStringLiteral("/org/freedesktop/DBus"),
+                                          QLatin1String(kBus), QLatin1String(method));
+}
+
 // Tokens are plain words. Anything else is no compositor's.
 bool isToken(const QString& text) {
     return !text.isEmpty() && text.size() <= kLongestToken &&
@@ -72,7 +83,11 @@ ApplicationBus::ApplicationBus(const std::string& program) : program_(program) {
                 pathOf(program_).toStdString().c_str());
 }
 
-ApplicationBus::~ApplicationBus() = default;
+ApplicationBus::~ApplicationBus() {
+    auto bus = QDBusConnection::sessionBus();
+    bus.unregisterObject(pathOf(program_));
+    bus.send(callOfTheBus("ReleaseName") << nameOf(program_));
+}
 
 QString ApplicationBus::nameOf(const std::string& program) {
     return QStringLiteral("org.lightpen.") + QString::fromStdString(program);
@@ -84,9 +99,7 @@ QString ApplicationBus::pathOf(const std::string& program) {
 }
 
 void ApplicationBus::takeName() {
-    auto call = QDBusMessage::createMethodCall(QLatin1String(kBus), QStringLiteral("/org/freedesktop/DBus"),
-                                               QLatin1String(kBus), QStringLiteral("RequestName"));
-    call << nameOf(program_) << kDoNotQueue;
+    const auto call = callOfTheBus("RequestName") << nameOf(program_) << kDoNotQueue;
     auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         const QDBusPendingReply<std::uint32_t> reply = *watcher;
@@ -142,7 +155,7 @@ std::string askRunningApplication(const std::string& program, const std::string&
     QDBusMessage answer;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         answer = bus.call(call, QDBus::Block, kAnswerMilliseconds);
-        if (QDBusError(answer).type() != QDBusError::ServiceUnknown)
+        if (!isNobodyThere(answer))
             break;
         QThread::msleep(kPause.count());
     }

@@ -23,7 +23,7 @@ class ApplicationBus final : public QObject, public ApplicationRequests {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    // Takes the name, and does not wait for it.
+    // Takes the name, and does not wait for it; gives it back at its end.
     explicit ApplicationBus(const std::string& program);
     ~ApplicationBus() override;
     ApplicationBus(const ApplicationBus&) = delete;
