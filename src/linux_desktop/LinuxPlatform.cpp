@@ -30,6 +30,15 @@ std::string folderOf(QStandardPaths::StandardLocation kind) {
     return QStandardPaths::writableLocation(kind).toStdString();
 }
 
+// What $XDG_CONFIG_DIRS names stands behind the user's own folder.
+std::vector<std::string> autostartFoldersOfTheSystem() {
+    std::vector<std::string> folders;
+    for (const QString& folder :
+         QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation).sliced(1))
+        folders.push_back(folder.toStdString() + "/autostart");
+    return folders;
+}
+
 // $XDG_STATE_HOME, for which Qt has a name from 6.7 on; one that is not absolute counts as unset.
 std::string stateFolder() {
     const QByteArray folder = qgetenv("XDG_STATE_HOME");
@@ -102,8 +111,8 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
       desktop(defaults, geometry, std::move(settings.screen)),
       pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
-      shell(notifications, unitAccess, std::move(settings.applicationFolder),
-            std::move(settings.loginFolder)) {
+      shell(notifications, unitAccess, std::move(settings.applicationFolder), std::move(settings.loginFolder),
+            std::move(settings.systemLoginFolders)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)
         machineUnits = std::make_unique<MachineUnits>(registry, process.runLoop, process.clock,
@@ -171,6 +180,7 @@ LinuxPlatformSettings::LinuxPlatformSettings(const std::string& program)
       userFiles(folderOf(QStandardPaths::GenericDataLocation) + "/" + program),
       shippedFiles(ApplicationBundle::resourcesOfTheProgram().string()),
       loginFolder(folderOf(QStandardPaths::GenericConfigLocation) + "/autostart"),
+      systemLoginFolders(autostartFoldersOfTheSystem()),
       applicationFolder(ApplicationBundle::folderOfTheProgram()) {
     log.folder = stateFolder() + "/" + program;
 }

@@ -38,8 +38,10 @@ struct LinuxPlatformSettings {
     // came with the program.
     std::string userFiles;
     std::string shippedFiles;
-    // The entries of what starts when the user logs in: autostart below $XDG_CONFIG_HOME.
+    // The entries of what starts when the user logs in: autostart below $XDG_CONFIG_HOME. Behind it the
+    // system's, autostart below $XDG_CONFIG_DIRS, which are only read.
     std::string loginFolder;
+    std::vector<std::string> systemLoginFolders;
     // The folder with the information dictionary and the resources.
     std::filesystem::path applicationFolder;
     // A choice of automatic leaves it to the user default "Log" ("stderr", "file" or "none"). The log file's

@@ -53,6 +53,7 @@ protected:
         result.userFiles = directory.file("user");
         result.shippedFiles = directory.file("shipped");
         result.loginFolder = directory.file("autostart");
+        result.systemLoginFolders.clear();
         result.log.patience = 60s; // on a busy machine the writer may be late
         return result;
     }
@@ -210,17 +211,21 @@ TEST(LinuxPlatformSettingsTest, LieWhereTheEnvironmentSays) {
     setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
     EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/somewhere/else/LightPenNX7/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/somewhere/else/autostart");
+    setenv("XDG_CONFIG_DIRS", "/first/dirs:/second", 1);
+    EXPECT_EQ(LinuxPlatformSettings().systemLoginFolders,
+              (std::vector<std::string>{"/first/dirs/autostart", "/second/autostart"}));
     setenv("XDG_DATA_HOME", "/some/data", 1);
     EXPECT_EQ(LinuxPlatformSettings().userFiles, "/some/data/LightPenNX7");
     EXPECT_EQ(LinuxPlatformSettings("another").settingsFile, "/somewhere/else/another/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings("another").userFiles, "/some/data/another");
     setenv("XDG_STATE_HOME", "/some/state", 1);
     EXPECT_EQ(LinuxPlatformSettings("another").log.folder, "/some/state/another");
-    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "XDG_DATA_HOME", "XDG_STATE_HOME"})
         unsetenv(name);
     setenv("HOME", "/home/pen", 1);
     EXPECT_EQ(LinuxPlatformSettings().settingsFile, "/home/pen/.config/LightPenNX7/settings.ini");
     EXPECT_EQ(LinuxPlatformSettings().loginFolder, "/home/pen/.config/autostart");
+    EXPECT_EQ(LinuxPlatformSettings().systemLoginFolders, std::vector<std::string>{"/etc/xdg/autostart"});
     EXPECT_EQ(LinuxPlatformSettings().userFiles, "/home/pen/.local/share/LightPenNX7");
     EXPECT_EQ(LinuxPlatformSettings().log.folder, "/home/pen/.local/state/LightPenNX7");
     setenv("XDG_STATE_HOME", "relative", 1);

@@ -222,6 +222,7 @@ int emulatedMain(int argc, char** argv) {
     settings.log.choice = options->log;
     settings.screen = options->screen;
     settings.loginFolder = settings.userFiles + "/autostart";
+    settings.systemLoginFolders.clear();
     settings.pointer = options->xtest ? PointerChoice::xtest : PointerChoice::automatic;
     LinuxPlatform real(std::move(settings));
     Platform::setCurrent(&real.platform());

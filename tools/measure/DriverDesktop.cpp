@@ -39,6 +39,7 @@ LinuxPlatformSettings settingsIn(const std::filesystem::path& folder) {
     settings.pointer = PointerChoice::xtest;
     settings.settingsFile = (folder / "settings.ini").string();
     settings.loginFolder = (folder / "autostart").string();
+    settings.systemLoginFolders.clear();
     return settings;
 }
 

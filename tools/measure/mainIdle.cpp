@@ -89,6 +89,7 @@ int measureDriver(Microseconds span) {
     settings.pointer = PointerChoice::xtest;
     // What is measured must not start at the user's next login.
     settings.loginFolder = settings.userFiles + "/measured/autostart";
+    settings.systemLoginFolders.clear();
     LinuxPlatform real(std::move(settings));
     Platform& platform = real.platform();
     Platform::setCurrent(&platform);

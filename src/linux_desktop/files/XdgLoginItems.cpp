@@ -64,8 +64,23 @@ std::int64_t orderIn(const DesktopEntry& entry) {
     return order > 0 && order <= kHighestOrder ? order : 0;
 }
 
+// Who still finds the entry when the program is gone must not try to start it.
 bool setPath(DesktopEntry& entry, const std::string& path) {
-    return !path.empty() && entry.set(kPath, path) && entry.set("Exec", commandLineOf(path));
+    return !path.empty() && entry.set(kPath, path) && entry.set("TryExec", path) &&
+           entry.set("Exec", commandLineOf(path));
+}
+
+// An entry that only keeps the system's of the same name from being started: ours, and for no path.
+DesktopEntry hidingEntry() {
+    DesktopEntry entry = newEntry();
+    entry.set("Hidden", "true");
+    entry.set(kPath, "");
+    return entry;
+}
+
+bool isHidingEntry(const std::string& path) {
+    const auto entry = readEntry(path);
+    return entry && entry->value(kPath) == "" && entry->value("Hidden") == "true";
 }
 
 } // namespace
@@ -76,26 +91,39 @@ struct XdgLoginItems::Stored {
     std::int64_t order; // 0 where there is none
 };
 
-// In the order of the list. None (with errno set) when the folder cannot be read.
+// The item in this file; none when it is no entry of ours.
+std::optional<XdgLoginItems::Stored> XdgLoginItems::storedIn(const std::filesystem::path& file) {
+    const std::string name = file.filename().string();
+    const auto entry = name.ends_with(kSuffix) ? readEntry(file.string()) : std::nullopt;
+    const std::string path = entry ? entry->value(kPath).value_or("") : "";
+    if (path.empty())
+        return std::nullopt;
+    LoginItem item{path, entry->value(kHide) == "true", name, entry->value(kIdentifier)};
+    if (item.identifier == "")
+        item.identifier.reset();
+    return Stored{*entry, std::move(item), orderIn(*entry)};
+}
+
+// In the order of the list. None (with errno set) when the user's folder cannot be read; one of the system's
+// then counts as empty.
 std::optional<std::vector<XdgLoginItems::Stored>> XdgLoginItems::stored() const {
-    std::error_code error;
-    std::filesystem::directory_iterator place(folder_, error);
     std::vector<Stored> result;
-    for (; !error && place != std::filesystem::directory_iterator(); place.increment(error)) {
-        const std::string name = place->path().filename().string();
-        const auto entry = name.ends_with(kSuffix) ? readEntry(file(name)) : std::nullopt;
-        const std::string path = entry ? entry->value(kPath).value_or("") : "";
-        if (path.empty())
-            continue;
-        LoginItem item{path, entry->value(kHide) == "true", name, entry->value(kIdentifier)};
-        if (item.identifier == "")
-            item.identifier.reset();
-        result.push_back({*entry, std::move(item), orderIn(*entry)});
-    }
-    if (error && error != std::errc::no_such_file_or_directory) {
+    std::set<std::string> names;
+    const auto add = [&](const std::string& folder) {
+        std::error_code error;
+        std::filesystem::directory_iterator place(folder, error);
+        for (; !error && place != std::filesystem::directory_iterator(); place.increment(error))
+            if (names.insert(place->path().filename().string()).second)
+                if (auto one = storedIn(place->path()))
+                    result.push_back(*std::move(one));
+        return error;
+    };
+    if (const auto error = add(folder_); error && error != std::errc::no_such_file_or_directory) {
         errno = error.value();
         return std::nullopt;
     }
+    for (const std::string& folder : systemFolders_)
+        add(folder);
     std::sort(result.begin(), result.end(), [](const Stored& a, const Stored& b) {
         return std::tie(a.order, a.item.origin) < std::tie(b.order, b.item.origin);
     });
@@ -119,14 +147,15 @@ void XdgLoginItems::setValue(std::vector<LoginItem> list) {
     list_ = std::move(list);
 }
 
-// A name that nothing in the folder has; empty when there is none.
+// A name that nothing in the folder has, or nothing but what hides the system's; empty when there is none.
 std::string XdgLoginItems::freeName() const {
     for (int number = 1; number <= kMostNames; ++number) {
         std::string name =
             kFileStem + (number == 1 ? "" : '-' + std::to_string(number)) + std::string(kSuffix);
         std::error_code error;
         if (std::filesystem::symlink_status(file(name), error).type() ==
-            std::filesystem::file_type::not_found)
+                std::filesystem::file_type::not_found ||
+            isHidingEntry(file(name)))
             return name;
     }
     logLine("Login items: no file name is left in %s", folder_.c_str());
@@ -152,7 +181,15 @@ bool XdgLoginItems::store(const LoginItem& item, std::int64_t order, const Store
     return replacePlainFile(file(name), entry.text());
 }
 
+bool XdgLoginItems::isOfTheSystem(const std::string& name) const {
+    return std::ranges::any_of(systemFolders_, [&](const std::string& folder) {
+        return storedIn(std::filesystem::path(folder) / name).has_value();
+    });
+}
+
 bool XdgLoginItems::remove(const std::string& name) const {
+    if (isOfTheSystem(name))
+        return replacePlainFile(file(name), hidingEntry().text());
     if (::unlink(file(name).c_str()) == 0 || errno == ENOENT)
         return true;
     logLine("Login items: %s cannot be removed: %s", file(name).c_str(), errorText(errno).c_str());

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "linux_desktop/files/ApplicationBundle.h"
 #include "linux_desktop/files/XdgLoginItems.h"
@@ -19,11 +20,14 @@ namespace lightpen {
 struct ShellParts {
     // The centre and the access outlive them.
     ShellParts(NotificationCenter& notifications, const UnitAccess& unitAccess,
-               std::filesystem::path applicationFolder, std::string loginFolder)
+               std::filesystem::path applicationFolder, std::string loginFolder,
+               std::vector<std::string> systemLoginFolders)
         : locales(notifications),
           bundle(std::move(applicationFolder), [this] { return locales.preferredLanguages(); }),
-          loginItems(std::move(loginFolder)), shell{bundle,    locales, loginItems, statusBar,
-                                                    workspace, notices, unitAccess} {}
+          loginItems(std::move(loginFolder), std::move(systemLoginFolders)), shell{bundle,     locales,
+                                                                                   loginItems, statusBar,
+                                                                                   workspace,  notices,
+                                                                                   unitAccess} {}
 
     LinuxLocales locales;
     ApplicationBundle bundle;

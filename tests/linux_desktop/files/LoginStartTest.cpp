@@ -48,17 +48,23 @@ protected:
     std::string entry() const { return directory.file("config/autostart/org.lightpen.LightPenNX7.desktop"); }
     bool hasStarted() const { return std::filesystem::exists(bundle / "started"); }
 
-    // The command line of the unit that systemd makes of the entry; empty when it makes none.
-    std::string systemdsCommandLine() const {
-        for (const char* folder : {"normal", "early", "late"})
+    // Whether systemd makes a unit of the entry.
+    bool systemdStartsIt() const {
+        for (const char* folder : {"normal", "early", "late"}) {
+            std::filesystem::remove_all(directory.file(folder));
             std::filesystem::create_directory(directory.file(folder));
+        }
         EXPECT_EQ(runProgram(
                       {kGenerator, directory.file("normal"), directory.file("early"), directory.file("late")},
                       {{"XDG_CONFIG_HOME", directory.file("config")},
-                       {"XDG_CONFIG_DIRS", directory.file("nothing")}}),
+                       {"XDG_CONFIG_DIRS", directory.file("system")}}),
                   0);
-        EXPECT_TRUE(
-            std::filesystem::exists(directory.path() / "late/xdg-desktop-autostart.target.wants" / kUnit));
+        return std::filesystem::exists(directory.path() / "late/xdg-desktop-autostart.target.wants" / kUnit);
+    }
+
+    // The command line of the unit that systemd makes of the entry; empty when it makes none.
+    std::string systemdsCommandLine() const {
+        EXPECT_TRUE(systemdStartsIt());
         std::istringstream lines(readFile(directory.path() / "late" / kUnit));
         for (std::string line; std::getline(lines, line);)
             if (line.starts_with("ExecStart=:"))
@@ -98,6 +104,26 @@ TEST_P(SystemdStartTest, StartsTheProgramWhenTheDesktopIsThere) {
     EXPECT_EQ(runProgram({firstWord(commandLine)}), 0);
     EXPECT_TRUE(hasStarted());
     EXPECT_THAT(readFile(directory.path() / "late" / kUnit), HasSubstr("After=graphical-session.target"));
+}
+
+TEST_P(SystemdStartTest, LeavesAnEntryAloneWhoseProgramIsGone) {
+    ASSERT_TRUE(systemdStartsIt());
+    std::filesystem::remove(bundle / "LightPenNX7");
+    EXPECT_FALSE(systemdStartsIt());
+}
+
+TEST_P(SystemdStartTest, LeavesTheSystemsEntryAloneWhenItsItemIsTakenOff) {
+    const std::string folder = directory.file("system/autostart");
+    std::filesystem::create_directories(folder);
+    std::filesystem::rename(entry(),
+                            std::filesystem::path(folder) / std::filesystem::path(entry()).filename());
+    ASSERT_TRUE(systemdStartsIt());
+    XdgLoginItems items(directory.file("config/autostart"), {folder});
+    ASSERT_TRUE(items.copyValue());
+    items.setValue({});
+    ASSERT_TRUE(items.synchronize());
+    EXPECT_FALSE(systemdStartsIt());
+    EXPECT_EQ(runProgram({"desktop-file-validate", "--no-hints", entry()}), 0);
 }
 
 constexpr const char* kPlain = "opt";

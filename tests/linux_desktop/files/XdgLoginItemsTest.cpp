@@ -27,8 +27,8 @@ constexpr const char* kOther =
     "[Desktop Entry]\nType=Application\nName=Other\nExec=\"/opt/a b/other\" --start %U\n";
 
 std::string own(const std::string& path, int order, const std::string& more = "") {
-    return "[Desktop Entry]\nType=Application\nName=LightPenNX7\nExec=" + path + "\n" + more +
-           "X-LightPenNX7-Path=" + path +
+    return "[Desktop Entry]\nType=Application\nName=LightPenNX7\nTryExec=" + path + "\nExec=" + path + "\n" +
+           more + "X-LightPenNX7-Path=" + path +
            "\nX-LightPenNX7-Hide=false\nX-LightPenNX7-Order=" + std::to_string(order) + "\n";
 }
 
@@ -49,12 +49,17 @@ protected:
     }
     // The list as a program sees it that starts now.
     std::vector<LoginItem> list() const {
-        return XdgLoginItems(folder).copyValue().value_or(std::vector<LoginItem>());
+        return XdgLoginItems(folder, systemFolders).copyValue().value_or(std::vector<LoginItem>());
+    }
+    // What a package brings.
+    void putSystem(const std::string& name, const std::string& text) {
+        std::filesystem::create_directories(systemFolders.at(1));
+        writeFile(systemFolders.at(1) + '/' + name, text);
     }
     // What a launch does: it reads the list, changes it and writes it back.
     template <class Change>
     bool launch(Change change) {
-        XdgLoginItems items(folder);
+        XdgLoginItems items(folder, systemFolders);
         auto present = items.copyValue().value_or(std::vector<LoginItem>());
         change(present);
         items.setValue(present);
@@ -73,6 +78,7 @@ protected:
 
     const TemporaryDirectory directory;
     const std::string folder = directory.file("config/autostart");
+    const std::vector<std::string> systemFolders{directory.file("nothing"), directory.file("system")};
     RecordingLog log;
 };
 
@@ -98,6 +104,7 @@ TEST_F(XdgLoginItemsTest, ANewItemIsAnEntryThatStartsIt) {
                           "X-KDE-autostart-after=panel\n"
                           "X-LXQt-Need-Tray=true\n"
                           "X-LightPenNX7-Path=/opt/Light Pen/LightPenNX7\n"
+                          "TryExec=/opt/Light Pen/LightPenNX7\n"
                           "Exec=\"/opt/Light Pen/LightPenNX7\"\n"
                           "X-LightPenNX7-Hide=false\n"
                           "X-LightPenNX7-Identifier=org.example.pen\n"
@@ -333,6 +340,50 @@ TEST_F(XdgLoginItemsTest, AnEntryThatCannotBeReplacedLosesNothing) {
     EXPECT_EQ(contents(), before);
     EXPECT_THAT(log.takeLines(),
                 ElementsAre(StartsWith("Files: " + folder + '/' + name + " cannot be written: ")));
+}
+
+TEST_F(XdgLoginItemsTest, TheSystemsEntryIsAnItemThatNeedsNoFileOfTheUsers) {
+    putSystem(kOwn, own("/usr/LightPenNX7", 1));
+    putSystem("other.desktop", kOther);
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/usr/LightPenNX7", false, kOwn}));
+    ASSERT_TRUE(refresh("/usr/LightPenNX7"));
+    EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+TEST_F(XdgLoginItemsTest, AUsersFileGoesBeforeTheSystemsOfItsName) {
+    putSystem(kOwn, own("/usr/LightPenNX7", 1));
+    ASSERT_TRUE(refresh("/home/pen/LightPenNX7"));
+    EXPECT_EQ(text(kOwn), own("/home/pen/LightPenNX7", 1));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/home/pen/LightPenNX7", false, kOwn}));
+    // Whatever is in it: that is how desktops take it.
+    put(kOwn, kOther);
+    EXPECT_THAT(list(), IsEmpty());
+}
+
+TEST_F(XdgLoginItemsTest, TheFirstFolderOfTheSystemGoesBeforeTheOthers) {
+    putSystem(kOwn, own("/usr/LightPenNX7", 1));
+    std::filesystem::create_directories(systemFolders[0]);
+    writeFile(systemFolders[0] + '/' + kOwn, own("/site/LightPenNX7", 1));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/site/LightPenNX7", false, kOwn}));
+}
+
+TEST_F(XdgLoginItemsTest, AnItemOfTheSystemsThatIsTakenOffIsHidden) {
+    putSystem(kOwn, own("/usr/LightPenNX7", 1));
+    const auto takeOff = [this] { return launch([](std::vector<LoginItem>& items) { items.clear(); }); };
+    ASSERT_TRUE(takeOff());
+    EXPECT_THAT(text(kOwn), HasSubstr("\nHidden=true\n"));
+    EXPECT_THAT(list(), IsEmpty());
+    const auto hidden = contents();
+    ASSERT_TRUE(takeOff());
+    EXPECT_EQ(contents(), hidden);
+    // One that is wanted again takes the same place, and is no longer hidden.
+    ASSERT_TRUE(add("/usr/LightPenNX7"));
+    EXPECT_THAT(list(), ElementsAre(LoginItem{"/usr/LightPenNX7", false, kOwn}));
+    EXPECT_THAT(text(kOwn), testing::Not(HasSubstr("Hidden")));
+    EXPECT_THAT(contents(), SizeIs(1));
+    ASSERT_TRUE(takeOff());
+    EXPECT_EQ(text(kOwn), hidden.at(kOwn).first);
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(XdgLoginItemsTest, APathThatNoEntryCanHoldIsSaid) {
