@@ -5,8 +5,8 @@
 
 namespace lightpen {
 
-// Identifiers of the two camera units, until the maker's own are filled in: 0x1209 is the vendor identifier
-// that is shared by projects without one, and its products below 0x0010 are for tests.
+// Identifiers of the two camera units. packaging/units.conf has them, for the udev rule and the metainfo as
+// well, and scripts/set-units.py puts them here.
 inline constexpr std::int32_t kUnitVendorID = 0x1209;
 inline constexpr std::int32_t kUnitFirstProductID = 0x0001;
 inline constexpr std::int32_t kUnitSecondProductID = 0x0002;
