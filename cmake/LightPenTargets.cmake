@@ -123,7 +123,7 @@ function(lightpen_library NAME)
 endfunction()
 
 # lightpen_resources(TARGET FOLDER): copies what programs in that folder of the build read at run time: their
-# information dictionary beside them, the rest into the folder resources beside them.
+# information dictionary, with the version, beside them, the rest into the folder resources beside them.
 function(lightpen_resources TARGET FOLDER)
   set(patterns *.bin *.plist *.strings */Localizable.strings *.svg *.htm help/* sounds/*.wav)
   list(TRANSFORM patterns PREPEND ${CMAKE_SOURCE_DIR}/resources/)
@@ -133,10 +133,13 @@ function(lightpen_resources TARGET FOLDER)
     file(RELATIVE_PATH resource ${CMAKE_SOURCE_DIR} ${original})
     if(resource STREQUAL "resources/Info.plist")
       set(resource Info.plist)
+      configure_file(${original} ${CMAKE_BINARY_DIR}/Info.plist @ONLY)
+      set(original ${CMAKE_BINARY_DIR}/Info.plist)
     endif()
     get_filename_component(folder ${FOLDER}/${resource} DIRECTORY)
     list(APPEND folders ${folder})
     list(APPEND files_${folder} ${original})
+    list(APPEND copied_files ${original})
   endforeach()
   list(REMOVE_DUPLICATES folders)
   # Begun anew, so that nothing stays behind which is no resource any more.
@@ -147,7 +150,7 @@ function(lightpen_resources TARGET FOLDER)
   endforeach()
   set(copied ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}-resources.stamp)
   add_custom_command(OUTPUT ${copied} ${commands} COMMAND ${CMAKE_COMMAND} -E touch ${copied}
-                     DEPENDS ${originals} VERBATIM COMMENT "Copying the resources of ${TARGET}")
+                     DEPENDS ${copied_files} VERBATIM COMMENT "Copying the resources of ${TARGET}")
   target_sources(${TARGET} PRIVATE ${copied})
 endfunction()
 
