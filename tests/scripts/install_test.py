@@ -3,6 +3,7 @@
 build's folder."""
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -10,6 +11,26 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(sys.argv.pop(1))
+# The languages of the menu, as the desktop calls them; English is said without one.
+LANGUAGES = {"de", "es", "fr", "it", "ja", "ko", "nl", "pl", "pt", "ru", "sv", "th", "uk", "zh_CN", "zh_TW"}
+
+
+def install(prefix, *options):
+    subprocess.run(["cmake", "--install", BUILD, "--prefix", prefix, *options], check=True, capture_output=True)
+
+
+def files_below(folder):
+    return {path.relative_to(folder) for path in folder.rglob("*")}
+
+
+def check(*command):
+    """The status of a desktop's checker, and all that it says."""
+    run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+    return run.returncode, run.stdout
+
+
+def keys_of(entry):
+    return dict(line.split("=", 1) for line in entry.read_text(encoding="utf-8").splitlines() if "=" in line)
 
 
 class InstallTest(unittest.TestCase):
@@ -17,8 +38,9 @@ class InstallTest(unittest.TestCase):
     def setUpClass(cls):
         cls.directory = tempfile.TemporaryDirectory()
         cls.prefix = pathlib.Path(cls.directory.name) / "prefix"
-        subprocess.run(["cmake", "--install", BUILD, "--prefix", cls.prefix], check=True, capture_output=True)
+        install(cls.prefix)
         cls.program = (cls.prefix / "bin" / "LightPenNX7").resolve()
+        cls.share = cls.prefix / "share"
 
     @classmethod
     def tearDownClass(cls):
@@ -31,34 +53,123 @@ class InstallTest(unittest.TestCase):
 
     def test_the_folder_is_the_one_of_the_build(self):
         built = BUILD / "src" / "app" / "LightPenNX7"
-        here = {path.relative_to(self.program.parent) for path in self.program.parent.rglob("*")}
-        self.assertIn(pathlib.Path("Info.plist"), here)
-        self.assertIn(pathlib.Path("resources/en.lproj/Localizable.strings"), here)
+        self.assertEqual({path.name for path in self.program.parent.iterdir()}, {"LightPenNX7", "Info.plist", "resources"})
+        self.assertEqual((self.program.parent / "Info.plist").read_bytes(), (built / "Info.plist").read_bytes())
+        resources = self.program.parent / "resources"
+        self.assertEqual(resources.resolve(), (self.share / "LightPenNX7" / "resources").resolve())
+        here, there = files_below(resources.resolve()), files_below(built / "resources")
+        self.assertIn(pathlib.Path("en.lproj/Localizable.strings"), here)
+        self.assertEqual(here, {path for path in there if (ROOT / "resources" / path).exists()})
         for path in here:
-            if (built / path).is_file() and path.name != "LightPenNX7":
-                self.assertEqual((self.program.parent / path).read_bytes(), (built / path).read_bytes(), path)
-        there = {path.relative_to(built) for path in built.rglob("*")}
-        stale = {path for path in there if path.parts[0] == "resources" and not (ROOT / path).exists()}
-        self.assertEqual(here, there - stale)
+            if (resources / path).is_file():
+                self.assertEqual((resources / path).read_bytes(), (built / "resources" / path).read_bytes(), path)
 
-    def test_the_link_survives_a_move_of_the_whole(self):
-        link = self.prefix / "bin" / "LightPenNX7"
-        self.assertTrue(link.is_symlink())
-        self.assertFalse(os.path.isabs(os.readlink(link)))
+    def test_the_links_survive_a_move_of_the_whole(self):
+        for link in (self.prefix / "bin" / "LightPenNX7", self.program.parent / "resources"):
+            self.assertTrue(link.is_symlink())
+            self.assertFalse(os.path.isabs(os.readlink(link)))
 
     def test_the_desktop_finds_the_program_and_its_icon(self):
-        entry = self.prefix / "share" / "applications" / "org.lightpen.LightPenNX7.desktop"
-        check = subprocess.run(["desktop-file-validate", entry], capture_output=True, text=True, check=False)
-        self.assertEqual((check.returncode, check.stdout), (0, ""))
-        keys = dict(line.split("=", 1) for line in entry.read_text(encoding="utf-8").splitlines() if "=" in line)
+        entry = self.share / "applications" / "org.lightpen.LightPenNX7.desktop"
+        self.assertEqual(check("desktop-file-validate", entry), (0, ""))
+        keys = keys_of(entry)
         self.assertTrue((self.prefix / "bin" / keys["Exec"]).exists())
-        icons = self.prefix / "share" / "icons" / "hicolor" / "scalable" / "apps"
+        self.assertEqual(keys["TryExec"], keys["Exec"])
+        icons = self.share / "icons" / "hicolor" / "scalable" / "apps"
         self.assertTrue((icons / (keys["Icon"] + ".svg")).is_file())
 
-    def test_the_system_finds_its_rule_and_the_signals(self):
+    def test_the_menu_entries_are_there_in_every_language(self):
+        for name, translated in (("org.lightpen.LightPenNX7", ("GenericName", "Comment", "Keywords")),
+                                 ("org.lightpen.LightPenNX7-emulated", ("Name", "Comment"))):
+            keys = keys_of(ROOT / "packaging" / (name + ".desktop"))
+            for key in translated:
+                texts = {language: keys.get(f"{key}[{language}]") for language in LANGUAGES}
+                self.assertNotIn(None, texts.values(), (name, key, texts))
+                self.assertEqual({found for found in keys if found.startswith(key + "[")},
+                                 {f"{key}[{language}]" for language in LANGUAGES})
+                self.assertNotIn(keys[key], texts.values())
+
+    def test_the_metainfo_says_what_the_menu_says(self):
+        path = self.share / "metainfo" / "org.lightpen.LightPenNX7.metainfo.xml"
+        text = path.read_text(encoding="utf-8")
+        keys = keys_of(self.share / "applications" / "org.lightpen.LightPenNX7.desktop")
+        self.assertIn(f"<summary>{keys['Comment']}</summary>", text)
+        for language in LANGUAGES:
+            self.assertIn(f'<summary xml:lang="{language.replace("_", "-")}">{keys[f"Comment[{language}]"]}</summary>', text)
+        self.assertIn(f'<release version="{version()}"', text)
+        self.assertNotIn("@", text)
+
+    def test_the_system_finds_its_rules_and_the_signals(self):
         for name in ("70-lightpen-nx7.rules", "70-lightpen-nx7-uinput.rules"):
             self.assertTrue((self.prefix / "lib" / "udev" / "rules.d" / name).is_file(), name)
-        self.assertTrue((self.prefix / "share" / "dbus-1" / "interfaces" / "org.lightpen.NX7.xml").is_file())
+        modules = (self.prefix / "lib" / "modules-load.d" / "lightpen-nx7.conf").read_text(encoding="utf-8")
+        self.assertEqual([line for line in modules.splitlines() if not line.startswith("#")], ["uinput"])
+        self.assertTrue((self.share / "dbus-1" / "interfaces" / "org.lightpen.NX7.xml").is_file())
+
+    def test_no_other_component_comes_along(self):
+        self.assertEqual([path for path in self.prefix.rglob("*") if "emulated" in path.name or "autostart" in path.name], [])
+
+    def test_the_emulated_one_shares_the_folder_and_the_resources(self):
+        with tempfile.TemporaryDirectory() as folder:
+            prefix = pathlib.Path(folder)
+            install(prefix, "--component", "emulated")
+            program = (prefix / "bin" / "LightPenNX7-emulated").resolve()
+            self.assertTrue(os.access(program, os.X_OK))
+            self.assertEqual(program.parent.relative_to(prefix.resolve()), self.program.parent.relative_to(self.prefix.resolve()))
+            entry = prefix / "share" / "applications" / "org.lightpen.LightPenNX7-emulated.desktop"
+            self.assertEqual(check("desktop-file-validate", entry), (0, ""))
+            self.assertEqual(keys_of(entry)["Exec"].split()[0], program.name)
+
+    def test_the_systems_entry_for_the_login_looks_whether_there_is_a_program(self):
+        with tempfile.TemporaryDirectory() as folder:
+            prefix = pathlib.Path(folder)
+            install(prefix, "--component", "login")
+            entry = prefix / "etc" / "xdg" / "autostart" / "org.lightpen.LightPenNX7.desktop"
+            self.assertEqual(check("desktop-file-validate", "--no-hints", entry), (0, ""))
+            keys = keys_of(entry)
+            self.assertTrue(keys["Exec"].endswith("/LightPenNX7/LightPenNX7"))
+            self.assertEqual({keys["TryExec"], keys["X-LightPenNX7-Path"]}, {keys["Exec"]})
+
+
+def version():
+    text = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.search(r"^project\(\w+ VERSION ([\d.]+)", text, re.MULTILINE)[1]
+
+
+class OptionsTest(unittest.TestCase):
+    """The manual and the completion have the options that the program's own help names."""
+
+    PROGRAMS = {"LightPenNX7": BUILD / "src/app/LightPenNX7/LightPenNX7",
+                "LightPenNX7-emulated": BUILD / "tools/emulated/LightPenNX7-emulated/LightPenNX7-emulated"}
+
+    def options_of(self, program):
+        text = subprocess.run([program, "--help"], capture_output=True, text=True, check=True).stdout
+        return set(re.findall(r"^ +(--[a-z-]+)", text, re.MULTILINE))
+
+    def complete(self, program, *words):
+        """What the completion offers for the last of these words."""
+        script = f"""source {ROOT}/packaging/completion.bash
+            COMP_WORDS=({program} "${{@}}") COMP_CWORD=$#
+            _lightpen_nx7 {program} && printf '%s\\n' "${{COMPREPLY[@]}}" """
+        run = subprocess.run(["bash", "-c", script, "bash", *words], capture_output=True, text=True, check=True)
+        self.assertEqual(run.stderr, "")
+        return set(run.stdout.split())
+
+    def test_the_manual_explains_each_option_and_no_other(self):
+        for name, program in self.PROGRAMS.items():
+            text = (ROOT / "packaging" / f"{name}.1.in").read_text(encoding="utf-8").replace("\\-", "-")
+            explained = set(re.findall(r"^\.TP\n\.BI? (--[a-z-]+)", text, re.MULTILINE))
+            self.assertGreater(len(explained), 2)
+            self.assertEqual(explained, self.options_of(program), name)
+
+    def test_the_completion_offers_them(self):
+        for program in self.PROGRAMS.values():
+            self.assertEqual(self.complete(program, "--"), self.options_of(program))
+        program = self.PROGRAMS["LightPenNX7-emulated"]
+        self.assertEqual(self.complete(program, "--pl"), {"--plugged"})
+        self.assertEqual(self.complete(program, "--log", ""), {"stderr", "file", "none"})
+        self.assertEqual(self.complete(program, "--pose", "r"), {"rotated"})
+        self.assertEqual(self.complete(program, "--screen", ""), set())
 
 
 if __name__ == "__main__":
