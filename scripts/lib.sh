@@ -107,6 +107,31 @@ install_packages() {
         env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends "${missing[@]}"
 }
 
+# The version, which is said in one place.
+project_version() { sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt"; }
+
+# suite_of RELEASE: the name by which Debian's archives know a release.
+suite_of() {
+    case $1 in
+        12) say bookworm ;;
+        13) say trixie ;;
+        *) say "$1" ;;
+    esac
+}
+
+# copy_tree FOLDER: the tree as it stands, without what is built, into a folder that is made.
+copy_tree() {
+    local list=$work_directory/tree
+    if [[ -e $root/.git ]]; then
+        (cd "$root" && git ls-files -z --cached --others --exclude-standard --deduplicate |
+            while IFS= read -r -d '' file; do [[ ! -e $file ]] || printf '%s\0' "$file"; done) >"$list"
+    else
+        (cd "$root" && find . -path ./build -prune -o ! -type d -print0) >"$list"
+    fi
+    mkdir -p "$1"
+    tar -C "$root" --null --files-from="$list" -c | tar -C "$1" --no-same-owner -x
+}
+
 # configure PRESET [OPTION...]: says nothing unless it fails.
 configure() {
     local preset=$1 log=$work_directory/configure.log

@@ -80,7 +80,7 @@ class InstallTest(unittest.TestCase):
 
     def test_the_menu_entries_are_there_in_every_language(self):
         for name, translated in (("org.lightpen.LightPenNX7", ("GenericName", "Comment", "Keywords")),
-                                 ("org.lightpen.LightPenNX7-emulated", ("Name", "Comment"))):
+                                 ("org.lightpen.LightPenNX7-emulated", ("Name", "Comment", "Keywords"))):
             keys = keys_of(ROOT / "packaging" / (name + ".desktop"))
             for key in translated:
                 texts = {language: keys.get(f"{key}[{language}]") for language in LANGUAGES}

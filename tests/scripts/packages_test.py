@@ -34,11 +34,20 @@ class PackagesTest(unittest.TestCase):
                                               "libxcb-damage0-dev", "libxcb-shm0-dev"])
 
     def test_each_package_is_explained_and_no_other(self):
-        listed = set(shell("packages_of build test kernel wayland demo checks bench").stdout.split())
+        listed = set(shell("packages_of build test kernel wayland package root demo checks bench").stdout.split())
         text = (ROOT / "docs" / "dependencies.md").read_text(encoding="utf-8")
         rows = re.findall(r"^\| ([a-z0-9][^|]*) \|", text, re.MULTILINE)
         explained = {name for row in rows if row != "package" for name in row.split(", ")}
         self.assertEqual(explained, listed)
+
+    def test_the_package_is_built_from_what_is_listed(self):
+        listed = set(shell("packages_of build package").stdout.split())
+        control = (ROOT / "packaging" / "debian" / "control").read_text(encoding="utf-8")
+        field = re.search(r"^Build-Depends: (.*(?:\n .*)*)", control, re.MULTILINE)[1]
+        named = {re.sub(r"-compat \(.*", "", name.strip()) for name in field.split(",")}
+        # What this leaves is the compiler, the checkers, and what only a running program loads.
+        self.assertEqual(named - listed, set())
+        self.assertEqual({name for name in listed if name.endswith("-dev")} - named, set())
 
     def test_nothing_missing_asks_nobody(self):
         run = shell("missing_packages() { :; }\nsudo() { echo called; }\n"
