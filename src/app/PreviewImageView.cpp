@@ -8,6 +8,10 @@
 #include <QMargins>
 #include <QPainter>
 #include <QPalette>
+#include <QPen>
+#include <QPolygonF>
+
+#include "device/PenPipeline.h"
 
 namespace lightpen {
 
@@ -16,6 +20,9 @@ namespace {
 constexpr QSize kPicture{int{kPreviewWidth}, int{kPreviewHeight}};
 constexpr int kUsualFactor = 3;
 constexpr QMargins kFrame(1, 1, 1, 1); // in pixels of the screen
+// A light line in a dark one is seen on every grey.
+constexpr QRgb kOutline = qRgb(0xff, 0xd0, 0x20);
+constexpr int kOutlineWidth = 2; // in pixels of the screen
 
 } // namespace
 
@@ -33,6 +40,11 @@ void PreviewImageView::setImage(PreviewImageRef image) {
 
 void PreviewImageView::setWaitingText(const QString& text) {
     waitingText_ = text;
+    update();
+}
+
+void PreviewImageView::setOutline(const Outline& outline) {
+    outline_ = outline;
     update();
 }
 
@@ -72,15 +84,34 @@ void PreviewImageView::paintEvent(QPaintEvent*) {
     const QRect place = placeOfPicture((QSizeF(size()) * ratio).toSize());
     painter.fillRect(place.marginsAdded(kFrame), palette().color(QPalette::Mid));
     painter.fillRect(place, Qt::black);
-    if (image_) {
+    if (image_)
         painter.drawImage(place, picture_);
+    drawOutline(painter, place);
+    if (image_)
         return;
-    }
     // Words are in points.
     painter.resetTransform();
     painter.setPen(Qt::lightGray);
     const QRectF points(QPointF(place.topLeft()) / ratio, QSizeF(place.size()) / ratio);
     painter.drawText(points, Qt::AlignCenter | Qt::TextWordWrap, waitingText_);
+}
+
+// The picture shows the camera's whole range.
+void PreviewImageView::drawOutline(QPainter& painter, const QRect& place) const {
+    if (!outline_)
+        return;
+    QPolygonF polygon;
+    for (const CameraPoint& point : *outline_)
+        polygon << QPointF(place.x() + point.x * place.width() / kCameraMaximumX,
+                           place.y() + point.y * place.height() / kCameraMaximumY);
+    painter.save();
+    painter.setClipRect(place);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Qt::black, 2 * kOutlineWidth));
+    painter.drawPolygon(polygon);
+    painter.setPen(QPen(QColor(kOutline), kOutlineWidth));
+    painter.drawPolygon(polygon);
+    painter.restore();
 }
 
 } // namespace lightpen

@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
+#include <optional>
+
 #include <QImage>
 #include <QString>
 #include <QWidget>
 
 #include "device/PreviewImage.h"
+#include "platform/Geometry.h"
+
+class QPainter;
 
 namespace lightpen {
 
@@ -22,6 +28,10 @@ public:
     PreviewImageRef image() const { return image_; }
     // What stands in the place of a picture that is not there.
     void setWaitingText(const QString& text);
+    // What the camera sees at these four places is joined by a line that leads around; none takes it away.
+    using Outline = std::optional<std::array<CameraPoint, 4>>;
+    void setOutline(const Outline& outline);
+    const Outline& outline() const { return outline_; }
 
     // Where the picture stands in a room of this size, in pixels of the screen. In a room that is too small
     // it has its own size.
@@ -38,9 +48,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void drawOutline(QPainter& painter, const QRect& place) const;
+
     PreviewImageRef image_; // owns the bytes that picture_ shows
     QImage picture_;
     QString waitingText_;
+    Outline outline_;
 };
 
 } // namespace lightpen

@@ -135,5 +135,37 @@ TEST_F(PreviewImageViewTest, TakesNoMoreWidthThanThePictureFills) {
     EXPECT_EQ(view.widthThatFills(QSize(10, 10)), kWidth + 2);
 }
 
+// 32 by 32 camera units are one pixel of the picture.
+TEST_F(PreviewImageViewTest, AnOutlineLiesWhereTheCameraSeesIt) {
+    const QSize room{4 * kWidth + 2, 4 * kHeight + 2};
+    const QImage without = shown(room);
+    view.setOutline(std::array<CameraPoint, 4>{{{320, 160}, {2240, 160}, {2240, 1600}, {640, 1600}}});
+    const QImage with = shown(room);
+    const auto isLight = [&](int x, int y) {
+        const QColor colour = with.pixelColor(x + 1, y + 1);
+        return colour.red() > 200 && colour.green() > 150 && colour.blue() < 80;
+    };
+    EXPECT_TRUE(isLight(160, 20)) << "above";
+    EXPECT_TRUE(isLight(280, 100)) << "on the right";
+    EXPECT_TRUE(isLight(200, 200)) << "below";
+    EXPECT_TRUE(isLight(60, 110)) << "on the left, which is aslant";
+    EXPECT_FALSE(isLight(160, 110)) << "the middle is free";
+    EXPECT_FALSE(isLight(40, 190));
+    view.setOutline(std::nullopt);
+    EXPECT_EQ(shown(room), without);
+}
+
+TEST_F(PreviewImageViewTest, AnOutlineStaysInThePicture) {
+    const QSize room{3 * kWidth, 2 * kHeight + 2};
+    const QImage without = shown(room);
+    view.setOutline(std::array<CameraPoint, 4>{{{-500, -90}, {4000, -90}, {4000, 2500}, {-500, 900}}});
+    const QImage with = shown(room);
+    EXPECT_NE(with, without);
+    const QRect place = PreviewImageView::placeOfPicture(room);
+    for (int y = 0; y < room.height(); ++y)
+        for (int x = 0; x < room.width(); ++x)
+            ASSERT_TRUE(place.contains(x, y) || with.pixel(x, y) == without.pixel(x, y)) << x << " " << y;
+}
+
 } // namespace
 } // namespace lightpen

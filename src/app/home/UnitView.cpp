@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include "app/home/UnitView.h"
+
+#include <utility>
+
+#include <QPointer>
+#include <QVBoxLayout>
+
+#include "calibration/TargetGrid.h"
+
+namespace lightpen {
+
+std::optional<std::array<CameraPoint, 4>> outerCorners(const PointListRef& points) {
+    if (!points)
+        return std::nullopt;
+    const auto grid = TargetGrid::forTotalPoints(static_cast<std::int64_t>(points->size()));
+    if (!grid.isCoveredBy(points->size()))
+        return std::nullopt;
+    const auto at = [&](std::int64_t row, std::int64_t column) {
+        return (*points)[static_cast<std::size_t>(row * grid.columns + column)];
+    };
+    const std::int64_t row = grid.rows - 1;
+    const std::int64_t column = grid.columns - 1;
+    return std::array{at(0, 0), at(0, column), at(row, column), at(row, 0)};
+}
+
+UnitView::UnitView(Unit unit, QWidget* parent) : QWidget(parent), unit_(std::move(unit)) {
+    picture_.setObjectName(QStringLiteral("unitPicture"));
+    words_.setObjectName(QStringLiteral("unitWords"));
+    take_.setObjectName(QStringLiteral("unitTakePicture"));
+    words_.setTextFormat(Qt::PlainText);
+    words_.setWordWrap(true);
+    words_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    auto* const rows = new QVBoxLayout(this); // Qt's
+    rows->addWidget(&picture_, 1);
+    rows->addWidget(&words_);
+    rows->addWidget(&take_, 0, Qt::AlignLeft);
+    connect(&take_, &QPushButton::clicked, this, &UnitView::fetch);
+}
+
+void UnitView::setTexts(const HomeTexts& text) {
+    text_ = text;
+    picture_.setAccessibleName(text("Camera picture"));
+    take_.setText(text("Take a picture"));
+    showWords();
+}
+
+void UnitView::calibrationDidChange() {
+    picture_.setOutline(outerCorners(unit_.points()));
+    showWords();
+}
+
+void UnitView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    calibrationDidChange();
+}
+
+// The main loop runs meanwhile, and whatever it does may take this view away.
+void UnitView::fetch() {
+    if (std::exchange(state_, State::fetching) == State::fetching)
+        return;
+    const QPointer<UnitView> self(this);
+    take_.setEnabled(false);
+    showWords();
+    const PreviewImageRef image = unit_.picture();
+    if (!self)
+        return;
+    state_ = image ? State::picture : State::noUnit;
+    picture_.setImage(image);
+    take_.setEnabled(true);
+    take_.setFocus(Qt::OtherFocusReason);
+    calibrationDidChange();
+}
+
+void UnitView::showWords() {
+    if (state_ == State::fetching)
+        words_.setText(text_("Fetching the picture..."));
+    else if (state_ == State::noUnit)
+        words_.setText(text_("No camera unit"));
+    else
+        words_.setText(picture_.outline()
+                           ? text_("The frame joins the places that were touched in the calibration.")
+                           : text_("The camera unit holds no calibration."));
+    picture_.setAccessibleDescription(words_.text());
+}
+
+} // namespace lightpen
