@@ -206,6 +206,10 @@ QtDesktop& LinuxPlatform::desktop() {
     return parts_->desktop;
 }
 
+std::string LinuxPlatform::pointerInUse() const {
+    return parts_->pointer.wayInUse();
+}
+
 ProgramLog& LinuxPlatform::log() {
     return parts_->process.log;
 }

@@ -70,6 +70,8 @@ public:
     ServiceRegistry& registry();
     // For windows that belong on the main screen.
     QtDesktop& desktop();
+    // The way that pointer events go, "uinput" or "XTest"; empty while there is none.
+    std::string pointerInUse() const;
     // The log in force, for a program that puts one of its own before it.
     ProgramLog& log();
 

@@ -138,7 +138,10 @@ TEST_F(LinuxPlatformTest, TheUserChoosesThePointerUnlessTheProgramDoes) {
     chosen.pointer = PointerChoice::automatic;
     Pipe log;
     chosen.log.diagnostics = log.writeEnd();
-    { LinuxPlatform platform(chosen); }
+    {
+        const LinuxPlatform platform(chosen);
+        EXPECT_EQ(platform.pointerInUse(), "XTest");
+    }
     EXPECT_EQ(log.readAvailable(), "Pointer: events go through XTest\n");
 
     writeFile(chosen.settingsFile, "[General]\nPointer=uinput\n");

@@ -69,6 +69,7 @@ bool LinuxPointer::findWay() {
                     problems.empty() ? "" : (" (" + problems + ")").c_str());
             const std::lock_guard hold(mutex_);
             device_ = std::move(device);
+            deviceName_ = way.name;
             return true;
         }
         problems += (problems.empty() ? "" : "; ") + problem;
@@ -81,6 +82,11 @@ bool LinuxPointer::findWay() {
 bool LinuxPointer::hasWay() const {
     const std::lock_guard hold(mutex_);
     return device_ != nullptr;
+}
+
+std::string LinuxPointer::wayInUse() const {
+    const std::lock_guard hold(mutex_);
+    return deviceName_;
 }
 
 IOReturn LinuxPointer::IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) {

@@ -72,6 +72,8 @@ public:
     // when none can be opened. Main thread.
     bool findWay();
     bool hasWay() const;
+    // The name of the way that is open; empty while none is.
+    std::string wayInUse() const;
 
     // Fails, with one log line for all times, while no way could be opened.
     IOReturn IOServiceOpen(io_service_t service, std::uint32_t type, io_connect_t& connection) override;
@@ -89,6 +91,7 @@ private:
     const SharedGeometry& geometry_;
     mutable PriorityInheritanceMutex mutex_; // around what follows
     std::unique_ptr<PointerDevice> device_;
+    std::string deviceName_;
     std::string problem_;
     PointerButtons buttons_;
     io_connect_t lastConnection_ = 0;

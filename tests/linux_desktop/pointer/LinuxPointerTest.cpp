@@ -90,6 +90,7 @@ TEST_F(LinuxPointerTest, FallsBackToXTestAndSaysWhy) {
     LinuxPointer pointer({fails("uinput", "no permission"), works("XTest")}, geometry);
     EXPECT_THAT(opened, ElementsAre("uinput", "XTest"));
     EXPECT_THAT(log.takeLines(), ElementsAre("Pointer: events go through XTest (no permission)"));
+    EXPECT_EQ(pointer.wayInUse(), "XTest");
     EXPECT_EQ(post(pointer, open(pointer), kLeftMouseDragged), kIOReturnSuccess);
     EXPECT_THAT(calls, ElementsAre("XTest 3,4"));
 }
@@ -114,6 +115,7 @@ TEST_F(LinuxPointerTest, WithoutAnyWaySaysOnceWhatToInstall) {
 TEST_F(LinuxPointerTest, AWayThatOpensLaterIsTaken) {
     LinuxPointer pointer({worksOnceAllowed("uinput"), fails("XTest", "no X display")}, geometry);
     EXPECT_FALSE(pointer.hasWay());
+    EXPECT_EQ(pointer.wayInUse(), "");
     EXPECT_EQ(open(pointer), 0U);
     EXPECT_THAT(log.takeLines(), ElementsAre(HasSubstr("(not yet; no X display)")));
     EXPECT_FALSE(pointer.findWay());
