@@ -8,6 +8,7 @@
 
 #include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
+#include "app/HelpReport.h"
 #include "app/LanguageChoice.h"
 #include "app/StatusItem.h"
 #include "app/home/Home.h"
@@ -21,6 +22,14 @@ namespace {
 // How long the desktop's panel may take to come.
 constexpr Microseconds kPanelPatience = std::chrono::seconds(10);
 constexpr const char* kFromTheWindow = "window";
+
+// Those that the open unit's flash holds; null without one.
+PointListRef storedPoints() {
+    if (!EventGeneratorNX7::isUnitOpen())
+        return nullptr;
+    const PointListRef points = EventGeneratorNX7::sharedEventGeneratorNX7()->calibrationPointsFromFlash();
+    return points ? points : std::make_shared<const PointList>();
+}
 
 } // namespace
 
@@ -50,7 +59,12 @@ void LightPenNX7Controller::makeHome() {
                           chosen.setData(tag);
                           distance(chosen);
                       }};
+    deeds.unit = {[] { return EventGeneratorNX7::sharedEventGeneratorNX7()->previewImage(); }, storedPoints};
     deeds.openHelp = [this] { help(); };
+    deeds.report = [this] {
+        const ProgramFacts& facts = homeParts().facts;
+        return QString::fromStdString(helpReport({facts.logFile, facts.pointer()}));
+    };
     homeParts().home = std::make_unique<Home>(std::move(deeds));
 }
 

@@ -69,7 +69,10 @@ int programMain(int argc, char** argv) {
     warnOfRoot();
     ApplicationBus requests(kProgram);
     applicationMain([&linuxPlatform] { return linuxPlatform.run(); },
-                    {{.logFile = linuxPlatform.log().file()}, &requests, options->action});
+                    {{.logFile = linuxPlatform.log().file(),
+                      .pointer = [&linuxPlatform] { return linuxPlatform.pointerInUse(); }},
+                     &requests,
+                     options->action});
     return EXIT_FAILURE; // never: the application leaves by itself
 }
 

@@ -229,7 +229,9 @@ int emulatedMain(int argc, char** argv) {
     LightPenNX7Controller::initialize();
     const auto controller = std::make_shared<LightPenNX7Controller>();
     EmulatedDesk desk(real, *options, controller);
-    controller->setProgramFacts({.logFile = real.log().file(), .cameraSeesScreen = desk.seesScreen()});
+    controller->setProgramFacts({.logFile = real.log().file(),
+                                 .pointer = [&real] { return real.pointerInUse(); },
+                                 .cameraSeesScreen = desk.seesScreen()});
     ApplicationBus requests(kProgram);
     controller->awakeFromNib();
     requests.setHandler([controller](const std::string& action) { controller->performAction(action); });

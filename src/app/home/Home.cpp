@@ -6,6 +6,7 @@
 #include <QIcon>
 
 #include "app/home/HelpPage.h"
+#include "app/home/PenTrialView.h"
 #include "platform/Platform.h"
 
 namespace lightpen {
@@ -22,17 +23,23 @@ QString version() {
 } // namespace
 
 Home::Home(Deeds deeds)
-    : calibration_(new CalibrationPage(std::move(deeds.calibration))),
-      settings_(new SettingsPage(std::move(deeds.settings))),
+    : calibration_(new CalibrationPage(std::move(deeds.calibration))), penTrial_(new PenTrialView),
+      unit_(new UnitView(std::move(deeds.unit))), settings_(new SettingsPage(std::move(deeds.settings))),
       help_(new HelpPage(std::move(deeds.openHelp), std::move(deeds.report))) {
     window_.addPage(std::string(kCalibrationPage), calibration_);
+    window_.addPage(std::string(kPenTrialPage), penTrial_);
+    window_.addPage(std::string(kUnitPage), unit_);
     window_.addPage(std::string(kSettingsPage), settings_);
     window_.addPage(std::string(kHelpPage), help_);
+    penTrial_->onCalibrate = [this] { window_.showPage(kCalibrationPage); };
 }
 
 void Home::setContent(const Content& content) {
     calibration_->setPossible(content.possible);
     calibration_->setTexts(content.texts);
+    penTrial_->setTexts(content.texts);
+    unit_->setTexts(content.texts);
+    unit_->unitDidChange();
     settings_->showSettings(content.languages, content.texts);
     help_->setFacts(version(), QString::fromStdString(content.facts.logFile));
     help_->setTexts(content.texts);

@@ -9,10 +9,12 @@
 #include "app/home/HomeWindow.h"
 #include "app/home/ProgramFacts.h"
 #include "app/home/SettingsPage.h"
+#include "app/home/UnitView.h"
 
 namespace lightpen {
 
 class HelpPage;
+class PenTrialView;
 
 // The application's window with its pages, and what they are told. Main thread, with the platform in place.
 class Home {
@@ -21,6 +23,7 @@ public:
     struct Deeds {
         CalibrationPage::Deeds calibration;
         SettingsPage::Deeds settings;
+        UnitView::Unit unit;
         std::function<void()> openHelp;
         std::function<QString()> report; // without it nothing offers one
     };
@@ -37,6 +40,8 @@ public:
 
     // The titles of its pages, as keys.
     static constexpr std::string_view kCalibrationPage = "Calibration";
+    static constexpr std::string_view kPenTrialPage = "Try the pen";
+    static constexpr std::string_view kUnitPage = "Camera picture";
     static constexpr std::string_view kSettingsPage = "Settings";
     static constexpr std::string_view kHelpPage = "Help";
 
@@ -48,6 +53,8 @@ public:
 private:
     HomeWindow window_;
     CalibrationPage* const calibration_;
+    PenTrialView* const penTrial_;
+    UnitView* const unit_;
     SettingsPage* const settings_;
     HelpPage* const help_;
 };

@@ -36,6 +36,7 @@ UnitView::UnitView(Unit unit, QWidget* parent) : QWidget(parent), unit_(std::mov
     rows->addWidget(&words_);
     rows->addWidget(&take_, 0, Qt::AlignLeft);
     connect(&take_, &QPushButton::clicked, this, &UnitView::fetch);
+    showWords();
 }
 
 void UnitView::setTexts(const HomeTexts& text) {
@@ -45,37 +46,40 @@ void UnitView::setTexts(const HomeTexts& text) {
     showWords();
 }
 
-void UnitView::calibrationDidChange() {
-    picture_.setOutline(outerCorners(unit_.points()));
+void UnitView::unitDidChange() {
+    const PointListRef points = unit_.points();
+    hasUnit_ = points != nullptr;
+    picture_.setOutline(outerCorners(points));
+    if (!hasUnit_)
+        picture_.setImage(nullptr); // nobody sees that any more
     showWords();
 }
 
 void UnitView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    calibrationDidChange();
+    unitDidChange();
 }
 
 // The main loop runs meanwhile, and whatever it does may take this view away.
 void UnitView::fetch() {
-    if (std::exchange(state_, State::fetching) == State::fetching)
+    if (std::exchange(fetching_, true))
         return;
     const QPointer<UnitView> self(this);
-    take_.setEnabled(false);
     showWords();
     const PreviewImageRef image = unit_.picture();
     if (!self)
         return;
-    state_ = image ? State::picture : State::noUnit;
+    fetching_ = false;
     picture_.setImage(image);
-    take_.setEnabled(true);
+    unitDidChange();
     take_.setFocus(Qt::OtherFocusReason);
-    calibrationDidChange();
 }
 
 void UnitView::showWords() {
-    if (state_ == State::fetching)
+    take_.setEnabled(hasUnit_ && !fetching_);
+    if (fetching_)
         words_.setText(text_("Fetching the picture..."));
-    else if (state_ == State::noUnit)
+    else if (!hasUnit_)
         words_.setText(text_("No camera unit"));
     else
         words_.setText(picture_.outline()

@@ -26,29 +26,28 @@ public:
     // Whom it asks.
     struct Unit {
         // A new picture; null without a unit. May run the main loop, and take without limit.
-        std::function<PreviewImageRef()> picture;
-        // The points of the stored calibration; null where there are none.
-        std::function<PointListRef()> points;
+        std::function<PreviewImageRef()> picture = [] { return PreviewImageRef(); };
+        // The points of the stored calibration, empty where there are none; null without a unit.
+        std::function<PointListRef()> points = [] { return PointListRef(); };
     };
     explicit UnitView(Unit unit, QWidget* parent = nullptr);
 
     // The texts from now on.
     void setTexts(const HomeTexts& text);
-    // Asks for the calibration anew: the unit may be another one, or have another calibration.
-    void calibrationDidChange();
+    // Asks for the calibration anew: the unit may have gone, be another one, or have another calibration.
+    void unitDidChange();
 
 protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    enum class State { nothing, fetching, picture, noUnit };
-
     void fetch();
     void showWords();
 
     const Unit unit_;
     HomeTexts text_ = [](std::string_view) { return QString(); };
-    State state_ = State::nothing;
+    bool hasUnit_ = false;
+    bool fetching_ = false;
     PreviewImageView picture_;
     QLabel words_;
     QPushButton take_;

@@ -38,7 +38,8 @@ namespace {
 using testing::IsEmpty;
 
 constexpr std::uint8_t kControl = 37, kPageUp = 112, kPageDown = 117; // the server's own numbers
-constexpr std::string_view kPages[] = {Home::kCalibrationPage, Home::kSettingsPage, Home::kHelpPage};
+constexpr std::string_view kPages[] = {Home::kCalibrationPage, Home::kPenTrialPage, Home::kUnitPage,
+                                       Home::kSettingsPage, Home::kHelpPage};
 // Of an 800 x 600 screen, without a panel and the window manager's frame.
 constexpr QSize kRoom(790, 520);
 
@@ -87,6 +88,7 @@ protected:
         Home::Deeds deeds;
         deeds.calibration = {[] {}, [] {}, [] {}};
         deeds.settings = {[](std::string_view) {}, [](int) {}};
+        deeds.unit.points = [] { return std::make_shared<const PointList>(); };
         deeds.openHelp = [] {};
         deeds.report = [] { return QString("report"); };
         home = std::make_unique<Home>(std::move(deeds));
@@ -266,6 +268,8 @@ TEST_F(HomeOnScreenTest, AScreenReaderNamesWhateverHasTheKeyboard) {
     show("German");
     const std::map<std::string_view, std::vector<QAccessible::Role>> expected{
         {Home::kCalibrationPage, {QAccessible::List, QAccessible::Button}},
+        {Home::kPenTrialPage, {QAccessible::List, QAccessible::Button}},
+        {Home::kUnitPage, {QAccessible::List, QAccessible::Button}},
         {Home::kSettingsPage, {QAccessible::List, QAccessible::ComboBox, QAccessible::CheckBox}},
         {Home::kHelpPage, {QAccessible::List, QAccessible::Button}}};
     for (const auto& [page, wanted] : expected) {

@@ -38,7 +38,7 @@ protected:
     }
 
     const bool application = ensureOffscreenApplication();
-    PointListRef points;
+    PointListRef points = listOf({});
     std::function<PreviewImageRef()> onPicture = [] { return image(); };
     int asked = 0;
     std::unique_ptr<UnitView> view = std::make_unique<UnitView>(UnitView::Unit{[this] {
@@ -51,7 +51,7 @@ protected:
 TEST_F(UnitViewTest, OnlyTheUserAsksForAPicture) {
     view->hide();
     view->show();
-    view->calibrationDidChange();
+    view->unitDidChange();
     QCoreApplication::processEvents();
     EXPECT_EQ(asked, 0);
     take().click();
@@ -64,7 +64,7 @@ TEST_F(UnitViewTest, TheStoredCornersGoAround) {
     EXPECT_EQ(words(), "The camera unit holds no calibration.");
     EXPECT_EQ(picture().outline(), std::nullopt);
     points = listOf({{300, 200}, {2200, 250}, {350, 1700}, {2300, 1600}});
-    view->calibrationDidChange();
+    view->unitDidChange();
     EXPECT_EQ(picture().outline(),
               (std::array<CameraPoint, 4>{{{300, 200}, {2200, 250}, {2300, 1600}, {350, 1700}}}));
     EXPECT_EQ(words(), "The frame joins the places that were touched in the calibration.");
@@ -76,16 +76,31 @@ TEST_F(UnitViewTest, ShowsTheCalibrationOfNowWheneverItIsLookedAt) {
     view->hide();
     view->show();
     EXPECT_NE(picture().outline(), std::nullopt);
-    points = nullptr;
+    points = listOf({});
     take().click();
     EXPECT_EQ(picture().outline(), std::nullopt);
 }
 
 TEST_F(UnitViewTest, WithoutAUnitThereIsNoPicture) {
     take().click();
-    onPicture = [] { return PreviewImageRef(); };
+    points = nullptr;
+    view->unitDidChange();
+    EXPECT_EQ(picture().image(), nullptr) << "nobody sees that any more";
+    EXPECT_EQ(words(), "No camera unit");
+    EXPECT_FALSE(take().isEnabled());
+    points = listOf({});
+    view->unitDidChange();
+    EXPECT_TRUE(take().isEnabled());
+}
+
+// The driver answers with its last picture then.
+TEST_F(UnitViewTest, AUnitThatLeavesMeanwhileHasSentNone) {
+    onPicture = [this] {
+        points = nullptr;
+        return image();
+    };
     take().click();
-    EXPECT_EQ(picture().image(), nullptr) << "the last one is not what the camera sees now";
+    EXPECT_EQ(picture().image(), nullptr);
     EXPECT_EQ(words(), "No camera unit");
 }
 
