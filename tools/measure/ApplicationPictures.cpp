@@ -7,6 +7,8 @@
 
 #include <QRect>
 
+#include "app/home/PenTrial.h"
+#include "linux_desktop/process/ApplicationBus.h"
 #include "measure/Requirement.h"
 #include "measure/desktop/Patience.h"
 
@@ -14,7 +16,7 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::uint8_t kReturn = 36, kRight = 114, kDown = 116, kEscape = 9;
+constexpr std::uint8_t kTab = 23, kSpace = 65, kReturn = 36, kRight = 114, kDown = 116, kEscape = 9;
 constexpr std::uint8_t kRightButton = 3;
 // The entries of the whole menu, separators left out.
 constexpr int kCalibration = 1, kLanguage = 3, kAbout = 5;
@@ -35,6 +37,11 @@ constexpr LanguageName kPreviews[] = {{"en", "help/preview"},          {"zh-Hant
                                       {"zh-Hans", "help/preview-chs"}, {"ja", "help/preview-jpn"},
                                       {"it", "help/preview-ita"},      {"es", "help/preview-esp"},
                                       {"fr", "help/preview-fra"},      {"de", "help/preview-deu"}};
+
+constexpr LanguageName kHomes[] = {
+    {"en", "window-english"}, {"zh-Hans", "window-chinese"}, {"de", "window-german"}};
+// The pages of the window.
+constexpr int kCalibrationPage = 0, kPenTrialPage = 1, kUnitPage = 2;
 
 std::string displayName() {
     return qEnvironmentVariable("DISPLAY").toStdString();
@@ -62,6 +69,10 @@ void ApplicationPictures::take() {
     takeCalibration();
     for (const auto& [identifier, name] : kPreviews)
         takePreview(identifier, name);
+    for (const auto& [identifier, name] : kHomes)
+        takeHome(identifier, name);
+    takePenTrial();
+    takeUnitView();
 }
 
 template <class Condition>
@@ -189,10 +200,7 @@ void ApplicationPictures::takeCalibration() {
 void ApplicationPictures::takePreview(const std::string& language, const std::string& name) {
     start({"--commands", "--xtest", "--calibrated", "--no-hand"}, "Language=" + language);
     comesToRest();
-    // The unit's own window, whose small bright things the camera would see without its filter.
-    for (const ShownWindow& window : windows_.shown(program_.processId()))
-        if (window.height > XTrayPanel::kHeight)
-            windows_.hide(window);
+    hideUnitWindow();
     forget();
     program_.perform(kStrayLight);
     program_.perform("plug");
@@ -209,6 +217,78 @@ void ApplicationPictures::takePreview(const std::string& language, const std::st
     save(pictureOf({shown.back()}), name);
     if (language == "en")
         save(pictureOf({shown.back()}), "preview");
+    end();
+}
+
+// Its small bright things are lights without the camera's filter.
+void ApplicationPictures::hideUnitWindow() {
+    for (const ShownWindow& window : windows_.shown(program_.processId()))
+        if (window.height > XTrayPanel::kHeight)
+            windows_.hide(window);
+}
+
+void ApplicationPictures::openHome(int page) {
+    forget();
+    requireNone(askRunningApplication("LightPenNX7-emulated", "show"));
+    awaitThat("The window did not come.", [this] { return fresh().size() == 1 && comesToRest(); });
+    for (int i = 0; i < page; ++i)
+        windows_.pressKey(kDown);
+    comesToRest();
+}
+
+void ApplicationPictures::pressNext() {
+    windows_.pressKey(kTab);
+    windows_.pressKey(kSpace);
+}
+
+void ApplicationPictures::takeHome(const std::string& language, const std::string& name) {
+    start(kPlugged, "Language=" + language);
+    awaitThat("The unit was not taken into use.", [this] { return program_.isIn("ready=yes"); });
+    hideUnitWindow();
+    openHome(kCalibrationPage);
+    save(pictureOf(fresh()), name);
+    end();
+}
+
+void ApplicationPictures::takePenTrial() {
+    start({"--commands", "--xtest", "--plugged"}, "");
+    choose(kCalibration);
+    awaitThat("The calibration was not completed.", [this] {
+        return program_.log().find("calibrationDidComplete") != std::string::npos &&
+               program_.isIn("ready=yes") && comesToRest();
+    });
+    hideUnitWindow();
+    openHome(kPenTrialPage);
+    pressNext();
+    const QRect whole = screen().rect();
+    awaitThat("The crosses did not come.", [&] {
+        const auto shown = fresh();
+        return !shown.empty() && placeOf(shown.back()) == whole && comesToRest();
+    });
+    for (const ScreenPoint& cross : PenTrial({double(whole.width()), double(whole.height())}).crosses()) {
+        const auto place = " " + std::to_string(int(cross.x)) + " " + std::to_string(int(cross.y));
+        require(program_.perform("tap" + place) && program_.perform("wait"), "The pen touched nothing.");
+    }
+    comesToRest();
+    save(screen().scaledToWidth(kHelpWidth, Qt::SmoothTransformation), "pen-trial");
+    windows_.pressKey(kEscape);
+    end();
+}
+
+void ApplicationPictures::takeUnitView() {
+    start(kPlugged, "");
+    awaitThat("The unit was not taken into use.", [this] { return program_.isIn("ready=yes"); });
+    hideUnitWindow();
+    openHome(kUnitPage);
+    const auto shown = fresh();
+    const QImage without = pictureOf(shown);
+    windows_.pressKey(kTab); // the words, which can be selected
+    pressNext();
+    awaitThat("No picture came.", [&] {
+        return program_.log().find("return image: <") != std::string::npos && pictureOf(shown) != without &&
+               comesToRest();
+    });
+    save(pictureOf(shown), "unit-view");
     end();
 }
 

@@ -32,6 +32,10 @@ private:
     void takeWindows();
     void takePreview(const std::string& language, const std::string& name);
     void takeCalibration();
+    void takeHome(const std::string& language, const std::string& name);
+    // After a calibration by the emulated hand.
+    void takePenTrial();
+    void takeUnitView();
 
     // Starts the program with a home of its own; the settings are lines of its settings file.
     void start(const std::vector<std::string>& options, const std::string& settings);
@@ -39,6 +43,12 @@ private:
     // Opens the menu from the icon; the first entry has the number 1.
     void openMenu();
     void choose(int entry);
+    // Has the application show its window; the page counts from 0.
+    void openHome(int page);
+    // Without the unit's own window, which the camera would see too.
+    void hideUnitWindow();
+    // Goes on to the next widget, and presses it.
+    void pressNext();
     // The windows that have come since the last call of forget().
     std::vector<ShownWindow> fresh();
     void forget() { known_ = windows_.shown(program_.processId()); }

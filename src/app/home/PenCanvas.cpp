@@ -112,7 +112,7 @@ void PenCanvas::paintEvent(QPaintEvent*) {
     if (trial_)
         paintTrial(painter);
     else if (lines_.empty()) {
-        painter.setPen(palette().color(QPalette::PlaceholderText));
+        painter.setPen(palette().color(QPalette::Text));
         painter.drawText(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin),
                          int{Qt::AlignCenter} | int{Qt::TextWordWrap}, hint_);
     }
