@@ -43,12 +43,23 @@ const std::vector<std::string> kSections = {"start",    "camera",     "calibrati
                                             "distance", "language",   "light",       "pairing",
                                             "trouble",  "permission", "login"};
 
-const char* const kMenuWords[] = {"Calibration",    "Projection Distance",
-                                  "Distance1",      "Distance2",
-                                  "Distance3",      "Language",
-                                  "Help",           "About...",
-                                  "Exit",           "Detect again!",
-                                  "Camera picture", "Cancel the calibration"};
+const char* const kMenuWords[] = {"Calibration",
+                                  "Projection Distance",
+                                  "Distance1",
+                                  "Distance2",
+                                  "Distance3",
+                                  "Language",
+                                  "Help",
+                                  "About...",
+                                  "Exit",
+                                  "Detect again!",
+                                  "Camera picture",
+                                  "Cancel the calibration",
+                                  "Settings",
+                                  "Calibrate automatically",
+                                  "The menu calibrates automatically",
+                                  "Screen with the picture",
+                                  "Start at login"};
 
 // What a language that is not English has no word for.
 const QRegularExpression kEnglishWord("(?<!\\pL)the(?!\\pL)", QRegularExpression::CaseInsensitiveOption);
