@@ -5,12 +5,13 @@
 #include <utility>
 
 #include <QAction>
+#include <QApplication>
+#include <QStyle>
 
 #include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
 #include "app/HelpReport.h"
 #include "app/LanguageChoice.h"
-#include "app/StatusItem.h"
 #include "app/home/Home.h"
 #include "platform/Log.h"
 #include "platform/MainScreenChoice.h"
@@ -19,8 +20,6 @@ namespace lightpen {
 
 namespace {
 
-// How long the desktop's panel may take to come.
-constexpr Microseconds kPanelPatience = std::chrono::seconds(10);
 constexpr const char* kFromTheWindow = "window";
 
 // Those that the open unit's flash holds; null without one.
@@ -90,8 +89,9 @@ void LightPenNX7Controller::updateHome() {
     if (!home_ || !home_->home || !home_->home->window().isVisible())
         return;
     Home::Content content;
-    content.picture = statusImage(deviceConnected_ ? "connect" : "disconn");
-    content.state = displayText(deviceConnected_ ? "The camera unit is connected" : "No camera unit");
+    content.picture = conditionPicture();
+    content.state = displayText(PenCondition::textKey(condition_.state()));
+    content.command = QString::fromStdString(condition_.detail());
     content.possible = {.byTouching = deviceConnected_,
                         .automatically = deviceConnected_ && home_->facts.cameraSeesScreen,
                         .undo = deviceConnected_ && home_->before,
@@ -104,19 +104,17 @@ void LightPenNX7Controller::updateHome() {
     home_->home->setContent(content);
 }
 
-// Where no panel shows the item, a user who starts the program for the first time would see nothing of it.
-void LightPenNX7Controller::showHomeWithoutPanel() {
-    if (isSet(kWindowShownKey))
-        return;
-    Platform::current().runLoop.performAfterDelay({this,
-                                                   "showHomeWithoutPanel",
-                                                   {},
-                                                   [weak = weak_from_this()] {
-                                                       const auto self = weak.lock();
-                                                       if (self && !self->statusItem_->isInPanel())
-                                                           self->showHome();
-                                                   }},
-                                                  kPanelPatience);
+// Those of the item for what is as it may be, the desktop's own sign for what is to be mended.
+QIcon LightPenNX7Controller::conditionPicture() {
+    switch (condition_.state()) {
+    case PenCondition::State::ready:
+        return statusImage("connect");
+    case PenCondition::State::noUnit:
+    case PenCondition::State::otherSession:
+        return statusImage("disconn");
+    default:
+        return QApplication::style()->standardIcon(QStyle::SP_MessageBoxWarning);
+    }
 }
 
 // Whoever asks is a program, so that nothing comes up in front of a locked screen or a calibration.

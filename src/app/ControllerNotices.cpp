@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QStringList>
 
+#include "app/DefaultsReading.h"
 #include "app/StatusItem.h"
 #include "calibration/CalibratedScreen.h"
 #include "calibration/CalibrationQuality.h"
@@ -181,8 +182,8 @@ void LightPenNX7Controller::tellOfPermission() {
              {.text = text("Run this command in a terminal:") + '\n' + command,
               .actions = {noticeAction("Copy the command", [command](auto& self) {
                   QGuiApplication::clipboard()->setText(QString::fromStdString(command));
-                  if (self.showHome_ && QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
-                      self.showHome_();
+                  if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+                      self.showHome();
               })}});
 }
 
@@ -198,13 +199,15 @@ void LightPenNX7Controller::watchForPanel() {
     performLater("tellOfNoPanel", kPanelPatience, &LightPenNX7Controller::tellOfNoPanel);
 }
 
+// A user who starts the program for the first time has seen nothing of it yet.
 void LightPenNX7Controller::tellOfNoPanel() {
     if (statusItem_->isInPanel())
         return;
+    if (!isSet(kWindowShownKey))
+        return showHome();
     UserNotice notice{.text =
                           text("The pen works without it. A second start of the program opens its window.")};
-    if (showHome_)
-        notice.actions.push_back(noticeAction("Open the window", [](auto& self) { self.showHome_(); }));
+    notice.actions.push_back(noticeAction("Open the window", [](auto& self) { self.showHome(); }));
     tellOnce("No panel shows the menu of the pen", std::move(notice));
 }
 

@@ -86,7 +86,6 @@ LightPenNX7Controller::~LightPenNX7Controller() {
 
 void LightPenNX7Controller::awakeFromNib() {
     makeStatusItem();
-    showHomeWithoutPanel();
     calibrationCenter_ = std::make_shared<KVRCalibrationCenter>(0, kClearColor, kTargetBezelStyle,
                                                                 Platform::current().desktop.mainScreen());
     calibrationCenter_->setSessionObserver([self = weak_from_this()] {

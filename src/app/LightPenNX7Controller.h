@@ -132,8 +132,6 @@ public:
     const StatusItem* statusItem() const { return statusItem_.get(); }
     // Whether the pen can be used, from awakeFromNib() on.
     const PenCondition& penCondition() const { return condition_; }
-    // What opens the application's window. Without it no notice offers that.
-    void setShowHome(std::function<void()> showHome) { showHome_ = std::move(showHome); }
 
 private:
     static constexpr std::string_view kCancelKey = "Cancel the calibration";
@@ -177,7 +175,7 @@ private:
     HomeParts& homeParts();
     void makeHome();
     void updateHome();
-    void showHomeWithoutPanel();
+    QIcon conditionPicture();
     void keepCalibrationBefore(const PointListRef& points);
     void undoCalibration();
     void settingDidChange(std::string_view key);
@@ -219,7 +217,6 @@ private:
     SharedFlag deviceConnected_{false};
     PenCondition condition_;
     std::set<std::string_view> told_; // the titles' keys of what is told once in the program's run
-    std::function<void()> showHome_;
     std::shared_ptr<HomeParts> home_; // null before anything of it is needed
     QPointer<QAction> distanceItem3;
     QPointer<QAction> distanceItem2;

@@ -26,8 +26,6 @@ public:
     StatusItem(const StatusItem&) = delete;
     StatusItem& operator=(const StatusItem&) = delete;
 
-    // Whether there is a panel that shows it, or was one.
-    bool isInPanel() const { return icon_ != nullptr; }
     // An empty picture takes its place in the panel, too.
     void setImage(const QIcon& image);
     QIcon image() const { return image_.value_or(QIcon()); }

@@ -62,9 +62,8 @@ std::string listOfScreensHere(int argc, char** argv, const LinuxPlatformSettings
     setUpQtApplication();
     SharedGeometry geometry;
     const QtDesktop desktop(defaults, geometry, settings.screen);
-    return listOfScreens(desktop.screens(), settings.screen.empty()
-                                                ? textForKey(defaults, QtDesktop::kMainScreenKey)
-                                                : settings.screen);
+    return listOfScreens(desktop.screens(),
+                         settings.screen.empty() ? textForKey(defaults, kMainScreenKey) : settings.screen);
 }
 
 } // namespace

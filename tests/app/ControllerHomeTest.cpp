@@ -10,6 +10,7 @@
 #include <QScreen>
 
 #include "app/ControllerFixture.h"
+#include "app/ProgramVersion.h"
 #include "app/home/HomeWindow.h"
 #include "platform/MainScreenChoice.h"
 
@@ -118,6 +119,24 @@ TEST_F(ControllerHomeTest, ComesBeforeTheOthersEachTime) {
 TEST_F(ControllerHomeTest, HasItsTextsWhileAStartIsHeldUp) {
     controller->showHome();
     EXPECT_THAT(titles(), Contains("Settings"));
+}
+
+TEST_F(ControllerHomeTest, SaysWhatIsSoAndWhatMendsIt) {
+    start();
+    controller->showHome();
+    EXPECT_EQ(widget<QLabel>("stateText").text(), "No camera unit");
+    EXPECT_FALSE(widget("stateCommand").isVisible());
+    desk.unitAccess.permissionCommand = "sudo mend it";
+    desk.notifications.post({std::string(kUnitAccessDidChange)});
+    EXPECT_EQ(widget<QLabel>("stateText").text(), "No permission to use the camera unit");
+    button("stateCopy").click();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "sudo mend it");
+    desk.unitAccess.permissionCommand = "";
+    openUnit({.points = kBefore});
+    controller->statMenu(*driver);
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_EQ(widget<QLabel>("stateText").text(), "The pen is ready");
+    EXPECT_FALSE(button("stateCopy").isVisible());
 }
 
 // What others ask for
@@ -367,11 +386,10 @@ TEST_F(ControllerHomeTest, EachScreenSaysItsNameForAWhile) {
 // Help
 
 TEST_F(ControllerHomeTest, TellsVersionAndLog) {
-    desk.bundle.information.entries.push_back({"CFBundleShortVersionString", {std::string("1.2.3")}});
     controller->setProgramFacts({.logFile = "/home/me/log"});
     start();
     controller->showHome();
-    EXPECT_EQ(widget<QLabel>("version").text(), "Version 1.2.3");
+    EXPECT_EQ(widget<QLabel>("version").text(), QString("Version %1").arg(kProgramVersion));
     EXPECT_EQ(widget<QLabel>("logFile").text(), "The log is in /home/me/log");
     controller->setProgramFacts({});
     controller->showHome();

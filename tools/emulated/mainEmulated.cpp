@@ -25,7 +25,6 @@
 #include "linux_desktop/LinuxPlatform.h"
 #include "linux_desktop/process/ApplicationBus.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
-#include "platform/Log.h"
 #include "unit/CameraUnit.h"
 #include "unit/bus/EmulatedBus.h"
 

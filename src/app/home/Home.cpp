@@ -5,22 +5,11 @@
 
 #include <QIcon>
 
+#include "app/ProgramVersion.h"
 #include "app/home/HelpPage.h"
 #include "app/home/PenTrialView.h"
-#include "platform/Platform.h"
 
 namespace lightpen {
-
-namespace {
-
-QString version() {
-    const auto value =
-        Platform::current().shell.bundle.objectForInfoDictionaryKey("CFBundleShortVersionString");
-    const auto* text = value ? value->as<std::string>() : nullptr;
-    return text ? QString::fromStdString(*text) : QString();
-}
-
-} // namespace
 
 Home::Home(Deeds deeds)
     : calibration_(new CalibrationPage(std::move(deeds.calibration))), penTrial_(new PenTrialView),
@@ -41,7 +30,7 @@ void Home::setContent(const Content& content) {
     unit_->setTexts(content.texts);
     unit_->unitDidChange();
     settings_->showSettings(content.languages, content.texts);
-    help_->setFacts(version(), QString::fromStdString(content.facts.logFile));
+    help_->setFacts(QString::fromUtf8(kProgramVersion), QString::fromStdString(content.facts.logFile));
     help_->setTexts(content.texts);
     window_.setState(content.picture, content.state, content.command);
     window_.setTexts(content.texts);

@@ -72,7 +72,6 @@ double contrast(const QColor& one, const QColor& other) {
 class HomeOnScreenTest : public testing::Test {
 protected:
     HomeOnScreenTest() {
-        desk.bundle.information.entries = {{"CFBundleShortVersionString", {std::string("0.1.0")}}};
         desk.desktop.others = {{"HDMI-1", {{1920, 0}, {1024, 768}}}};
         desk.defaults.set["Main Screen"] = std::string("DisplayPort-2");
         desk.defaults.set["Projection Distance"] = std::int64_t{1};
