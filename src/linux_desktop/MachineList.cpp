@@ -110,13 +110,14 @@ std::string listOfScreens(const std::vector<Screen>& screens, const std::string&
     std::string all = "Screens\n";
     bool first = true, found = askedFor.empty();
     for (const Screen& screen : screens) {
-        all += "  " + screen.name + ": " + numberText(screen.frame.size.width) + " x " +
-               numberText(screen.frame.size.height) + " points";
+        const bool named = !askedFor.empty() && screen.name == askedFor;
+        all += "  " + (screen.name.empty() ? "without a name" : screen.name) + ": " +
+               numberText(screen.frame.size.width) + " x " + numberText(screen.frame.size.height) + " points";
         if (std::exchange(first, false))
             all += std::string("; ") + kWouldBeUsed + ": it is the " +
-                   (screen.name == askedFor ? "one that was asked for" : "desktop's primary one");
+                   (named ? "one that was asked for" : "desktop's primary one");
         all += '\n';
-        found = found || screen.name == askedFor;
+        found = found || named;
     }
     if (screens.empty())
         all += "  there are none\n";

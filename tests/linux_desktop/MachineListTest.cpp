@@ -97,6 +97,9 @@ TEST(MachineList, TheFirstScreenShowsThePicture) {
               "  HDMI-1: 1280 x 800 points; would be used: it is the desktop's primary one\n"
               "  eDP-1: 1536.5 x 864 points\n"
               "  DP-9 was asked for and is not there\n");
+    EXPECT_EQ(listOfScreens({{"", {{0, 0}, {800, 600}}, 0}}, ""),
+              "Screens\n"
+              "  without a name: 800 x 600 points; would be used: it is the desktop's primary one\n");
     EXPECT_EQ(listOfScreens({}, ""), "Screens\n  there are none\n");
 }
 
