@@ -7,8 +7,8 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-STEPS = ["./test --again", "scripts/check", "./test --asan --again", "./test --tsan --again", "scripts/fuzz",
-         "./test --kernel --again"]
+STEPS = ["./test --again", "scripts/try-package", "scripts/check", "./test --asan --again", "./test --tsan --again",
+         "scripts/fuzz", "./test --kernel --again"]
 
 
 class CiRunTest(unittest.TestCase):
@@ -16,7 +16,8 @@ class CiRunTest(unittest.TestCase):
         """The status and the table at the end, where scripts/check is this command."""
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder)
-            for name, command in ((".ci/run", None), ("test", "true"), ("scripts/check", check), ("scripts/fuzz", "true")):
+            for name, command in ((".ci/run", None), ("test", "true"), ("scripts/check", check), ("scripts/fuzz", "true"),
+                                  ("scripts/try-package", "true")):
                 path = root / name
                 path.parent.mkdir(exist_ok=True)
                 if command is None:
@@ -34,7 +35,7 @@ class CiRunTest(unittest.TestCase):
         self.assertEqual(self.run_with("true"), (0, STEPS + ["altogether"]))
 
     def test_a_failure_ends_it_and_is_named(self):
-        self.assertEqual(self.run_with("exit 3"), (3, [STEPS[0], STEPS[1] + ": FAILED", "altogether"]))
+        self.assertEqual(self.run_with("exit 3"), (3, [*STEPS[:2], STEPS[2] + ": FAILED", "altogether"]))
 
 
 if __name__ == "__main__":
