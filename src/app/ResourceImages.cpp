@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QImageReader>
+#include <QPixmapCache>
 
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -37,17 +38,24 @@ QIcon resourceIcon(std::string_view name) {
     return {};
 }
 
+// From Qt's own store while it has it. What a button draws of a picture stays in that store as well, so that
+// one made anew for each calibration would leave another copy behind each time.
 QPixmap resourceImage(std::string_view name) {
     const auto path = fileOf(name);
     if (!path)
         return {};
-    QImageReader reader(*path);
     const double ratio = qGuiApp->devicePixelRatio();
+    const QString key = *path + QLatin1Char('@') + QString::number(ratio);
+    if (QPixmap drawn; QPixmapCache::find(key, &drawn))
+        return drawn;
+    QImageReader reader(*path);
     reader.setScaledSize((QSizeF(reader.size()) * ratio).toSize());
     QPixmap pixmap = QPixmap::fromImageReader(&reader);
     if (pixmap.isNull())
         logUnreadable(*path);
     pixmap.setDevicePixelRatio(ratio);
+    if (!pixmap.isNull())
+        QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
 

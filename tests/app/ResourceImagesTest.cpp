@@ -45,6 +45,12 @@ TEST_F(ResourceImagesTest, AnImageHasItsOwnSize) {
     EXPECT_EQ(image.toImage().pixelColor(20, 12), QColor(Qt::blue));
 }
 
+TEST_F(ResourceImagesTest, AnImageIsDrawnOnce) {
+    put("calib", kBlue);
+    const QPixmap image = resourceImage("calib");
+    EXPECT_EQ(resourceImage("calib").cacheKey(), image.cacheKey());
+}
+
 TEST_F(ResourceImagesTest, AMissingOrDamagedOneIsNamedAndEmpty) {
     const auto isNull = [](bool icon) {
         return icon ? resourceIcon("auto").isNull() : resourceImage("auto").isNull();
