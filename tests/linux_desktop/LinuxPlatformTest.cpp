@@ -132,6 +132,24 @@ TEST_F(LinuxPlatformTest, AStrokeEndsWhereItWasWhenThePictureChanges) {
     platform.platform().notifications.removeObserver(this);
 }
 
+TEST_F(LinuxPlatformTest, AScreenThatIsChosenMeanwhileCountsAtOnce) {
+    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "left", "300/79x500/132+0+0", "screen"}), 0);
+    ASSERT_EQ(runProgram({"xrandr", "--setmonitor", "right", "500/132x400/106+300+100", "none"}), 0);
+    {
+        LinuxPlatform platform(settings());
+        ASSERT_TRUE(comesTrue([&] { return platform.platform().desktop.screens().size() == 2; }));
+        platform.platform().defaults.setObject(kMainScreenKey, std::string("right"));
+        platform.platform().notifications.post({std::string(kMainScreenWasChosen)});
+        EXPECT_EQ(platform.platform().desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {500, 400}}));
+        platform.platform().defaults.setObject(kMainScreenKey, std::string("left"));
+        platform.platform().notifications.post({std::string(kMainScreenWasChosen)});
+        EXPECT_EQ(platform.platform().desktop.mainScreenFrame(), (ScreenRect{{0, 0}, {300, 500}}));
+    }
+    for (const char* name : {"left", "right"})
+        runProgram({"xrandr", "--delmonitor", name});
+    EXPECT_TRUE(comesTrue([] { return QGuiApplication::screens().size() == 1; }));
+}
+
 TEST_F(LinuxPlatformTest, TheUserChoosesThePointerUnlessTheProgramDoes) {
     auto chosen = settings();
     writeFile(chosen.settingsFile, "[General]\nPointer=xtest\n");
@@ -155,6 +173,7 @@ TEST_F(LinuxPlatformTest, TheUserChoosesWhereTheLogGoesUnlessTheProgramDoes) {
     auto chosen = settings();
     chosen.log.diagnostics = log.writeEnd();
     chosen.log.folder = directory.file("log");
+    std::string file; // where the platform says that it is
     const auto logged = [&](LogChoice asked, const char* setting) {
         chosen.log.choice = asked;
         // Qt does not see that a file has changed within a tick of the clock.
@@ -164,13 +183,16 @@ TEST_F(LinuxPlatformTest, TheUserChoosesWhereTheLogGoesUnlessTheProgramDoes) {
         {
             LinuxPlatform platform(chosen);
             logLine("Event n:1 number");
+            file = platform.log().file();
         }
         return std::pair(log.readAvailable(), readFile(directory.file("log/log")));
     };
     const std::string own = "Pointer: events go through XTest\n";
     const std::string all = own + "Event n:1 number\n";
     EXPECT_EQ(logged(LogChoice::automatic, "stderr"), std::pair(all, std::string()));
+    EXPECT_EQ(file, "");
     EXPECT_EQ(logged(LogChoice::automatic, "file"), std::pair(own, all));
+    EXPECT_EQ(file, directory.file("log/log"));
     EXPECT_EQ(logged(LogChoice::automatic, "none"), std::pair(std::string(), std::string()));
     for (const char* unknown : {"", "true", "3", "journal"})
         EXPECT_EQ(logged(LogChoice::automatic, unknown), std::pair(own, all)) << unknown;

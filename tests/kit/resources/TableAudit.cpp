@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
@@ -167,6 +168,45 @@ Problems doubleProblems(const StringTable& table) {
     return problems;
 }
 
+// Those of the application's window and of what a calibration says above its targets.
+std::vector<std::string> windowKeys() {
+    return {"Calibrate by touching",
+            "Touch the four targets with the pen, one after the other.",
+            "Calibrate automatically",
+            "The camera finds four targets by itself. Keep pen and hands out of the picture.",
+            "Not possible here: this desktop lets no program look at the screen, and the camera in software "
+            "needs to.",
+            "Undo the last calibration",
+            "The calibration before it counts again.",
+            "Settings",
+            "Screen with the picture",
+            "The desktop's primary screen",
+            "%1 (not connected)",
+            "Identify",
+            "The system's language",
+            "Start at login",
+            "The menu calibrates automatically",
+            "Show the projection distance in the menu",
+            "Show the languages in the menu",
+            "Show the help in the menu",
+            "Show the debug window",
+            "These count from the next start on:",
+            "Way of the pointer",
+            "Automatic",
+            "Log",
+            "To the terminal",
+            "To a file",
+            "No log",
+            "Open the help",
+            "Version %1",
+            "The log is in %1",
+            "Copy a report for help",
+            "It holds versions, screens, what the unit says of itself and the last lines of the log, but not "
+            "where the pen has touched.",
+            "Copy",
+            "Touch each target with the pen. Escape ends the calibration."};
+}
+
 } // namespace
 
 std::string nameOfLanguage(const testing::TestParamInfo<Language>& language) {
@@ -230,41 +270,6 @@ const std::vector<std::string>& tableKeys() {
             "The camera unit holds no calibration.",
             "Send to the unit",
             "Camera picture",
-            "Calibrate by touching",
-            "Touch the four targets with the pen, one after the other.",
-            "Calibrate automatically",
-            "The camera finds four targets by itself. Keep pen and hands out of the picture.",
-            "Not possible here: this desktop lets no program look at the screen, and the camera in software "
-            "needs to.",
-            "Undo the last calibration",
-            "The calibration before it counts again.",
-            "Settings",
-            "Screen with the picture",
-            "The desktop's primary screen",
-            "%1 (not connected)",
-            "Identify",
-            "The system's language",
-            "Start at login",
-            "The menu calibrates automatically",
-            "Show the projection distance in the menu",
-            "Show the languages in the menu",
-            "Show the help in the menu",
-            "Show the debug window",
-            "These count from the next start on:",
-            "Way of the pointer",
-            "Automatic",
-            "Log",
-            "To the terminal",
-            "To a file",
-            "No log",
-            "Open the help",
-            "Version %1",
-            "The log is in %1",
-            "Copy a report for help",
-            "It holds versions, screens, what the unit says of itself and the last lines of the log, but not "
-            "where the pen has touched.",
-            "Copy",
-            "Touch each target with the pen. Escape ends the calibration.",
             "Debug",
             "No camera unit",
             "The pen is ready",
@@ -292,6 +297,7 @@ const std::vector<std::string>& tableKeys() {
             "The calibration was not stored",
             "The camera unit did not take it. The pen works with it until the unit is unplugged.",
             "OK"};
+        std::ranges::copy(windowKeys(), std::back_inserter(all));
         for (const Language& language : applicationLanguages())
             all.push_back(language.key);
         return all;
