@@ -20,7 +20,8 @@ constexpr double kTextEnlarged = 1.2;
 } // namespace
 
 StateLine::StateLine(QWidget* parent)
-    : QWidget(parent), picture_(new QLabel), text_(new QLabel), command_(new QLabel), copy_(new QPushButton) {
+    : QWidget(parent), picture_(new QLabel), text_(new QLabel), commandRow_(new QWidget),
+      command_(new QLabel), copy_(new QPushButton) {
     text_->setObjectName("stateText");
     command_->setObjectName("stateCommand");
     copy_->setObjectName("stateCopy");
@@ -39,10 +40,12 @@ StateLine::StateLine(QWidget* parent)
     columns->addWidget(picture_, 0, Qt::AlignTop);
     auto* const words = new QVBoxLayout;
     words->addWidget(text_);
-    auto* const commandRow = new QHBoxLayout;
+    // A widget: an empty layout would leave the words no more than their least width.
+    auto* const commandRow = new QHBoxLayout(commandRow_);
+    commandRow->setContentsMargins(0, 0, 0, 0);
     commandRow->addWidget(command_, 1);
     commandRow->addWidget(copy_, 0, Qt::AlignTop);
-    words->addLayout(commandRow);
+    words->addWidget(commandRow_);
     columns->addLayout(words, 1);
 
     connect(copy_, &QPushButton::clicked, this,
@@ -54,8 +57,7 @@ void StateLine::setState(const QIcon& picture, const QString& text, const QStrin
     picture_->setPixmap(picture.pixmap(kPictureSize, devicePixelRatioF()));
     text_->setText(text);
     command_->setText(command);
-    command_->setVisible(!command.isEmpty());
-    copy_->setVisible(!command.isEmpty());
+    commandRow_->setVisible(!command.isEmpty());
 }
 
 void StateLine::setTexts(const HomeTexts& texts) {

@@ -24,6 +24,7 @@ public:
 private:
     QLabel* const picture_;
     QLabel* const text_;
+    QWidget* const commandRow_;
     QLabel* const command_;
     QPushButton* const copy_;
 };

@@ -198,6 +198,14 @@ TEST_F(HomeOnScreenTest, ACutTextIsSeen) {
     EXPECT_EQ(cutTexts().size(), 1U);
 }
 
+TEST_F(HomeOnScreenTest, TheStateHasTheWholeLine) {
+    show("German");
+    window().setState({}, "Der Stift ist bereit und wartet", "");
+    settle();
+    const auto& text = *window().findChild<QLabel*>("stateText");
+    EXPECT_LT(text.heightForWidth(text.width()), 2 * text.fontMetrics().height());
+}
+
 // The keyboard
 
 TEST_F(HomeOnScreenTest, TheTabulatorReachesWhateverCanBeDone) {
