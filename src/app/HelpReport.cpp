@@ -13,6 +13,7 @@
 #include <QSysInfo>
 
 #include "app/DefaultsReading.h"
+#include "app/ProgramVersion.h"
 #include "app/ReportedLog.h"
 #include "device/EventGeneratorNX7.h"
 #include "device/FloatPanel.h"
@@ -61,16 +62,9 @@ std::string textOf(const DefaultsValue& value) {
     return "\"" + std::get<std::string>(value) + "\"";
 }
 
-std::string programVersion() {
-    const auto value =
-        Platform::current().shell.bundle.objectForInfoDictionaryKey("CFBundleShortVersionString");
-    const auto* text = value ? value->as<std::string>() : nullptr;
-    return text ? *text : "unknown";
-}
-
 void addVersions(Report& report) {
     report.section("Versions");
-    report.line("LightPenNX7", programVersion());
+    report.line("LightPenNX7", std::string(kProgramVersion));
     report.line("Qt", QString::fromLatin1(qVersion()));
     report.line("Kernel", QSysInfo::kernelType() + ' ' + QSysInfo::kernelVersion() + ", " +
                               QSysInfo::currentCpuArchitecture());
