@@ -71,7 +71,7 @@ QVariantMap platformDataOfThisProcess() {
 
 } // namespace
 
-ApplicationBus::ApplicationBus(const std::string& program) : program_(program) {
+ApplicationBus::ApplicationBus(std::string program) : program_(std::move(program)) {
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         logLine("Application: no session bus: %s; another start cannot show the window",

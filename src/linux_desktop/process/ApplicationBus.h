@@ -24,7 +24,7 @@ class ApplicationBus final : public QObject, public ApplicationRequests {
 
 public:
     // Takes the name, and does not wait for it; gives it back at its end.
-    explicit ApplicationBus(const std::string& program);
+    explicit ApplicationBus(std::string program);
     ~ApplicationBus() override;
     ApplicationBus(const ApplicationBus&) = delete;
     ApplicationBus& operator=(const ApplicationBus&) = delete;
