@@ -45,7 +45,7 @@ bool isDigit(char character) {
 // "Event n:647" of "Event n:647 device did add"; empty for other lines.
 std::string_view numberOf(std::string_view line) {
     const auto mark = line.find(kNumberMark);
-    if (mark == std::string_view::npos || mark > kLongestPart)
+    if (mark > kLongestPart) // or nowhere
         return {};
     auto end = mark + kNumberMark.size();
     while (end < line.size() && isDigit(line[end]))

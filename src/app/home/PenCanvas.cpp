@@ -2,7 +2,6 @@
 #include "app/home/PenCanvas.h"
 
 #include <algorithm>
-#include <utility>
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -31,8 +30,8 @@ void PenCanvas::setHint(const QString& hint) {
     update();
 }
 
-void PenCanvas::showTrial(std::optional<PenTrial> trial) {
-    trial_ = std::move(trial);
+void PenCanvas::showTrial(const std::optional<PenTrial>& trial) {
+    trial_ = trial;
     update();
 }
 

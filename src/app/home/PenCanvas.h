@@ -24,7 +24,7 @@ public:
     // What stands on an empty canvas.
     void setHint(const QString& hint);
     // From now on it shows this one; none takes it away.
-    void showTrial(std::optional<PenTrial> trial);
+    void showTrial(const std::optional<PenTrial>& trial);
     const std::optional<PenTrial>& trial() const { return trial_; }
     // Takes lines and trial away.
     void clear();
