@@ -11,8 +11,8 @@
 namespace lightpen {
 
 // How an X server has turned what its monitors show. Qt follows the rotation of the server's first output
-// alone, and tells nothing of a half turn, which changes no size. Elsewhere than under X11 nothing is turned.
-// Main thread.
+// alone; of a half turn of another one, which changes no size, it tells nothing. Elsewhere than under X11
+// nothing is turned. Main thread.
 class MonitorRotations final : public QAbstractNativeEventFilter {
 public:
     // Made after the application object, and knows nothing before the first look. The function is called from

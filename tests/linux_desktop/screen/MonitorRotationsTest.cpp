@@ -45,7 +45,7 @@ TEST_F(MonitorRotationsTest, FollowsEachTurnCounterClockwise) {
     EXPECT_TRUE(becomes(screen(1000, 600, 0)));
 }
 
-// Nothing but the rotation changes then, of which Qt tells nothing.
+// Nothing but the rotation changes then.
 TEST_F(MonitorRotationsTest, TellsOfAHalfTurnBeforeAndAfterwards) {
     std::vector<std::string> told;
     desktop.beforeMainScreenChanges = [&] { told.emplace_back("before"); };
@@ -56,6 +56,16 @@ TEST_F(MonitorRotationsTest, TellsOfAHalfTurnBeforeAndAfterwards) {
     EXPECT_THAT(told, ElementsAre("before", "after"));
     desktop.beforeMainScreenChanges = nullptr;
     desktop.afterChange = nullptr;
+}
+
+// Qt itself tells of this server's only output, and would not of a second one.
+TEST_F(MonitorRotationsTest, TellsOfATurnByItself) {
+    int told = 0;
+    MonitorRotations rotations([&] { ++told; });
+    turn("inverted");
+    EXPECT_TRUE(comesTrue([&] { return told > 0; }));
+    rotations.look();
+    EXPECT_EQ(rotations.quarterTurnsOf("default"), 2);
 }
 
 TEST_F(MonitorRotationsTest, KnowsHowTheScreenIsTurnedThatItFindsAndNoOthers) {
