@@ -7,6 +7,7 @@
 #include <linux/input-event-codes.h>
 
 #include <cctype>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -47,7 +48,7 @@ private:
         ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), Optics::straight(picture())));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
         ASSERT_NO_FATAL_FAILURE(touchTargets());
-        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        ASSERT_TRUE(sessionEnds());
         ASSERT_NO_FATAL_FAILURE(cover());
         expectTapsToArrive(", calibrated by hand");
         EXPECT_EQ(driver().end(), 0);
@@ -65,7 +66,7 @@ private:
         ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), Optics::straight(picture())));
         ASSERT_NO_FATAL_FAILURE(openCamera());
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
-        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        ASSERT_TRUE(sessionEnds());
         ASSERT_TRUE(driver().waitFor(kCompleted));
         ASSERT_NO_FATAL_FAILURE(cover());
         expectTapsToArrive(", calibrated by itself");
@@ -91,7 +92,7 @@ private:
         ASSERT_NO_FATAL_FAILURE(sitDown(Optics::strongKeystone(picture()), camera));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
         ASSERT_NO_FATAL_FAILURE(touchTargets());
-        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        ASSERT_TRUE(sessionEnds());
         const Size now{picture().height, picture().width};
         ASSERT_NO_FATAL_FAILURE(change(layoutNamed("the second turned"), turned(camera, now)));
         expectTapsToArrive(" since it was calibrated");
@@ -114,8 +115,13 @@ private:
             set("Auto%20Calibration", "true");
         ASSERT_NO_FATAL_FAILURE(sitDown(camera, camera));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
-        ASSERT_NO_FATAL_FAILURE(leave());
-        ASSERT_NO_FATAL_FAILURE(awaitEndOfSession());
+        // A busy desktop can be so slow to show the session that a click goes past it.
+        bool left = false;
+        for (int attempt = 0; attempt < 3 && !left; ++attempt) {
+            ASSERT_NO_FATAL_FAILURE(leave());
+            left = sessionEnds(std::chrono::seconds(30));
+        }
+        ASSERT_TRUE(left);
         EXPECT_EQ(driver().count(kCompleted), 0U);
         ASSERT_NO_FATAL_FAILURE(cover());
         expectTapsToArrive(words());

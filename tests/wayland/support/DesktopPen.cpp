@@ -221,8 +221,8 @@ void DesktopPen::touchTargets() {
         ASSERT_NO_FATAL_FAILURE(touchTarget(target));
 }
 
-void DesktopPen::awaitEndOfSession() {
-    ASSERT_TRUE(driver_->waitFor(kSessionEnds, kDriverPatience));
+bool DesktopPen::sessionEnds(seconds patience) {
+    return driver_->waitFor(kSessionEnds, patience);
 }
 
 void DesktopPen::touchTarget(ScreenPoint place) {

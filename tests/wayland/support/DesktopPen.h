@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -57,8 +58,8 @@ protected:
     void chooseCalibration();
     // Touches the targets where a calibration's window has them.
     void touchTargets();
-    // Waits for the end of a calibration.
-    void awaitEndOfSession();
+    // Waits for the end of a calibration; whether it came.
+    bool sessionEnds(std::chrono::seconds patience = std::chrono::seconds(90));
     // Clicks the item of the status item's menu.
     void clickMenu(const std::string& item);
     // Clicks the mouse at this point of the picture's output. For a layout without scales.
