@@ -6,6 +6,7 @@ import re
 import subprocess
 import tempfile
 import unittest
+from xml.etree import ElementTree
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 # The C libraries that the driver links, as pkg-config names them; Qt is found in another way.
@@ -86,6 +87,17 @@ class DriverAloneTest(unittest.TestCase):
             self.assertIn("-D_FORTIFY_SOURCE=2", block)
         program = re.search(r"^build src/app/LightPenNX7/LightPenNX7:.*?\n\n", rules, re.MULTILINE | re.DOTALL)[0]
         self.assertIn("-Wl,-z,relro,-z,now", program)
+
+    def test_the_metainfo_names_pictures_where_the_pages_are_published(self):
+        metainfo = self.build / "packaging" / "org.lightpen.LightPenNX7.metainfo.xml"
+        self.assertNotIn("<screenshot", metainfo.read_text(encoding="utf-8"))
+        self.configure("-DLIGHTPEN_HOMEPAGE=https://example.org/pen")
+        component = ElementTree.parse(metainfo).getroot()
+        self.configure("-DLIGHTPEN_HOMEPAGE=")
+        pictures = [image.text.removeprefix("https://example.org/pen/") for image in component.iter("image")]
+        self.assertGreater(len(pictures), 1)
+        for picture in pictures:
+            self.assertTrue((ROOT / picture).is_file(), picture)
 
     def test_tools_and_tests_would_ask_for_more(self):
         for option in ("LIGHTPEN_TOOLS", "LIGHTPEN_TESTS", "LIGHTPEN_BENCH"):
