@@ -6,6 +6,7 @@ _lightpen_nx7() {
     local word=${COMP_WORDS[COMP_CWORD]} words
     case ${COMP_WORDS[COMP_CWORD - 1]} in
         --log) words='stderr file none' ;;
+        --action) words='show calibrate settings help' ;;
         --pose) words='keystone straight rotated' ;;
         --screen | --wireless | --device) words= ;;
         *) words=$("$1" --help 2>/dev/null | sed -n 's/^ *\(--[a-z-]*\).*/\1/p') ;;

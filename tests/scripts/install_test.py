@@ -29,8 +29,9 @@ def check(*command):
     return run.returncode, run.stdout
 
 
-def keys_of(entry):
-    return dict(line.split("=", 1) for line in entry.read_text(encoding="utf-8").splitlines() if "=" in line)
+def keys_of(entry, group="Desktop Entry"):
+    lines = entry.read_text(encoding="utf-8").split(f"[{group}]\n")[1].split("\n[")[0].splitlines()
+    return dict(line.split("=", 1) for line in lines if "=" in line)
 
 
 class InstallTest(unittest.TestCase):
@@ -75,6 +76,12 @@ class InstallTest(unittest.TestCase):
         keys = keys_of(entry)
         self.assertTrue((self.prefix / "bin" / keys["Exec"]).exists())
         self.assertEqual(keys["TryExec"], keys["Exec"])
+        self.assertEqual(keys["Actions"], "calibrate;help;")
+        for action in ("calibrate", "help"):
+            keys = keys_of(entry, f"Desktop Action {action}")
+            self.assertEqual(keys["Exec"], f"LightPenNX7 --action {action}")
+            self.assertEqual(set(keys) - {"Exec", "Name"}, {f"Name[{language}]" for language in LANGUAGES})
+        keys = keys_of(entry)
         icons = self.share / "icons" / "hicolor" / "scalable" / "apps"
         self.assertTrue((icons / (keys["Icon"] + ".svg")).is_file())
 
@@ -170,6 +177,7 @@ class OptionsTest(unittest.TestCase):
         self.assertEqual(self.complete(program, "--log", ""), {"stderr", "file", "none"})
         self.assertEqual(self.complete(program, "--pose", "r"), {"rotated"})
         self.assertEqual(self.complete(program, "--screen", ""), set())
+        self.assertEqual(self.complete(self.PROGRAMS["LightPenNX7"], "--action", "s"), {"show", "settings"})
 
 
 if __name__ == "__main__":
