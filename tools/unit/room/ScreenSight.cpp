@@ -229,7 +229,7 @@ bool compact(const Cells<Eye>& cells, const Thing& thing, const Pixels& pixels) 
 template <class Eye>
 bool isLabel(const Cells<Eye>& cells, const Thing& thing, const Pixels& pixels) {
     const auto [width, height] = cells.extent(thing);
-    return width >= kLabelFlatness * height && 2 * width <= pixels.width();
+    return width >= kLabelFlatness * height && 10 * width <= 9 * pixels.width();
 }
 
 ScreenPoint inPoints(ScreenPoint pixel, const ScreenPicture& picture) {
