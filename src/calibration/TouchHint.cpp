@@ -12,7 +12,10 @@ namespace {
 // for one thing, on a narrow screen too.
 constexpr int kTopMargin = 2;
 constexpr int kHeight = 22;
+constexpr int kSidePadding = 14;
 constexpr int kTextPixels = 14;
+// The ground makes one thing of the words, as it does of the way out below.
+const QColor kGround(0xD6, 0xD6, 0xD6);
 const QColor kText(0x40, 0x40, 0x40);
 
 } // namespace
@@ -22,8 +25,11 @@ TouchHint::TouchHint(QWidget& window) : QLabel(&window) {
     smaller.setPixelSize(kTextPixels);
     setFont(smaller);
     QPalette colours = palette();
+    colours.setColor(QPalette::Window, kGround);
     colours.setColor(QPalette::WindowText, kText);
     setPalette(colours);
+    setAutoFillBackground(true);
+    setContentsMargins(kSidePadding, 0, kSidePadding, 0);
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignCenter);
     setAttribute(Qt::WA_TransparentForMouseEvents);
