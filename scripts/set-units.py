@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Puts the camera unit's identifiers of packaging/units.conf into the sources, the udev rule and the metainfo.
+"""Puts the camera unit's identifiers of packaging/units.conf into the sources, the udev rule, the metainfo
+and the protocol's document.
 
 usage: scripts/set-units.py [--check] [ROOT]
 
@@ -43,12 +44,19 @@ def places(unit):
         "packaging/org.lightpen.LightPenNX7.metainfo.xml.in": [
             (modalias + r"(?=\s*<modalias>)", f"{vendor.upper()}p{first.upper()}"),
             (modalias + r"(?!\s*<modalias>)", f"{vendor.upper()}p{second.upper()}")],
+        "docs/unit-protocol.md": [
+            (r"(\| vendor \| )\w+( \|)", "0x" + vendor),
+            (r"(\| first product \| )\w+( \|)", "0x" + first),
+            (r"(\| second product \| )\w+( \|)", "0x" + second),
+            (r"(\| interface of the pen \| )\w+( \|)", str(int(unit["pen-interface"], 16)))],
     }
 
 
 def main(arguments):
     check = arguments[:1] == ["--check"]
     arguments = arguments[1:] if check else arguments
+    if len(arguments) > 1 or any(str(argument).startswith("-") for argument in arguments):
+        sys.exit(__doc__)
     root = pathlib.Path(arguments[0]) if arguments else pathlib.Path(__file__).resolve().parents[1]
     different = []
     for name, patterns in places(identifiers(root)).items():

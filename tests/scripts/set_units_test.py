@@ -12,6 +12,7 @@ DATA = "packaging/units.conf"
 HEADER = "src/platform/UnitIdentifiers.h"
 RULE = "packaging/70-lightpen-nx7.rules"
 METAINFO = "packaging/org.lightpen.LightPenNX7.metainfo.xml.in"
+DOCUMENT = "docs/unit-protocol.md"
 
 
 class SetUnitsTest(unittest.TestCase):
@@ -19,7 +20,7 @@ class SetUnitsTest(unittest.TestCase):
         directory = tempfile.TemporaryDirectory()
         self.addCleanup(directory.cleanup)
         self.root = pathlib.Path(directory.name)
-        for name in (DATA, HEADER, RULE, METAINFO):
+        for name in (DATA, HEADER, RULE, METAINFO, DOCUMENT):
             (self.root / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / name, self.root / name)
 
@@ -42,7 +43,7 @@ class SetUnitsTest(unittest.TestCase):
         for old, new in (("vendor 1209", "vendor 0A5f"), ("0001", "beef"), ("0002", "12C4"), ("interface 03", "interface 0a")):
             self.replace(DATA, old, new)
         status, said = self.run_script("--check", self.root)
-        self.assertEqual((status, said.count("not as in")), (1, 3))
+        self.assertEqual((status, said.count("not as in")), (1, 4))
         self.assertIn("0x1209", self.text(HEADER))
         self.assertEqual(self.run_script(self.root)[0], 0)
         for line in ("kUnitVendorID = 0x0a5f;", "kUnitFirstProductID = 0xbeef;", "kUnitSecondProductID = 0x12c4;",
@@ -52,7 +53,15 @@ class SetUnitsTest(unittest.TestCase):
         self.assertEqual(self.text(RULE).count('ATTRS{bInterfaceNumber}=="0a"'), 2)
         self.assertIn("<modalias>usb:v0A5FpBEEFd*</modalias>", self.text(METAINFO))
         self.assertIn("<modalias>usb:v0A5Fp12C4d*</modalias>", self.text(METAINFO))
+        self.assertIn("| vendor | 0x0a5f |", self.text(DOCUMENT))
+        self.assertIn("| second product | 0x12c4 |", self.text(DOCUMENT))
         self.assertEqual(self.run_script("--check", self.root), (0, ""))
+
+    def test_another_option_is_refused(self):
+        for arguments in (["--help"], [self.root, self.root]):
+            status, said = self.run_script(*arguments)
+            self.assertEqual(status, 1)
+            self.assertIn("usage:", said)
 
     def test_data_that_is_none_is_refused(self):
         for new in ("vendor 12", "vendor 0x1209", "vendor 1209g"):

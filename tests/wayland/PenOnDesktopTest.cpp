@@ -115,6 +115,7 @@ private:
             set("Auto%20Calibration", "true");
         ASSERT_NO_FATAL_FAILURE(sitDown(camera, camera));
         ASSERT_NO_FATAL_FAILURE(chooseCalibration());
+        ASSERT_EQ(driver().count("KVR n:737 close window"), 0U) << "the session has ended by itself";
         // A busy desktop can be so slow to show the session that a click goes past it.
         bool left = false;
         for (int attempt = 0; attempt < 3 && !left; ++attempt) {
