@@ -14,6 +14,7 @@
 #include "app/MenuItems.h"
 #include "app/PreviewWindow.h"
 #include "app/ResourceImages.h"
+#include "app/home/CalibrationWillBegin.h"
 #include "calibration/KVRCalibrationTarget.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -50,6 +51,7 @@ void LightPenNX7Controller::calibration(const std::string& sender) {
 }
 
 void LightPenNX7Controller::calibrate(bool automatic, const std::string& sender) {
+    Platform::current().notifications.post({std::string(kCalibrationWillBegin)});
     const QPixmap image = resourceImage(automatic ? "auto" : "calib");
     // A target without its picture stays the plain button that it was made as.
     if (const auto target = calibrationCenter_->calibrationTarget(); target && !image.isNull()) {

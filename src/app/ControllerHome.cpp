@@ -24,10 +24,9 @@ constexpr const char* kFromTheWindow = "window";
 
 // Those that the open unit's flash holds; null without one.
 PointListRef storedPoints() {
-    if (!EventGeneratorNX7::isUnitOpen())
-        return nullptr;
-    const PointListRef points = EventGeneratorNX7::sharedEventGeneratorNX7()->calibrationPointsFromFlash();
-    return points ? points : std::make_shared<const PointList>();
+    return EventGeneratorNX7::isUnitOpen()
+               ? EventGeneratorNX7::sharedEventGeneratorNX7()->calibrationPointsFromFlash()
+               : nullptr;
 }
 
 } // namespace
@@ -54,6 +53,8 @@ void LightPenNX7Controller::makeHome() {
                          [this] { calibrate(true, kFromTheWindow); }, [this] { undoCalibration(); }};
     deeds.settings = {[this](std::string_view key) { settingDidChange(key); },
                       [this](int tag) {
+                          if (!deviceConnected_)
+                              return updateHome();
                           QAction chosen;
                           chosen.setData(tag);
                           distance(chosen);
@@ -140,7 +141,7 @@ void LightPenNX7Controller::keepCalibrationBefore(const PointListRef& points) {
 }
 
 void LightPenNX7Controller::undoCalibration() {
-    if (const PointListRef before = std::exchange(homeParts().before, nullptr))
+    if (const PointListRef before = homeParts().before)
         restoreCalibration(before);
     updateHome();
 }

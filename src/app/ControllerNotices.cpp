@@ -203,6 +203,8 @@ void LightPenNX7Controller::watchForPanel() {
 void LightPenNX7Controller::tellOfNoPanel() {
     if (statusItem_->isInPanel())
         return;
+    if (Platform::current().systemUI.isScreenCovered() || calibrationCenter_->inSession())
+        return watchForPanel();
     if (!isSet(kWindowShownKey))
         return showHome();
     UserNotice notice{.text =
@@ -219,7 +221,7 @@ void LightPenNX7Controller::tellOfCalibration(const PointListRef& points, const 
     // Another unit, or another calibration, is none of this notice's business.
     const auto action = [&](std::string_view label, const NoticeOperation& perform) {
         return noticeAction(label, [points, perform](auto& self) {
-            if (self.calibrationCenter_->calibrationPoints() == points)
+            if (self.deviceConnected_ && self.calibrationCenter_->calibrationPoints() == points)
                 perform(self);
         });
     };
@@ -247,7 +249,9 @@ void LightPenNX7Controller::restoreCalibration(const PointListRef& points) {
     const bool stored = EventGeneratorNX7::sharedEventGeneratorNX7()->writeCalibrationToFlash(points);
     calibrationCenter_->setCalibrationPoints(points);
     updateCondition();
-    if (!stored)
+    if (stored)
+        keepCalibrationBefore(nullptr);
+    else
         tellOfCalibration(points, points, stored);
 }
 

@@ -102,16 +102,17 @@ QString versionOf(int byte) {
 
 void addUnit(Report& report) {
     report.section("Camera unit");
-    if (!EventGeneratorNX7::isUnitOpen())
-        return report.line("Unit", std::string());
     const EventGeneratorNX7& driver = *EventGeneratorNX7::sharedEventGeneratorNX7();
     const auto points = driver.calibrationPointsFromFlash();
+    // Null: nothing was read from a unit yet.
+    if (!EventGeneratorNX7::isUnitOpen() || !points)
+        return report.line("Unit", std::string());
     report.line("Board version", versionOf(driver.venerPointsFromFlash()));
     report.line("Sensor version", versionOf(driver.cmosVerFromFlash()));
     report.line("Wireless", QString::number(EventGeneratorNX7::wirelessPointsFromFlash()));
     report.line("Threshold", QString::number(driver.threshold()));
     report.line("Exposure", QString::number(driver.forcedExposure()));
-    report.line("Calibration points", QString::number(points ? points->size() : 0));
+    report.line("Calibration points", QString::number(points->size()));
 }
 
 void addSettings(Report& report) {

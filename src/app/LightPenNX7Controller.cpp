@@ -201,7 +201,6 @@ void LightPenNX7Controller::statMenu(EventGeneratorNX7& driver) {
 void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     logLine("Light n:794 ");
     deviceConnected_ = true;
-    keepCalibrationBefore(nullptr);
     statusItem_->setImage(statusImage("connect"));
     calibrationCenter_->cancelSession();
     calibrationCenter_->setCalibrationPoints(driver.calibrationPointsFromFlash());
@@ -212,6 +211,7 @@ void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     faeTextField->setText(QString::number(exposure));
     markDistances(exposure);
     updateCondition();
+    keepCalibrationBefore(nullptr);
 }
 
 void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {

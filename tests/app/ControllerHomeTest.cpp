@@ -11,6 +11,7 @@
 
 #include "app/ControllerFixture.h"
 #include "app/ProgramVersion.h"
+#include "app/home/CalibrationWillBegin.h"
 #include "app/home/HomeWindow.h"
 #include "platform/MainScreenChoice.h"
 
@@ -208,7 +209,12 @@ TEST_F(ControllerHomeTest, EachButtonBeginsItsCalibrationWhateverTheMenuDoes) {
     startWithUnit();
     controller->showHome();
     happened.clear();
+    bool shown = true;
+    desk.notifications.addObserver(this, kCalibrationWillBegin, nullptr,
+                                   [&](const Notification&) { shown = windowIsVisible(); });
     button("calibrateByTouching").click();
+    desk.notifications.removeObserver(this);
+    EXPECT_FALSE(shown) << "what covers a screen gives way before";
     EXPECT_TRUE(windowIsVisible());
     EXPECT_THAT(happened.takeDeeds(), Not(Contains("filter out")));
     pressEscape();
@@ -238,6 +244,17 @@ TEST_F(ControllerHomeTest, TheLastCalibrationIsUndoneOnce) {
     EXPECT_EQ(held(), kLater);
     ASSERT_TRUE(button("undoCalibration").isEnabled());
     button("undoCalibration").click();
+    EXPECT_EQ(held(), kBefore);
+    EXPECT_FALSE(button("undoCalibration").isEnabled());
+}
+
+TEST_F(ControllerHomeTest, WhatTheNoticeHasTakenBackIsNotUndoneOnceMore) {
+    openUnit({.points = kBefore});
+    start();
+    controller->showHome();
+    complete(kLater);
+    ASSERT_EQ(desk.notices.labels().back(), "Keep the one before");
+    desk.notices.shown.back().actions.back().chosen();
     EXPECT_EQ(held(), kBefore);
     EXPECT_FALSE(button("undoCalibration").isEnabled());
 }
@@ -378,9 +395,11 @@ TEST_F(ControllerHomeTest, EachScreenSaysItsNameForAWhile) {
     EXPECT_EQ(names().size(), 1U) << "the time begins anew";
     desk.runLoop.runFor(200ms);
     EXPECT_THAT(names(), IsEmpty());
-    button("identify").click();
-    desk.notifications.post({std::string(kScreenWasCovered)});
-    EXPECT_THAT(names(), IsEmpty());
+    for (const std::string_view event : {kScreenWasCovered, kCalibrationWillBegin}) {
+        button("identify").click();
+        desk.notifications.post({std::string(event)});
+        EXPECT_THAT(names(), IsEmpty()) << event;
+    }
 }
 
 // Help

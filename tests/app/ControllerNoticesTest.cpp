@@ -257,6 +257,17 @@ TEST_F(ControllerNoticesTest, AtTheFirstStartTheWindowComesInPlaceOfANotice) {
     EXPECT_THAT(titles(), IsEmpty());
 }
 
+TEST_F(ControllerNoticesTest, TheFirstWindowWaitsUntilTheScreenIsTheUsers) {
+    desk.defaults.set.erase("Window Shown");
+    desk.systemUI.covered = true;
+    start();
+    desk.runLoop.runFor(seconds(11));
+    desk.systemUI.covered = false;
+    EXPECT_FALSE(desk.defaults.set.contains("Window Shown"));
+    desk.runLoop.runFor(seconds(10));
+    EXPECT_TRUE(widget("HomeWindow").isVisible());
+}
+
 TEST_F(ControllerNoticesTest, APanelThatComesInTimeIsNotMissed) {
     start();
     desk.runLoop.runFor(seconds(9));

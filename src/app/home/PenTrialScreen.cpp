@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QScreen>
 
+#include "app/home/CalibrationWillBegin.h"
 #include "app/home/PenTrialPicture.h"
 #include "app/home/PenTrialWords.h"
 #include "device/FloatPanel.h"
@@ -43,8 +44,14 @@ PenTrialScreen::PenTrialScreen() : QWidget(nullptr, Qt::Window | Qt::FramelessWi
     back_.setFont(font);
     back_.setObjectName(QStringLiteral("penTrialBack"));
     connect(&back_, &QPushButton::clicked, this, &QWidget::close);
-    Platform::current().notifications.addObserver(this, kScreensDidChange, nullptr,
-                                                  [this](const Notification&) { screensDidChange(); });
+    NotificationCenter& notifications = Platform::current().notifications;
+    notifications.addObserver(this, kScreensDidChange, nullptr,
+                              [this](const Notification&) { screensDidChange(); });
+    for (const std::string_view end : {kScreenWasCovered, kCalibrationWillBegin})
+        notifications.addObserver(this, end, nullptr, [this](const Notification&) {
+            if (isVisible())
+                close();
+        });
 }
 
 PenTrialScreen::~PenTrialScreen() {
@@ -99,7 +106,8 @@ void PenTrialScreen::placeWordsAndButton() {
 
 void PenTrialScreen::screensDidChange() {
     const QScreen* screen = mainScreen();
-    if (isVisible() && screen && screen->geometry() != geometry())
+    if (isVisible() && screen && screen->geometry() != geometry() &&
+        !Platform::current().systemUI.isScreenCovered())
         begin();
 }
 

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QScreen>
 
+#include "app/home/CalibrationWillBegin.h"
 #include "platform/Platform.h"
 
 namespace lightpen {
@@ -39,7 +40,7 @@ std::unique_ptr<QWidget> nameOn(QScreen& screen) {
 
 ScreenNames::ScreenNames() {
     NotificationCenter& notifications = Platform::current().notifications;
-    for (const std::string_view end : {kScreenWasCovered, kScreensDidChange})
+    for (const std::string_view end : {kScreenWasCovered, kScreensDidChange, kCalibrationWillBegin})
         notifications.addObserver(this, end, nullptr, [this](const Notification&) { hide(); });
 }
 

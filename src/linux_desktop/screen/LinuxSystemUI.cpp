@@ -13,6 +13,17 @@
 
 namespace lightpen {
 
+namespace {
+
+// Not one beside the program's windows, as the one that catches the pairing keys, or that is no window
+// manager's.
+bool isForTheUser(const QWindow& window) {
+    return window.type() != Qt::Tool &&
+           !(window.flags() & (Qt::BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus));
+}
+
+} // namespace
+
 LinuxSystemUI::LinuxSystemUI(ScreenCover* cover) : cover_(cover) {}
 
 LinuxSystemUI::~LinuxSystemUI() {
@@ -80,7 +91,7 @@ void LinuxSystemUI::activateIgnoringOtherApps() {
         return;
     }
     for (QWindow* window : QGuiApplication::topLevelWindows())
-        if (window->isVisible())
+        if (window->isVisible() && isForTheUser(*window))
             bringToFront(*window);
 }
 

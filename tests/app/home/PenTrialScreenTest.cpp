@@ -10,6 +10,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 
+#include "app/home/CalibrationWillBegin.h"
 #include "kit/TestPlatform.h"
 #include "kit/device/OffscreenApplication.h"
 #include "kit/resources/ResourceFiles.h"
@@ -121,6 +122,23 @@ TEST_F(PenTrialScreenTest, BeginsAnewInAnotherSizeAndFollowsThePicture) {
     screen.resize(500, 400);
     desk.notifications.post({std::string(kScreensDidChange)});
     EXPECT_FALSE(screen.isVisible()) << "a trial that is over does not come back";
+}
+
+TEST_F(PenTrialScreenTest, GivesWayToACalibrationAndToALockedScreen) {
+    for (const std::string_view event : {kCalibrationWillBegin, kScreenWasCovered}) {
+        screen.begin();
+        ends = 0;
+        desk.notifications.post({std::string(event)});
+        EXPECT_FALSE(screen.isVisible()) << event;
+        EXPECT_EQ(ends, 1) << event;
+    }
+}
+
+TEST_F(PenTrialScreenTest, DoesNotComeUpAgainAboveALockedScreen) {
+    screen.resize(500, 400);
+    desk.systemUI.covered = true;
+    desk.notifications.post({std::string(kScreensDidChange)});
+    EXPECT_EQ(screen.size(), QSize(500, 400));
 }
 
 class PenTrialScreenInLanguageTest : public PenTrialScreenTest,

@@ -116,6 +116,20 @@ TEST_F(LinuxSystemUITest, BringsTheProgramsWindowsToTheFront) {
     EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == window.winId(); }));
 }
 
+// As the window is that catches the pairing keys: it has the keyboard only where that is asked for.
+TEST_F(LinuxSystemUITest, LeavesWhatIsBesideTheProgramsWindowsWhereItIs) {
+    BlackWindow window, tool;
+    window.setGeometry(100, 100, 200, 150);
+    window.show();
+    tool.setFlags(Qt::Tool | Qt::FramelessWindowHint);
+    tool.setGeometry(10, 10, 20, 20);
+    tool.show(); // later, so that it would have the keyboard at last
+    ASSERT_TRUE(comesTrue([&] { return window.isExposed() && tool.isExposed(); }));
+    neighbour.setFocus(backdrop);
+    ui->activateIgnoringOtherApps();
+    EXPECT_TRUE(comesTrue([&] { return neighbour.focus() == window.winId(); }));
+}
+
 } // namespace
 } // namespace lightpen
 
