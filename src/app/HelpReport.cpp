@@ -24,7 +24,7 @@ namespace lightpen {
 namespace {
 
 constexpr std::size_t kLogLines = 200;
-// The whole list but for "Calibrated Screens", which has serial numbers and places in it.
+// What the user may set. "Calibrated Screens" and "Known Units" have serial numbers in them.
 constexpr std::array<std::string_view, 12> kSettings{kAutoCalibrationKey,
                                                      kLocaleIdentifierKey,
                                                      kLaunchAtStartUpKey,
