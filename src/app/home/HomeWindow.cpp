@@ -55,6 +55,11 @@ HomeWindow::HomeWindow(QWidget* parent)
     resize(kFirstSize);
 }
 
+// The keyboard moves on once more while the parts of the window go.
+HomeWindow::~HomeWindow() {
+    disconnect(qApp, nullptr, this, nullptr);
+}
+
 // Whoever goes by the keyboard sees where it is.
 void HomeWindow::scrollTo(QWidget* place) {
     auto* const area = dynamic_cast<QScrollArea*>(pages_->currentWidget());

@@ -22,6 +22,9 @@ class StateLine;
 class HomeWindow final : public QWidget {
 public:
     explicit HomeWindow(QWidget* parent = nullptr);
+    ~HomeWindow() override;
+    HomeWindow(const HomeWindow&) = delete;
+    HomeWindow& operator=(const HomeWindow&) = delete;
 
     // Takes the page in, behind the others, with the key of its title.
     void addPage(std::string titleKey, QWidget* page);

@@ -65,7 +65,7 @@ double contrast(const QColor& one, const QColor& other) {
     const auto light = [&](const QColor& colour) {
         return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) + 0.0722 * part(colour.blueF());
     };
-    const auto [less, more] = std::minmax(light(one), light(other));
+    const auto [less, more] = std::minmax({light(one), light(other)});
     return (more + 0.05) / (less + 0.05);
 }
 
