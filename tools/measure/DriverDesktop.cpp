@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "app/DefaultsReading.h"
+
 namespace lightpen {
 
 namespace {
@@ -49,6 +51,8 @@ DriverDesktop::DriverDesktop(const std::filesystem::path& logFile, LinuxPlatform
       broadcast_(real.platform().distributedNotifications, recording),
       platform(withEars(real.platform(), pointer_, broadcast_)) {
     Platform::setCurrent(&platform);
+    // There is no panel: at a first start the window would come up over what is looked at.
+    platform.defaults.setObject(kWindowShownKey, true);
 }
 
 void DriverDesktop::emptyLog() {

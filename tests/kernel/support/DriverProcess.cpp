@@ -40,7 +40,12 @@ DriverProcess::DriverProcess(DriverOptions options) {
     const std::string runtime = home_.file("run");
     std::filesystem::create_directory(runtime);
     std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
-    for (const std::string& folder : {home_.path().string(), runtime})
+    // Not the first start: without a panel the window would then come up over the test's own.
+    const std::filesystem::path config = home_.file(".config"), own = config / "LightPenNX7";
+    std::filesystem::create_directories(own);
+    writeFile(own / "settings.ini", "[General]\nWindow%20Shown=true\n");
+    for (const std::string& folder :
+         {home_.path().string(), runtime, config.string(), own.string(), (own / "settings.ini").string()})
         if (chown(folder.c_str(), options.user, options.user) != 0)
             throw std::runtime_error("the driver's folder cannot be given to its user");
     options.environment.merge(std::map<std::string, std::string>{{"PATH", "/usr/bin:/bin"},
