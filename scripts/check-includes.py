@@ -24,8 +24,8 @@ ALLOWED = {
     "emulated": SYSTEM | {"unit"},
     "measure": SYSTEM | {"unit", "emulated"},
 }
-# The wire side of the unit knows nothing of the room that it is emulated in.
-UNIT_PARTS = {"wire": set(), "bus": {"wire"}, "room": {"wire"}}
+# The wire side of the unit in software, which is installed, knows nothing of what tools put before its eye and on its wire.
+UNIT_PARTS = {"wire": set(), "bus": {"wire"}, "room": {"wire"}, "faults": {"wire"}}
 # The inside of a folder: only its own files include it.
 INSIDE = {"src/device/SharedState.h"}
 # A user's desktop as other processes are; it knows nothing of the application.

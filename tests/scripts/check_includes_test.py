@@ -56,6 +56,15 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("what is installed includes the tool tools/unit/Firmware.h", tools__unit__Firmware_h="",
                           src__app__A_cpp='#include "unit/Firmware.h"\n')
 
+    def test_the_installed_side_of_the_unit_includes_no_tool_either(self):
+        self.assert_fine(src__unit__wire__Eye_h="", tools__unit__room__Optics_h='#include "unit/wire/Eye.h"\n')
+        self.assert_finds("what is installed includes the tool tools/unit/room/Optics.h",
+                          src__unit__bus__Bus_h='#include "unit/room/Optics.h"\n')
+
+    def test_the_application_has_no_unit_in_software(self):
+        self.assert_finds("app must not include unit", src__unit__wire__Eye_h="",
+                          src__app__A_cpp='#include "unit/wire/Eye.h"\n')
+
     def test_tools_may_include_what_is_installed_and_the_unit(self):
         self.assert_fine(src__app__App_h="", tools__unit__Unit_h="", tools__emulated__Window_h='#include "app/App.h"',
                          tools__measure__main_cpp='#include "emulated/Window.h"\n#include "unit/Unit.h"\n')
@@ -97,17 +106,20 @@ class CheckIncludesTest(unittest.TestCase):
 
     def test_the_unit_in_software_must_not_know_the_driver(self):
         self.assert_finds("unit must not include device", src__device__Reports_h="",
-                          tools__unit__wire__Firmware_cpp='#include "device/Reports.h"')
+                          src__unit__wire__Firmware_cpp='#include "device/Reports.h"')
 
-    def test_the_wire_side_of_the_unit_must_not_know_the_room(self):
-        self.assert_fine(tools__unit__wire__Eye_h="", tools__unit__bus__Bus_h='#include "unit/wire/Eye.h"',
-                         tools__unit__room__Hand_h="",
+    def test_the_parts_of_the_unit_know_the_wire_alone(self):
+        self.assert_fine(src__unit__wire__Eye_h="", src__unit__bus__Bus_h='#include "unit/wire/Eye.h"',
+                         tools__unit__room__Hand_h="", tools__unit__faults__Faults_h="",
                          tools__unit__Unit_h='#include "unit/bus/Bus.h"\n#include "unit/room/Hand.h"')
-        self.assert_finds("unit/wire must not include tools/unit/room/Hand.h",
-                          tools__unit__wire__Firmware_h='#include "unit/room/Hand.h"')
-        (self.root / "tools/unit/wire/Firmware.h").unlink()
-        self.assert_finds("unit/bus must not include tools/unit/Unit.h",
-                          tools__unit__bus__Drive_h='#include "unit/Unit.h"')
+        self.assert_finds("unit/room must not include src/unit/bus/Bus.h",
+                          tools__unit__room__Screen_h='#include "unit/bus/Bus.h"')
+        (self.root / "tools/unit/room/Screen.h").unlink()
+        self.assert_finds("unit/faults must not include tools/unit/Unit.h",
+                          tools__unit__faults__Plug_h='#include "unit/Unit.h"')
+        (self.root / "tools/unit/faults/Plug.h").unlink()
+        self.assert_finds("unit/wire must not include src/unit/bus/Bus.h",
+                          src__unit__wire__Firmware_h='#include "unit/bus/Bus.h"')
 
     def test_the_linux_side_belongs_to_the_process_entry(self):
         self.assert_fine(src__linux_desktop__X_h="", src__app__main_cpp='#include "linux_desktop/X.h"',
@@ -139,7 +151,7 @@ class CheckIncludesTest(unittest.TestCase):
 
     def test_descriptors_belong_to_their_owner(self):
         self.assert_fine(src__platform__FileDescriptor_h="#include <unistd.h>")
-        self.assert_finds("<poll.h> does not belong in unit", tools__unit__wire__Firmware_cpp="#include <poll.h>")
+        self.assert_finds("<poll.h> does not belong in unit", src__unit__wire__Firmware_cpp="#include <poll.h>")
 
     def test_files_do_not_belong_in_the_platform(self):
         self.assert_finds("<unistd.h> does not belong in platform", src__platform__Log_cpp="#include <unistd.h>")

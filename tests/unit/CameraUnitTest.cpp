@@ -278,6 +278,27 @@ TEST_F(CameraUnitTest, HooksSeeBothDirections) {
     EXPECT_EQ(1, sent);
 }
 
+// What it keeps
+
+TEST_F(CameraUnitTest, ItTellsWhenWhatItKeepsHasChanged) {
+    int changes = 0;
+    unit.onKept([&] { ++changes; });
+    unit.plug();
+    send({'C', 0, 1, 0, 2, 0, 3, 0, 4, 0});
+    EXPECT_EQ(0, changes) << "one record alone is not kept";
+    send({'C', 1, 5, 0, 6, 0, 7, 0, 8, 0});
+    EXPECT_EQ(1, changes);
+    send({'H', 0});
+    send({0, 0x40, 0, 2, 2, 0x19});
+    EXPECT_EQ(1, changes);
+    send({'S', 3, 0x20, 1, 2, 3, 4, 5, 6, 7});
+    EXPECT_EQ(2, changes);
+    send({'S', 3, 0x20, 1, 2, 3, 4, 5, 6, 7});
+    EXPECT_EQ(2, changes) << "it has held the same before";
+    send({0, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(3, changes);
+}
+
 // Faults
 
 struct Pull {

@@ -81,8 +81,8 @@ TEST_F(EmulatedBusTest, APluggedUnitIsListedWithTheHighInterfacesFirst) {
 }
 
 TEST_F(EmulatedBusTest, ServicesCarryTheUnitsIdentity) {
-    CameraUnit& other =
-        bus.add<CameraUnit>({.vendorID = 0x1234, .productID = 0x5678, .vendorName = "Somebody Else"});
+    CameraUnit& other = bus.add<CameraUnit>(
+        {.vendorID = 0x1234, .productID = 0x5678, .vendorName = "Somebody Else", .serialNumber = "Number-7"});
     other.plug();
     EXPECT_THAT(host.paths("IOUSBDevice"), ElementsAre("IOService:/EmulatedBus/Unit@2"));
     const io_service_t usb = host.services("IOUSBDevice").at(0);
@@ -94,7 +94,7 @@ TEST_F(EmulatedBusTest, ServicesCarryTheUnitsIdentity) {
     const io_service_t hid = host.services("IOHIDDevice").at(0);
     EXPECT_EQ("IOHIDDevice", platform.registry.IOObjectGetClass(hid));
     EXPECT_EQ("{InputReportElements = ({ElementCookie = 19; ReportID = 0; }); Manufacturer = Somebody Else; "
-              "ProductID = 22136; VendorID = 4660; }",
+              "ProductID = 22136; SerialNumber = Number-7; VendorID = 4660; }",
               describe(platform.registry.IORegistryEntryCreateCFProperties(hid)));
 }
 

@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <vector>
 
+#include "unit/faults/Faults.h"
+#include "unit/room/RoomPicture.h"
 #include "unit/wire/Firmware.h"
 
 namespace lightpen::test {
@@ -20,9 +22,19 @@ inline ReportBytes reportOf(const std::vector<int>& bytes, std::size_t length = 
 
 // A firmware under the hands of a test: time goes by when the test says so, and every report is kept.
 struct FirmwareBench : private Eye {
-    explicit FirmwareBench(std::size_t reportLength = 32) : firmware(reportLength) { firmware.powerUp(now); }
+    explicit FirmwareBench(std::size_t reportLength = 32) : firmware(reportLength, *this, wire_) {
+        firmware.powerUp(now);
+    }
+    FirmwareBench(const FirmwareBench&) = delete;
+    FirmwareBench& operator=(const FirmwareBench&) = delete;
 
+private:
+    FaultyWire wire_;
+
+public:
     Firmware firmware;
+    Faults& faults = wire_.faults;
+    std::vector<EyeSettings> heard; // by the camera, in order
     Microseconds now{5'000'000};
     Scene scene; // what the camera sees from now on
 
@@ -37,7 +49,7 @@ struct FirmwareBench : private Eye {
     std::vector<UnitReport> run(Microseconds duration) {
         now += duration;
         std::vector<UnitReport> reports;
-        while (auto report = firmware.next(now, *this))
+        while (auto report = firmware.next(now))
             reports.push_back(std::move(*report));
         return reports;
     }
@@ -48,6 +60,8 @@ struct FirmwareBench : private Eye {
 
 private:
     Scene look(Microseconds) override { return scene; }
+    Picture picture(Microseconds) override { return takePicture(scene, heard.back().filterOut); }
+    void set(const EyeSettings& settings) override { heard.push_back(settings); }
 };
 
 inline std::vector<UnitReport> ofKind(const std::vector<UnitReport>& reports, ReportKind kind) {

@@ -127,7 +127,7 @@ TEST_F(FirmwareTasksTest, MissingImageManners) {
 // Faults
 
 TEST_F(FirmwareTasksTest, ASilentUnitAnswersNothing) {
-    firmware.faults.silent = true;
+    bench.faults.silent = true;
     bench.scene.strayLight = CameraPoint{300, 300};
     for (const int letter : {'H', 'R', 'S', 'K'}) {
         bench.command({letter, 1, 0x20});
@@ -138,7 +138,7 @@ TEST_F(FirmwareTasksTest, ASilentUnitAnswersNothing) {
 }
 
 TEST_F(FirmwareTasksTest, SlowAnswersComeLaterAndStayAlone) {
-    firmware.faults.extraAnswerDelay = 700ms;
+    bench.faults.extraAnswerDelay = 700ms;
     bench.scene.pen = CameraPoint{900, 800};
     bench.scene.strayLight = CameraPoint{300, 300};
     for (const int letter : {'H', 'R', 'S', 'K'}) {
@@ -155,17 +155,17 @@ TEST_F(FirmwareTasksTest, SlowAnswersComeLaterAndStayAlone) {
 
 TEST_F(FirmwareTasksTest, ReportsMayBeShortOrLong) {
     for (const std::size_t length : {0, 1, 3, 31, 900}) {
-        firmware.faults.sentLength = length;
+        bench.faults.sentLength = length;
         bench.command({'H', 0});
         EXPECT_THAT(bench.run(100ms).at(0).bytes, SizeIs(length));
     }
-    firmware.faults.sentLength.reset();
+    bench.faults.sentLength.reset();
     bench.command({'H', 0});
     EXPECT_THAT(bench.run(100ms).at(0).bytes, SizeIs(804));
 }
 
 TEST_F(FirmwareTasksTest, GarbageComesBetweenReports) {
-    firmware.faults.garbageEvery = 3;
+    bench.faults.garbageEvery = 3;
     bench.scene.pen = CameraPoint{900, 800};
     const auto reports = bench.run(400ms);
     const auto garbage = ofKind(reports, ReportKind::garbage);
@@ -177,12 +177,12 @@ TEST_F(FirmwareTasksTest, GarbageComesBetweenReports) {
         EXPECT_LE(report.bytes.size(), 2 * 804U);
 
     FirmwareBench same(804);
-    same.firmware.faults.garbageEvery = 3;
+    same.faults.garbageEvery = 3;
     same.scene = bench.scene;
     EXPECT_EQ(garbage[0].bytes, ofKind(same.run(400ms), ReportKind::garbage).at(0).bytes);
     FirmwareBench other(804);
-    other.firmware.faults.garbageEvery = 3;
-    other.firmware.faults.garbageSeed = 2;
+    other.faults.garbageEvery = 3;
+    other.faults.garbageSeed = 2;
     other.scene = bench.scene;
     EXPECT_NE(garbage[0].bytes, ofKind(other.run(400ms), ReportKind::garbage).at(0).bytes);
 }

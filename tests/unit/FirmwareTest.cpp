@@ -66,13 +66,24 @@ TEST_F(FirmwareTest, ACalibratedFlashAnswersYThreeTimes) {
     EXPECT_EQ('N', answerTo({'H', 3})[0]);
 }
 
+TEST_F(FirmwareTest, TheCameraHearsWhatTheHostSets) {
+    const EyeSettings atPowerUp{};
+    EXPECT_THAT(bench.heard, ElementsAre(atPowerUp));
+    bench.command({0, 0x44, 0x34, 0x02, 0x02, 0x19, 0});
+    const EyeSettings set{.threshold = 0x234, .exposure = 0x19, .filterOut = true};
+    EXPECT_EQ(set, bench.heard.back());
+    firmware.powerUp(bench.now);
+    EXPECT_EQ(atPowerUp, bench.heard.back());
+    EXPECT_EQ(3U, bench.heard.size());
+}
+
 TEST_F(FirmwareTest, FlashFaultsCutTheAnswersShort) {
     storeCalibration();
-    firmware.faults.flashAnswers = FlashAnswers::yesYesNo;
+    bench.faults.flashAnswers = FlashAnswers::yesYesNo;
     EXPECT_EQ('Y', answerTo({'H', 0})[0]);
     EXPECT_EQ('Y', answerTo({'H', 1})[0]);
     EXPECT_EQ('N', answerTo({'H', 2})[0]);
-    firmware.faults.flashAnswers = FlashAnswers::yesNo;
+    bench.faults.flashAnswers = FlashAnswers::yesNo;
     EXPECT_EQ('Y', answerTo({'H', 0})[0]);
     EXPECT_EQ('N', answerTo({'H', 1})[0]);
 }

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "unit/room/RoomPicture.h"
+
 namespace lightpen {
 
 CameraUnit::CameraUnit(UnitDescription description, UnitSocket* socket, const Optics& optics)
-    : SoftwareUnit(std::move(description), socket, static_cast<Eye&>(*this)), optics_(optics) {}
+    : SoftwareUnit(std::move(description), socket, static_cast<Eye&>(*this), &wire_), optics_(optics) {}
 
 void CameraUnit::schedule(Microseconds when, std::function<void(CameraUnit&)> action) {
     schedule(when, [this, act = std::move(action)] { act(*this); });
@@ -78,6 +80,10 @@ Optics CameraUnit::optics() const {
 Scene CameraUnit::scene() const {
     const Hold held = hold();
     return sceneAt(currentTime());
+}
+
+Picture CameraUnit::picture(Microseconds time) {
+    return takePicture(sceneAt(time), filterOut_);
 }
 
 std::optional<CameraPoint> CameraUnit::penSeen(Microseconds time) const {

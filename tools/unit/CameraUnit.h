@@ -18,6 +18,7 @@
 #include <variant>
 
 #include "unit/bus/SoftwareUnit.h"
+#include "unit/faults/Faults.h"
 #include "unit/room/Hand.h"
 #include "unit/room/Optics.h"
 #include "unit/room/ScreenSight.h"
@@ -31,6 +32,9 @@ public:
     // Its pen is lifted. See SoftwareUnit.
     explicit CameraUnit(UnitDescription description = {}, UnitSocket* socket = nullptr,
                         const Optics& optics = Optics::straight({1280, 800}));
+
+    // What is wrong with it. Holds the unit's lock for the expression it is used in.
+    Guarded<Faults> faults() { return guarded(wire_.faults); }
 
     // The pen. Each replaces what it did before.
     void touch(ScreenPoint point);
@@ -67,11 +71,15 @@ private:
     using Pen = std::variant<std::monostate, ScreenPoint, CameraPoint, Playing>;
 
     Scene look(Microseconds time) override { return sceneAt(time); }
+    Picture picture(Microseconds time) override;
+    void set(const EyeSettings& settings) override { filterOut_ = settings.filterOut; }
     void setPen(Pen pen);
     Scene sceneAt(Microseconds time) const;
     std::optional<CameraPoint> penSeen(Microseconds time) const;
 
     // With the unit's lock held.
+    FaultyWire wire_;
+    bool filterOut_ = false;
     Pen pen_;
     Optics optics_;
     std::optional<CameraPoint> strayLight_;

@@ -173,7 +173,7 @@ void GadgetPort::writePending() {
 }
 
 bool GadgetPort::unitReads() {
-    return !unit_.faults()->doesNotReadOutput;
+    return unit_.reads();
 }
 
 // Waits for something to do, and does it.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "unit/wire/Picture.h"
+#include "unit/room/RoomPicture.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "unit/wire/PenReports.h"
@@ -10,7 +11,6 @@ namespace lightpen {
 
 namespace {
 
-constexpr std::uint8_t kBlack = 0;
 constexpr std::uint8_t kDimRoom = 12;
 constexpr std::uint8_t kDarkScreen = 34; // a projector's black is none
 constexpr std::uint8_t kFilteredScreen = 70;
@@ -83,7 +83,7 @@ std::uint8_t screenLevel(bool filterOut, bool dark) {
 
 } // namespace
 
-Picture takePicture(const Scene& scene, bool filterOut, bool blackLeftColumn) {
+Picture takePicture(const Scene& scene, bool filterOut) {
     Picture picture;
     // Without a screen to be seen, what is displayed lights everything.
     picture.fill(!scene.screen && filterOut && !scene.darkPicture ? kBrightDesktop : kDimRoom);
@@ -96,20 +96,7 @@ Picture takePicture(const Scene& scene, bool filterOut, bool blackLeftColumn) {
         drawLight(picture, *scene.strayLight, kForeignLight);
     if (scene.pen)
         drawLight(picture, *scene.pen, kSpot);
-    for (std::size_t row = 0; row < picture.size(); row += kPictureWidth)
-        picture[row] = blackLeftColumn ? kBlack : kWhite;
     return picture;
-}
-
-ReportBytes pictureReport(const Picture& picture, unsigned index, std::size_t reportLength) {
-    ReportBytes report(reportLength);
-    if (reportLength <= 4)
-        return report;
-    const std::size_t pixels = reportLength - 4;
-    const std::size_t first = std::min(pixels * index, picture.size());
-    const std::size_t count = std::min(pixels, picture.size() - first);
-    std::copy_n(picture.begin() + static_cast<std::ptrdiff_t>(first), count, report.begin() + 1);
-    return report;
 }
 
 } // namespace lightpen

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "unit/wire/UnitReport.h"
-#include "unit/wire/Vision.h"
 
 namespace lightpen {
 
@@ -16,10 +15,9 @@ inline constexpr unsigned kPictureReports = 6;
 // Grey levels, rows from top to bottom.
 using Picture = std::array<std::uint8_t, kPictureWidth * kPictureHeight>;
 
-// The small picture of what the camera sees: lights are white; the screen is grey, through the filter too,
-// and what it displays shows only without the filter. Its left column is black (or white, without that
-// manner), so that the first pixel of each report reads as no spot.
-Picture takePicture(const Scene& scene, bool filterOut, bool blackLeftColumn);
+// The pixels of its left column, black as the host relies on: it takes the first pixel of each report for the
+// low byte of a pen's X. White without that manner.
+void fillLeftColumn(Picture& picture, bool black);
 
 // The index-th of the reports that carry a picture, of a given report length: a byte, then length - 4 pixels,
 // as far as the picture reaches.

@@ -13,6 +13,7 @@
 #include "unit/wire/UnitBehaviour.h"
 #include "unit/wire/UnitReport.h"
 #include "unit/wire/Vision.h"
+#include "unit/wire/WireHook.h"
 
 namespace lightpen {
 
@@ -47,16 +48,16 @@ public:
     static constexpr Microseconds kAnswerDelay{5'000};
     static constexpr Microseconds kQuietTime{300'000};
 
-    // Every report it sends has this length.
-    explicit Firmware(std::size_t reportLength, DeviceInformation information = {});
+    // Every report it sends has this length. The eye is asked once for each picture that the camera takes.
+    // Eye and hook outlive the firmware, and are not asked before it gets power.
+    Firmware(std::size_t reportLength, Eye& eye, WireHook& hook, DeviceInformation information = {});
 
     // The unit gets power: everything starts anew but flash and pairing table.
     void powerUp(Microseconds now);
     // Takes an output report (without its report ID).
     void handleOutput(std::span<const std::uint8_t> report, Microseconds now);
     // The next report that is sent up to now, each one once, in order of time; none when there are no more.
-    // The eye is asked once for each picture that the camera has taken meanwhile.
-    std::optional<UnitReport> next(Microseconds now, Eye& eye);
+    std::optional<UnitReport> next(Microseconds now);
     // The earliest time at which the unit does something, if nothing happens to it before.
     Microseconds nextEvent() const;
 
@@ -70,7 +71,6 @@ public:
     PairingTable pairingTable;
     DeviceInformation information;
     UnitBehaviour behaviour;
-    Faults faults;
 
 private:
     // Something that is due later.
@@ -84,6 +84,7 @@ private:
 
     bool dispatch(const Command& command, bool allZero, Microseconds now);
     void applySettings(const Command& command, Microseconds now);
+    void tellEye();
     void applyImageMode(bool wanted, Microseconds now);
     void keepCalibration(const Command& command);
     void answerRead(unsigned index, Microseconds now);
@@ -98,12 +99,13 @@ private:
     void endImageMode();
 
     std::optional<Microseconds> nextIdle() const;
-    void perform(const Task& task, Eye& eye);
-    void lookAtFrame(Microseconds now, Eye& eye);
+    void perform(const Task& task);
+    void lookAtFrame(Microseconds now);
     void emit(UnitReport report);
-    ReportBytes garbage() const;
 
     const std::size_t reportLength_;
+    Eye& eye_;
+    WireHook& hook_;
     ReceivedSettings settings_;
     Vision vision_;
     PenStream stream_;
@@ -116,7 +118,6 @@ private:
     bool imageMode_ = false;
     int operatingModeAcknowledges_ = 0;
     int wirelessAcknowledges_ = 0;
-    std::uint64_t sentReports_ = 0;
 };
 
 } // namespace lightpen

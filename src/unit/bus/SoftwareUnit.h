@@ -9,10 +9,12 @@
 #include <span>
 #include <string>
 
+#include "platform/PriorityInheritance.h"
 #include "platform/UnitIdentifiers.h"
 #include "unit/bus/Guarded.h"
 #include "unit/bus/UnitSocket.h"
 #include "unit/wire/Firmware.h"
+#include "unit/wire/WireHook.h"
 
 namespace lightpen {
 
@@ -23,6 +25,7 @@ struct UnitDescription {
     std::int32_t vendorID = kUnitVendorID;
     std::int32_t productID = kUnitFirstProductID;
     std::string vendorName = "Emulated camera unit";
+    std::string serialNumber = {}; // empty: it has none
 };
 
 // The wire side of a unit: its firmware, behind a plug, with an eye for what the camera sees. All operations
@@ -35,8 +38,9 @@ public:
     // What became of an output report.
     enum class Output { taken, notRead, gone };
 
-    // Unplugged, its flash empty. The eye outlives the unit; the socket does so too, or calls leaveSocket.
-    SoftwareUnit(UnitDescription description, UnitSocket* socket, Eye& eye);
+    // Unplugged, its flash empty. Eye and hook outlive the unit; the socket does so too, or calls
+    // leaveSocket. Without a hook nothing stands on the wire.
+    SoftwareUnit(UnitDescription description, UnitSocket* socket, Eye& eye, WireHook* hook = nullptr);
     virtual ~SoftwareUnit() = default;
     SoftwareUnit(const SoftwareUnit&) = delete;
     SoftwareUnit& operator=(const SoftwareUnit&) = delete;
@@ -55,7 +59,6 @@ public:
     Guarded<PairingTable> pairingTable() { return {firmware_.pairingTable, mutex_}; }
     Guarded<DeviceInformation> information() { return {firmware_.information, mutex_}; }
     Guarded<UnitBehaviour> behaviour() { return {firmware_.behaviour, mutex_}; }
-    Guarded<Faults> faults() { return {firmware_.faults, mutex_}; }
     Guarded<const Firmware> firmware() { return {firmware_, mutex_}; }
 
     // Runs the action at this time, in order of time among all that the unit does, with the unit's lock held;
@@ -66,6 +69,9 @@ public:
     // lock held. Empty ends it.
     void onReport(ReportHook hook);
     void onOutput(OutputHook hook);
+    // Called when an output report has changed what the unit keeps while it is unplugged, with the unit's
+    // lock held. Empty ends it.
+    void onKept(std::function<void()> hook);
 
     // Lets time pass: sends what is due up to now. Time that lies behind does nothing.
     void advance(Microseconds now);
@@ -77,6 +83,8 @@ public:
     // Leaves a report that the unit has not read with it: it is taken when the unit reads again, before any
     // later one.
     void outputLater(std::span<const std::uint8_t> report);
+    // Whether it reads output reports now.
+    bool reads() const;
     // From now on the unit has no socket (if it is still this one).
     void leaveSocket(const UnitSocket& socket);
 
@@ -86,6 +94,10 @@ protected:
     using Hold = std::unique_lock<std::recursive_mutex>;
     Hold hold() const { return Hold(mutex_); }
     Hold holdCaughtUp();
+    template <class Object>
+    Guarded<Object> guarded(Object& inside) const {
+        return {inside, mutex_};
+    }
     // The time that it has come to, and the time on the clock that drives it. The lock is held.
     Microseconds reachedTime() const { return now_; }
     Microseconds currentTime() const;
@@ -96,15 +108,15 @@ private:
     void runFirstAction();
     void takeWaiting();
     Output take(std::span<const std::uint8_t> report);
-    bool reachesUnplug(std::span<const std::uint8_t> command);
-    std::optional<UnplugPoint> unplugAt(const UnitReport& reply) const;
+    void handle(std::span<const std::uint8_t> report);
     void send(const UnitReport& report);
     void pullPlug(Microseconds time);
 
-    mutable std::recursive_mutex mutex_;
+    mutable PriorityInheritanceRecursiveMutex mutex_;
     const UnitDescription description_;
     UnitSocket* socket_;
-    Eye& eye_;
+    WireHook noHook_;
+    WireHook& hook_;
     Firmware firmware_;
     bool plugged_ = false;
     Microseconds now_{};
@@ -113,6 +125,7 @@ private:
     std::deque<ReportBytes> waitingOutput_; // sent by the host, not yet read
     ReportHook reportHook_;
     OutputHook outputHook_;
+    std::function<void()> keptHook_;
 };
 
 } // namespace lightpen

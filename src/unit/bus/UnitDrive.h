@@ -3,10 +3,10 @@
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "platform/PriorityInheritance.h"
 #include "platform/Time.h"
 #include "unit/bus/SoftwareUnit.h"
 
@@ -42,7 +42,7 @@ private:
     void run();
 
     Clock& clock_;
-    mutable std::mutex mutex_; // guards what follows
+    mutable PriorityInheritanceMutex mutex_; // guards what follows
     std::vector<std::shared_ptr<SoftwareUnit>> units_;
     std::condition_variable wake_;
     bool running_ = false;

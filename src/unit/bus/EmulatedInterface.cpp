@@ -37,6 +37,8 @@ ServiceDescription EmulatedConnection::hidService(int interfaceNumber) {
     service.properties.entries["VendorID"] = std::int64_t{unit.vendorID};
     service.properties.entries["ProductID"] = std::int64_t{unit.productID};
     service.properties.entries["Manufacturer"] = unit.vendorName;
+    if (!unit.serialNumber.empty())
+        service.properties.entries["SerialNumber"] = unit.serialNumber;
     service.properties.entries["InputReportElements"] = std::vector{element};
     service.plugIn = [weak = weak_from_this(), interfaceNumber]() -> IOHIDDeviceInterfaceRef {
         const auto connection = weak.lock();

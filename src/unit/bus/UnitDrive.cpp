@@ -2,6 +2,7 @@
 #include "unit/bus/UnitDrive.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace lightpen {
@@ -64,7 +65,7 @@ void UnitDrive::run() {
     while (true) {
         advance(clock_.now());
         const Microseconds nap = untilNextEvent();
-        std::unique_lock hold(mutex_);
+        std::unique_lock<std::mutex> hold(mutex_);
         if (!running_)
             return;
         wake_.wait_for(hold, nap);

@@ -6,9 +6,9 @@
 
 namespace lightpen {
 
-SoftwareUnit::SoftwareUnit(UnitDescription description, UnitSocket* socket, Eye& eye)
-    : description_(std::move(description)), socket_(socket), eye_(eye),
-      firmware_(description_.reportLength, description_.information) {}
+SoftwareUnit::SoftwareUnit(UnitDescription description, UnitSocket* socket, Eye& eye, WireHook* hook)
+    : description_(std::move(description)), socket_(socket), hook_(hook ? *hook : noHook_),
+      firmware_(description_.reportLength, eye, hook_, description_.information) {}
 
 // The plug
 
@@ -51,6 +51,11 @@ void SoftwareUnit::onReport(ReportHook hook) {
 void SoftwareUnit::onOutput(OutputHook hook) {
     const std::lock_guard held(mutex_);
     outputHook_ = std::move(hook);
+}
+
+void SoftwareUnit::onKept(std::function<void()> hook) {
+    const std::lock_guard held(mutex_);
+    keptHook_ = std::move(hook);
 }
 
 void SoftwareUnit::schedule(Microseconds when, std::function<void()> action) {
@@ -111,7 +116,7 @@ Microseconds SoftwareUnit::advanceFirmware(Microseconds until) {
         return until;
     takeWaiting();
     while (plugged_) {
-        const auto report = firmware_.next(until, eye_);
+        const auto report = firmware_.next(until);
         if (!report)
             return until;
         now_ = std::max(now_, report->time);
@@ -123,38 +128,31 @@ Microseconds SoftwareUnit::advanceFirmware(Microseconds until) {
 // The exchange with the host
 
 void SoftwareUnit::send(const UnitReport& report) {
-    const auto fault = unplugAt(report);
-    if (fault && fault->when == UnplugPoint::When::beforeReply) {
+    UnitReport sent = report;
+    const auto cut = hook_.report(sent);
+    if (cut == WireHook::Cut::before) {
         pullPlug(report.time);
         return;
     }
-    UnitReport sent = report;
-    if (fault && fault->when == UnplugPoint::When::midReply)
-        sent.bytes.resize(std::min(sent.bytes.size(), fault->replyBytes));
     if (reportHook_)
         reportHook_(sent);
     if (socket_)
         socket_->unitReport(*this, sent);
-    if (fault)
+    if (cut == WireHook::Cut::after)
         pullPlug(report.time);
 }
 
-std::optional<UnplugPoint> SoftwareUnit::unplugAt(const UnitReport& reply) const {
-    const auto& fault = firmware_.faults.unplug;
-    const bool isReply = reply.kind == ReportKind::answer || reply.kind == ReportKind::picture;
-    if (!fault || !isReply || fault->occurrence > 0 ||
-        fault->command.value_or(reply.command) != reply.command)
-        return std::nullopt;
-    return fault;
-}
-
 void SoftwareUnit::pullPlug(Microseconds time) {
-    const auto fault = std::exchange(firmware_.faults.unplug, std::nullopt);
     plugged_ = false;
     if (socket_)
         socket_->unitUnplugged(*this);
-    if (fault && fault->replugAfter)
-        schedule(time + *fault->replugAfter, [this] { plug(); });
+    if (const auto pause = hook_.pulled())
+        schedule(time + *pause, [this] { plug(); });
+}
+
+bool SoftwareUnit::reads() const {
+    const std::lock_guard held(mutex_);
+    return hook_.reads();
 }
 
 SoftwareUnit::Output SoftwareUnit::output(std::span<const std::uint8_t> report, Microseconds now) {
@@ -162,7 +160,7 @@ SoftwareUnit::Output SoftwareUnit::output(std::span<const std::uint8_t> report, 
     advance(now);
     if (!plugged_)
         return Output::gone;
-    if (firmware_.faults.doesNotReadOutput)
+    if (!hook_.reads())
         return Output::notRead;
     takeWaiting();
     return take(report);
@@ -175,35 +173,35 @@ void SoftwareUnit::outputLater(std::span<const std::uint8_t> report) {
 }
 
 void SoftwareUnit::takeWaiting() {
-    while (plugged_ && !firmware_.faults.doesNotReadOutput && !waitingOutput_.empty()) {
+    while (plugged_ && hook_.reads() && !waitingOutput_.empty()) {
         const ReportBytes report = std::move(waitingOutput_.front());
         waitingOutput_.pop_front();
         take(report);
     }
 }
 
-// True when the plug is to be pulled around this command; counts the commands until then.
-bool SoftwareUnit::reachesUnplug(std::span<const std::uint8_t> command) {
-    auto& fault = firmware_.faults.unplug;
-    if (!fault || fault->occurrence <= 0)
-        return false;
-    const std::uint8_t letter = command.empty() ? std::uint8_t{0} : command.front();
-    return fault->command.value_or(letter) == letter && --fault->occurrence == 0;
+void SoftwareUnit::handle(std::span<const std::uint8_t> report) {
+    if (!keptHook_)
+        return firmware_.handleOutput(report, now_);
+    const Flash flash = firmware_.flash;
+    const PairingTable pairingTable = firmware_.pairingTable;
+    firmware_.handleOutput(report, now_);
+    if (!firmware_.flash.holdsSameAs(flash) || firmware_.pairingTable != pairingTable)
+        keptHook_();
 }
 
 SoftwareUnit::Output SoftwareUnit::take(std::span<const std::uint8_t> report) {
     if (!plugged_)
         return Output::gone;
-    const bool reached = reachesUnplug(report);
-    const auto when = reached ? firmware_.faults.unplug->when : UnplugPoint::When::afterReply;
-    if (when == UnplugPoint::When::beforeCommand) {
+    const auto cut = hook_.command(report);
+    if (cut == WireHook::Cut::before) {
         pullPlug(now_);
         return Output::gone;
     }
     if (outputHook_)
         outputHook_(now_, report);
-    firmware_.handleOutput(report, now_);
-    if (when == UnplugPoint::When::afterCommand)
+    handle(report);
+    if (cut == WireHook::Cut::after)
         pullPlug(now_);
     return Output::taken;
 }

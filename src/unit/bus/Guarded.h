@@ -6,7 +6,7 @@
 namespace lightpen {
 
 // A pointer that holds the object's lock for as long as it lives, which is the expression it is used in:
-//   unit.faults()->silent = true;
+//   unit.flash()->erase();
 template <class Object>
 class Guarded {
 public:

@@ -2,6 +2,7 @@
 #include "unit/bus/EmulatedBus.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace lightpen {

@@ -5,10 +5,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
 
+#include "platform/PriorityInheritance.h"
 #include "platform/RunLoop.h"
 #include "platform/ServiceRegistry.h"
 #include "platform/Time.h"
@@ -81,7 +81,7 @@ private:
     struct RegistryWork {
         explicit RegistryWork(ServiceRegistry& registry) : services(registry) {}
         ServiceRegistry& services; // main thread
-        std::mutex mutex;
+        PriorityInheritanceMutex mutex;
         std::deque<std::function<void(ServiceRegistry&)>> waiting; // in the order of plugging
     };
     static void performWaiting(RegistryWork& work);
@@ -92,7 +92,7 @@ private:
     const std::thread::id mainThread_ = std::this_thread::get_id();
     EmulatedConnection::PollHook poll_;
 
-    std::mutex mutex_; // guards what follows
+    PriorityInheritanceMutex mutex_; // guards what follows
     struct Place {
         std::weak_ptr<SoftwareUnit> unit;
         std::string location;

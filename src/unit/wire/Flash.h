@@ -33,6 +33,8 @@ public:
     // Takes a record from the host; others than 0 and 1 are not kept. With together set, neither becomes
     // valid before both have come.
     void write(unsigned index, const FlashRecord& record, bool together);
+    // Whether both hold the same valid records.
+    bool holdsSameAs(const Flash& other) const { return valid_ == other.valid_; }
     // Forgets a record that waits for the other one, as power-off does.
     void forgetWaiting();
 

@@ -18,6 +18,7 @@ public:
     // A table as it leaves the factory; no two of its records are equal.
     PairingTable();
 
+    bool operator==(const PairingTable&) const = default;
     // None for an index beyond the table.
     std::optional<Record> record(unsigned index) const;
     // Stores a record; returns false and keeps the old one for an index beyond the table and, with

@@ -18,8 +18,8 @@ constexpr std::uint8_t kSettingsMark = 0x40;
 
 } // namespace
 
-Firmware::Firmware(std::size_t reportLength, DeviceInformation deviceInformation)
-    : information(deviceInformation), reportLength_(reportLength) {}
+Firmware::Firmware(std::size_t reportLength, Eye& eye, WireHook& hook, DeviceInformation deviceInformation)
+    : information(deviceInformation), reportLength_(reportLength), eye_(eye), hook_(hook) {}
 
 void Firmware::powerUp(Microseconds now) {
     nextFrame_ = now;
@@ -35,6 +35,7 @@ void Firmware::powerUp(Microseconds now) {
     quietUntil_ = lastQuietCommand_ = Microseconds::min();
     readUnderWay_ = imageMode_ = false;
     operatingModeAcknowledges_ = wirelessAcknowledges_ = 0;
+    tellEye();
 }
 
 // Commands
@@ -46,7 +47,7 @@ void Firmware::handleOutput(std::span<const std::uint8_t> report, Microseconds n
     std::copy_n(report.begin(), std::min(report.size(), command.size()), command.begin());
     const bool allZero = std::all_of(report.begin(), report.end(), [](auto byte) { return byte == 0; });
     if (command[0] != 'H' && std::exchange(readUnderWay_, false))
-        quietUntil_ = lastQuietCommand_ + kQuietTime + faults.extraAnswerDelay;
+        quietUntil_ = lastQuietCommand_ + kQuietTime + hook_.answerDelay();
     if (dispatch(command, allZero, now))
         // Behind a filter move, the first picture decides before an idle report does.
         stream_.idleFrom(std::max({now + kQuietTime, quietUntil_, vision_.settledAt() + PenStream::kFrame}));
@@ -70,9 +71,9 @@ bool Firmware::dispatch(const Command& command, bool allZero, Microseconds now) 
         return true;
     case 'K':
         endImageMode();
-        beQuiet(now + kQuietTime + faults.extraAnswerDelay);
+        beQuiet(now + kQuietTime + hook_.answerDelay());
         lastQuietCommand_ = now;
-        schedule({Task::What::testLight, {now + faults.extraAnswerDelay, ReportKind::answer, 'K', {}}});
+        schedule({Task::What::testLight, {now + hook_.answerDelay(), ReportKind::answer, 'K', {}}});
         return true;
     case 'R':
         answerPairingRecord(command[1], now);
@@ -102,6 +103,7 @@ void Firmware::applySettings(const Command& command, Microseconds now) {
                  .freshUnit = bit(7),
                  .threshold = command[2] | command[3] << 8,
                  .exposure = command[5]};
+    tellEye();
     const bool hushed = quiet(now) || imageMode_;
     applyImageMode(bit(0) && bit(1), now);
     const bool moved = vision_.moveFilter(bit(2), now, behaviour.darkWhileFilterMoves);
@@ -110,6 +112,10 @@ void Firmware::applySettings(const Command& command, Microseconds now) {
     stream_.hush();
     if (!hushed && !imageMode_)
         schedule({Task::What::send, stream_.idle(now)});
+}
+
+void Firmware::tellEye() {
+    eye_.set({settings_.threshold, settings_.exposure, settings_.filterOut});
 }
 
 void Firmware::applyImageMode(bool wanted, Microseconds now) {
@@ -144,16 +150,14 @@ void Firmware::answerRead(unsigned index, Microseconds now) {
     const bool last = reply[0] == 'N' ? readUnderWay_ : index == 2;
     readUnderWay_ = !last;
     lastQuietCommand_ = now;
-    beQuiet(now + faults.extraAnswerDelay + (last ? kQuietTime : kReadPatience));
+    beQuiet(now + hook_.answerDelay() + (last ? kQuietTime : kReadPatience));
     answer(reply, 'H', now);
 }
 
 ReportBytes Firmware::storedRecord(unsigned index) const {
     const DeviceInformation& info = information;
     ReportBytes none{'N', 0, info.wireless, info.NX9Ver, info.cmosVer, info.GainValue, info.OPmode};
-    const bool cutShort = (faults.flashAnswers == FlashAnswers::yesYesNo && index >= 2) ||
-                          (faults.flashAnswers == FlashAnswers::yesNo && index >= 1);
-    if (cutShort || index > 2)
+    if (index > 2 || !hook_.finds(index))
         return none;
     if (index == 2)
         return flash.calibrated()
@@ -173,7 +177,7 @@ ReportBytes Firmware::storedRecord(unsigned index) const {
 
 void Firmware::answerPairingRecord(unsigned index, Microseconds now) {
     lastQuietCommand_ = now;
-    beQuiet(now + kQuietTime + faults.extraAnswerDelay);
+    beQuiet(now + kQuietTime + hook_.answerDelay());
     const auto record = pairingTable.record(index);
     if (!record)
         return;
@@ -184,7 +188,7 @@ void Firmware::answerPairingRecord(unsigned index, Microseconds now) {
 
 void Firmware::keepPairingRecord(const Command& command, Microseconds now) {
     lastQuietCommand_ = now;
-    beQuiet(now + kQuietTime + faults.extraAnswerDelay);
+    beQuiet(now + kQuietTime + hook_.answerDelay());
     if (command[1] >= PairingTable::kRecords)
         return;
     PairingTable::Record record;
@@ -215,9 +219,9 @@ void Firmware::schedule(Task task) {
 }
 
 void Firmware::answer(ReportBytes bytes, std::uint8_t command, Microseconds now) {
-    if (faults.silent)
+    if (!hook_.answers())
         return;
-    const Microseconds due = now + kAnswerDelay + faults.extraAnswerDelay;
+    const Microseconds due = now + kAnswerDelay + hook_.answerDelay();
     schedule({Task::What::send, {due, ReportKind::answer, command, std::move(bytes)}});
 }
 
@@ -240,7 +244,7 @@ Microseconds Firmware::nextEvent() const {
     return std::min(earliest, nextIdle().value_or(earliest));
 }
 
-std::optional<UnitReport> Firmware::next(Microseconds now, Eye& eye) {
+std::optional<UnitReport> Firmware::next(Microseconds now) {
     while (ready_.empty()) {
         const Microseconds time = nextEvent();
         if (time > now)
@@ -248,10 +252,10 @@ std::optional<UnitReport> Firmware::next(Microseconds now, Eye& eye) {
         if (!tasks_.empty() && tasks_.front().report.time == time) {
             const Task task = std::move(tasks_.front());
             tasks_.pop_front();
-            perform(task, eye);
+            perform(task);
         } else if (nextFrame_ == time) {
             nextFrame_ += PenStream::kFrame;
-            lookAtFrame(time, eye);
+            lookAtFrame(time);
         } else {
             emit(stream_.idle(time));
         }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What the firmware does when its time has come: sending, the light test, pictures.
-#include <random>
 #include <utility>
 
 #include "unit/wire/Firmware.h"
@@ -17,17 +16,17 @@ constexpr Microseconds kPauseAfterPicture{8'000};
 
 } // namespace
 
-void Firmware::perform(const Task& task, Eye& eye) {
+void Firmware::perform(const Task& task) {
     const Microseconds now = task.report.time;
     if (task.what == Task::What::send) {
         emit(task.report);
         return;
     }
-    if (faults.silent)
+    if (!hook_.answers())
         return;
-    const Scene seen = eye.look(now);
     if (task.what == Task::What::testLight) {
-        for (unsigned reply = 1; seen.strayLight && reply <= kLightReplies; ++reply)
+        const unsigned replies = eye_.foreignLight(now) ? kLightReplies : 0;
+        for (unsigned reply = 1; reply <= replies; ++reply)
             schedule({Task::What::send, {now + reply * kLightReplyPeriod, ReportKind::answer, 'K', {'s'}}});
         return;
     }
@@ -36,7 +35,8 @@ void Firmware::perform(const Task& task, Eye& eye) {
         schedule({Task::What::takePicture, {vision_.settledAt(), ReportKind::picture, 0, {}}});
         return;
     }
-    const Picture picture = takePicture(seen, vision_.filterOut(), behaviour.blackLeftColumn);
+    Picture picture = eye_.picture(now);
+    fillLeftColumn(picture, behaviour.blackLeftColumn);
     Microseconds due = now;
     for (unsigned index = 0; index < kPictureReports; ++index, due += kPictureReportPeriod)
         schedule(
@@ -45,8 +45,8 @@ void Firmware::perform(const Task& task, Eye& eye) {
         stream_.idleWithoutEnd(due - kPictureReportPeriod + kPauseAfterPicture);
 }
 
-void Firmware::lookAtFrame(Microseconds now, Eye& eye) {
-    const auto spot = vision_.look(eye.look(now), now, behaviour);
+void Firmware::lookAtFrame(Microseconds now) {
+    const auto spot = vision_.look(eye_.look(now), now, behaviour);
     stream_.see(spot.has_value());
     if (quiet(now) || (imageMode_ && behaviour.penStopsInImageMode))
         return;
@@ -55,18 +55,10 @@ void Firmware::lookAtFrame(Microseconds now, Eye& eye) {
 }
 
 void Firmware::emit(UnitReport report) {
-    report.bytes.resize(faults.sentLength.value_or(reportLength_));
-    if (faults.garbageEvery != 0 && ++sentReports_ % faults.garbageEvery == 0)
-        ready_.push_back({report.time, ReportKind::garbage, 0, garbage()});
+    report.bytes.resize(reportLength_);
+    if (auto before = hook_.sends(report))
+        ready_.push_back(std::move(*before));
     ready_.push_back(std::move(report));
-}
-
-ReportBytes Firmware::garbage() const {
-    std::mt19937_64 random(faults.garbageSeed + sentReports_);
-    ReportBytes bytes(random() % (2 * reportLength_ + 1));
-    for (std::uint8_t& byte : bytes)
-        byte = static_cast<std::uint8_t>(random() & 0xFF);
-    return bytes;
 }
 
 } // namespace lightpen
