@@ -68,11 +68,12 @@ int programMain(int argc, char** argv) {
     Platform::setCurrent(&linuxPlatform.platform());
     warnOfRoot();
     ApplicationBus requests(kProgram);
-    applicationMain([&linuxPlatform] { return linuxPlatform.run(); },
-                    {{.logFile = linuxPlatform.log().file(),
-                      .pointer = [&linuxPlatform] { return linuxPlatform.pointerInUse(); }},
-                     &requests,
-                     options->action});
+    ApplicationSurroundings surroundings;
+    surroundings.facts.logFile = linuxPlatform.log().file();
+    surroundings.facts.pointer = [&linuxPlatform] { return linuxPlatform.pointerInUse(); };
+    surroundings.requests = &requests;
+    surroundings.action = options->action;
+    applicationMain([&linuxPlatform] { return linuxPlatform.run(); }, surroundings);
     return EXIT_FAILURE; // never: the application leaves by itself
 }
 
