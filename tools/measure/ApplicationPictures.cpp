@@ -265,7 +265,8 @@ void ApplicationPictures::takePenTrial() {
         const auto shown = fresh();
         return !shown.empty() && placeOf(shown.back()) == whole && comesToRest();
     });
-    for (const ScreenPoint& cross : PenTrial({double(whole.width()), double(whole.height())}).crosses()) {
+    const PenTrial trial({double(whole.width()), double(whole.height())});
+    for (const ScreenPoint& cross : trial.crosses()) {
         const auto place = " " + std::to_string(int(cross.x)) + " " + std::to_string(int(cross.y));
         require(program_.perform("tap" + place) && program_.perform("wait"), "The pen touched nothing.");
     }
