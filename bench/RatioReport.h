@@ -12,11 +12,13 @@
 
 #include <benchmark/benchmark.h>
 
+#include "measure/Figures.h"
+
 namespace lightpen::bench {
 
 // One line of the table: the time of ours divided by the time of theirs, by the names of the benchmarks.
 struct Ratio {
-    std::string what;
+    std::string what; // "ours : theirs", in words
     std::string ours;
     std::string theirs;
     // The ratio is meant to be below this; 0 where the comparison is for information only.
@@ -58,15 +60,22 @@ public:
             const double theirs = median(ratio.theirs);
             if (ours <= 0 || theirs <= 0)
                 std::printf("%-52s not run\n", ratio.what.c_str());
-            else if (ratio.aim <= 0)
-                std::printf("%-52s %10.1f %10.1f %8.3f\n", ratio.what.c_str(), ours, theirs, ours / theirs);
             else
-                std::printf("%-52s %10.1f %10.1f %8.3f   <%4.2f %s\n", ratio.what.c_str(), ours, theirs,
-                            ours / theirs, ratio.aim, ours / theirs < ratio.aim ? "met" : "missed");
+                print(ratio, ours, theirs);
         }
     }
 
 private:
+    static void print(const Ratio& ratio, double ours, double theirs) {
+        std::printf("%-52s %10.1f %10.1f %8.3f", ratio.what.c_str(), ours, theirs, ours / theirs);
+        if (ratio.aim > 0)
+            std::printf("   <%4.2f %s", ratio.aim, ours / theirs < ratio.aim ? "met" : "missed");
+        std::putchar('\n');
+        const std::size_t colon = ratio.what.find(" : ");
+        writeFigure({ratio.what.substr(0, colon), "ns", ours,
+                     colon == std::string::npos ? "" : ratio.what.substr(colon + 3), theirs,
+                     ratio.aim > 0 ? Goal::ratio : Goal::none, ratio.aim});
+    }
     static std::string nameOf(const Run& run) {
         return run.run_name.function_name + (run.run_name.args.empty() ? "" : "/" + run.run_name.args);
     }

@@ -1,18 +1,23 @@
 // SPDX-License-Identifier: MIT
 // How long it takes from a report of the pen, as the unit writes it to the kernel, to the event that a window
-// gets from the X server: with the driver, and with the least program that could do the job, in turns on one
-// machine. To be run in the guest, whose times are good for comparing only:
+// gets from the X server, on a quiet machine and on a busy one: with the driver, with the plainest forwarder
+// that could do the job, and with interception-tools, in turns. To be run in the guest, whose times are good
+// for comparing only; scripts/measure --kernel does so.
 //
-//   tests/kernel/boot --seconds 150 build/bench/bench/ReportToPointer
+//   ReportToPointer [ROUNDS]    LIGHTPEN_INTERCEPTION names the folder of interception-tools
+#include <sys/resource.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <utility>
 
+#include "bench/kernel/EvdevPointer.h"
 #include "bench/kernel/PointerWindow.h"
 #include "emulated/UnitControl.h"
 #include "kernel/gadget/GadgetBus.h"
@@ -24,6 +29,8 @@
 #include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
 #include "measure/Analysis.h"
+#include "measure/Figures.h"
+#include "measure/Load.h"
 #include "measure/ReportDelays.h"
 #include "measure/Requirement.h"
 #include "unit/CameraUnit.h"
@@ -33,46 +40,62 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr int kRounds = 3;
+constexpr int kRounds = 3; // unless said otherwise
 constexpr int kStrokes = 10;
 constexpr double kSpeed = 900; // screen points a second: 7 from report to report
 constexpr Microseconds kSettled = milliseconds(500);
-// A report comes each 8 ms and the driver looks each 16.8 ms for the newest: what it takes is 0 to 8 ms old,
-// and a touch has begun 0 to 16.8 ms ago. By design, this is what waiting alone takes in the mean.
-constexpr double kWaitOfMoves = 8.0 / 2;
-constexpr double kWaitOfPresses = 16.8 / 2;
+// A report comes each 8 ms and the driver looks each 16.8 ms for the newest: by design, what it takes is 0 to
+// 8 ms old, and a touch has begun 0 to 16.8 ms ago.
+constexpr double kMostWaitOfMoves = 8.0;
+constexpr double kMostWaitOfPresses = 16.8;
 
-// What the least program's pointer is called among the input devices.
-constexpr const char* kLeastPointerName = "LightPenNX7 yardstick";
+// What the pointers of the others are called among the input devices.
+constexpr const char* kForwarderName = "LightPenNX7 yardstick";
+constexpr const char* kInterceptedName = "LightPenNX7 intercepted";
 
 // The camera looks straight on, so that a fixed scale is a calibration; these are its corners.
 constexpr Size kScreen = Xorg::kScreen;
 const Optics kOptics = Optics::straight(kScreen);
 
-struct Measured {
+struct Delays {
     std::vector<double> moves;
     std::vector<double> presses;
     std::size_t seen = 0; // moves, explained or not
     std::size_t sent = 0; // reports with a spot
+    std::size_t strokes = 0;
+};
+
+// One program.
+struct Contender {
+    std::string name;
+    Delays quiet = {};
+    Delays loaded = {};
 };
 
 class Bench {
 public:
     Bench();
-    void runDriver() {
-        DriverProcess driver({.environment = {{"QT_QPA_PLATFORM", "xcb"}, {"DISPLAY", xorg_.display()}}});
-        require(driver.waitFor("create calibrator using point") && knock(),
-                "The driver does not use the unit:\n" + driver.log());
-        measure(driver_);
+    // One with real-time priority, or one of a user that has none.
+    void runDriver(Contender& driver, bool realTime);
+    void runForwarder();
+    void runInterception();
+    void runRound() {
+        runDriver(driver_, true);
+        runDriver(ordinaryDriver_, false);
+        runForwarder();
+        if (interception_)
+            runInterception();
     }
-    void runLeast();
     void print() const;
 
 private:
+    void print(const std::vector<const Contender*>& others, bool moves, bool load) const;
     void noteReport(const UnitReport& report);
     bool knock();
-    void measure(Measured& measured);
+    void measure(Contender& contender);
+    void play(Delays& delays);
     std::vector<SentReport> takeSent();
+    PointerRange range();
 
     SystemClock clock_;
     const PackagedRule rule_;
@@ -84,8 +107,12 @@ private:
     std::mutex mutex_;
     std::vector<SentReport> sent_;
     bool touching_ = false;
-    Measured driver_;
-    Measured least_;
+    FileDescriptor intercepted_; // a pointer beside the unit, while somebody is to have it
+    const char* const interception_ = std::getenv("LIGHTPEN_INTERCEPTION");
+    Contender driver_{"this driver, real-time priority"};
+    Contender ordinaryDriver_{"this driver, ordinary priority"};
+    Contender forwarder_{"a plain forwarder, hidraw to uinput"};
+    Contender others_{"interception-tools, evdev to uinput"};
 };
 
 Bench::Bench() {
@@ -100,6 +127,7 @@ Bench::Bench() {
 void Bench::noteReport(const UnitReport& report) {
     const std::lock_guard hold(mutex_);
     const bool spot = report.kind == ReportKind::spot;
+    const bool says = spot || touching_;
     if (spot) {
         const auto& bytes = report.bytes;
         const ScreenPoint place = kOptics.unproject(
@@ -107,6 +135,16 @@ void Bench::noteReport(const UnitReport& report) {
         sent_.push_back({clock_.now(), place, !touching_});
     }
     touching_ = spot;
+    if (intercepted_ && says && !writeReport(intercepted_.get(), report.bytes))
+        std::fputs("A pointer event was not taken.\n", stderr);
+}
+
+// Of the camera's view of the screen.
+PointerRange Bench::range() {
+    const CameraPoint topLeft = unit_.seen({0, 0});
+    const CameraPoint bottomRight = unit_.seen({kScreen.width, kScreen.height});
+    const auto whole = [](double value) { return static_cast<int>(std::lround(value)); };
+    return {whole(topLeft.x), whole(topLeft.y), whole(bottomRight.x), whole(bottomRight.y)};
 }
 
 std::vector<SentReport> Bench::takeSent() {
@@ -126,9 +164,17 @@ bool Bench::knock() {
     return false;
 }
 
-// One hand for both: strokes to the right, each from another place, so that no two touches fall alike into
+void Bench::measure(Contender& contender) {
+    play(contender.quiet);
+    const char* const figures = std::getenv("LIGHTPEN_FIGURES");
+    // The host's disk, where there is one: the guest's own files are in its memory.
+    const Load load(figures ? std::filesystem::path(figures).parent_path() : "/tmp");
+    play(contender.loaded);
+}
+
+// One hand for all: strokes to the right, each from another place, so that no two touches fall alike into
 // the driver's passes.
-void Bench::measure(Measured& measured) {
+void Bench::play(Delays& delays) {
     Hand hand;
     for (int stroke = 0; stroke < kStrokes; ++stroke)
         hand.drag({{60.0 + 37 * stroke, 80.0 + 55 * stroke}, {760.0 + 41 * stroke, 100.0 + 55 * stroke}},
@@ -141,70 +187,150 @@ void Bench::measure(Measured& measured) {
     const auto sent = takeSent();
     const auto seen = window_.takeEvents();
     for (const double delay : moveDelays(sent, seen))
-        measured.moves.push_back(delay);
+        delays.moves.push_back(delay);
     for (const double delay : pressDelays(sent, seen))
-        measured.presses.push_back(delay);
-    measured.seen += countOf(seen, CanvasEvent::Kind::move);
-    measured.sent += sent.size();
+        delays.presses.push_back(delay);
+    delays.seen += countOf(seen, CanvasEvent::Kind::move);
+    delays.sent += sent.size();
+    delays.strokes += kStrokes;
 }
 
-void Bench::runLeast() {
+void Bench::runDriver(Contender& contender, bool realTime) {
+    DriverProcess driver({.environment = {{"QT_QPA_PLATFORM", "xcb"}, {"DISPLAY", xorg_.display()}}});
+    // Its first thread that asks comes seconds later.
+    const rlimit highest{10, 10};
+    require(!realTime || prlimit(driver.pid(), RLIMIT_RTPRIO, &highest, nullptr) == 0,
+            "The driver cannot be given real-time priority.");
+    require(driver.waitFor("create calibrator using point") && knock(),
+            "The driver does not use the unit:\n" + driver.log());
+    measure(contender);
+}
+
+void Bench::runForwarder() {
     std::string node;
     require(eventually([&] { return !(node = test::penNode()).empty(); }), "The unit has no pen interface.");
-    const CameraPoint topLeft = unit_.seen({0, 0});
-    const CameraPoint bottomRight = unit_.seen({kScreen.width, kScreen.height});
-    const auto number = [](double value) { return std::to_string(std::lround(value)); };
-    const std::size_t before = xorg_.timesAdded(kLeastPointerName);
-    std::unique_ptr<ChildProcess> least;
+    const PointerRange whole = range();
+    const auto number = [](int value) { return std::to_string(value); };
+    const std::size_t before = xorg_.timesAdded(kForwarderName);
+    std::unique_ptr<ChildProcess> forwarder;
     const std::string ready =
-        startAndReadLine(least, {LIGHTPEN_LEAST_POINTER, node, number(topLeft.x), number(topLeft.y),
-                                 number(bottomRight.x), number(bottomRight.y), kLeastPointerName, "%fd%"});
-    require(ready == "ready", "The least program does not start.");
-    require(xorg_.awaitAdded(kLeastPointerName, before),
-            "The X server does not see the least program's pointer.");
-    require(knock(), "The least program moves nothing.");
-    measure(least_);
+        startAndReadLine(forwarder, {LIGHTPEN_LEAST_POINTER, node, number(whole.left), number(whole.top),
+                                     number(whole.right), number(whole.bottom), kForwarderName, "%fd%"});
+    require(ready == "ready", "The forwarder does not start.");
+    require(xorg_.awaitAdded(kForwarderName, before), "The X server does not see the forwarder's pointer.");
+    require(knock(), "The forwarder moves nothing.");
+    measure(forwarder_);
 }
 
-void printRow(const char* name, const std::vector<double>& values) {
+// The node of a pointer that was made here.
+std::string nodeOf(int pointer) {
+    std::array<char, 64> name{};
+    if (ioctl(pointer, UI_GET_SYSNAME(name.size()), name.data()) < 0)
+        return {};
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string("/sys/devices/virtual/input/") + name.data()))
+        if (entry.path().filename().string().starts_with("event"))
+            return "/dev/input/" + entry.path().filename().string();
+    return {};
+}
+
+// What it reads is no report but an event of the kernel's, which is written with the report: the way through
+// USB is spared it.
+void Bench::runInterception() {
+    const std::size_t before = xorg_.timesAdded(kInterceptedName);
+    {
+        FileDescriptor made(makePointer(range(), kInterceptedName));
+        const std::lock_guard hold(mutex_);
+        intercepted_ = std::move(made);
+    }
+    require(xorg_.awaitAdded(kInterceptedName, before), "The X server does not see the pointer.");
+    const std::string node = nodeOf(intercepted_.get());
+    const std::string tools = std::string(interception_) + "/usr/bin/";
+    const ChildProcess both({"/bin/sh", "-c",
+                             "LD_LIBRARY_PATH=$(echo " + std::string(interception_) +
+                                 "/usr/lib/*-linux-gnu) && export LD_LIBRARY_PATH && " + tools +
+                                 "interception -g " + node + " | " + tools + "uinput -d " + node});
+    require(xorg_.awaitAdded(kInterceptedName, before + 1), "interception-tools make no pointer.");
+    require(knock(), "interception-tools move nothing.");
+    measure(others_);
+    const std::lock_guard hold(mutex_);
+    intercepted_ = {}; // ends them
+}
+
+// The delays as they would be if each event also had to wait for the driver's poll.
+std::vector<double> withWait(const std::vector<double>& delays, double mostWait) {
+    constexpr int kParts = 32;
+    std::vector<double> waited;
+    for (const double delay : delays)
+        for (int part = 0; part < kParts; ++part)
+            waited.push_back(delay + mostWait * (part + 0.5) / kParts);
+    return waited;
+}
+
+void printRow(const std::string& name, const std::vector<double>& values) {
     const Spread spread = spreadOf(values);
-    std::printf("  %-34s %6zu %9.2f %9.2f %9.2f %9.2f\n", name, spread.count, spread.median,
+    std::printf("  %-58s %6zu %9.2f %9.2f %9.2f %9.2f\n", name.c_str(), spread.count, spread.median,
                 spread.percentile95, spread.percentile99, spread.mean);
 }
 
-void printRatio(const char* name, const std::vector<double>& ours, const std::vector<double>& least,
-                double wait) {
+void compare(const std::string& what, const Contender& driver, const std::vector<double>& ours,
+             const Contender& other, const std::vector<double>& theirs, double mostWait) {
     const Spread one = spreadOf(ours);
-    const Spread other = spreadOf(least);
-    std::printf("  %-34s %6s %9.2f %9.2f %9s %9.2f\n", name, "", one.median / other.median,
-                one.percentile95 / other.percentile95, "", one.mean / other.mean);
-    std::printf("  %-34s %6s %9s %9s %9s %9.2f   (%.2f ms)\n", "  the mean without the wait", "", "", "", "",
-                (one.mean - wait) / other.mean, one.mean - wait);
+    const Spread waited = spreadOf(withWait(theirs, mostWait));
+    const Spread alone = spreadOf(theirs);
+    const std::string against = other.name + ", and that wait";
+    const std::string of = what + ", " + driver.name;
+    writeFigure({of + ", median", "ms", one.median, against, waited.median});
+    writeFigure({of + ", 99th percentile", "ms", one.percentile99, against, waited.percentile99});
+    writeFigure({of + ", mean beyond the wait", "ms", one.mean - mostWait / 2, other.name, alone.mean});
+    std::printf("  %-58s %6s %9.2f %9s %9.2f %9.2f\n", ("  " + driver.name + " : " + against).c_str(), "",
+                one.median / waited.median, "", one.percentile99 / waited.percentile99,
+                (one.mean - mostWait / 2) / alone.mean);
+}
+
+// The delays of a kind.
+const std::vector<double>& delaysOf(const Contender& contender, bool moves, bool load) {
+    const Delays& delays = load ? contender.loaded : contender.quiet;
+    return moves ? delays.moves : delays.presses;
 }
 
 void Bench::print() const {
-    std::printf("  %-34s %6s %9s %9s %9s %9s\n", "milliseconds", "count", "median", "p95", "p99", "mean");
-    printRow("report to move, driver", driver_.moves);
-    printRow("report to move, least program", least_.moves);
-    printRatio("ratio", driver_.moves, least_.moves, kWaitOfMoves);
-    printRow("touch to press, driver", driver_.presses);
-    printRow("touch to press, least program", least_.presses);
-    printRatio("ratio", driver_.presses, least_.presses, kWaitOfPresses);
-    for (const auto& [name, measured] : {std::pair{"driver", &driver_}, {"least program", &least_}})
-        std::printf("  %s: %zu reports with a spot became %zu moves, of which %zu are explained\n", name,
-                    measured->sent, measured->seen, measured->moves.size());
-    std::printf(
-        "  Waiting for the driver's next look takes %.1f ms (moves) and %.1f ms (presses) in the mean.\n",
-        kWaitOfMoves, kWaitOfPresses);
+    std::vector<const Contender*> others{&forwarder_};
+    if (interception_)
+        others.push_back(&others_);
+    for (const bool load : {false, true})
+        for (const bool moves : {true, false})
+            print(others, moves, load);
+    std::vector<const Contender*> all{&driver_, &ordinaryDriver_};
+    all.insert(all.end(), others.begin(), others.end());
+    for (const Contender* contender : all)
+        for (const Delays* delays : {&contender->quiet, &contender->loaded})
+            std::printf("  %s%s: %zu strokes became %zu presses, %zu reports %zu moves, %zu explained\n",
+                        contender->name.c_str(), delays == &contender->loaded ? ", load" : "",
+                        delays->strokes, delays->presses.size(), delays->sent, delays->seen,
+                        delays->moves.size());
 }
 
-int run() {
+void Bench::print(const std::vector<const Contender*>& others, bool moves, bool load) const {
+    const std::string what =
+        std::string(moves ? "report to move" : "touch to press") + (load ? " under load" : "");
+    std::printf("%-60s %6s %9s %9s %9s %9s\n", (what + ", milliseconds").c_str(), "count", "median", "p95",
+                "p99", "mean");
+    for (const Contender* driver : {&driver_, &ordinaryDriver_})
+        printRow(driver->name, delaysOf(*driver, moves, load));
+    for (const Contender* other : others)
+        printRow(other->name, delaysOf(*other, moves, load));
+    for (const Contender* driver : {&driver_, &ordinaryDriver_})
+        for (const Contender* other : others)
+            compare(what, *driver, delaysOf(*driver, moves, load), *other, delaysOf(*other, moves, load),
+                    moves ? kMostWaitOfMoves : kMostWaitOfPresses);
+}
+
+int run(int rounds) {
     try {
         Bench bench;
-        for (int round = 0; round < kRounds; ++round) {
-            bench.runDriver();
-            bench.runLeast();
-        }
+        for (int round = 0; round < rounds; ++round)
+            bench.runRound();
         bench.print();
         return EXIT_SUCCESS;
     } catch (const std::exception& problem) {
@@ -216,6 +342,6 @@ int run() {
 } // namespace
 } // namespace lightpen::bench
 
-int main() {
-    return lightpen::bench::run();
+int main(int argc, char** argv) {
+    return lightpen::bench::run(argc > 1 ? std::atoi(argv[1]) : lightpen::bench::kRounds);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "calibration/Calibrator.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <utility>
@@ -97,6 +98,21 @@ ScreenPoint Calibrator::mapPointFrom(CameraPoint point) const {
     const ScreenPoint result = transformed(point);
     logLine("Calibr n:503 map point result: %s", PointText(result).c_str());
     return result;
+}
+
+// In two steps of a few points, so that the compiler divides two at a time.
+void Calibrator::transformed(std::span<const CameraPoint> points, std::span<ScreenPoint> results) const {
+    const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
+        vector_[0], vector_[1], vector_[2], vector_[3], vector_[4], vector_[5], vector_[6], vector_[7]};
+    std::array<double, 64> scales;
+    for (std::size_t done = 0; done < points.size(); done += scales.size()) {
+        const auto some = points.subspan(done, std::min(scales.size(), points.size() - done));
+        for (std::size_t i = 0; i < some.size(); ++i)
+            scales[i] = 1 / static_cast<double>(static_cast<float>(g * some[i].x + h * some[i].y + 1.0));
+        for (std::size_t i = 0; i < some.size(); ++i)
+            results[done + i] = {(a * some[i].x + b * some[i].y + c) * scales[i],
+                                 (d * some[i].x + e * some[i].y + f) * scales[i]};
+    }
 }
 
 } // namespace lightpen

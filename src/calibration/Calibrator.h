@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "platform/Geometry.h"
 
@@ -36,6 +37,9 @@ public:
     ScreenPoint mapPointFrom(CameraPoint point) const;
     // The same without the log line.
     ScreenPoint transformed(CameraPoint point) const;
+    // The same for each point of a block, but for the last few bits: one division serves both coordinates.
+    // There is room for as many results.
+    void transformed(std::span<const CameraPoint> points, std::span<ScreenPoint> results) const;
     // Always true: the choice between several calibrators is the caller's.
     bool pointInside(CameraPoint) const { return true; }
 

@@ -214,6 +214,22 @@ TEST(CalibratorTest, PointsOutsideAreMappedOutsideAndStillCountAsInside) {
     EXPECT_GT(calibrator.transformed({2560, 1920}).y, 1005);
 }
 
+TEST(CalibratorTest, ABlockIsMappedAsItsPointsAre) {
+    const Calibrator calibrator({{450, 350}, {2100, 300}, {2200, 1650}, {350, 1550}},
+                                {{170, 75}, {1580, 930}});
+    std::vector<CameraPoint> points;
+    for (int i = 0; i < 131; ++i) // two of the steps that it takes, and a bit
+        points.push_back({17.0 * i + 3, 1900.0 - 13 * i});
+    std::vector<ScreenPoint> mapped(points.size() + 1, ScreenPoint{-5, -6});
+    calibrator.transformed(points, mapped);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const ScreenPoint alone = calibrator.transformed(points[i]);
+        EXPECT_NEAR(mapped[i].x, alone.x, 1e-9) << i;
+        EXPECT_NEAR(mapped[i].y, alone.y, 1e-9) << i;
+    }
+    EXPECT_EQ(mapped.back(), (ScreenPoint{-5, -6})) << "nothing is written behind them";
+}
+
 TEST(CalibratorTest, EachMappedPointIsOneLogLine) {
     const RecordingLog log;
     const Calibrator calibrator({{0, 0}, {2, 0}, {2, 4}, {0, 4}}, {{0, 0}, {4, 2}});

@@ -6,6 +6,7 @@
 
 #include "emulated/ScreenArea.h"
 #include "measure/CalibrationTrial.h"
+#include "measure/Figures.h"
 #include "measure/MeasureProgram.h"
 
 namespace lightpen {
@@ -56,6 +57,16 @@ bool play(const std::vector<CalibrationScene>& scenes, CalibrationTrial& trial,
 
 // Returns whether every aim is met.
 bool report(const std::vector<AccuracyRow>& rows, const std::filesystem::path& output) {
+    for (const AccuracyRow& row : rows) {
+        const Goal goal = row.noise > 0 ? Goal::none : Goal::value;
+        const std::string what = row.pose + ", " + row.session + (row.noise > 0 ? ", noise" : "");
+        const auto& [reached, limit] = row.accuracy;
+        const char* const against = "the camera's whole numbers";
+        writeFigure({what + ", median", "points", reached.pointer.median, against, limit.pointer.median, goal,
+                     AccuracyAims().pointerMedian});
+        writeFigure({what + ", worst", "points", reached.pointer.worst, against, limit.pointer.worst, goal,
+                     AccuracyAims().pointerWorst});
+    }
     const auto missed = missedAims(rows);
     std::printf("\n%s", tableOf(rows).c_str());
     for (const std::string& sentence : missed)

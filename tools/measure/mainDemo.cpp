@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The demo: the real driver with an emulated unit, a hand that writes, and a canvas that sees what arrives.
+#include <sched.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <thread>
 #include <utility>
 
 #include "measure/DriverDesktop.h"
+#include "measure/Figures.h"
+#include "measure/Load.h"
 #include "measure/MeasureProgram.h"
 #include "measure/PenDemonstration.h"
 #include "measure/Table.h"
@@ -31,23 +37,55 @@ bool report(const DemoRecord& record) {
     const auto lost = losses(record, kNotifications);
     for (const std::string& sentence : lost)
         std::printf("LOST: %s\n", sentence.c_str());
+    for (const std::string& sentence : lost)
+        writeRemark(sentence);
     return lost.empty();
 }
 
-int runDemo(DriverDesktop& desktop, const std::filesystem::path& output) {
+// How many of the hand's touches on the screen there were, and how many presses more or less.
+void writeFigures(const DemoRecord& record, bool load) {
+    const std::string under = load ? " under load" : "";
+    const auto touches = static_cast<double>(std::ranges::count_if(
+        record.touches, [&](const HandTouch& touch) { return onScreen(touch, record.screen); }));
+    const auto presses = static_cast<double>(countOf(record.seen, CanvasEvent::Kind::press));
+    const Spread delay = spreadOf(pointerDelays(record.injected, record.seen));
+    writeFigure(
+        {"presses of the demo" + under, "", presses, "touches of the hand", touches, Goal::difference});
+    writeFigure({"from the poll to the canvas" + under + ", median", "ms", delay.median});
+    writeFigure({"from the poll to the canvas" + under + ", 99th percentile", "ms", delay.percentile99});
+}
+
+// The unit stands for a device, which sends its reports whatever the machine is busy with: its thread goes
+// before ordinary programs where this one may have it so.
+void startUnit(EmulatedBus& bus) {
+    const sched_param first{1};
+    const sched_param ordinary{0};
+    const bool may = sched_setscheduler(0, SCHED_FIFO, &first) == 0;
+    bus.runInRealTime();
+    if (may)
+        sched_setscheduler(0, SCHED_OTHER, &ordinary);
+    else
+        std::puts("The unit's own thread has no priority: under load it may be late itself.");
+}
+
+int runDemo(DriverDesktop& desktop, const std::filesystem::path& output, bool underLoad) {
     CanvasProcess canvas(desktop.platform.runLoop);
     requireNone(canvas.start(beside("lightpen-canvas"), desktop.platform.desktop.mainScreen()->name));
     EmulatedBus bus(desktop.real.registry(), desktop.platform.runLoop, desktop.platform.clock);
     noteTakenReports(bus, desktop.recording, desktop.platform.clock);
-    bus.runInRealTime();
+    auto load = underLoad ? std::make_unique<Load>(output) : nullptr;
+    startUnit(bus);
     PenDemonstration demonstration(desktop.platform, bus, canvas);
     const std::string problem = demonstration.run();
+    load.reset();
 
     const std::string picture = (output / "canvas.png").string();
     canvas.command("save " + picture);
     const bool saved = canvas.waitFor(CanvasEvent::Kind::saved, kSavePatience);
-    const bool complete = report({canvas.size(), demonstration.touches(), desktop.recording.injectedEvents(),
-                                  desktop.recording.postedNotifications(), canvas.events()});
+    const DemoRecord record{canvas.size(), demonstration.touches(), desktop.recording.injectedEvents(),
+                            desktop.recording.postedNotifications(), canvas.events()};
+    const bool complete = report(record);
+    writeFigures(record, underLoad);
     if (!problem.empty())
         std::printf("%s\n", problem.c_str());
     std::printf("%s\nThe driver's log: %s\n",
@@ -58,15 +96,18 @@ int runDemo(DriverDesktop& desktop, const std::filesystem::path& output) {
 }
 
 int demoMain(int argc, char** argv) {
-    if (argc != 3 || std::strcmp(argv[1], "--output") != 0) {
-        std::fputs("usage: lightpen-demo --output FOLDER\n", stderr);
+    const bool underLoad = argc == 4 && std::strcmp(argv[3], "--load") == 0;
+    if ((argc != 3 && !underLoad) || std::strcmp(argv[1], "--output") != 0) {
+        std::fputs("usage: lightpen-demo --output FOLDER [--load]\n"
+                   "--load: with programs that compute and write beside it, so that the machine is busy\n",
+                   stderr);
         return 2;
     }
     const std::filesystem::path output = folderNamed(argv[2]);
     LinuxPlatformSettings settings = settingsIn(output);
     settings.settingsFile.clear(); // the demo is of the program as its user has set it
     DriverDesktop desktop(output / "driver.log", std::move(settings));
-    return runDemo(desktop, output);
+    return runDemo(desktop, output, underLoad);
 }
 
 } // namespace
