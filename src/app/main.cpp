@@ -17,24 +17,11 @@
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "linux_desktop/process/RootUser.h"
 #include "linux_desktop/process/SingleInstance.h"
-#include "platform/Log.h"
 
 namespace lightpen {
 namespace {
 
 constexpr const char* kProgram = "LightPenNX7";
-
-// The one that runs shows its window. A session manager that brings back what ran before wants no window.
-int askTheOther(int argc, char** argv, const ProgramOptions& options) {
-    if (options.restored)
-        return EXIT_SUCCESS;
-    const QCoreApplication application(argc, argv);
-    const std::string wish =
-        options.action.empty() ? std::string(ApplicationRequests::kShow) : options.action;
-    if (const std::string problem = askRunningApplication(kProgram, wish); !problem.empty())
-        logLine("%s: the one that runs cannot be asked for its window: %s", kProgram, problem.c_str());
-    return EXIT_SUCCESS;
-}
 
 int programMain(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv + 1, argv + argc);
@@ -59,8 +46,12 @@ int programMain(int argc, char** argv) {
     if (options->list)
         return printMachine(argc, argv, settings);
     const SingleInstance instance(kProgram);
-    if (instance.runsAlready())
-        return askTheOther(argc, argv, *options);
+    if (instance.runsAlready()) {
+        // A session manager that brings back what ran before wants no window.
+        if (!options->restored)
+            leaveToRunningApplication(argc, argv, kProgram, options->action);
+        return EXIT_SUCCESS;
+    }
     setUpQtMessages();
     const QApplication application(argc, argv);
     setUpQtApplication();

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <utility>
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
@@ -160,6 +161,13 @@ std::string askRunningApplication(const std::string& program, const std::string&
         QThread::msleep(kPause.count());
     }
     return answer.type() == QDBusMessage::ErrorMessage ? answer.errorMessage().toStdString() : "";
+}
+
+void leaveToRunningApplication(int argc, char** argv, const std::string& program, const std::string& action) {
+    const QCoreApplication application(argc, argv);
+    const std::string wish = action.empty() ? std::string(ApplicationRequests::kShow) : action;
+    if (const std::string problem = askRunningApplication(program, wish); !problem.empty())
+        logLine("%s: the one that runs cannot be asked for its window: %s", program.c_str(), problem.c_str());
 }
 
 } // namespace lightpen

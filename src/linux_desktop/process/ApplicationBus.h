@@ -59,4 +59,9 @@ private:
 // kind.
 std::string askRunningApplication(const std::string& program, const std::string& action);
 
+// What a program does that was started while the one of this name runs: it asks that one for the action, or,
+// where there is none, for its window. A log line when that one cannot be asked. Makes the application
+// object.
+void leaveToRunningApplication(int argc, char** argv, const std::string& program, const std::string& action);
+
 } // namespace lightpen
