@@ -111,7 +111,8 @@ LinuxPlatform::Parts::Parts(LinuxPlatformSettings settings)
       dataFiles(std::move(settings.userFiles), std::move(settings.shippedFiles)),
       desktop(defaults, geometry, std::move(settings.screen)),
       pointer(pointerWays(chosenPointer(settings.pointer, defaults)), geometry),
-      shell(notifications, unitAccess, std::move(settings.applicationFolder), std::move(settings.loginFolder),
+      shell(notifications, unitAccess, std::move(settings.applicationFolder),
+            std::move(settings.startedProgram), std::move(settings.loginFolder),
             std::move(settings.systemLoginFolders)) {
     registry.publish({"IOHIDSystem", "IOService:/IOResources/IOHIDSystem", {}, {}});
     if (settings.units == Units::ofTheMachine)

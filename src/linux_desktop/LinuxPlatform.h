@@ -42,8 +42,10 @@ struct LinuxPlatformSettings {
     // system's, autostart below $XDG_CONFIG_DIRS, which are only read.
     std::string loginFolder;
     std::vector<std::string> systemLoginFolders;
-    // The folder with the information dictionary and the resources.
+    // The folder with the information dictionary and the resources, and the program in it that starts at
+    // login.
     std::filesystem::path applicationFolder;
+    std::string startedProgram = "LightPenNX7";
     // A choice of automatic leaves it to the user default "Log" ("stderr", "file" or "none"). The log file's
     // folder is NAME below $XDG_STATE_HOME.
     ProgramLog::Settings log;

@@ -12,7 +12,6 @@ namespace lightpen {
 namespace {
 
 constexpr const char* kInformation = "Info.plist";
-constexpr const char* kProgram = "LightPenNX7";
 constexpr const char* kResources = "resources";
 constexpr std::string_view kIdentifier = "CFBundleIdentifier";
 
@@ -37,8 +36,8 @@ std::optional<PropertyListDictionary> readLogged(const std::filesystem::path& pa
 } // namespace
 
 ApplicationBundle::ApplicationBundle(std::filesystem::path folder,
-                                     std::function<std::vector<std::string>()> languages)
-    : folder_(std::move(folder)), languages_(std::move(languages)) {}
+                                     std::function<std::vector<std::string>()> languages, std::string program)
+    : folder_(std::move(folder)), languages_(std::move(languages)), program_(std::move(program)) {}
 
 std::filesystem::path ApplicationBundle::folderOfTheProgram() {
     std::error_code unknown;
@@ -51,7 +50,7 @@ std::filesystem::path ApplicationBundle::resourcesOfTheProgram() {
 }
 
 std::string ApplicationBundle::executablePath() const {
-    return (folder_ / kProgram).string();
+    return (folder_ / program_).string();
 }
 
 std::optional<std::string> ApplicationBundle::bundleIdentifier() const {

@@ -15,8 +15,10 @@ namespace lightpen {
 // put anywhere. Main thread.
 class ApplicationBundle final : public Bundle {
 public:
-    // The languages, the preferred one first, decide where localizedStringForKey() looks.
-    ApplicationBundle(std::filesystem::path folder, std::function<std::vector<std::string>()> languages);
+    // The languages, the preferred one first, decide where localizedStringForKey() looks. The program is the
+    // name of the application's file in the folder.
+    ApplicationBundle(std::filesystem::path folder, std::function<std::vector<std::string>()> languages,
+                      std::string program = "LightPenNX7");
     // Where the running program's own file is; empty when the system does not say.
     static std::filesystem::path folderOfTheProgram();
     // The folder "resources" in it. Both: any thread.
@@ -37,6 +39,7 @@ private:
 
     const std::filesystem::path folder_;
     const std::function<std::vector<std::string>()> languages_;
+    const std::string program_;
     mutable std::optional<PropertyListDictionary> information_; // read once, also when there is none
 };
 

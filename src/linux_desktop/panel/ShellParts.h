@@ -20,10 +20,11 @@ namespace lightpen {
 struct ShellParts {
     // The centre and the access outlive them.
     ShellParts(NotificationCenter& notifications, const UnitAccess& unitAccess,
-               std::filesystem::path applicationFolder, std::string loginFolder,
+               std::filesystem::path applicationFolder, std::string program, std::string loginFolder,
                std::vector<std::string> systemLoginFolders)
-        : locales(notifications),
-          bundle(std::move(applicationFolder), [this] { return locales.preferredLanguages(); }),
+        : locales(notifications), bundle(
+                                      std::move(applicationFolder),
+                                      [this] { return locales.preferredLanguages(); }, std::move(program)),
           loginItems(std::move(loginFolder), std::move(systemLoginFolders)), shell{bundle,     locales,
                                                                                    loginItems, statusBar,
                                                                                    workspace,  notices,

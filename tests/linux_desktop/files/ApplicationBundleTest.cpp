@@ -62,6 +62,9 @@ protected:
 
 TEST_F(ApplicationBundleTest, IsTheFolderOfTheProgram) {
     EXPECT_EQ(bundle().executablePath(), path("LightPenNX7"));
+    const ApplicationBundle other(
+        folder, [] { return std::vector<std::string>{}; }, "LightPenNX7-webcam");
+    EXPECT_EQ(other.executablePath(), path("LightPenNX7-webcam"));
     EXPECT_EQ(ApplicationBundle::folderOfTheProgram(),
               std::filesystem::read_symlink("/proc/self/exe").parent_path());
 }
