@@ -12,7 +12,7 @@
 namespace lightpen {
 
 void applicationMain(const std::function<int()>& mainLoop, const ApplicationSurroundings& surroundings) {
-    LightPenNX7Controller::initialize();
+    LightPenNX7Controller::initialize(surroundings.facts.camera.has_value());
     // Under Wayland a window's picture is that of its desktop entry, elsewhere its own.
     QGuiApplication::setDesktopFileName(QStringLiteral("org.lightpen.LightPenNX7"));
     QGuiApplication::setWindowIcon(resourceIcon("Picture 1"));

@@ -49,6 +49,8 @@ void LightPenNX7Controller::setProgramFacts(const ProgramFacts& facts) {
 
 void LightPenNX7Controller::makeHome() {
     Home::Deeds deeds;
+    if (homeParts().facts.camera)
+        deeds.switchCamera = homeParts().facts.camera->switchOn;
     deeds.calibration = {[this] { calibrate(false, kFromTheWindow); },
                          [this] { calibrate(true, kFromTheWindow); }, [this] { undoCalibration(); }};
     deeds.settings = {[this](std::string_view key) { settingDidChange(key); },
@@ -91,7 +93,7 @@ void LightPenNX7Controller::updateHome() {
         return;
     Home::Content content;
     content.picture = conditionPicture();
-    content.state = displayText(PenCondition::textKey(condition_.state()));
+    content.state = conditionWords(QStringLiteral("\n"));
     content.command = QString::fromStdString(condition_.detail());
     content.possible = {.byTouching = deviceConnected_,
                         .automatically = deviceConnected_ && home_->facts.cameraSeesScreen,
@@ -103,6 +105,16 @@ void LightPenNX7Controller::updateHome() {
     content.texts = [this](std::string_view key) { return displayText(key); };
     content.facts = home_->facts;
     home_->home->setContent(content);
+}
+
+// The program's own camera says why there is no unit, and is told of as long as it looks.
+QString LightPenNX7Controller::conditionWords(const QString& between) {
+    const QString words = displayText(PenCondition::textKey(condition_.state()));
+    const auto& camera = homeParts().facts.camera;
+    if (!camera || words.isEmpty())
+        return words;
+    const QString ofCamera = displayText(camera->state());
+    return condition_.state() == PenCondition::State::noUnit ? ofCamera : words + between + ofCamera;
 }
 
 // Those of the item for what is as it may be, the desktop's own sign for what is to be mended.

@@ -54,7 +54,7 @@ void LightPenNX7Controller::rebuildMenu(MenuMode menuMode) {
 }
 
 void LightPenNX7Controller::showToolTip() {
-    const QString words = displayText(PenCondition::textKey(condition_.state()));
+    const QString words = conditionWords(QStringLiteral(" \u2013 "));
     const QString name = localized("LightPenNX7");
     statusItem_->setToolTip(words.isEmpty() ? name : QStringLiteral("%1 \u2013 %2").arg(name, words));
     updateHome();

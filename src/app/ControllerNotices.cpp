@@ -75,6 +75,10 @@ void LightPenNX7Controller::followCondition() {
                               [this](const Notification&) { conditionDidChange(); });
     notifications.addObserver(this, kUnitAccessDidChange, nullptr,
                               [this](const Notification&) { updateCondition(); });
+    notifications.addObserver(this, kProgramCameraDidChange, nullptr, [this](const Notification&) {
+        if (controllerState.menuMode.load() != MenuMode{0})
+            showToolTip();
+    });
 }
 
 // Before the first menu there are no texts to tell it with.

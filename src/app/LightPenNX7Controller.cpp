@@ -55,11 +55,13 @@ RegisteredDefaults defaultsOf(const PropertyListDictionary& dictionary) {
 
 } // namespace
 
-void LightPenNX7Controller::initialize() {
+void LightPenNX7Controller::initialize(bool calibratesAutomatically) {
     printText("Light n:43 \n");
     const auto dictionary = Platform::current().shell.bundle.dictionaryWithContentsOfResource("NX", "plist");
     auto defaults = dictionary ? std::optional(defaultsOf(*dictionary)) : std::nullopt;
     printText("Light n:44 %p\n", static_cast<const void*>(defaults ? &*defaults : nullptr));
+    if (defaults && calibratesAutomatically)
+        defaults->insert_or_assign(std::string(kAutoCalibrationKey), true);
     if (defaults)
         Platform::current().defaults.registerDefaults(std::move(*defaults));
 }

@@ -51,8 +51,9 @@ public:
     // --- Start-up (LightPenNX7Controller.cpp)
 
     // Registers the application's defaults. Once, before the first controller is made. Without the file of
-    // the defaults it registers nothing.
-    static void initialize();
+    // the defaults it registers nothing. The menu's calibration is an automatic one until the user has
+    // chosen, where the program says so.
+    static void initialize(bool calibratesAutomatically = false);
     // Shows the status item, starts the driver (which takes seconds when a unit is there), builds the menu
     // and registers with the driver.
     void awakeFromNib();
@@ -176,6 +177,7 @@ private:
     void makeHome();
     void updateHome();
     QIcon conditionPicture();
+    QString conditionWords(const QString& between);
     void keepCalibrationBefore(const PointListRef& points);
     void undoCalibration();
     void settingDidChange(std::string_view key);

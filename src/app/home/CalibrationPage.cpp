@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/home/CalibrationPage.h"
 
+#include <initializer_list>
 #include <utility>
 
 #include <QLabel>
@@ -20,15 +21,34 @@ QLabel* wrappedLabel() {
 
 } // namespace
 
-CalibrationPage::CalibrationPage(Deeds deeds, QWidget* parent)
+CalibrationPage::CalibrationPage(Deeds deeds, First first, QWidget* parent)
     : QWidget(parent), byTouching_(addRow("calibrateByTouching", std::move(deeds.byTouching))),
       automatically_(addRow("calibrateAutomatically", std::move(deeds.automatically))),
-      undo_(addRow("undoCalibration", std::move(deeds.undo))), whyNot_(wrappedLabel()) {
+      undo_(addRow("undoCalibration", std::move(deeds.undo))), whyNot_(wrappedLabel()),
+      film_(wrappedLabel()) {
     whyNot_->setObjectName("whyNotAutomatically");
     auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
+    film_->setObjectName("filmHidesTargets");
     rows.insertWidget(rows.indexOf(automatically_.words) + 1, whyNot_);
+    rows.insertWidget(rows.indexOf(whyNot_) + 1, film_);
     rows.addStretch(1);
+    film_->setVisible(first == First::automatically);
+    if (first == First::automatically)
+        putAutomaticallyFirst();
     setPossible({});
+}
+
+void CalibrationPage::putAutomaticallyFirst() {
+    auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
+    int place = 0;
+    for (QWidget* const widget : std::initializer_list<QWidget*>{automatically_.words, whyNot_, film_}) {
+        rows.removeWidget(widget);
+        rows.insertWidget(place++, widget);
+    }
+    rows.removeWidget(automatically_.button);
+    rows.insertWidget(0, automatically_.button, 0, Qt::AlignLeading);
+    rows.insertSpacing(++place, rows.spacing());
+    setTabOrder(automatically_.button, byTouching_.button);
 }
 
 CalibrationPage::Row CalibrationPage::addRow(const char* name, std::function<void()> deed) {
@@ -65,6 +85,9 @@ void CalibrationPage::setTexts(const HomeTexts& texts) {
     say(undo_, texts("Undo the last calibration"), texts("The calibration before it counts again."));
     whyNot_->setText(texts("Not possible here: this desktop lets no program look at the screen, and the "
                            "camera in software needs to."));
+    film_->setText(
+        texts("With a film before the lens the camera does not see the targets: calibrate before it "
+              "is on, or by touching."));
 }
 
 } // namespace lightpen

@@ -29,7 +29,11 @@ public:
         std::function<void()> undo;
     };
 
-    explicit CalibrationPage(Deeds deeds, QWidget* parent = nullptr);
+    // The way that comes first. It is the automatic one for a camera of which one does not know whether it
+    // sees targets; then the page says when it does not.
+    enum class First { byTouching, automatically };
+
+    explicit CalibrationPage(Deeds deeds, First first = First::byTouching, QWidget* parent = nullptr);
 
     void setPossible(const Possible& possible);
     void setTexts(const HomeTexts& texts);
@@ -39,6 +43,7 @@ private:
         QPushButton* button;
         QLabel* words;
     };
+    void putAutomaticallyFirst();
     Row addRow(const char* name, std::function<void()> deed);
     static void say(const Row& row, const QString& button, const QString& words);
 
@@ -46,6 +51,7 @@ private:
     const Row automatically_;
     const Row undo_;
     QLabel* const whyNot_;
+    QLabel* const film_;
 };
 
 } // namespace lightpen

@@ -13,6 +13,7 @@
 
 namespace lightpen {
 
+class CameraSwitch;
 class HelpPage;
 class PenTrialView;
 
@@ -26,6 +27,8 @@ public:
         UnitView::Unit unit;
         std::function<void()> openHelp;
         std::function<QString()> report; // without it nothing offers one
+        // The camera is the program's own, and is switched on and off; without it, it is not.
+        std::function<void(bool)> switchCamera;
     };
     // What is shown.
     struct Content {
@@ -51,10 +54,13 @@ public:
     HomeWindow& window() { return window_; }
 
 private:
+    QWidget* unitPage();
+
     HomeWindow window_;
     CalibrationPage* const calibration_;
     PenTrialView* const penTrial_;
     UnitView* const unit_;
+    CameraSwitch* const camera_; // null where the camera is not the program's own
     SettingsPage* const settings_;
     HelpPage* const help_;
 };

@@ -2,9 +2,21 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace lightpen {
+
+// Posted in the process when the program's own camera is otherwise than before.
+inline constexpr std::string_view kProgramCameraDidChange = "kProgramCameraDidChange";
+
+// A camera that this program makes a camera unit of. Main thread.
+struct ProgramCamera {
+    std::function<std::string_view()> state; // how it is, in one line: a key of the string tables
+    std::function<bool()> switchedOn;        // whether the user wants it to look
+    std::function<void(bool)> switchOn;      // plugs the unit in, and lets the camera look; or neither
+};
 
 // What the window says of the running program, which the program's entry alone knows.
 struct ProgramFacts {
@@ -14,6 +26,8 @@ struct ProgramFacts {
     // Whether a camera finds targets on the screen without a hand. One in software has to look at the
     // screen, which a desktop may let no program do.
     bool cameraSeesScreen = true;
+    // None where units come by cable.
+    std::optional<ProgramCamera> camera = std::nullopt;
 };
 
 } // namespace lightpen
