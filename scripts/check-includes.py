@@ -20,6 +20,7 @@ ALLOWED = {
     "calibration": {"device", "matching", "platform"},
     "app": {"calibration", "device", "matching", "platform"},
     "linux_desktop": {"platform"},
+    "webcam": {"platform"},
     "unit": {"platform"},
     "emulated": SYSTEM | {"unit"},
     "measure": SYSTEM | {"unit", "emulated"},
