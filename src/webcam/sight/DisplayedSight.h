@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
 #include <vector>
 
 #include "webcam/sight/GreyView.h"
@@ -30,8 +29,7 @@ public:
     DisplayedLights look(const GreyView& picture);
 
 private:
-    bool isOfRoom(const Spot& blob) const;
-    void learnRoom(const std::vector<Spot>& blobs, bool dark);
+    void learnRoom(const std::vector<Spot>& blobs);
 
     std::vector<Spot> before_; // the blobs of the last picture, the room's included
     std::vector<Spot> room_;

@@ -23,7 +23,7 @@ int levelOfThreshold(std::uint16_t threshold);
 // without a signal. A pen that is found is followed in a small window; the whole picture is searched when it
 // is not there any more.
 //
-// Not for several threads at once. It allocates only when the size of the pictures changes.
+// Not for several threads at once. It allocates only while it finds more than ever before.
 class SpotFinder {
 public:
     static constexpr int kUsualLevel = 32;
@@ -73,26 +73,46 @@ private:
         double left = 0, right = 0, top = 0, bottom = 0;
     };
 
+    struct Cell {
+        int column = 0;
+        int row = 0;
+    };
+
     void begin(const GreyView& picture);
+    void settle(const GreyView& picture);
+    SpotLimits limitsOf(bool followed) const;
+    // Where the pen may be
     std::optional<Spot> follow(const GreyView& picture);
     std::optional<Spot> search(const GreyView& picture);
+    std::optional<Spot> standsOut() const;
+    bool outshines(const Spot& spot) const;
+    // What becomes of it
+    std::optional<Spot> begins(const std::optional<Spot>& spot);
     std::optional<Spot> accept(const Spot& spot);
     std::optional<Spot> lose(const std::optional<Spot>& elsewhere);
     bool keptStill(const Spot& spot);
-    void lookAt(const GreyView& picture, const CellGrid::Area& area, const SpotLimits& limits, int level);
-    void learn(const CellGrid::Area& area);
-    SpotLimits limits(bool followed) const;
+    // The cells
+    void findHot(const CellGrid::Area& area, int level);
+    void lookAtHot(const GreyView& picture, const CellGrid::Area& area, const SpotLimits& limits);
+    bool isTop(const Cell& cell, const CellGrid::Area& area) const;
+    void learn(const CellGrid::Area& area, int level, bool refused);
+    void noteShown();
+    void learnLamp(const Spot& spot);
+    std::vector<Cell> blindGroup(const Cell& first, std::vector<bool>& taken) const;
 
     int level_ = kUsualLevel;
     int width_ = 0;
     int height_ = 0;
     Microseconds taken_{};
+    int settling_ = 0; // pictures that are still taken for what is there without a pen
     CellGrid cells_;
+    std::vector<Cell> hot_; // those that are brighter than they were
     Sighting sighting_;
     std::optional<Track> tracked_;
     std::optional<Spot> pending_; // seen once, to be seen again
     Rest rest_;
-    int unrest_ = 0; // pictures for which a spot has to be seen twice
+    double shown_ = 0; // grey levels: how bright the screen has shown things
+    int unrest_ = 0;   // pictures for which a spot has to be seen twice
 };
 
 } // namespace lightpen::webcam
