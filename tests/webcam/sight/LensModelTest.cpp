@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "webcam/sight/LensModel.h"
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace lightpen::webcam {
+namespace {
+
+constexpr int kWidth = 640;
+constexpr int kHeight = 480;
+constexpr double kHalf = 400; // of the diagonal
+
+// How a camera far below and to the left sees a screen of 1920 by 1080.
+PicturePoint keystone(ScreenPoint point) {
+    const double x = point.x / 1920;
+    const double y = point.y / 1080;
+    const double w = 1 + 0.18 * x - 0.12 * y;
+    return {(70 + 560 * x + 18 * y) / w, (45 + 22 * x + 345 * y) / w};
+}
+
+// A barrel: what lies a half diagonal from the centre is seen so much nearer to it.
+PicturePoint bent(PicturePoint point, double barrel) {
+    const double x = point.x - (kWidth - 1) / 2.0;
+    const double y = point.y - (kHeight - 1) / 2.0;
+    const double factor = 1 - barrel * (x * x + y * y) / (kHalf * kHalf);
+    return {x * factor + (kWidth - 1) / 2.0, y * factor + (kHeight - 1) / 2.0};
+}
+
+// Dots in so many columns and rows, as they are seen with noise.
+std::vector<SeenDot> dots(int columns, int rows, double barrel, double noise = 0.05) {
+    std::mt19937 random(2);
+    std::normal_distribution<double> error(0, noise > 0 ? noise : 1);
+    std::vector<SeenDot> made;
+    for (int row = 0; row < rows; ++row)
+        for (int column = 0; column < columns; ++column) {
+            const ScreenPoint shown{60 + 1800.0 * column / std::max(columns - 1, 1),
+                                    50 + 980.0 * row / std::max(rows - 1, 1)};
+            PicturePoint seen = bent(keystone(shown), barrel);
+            if (noise > 0)
+                seen = {seen.x + error(random), seen.y + error(random)};
+            made.push_back({seen, shown});
+        }
+    return made;
+}
+
+TEST(LensModelTest, BendsNothingUnlessToldTo) {
+    const PicturePoint corner{3, 470};
+    EXPECT_EQ(LensModel().undistorted(corner), corner);
+    EXPECT_EQ(LensModel(kWidth, kHeight, 0).undistorted(corner), corner);
+    for (const double k : {std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -0.51, 0.51})
+        EXPECT_EQ(LensModel(kWidth, kHeight, k).undistorted(corner), corner);
+    EXPECT_EQ(LensModel(0, kHeight, 0.1).undistorted(corner), corner);
+    EXPECT_EQ(LensModel(kWidth, -1, 0.1).undistorted(corner), corner);
+}
+
+TEST(LensModelTest, MovesPlacesAlongTheirRay) {
+    const LensModel lens(kWidth, kHeight, 0.1);
+    const PicturePoint centre{319.5, 239.5};
+    EXPECT_EQ(lens.undistorted(centre), centre);
+    const PicturePoint moved = lens.undistorted({319.5 + 200, 239.5});
+    EXPECT_NEAR(moved.x, 319.5 + 200 * 1.025, 1e-9);
+    EXPECT_NEAR(moved.y, 239.5, 1e-9);
+    const PicturePoint corner = lens.undistorted({319.5 - 320, 239.5 - 240});
+    EXPECT_NEAR(corner.x, 319.5 - 352, 1e-9);
+    EXPECT_NEAR(corner.y, 239.5 - 264, 1e-9);
+}
+
+TEST(LensModelTest, IsEstimatedFromDots) {
+    for (const double barrel : {0.03, 0.1, -0.04}) {
+        const auto estimate = estimateLens(dots(8, 8, barrel), kWidth, kHeight);
+        ASSERT_TRUE(estimate.known) << barrel;
+        EXPECT_NEAR(estimate.lens.k(), barrel, std::abs(barrel) / 4) << barrel;
+        EXPECT_LT(estimate.error, 0.15) << barrel;
+        EXPECT_GT(estimate.straightError, 8 * estimate.error) << barrel;
+        double worst = 0;
+        for (const SeenDot& dot : dots(20, 20, barrel, 0)) {
+            const PicturePoint straight = estimate.lens.undistorted(dot.seen);
+            worst = std::max(
+                worst, std::hypot(straight.x - keystone(dot.shown).x, straight.y - keystone(dot.shown).y));
+        }
+        EXPECT_LT(worst, barrel == 0.1 ? 1.5 : 0.4) << barrel;
+    }
+}
+
+TEST(LensModelTest, AStraightLensStaysOne) {
+    const auto estimate = estimateLens(dots(8, 8, 0), kWidth, kHeight);
+    EXPECT_NEAR(estimate.lens.k(), 0, 0.001);
+    EXPECT_LT(estimate.error, 0.1);
+    const auto exact = estimateLens(dots(8, 8, 0, 0), kWidth, kHeight);
+    EXPECT_NEAR(exact.lens.k(), 0, 1e-6);
+}
+
+TEST(LensModelTest, NineDotsAreEnoughForAStrongBend) {
+    const auto estimate = estimateLens(dots(3, 3, 0.06), kWidth, kHeight);
+    ASSERT_TRUE(estimate.known);
+    EXPECT_NEAR(estimate.lens.k(), 0.06, 0.015);
+}
+
+TEST(LensModelTest, TooFewDotsTellNothing) {
+    const auto few = dots(2, 2, 0.1, 0);
+    for (std::size_t count = 0; count <= few.size(); ++count) {
+        const auto estimate = estimateLens(std::span(few).first(count), kWidth, kHeight);
+        EXPECT_FALSE(estimate.known) << count;
+        EXPECT_EQ(estimate.lens.k(), 0) << count;
+    }
+}
+
+TEST(LensModelTest, DotsOnALineTellNothing) {
+    for (const auto& line : {dots(30, 1, 0.1), dots(1, 30, 0.1, 0), dots(30, 1, 0, 0)})
+        EXPECT_FALSE(estimateLens(line, kWidth, kHeight).known);
+    std::vector<SeenDot> same(20, SeenDot{{100, 100}, {50, 60}});
+    EXPECT_FALSE(estimateLens(same, kWidth, kHeight).known);
+}
+
+TEST(LensModelTest, NonsenseTellsNothing) {
+    auto wild = dots(8, 8, 0.03);
+    std::mt19937 random(1);
+    for (SeenDot& dot : wild)
+        dot.seen = {static_cast<double>(random() % 640), static_cast<double>(random() % 480)};
+    EXPECT_FALSE(estimateLens(wild, kWidth, kHeight).known);
+    auto broken = dots(8, 8, 0.03);
+    broken[5].seen.x = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_FALSE(estimateLens(broken, kWidth, kHeight).known);
+    broken[5].seen.x = HUGE_VAL;
+    EXPECT_FALSE(estimateLens(broken, kWidth, kHeight).known);
+    EXPECT_FALSE(estimateLens(dots(8, 8, 0.03), 0, 0).known);
+    EXPECT_FALSE(estimateLens(dots(8, 8, 0.03), -4, 480).known);
+}
+
+} // namespace
+} // namespace lightpen::webcam
