@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Time.h"
+#include "webcam/camera/CameraControls.h"
+#include "webcam/camera/CameraMode.h"
+#include "webcam/camera/CameraProblem.h"
+#include "webcam/camera/ControlsFile.h"
+#include "webcam/camera/GreyPicture.h"
+#include "webcam/camera/VideoDevice.h"
+
+namespace lightpen::webcam {
+
+class VideoStream;
+
+// One camera that sends pictures while it is open. Pictures never leave memory. One thread at a time.
+class Camera {
+public:
+    // What a wait for a picture ended with.
+    enum class Next {
+        picture, // there is one
+        timeOut, // none in time; the next call may have one
+        gone,    // the camera has left, or answers no more: close, and open when it is there again
+    };
+
+    // Keeps all three; they must outlive the camera.
+    Camera(VideoDevices& devices, const ControlsFile& controls, Clock& clock);
+    // Closes.
+    ~Camera();
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+
+    // Opens the node (of a camera that was listed, which has this identity), chooses its best mode and lets
+    // it stream. A camera that a program before has left as it needed it is put back first. A log line says
+    // what came of it, once for each problem in turn. On failure the camera is closed.
+    CameraProblem open(const std::string& node, const std::string& identity);
+    // Puts the controls back as they were found, and ends the stream. Nothing when it is not open.
+    void close();
+    // Whether it is open; also while the camera has gone.
+    bool isOpen() const { return stream_ != nullptr; }
+
+    // The mode in which it streams, as the camera has confirmed it. Only while it is open.
+    const CameraMode& mode() const { return mode_; }
+    // Whether the exposure can be set; otherwise it is the camera's own. Only while it is open.
+    bool manualExposure() const { return controls_ && controls_->manualExposure(); }
+    // How long pictures take from now on, or by the camera's own choice. A camera that cannot says so in the
+    // log once. The next opening begins with the camera's own choice. Only while it is open.
+    void expose(Exposure exposure);
+
+    // Waits for so long at most, and makes the newest picture this one; older ones are thrown away. The
+    // memory of the picture given is used again. A picture that is not whole is counted and left out. Only
+    // while it is open.
+    Next newest(GreyPicture& picture, Microseconds timeout);
+    // How many pictures since it was opened were not whole.
+    std::uint64_t broken() const;
+    // How many whole ones were older than the one taken, so that nobody saw them.
+    std::uint64_t passedOver() const;
+
+private:
+    CameraProblem start(const std::string& node, const std::string& identity);
+    void told(const std::string& node, const CameraProblem& problem);
+
+    VideoDevices& devices_;
+    const ControlsFile& file_;
+    Clock& clock_;
+    std::unique_ptr<VideoDevice> device_;
+    std::unique_ptr<CameraControls> controls_;
+    std::unique_ptr<VideoStream> stream_;
+    CameraMode mode_;
+    std::string node_;
+    std::string lastLine_;     // what the log was told of an opening
+    std::string cannotExpose_; // the camera whose lack of an exposure was told
+};
+
+// Puts the controls of a camera back that a program before has left as it needed them; nothing when it has
+// left none. For the start of a program.
+void putBackLeftControls(VideoDevices& devices, const ControlsFile& file, const std::string& node,
+                         const std::string& identity);
+
+} // namespace lightpen::webcam
