@@ -41,25 +41,25 @@ public:
 
 private:
     struct Range {
-        std::uint32_t control;
-        std::int32_t least, most, step;
+        std::uint32_t control = 0;
+        std::int32_t least = 0, most = 0, step = 1;
     };
     std::optional<Range> rangeOf(std::uint32_t control);
     bool offers(std::uint32_t menu, std::int32_t entry);
-    std::optional<std::int32_t> valueOf(std::uint32_t control);
-    bool set(std::uint32_t control, std::int32_t value);
-    void findAll();
-    bool exposeBy(const Range& range, Microseconds time, double rate);
-    bool exposeAutomatically();
-    bool chooseManual();
+    std::optional<std::int32_t> foundValue(std::uint32_t control) const;
+    void find();
+    std::optional<std::int32_t> entryByHand();
+    std::optional<std::int32_t> automaticEntry();
+    bool set(std::uint32_t control, std::optional<std::int32_t> value);
+    std::vector<ControlValue> putBack(const std::vector<ControlValue>& values, bool& there);
+    bool setTime(Microseconds time, double rate);
 
     VideoDevice& device_;
     const ControlsFile& file_;
     const std::string identity_;
-    std::optional<Range> exposure_;   // how long a picture takes
-    std::optional<Range> gain_;       // how much it is amplified
-    std::vector<ControlValue> found_; // what they were, those first that the others depend on
-    bool kept_ = false;               // whether the file has them
+    std::optional<Range> exposure_;   // how long a picture takes, where that can be set
+    std::vector<ControlValue> found_; // what the controls were, those first that the others depend on
+    bool changed_ = false;            // whether any has been set since
 };
 
 } // namespace lightpen::webcam

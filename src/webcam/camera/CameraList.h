@@ -25,6 +25,7 @@ struct CameraInfo {
     // plugged in. Letters, digits, ".", "-" and "_", so it can be a part of a file's name. Not for others to
     // see.
     std::string identity;
+    std::string usb;               // maker and product as "046d:0825"; empty when it is not on USB
     std::string driver;            // the kernel's driver of it; empty when it could not be opened
     bool builtIn = false;          // it is fixed to the machine, and so looks at its user
     std::vector<CameraMode> modes; // those that are read here, the best first

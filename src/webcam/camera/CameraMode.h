@@ -26,6 +26,8 @@ struct CameraMode {
     bool operator==(const CameraMode&) const = default;
 };
 
+// A rate for people, with one decimal where it has one.
+std::string textOfRate(double rate);
 // "1280 x 720 MJPG at 60 a second", for people.
 std::string textOf(const CameraMode& mode);
 

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "webcam/camera/CameraMode.h"
 
 namespace lightpen::webcam {
 
@@ -27,5 +30,7 @@ struct CameraProblem {
 
 // The problem that the kernel's error number stands for when this node cannot be opened, or used.
 CameraProblem problemOfError(const std::string& node, int error);
+// The problem of a camera that has none of the modes that are read here; none when it has one.
+CameraProblem problemOfModes(const std::string& node, const std::vector<CameraMode>& modes);
 
 } // namespace lightpen::webcam

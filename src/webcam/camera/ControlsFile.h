@@ -25,7 +25,7 @@ public:
     ControlsFile(const DataFiles& files, std::string folder);
 
     // What is left of a program that did not put back, in the order in which it was changed; empty when there
-    // is nothing, or (and a log line) when the file is damaged, which is then as good as none.
+    // is nothing, or (and a log line) when the file is damaged, which then goes.
     std::vector<ControlValue> left(std::string_view identity) const;
     // Makes these the values to be put back, in one step. False (and a log line) when they cannot be kept.
     bool keep(std::string_view identity, const std::vector<ControlValue>& values) const;
