@@ -41,6 +41,8 @@ QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView|VirtualKe
 QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*|Qt")
 # Whole Qt modules cost seconds in each unit.
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")
+# The capture of the other eye: V4L2, what is around its descriptors, and the decoder of its pictures.
+CAPTURE_UNITS = re.compile(r"webcam/camera/.*\.cpp")
 # What the C++ library does not have and every folder may use: the "C" numeric locale for a thread.
 POSIX_HEADERS = {"locale.h"}
 # For the owner of a descriptor.
@@ -165,6 +167,8 @@ class Tree:
         if QT_HEADER.fullmatch(header) and QT_UNITS.fullmatch(name[len("src/"):]):
             return
         if header in FILE_HEADERS and FILE_UNITS.fullmatch(name[len("src/"):]):
+            return
+        if CAPTURE_UNITS.fullmatch(name[len("src/"):]) and not QT_HEADER.fullmatch(header):
             return
         if header in LOCK_HEADERS and name == LOCK_UNIT:
             return
