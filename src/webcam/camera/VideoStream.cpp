@@ -40,10 +40,13 @@ int requestBuffers(VideoDevice& device, std::uint32_t& count) {
 }
 
 Microseconds timeOf(const v4l2_buffer& buffer, Microseconds now) {
-    const Microseconds time =
-        std::chrono::seconds(buffer.timestamp.tv_sec) + Microseconds(buffer.timestamp.tv_usec);
     const bool ours = (buffer.flags & V4L2_BUF_FLAG_TIMESTAMP_MASK) == V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC;
-    return ours && time <= now && time >= now - kOldest ? time : now;
+    const timeval& told = buffer.timestamp;
+    if (!ours || told.tv_sec < 0 || told.tv_sec > std::chrono::floor<std::chrono::seconds>(now).count() ||
+        told.tv_usec < 0 || told.tv_usec > 999'999)
+        return now;
+    const Microseconds time = std::chrono::seconds(told.tv_sec) + Microseconds(told.tv_usec);
+    return time <= now && time >= now - kOldest ? time : now;
 }
 
 } // namespace

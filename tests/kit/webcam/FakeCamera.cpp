@@ -42,12 +42,11 @@ public:
         return camera_.gone ? ENODEV : camera_.handle(code, argument);
     }
     std::span<const std::uint8_t> map(std::size_t length, std::uint32_t offset) override {
-        if (offset >= camera_.buffers_.size())
+        // The kernel maps no more than there is.
+        if (offset >= camera_.buffers_.size() || length > camera_.buffers_[offset].size())
             return {};
         ++camera_.mapped;
-        const auto& buffer = camera_.buffers_[offset];
-        // The kernel maps no more than there is.
-        return length <= buffer.size() ? std::span(buffer).first(length) : std::span<const std::uint8_t>();
+        return std::span(camera_.buffers_[offset]).first(length);
     }
     void unmap(std::span<const std::uint8_t>) override { --camera_.mapped; }
     Ready wait(Microseconds timeout) override {
