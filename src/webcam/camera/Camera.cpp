@@ -78,6 +78,9 @@ CameraProblem Camera::start(const std::string& node, const std::string& identity
         return problemOfError(node, error);
     if (const CameraProblem problem = problemOfNode(node, *told))
         return problem;
+    // What is left of a program that still runs is no crash's.
+    if (isBusy(*device_))
+        return problemOfError(node, EBUSY);
     controls_ = std::make_unique<CameraControls>(*device_, file_, identity);
     return startStream(node);
 }
@@ -159,7 +162,7 @@ void putBackLeftControls(VideoDevices& devices, const ControlsFile& file, const 
                          const std::string& identity) {
     if (file.left(identity).empty())
         return;
-    if (const OpenedVideo opened = devices.open(node); opened.device)
+    if (const OpenedVideo opened = devices.open(node); opened.device && !isBusy(*opened.device))
         const CameraControls puttingBack(*opened.device, file, identity);
 }
 

@@ -84,7 +84,7 @@ private:
 };
 
 // Puts the controls of a camera back that a program before has left as it needed them; nothing when it has
-// left none. For the start of a program.
+// left none, or still has the camera. For the start of a program.
 void putBackLeftControls(VideoDevices& devices, const ControlsFile& file, const std::string& node,
                          const std::string& identity);
 

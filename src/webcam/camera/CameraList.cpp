@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "webcam/camera/CameraList.h"
 
-#include <linux/videodev2.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -79,14 +77,6 @@ void describe(const fs::path& entry, CameraInfo& camera) {
     if (const std::string index = lineOf(entry / "index"); !index.empty() && index != "0")
         identity += "-" + index;
     camera.identity = identityOf(identity.empty() ? entry.filename().string() : identity);
-}
-
-// Whether another program has it, which those that only ask are not told otherwise.
-bool isBusy(VideoDevice& device) {
-    v4l2_requestbuffers none{};
-    none.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    none.memory = V4L2_MEMORY_MMAP;
-    return device.request(VIDIOC_REQBUFS, &none) == EBUSY;
 }
 
 // Opens the node and asks; false when it is no camera.

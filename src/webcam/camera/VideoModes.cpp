@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "webcam/camera/GreyDecoding.h"
 
@@ -155,6 +156,13 @@ CameraProblem problemOfNode(const std::string& node, const VideoNode& told) {
     if (told.purpose == VideoPurpose::planes)
         return {Kind::noFormat, node + " sends its pictures in planes, which are not read here"};
     return {};
+}
+
+bool isBusy(VideoDevice& device) {
+    v4l2_requestbuffers none{};
+    none.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    none.memory = V4L2_MEMORY_MMAP;
+    return device.request(VIDIOC_REQBUFS, &none) == EBUSY;
 }
 
 std::vector<CameraMode> modesOf(VideoDevice& device) {

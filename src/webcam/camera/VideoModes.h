@@ -39,6 +39,9 @@ std::optional<VideoNode> nodeOf(VideoDevice& device, int& error);
 // Why what this node is there for makes it no camera; none when it captures.
 CameraProblem problemOfNode(const std::string& node, const VideoNode& told);
 
+// Whether another program has buffers of it, and so streams or is about to. Changes nothing for anybody.
+bool isBusy(VideoDevice& device);
+
 // The modes that are read here, the best first. A source that sets size and format by itself (what has a
 // cable for pictures) has the one that it is in.
 std::vector<CameraMode> modesOf(VideoDevice& device);

@@ -147,6 +147,15 @@ TEST_F(CameraTest, ABusyCameraKeepsItsControls) {
     EXPECT_FALSE(fileIsThere());
 }
 
+TEST_F(CameraTest, WhatAProgramThatStillRunsHasSetStays) {
+    stage_.controls.keep(kIdentity, {{V4L2_CID_GAIN, 77}});
+    fake_.busy = true;
+    putBackLeftControls(stage_.video, stage_.controls, kNode, kIdentity);
+    EXPECT_EQ(open().kind, Kind::busy);
+    EXPECT_THAT(fake_.settings, IsEmpty());
+    EXPECT_TRUE(fileIsThere());
+}
+
 TEST_F(CameraTest, ABusWithoutRoomForTheBestModeGetsTheNext) {
     fake_.modes = {{V4L2_PIX_FMT_YUYV, 1280, 720, {{1, 60}}}, {V4L2_PIX_FMT_YUYV, 640, 480, {{1, 60}}}};
     fake_.answer = [this](unsigned long code, void*) -> std::optional<int> {
