@@ -9,16 +9,9 @@ namespace lightpen::webcam {
 
 namespace {
 
-// How many pixels are taken at a time: a known number lets the compiler take them at once.
-constexpr std::size_t kBlock = 64;
-
 void takeBrightness(const std::uint8_t* __restrict from, std::uint8_t* __restrict to, std::size_t pixels) {
-    std::size_t done = 0;
-    for (; done + kBlock <= pixels; done += kBlock)
-        for (std::size_t i = 0; i < kBlock; ++i)
-            to[done + i] = from[2 * (done + i)];
-    for (; done < pixels; ++done)
-        to[done] = from[2 * done];
+    for (std::size_t i = 0; i < pixels; ++i)
+        to[i] = from[2 * i];
 }
 
 bool isSensible(const BufferLayout& layout) {
