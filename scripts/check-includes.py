@@ -20,24 +20,29 @@ ALLOWED = {
     "calibration": {"device", "matching", "platform"},
     "app": {"calibration", "device", "matching", "platform"},
     "linux_desktop": {"platform"},
-    "webcam": {"platform"},
     "unit": {"platform"},
+    "webcam": SYSTEM - {"linux_desktop"} | {"unit"},
     "emulated": SYSTEM | {"unit"},
     "measure": SYSTEM | {"unit", "emulated"},
 }
-# The wire side of the unit in software, which is installed, knows nothing of what tools put before its eye and on its wire.
-UNIT_PARTS = {"wire": set(), "bus": {"wire"}, "room": {"wire"}, "faults": {"wire"}}
+# Folders whose parts know less of each other, and of the rest, than what stands beside the parts. The wire side of the unit
+# in software, which is installed, knows nothing of what tools put before its eye and on its wire; sight and capture of a
+# webcam know nothing of the unit and the application.
+PARTS = {"unit": {"wire": set(), "bus": {"wire"}, "room": {"wire"}, "faults": {"wire"}},
+         "webcam": {"sight": set(), "camera": {"sight"}}}
+PARTS_REST = {"platform"}
 # The inside of a folder: only its own files include it.
 INSIDE = {"src/device/SharedState.h"}
 # A user's desktop as other processes are; it knows nothing of the application.
 DESKTOP = "tools/measure/desktop/"
 # The process entry puts the Linux side under the system; nothing else of the application may know it.
-PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)")
+PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)|webcam/main\w*\.cpp")
 
 # The folders that speak to Linux, X11 and Qt as they need to, and the units elsewhere that derive from Qt's classes.
 SYSTEM_FOLDERS = {"linux_desktop", "emulated", "measure"}
 QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView|VirtualKeyCodes)\w*\.(cpp|h)|"
-                      r"calibration/(CancelPlace|TouchHint|KVRCalibrationWindow|KVRCalibrationTarget)\w*\.(cpp|h)")
+                      r"calibration/(CancelPlace|TouchHint|KVRCalibrationWindow|KVRCalibrationTarget)\w*\.(cpp|h)|"
+                      r"webcam/main\w*\.cpp")
 QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*|Qt")
 # Whole Qt modules cost seconds in each unit.
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")
@@ -148,14 +153,19 @@ class Tree:
             if folder == "linux_desktop" and PROCESS_ENTRY.fullmatch(name[len("src/"):]):
                 return
             self.problems.append(f"{where}: {own} must not include {folder}")
-        elif own == folder == "unit":
-            self.check_unit_part(where, name, target)
+        elif own in PARTS:
+            self.check_part(where, name, target)
 
-    def check_unit_part(self, where, name, target):
+    def check_part(self, where, name, target):
         """A file beside the parts joins them, so each of them may not include it."""
-        own, part = (path.split("/")[2] for path in (name, target))
-        if own in UNIT_PARTS and part != own and part not in UNIT_PARTS[own]:
-            self.problems.append(f"{where}: unit/{own} must not include {target}")
+        folder, own = name.split("/")[1:3]
+        parts = PARTS[folder]
+        if own not in parts:
+            return
+        other, part = target.split("/")[1:3]
+        allowed = part == own or part in parts[own] if other == folder else other in PARTS_REST
+        if not allowed:
+            self.problems.append(f"{where}: {folder}/{own} must not include {target}")
 
     def check_bracketed(self, where, name, header):
         top, folder, *_ = name.split("/")

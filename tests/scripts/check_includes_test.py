@@ -121,9 +121,22 @@ class CheckIncludesTest(unittest.TestCase):
         self.assert_finds("unit/wire must not include src/unit/bus/Bus.h",
                           src__unit__wire__Firmware_h='#include "unit/bus/Bus.h"')
 
+    def test_sight_and_capture_of_a_webcam_know_nothing_of_the_unit(self):
+        self.assert_fine(src__webcam__sight__Spot_h="", src__webcam__camera__Camera_h='#include "webcam/sight/Spot.h"',
+                         src__unit__wire__Eye_h="", src__app__Main_h="",
+                         src__webcam__Eye_h='#include "unit/wire/Eye.h"\n#include "webcam/camera/Camera.h"\n'
+                                            '#include "app/Main.h"')
+        for included in ("unit/wire/Eye.h", "webcam/Eye.h", "webcam/camera/Camera.h", "app/Main.h"):
+            self.assert_finds(f"webcam/sight must not include src/{included}",
+                              src__webcam__sight__Finder_cpp=f'#include "{included}"')
+
     def test_the_linux_side_belongs_to_the_process_entry(self):
         self.assert_fine(src__linux_desktop__X_h="", src__app__main_cpp='#include "linux_desktop/X.h"',
-                         src__app__DesktopPlatform_cpp='#include "linux_desktop/X.h"')
+                         src__app__DesktopPlatform_cpp='#include "linux_desktop/X.h"',
+                         src__webcam__mainWebcam_cpp='#include "linux_desktop/X.h"\n#include <QApplication>')
+        self.assert_finds("src/webcam/Desk.cpp:1: webcam must not include linux_desktop",
+                          src__webcam__Desk_cpp='#include "linux_desktop/X.h"')
+        (self.root / "src/webcam/Desk.cpp").unlink()
         self.assert_finds("src/app/Menu.cpp:1: app must not include linux_desktop",
                           src__app__Menu_cpp='#include "linux_desktop/X.h"')
 

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+
+#include "platform/PriorityInheritance.h"
+#include "platform/Time.h"
+#include "unit/wire/Eye.h"
+#include "webcam/sight/DisplayedSight.h"
+#include "webcam/sight/GreyView.h"
+#include "webcam/sight/LensModel.h"
+#include "webcam/sight/SpotFinder.h"
+
+namespace lightpen::webcam {
+
+// A webcam as the unit's eye. One thread, that of the pictures, calls what concerns them; the unit's side may
+// be any other, and never waits for a picture: what the last one showed is kept for it.
+class CameraEye final : public Eye {
+public:
+    // What holds until the host has said otherwise: the usual threshold and distance.
+    static constexpr EyeSettings kAtFirst{.threshold = 512, .exposure = 23, .filterOut = false};
+    // What is not needed for the pen, the small picture and the foreign lights, is looked for so often.
+    static constexpr Microseconds kSlowly{200'000};
+
+    // The thread of the pictures
+
+    // A camera begins to send, so many pictures a second (0: it does not tell); nothing has been seen yet.
+    // The lens is for pictures of its size.
+    void begin(double rate, const LensModel& lens = {});
+    // What the unit wants of the camera now.
+    EyeSettings wanted() const;
+    // Pictures are taken in this way from now on. With another exposure or filter, what was learnt of the
+    // room counts no more.
+    void use(const EyeSettings& settings);
+    // A picture has come, at this time of the unit's clock. It is only looked at, and not kept.
+    void take(const GreyView& picture, Microseconds now);
+    // The camera sends no more: nothing is seen.
+    void end();
+
+    // The unit's side
+
+    Scene look(Microseconds time) override;
+    Picture picture(Microseconds time) override;
+    bool foreignLight(Microseconds time) override;
+    void set(const EyeSettings& settings) override;
+
+private:
+    std::optional<CameraPoint> penIn(const GreyView& picture, Microseconds now);
+    Scene displayedIn(const GreyView& picture);
+    CameraPoint unitPoint(const GreyView& picture, const Spot& spot) const;
+
+    // The thread of the pictures
+    SpotFinder finder_;
+    DisplayedSight displayed_;
+    LensModel lens_;
+    double pace_ = 1; // the finder's time, which knows no slow cameras, in real time
+    EyeSettings used_ = kAtFirst;
+    std::optional<CameraPoint> pen_;
+    std::optional<Microseconds> lookedSlowly_;
+
+    mutable PriorityInheritanceMutex mutex_; // guards what follows
+    EyeSettings wanted_ = kAtFirst;
+    Microseconds patience_{};            // without a picture for longer, nothing is seen
+    std::optional<Microseconds> seenAt_; // when the last picture came; none before the first
+    Scene scene_;                        // what it has shown
+    bool foreignLight_ = false;
+    Picture picture_{};
+};
+
+} // namespace lightpen::webcam

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+#include "webcam/CameraLoop.h"
+
+#include <mutex>
+#include <utility>
+
+#include "platform/Log.h"
+
+namespace lightpen::webcam {
+
+namespace {
+
+// How soon it looks again whether it is still wanted, without a picture.
+constexpr Microseconds kLook{100'000};
+// The unit comes with the first picture behind these, so that its host's first questions have answers.
+constexpr int kPicturesBefore = 12;
+// What changes without a change of nodes is tried again.
+constexpr Microseconds kBusyAgain{2'000'000};
+constexpr Microseconds kUnusableAgain{10'000'000};
+// A camera that has just left may still have its node.
+constexpr Microseconds kGonePause{300'000};
+
+std::optional<Microseconds> patienceWith(CameraState state) {
+    switch (state) {
+    case CameraState::busy:
+        return kBusyAgain;
+    case CameraState::unusable:
+        return kUnusableAgain;
+    default:
+        return std::nullopt;
+    }
+}
+
+// With the filter out the camera looks at the room, and chooses for itself.
+Exposure exposureFor(const EyeSettings& settings) {
+    return settings.filterOut ? Exposure() : exposureOfSetting(settings.exposure);
+}
+
+} // namespace
+
+CameraLoop::CameraLoop(const Surroundings& surroundings, std::string camera, std::function<void()> changed)
+    : surroundings_(surroundings), wanted_(std::move(camera)), changed_(std::move(changed)),
+      watch_(surroundings.folders.nodes),
+      camera_(surroundings.devices, surroundings.controls, surroundings.clock),
+      self_(std::make_shared<CameraLoop*>(this)) {}
+
+CameraLoop::~CameraLoop() {
+    end();
+    for (const auto& [identity, unit] : units_)
+        unit->onKept({});
+}
+
+// The main thread
+
+void CameraLoop::start(bool switchedOn) {
+    switchedOn_ = switchedOn;
+    thread_ = std::thread([this] { run(); });
+}
+
+void CameraLoop::switchOn(bool on) {
+    if (switchedOn_.exchange(on) != on)
+        watch_.wake();
+}
+
+void CameraLoop::allow(bool allowed) {
+    if (allowed_.exchange(allowed) != allowed)
+        watch_.wake();
+}
+
+void CameraLoop::end() {
+    ending_ = true;
+    watch_.wake();
+    if (thread_.joinable())
+        thread_.join();
+    keepAll();
+}
+
+void CameraLoop::onMainThread(void (CameraLoop::*operation)()) {
+    surroundings_.runLoop.performOnMainThread(
+        {this, "CameraLoop", {}, [weak = std::weak_ptr(self_), operation] {
+             if (const auto self = weak.lock())
+                 (**self.*operation)();
+         }});
+}
+
+// The memory is written by the main thread: a disk may take its time, and neither pictures nor the unit wait.
+void CameraLoop::keepLater(const std::string& identity, WebcamUnit& unit) {
+    {
+        const std::lock_guard hold(mutex_);
+        toKeep_[identity] = &unit;
+    }
+    onMainThread(&CameraLoop::keepAll);
+}
+
+void CameraLoop::keepAll() {
+    Units changed;
+    {
+        const std::lock_guard hold(mutex_);
+        changed.swap(toKeep_);
+    }
+    for (const auto& [identity, unit] : changed)
+        surroundings_.memory.save(identity, unit->memory());
+}
+
+// The thread
+
+void CameraLoop::putBackLeft() {
+    for (const CameraInfo& info : listCameras(surroundings_.devices, surroundings_.folders))
+        putBackLeftControls(surroundings_.devices, surroundings_.controls, info.node, info.identity);
+}
+
+void CameraLoop::run() {
+    putBackLeft();
+    while (!ending_) {
+        if (!mayLook()) {
+            tell(CameraState::off);
+            watch_.wait(std::nullopt);
+            continue;
+        }
+        const auto info = choose();
+        if (info && open(*info)) {
+            lookWith(*info);
+            watch_.wait(mayLook() ? kGonePause : Microseconds::zero());
+        } else if (mayLook()) {
+            watch_.wait(patienceWith(state_));
+        }
+    }
+}
+
+void CameraLoop::tell(CameraState state) {
+    if (state_.exchange(state) != state)
+        onMainThread(&CameraLoop::tellChange);
+}
+
+std::optional<CameraInfo> CameraLoop::choose() {
+    const auto cameras = listCameras(surroundings_.devices, surroundings_.folders);
+    const CameraInfo* const chosen = wanted_.empty() ? chosenCamera(cameras) : cameraMeant(cameras, wanted_);
+    if (chosen) {
+        toldOfNone_ = false;
+        return *chosen;
+    }
+    const bool other = wanted_.empty() && !cameras.empty();
+    tell(other ? stateOf(cameras.front().problem.kind) : CameraState::absent);
+    if (!std::exchange(toldOfNone_, true))
+        logLine("Webcam: %s", other             ? cameras.front().problem.text.c_str()
+                              : wanted_.empty() ? "there is no camera"
+                                                : ("there is no camera " + wanted_).c_str());
+    return std::nullopt;
+}
+
+bool CameraLoop::open(const CameraInfo& info) {
+    const CameraProblem problem = camera_.open(info.node, info.identity);
+    tell(stateOf(problem.kind));
+    return !problem;
+}
+
+WebcamUnit& CameraLoop::unitOf(const CameraInfo& info) {
+    WebcamUnit*& unit = units_[info.identity];
+    if (!unit) {
+        unit = &surroundings_.bus.add<WebcamUnit>(webcamUnitDescription(info.name, info.identity),
+                                                  surroundings_.memory.load(info.identity));
+        unit->onKept([this, identity = info.identity, kept = unit] { keepLater(identity, *kept); });
+    }
+    return *unit;
+}
+
+void CameraLoop::adjust(CameraEye& eye, std::optional<EyeSettings>& used) {
+    const EyeSettings wanted = eye.wanted();
+    if (used == wanted)
+        return;
+    if (!used || exposureFor(*used) != exposureFor(wanted))
+        camera_.expose(exposureFor(wanted));
+    eye.use(wanted);
+    used = wanted;
+}
+
+void CameraLoop::lookWith(const CameraInfo& info) {
+    WebcamUnit& unit = unitOf(info);
+    CameraEye& eye = unit.eye();
+    const CameraMode mode = camera_.mode();
+    eye.begin(mode.rate, LensModel(mode.width, mode.height, unit.lens()));
+    std::optional<EyeSettings> used;
+    GreyPicture picture;
+    int pictures = 0;
+    while (mayLook()) {
+        adjust(eye, used);
+        const Camera::Next next = camera_.newest(picture, kLook);
+        if (next == Camera::Next::gone)
+            break;
+        if (next == Camera::Next::timeOut)
+            continue;
+        eye.take(picture.view(), surroundings_.clock.now());
+        if (pictures++ != kPicturesBefore)
+            continue;
+        surroundings_.bus.runInRealTime();
+        unit.plug();
+        logLine("Webcam: the unit of %s is plugged in", info.node.c_str());
+    }
+    eye.end();
+    camera_.close();
+    if (ending_ || !unit.plugged())
+        return;
+    unit.unplug();
+    surroundings_.bus.stopRealTime();
+    logLine("Webcam: the unit of %s is unplugged", info.node.c_str());
+}
+
+} // namespace lightpen::webcam

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: MIT
+#include "webcam/CameraMemory.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "platform/Log.h"
+#include "webcam/sight/LensModel.h"
+
+namespace lightpen::webcam {
+
+namespace {
+
+constexpr std::string_view kFirstLine = "camera unit 1\n";
+constexpr std::string_view kCalibration = "calibration";
+constexpr std::string_view kPairing = "pairing";
+constexpr std::string_view kLens = "lens";
+constexpr std::string_view kLastLine = "end\n";
+constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kLongestName = 120;
+constexpr double kLensSteps = 1e6; // a whole number of them is kept
+
+bool isPlain(char letter) {
+    return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
+           (letter >= 'a' && letter <= 'z') || letter == '.' || letter == '-' || letter == '_';
+}
+
+template <class Numbers>
+void addLine(std::string& text, std::string_view name, const Numbers& numbers) {
+    text += name;
+    for (const auto number : numbers)
+        text += ' ' + std::to_string(number);
+    text += '\n';
+}
+
+// Takes a line of this name with exactly as many numbers as there is room for; leaves the text alone when it
+// is another line.
+template <class Numbers>
+bool takeLine(std::string_view& text, std::string_view name, Numbers& numbers) {
+    std::string_view rest = text;
+    if (!rest.starts_with(name))
+        return false;
+    rest.remove_prefix(name.size());
+    for (auto& number : numbers) {
+        if (!rest.starts_with(' '))
+            return false;
+        rest.remove_prefix(1);
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
+        if (error != std::errc())
+            return false;
+        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+    }
+    if (!rest.starts_with('\n'))
+        return false;
+    text = rest.substr(1);
+    return true;
+}
+
+} // namespace
+
+std::string textOfMemory(const UnitMemory& memory) {
+    std::string text(kFirstLine);
+    if (memory.flash.calibrated())
+        for (unsigned index = 0; index < Flash::kRecords; ++index)
+            addLine(text, kCalibration, *memory.flash.record(index));
+    for (unsigned index = 0; index < PairingTable::kRecords; ++index)
+        addLine(text, kPairing, *memory.pairingTable.record(index));
+    addLine(text, kLens, std::array{std::lround(memory.lens * kLensSteps)});
+    return text.append(kLastLine);
+}
+
+std::optional<UnitMemory> memoryOfText(std::string_view text) {
+    if (!text.starts_with(kFirstLine))
+        return std::nullopt;
+    text.remove_prefix(kFirstLine.size());
+    UnitMemory memory;
+    FlashRecord points{};
+    unsigned records = 0;
+    for (; records < Flash::kRecords && takeLine(text, kCalibration, points); ++records)
+        memory.flash.write(records, points, true);
+    if (records != 0 && records != Flash::kRecords)
+        return std::nullopt;
+    for (unsigned index = 0; index < PairingTable::kRecords; ++index) {
+        PairingTable::Record record{};
+        if (!takeLine(text, kPairing, record) || !memory.pairingTable.store(index, record, false))
+            return std::nullopt;
+    }
+    std::array<long, 1> lens{};
+    if (!takeLine(text, kLens, lens) || text != kLastLine)
+        return std::nullopt;
+    memory.lens = static_cast<double>(lens[0]) / kLensSteps;
+    return std::abs(memory.lens) <= LensModel::kMost ? std::optional(memory) : std::nullopt;
+}
+
+CameraMemory::CameraMemory(const DataFiles& files, std::string folder)
+    : files_(files), folder_(std::move(folder)) {}
+
+std::string CameraMemory::pathFor(std::string_view identity) const {
+    std::string name(identity.substr(0, kLongestName));
+    std::ranges::replace_if(
+        name, [](char letter) { return !isPlain(letter); }, '_');
+    return folder_ + "/camera-unit-" + name;
+}
+
+UnitMemory CameraMemory::load(std::string_view identity) const {
+    const std::string path = pathFor(identity);
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error)
+        return {};
+    const auto bytes = files_.read(path, kLongestText);
+    if (!bytes)
+        return {};
+    const auto memory = memoryOfText({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
+    if (!memory)
+        logLine("Camera: %s is damaged; the camera has no calibration", path.c_str());
+    return memory.value_or(UnitMemory());
+}
+
+bool CameraMemory::save(std::string_view identity, const UnitMemory& memory) const {
+    const std::string text = textOfMemory(memory);
+    return files_.replace(pathFor(identity),
+                          {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
+} // namespace lightpen::webcam

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#include "webcam/CameraState.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "kit/resources/TableAudit.h"
+
+namespace lightpen::webcam {
+namespace {
+
+using Kind = CameraProblem::Kind;
+
+TEST(CameraStateTest, EachProblemHasWordsInEveryLanguage) {
+    std::set<std::string_view> said;
+    for (const Kind kind : {Kind::none, Kind::absent, Kind::notPermitted, Kind::busy, Kind::failed}) {
+        const std::string_view key = textKey(stateOf(kind));
+        EXPECT_TRUE(said.insert(key).second) << key;
+        EXPECT_TRUE(std::ranges::find(tableKeys(), key) != tableKeys().end()) << key;
+    }
+    EXPECT_TRUE(std::ranges::find(tableKeys(), textKey(CameraState::off)) != tableKeys().end());
+    EXPECT_FALSE(said.contains(textKey(CameraState::off)));
+}
+
+TEST(CameraStateTest, WhatNoUserCanMendIsOneState) {
+    for (const Kind kind : {Kind::notACamera, Kind::noFormat, Kind::failed})
+        EXPECT_EQ(stateOf(kind), CameraState::unusable);
+}
+
+} // namespace
+} // namespace lightpen::webcam
