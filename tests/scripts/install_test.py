@@ -87,6 +87,7 @@ class InstallTest(unittest.TestCase):
 
     def test_the_menu_entries_are_there_in_every_language(self):
         for name, translated in (("org.lightpen.LightPenNX7", ("GenericName", "Comment", "Keywords")),
+                                 ("org.lightpen.LightPenNX7-webcam", ("Name", "Comment", "Keywords")),
                                  ("org.lightpen.LightPenNX7-emulated", ("Name", "Comment", "Keywords"))):
             keys = keys_of(ROOT / "packaging" / (name + ".desktop"))
             for key in translated:
@@ -114,18 +115,22 @@ class InstallTest(unittest.TestCase):
         self.assertTrue((self.share / "dbus-1" / "interfaces" / "org.lightpen.NX7.xml").is_file())
 
     def test_no_other_component_comes_along(self):
-        self.assertEqual([path for path in self.prefix.rglob("*") if "emulated" in path.name or "autostart" in path.name], [])
+        others = ("emulated", "webcam", "autostart")
+        self.assertEqual([path for path in self.prefix.rglob("*") if any(name in path.name for name in others)], [])
 
-    def test_the_emulated_one_shares_the_folder_and_the_resources(self):
-        with tempfile.TemporaryDirectory() as folder:
-            prefix = pathlib.Path(folder)
-            install(prefix, "--component", "emulated")
-            program = (prefix / "bin" / "LightPenNX7-emulated").resolve()
-            self.assertTrue(os.access(program, os.X_OK))
-            self.assertEqual(program.parent.relative_to(prefix.resolve()), self.program.parent.relative_to(self.prefix.resolve()))
-            entry = prefix / "share" / "applications" / "org.lightpen.LightPenNX7-emulated.desktop"
-            self.assertEqual(check("desktop-file-validate", entry), (0, ""))
-            self.assertEqual(keys_of(entry)["Exec"].split()[0], program.name)
+    def test_the_others_share_the_folder_and_the_resources(self):
+        for name in ("emulated", "webcam"):
+            with tempfile.TemporaryDirectory() as folder:
+                prefix = pathlib.Path(folder)
+                install(prefix, "--component", name)
+                program = (prefix / "bin" / f"LightPenNX7-{name}").resolve()
+                self.assertTrue(os.access(program, os.X_OK))
+                self.assertEqual(program.parent.relative_to(prefix.resolve()),
+                                 self.program.parent.relative_to(self.prefix.resolve()))
+                entry = prefix / "share" / "applications" / f"org.lightpen.LightPenNX7-{name}.desktop"
+                self.assertEqual(check("desktop-file-validate", entry), (0, ""))
+                self.assertEqual(keys_of(entry)["Exec"].split()[0], program.name)
+                self.assertTrue((prefix / "share" / "man" / "man1" / f"LightPenNX7-{name}.1").is_file())
 
     def test_the_systems_entry_for_the_login_looks_whether_there_is_a_program(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -147,6 +152,7 @@ class OptionsTest(unittest.TestCase):
     """The manual and the completion have the options that the program's own help names."""
 
     PROGRAMS = {"LightPenNX7": BUILD / "src/app/LightPenNX7/LightPenNX7",
+                "LightPenNX7-webcam": BUILD / "src/webcam/LightPenNX7-webcam/LightPenNX7-webcam",
                 "LightPenNX7-emulated": BUILD / "tools/emulated/LightPenNX7-emulated/LightPenNX7-emulated"}
 
     def options_of(self, program):
