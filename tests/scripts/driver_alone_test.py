@@ -75,6 +75,7 @@ class DriverAloneTest(unittest.TestCase):
     def test_nothing_else_is_built(self):
         folders = {path.name for path in self.build.iterdir() if path.is_dir()}
         self.assertEqual(folders & {"tools", "tests", "bench"}, set())
+        self.assertEqual({path.name for path in (self.build / "src").iterdir()} & {"unit", "webcam"}, set())
 
     def test_an_optimised_build_is_hardened(self):
         self.configure("-DCMAKE_BUILD_TYPE=Release")
@@ -100,10 +101,11 @@ class DriverAloneTest(unittest.TestCase):
             self.assertTrue((ROOT / picture).is_file(), picture)
 
     def test_tools_and_tests_would_ask_for_more(self):
-        for option in ("LIGHTPEN_TOOLS", "LIGHTPEN_TESTS", "LIGHTPEN_BENCH"):
+        for option, wanted in (("LIGHTPEN_WEBCAM", "libjpeg"), ("LIGHTPEN_TOOLS", "xcb-shm"), ("LIGHTPEN_TESTS", "libjpeg"),
+                               ("LIGHTPEN_BENCH", "libjpeg")):
             status, output = self.configure(f"-D{option}=ON")
             self.assertNotEqual(status, 0, option)
-            self.assertIn("xcb-shm", output)
+            self.assertIn(wanted, output)
             self.configure(f"-D{option}=OFF")
 
 
