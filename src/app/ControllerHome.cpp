@@ -14,7 +14,7 @@
 #include "app/LanguageChoice.h"
 #include "app/home/Home.h"
 #include "platform/Log.h"
-#include "platform/MainScreenChoice.h"
+#include "platform/PlatformSettings.h"
 
 namespace lightpen {
 
@@ -63,10 +63,7 @@ void LightPenNX7Controller::makeHome() {
                       }};
     deeds.unit = {[] { return EventGeneratorNX7::sharedEventGeneratorNX7()->previewImage(); }, storedPoints};
     deeds.openHelp = [this] { help(); };
-    deeds.report = [this] {
-        const ProgramFacts& facts = homeParts().facts;
-        return QString::fromStdString(helpReport({facts.logFile, facts.pointer()}));
-    };
+    deeds.report = [this] { return QString::fromStdString(helpReport(homeParts().facts)); };
     homeParts().home = std::make_unique<Home>(std::move(deeds));
 }
 

@@ -20,10 +20,6 @@ inline constexpr std::string_view kPreviewWindowKey = "Preview Window";
 inline constexpr std::string_view kLaunchAtStartUpKey = "Launch At Start Up";
 inline constexpr std::string_view kWindowShownKey = "Window Shown";
 
-// Those that the platform reads at the program's start, for whoever shows them.
-inline constexpr std::string_view kPointerWayKey = "Pointer"; // "uinput" or "xtest"
-inline constexpr std::string_view kLogPlaceKey = "Log";       // "stderr", "file" or "none"
-
 // The default, if it exists and is of this type. Main thread, like the defaults themselves.
 template <class Type>
 std::optional<Type> stored(std::string_view key) {

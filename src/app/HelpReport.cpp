@@ -18,6 +18,7 @@
 #include "device/EventGeneratorNX7.h"
 #include "device/FloatPanel.h"
 #include "platform/Platform.h"
+#include "platform/PlatformSettings.h"
 
 namespace lightpen {
 
@@ -32,9 +33,9 @@ constexpr std::array<std::string_view, 12> kSettings{kAutoCalibrationKey,
                                                      kLanguageSettingKey,
                                                      kHelpMenuKey,
                                                      kDebugWindowKey,
-                                                     "Pointer",
-                                                     "Log",
-                                                     "Main Screen",
+                                                     kPointerKey,
+                                                     kLogKey,
+                                                     kMainScreenKey,
                                                      kProjectionDistanceKey,
                                                      kPreviewWindowKey};
 
@@ -134,15 +135,17 @@ void addLog(Report& report, const std::string& file) {
     if (file.empty())
         return report.line("File", file);
     const std::string log = contentsOf(file + ".1") + contentsOf(file);
-    report.add(reportedLog(log, kLogLines, QDir::homePath().toStdString()));
+    // Where the home folder is a link, some lines have the place that it leads to.
+    const QDir home(QDir::homePath());
+    report.add(reportedLog(log, kLogLines, {home.canonicalPath().toStdString(), home.path().toStdString()}));
 }
 
 } // namespace
 
-std::string helpReport(const HelpReportFacts& facts) {
+std::string helpReport(const ProgramFacts& facts) {
     Report report;
     addVersions(report);
-    addDesktop(report, facts.pointer);
+    addDesktop(report, facts.pointer());
     addUnit(report);
     addSettings(report);
     addLog(report, facts.logFile);

@@ -95,15 +95,17 @@ std::string shownAs(std::string_view line) {
     return line.starts_with(kRangeError) ? withoutNumbers(line) : std::string();
 }
 
-std::string withoutHome(std::string text, std::string_view home) {
-    for (auto at = text.find(home); !home.empty() && at != std::string::npos; at = text.find(home, at + 1))
-        text.replace(at, home.size(), "~");
+std::string withoutHome(std::string text, const std::vector<std::string>& homes) {
+    for (const std::string& home : homes)
+        for (auto at = text.find(home); !home.empty() && at != std::string::npos;
+             at = text.find(home, at + 1))
+            text.replace(at, home.size(), "~");
     return text;
 }
 
 } // namespace
 
-std::string reportedLog(std::string_view log, std::size_t mostLines, std::string_view home) {
+std::string reportedLog(std::string_view log, std::size_t mostLines, const std::vector<std::string>& homes) {
     std::deque<std::string> lines;
     std::size_t leftOut = 0;
     const auto add = [&](std::string line) {
@@ -123,7 +125,7 @@ std::string reportedLog(std::string_view log, std::size_t mostLines, std::string
             ++leftOut;
         } else {
             countLeftOut();
-            add(withoutHome(std::move(shown), home));
+            add(withoutHome(std::move(shown), homes));
         }
     }
     countLeftOut();

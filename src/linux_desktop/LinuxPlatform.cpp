@@ -48,8 +48,7 @@ std::string stateFolder() {
 
 ProgramLog::Settings chosenLog(ProgramLog::Settings asked, const UserDefaults& defaults) {
     if (asked.choice == LogChoice::automatic)
-        asked.choice =
-            logChoiceNamed(textForKey(defaults, LinuxPlatform::kLogKey)).value_or(LogChoice::automatic);
+        asked.choice = logChoiceNamed(textForKey(defaults, kLogKey)).value_or(LogChoice::automatic);
     return asked;
 }
 

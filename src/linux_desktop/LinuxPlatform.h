@@ -57,8 +57,6 @@ struct LinuxPlatformSettings {
 // exit() still lets go of buttons, writes its log out, and leaves at that point.
 class LinuxPlatform {
 public:
-    static constexpr std::string_view kLogKey = "Log";
-
     explicit LinuxPlatform(LinuxPlatformSettings settings = LinuxPlatformSettings());
     // For programs whose threads have all ended: buttons are let go of, the log is written out.
     ~LinuxPlatform();

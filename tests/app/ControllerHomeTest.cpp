@@ -13,7 +13,7 @@
 #include "app/ProgramVersion.h"
 #include "app/home/CalibrationWillBegin.h"
 #include "app/home/HomeWindow.h"
-#include "platform/MainScreenChoice.h"
+#include "platform/PlatformSettings.h"
 
 namespace lightpen {
 namespace {

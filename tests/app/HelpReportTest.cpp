@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <QDir>
 
 #include "app/ControllerFixture.h"
@@ -22,11 +24,11 @@ protected:
         qputenv("XDG_SESSION_TYPE", "wayland");
     }
 
-    HelpReportFacts facts;
+    ProgramFacts facts;
 };
 
 TEST_F(HelpReportTest, TellsVersionsAndDesktop) {
-    facts.pointer = "uinput";
+    facts.pointer = [] { return std::string("uinput"); };
     const std::string report = helpReport(facts);
     EXPECT_THAT(report, HasSubstr("Versions\n  LightPenNX7: " + std::string(kProgramVersion) +
                                   "\n  Qt: " + std::string(qVersion()) + "\n"));
@@ -81,6 +83,18 @@ TEST_F(HelpReportTest, EndsWithTheLastLinesOfBothFiles) {
     EXPECT_TRUE(lines.ends_with("\nKVR n:628 calibrationStep : 299\n(lines left out: 1)\n"
                                 "Files: ~/x cannot be read: No such file\n"));
     EXPECT_THAT(report, Not(HasSubstr("812")));
+}
+
+TEST_F(HelpReportTest, AHomeFolderThatIsALinkIsNotNamedEither) {
+    const QByteArray before = qgetenv("HOME");
+    std::filesystem::create_directory(folder.file("ada"));
+    std::filesystem::create_directory_symlink(folder.file("ada"), folder.file("link"));
+    qputenv("HOME", QByteArray::fromStdString(folder.file("link")));
+    facts.logFile = folder.file("log");
+    writeFile(facts.logFile, "Files: " + std::filesystem::canonical(folder.file("ada")).string() + "/x and " +
+                                 folder.file("link") + "/y cannot be read\n");
+    EXPECT_TRUE(helpReport(facts).ends_with("\nLog\nFiles: ~/x and ~/y cannot be read\n"));
+    qputenv("HOME", before);
 }
 
 } // namespace

@@ -86,7 +86,7 @@ TEST(ReportedLessonTest, NoPlaceThatThePenWasAtSurvives) {
         places.merge(placesIn(line->str()));
     ASSERT_GT(places.size(), 200U);
 
-    const std::string report = reportedLog(log, kMany, "");
+    const std::string report = reportedLog(log, kMany, {});
     EXPECT_THAT(report, HasSubstr("Event n:647 device did add\n"));
     EXPECT_THAT(report, HasSubstr("KVR n:628 calibrationStep"));
     std::vector<std::string> survivors;

@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kMany = 1'000'000;
 
 std::string reported(const std::string& log, std::size_t most = kMany) {
-    return reportedLog(log, most, "/home/ada");
+    return reportedLog(log, most, {"/mnt/disk/ada", "/home/ada"});
 }
 
 TEST(ReportedLogTest, WhatTellsOfStartsUnitsAndResultsStays) {
@@ -52,8 +52,11 @@ TEST(ReportedLogTest, WhatLibrariesSayLosesItsNumbers) {
 TEST(ReportedLogTest, TheHomeFolderHasNoName) {
     EXPECT_EQ(reported("Files: /home/ada/a to /home/ada/b cannot be read\n"),
               "Files: ~/a to ~/b cannot be read\n");
-    EXPECT_EQ(reportedLog("Files: /home/ada/a\n", kMany, ""), "Files: /home/ada/a\n");
-    EXPECT_EQ(reportedLog("Files: ~~\n", kMany, "~"), "Files: ~~\n");
+    EXPECT_EQ(reported("Application: /mnt/disk/ada/LightPenNX7 reads /home/ada/a\n"),
+              "Application: ~/LightPenNX7 reads ~/a\n")
+        << "by the place that a link leads to";
+    EXPECT_EQ(reportedLog("Files: /home/ada/a\n", kMany, {""}), "Files: /home/ada/a\n");
+    EXPECT_EQ(reportedLog("Files: ~~\n", kMany, {"~"}), "Files: ~~\n");
 }
 
 TEST(ReportedLogTest, TheLastLinesCountWithWhatStandsForOthers) {

@@ -14,7 +14,8 @@
 #include <QSignalBlocker>
 
 #include "app/DefaultsReading.h"
-#include "platform/MainScreenChoice.h"
+#include "app/home/PlainLabel.h"
+#include "platform/PlatformSettings.h"
 
 namespace lightpen {
 
@@ -57,8 +58,8 @@ SettingsPage::SettingsPage(Deeds deeds, QWidget* parent)
       language_(
           addChoice("languageChoice", [this](const QVariant& value) { store(kLocaleIdentifierKey, value); })),
       later_(new QLabel),
-      pointer_(addChoice("pointerChoice", [this](const QVariant& value) { store(kPointerWayKey, value); })),
-      log_(addChoice("logChoice", [this](const QVariant& value) { store(kLogPlaceKey, value); })) {
+      pointer_(addChoice("pointerChoice", [this](const QVariant& value) { store(kPointerKey, value); })),
+      log_(addChoice("logChoice", [this](const QVariant& value) { store(kLogKey, value); })) {
     rows_->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     addScreens();
     for (QComboBox* const each : {distance_, language_})
@@ -178,14 +179,14 @@ void SettingsPage::showWays(const HomeTexts& texts) {
     labelOf(*pointer_)->setText(texts("Way of the pointer"));
     fill(*pointer_,
          {{automatic, QString()}, {"uinput", QStringLiteral("uinput")}, {"XTest", QStringLiteral("xtest")}},
-         storedText(kPointerWayKey));
+         storedText(kPointerKey));
     labelOf(*log_)->setText(texts("Log"));
     fill(*log_,
          {{automatic, QString()},
           {texts("To the terminal"), QStringLiteral("stderr")},
           {texts("To a file"), QStringLiteral("file")},
           {texts("No log"), QStringLiteral("none")}},
-         storedText(kLogPlaceKey));
+         storedText(kLogKey));
 }
 
 } // namespace lightpen

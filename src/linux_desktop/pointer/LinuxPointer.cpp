@@ -8,6 +8,7 @@
 #include "linux_desktop/pointer/UinputPointer.h"
 #include "linux_desktop/pointer/XTestPointer.h"
 #include "platform/Log.h"
+#include "platform/PlatformSettings.h"
 
 namespace lightpen {
 

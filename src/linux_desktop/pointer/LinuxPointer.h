@@ -38,9 +38,7 @@ enum class PointerChoice { automatic, uinput, xtest };
 // "uinput" and "xtest"; everything else is automatic.
 PointerChoice pointerChoiceNamed(std::string_view name);
 
-// The user default "Pointer" ("uinput" or "xtest").
-inline constexpr std::string_view kPointerKey = "Pointer";
-// What was asked for; where that is automatic, what the user default says.
+// What was asked for; where that is automatic, what the user default "Pointer" says.
 PointerChoice chosenPointer(PointerChoice asked, const UserDefaults& defaults);
 
 // One way to a pointer's device.

@@ -14,7 +14,7 @@
 #include "linux_desktop/screen/PrimaryOutput.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
-#include "platform/MainScreenChoice.h"
+#include "platform/PlatformSettings.h"
 #include "platform/Shared.h"
 
 class QScreen;
