@@ -3,6 +3,9 @@
 // udev is still at work on the unit.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
 #include <filesystem>
 #include <string>
 
@@ -14,7 +17,9 @@
 #include "kit/ChildProcess.h"
 #include "kit/Eventually.h"
 #include "kit/TemporaryDirectory.h"
+#include "linux_desktop/hid/PermissionCommand.h"
 #include "linux_desktop/process/SystemClock.h"
+#include "platform/UnitIdentifiers.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen {
@@ -111,6 +116,34 @@ TEST_F(UnitPermission, WithoutTheRuleOneLineNamesItAndAReplugWithItIsEnough) {
     EXPECT_EQ(driver.count(kRefused), 2U) << driver.log();
     EXPECT_EQ(driver.count(kArrived), 1U) << driver.log();
     EXPECT_EQ(driver.end(), 0) << driver.log();
+}
+
+// Whether udev gives the node to the user who sits at the machine.
+bool isForTheSeat(const std::string& node) {
+    struct stat found = {};
+    EXPECT_EQ(::stat(node.c_str(), &found), 0) << node;
+    return std::filesystem::exists("/run/udev/tags/uaccess/c" + std::to_string(major(found.st_rdev)) + ":" +
+                                   std::to_string(minor(found.st_rdev)));
+}
+
+TEST_F(UnitPermission, TheCommandThatIsOfferedOpensThePenAndNothingElse) {
+    plug();
+    settleUdev();
+    for (const test::HostNode& node : waitForNodes(4))
+        ASSERT_FALSE(isForTheSeat(node.devnode)) << node.devnode;
+    const TemporaryDirectory folder;
+    writeFile(folder.file("sudo"), "#!/bin/sh\nexec \"$@\"\n");
+    std::filesystem::permissions(folder.file("sudo"), std::filesystem::perms::owner_all);
+    ASSERT_EQ(runProgram({"sh", "-c",
+                          "PATH=\"" + folder.path().string() + ":$PATH\"; " +
+                              commandForPermission({kUnitVendorID, kUnitFirstProductID})}),
+              0);
+    settleUdev();
+    for (const test::HostNode& node : waitForNodes(4))
+        EXPECT_EQ(isForTheSeat(node.devnode), node.devnode == penNode()) << node.devnode;
+    EXPECT_EQ(
+        runProgram({"sh", "-c", "rm /etc/udev/rules.d/70-lightpen-*-*.rules && udevadm control --reload"}),
+        0);
 }
 
 // Holds udev up at each new node, before it comes to the permissions, until it is told to go on.

@@ -30,7 +30,9 @@
 #include "kit/linux/WindowManager.h"
 #include "kit/linux/XNeighbour.h"
 #include "kit/resources/ResourceFiles.h"
+#include "linux_desktop/hid/PermissionCommand.h"
 #include "measure/desktop/Patience.h"
+#include "platform/UnitIdentifiers.h"
 
 namespace lightpen {
 namespace {
@@ -98,7 +100,7 @@ protected:
         content.texts = [table](std::string_view key) { return QString::fromStdString(textOf(table, key)); };
         content.state = content.texts("Three of the places that you touched are close to one line. The pen "
                                       "may miss its place.");
-        content.command = "sudo cp /usr/share/doc/lightpen/70-lightpen-nx7.rules /etc/udev/rules.d/";
+        content.command = QString::fromStdString(commandForPermission({kUnitVendorID, kUnitFirstProductID}));
         content.possible = {true, false, true, false};
         for (const Language& each : applicationLanguages())
             content.languages.emplace_back(each.key, each.identifier);

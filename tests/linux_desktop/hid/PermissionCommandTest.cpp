@@ -34,11 +34,10 @@ esac
     std::string command;
 };
 
-TEST_F(PermissionCommandTest, WritesARuleForThisUnitAloneAndHasItApplied) {
+TEST_F(PermissionCommandTest, WritesARuleForThisUnitsPenAloneAndHasItApplied) {
     perform({0x0A09, 0x001F});
     EXPECT_EQ(readFile(folder.file("rules")),
-              "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0a09\", ATTRS{idProduct}==\"001f\", "
-              "TAG+=\"uaccess\"\n");
+              "SUBSYSTEM==\"hidraw\", ATTRS{modalias}==\"usb:v0A09p001F*in03\", TAG+=\"uaccess\"\n");
     EXPECT_EQ(readFile(folder.file("asked")),
               "udevadm control --reload\nudevadm trigger --subsystem-match=hidraw\n");
 }
