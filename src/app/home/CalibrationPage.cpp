@@ -4,18 +4,18 @@
 #include <initializer_list>
 #include <utility>
 
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include "app/home/PlainLabel.h"
 
 namespace lightpen {
 
 namespace {
 
-QLabel* wrappedLabel() {
+QLabel* plainLabel() {
     auto* const label = new QLabel;
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
+    showPlainText(*label);
     return label;
 }
 
@@ -24,8 +24,7 @@ QLabel* wrappedLabel() {
 CalibrationPage::CalibrationPage(Deeds deeds, First first, QWidget* parent)
     : QWidget(parent), byTouching_(addRow("calibrateByTouching", std::move(deeds.byTouching))),
       automatically_(addRow("calibrateAutomatically", std::move(deeds.automatically))),
-      undo_(addRow("undoCalibration", std::move(deeds.undo))), whyNot_(wrappedLabel()),
-      film_(wrappedLabel()) {
+      undo_(addRow("undoCalibration", std::move(deeds.undo))), whyNot_(plainLabel()), film_(plainLabel()) {
     whyNot_->setObjectName("whyNotAutomatically");
     auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
     film_->setObjectName("filmHidesTargets");
@@ -55,7 +54,7 @@ CalibrationPage::Row CalibrationPage::addRow(const char* name, std::function<voi
     if (!layout())
         new QVBoxLayout(this);
     auto& rows = dynamic_cast<QVBoxLayout&>(*layout());
-    const Row row{new QPushButton, wrappedLabel()};
+    const Row row{new QPushButton, plainLabel()};
     row.button->setObjectName(name);
     rows.addWidget(row.button, 0, Qt::AlignLeading);
     rows.addWidget(row.words);

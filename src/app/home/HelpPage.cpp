@@ -5,9 +5,10 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include "app/home/PlainLabel.h"
 
 namespace lightpen {
 
@@ -18,12 +19,9 @@ HelpPage::HelpPage(std::function<void()> openHelp, std::function<QString()> repo
     copy_->setObjectName("copyReport");
     versionLabel_->setObjectName("version");
     logLabel_->setObjectName("logFile");
-    for (QLabel* label : {copyWords_, versionLabel_, logLabel_}) {
-        label->setTextFormat(Qt::PlainText);
-        label->setWordWrap(true);
-    }
+    showPlainText(*copyWords_);
     for (QLabel* label : {versionLabel_, logLabel_})
-        label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+        showTextToCopy(*label);
     auto* const rows = new QVBoxLayout(this);
     rows->addWidget(open_, 0, Qt::AlignLeading);
     rows->addSpacing(rows->spacing());

@@ -11,6 +11,7 @@
 #include "app/home/CalibrationWillBegin.h"
 #include "app/home/PenTrialPicture.h"
 #include "app/home/PenTrialWords.h"
+#include "app/home/PlainLabel.h"
 #include "device/FloatPanel.h"
 #include "platform/Platform.h"
 
@@ -33,8 +34,7 @@ PenTrialScreen::PenTrialScreen() : QWidget(nullptr, Qt::Window | Qt::FramelessWi
     setAutoFillBackground(true);
     setFocusPolicy(Qt::StrongFocus);
     words_.setObjectName(QStringLiteral("penTrialScreenWords"));
-    words_.setTextFormat(Qt::PlainText);
-    words_.setWordWrap(true);
+    showPlainText(words_);
     words_.setAlignment(Qt::AlignCenter);
     words_.setForegroundRole(QPalette::Text);
     words_.setAttribute(Qt::WA_TransparentForMouseEvents);

@@ -6,6 +6,7 @@
 
 #include "app/home/PenTrialScreen.h"
 #include "app/home/PenTrialWords.h"
+#include "app/home/PlainLabel.h"
 
 namespace lightpen {
 
@@ -15,9 +16,7 @@ PenTrialView::PenTrialView(QWidget* parent) : QWidget(parent), screen_(std::make
     measure_.setObjectName(QStringLiteral("penTrialMeasure"));
     clear_.setObjectName(QStringLiteral("penTrialClear"));
     calibrate_.setObjectName(QStringLiteral("penTrialCalibrate"));
-    words_.setTextFormat(Qt::PlainText);
-    words_.setWordWrap(true);
-    words_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    showTextToCopy(words_);
     auto* const rows = new QVBoxLayout(this); // Qt's, as are the rows in it
     rows->addWidget(&canvas_, 1);
     rows->addWidget(&words_);

@@ -8,7 +8,6 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLocale>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -65,7 +64,7 @@ SettingsPage::SettingsPage(Deeds deeds, QWidget* parent)
     for (QComboBox* const each : {distance_, language_})
         rows_->addRow(labelOf(*each), each);
     addSwitches();
-    later_->setWordWrap(true);
+    showPlainText(*later_);
     rows_->addRow(later_);
     for (QComboBox* const each : {pointer_, log_})
         rows_->addRow(labelOf(*each), each);

@@ -6,9 +6,10 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QIcon>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include "app/home/PlainLabel.h"
 
 namespace lightpen {
 
@@ -25,16 +26,13 @@ StateLine::StateLine(QWidget* parent)
     text_->setObjectName("stateText");
     command_->setObjectName("stateCommand");
     copy_->setObjectName("stateCopy");
-    for (QLabel* label : {text_, command_}) {
-        label->setTextFormat(Qt::PlainText);
-        label->setWordWrap(true);
-    }
+    showPlainText(*text_);
+    showTextToCopy(*command_);
     QFont larger = text_->font();
     larger.setPointSizeF(larger.pointSizeF() * kTextEnlarged);
     larger.setBold(true);
     text_->setFont(larger);
     command_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    command_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
 
     auto* const columns = new QHBoxLayout(this);
     columns->addWidget(picture_, 0, Qt::AlignTop);

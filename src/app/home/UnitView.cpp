@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QVBoxLayout>
 
+#include "app/home/PlainLabel.h"
 #include "calibration/TargetGrid.h"
 
 namespace lightpen {
@@ -28,9 +29,7 @@ UnitView::UnitView(Unit unit, QWidget* parent) : QWidget(parent), unit_(std::mov
     picture_.setObjectName(QStringLiteral("unitPicture"));
     words_.setObjectName(QStringLiteral("unitWords"));
     take_.setObjectName(QStringLiteral("unitTakePicture"));
-    words_.setTextFormat(Qt::PlainText);
-    words_.setWordWrap(true);
-    words_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    showTextToCopy(words_);
     auto* const rows = new QVBoxLayout(this); // Qt's
     rows->addWidget(&picture_, 1);
     rows->addWidget(&words_);
