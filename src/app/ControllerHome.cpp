@@ -152,6 +152,12 @@ void LightPenNX7Controller::keepCalibrationBefore(const PointListRef& points) {
 void LightPenNX7Controller::undoCalibration() {
     if (const PointListRef before = homeParts().before)
         restoreCalibration(before);
+void LightPenNX7Controller::forgetUnitBefore() {
+    if (homeParts().home)
+        homeParts().home->unitDidArrive();
+    keepCalibrationBefore(nullptr);
+}
+
     updateHome();
 }
 

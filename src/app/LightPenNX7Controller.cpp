@@ -213,7 +213,7 @@ void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     faeTextField->setText(QString::number(exposure));
     markDistances(exposure);
     updateCondition();
-    keepCalibrationBefore(nullptr);
+    forgetUnitBefore();
 }
 
 void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {

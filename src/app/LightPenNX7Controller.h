@@ -180,6 +180,7 @@ private:
     QString conditionWords(const QString& between);
     void keepCalibrationBefore(const PointListRef& points);
     void undoCalibration();
+    void forgetUnitBefore();
     void settingDidChange(std::string_view key);
 
     std::string choosePreferredLanguage() const;

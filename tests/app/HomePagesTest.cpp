@@ -46,6 +46,17 @@ TEST_F(HomePagesTest, TheCalibrationOfTheUnitThatIsThereIsInThePicture) {
     EXPECT_EQ(words("unitWords"), "The camera unit holds no calibration.");
 }
 
+TEST_F(HomePagesTest, TheLastUnitsPictureGoesWithItAlsoWhileNobodyLooks) {
+    startWithUnit();
+    showPage("Camera picture");
+    picture().setImage(previewImageOf(std::array<std::uint8_t, kPreviewPictureBytes>{}));
+    topWindow<HomeWindow>()->close();
+    controller->deviceDidRemoveCallback(*driver);
+    controller->deviceDidAddCallback(*driver);
+    showPage("Camera picture");
+    EXPECT_EQ(picture().image(), nullptr);
+}
+
 TEST_F(HomePagesTest, NothingIsAskedOfTheUnitUntilTheUserDoes) {
     startWithUnit();
     happened.clear();

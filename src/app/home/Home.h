@@ -51,6 +51,8 @@ public:
     explicit Home(Deeds deeds);
     // Shows this from now on.
     void setContent(const Content& content);
+    // There is another unit than before, perhaps after none.
+    void unitDidArrive() { unit_->unitDidArrive(); }
     HomeWindow& window() { return window_; }
 
 private:

@@ -54,6 +54,12 @@ void UnitView::unitDidChange() {
     showWords();
 }
 
+void UnitView::unitDidArrive() {
+    anotherUnit_ = fetching_;
+    picture_.setImage(nullptr);
+    unitDidChange();
+}
+
 void UnitView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     unitDidChange();
@@ -69,7 +75,7 @@ void UnitView::fetch() {
     if (!self)
         return;
     fetching_ = false;
-    picture_.setImage(image);
+    picture_.setImage(std::exchange(anotherUnit_, false) ? nullptr : image);
     unitDidChange();
     take_.setFocus(Qt::OtherFocusReason);
 }

@@ -36,6 +36,8 @@ public:
     void setTexts(const HomeTexts& text);
     // Asks for the calibration anew: the unit may have gone, be another one, or have another calibration.
     void unitDidChange();
+    // There is another unit: what the last one saw is not shown any more.
+    void unitDidArrive();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -48,6 +50,7 @@ private:
     HomeTexts text_ = [](std::string_view) { return QString(); };
     bool hasUnit_ = false;
     bool fetching_ = false;
+    bool anotherUnit_ = false; // has come while a picture is fetched
     PreviewImageView picture_;
     QLabel words_;
     QPushButton take_;

@@ -104,6 +104,23 @@ TEST_F(UnitViewTest, AUnitThatLeavesMeanwhileHasSentNone) {
     EXPECT_EQ(words(), "No camera unit");
 }
 
+TEST_F(UnitViewTest, WhatAnotherUnitSawIsNotShown) {
+    take().click();
+    points = listOf({{300, 200}, {2200, 250}, {350, 1700}, {2300, 1600}});
+    view->unitDidArrive();
+    EXPECT_EQ(picture().image(), nullptr);
+    EXPECT_NE(picture().outline(), std::nullopt);
+    onPicture = [this] {
+        view->unitDidArrive();
+        return image();
+    };
+    take().click();
+    EXPECT_EQ(picture().image(), nullptr) << "it came while the last one's was fetched";
+    onPicture = [] { return image(); };
+    take().click();
+    EXPECT_NE(picture().image(), nullptr);
+}
+
 TEST_F(UnitViewTest, WhileAPictureIsFetchedNobodyAsksForAnother) {
     onPicture = [this] {
         EXPECT_EQ(words(), "Fetching the picture...");
