@@ -2,6 +2,7 @@
 // The application's window: when it comes, what is done in it, and what other programs may ask for.
 #include <gmock/gmock.h>
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -373,6 +374,24 @@ TEST_F(ControllerHomeTest, WhatCountsFromTheNextStartOnIsStored) {
     choose("logChoice", "none");
     EXPECT_EQ(desk.defaults.set.at("Pointer"), DefaultsValue(std::string("xtest")));
     EXPECT_EQ(desk.defaults.set.at("Log"), DefaultsValue(std::string("none")));
+TEST_F(ControllerHomeTest, AnOpenListStaysOpenUnlessItsEntriesChange) {
+    desk.desktop.name = "eDP-1";
+    start();
+    controller->showHome();
+    topWindow<HomeWindow>()->showPage("Settings");
+    auto& screens = widget<QComboBox>("screenChoice");
+    screens.showPopup();
+    ASSERT_TRUE(screens.view()->isVisible());
+    openUnit();
+    controller->statMenu(*driver);
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_TRUE(screens.view()->isVisible());
+    desk.desktop.others = {{"HDMI-1", {{1920, 0}, {1024, 768}}}};
+    desk.notifications.post({std::string(kScreensDidChange)});
+    EXPECT_FALSE(screens.view()->isVisible());
+    EXPECT_THAT(entries("screenChoice"), ElementsAre("The desktop's primary screen", "eDP-1", "HDMI-1"));
+}
+
     choose("pointerChoice", QString());
     EXPECT_FALSE(desk.defaults.set.contains("Pointer"));
 }

@@ -29,11 +29,25 @@ QString storedText(std::string_view key) {
 // A list whose first entry stands for no value of the setting, with the entry of this value chosen.
 using Entries = std::vector<std::pair<QString, QVariant>>; // what is shown, what it stands for
 
+bool holds(const QComboBox& list, const Entries& entries) {
+    int row = 0;
+    for (const auto& [text, value] : entries) {
+        if (list.itemText(row) != text || list.itemData(row) != value)
+            return false;
+        ++row;
+    }
+    return list.count() == row;
+}
+
+// One that is open while a unit comes stays open; only with other entries it closes.
 void fill(QComboBox& list, const Entries& entries, const QVariant& chosen) {
     const QSignalBlocker quiet(list);
-    list.clear();
-    for (const auto& [text, value] : entries)
-        list.addItem(text, value);
+    if (!holds(list, entries)) {
+        list.hidePopup();
+        list.clear();
+        for (const auto& [text, value] : entries)
+            list.addItem(text, value);
+    }
     list.setCurrentIndex(list.findData(chosen));
     list.setMinimumWidth(list.sizeHint().width()); // no layout makes it narrower than its longest entry
 }
