@@ -18,12 +18,13 @@ void applicationMain(const std::function<int()>& mainLoop, const ApplicationSurr
     QGuiApplication::setWindowIcon(resourceIcon("Picture 1"));
     const auto controller = std::make_shared<LightPenNX7Controller>();
     controller->setProgramFacts(surroundings.facts);
-    controller->awakeFromNib();
+    // Before the start, which a unit that does not answer holds up without end.
     if (surroundings.requests)
         surroundings.requests->setHandler([weak = std::weak_ptr(controller)](const std::string& action) {
-            if (const auto asked = weak.lock())
-                asked->performAction(action);
+            const auto asked = weak.lock();
+            return asked && asked->performAction(action);
         });
+    controller->awakeFromNib();
     if (!surroundings.action.empty())
         controller->performAction(surroundings.action);
     const int status = mainLoop();

@@ -128,9 +128,10 @@ QIcon LightPenNX7Controller::conditionPicture() {
 }
 
 // Whoever asks is a program, so that nothing comes up in front of a locked screen or a calibration.
-void LightPenNX7Controller::performAction(const std::string& action) {
-    if (Platform::current().systemUI.isScreenCovered() || calibrationCenter_->inSession())
-        return;
+bool LightPenNX7Controller::performAction(const std::string& action) {
+    if (Platform::current().systemUI.isScreenCovered() ||
+        (calibrationCenter_ && calibrationCenter_->inSession()))
+        return false;
     if (action == "help") {
         help();
     } else if (action == "calibrate" && deviceConnected_) {
@@ -141,7 +142,9 @@ void LightPenNX7Controller::performAction(const std::string& action) {
             homeParts().home->window().showPage(Home::kSettingsPage);
     } else {
         logLine("Application: asked for something that it does not do");
+        return false;
     }
+    return true;
 }
 
 void LightPenNX7Controller::keepCalibrationBefore(const PointListRef& points) {
@@ -149,19 +152,20 @@ void LightPenNX7Controller::keepCalibrationBefore(const PointListRef& points) {
     updateHome();
 }
 
-void LightPenNX7Controller::undoCalibration() {
-    if (const PointListRef before = homeParts().before)
-        restoreCalibration(before);
 void LightPenNX7Controller::forgetUnitBefore() {
     if (homeParts().home)
         homeParts().home->unitDidArrive();
     keepCalibrationBefore(nullptr);
 }
 
+void LightPenNX7Controller::undoCalibration() {
+    if (const PointListRef before = homeParts().before)
+        restoreCalibration(before);
     updateHome();
 }
 
-// Those that are not named here count the next time that somebody reads them.
+// Those that are not named here count the next time that somebody reads them. Before the first menu, which a
+// unit may hold up, so do those of the menu.
 void LightPenNX7Controller::settingDidChange(std::string_view key) {
     if (key == kLaunchAtStartUpKey) {
         processLaunchAtStartUp();
@@ -172,9 +176,10 @@ void LightPenNX7Controller::settingDidChange(std::string_view key) {
             showDebugWindow(*EventGeneratorNX7::sharedEventGeneratorNX7(), deviceConnected_);
         else
             debugWindow->hide();
-    } else if (key == kLocaleIdentifierKey || key == kProjectionDistanceSettingKey ||
-               key == kLanguageSettingKey || key == kHelpMenuKey) {
-        rebuildMenu(controllerState.menuMode);
+    } else if (const auto mode = controllerState.menuMode.load();
+               mode != MenuMode{0} && (key == kLocaleIdentifierKey || key == kProjectionDistanceSettingKey ||
+                                       key == kLanguageSettingKey || key == kHelpMenuKey)) {
+        rebuildMenu(mode);
     }
 }
 

@@ -124,8 +124,9 @@ public:
     // Shows the window before others, unless the screen is covered.
     void showHome();
     // Does what another program of the user's asks for: "show" and "settings" show the window, "calibrate"
-    // begins a calibration as the menu does, "help" opens the help document. Another word is a log line.
-    void performAction(const std::string& action);
+    // begins a calibration as the menu does, "help" opens the help document. Another word is a log line. From
+    // the making on, also while a unit holds up awakeFromNib(). Returns false when it was refused.
+    bool performAction(const std::string& action);
 
     // Whether a unit is open. Any thread.
     bool deviceConnected() const { return deviceConnected_; }
@@ -179,8 +180,8 @@ private:
     QIcon conditionPicture();
     QString conditionWords(const QString& between);
     void keepCalibrationBefore(const PointListRef& points);
-    void undoCalibration();
     void forgetUnitBefore();
+    void undoCalibration();
     void settingDidChange(std::string_view key);
 
     std::string choosePreferredLanguage() const;

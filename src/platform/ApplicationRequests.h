@@ -11,7 +11,8 @@ namespace lightpen {
 // anything: neither for reports nor for commands to the unit. Main thread.
 class ApplicationRequests {
 public:
-    using Handler = std::function<void(const std::string& action)>;
+    // Whether it was done.
+    using Handler = std::function<bool(const std::string& action)>;
 
     // The word of whoever asks for nothing but the application itself.
     static constexpr std::string_view kShow = "show";

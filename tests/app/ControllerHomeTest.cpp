@@ -100,7 +100,7 @@ TEST_F(ControllerHomeTest, DoesNotComeOverALockedScreen) {
     desk.systemUI.covered = true;
     desk.runLoop.runFor(11s);
     controller->showHome();
-    controller->performAction("show");
+    EXPECT_FALSE(controller->performAction("show"));
     EXPECT_FALSE(isShown());
 }
 
@@ -118,9 +118,16 @@ TEST_F(ControllerHomeTest, ComesBeforeTheOthersEachTime) {
     EXPECT_TRUE(isShown());
 }
 
-TEST_F(ControllerHomeTest, HasItsTextsWhileAStartIsHeldUp) {
-    controller->showHome();
+TEST_F(ControllerHomeTest, CanBeAskedForWhileAStartIsHeldUp) {
+    EXPECT_TRUE(controller->performAction("calibrate"));
+    EXPECT_TRUE(isShown());
     EXPECT_THAT(titles(), Contains("Settings"));
+    EXPECT_FALSE(button("calibrateByTouching").isEnabled());
+    auto& help = widget<QCheckBox>("Help Menu");
+    help.click();
+    EXPECT_EQ(desk.defaults.set["Help Menu"], DefaultsValue(true));
+    start();
+    EXPECT_TRUE(isShown());
 }
 
 TEST_F(ControllerHomeTest, SaysWhatIsSoAndWhatMendsIt) {
@@ -146,14 +153,14 @@ TEST_F(ControllerHomeTest, SaysWhatIsSoAndWhatMendsIt) {
 TEST_F(ControllerHomeTest, OthersMayAskForFourThings) {
     desk.bundle.files["enu.htm"] = "/bundle/resources/enu.htm";
     startWithUnit();
-    controller->performAction("show");
+    EXPECT_TRUE(controller->performAction("show"));
     EXPECT_TRUE(isShown());
-    controller->performAction("settings");
+    EXPECT_TRUE(controller->performAction("settings"));
     EXPECT_EQ(widget<QListWidget>("titles").currentItem()->text(), "Settings");
-    controller->performAction("help");
+    EXPECT_TRUE(controller->performAction("help"));
     EXPECT_THAT(desk.workspace.opened, ElementsAre("/bundle/resources/enu.htm"));
     EXPECT_FALSE(session());
-    controller->performAction("calibrate");
+    EXPECT_TRUE(controller->performAction("calibrate"));
     EXPECT_TRUE(session());
 }
 
@@ -167,7 +174,7 @@ TEST_F(ControllerHomeTest, WithoutAUnitACalibrationShowsWhy) {
 TEST_F(ControllerHomeTest, NothingElseCanBeAskedFor) {
     startWithUnit();
     for (const char* action : {"", "exit", "C", "Show", "Application: a line\nof another's"}) {
-        controller->performAction(action);
+        EXPECT_FALSE(controller->performAction(action));
         EXPECT_THAT(log.takeLines(), ElementsAre("Application: asked for something that it does not do"));
     }
     EXPECT_FALSE(isShown());
@@ -181,7 +188,7 @@ TEST_F(ControllerHomeTest, NobodyInterruptsACalibration) {
     ASSERT_TRUE(running);
     happened.clear();
     for (const char* action : {"show", "calibrate", "settings", "help"})
-        controller->performAction(action);
+        EXPECT_FALSE(controller->performAction(action)) << action;
     EXPECT_FALSE(isShown());
     EXPECT_THAT(happened.takeDeeds(), IsEmpty());
     EXPECT_TRUE(windowIsVisible());
@@ -367,13 +374,6 @@ TEST_F(ControllerHomeTest, TheScreenIsChosenFromThoseThatAreThere) {
     desk.notifications.removeObserver(&chosen);
 }
 
-TEST_F(ControllerHomeTest, WhatCountsFromTheNextStartOnIsStored) {
-    start();
-    controller->showHome();
-    choose("pointerChoice", "xtest");
-    choose("logChoice", "none");
-    EXPECT_EQ(desk.defaults.set.at("Pointer"), DefaultsValue(std::string("xtest")));
-    EXPECT_EQ(desk.defaults.set.at("Log"), DefaultsValue(std::string("none")));
 TEST_F(ControllerHomeTest, AnOpenListStaysOpenUnlessItsEntriesChange) {
     desk.desktop.name = "eDP-1";
     start();
@@ -392,6 +392,13 @@ TEST_F(ControllerHomeTest, AnOpenListStaysOpenUnlessItsEntriesChange) {
     EXPECT_THAT(entries("screenChoice"), ElementsAre("The desktop's primary screen", "eDP-1", "HDMI-1"));
 }
 
+TEST_F(ControllerHomeTest, WhatCountsFromTheNextStartOnIsStored) {
+    start();
+    controller->showHome();
+    choose("pointerChoice", "xtest");
+    choose("logChoice", "none");
+    EXPECT_EQ(desk.defaults.set.at("Pointer"), DefaultsValue(std::string("xtest")));
+    EXPECT_EQ(desk.defaults.set.at("Log"), DefaultsValue(std::string("none")));
     choose("pointerChoice", QString());
     EXPECT_FALSE(desk.defaults.set.contains("Pointer"));
 }

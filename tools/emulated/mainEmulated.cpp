@@ -232,8 +232,9 @@ int emulatedMain(int argc, char** argv) {
                                  .pointer = [&real] { return real.pointerInUse(); },
                                  .cameraSeesScreen = desk.seesScreen()});
     ApplicationBus requests(kProgram);
+    requests.setHandler(
+        [controller](const std::string& action) { return controller->performAction(action); });
     controller->awakeFromNib();
-    requests.setHandler([controller](const std::string& action) { controller->performAction(action); });
     desk.started();
     // Without destructors: the driver's threads may still run.
     const int status = real.run();

@@ -116,29 +116,35 @@ void ApplicationBus::takeName() {
 void ApplicationBus::setHandler(Handler handler) {
     handler_ = std::move(handler);
     if (handler_)
-        for (const std::string& action : std::exchange(early_, {}))
-            handler_(action);
+        for (const Request& request : std::exchange(early_, {}))
+            perform(request);
 }
 
-void ApplicationBus::take(const std::string& action, const QVariantMap& platformData) {
-    handOver(platformData);
-    if (const Handler handler = handler_)
-        handler(action);
+void ApplicationBus::take(Request request) {
+    if (handler_)
+        perform(request);
     else if (early_.size() < kMostEarly)
-        early_.push_back(action);
+        early_.push_back(std::move(request));
+}
+
+// What a refused one has left behind would go to a later window, or to programs that this one starts.
+void ApplicationBus::perform(const Request& request) const {
+    handOver(request.platformData);
+    if (const Handler handler = handler_; !handler(request.action))
+        qunsetenv(kTokenVariable);
 }
 
 void ApplicationBus::Activate(const QVariantMap& platformData) {
-    take(std::string(kShow), platformData);
+    take({std::string(kShow), platformData});
 }
 
 void ApplicationBus::Open(const QStringList&, const QVariantMap& platformData) {
-    take(std::string(kShow), platformData);
+    take({std::string(kShow), platformData});
 }
 
 void ApplicationBus::ActivateAction(const QString& name, const QVariantList&,
                                     const QVariantMap& platformData) {
-    take(name.toStdString(), platformData);
+    take({name.toStdString(), platformData});
 }
 
 std::string askRunningApplication(const std::string& program, const std::string& action) {

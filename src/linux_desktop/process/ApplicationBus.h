@@ -37,7 +37,7 @@ public:
 
 public Q_SLOTS:
     // The bus calls these. The platform data may hold the right to take the keyboard ("activation-token"),
-    // which goes to the next window that asks for it.
+    // which goes to the next window that asks for it, unless the request is refused.
     Q_SCRIPTABLE void Activate(const QVariantMap& platformData);
     // There are no documents, so that this shows the window too.
     Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap& platformData);
@@ -46,11 +46,16 @@ public Q_SLOTS:
 
 private:
     void takeName();
-    void take(const std::string& action, const QVariantMap& platformData);
+    struct Request {
+        std::string action;
+        QVariantMap platformData;
+    };
+    void take(Request request);
+    void perform(const Request& request) const;
 
     const std::string program_;
     Handler handler_;
-    std::vector<std::string> early_; // what came before there was a handler
+    std::vector<Request> early_; // what came before there was a handler
 };
 
 // Asks the program of this name that runs already for the action, with the right to take the keyboard that

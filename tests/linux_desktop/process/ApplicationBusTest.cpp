@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <optional>
 #include <thread>
 
@@ -16,11 +15,12 @@
 #include <QDBusPendingCall>
 
 #include "kit/ChildProcess.h"
-#include "kit/Eventually.h"
 #include "kit/Pipe.h"
 #include "kit/PrivateBus.h"
 #include "kit/RecordingLog.h"
+#include "kit/linux/TestMain.h"
 #include "linux_desktop/process/SingleInstance.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -32,22 +32,21 @@ using testing::StartsWith;
 
 constexpr const char* kProgram = "LightPenNX7";
 
-std::unique_ptr<PrivateBus> bus;
+const PrivateBus* bus; // set by main
 
 class ApplicationBusTest : public testing::Test {
 protected:
     ApplicationBusTest() { qunsetenv("XDG_ACTIVATION_TOKEN"); }
     ~ApplicationBusTest() override { QDBusConnection::disconnectFromBus(QStringLiteral("other")); }
     void SetUp() override {
-        ASSERT_TRUE(becomes([&] { return !nameIsTaken(kProgram); }));
+        ASSERT_TRUE(comesTrue([&] { return !nameIsTaken(kProgram); }));
     }
 
-    template <class Condition>
-    static bool becomes(Condition condition) {
-        return eventually(condition, [] { QCoreApplication::processEvents(); });
-    }
     void listen(ApplicationBus& application) {
-        application.setHandler([this](const std::string& action) { asked.push_back(action); });
+        application.setHandler([this](const std::string& action) {
+            asked.push_back(action);
+            return action != "refused";
+        });
     }
     // Another program calls the method; its answer.
     QDBusMessage call(const char* method, const QVariantList& arguments,
@@ -57,7 +56,7 @@ protected:
                                            "org.freedesktop.Application", method);
         message.setArguments(arguments);
         const auto pending = other.asyncCall(message);
-        EXPECT_TRUE(becomes([&] { return pending.isFinished(); }));
+        EXPECT_TRUE(comesTrue([&] { return pending.isFinished(); }));
         return pending.reply();
     }
     static QVariantMap withToken(const QString& token) { return {{"activation-token", token}}; }
@@ -68,7 +67,7 @@ protected:
         return other.call(message).arguments().value(0).toBool();
     }
     bool hasName(const std::string& program = kProgram) {
-        return becomes([&] { return nameIsTaken(program); });
+        return comesTrue([&] { return nameIsTaken(program); });
     }
 
     RecordingLog log;
@@ -128,12 +127,28 @@ TEST_F(ApplicationBusTest, TheRightToTheKeyboardGoesToTheNextWindow) {
     EXPECT_THAT(asked, SizeIs(7));
 }
 
+TEST_F(ApplicationBusTest, TheRightToTheKeyboardGoesWithARequestThatIsRefused) {
+    ApplicationBus application(kProgram);
+    ASSERT_TRUE(hasName());
+    call("ActivateAction", {"refused", QVariantList(), withToken("early")});
+    listen(application);
+    EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    call("Activate", {withToken("of_the_window")});
+    EXPECT_EQ(qEnvironmentVariable("XDG_ACTIVATION_TOKEN"), "of_the_window");
+    call("ActivateAction", {"refused", QVariantList(), withToken("late")});
+    EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    EXPECT_THAT(asked, ElementsAre("refused", "show", "refused"));
+}
+
 TEST_F(ApplicationBusTest, ProgramsOfOtherNamesDoNotMeet) {
     ApplicationBus application(kProgram);
     listen(application);
     ApplicationBus emulated("LightPenNX7-emulated");
     std::vector<std::string> ofTheOther;
-    emulated.setHandler([&](const std::string& action) { ofTheOther.push_back(action); });
+    emulated.setHandler([&](const std::string& action) {
+        ofTheOther.push_back(action);
+        return true;
+    });
     ASSERT_TRUE(hasName() && hasName("LightPenNX7-emulated"));
     call("ActivateAction", {"help", QVariantList(), QVariantMap()}, "LightPenNX7-emulated");
     EXPECT_THAT(asked, IsEmpty());
@@ -143,7 +158,7 @@ TEST_F(ApplicationBusTest, ProgramsOfOtherNamesDoNotMeet) {
 TEST_F(ApplicationBusTest, ANameThatSomebodyElseHasIsSaid) {
     ASSERT_TRUE(other.registerService(ApplicationBus::nameOf(kProgram)));
     ApplicationBus application(kProgram);
-    EXPECT_TRUE(becomes([&] { return !log.lines().empty(); }));
+    EXPECT_TRUE(comesTrue([&] { return !log.lines().empty(); }));
     EXPECT_THAT(log.lines(), ElementsAre("Application: the name org.lightpen.LightPenNX7 cannot be had on "
                                          "the session bus: another program has it"));
 }
@@ -159,7 +174,7 @@ protected:
         std::vector<std::string> command{LIGHTPEN_PROGRAM};
         command.insert(command.end(), options.begin(), options.end());
         ChildProcess program(command, {.environment = environment, .output = said.writeEnd()});
-        EXPECT_TRUE(becomes([&] { return !program.running(); }));
+        EXPECT_TRUE(comesTrue([&] { return !program.running(); }));
         return program.wait();
     }
     std::string runsAlready() const {
@@ -198,7 +213,7 @@ TEST_F(SecondStartTest, WaitsForAFirstThatIsStillAtItsBeginning) {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     ApplicationBus application(kProgram);
     listen(application);
-    EXPECT_TRUE(becomes([&] { return !second.running(); }));
+    EXPECT_TRUE(comesTrue([&] { return !second.running(); }));
     EXPECT_EQ(second.wait(), 0);
     EXPECT_THAT(asked, ElementsAre("show"));
 }
@@ -220,11 +235,7 @@ TEST_F(SecondStartTest, SaysWhatIsWrongWithTheFirst) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::bus = std::make_unique<lightpen::PrivateBus>();
-    lightpen::bus->enter();
-    const QCoreApplication application(argc, argv);
-    const int status = RUN_ALL_TESTS();
-    lightpen::bus.reset();
-    return status;
+    const lightpen::PrivateBus bus;
+    lightpen::bus = &bus;
+    return lightpen::runTests<QCoreApplication>(argc, argv, bus);
 }
