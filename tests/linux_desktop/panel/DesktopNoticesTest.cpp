@@ -7,10 +7,11 @@
 
 #include <QCoreApplication>
 
-#include "kit/Eventually.h"
 #include "kit/PrivateBus.h"
 #include "kit/RecordingLog.h"
 #include "kit/linux/FakeNotificationServer.h"
+#include "kit/linux/TestMain.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -18,14 +19,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::unique_ptr<PrivateBus> bus;
+const PrivateBus* bus; // set by main
 
 class DesktopNoticesTest : public testing::Test {
 protected:
-    template <class Condition>
-    static bool becomes(Condition condition) {
-        return eventually(condition, [] { QCoreApplication::processEvents(); });
-    }
     // A notice whose actions write their numbers down.
     void show(const std::string& title) {
         notices.show({title, "a < b & c", {{"first", [this] { chosen.push_back(0); }}, {"second", [this] {
@@ -37,7 +34,7 @@ protected:
     void letNewsArrive() {
         const std::size_t before = server->shown.size();
         notices.show({"later", "", {}});
-        EXPECT_TRUE(becomes([&] { return server->shown.size() > before; }));
+        EXPECT_TRUE(comesTrue([&] { return server->shown.size() > before; }));
         QCoreApplication::processEvents();
     }
 
@@ -49,7 +46,7 @@ protected:
 
 TEST_F(DesktopNoticesTest, IsShownWithItsActions) {
     show("The title");
-    ASSERT_TRUE(becomes([&] { return server->shown.size() == 1; }));
+    ASSERT_TRUE(comesTrue([&] { return server->shown.size() == 1; }));
     EXPECT_EQ(server->shown[0].title, "The title");
     EXPECT_EQ(server->shown[0].text, "a &lt; b &amp; c");
     EXPECT_EQ(server->shown[0].actions, (QStringList{"0", "first", "1", "second"}));
@@ -59,7 +56,7 @@ TEST_F(DesktopNoticesTest, IsShownWithItsActions) {
 TEST_F(DesktopNoticesTest, StaysUntilItIsClosedUnlessNothingIsLostWithIt) {
     show("one");
     notices.show({.title = "two", .goesByItself = true});
-    ASSERT_TRUE(becomes([&] { return server->shown.size() == 2; }));
+    ASSERT_TRUE(comesTrue([&] { return server->shown.size() == 2; }));
     EXPECT_EQ(server->shown[0].expires, 0);
     EXPECT_EQ(server->shown[1].expires, -1);
 }
@@ -67,19 +64,19 @@ TEST_F(DesktopNoticesTest, StaysUntilItIsClosedUnlessNothingIsLostWithIt) {
 TEST_F(DesktopNoticesTest, WhatTheUserChoosesIsDoneOnce) {
     show("one");
     show("two");
-    ASSERT_TRUE(becomes([&] { return server->shown.size() == 2; }));
+    ASSERT_TRUE(comesTrue([&] { return server->shown.size() == 2; }));
     letNewsArrive();
     server->choose(2, "1");
     server->choose(2, "0");
     server->choose(1, "0");
-    EXPECT_TRUE(becomes([&] { return chosen.size() == 2; }));
+    EXPECT_TRUE(comesTrue([&] { return chosen.size() == 2; }));
     letNewsArrive();
     EXPECT_THAT(chosen, ElementsAre(1, 0));
 }
 
 TEST_F(DesktopNoticesTest, NonsenseAndOtherProgramsNoticesDoNothing) {
     show("one");
-    ASSERT_TRUE(becomes([&] { return server->shown.size() == 1; }));
+    ASSERT_TRUE(comesTrue([&] { return server->shown.size() == 1; }));
     letNewsArrive();
     for (const char* key : {"2", "-1", "", "default", "0x0", "18446744073709551616"})
         server->choose(1, key);
@@ -96,7 +93,7 @@ TEST_F(DesktopNoticesTest, NonsenseAndOtherProgramsNoticesDoNothing) {
 TEST_F(DesktopNoticesTest, ADesktopWithoutNoticesGetsALogLine) {
     server.reset();
     show("The title");
-    EXPECT_TRUE(becomes([&] { return !log.lines().empty(); }));
+    EXPECT_TRUE(comesTrue([&] { return !log.lines().empty(); }));
     EXPECT_THAT(log.lines(), ElementsAre("Notices: The title: a < b & c"));
 }
 
@@ -104,11 +101,7 @@ TEST_F(DesktopNoticesTest, ADesktopWithoutNoticesGetsALogLine) {
 } // namespace lightpen
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    lightpen::bus = std::make_unique<lightpen::PrivateBus>();
-    lightpen::bus->enter();
-    const QCoreApplication application(argc, argv);
-    const int result = RUN_ALL_TESTS();
-    lightpen::bus.reset();
-    return result;
+    const lightpen::PrivateBus bus;
+    lightpen::bus = &bus;
+    return lightpen::runTests<QCoreApplication>(argc, argv, bus);
 }

@@ -5,9 +5,9 @@
 
 #include <QCoreApplication>
 
-#include "kit/Eventually.h"
 #include "kit/linux/FakeOutputOrder.h"
 #include "kit/linux/TestMain.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -22,10 +22,6 @@ protected:
         order = std::make_unique<KWinOutputOrder>([this] { ++changes; });
         order->settle(steady_clock::now() + patience);
         changes = 0;
-    }
-    template <class Condition>
-    static bool comesTrue(Condition condition) {
-        return eventually(condition, [] { QCoreApplication::processEvents(); });
     }
     bool becomes(const std::string& name) {
         return comesTrue([&] { return order->name() == name; });

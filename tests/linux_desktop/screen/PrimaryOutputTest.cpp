@@ -5,11 +5,11 @@
 
 #include <QGuiApplication>
 
-#include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/linux/FakeDisplayConfig.h"
 #include "kit/linux/FakeOutputOrder.h"
 #include "kit/linux/TestMain.h"
+#include "measure/desktop/Patience.h"
 
 namespace lightpen {
 namespace {
@@ -23,10 +23,6 @@ protected:
         setenv("WAYLAND_DISPLAY", kwin->socket().c_str(), 1);
         kwin->setOrder({"DP-3", "DP-4"});
         mutter.setScreens({"eDP-1", "HDMI-1"}, "HDMI-1");
-    }
-    template <class Condition>
-    static bool comesTrue(Condition condition) {
-        return eventually(condition, [] { QCoreApplication::processEvents(); });
     }
     RecordingLog log;
     std::unique_ptr<FakeOutputOrder> kwin = std::make_unique<FakeOutputOrder>();
