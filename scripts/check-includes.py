@@ -41,8 +41,8 @@ PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)|webcam/main\w
 # The folders that speak to Linux, X11 and Qt as they need to, and the units elsewhere that derive from Qt's classes.
 SYSTEM_FOLDERS = {"linux_desktop", "emulated", "measure"}
 QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView|VirtualKeyCodes)\w*\.(cpp|h)|"
-                      r"calibration/(CancelPlace|TouchHint|KVRCalibrationWindow|KVRCalibrationTarget)\w*\.(cpp|h)|"
-                      r"webcam/main\w*\.cpp")
+                      r"calibration/(CancelPlace|SessionLabel|TouchHint|KVRCalibrationWindow|KVRCalibrationTarget)\w*"
+                      r"\.(cpp|h)|webcam/main\w*\.cpp")
 QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*|Qt")
 # Whole Qt modules cost seconds in each unit.
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")

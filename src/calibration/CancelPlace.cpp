@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include <QEvent>
 #include <QFontMetrics>
 #include <QPainter>
 
@@ -15,29 +14,13 @@ namespace {
 constexpr int kBottomMargin = 8;
 constexpr int kHeight = 28;
 constexpr int kLeastWidth = 160; // of a place that is easy to hit, and not taken for a target
-constexpr int kSidePadding = 14;
-constexpr int kTextPixels = 14;
 constexpr double kCornerRadius = 6;
-// Quiet beside the target, and legible all the same.
-const QColor kGround(0xD6, 0xD6, 0xD6);
-const QColor kText(0x40, 0x40, 0x40);
 
 } // namespace
 
-CancelPlace::CancelPlace(QWidget& view) : QAbstractButton(&view) {
-    QFont smaller = font();
-    smaller.setPixelSize(kTextPixels);
-    setFont(smaller);
+CancelPlace::CancelPlace(QWidget& view) : SessionLabel(view) {
     setFocusPolicy(Qt::NoFocus); // the keys are the window's
     setCursor(Qt::PointingHandCursor);
-    view.installEventFilter(this);
-    hide();
-}
-
-void CancelPlace::setLabel(const QString& label) {
-    setText(label);
-    place();
-    setVisible(!label.isEmpty());
 }
 
 void CancelPlace::place() {
@@ -46,12 +29,6 @@ void CancelPlace::place() {
     const int width = std::max(kLeastWidth, fontMetrics().horizontalAdvance(text()) + 2 * kSidePadding);
     setGeometry(shown.x() + (shown.width() - width) / 2, shown.y() + shown.height() - kBottomMargin - kHeight,
                 width, kHeight);
-}
-
-bool CancelPlace::eventFilter(QObject*, QEvent* event) {
-    if (event->type() == QEvent::Resize)
-        place();
-    return false;
 }
 
 void CancelPlace::paintEvent(QPaintEvent*) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "calibration/TouchHint.h"
 
-#include <QEvent>
 #include <QPalette>
 
 namespace lightpen {
@@ -12,18 +11,10 @@ namespace {
 // for one thing, on a narrow screen too.
 constexpr int kTopMargin = 2;
 constexpr int kHeight = 22;
-constexpr int kSidePadding = 14;
-constexpr int kTextPixels = 14;
-// The ground makes one thing of the words, as it does of the way out below.
-const QColor kGround(0xD6, 0xD6, 0xD6);
-const QColor kText(0x40, 0x40, 0x40);
 
 } // namespace
 
-TouchHint::TouchHint(QWidget& window) : QLabel(&window) {
-    QFont smaller = font();
-    smaller.setPixelSize(kTextPixels);
-    setFont(smaller);
+TouchHint::TouchHint(QWidget& window) : SessionLabel(window) {
     QPalette colours = palette();
     colours.setColor(QPalette::Window, kGround);
     colours.setColor(QPalette::WindowText, kText);
@@ -33,25 +24,11 @@ TouchHint::TouchHint(QWidget& window) : QLabel(&window) {
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignCenter);
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    window.installEventFilter(this);
-    hide();
-}
-
-void TouchHint::setHint(const QString& hint) {
-    setText(hint);
-    place();
-    setVisible(!hint.isEmpty());
 }
 
 void TouchHint::place() {
     const int width = sizeHint().width();
     setGeometry((parentWidget()->width() - width) / 2, kTopMargin, width, kHeight);
-}
-
-bool TouchHint::eventFilter(QObject*, QEvent* event) {
-    if (event->type() == QEvent::Resize)
-        place();
-    return false;
 }
 
 } // namespace lightpen
