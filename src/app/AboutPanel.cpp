@@ -46,7 +46,8 @@ public:
         setText(copyright_, options.copyright);
         if (!options.button.empty())
             buttons_.button(QDialogButtonBox::Ok)->setText(QString::fromStdString(options.button));
-        QDialog::show();
+        if (!isVisible())
+            QDialog::show(); // one that is shown already would be put in the middle of the screen again
         raise();
         activateWindow();
     }

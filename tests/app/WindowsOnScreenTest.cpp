@@ -271,6 +271,7 @@ TEST_F(WindowsOnScreenTest, TheAboutPanelComesToTheFrontAgainAndEscapeClosesIt) 
     ASSERT_TRUE(comesTrue([&] { return pixelAt(corner) == kBlue; }));
     orderFrontStandardAboutPanel({"Dongle version 2.3\n\n  CMOS version 1.10\n", "NX9 Driver", {}});
     EXPECT_TRUE(comesTrue([&] { return panel()->isActiveWindow() && pixelAt(corner) == ground; }));
+    EXPECT_EQ(panel()->geometry().topLeft(), corner - QPoint(3, 3)) << "it stays where the user has it";
     EXPECT_TRUE(comesTrue([&] { return screen().contains(panel()->frameGeometry()); }));
     press(XNeighbour::kEscape);
     EXPECT_TRUE(comesTrue([&] { return panel() == nullptr; }));
