@@ -171,13 +171,14 @@ private:
     }
 };
 
-// The main function of a test on the stage, of the usual size or of this one.
-template <class... Size>
+// The main function of a test on the stage, of the usual size or of this one. The kind of the test's own
+// application object is Qt's.
+template <class Application = QApplication, class... Size>
 int runOnApplicationStage(int argc, char** argv, Size... size) {
     testing::InitGoogleTest(&argc, argv);
     const ApplicationStage stage(size...);
     applicationStage = &stage;
-    const QApplication application(argc, argv);
+    const Application application(argc, argv);
     return RUN_ALL_TESTS();
 }
 
