@@ -5,7 +5,9 @@
 #include <any>
 
 #include <QAction>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 
 #include "app/AboutPanel.h"
 #include "app/DebugWindow.h"
@@ -95,7 +97,7 @@ void LightPenNX7Controller::distance(const QAction& sender) {
     Platform::current().defaults.setObject(kProjectionDistanceKey, std::int64_t{sender.data().toInt()});
     const std::int32_t exposure = driver.forcedExposure();
     markDistances(exposure);
-    faeTextField->setText(QString::number(exposure));
+    showValue(shownExposure_, QString::number(exposure));
     logLine("Light n:737 distance : %s", describe(sender).c_str());
 }
 
@@ -153,34 +155,86 @@ void LightPenNX7Controller::exit(const std::string& sender) {
     Platform::current().runLoop.terminate(EXIT_SUCCESS);
 }
 
-// The windows
+// The windows. They belong to this object and do not outlive it.
+
+PreviewWindow& LightPenNX7Controller::madePreviewWindow() {
+    if (window)
+        return *window;
+    window = std::make_unique<PreviewWindow>();
+    imageView = window->imageView();
+    previewMessage = window->previewMessage();
+    previewExitButton = window->previewExitButton();
+    previewDetectAgainButton = window->previewDetectAgainButton();
+    window->onExit = [this] { invokePreview("previewExitButton"); };
+    window->onDetectAgain = [this] { previewTimerFired("previewDetectAgainButton"); };
+    titlePreviewWindow();
+    return *window;
+}
+
+DebugWindow& LightPenNX7Controller::madeDebugWindow() {
+    if (debugWindow)
+        return *debugWindow;
+    debugWindow = std::make_unique<DebugWindow>();
+    thresholdsTextField = debugWindow->thresholdsTextField();
+    faeTextField = debugWindow->faeTextField();
+    debugWindow->onButton = [this] { debugWindowButton("debugWindow"); };
+    thresholdsTextField->setText(shownThreshold_);
+    faeTextField->setText(shownExposure_);
+    titleDebugWindow();
+    return *debugWindow;
+}
+
+void LightPenNX7Controller::titlePreviewWindow() {
+    if (!window)
+        return;
+    previewMessage->setText(displayText(kStrayLightMessage));
+    previewExitButton->setText(displayText("Exit"));
+    previewDetectAgainButton->setText(displayText("Detect again!"));
+    window->setWindowTitle(displayText("Camera picture"));
+    imageView->setWaitingText(displayText("No picture yet"));
+}
+
+void LightPenNX7Controller::titleDebugWindow() {
+    if (debugWindow)
+        debugWindow->setTexts(displayText("Debug"), displayText("Threshold"), displayText("Forced Exposure"),
+                              displayText("Send to the unit"));
+}
+
+void LightPenNX7Controller::showValue(QString& kept, const QString& value) {
+    kept = value;
+    if (debugWindow)
+        (&kept == &shownThreshold_ ? thresholdsTextField : faeTextField)->setText(value);
+}
 
 void LightPenNX7Controller::showPreviewWindow(bool show) {
     logLine("Light n:389 ");
     if (show) {
-        window->makeKeyAndOrderFront();
+        madePreviewWindow().makeKeyAndOrderFront();
     } else {
-        window->orderOut();
+        if (window)
+            window->orderOut();
         EventGeneratorNX7::sharedEventGeneratorNX7()->startPointQueue();
     }
 }
 
 void LightPenNX7Controller::invokePreview(const std::string&) {
-    showPreviewWindow(!window->isVisible());
+    showPreviewWindow(!window || !window->isVisible());
 }
 
 void LightPenNX7Controller::previewTimerFired(const std::string&) {
     logLine("Light n:386 fired");
-    imageView->setImage(EventGeneratorNX7::sharedEventGeneratorNX7()->previewImage());
+    const PreviewImageRef image = EventGeneratorNX7::sharedEventGeneratorNX7()->previewImage();
+    if (window)
+        imageView->setImage(image);
 }
 
 void LightPenNX7Controller::showDebugWindow(const EventGeneratorNX7& driver, bool present) {
-    debugWindow->show();
+    madeDebugWindow().show();
     debugWindow->raise();
     if (!present)
         return;
-    thresholdsTextField->setText(QString::number(driver.threshold()));
-    faeTextField->setText(QString::number(driver.forcedExposure()));
+    showValue(shownThreshold_, QString::number(driver.threshold()));
+    showValue(shownExposure_, QString::number(driver.forcedExposure()));
 }
 
 void LightPenNX7Controller::debugWindowButton(const std::string&) {

@@ -174,7 +174,7 @@ void LightPenNX7Controller::settingDidChange(std::string_view key) {
     } else if (key == kDebugWindowKey) {
         if (isSet(key))
             showDebugWindow(*EventGeneratorNX7::sharedEventGeneratorNX7(), deviceConnected_);
-        else
+        else if (debugWindow)
             debugWindow->hide();
     } else if (const auto mode = controllerState.menuMode.load();
                mode != MenuMode{0} && (key == kLocaleIdentifierKey || key == kProjectionDistanceSettingKey ||

@@ -5,15 +5,11 @@
 #include <utility>
 
 #include <QAction>
-#include <QLabel>
 #include <QMenu>
-#include <QPushButton>
 
-#include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
 #include "app/LanguageChoice.h"
 #include "app/MenuItems.h"
-#include "app/PreviewWindow.h"
 #include "app/StatusItem.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -116,15 +112,9 @@ std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::strin
 }
 
 void LightPenNX7Controller::constructPreviewWindow() {
-    const QString message = displayText(kStrayLightMessage);
-    logLine("Light n:310 %s", textOrNull(message).c_str());
-    previewMessage->setText(message);
-    previewExitButton->setText(displayText("Exit"));
-    previewDetectAgainButton->setText(displayText("Detect again!"));
-    window->setWindowTitle(displayText("Camera picture"));
-    imageView->setWaitingText(displayText("No picture yet"));
-    debugWindow->setTexts(displayText("Debug"), displayText("Threshold"), displayText("Forced Exposure"),
-                          displayText("Send to the unit"));
+    logLine("Light n:310 %s", textOrNull(displayText(kStrayLightMessage)).c_str());
+    titlePreviewWindow();
+    titleDebugWindow();
 }
 
 std::shared_ptr<QMenu> LightPenNX7Controller::constructMenuForLocalIdentifier(const std::string& identifier) {

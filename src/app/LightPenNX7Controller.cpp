@@ -5,9 +5,6 @@
 #include <optional>
 #include <utility>
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 
 #include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
@@ -66,19 +63,7 @@ void LightPenNX7Controller::initialize(bool calibratesAutomatically) {
         Platform::current().defaults.registerDefaults(std::move(*defaults));
 }
 
-LightPenNX7Controller::LightPenNX7Controller()
-    : window(std::make_unique<PreviewWindow>()), imageView(window->imageView()),
-      previewMessage(window->previewMessage()), previewExitButton(window->previewExitButton()),
-      previewDetectAgainButton(window->previewDetectAgainButton()),
-      debugWindow(std::make_unique<DebugWindow>()), thresholdsTextField(debugWindow->thresholdsTextField()),
-      faeTextField(debugWindow->faeTextField()) {
-    thresholdsTextField->setText(kNoValue);
-    faeTextField->setText(kNoValue);
-    // The windows belong to this object and do not outlive it.
-    window->onExit = [this] { invokePreview("previewExitButton"); };
-    window->onDetectAgain = [this] { previewTimerFired("previewDetectAgainButton"); };
-    debugWindow->onButton = [this] { debugWindowButton("debugWindow"); };
-}
+LightPenNX7Controller::LightPenNX7Controller() : shownThreshold_(kNoValue), shownExposure_(kNoValue) {}
 
 LightPenNX7Controller::~LightPenNX7Controller() {
     logLine("Light n:380 ");
@@ -143,7 +128,8 @@ void LightPenNX7Controller::observeScreen() {
     });
     notifications.addObserver(this, kScreensDidChange, nullptr, [this](const Notification&) {
         EventGeneratorNX7::sharedEventGeneratorNX7()->screensDidChange();
-        window->screensDidChange();
+        if (window)
+            window->screensDidChange();
         updateCondition();
         updateHome();
     });
@@ -207,10 +193,10 @@ void LightPenNX7Controller::deviceDidAddCallback(EventGeneratorNX7& driver) {
     calibrationCenter_->cancelSession();
     calibrationCenter_->setCalibrationPoints(driver.calibrationPointsFromFlash());
     driver.setCalibrationCenter(calibrationCenter_);
-    thresholdsTextField->setText(QString::number(driver.threshold()));
+    showValue(shownThreshold_, QString::number(driver.threshold()));
     const std::int32_t exposure = driver.forcedExposure();
     logLine("Light n:799 value deviceDidAddCallback: %d", exposure);
-    faeTextField->setText(QString::number(exposure));
+    showValue(shownExposure_, QString::number(exposure));
     markDistances(exposure);
     updateCondition();
     forgetUnitBefore();
@@ -237,8 +223,8 @@ void LightPenNX7Controller::deviceDidRemoveCallback(EventGeneratorNX7&) {
 
 void LightPenNX7Controller::showDeviceRemoved() {
     statusItem_->setImage(statusImage("disconn"));
-    thresholdsTextField->setText(kNoValue);
-    faeTextField->setText(kNoValue);
+    showValue(shownThreshold_, kNoValue);
+    showValue(shownExposure_, kNoValue);
     rebuildMenu(MenuMode::exitOnly);
     updateCondition();
 }

@@ -201,15 +201,25 @@ private:
     std::string text(std::string_view key) const { return displayText(key).toStdString(); }
     void markDistances(std::int32_t exposure) const;
 
-    // The preview window and what it shows, the debug window and its two fields.
-    const std::unique_ptr<PreviewWindow> window;
-    PreviewImageView* const imageView;
-    QLabel* const previewMessage;
-    QPushButton* const previewExitButton;
-    QPushButton* const previewDetectAgainButton;
-    const std::unique_ptr<DebugWindow> debugWindow;
-    QLineEdit* const thresholdsTextField;
-    QLineEdit* const faeTextField;
+    PreviewWindow& madePreviewWindow();
+    DebugWindow& madeDebugWindow();
+    void titlePreviewWindow();
+    void titleDebugWindow();
+    void showValue(QString& kept, const QString& value);
+
+    // The preview window and what it shows, the debug window and its two fields: each none before it is
+    // shown for the first time, since most users never see it, and a window with text loads fonts.
+    std::unique_ptr<PreviewWindow> window;
+    PreviewImageView* imageView = nullptr;
+    QLabel* previewMessage = nullptr;
+    QPushButton* previewExitButton = nullptr;
+    QPushButton* previewDetectAgainButton = nullptr;
+    std::unique_ptr<DebugWindow> debugWindow;
+    QLineEdit* thresholdsTextField = nullptr;
+    QLineEdit* faeTextField = nullptr;
+    // What the fields show, or will.
+    QString shownThreshold_;
+    QString shownExposure_;
 
     std::unique_ptr<StatusItem> statusItem_;
     std::map<std::string, QIcon> statusImages_; // by their names

@@ -30,6 +30,7 @@ protected:
 // What the log has of each click, one after the other.
 TEST_F(ControllerActionsTest, ClicksInTheirOrder) {
     wantEverything();
+    wantDebugWindow();
     desk.bundle.files["enu.htm"] = "/bundle/resources/enu.htm";
     startWithUnit();
     for (const char* chosen : {"Distance3", "German", "Help", "About...", "Calibration"}) {
@@ -68,6 +69,7 @@ TEST_F(ControllerActionsTest, ADistanceIsSentBeforeItIsStored) {
 
 TEST_F(ControllerActionsTest, TheNearestDistanceHasTheHighestTag) {
     wantEverything();
+    wantDebugWindow();
     startWithUnit();
     setExposure(46);
     item("Distance1").trigger();
@@ -144,6 +146,7 @@ TEST_F(ControllerActionsTest, StrayLightShowsThePreviewAndItsExitTakesReportsAga
 
 TEST_F(ControllerActionsTest, DetectAgainAsksForAPicture) {
     start();
+    controller->showPreviewWindow(true);
     const PreviewImageRef old = std::make_shared<const PreviewImage>();
     widget<PreviewImageView>("imageView").setImage(old);
     widget<QPushButton>("previewDetectAgainButton").click();

@@ -103,6 +103,8 @@ protected:
         for (const char* key : {"Projection Distance Setting", "Language Setting", "Help Menu"})
             desk.defaults.set[key] = true;
     }
+    // The debug window, whose fields can then be read, from the start on.
+    void wantDebugWindow() { desk.defaults.set["Debug Window"] = true; }
     // The controller starts, and what it said meanwhile is forgotten.
     void start() {
         controller->awakeFromNib();
@@ -129,6 +131,13 @@ protected:
                 return *wanted;
         }
         throw std::runtime_error(std::string("no widget ") + name);
+    }
+    // Whether one of that name has been made and is on the screen.
+    static bool isShown(const char* name) {
+        for (const QWidget* window : QApplication::topLevelWidgets())
+            if (window->objectName() == name && window->isVisible())
+                return true;
+        return false;
     }
     static std::string textOf(const char* field) { return widget<QLineEdit>(field).text().toStdString(); }
     // Each item in one word or more: "-" is a separator, "Language >" has a menu of its own, "* Distance1" is

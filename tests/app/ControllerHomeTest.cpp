@@ -283,6 +283,7 @@ TEST_F(ControllerHomeTest, TheLanguageCountsAtOnceEverywhere) {
     wantEverything();
     startWithUnit();
     controller->showHome();
+    controller->showPreviewWindow(true);
     EXPECT_EQ(entries("languageChoice").front(), "The system's language");
     choose("languageChoice", "de");
     EXPECT_THAT(titles(), Contains("de:Settings"));

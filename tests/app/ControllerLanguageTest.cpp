@@ -27,6 +27,7 @@ TEST_F(ControllerLanguageTest, TheSystemsFirstLanguageCountsWithoutAChoice) {
     desk.locales.languages = {"ja", "de"};
     start();
     EXPECT_EQ(exitTitle(), "ja:Exit");
+    controller->showPreviewWindow(true);
     EXPECT_EQ(widget<QPushButton>("previewExitButton").text(), "ja:Exit");
     EXPECT_EQ(widget<QPushButton>("previewDetectAgainButton").text(), "ja:Detect again!");
     EXPECT_EQ(widget<QLabel>("previewMessage").text(), QString("ja:") + kStrayLightMessage);

@@ -123,6 +123,7 @@ TEST_F(ControllerMenusTest, LinesOfTheExitMenuInTheirOrder) {
 
 TEST_F(ControllerMenusTest, SeveralDistancesMayBeMarkedOrNone) {
     wantEverything();
+    wantDebugWindow();
     desk.bundle.information.entries[0].second = {listOf<std::int64_t>({25, 7, 25})};
     startWithUnit();
     EXPECT_THAT(itemsOf(submenu("Projection Distance")),
@@ -170,6 +171,7 @@ TEST_F(ControllerMenusTest, AMissingTableLeavesAllUntitled) {
     desk.bundle.dictionaries.erase("English.strings");
     startWithUnit();
     EXPECT_THAT(itemsOf(menu()), ElementsAre("", "-", "", ""));
+    controller->showPreviewWindow(true);
     EXPECT_EQ(widget<QLabel>("previewMessage").text(), "");
     controller->constructPreviewWindow();
     EXPECT_THAT(log.lines(), Contains(testing::EndsWith("(null)")));

@@ -27,7 +27,7 @@ protected:
                 return true;
         return false;
     }
-    static bool previewIsShown() { return widget<QWidget>("PreviewWindow").isVisible(); }
+    static bool previewIsShown() { return isShown("PreviewWindow"); }
 };
 
 TEST_F(ControllerScreenTest, ACoveredScreenEndsASession) {

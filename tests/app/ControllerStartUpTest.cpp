@@ -69,6 +69,7 @@ TEST_F(ControllerStartUpTest, TheItemIsThereBeforeTheDriverIsAskedFor) {
 
 TEST_F(ControllerStartUpTest, StartWithAUnitInItsOrder) {
     desk.defaults.set["Launch At Start Up"] = true;
+    wantDebugWindow();
     openUnit({.NX9Ver = 0x34, .cmosVer = 0x21});
     controller->awakeFromNib();
     EXPECT_TRUE(matchesTranscript("app/transcripts/start_with_a_unit"));
@@ -85,15 +86,26 @@ TEST_F(ControllerStartUpTest, StartWithoutAUnitInItsOrder) {
     controller->awakeFromNib();
     EXPECT_TRUE(matchesTranscript("app/transcripts/start_without_a_unit"));
     EXPECT_EQ(statusColour(), QColor(Qt::red));
+    EXPECT_FALSE(controller->deviceConnected());
+    EXPECT_FALSE(isShown("PreviewWindow"));
+    EXPECT_FALSE(isShown("DebugWindow"));
+}
+
+TEST_F(ControllerStartUpTest, TheDebugWindowHasNoValuesWithoutAUnit) {
+    wantDebugWindow();
+    start();
     EXPECT_EQ(textOf("thresholdsTextField"), "-1");
     EXPECT_EQ(textOf("faeTextField"), "-1");
-    EXPECT_FALSE(controller->deviceConnected());
-    EXPECT_FALSE(widget("PreviewWindow").isVisible());
-    EXPECT_FALSE(widget("DebugWindow").isVisible());
+}
+
+TEST_F(ControllerStartUpTest, WindowsThatNobodySeesAreNotMade) {
+    startWithUnit();
+    for (const QWidget* made : QApplication::topLevelWidgets())
+        EXPECT_THAT(made->objectName().toStdString(), testing::Not(testing::EndsWith("Window")));
 }
 
 TEST_F(ControllerStartUpTest, TheDebugWindowShowsWithItsDefaultAlone) {
-    desk.defaults.set["Debug Window"] = true;
+    wantDebugWindow();
     startWithUnit(77);
     EXPECT_TRUE(widget("DebugWindow").isVisible());
     EXPECT_EQ(textOf("faeTextField"), "77");

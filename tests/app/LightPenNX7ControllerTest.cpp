@@ -24,6 +24,7 @@ protected:
     LightPenNX7ControllerTest() {
         openUnit();
         store(kStored);
+        wantDebugWindow();
         start();
     }
 
