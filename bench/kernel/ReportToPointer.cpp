@@ -17,6 +17,7 @@
 #include <optional>
 #include <utility>
 
+#include "bench/kernel/DelayTable.h"
 #include "bench/kernel/EvdevPointer.h"
 #include "bench/kernel/PointerWindow.h"
 #include "emulated/UnitControl.h"
@@ -28,10 +29,7 @@
 #include "kernel/support/Xorg.h"
 #include "kit/Eventually.h"
 #include "linux_desktop/process/SystemClock.h"
-#include "measure/Analysis.h"
-#include "measure/Figures.h"
 #include "measure/Load.h"
-#include "measure/ReportDelays.h"
 #include "measure/Requirement.h"
 #include "unit/CameraUnit.h"
 
@@ -44,11 +42,6 @@ constexpr int kRounds = 3; // unless said otherwise
 constexpr int kStrokes = 10;
 constexpr double kSpeed = 900; // screen points a second: 7 from report to report
 constexpr Microseconds kSettled = milliseconds(500);
-// A report comes each 8 ms and the driver looks each 16.8 ms for the newest: by design, what it takes is 0 to
-// 8 ms old, and a touch has begun 0 to 16.8 ms ago.
-constexpr double kMostWaitOfMoves = 8.0;
-constexpr double kMostWaitOfPresses = 16.8;
-
 // What the pointers of the others are called among the input devices.
 constexpr const char* kForwarderName = "LightPenNX7 yardstick";
 constexpr const char* kInterceptedName = "LightPenNX7 intercepted";
@@ -56,21 +49,6 @@ constexpr const char* kInterceptedName = "LightPenNX7 intercepted";
 // The camera looks straight on, so that a fixed scale is a calibration; these are its corners.
 constexpr Size kScreen = Xorg::kScreen;
 const Optics kOptics = Optics::straight(kScreen);
-
-struct Delays {
-    std::vector<double> moves;
-    std::vector<double> presses;
-    std::size_t seen = 0; // moves, explained or not
-    std::size_t sent = 0; // reports with a spot
-    std::size_t strokes = 0;
-};
-
-// One program.
-struct Contender {
-    std::string name;
-    Delays quiet = {};
-    Delays loaded = {};
-};
 
 class Bench {
 public:
@@ -86,10 +64,9 @@ public:
         if (interception_)
             runInterception();
     }
-    void print() const;
+    void print() const { printDelays({&driver_, &ordinaryDriver_}, {&forwarder_, &others_}); }
 
 private:
-    void print(const std::vector<const Contender*>& others, bool moves, bool load) const;
     void noteReport(const UnitReport& report);
     bool knock();
     void measure(Contender& contender);
@@ -158,8 +135,9 @@ bool Bench::knock() {
     for (int knocks = 0; knocks < 10; ++knocks) {
         unit_.play(Hand().tap({59, 31}, milliseconds(200)));
         clock_.sleep(milliseconds(200) + kSettled);
-        if (countOf(window_.takeEvents(), CanvasEvent::Kind::release) > 0)
-            return true;
+        for (const CanvasEvent& event : window_.takeEvents())
+            if (event.kind == CanvasEvent::Kind::release)
+                return true;
     }
     return false;
 }
@@ -184,15 +162,7 @@ void Bench::play(Delays& delays) {
     takeSent();
     unit_.play(hand);
     clock_.sleep(hand.duration() + kSettled);
-    const auto sent = takeSent();
-    const auto seen = window_.takeEvents();
-    for (const double delay : moveDelays(sent, seen))
-        delays.moves.push_back(delay);
-    for (const double delay : pressDelays(sent, seen))
-        delays.presses.push_back(delay);
-    delays.seen += countOf(seen, CanvasEvent::Kind::move);
-    delays.sent += sent.size();
-    delays.strokes += kStrokes;
+    delays.add(takeSent(), window_.takeEvents(), kStrokes);
 }
 
 void Bench::runDriver(Contender& contender, bool realTime) {
@@ -255,75 +225,6 @@ void Bench::runInterception() {
     measure(others_);
     const std::lock_guard hold(mutex_);
     intercepted_ = {}; // ends them
-}
-
-// The delays as they would be if each event also had to wait for the driver's poll.
-std::vector<double> withWait(const std::vector<double>& delays, double mostWait) {
-    constexpr int kParts = 32;
-    std::vector<double> waited;
-    for (const double delay : delays)
-        for (int part = 0; part < kParts; ++part)
-            waited.push_back(delay + mostWait * (part + 0.5) / kParts);
-    return waited;
-}
-
-void printRow(const std::string& name, const std::vector<double>& values) {
-    const Spread spread = spreadOf(values);
-    std::printf("  %-58s %6zu %9.2f %9.2f %9.2f %9.2f\n", name.c_str(), spread.count, spread.median,
-                spread.percentile95, spread.percentile99, spread.mean);
-}
-
-void compare(const std::string& what, const Contender& driver, const std::vector<double>& ours,
-             const Contender& other, const std::vector<double>& theirs, double mostWait) {
-    const Spread one = spreadOf(ours);
-    const Spread waited = spreadOf(withWait(theirs, mostWait));
-    const Spread alone = spreadOf(theirs);
-    const std::string against = other.name + ", and that wait";
-    const std::string of = what + ", " + driver.name;
-    writeFigure({of + ", median", "ms", one.median, against, waited.median});
-    writeFigure({of + ", 99th percentile", "ms", one.percentile99, against, waited.percentile99});
-    writeFigure({of + ", mean beyond the wait", "ms", one.mean - mostWait / 2, other.name, alone.mean});
-    std::printf("  %-58s %6s %9.2f %9s %9.2f %9.2f\n", ("  " + driver.name + " : " + against).c_str(), "",
-                one.median / waited.median, "", one.percentile99 / waited.percentile99,
-                (one.mean - mostWait / 2) / alone.mean);
-}
-
-// The delays of a kind.
-const std::vector<double>& delaysOf(const Contender& contender, bool moves, bool load) {
-    const Delays& delays = load ? contender.loaded : contender.quiet;
-    return moves ? delays.moves : delays.presses;
-}
-
-void Bench::print() const {
-    std::vector<const Contender*> others{&forwarder_};
-    if (interception_)
-        others.push_back(&others_);
-    for (const bool load : {false, true})
-        for (const bool moves : {true, false})
-            print(others, moves, load);
-    std::vector<const Contender*> all{&driver_, &ordinaryDriver_};
-    all.insert(all.end(), others.begin(), others.end());
-    for (const Contender* contender : all)
-        for (const Delays* delays : {&contender->quiet, &contender->loaded})
-            std::printf("  %s%s: %zu strokes became %zu presses, %zu reports %zu moves, %zu explained\n",
-                        contender->name.c_str(), delays == &contender->loaded ? ", load" : "",
-                        delays->strokes, delays->presses.size(), delays->sent, delays->seen,
-                        delays->moves.size());
-}
-
-void Bench::print(const std::vector<const Contender*>& others, bool moves, bool load) const {
-    const std::string what =
-        std::string(moves ? "report to move" : "touch to press") + (load ? " under load" : "");
-    std::printf("%-60s %6s %9s %9s %9s %9s\n", (what + ", milliseconds").c_str(), "count", "median", "p95",
-                "p99", "mean");
-    for (const Contender* driver : {&driver_, &ordinaryDriver_})
-        printRow(driver->name, delaysOf(*driver, moves, load));
-    for (const Contender* other : others)
-        printRow(other->name, delaysOf(*other, moves, load));
-    for (const Contender* driver : {&driver_, &ordinaryDriver_})
-        for (const Contender* other : others)
-            compare(what, *driver, delaysOf(*driver, moves, load), *other, delaysOf(*other, moves, load),
-                    moves ? kMostWaitOfMoves : kMostWaitOfPresses);
 }
 
 int run(int rounds) {

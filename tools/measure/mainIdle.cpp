@@ -2,14 +2,13 @@
 // Programs that scripts/measure looks at from outside while nothing happens: the driver with an emulated unit
 // attached and no pen, at once or after lessons, and the least program with an icon in the panel. They say
 // "ready" when they have come to rest, and go on until they are ended.
-#include <sys/prctl.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 
+#include <QLabel>
 #include <QMenu>
 #include <QPixmap>
 #include <QSystemTrayIcon>
@@ -33,12 +32,16 @@ using std::chrono::seconds;
 
 constexpr const char* kUsage =
     "usage: lightpen-idle panel                      a panel, on the session bus\n"
-    "       lightpen-idle tray                       the least program with an icon there\n"
+    "       lightpen-idle tray [shown]               the least program with an icon there; it may have "
+    "shown\n"
+    "                                                a window before it comes to rest\n"
     "       lightpen-idle driver FOLDER [LESSONS]    the driver with a unit, after so many lessons\n";
 
-// After this the unit has said its last idle report, and whatever start-up has left to do is done.
-constexpr Microseconds kSettling = seconds(5);
+// After this the unit has said its last idle report, and whatever start-up has left to do is done: what waits
+// for a panel, or may forget what it knew of a login, takes half a minute.
+constexpr Microseconds kSettling = seconds(40);
 constexpr Microseconds kLongPress = milliseconds(2500);
+constexpr std::chrono::seconds kShown{2};
 constexpr Microseconds kPatience = seconds(20);
 
 void sayReady() {
@@ -53,7 +56,7 @@ int runPanel() {
     return QApplication::exec();
 }
 
-int runTray() {
+int runTray(bool shown) {
     QPixmap pixmap(22, 22);
     pixmap.fill(Qt::darkGreen);
     QMenu menu;
@@ -61,6 +64,12 @@ int runTray() {
     QSystemTrayIcon icon{QIcon(pixmap)};
     icon.setContextMenu(&menu);
     icon.show();
+    if (shown) {
+        auto* const window = new QLabel(QStringLiteral("Touch the targets"));
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        window->showFullScreen();
+        QTimer::singleShot(kShown, window, &QWidget::close);
+    }
     QTimer::singleShot(std::chrono::duration_cast<milliseconds>(kSettling), sayReady);
     return QApplication::exec();
 }
@@ -70,10 +79,7 @@ class School {
 public:
     explicit School(const std::filesystem::path& folder)
         : folder_(folder), desktop_(folder / "idle.log", settingsIn(folder)) {
-        // The thread of the unit stands for hardware: whoever looks from outside is to know it.
-        prctl(PR_SET_NAME, "emulated unit");
         bus_.runInRealTime();
-        prctl(PR_SET_NAME, "lightpen-idle");
         controller_->awakeFromNib();
         storeCalibration(unit_, screen_);
         plugIn();
@@ -142,8 +148,9 @@ int idleMain(int argc, char** argv) {
     const auto asked = [&](const char* what) { return argc > 1 && std::strcmp(argv[1], what) == 0; };
     if (argc == 2 && asked("panel"))
         return runPanel();
-    if (argc == 2 && asked("tray"))
-        return runTray();
+    const bool shown = argc == 3 && std::strcmp(argv[2], "shown") == 0;
+    if ((argc == 2 || shown) && asked("tray"))
+        return runTray(shown);
     if ((argc == 3 || argc == 4) && asked("driver"))
         return runDriver(argv[2], argc == 4 ? std::atoi(argv[3]) : 0);
     std::fputs(kUsage, stderr);
