@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Any messages from the buses, as answers and as signals, to each part that listens there. Whatever came
+// Any messages from the buses, as answers, signals and calls, to each part that listens there. Whatever came
 // before, what is said well at the end holds; and whoever does not own a service's name cannot speak for it.
 #include <algorithm>
 #include <array>
@@ -23,6 +23,7 @@
 #include "kit/VirtualTime.h"
 #include "linux_desktop/panel/DesktopNotices.h"
 #include "linux_desktop/panel/StatusNotifierHosts.h"
+#include "linux_desktop/process/ApplicationBus.h"
 #include "linux_desktop/process/LinuxLocales.h"
 #include "linux_desktop/process/SystemThreads.h"
 #include "linux_desktop/process/UserSession.h"
@@ -263,6 +264,44 @@ void talkToHosts(std::span<const std::uint8_t> bytes, bool strangersOnly) {
     require(found == 1 && hosts.search());
 }
 
+// Whatever other programs ask, nothing but words comes of it, and of the right to the keyboard one word at
+// most.
+void askApplication(std::span<const std::uint8_t> bytes) {
+    constexpr const char* kPath = "/org/lightpen/LightPenNX7";
+    constexpr const char* kInterface = "org.freedesktop.Application";
+    constexpr const char* kToken = "XDG_ACTIVATION_TOKEN";
+    const SignalForm action{kUser, kPath, kInterface, "ActivateAction", "sava{sv}"};
+    const std::array forms{action, SignalForm{kUser, kPath, kInterface, "Activate", "a{sv}"},
+                           SignalForm{kUser, kPath, kInterface, "Open", "asa{sv}"}};
+    buses().begin(bytes);
+    ApplicationBus application("LightPenNX7");
+    std::vector<std::string> asked;
+    const auto listen = [&] {
+        application.setHandler([&](const std::string& word) {
+            asked.push_back(word);
+            return asked.size() % 2 == 1;
+        });
+    };
+    for (int step = 0; step < kMostSteps && !buses().usedUp(); ++step) {
+        const std::uint8_t choice = buses().next();
+        if (choice % 8 == 0)
+            listen();
+        buses().callAny(forms[choice / 8 % forms.size()]);
+        if (choice < 0xC0)
+            settle();
+    }
+    buses().answerWell();
+    settleFully();
+    const QByteArray token = qgetenv(kToken);
+    require(token.size() <= 256 && std::ranges::all_of(token, [](char c) { return c > ' ' && c < 0x7F; }));
+    qunsetenv(kToken);
+    listen();
+    asked.clear();
+    buses().call(action, {"help", 0, 0});
+    settleFully();
+    require(asked == std::vector<std::string>{"help"});
+}
+
 // The library's patience with RealtimeKit is short, and this machine may be busy.
 void askForRealtime(std::span<const std::uint8_t> bytes) {
     buses().begin(bytes);
@@ -302,11 +341,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool strangersOnly = data[0] & 0x80;
     static constexpr std::array kTalks{talkToSession, talkToLocales, talkToNotices, talkToOutputs,
                                        talkToHosts};
-    const std::size_t whom = (data[0] & 0x7F) % (kTalks.size() + 1);
+    const std::size_t whom = (data[0] & 0x7F) % (kTalks.size() + 2);
     if (whom < kTalks.size())
         kTalks[whom](bytes, strangersOnly);
-    else
+    else if (whom == kTalks.size())
         askForRealtime(bytes);
+    else
+        askApplication(bytes);
     buses().answerWell();
     settleFully();
     return 0;

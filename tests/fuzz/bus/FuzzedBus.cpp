@@ -225,6 +225,8 @@ void FuzzedBus::answer(Bus& bus, const ReceivedCall& call) {
     else if (call.member == "GetNameOwner")
         reply(bus, call, kBusItself,
               givenBody("s", {call.texts.at(0).starts_with(':') ? call.texts[0] : std::string(kOwner)}));
+    else if (call.member == "RequestName")
+        reply(bus, call, kBusItself, givenBody("u", {1}));
     else if (call.member == "NameHasOwner")
         reply(bus, call, kBusItself, givenBody("b", {1}));
     else
@@ -275,6 +277,8 @@ void FuzzedBus::send(Bus& bus, const Header& header, const MessageBody& body) {
     if (header.type != Type::signalMessage) {
         begin(Field::destination, 's');
         fields.text(kOwnName, 4);
+    }
+    if (header.type == Type::methodReply || header.type == Type::errorReply) {
         begin(Field::replySerial, 'u');
         fields.number(header.replySerial, 4);
     }
@@ -295,9 +299,10 @@ void FuzzedBus::send(Bus& bus, const Header& header, const MessageBody& body) {
     sendAll(bus.client.get(), message.bytes, hasDescriptor);
 }
 
-void FuzzedBus::sendSignal(const SignalForm& form, const std::string& from, const MessageBody& body) {
+void FuzzedBus::sendForm(std::uint8_t type, const SignalForm& form, const std::string& from,
+                         const MessageBody& body) {
     send(buses_[static_cast<std::size_t>(form.bus)],
-         {Type::signalMessage,
+         {type,
           {{Field::path, 'o', form.path},
            {Field::interface, 's', form.interface},
            {Field::member, 's', form.member},
@@ -308,14 +313,28 @@ void FuzzedBus::sendSignal(const SignalForm& form, const std::string& from, cons
 void FuzzedBus::signal(const SignalForm& form, const std::string& from,
                        const std::vector<GivenValue>& values) {
     const std::lock_guard hold(mutex_);
-    sendSignal(form, from, givenBody(form.signature, values));
+    sendForm(Type::signalMessage, form, from, givenBody(form.signature, values));
+}
+
+MessageBody FuzzedBus::anyBody(const SignalForm& form, std::uint8_t how) {
+    return bodyOf(how % 4 == 0 ? values_.signature() : std::string(form.signature), values_);
 }
 
 void FuzzedBus::signalAny(const SignalForm& form, bool fromStranger) {
     const std::lock_guard hold(mutex_);
     const std::uint8_t how = values_.next();
-    const std::string types = how % 4 == 0 ? values_.signature() : std::string(form.signature);
-    sendSignal(form, fromStranger || how & 0x80 ? kStranger : kOwner, bodyOf(types, values_));
+    sendForm(Type::signalMessage, form, fromStranger || how & 0x80 ? kStranger : kOwner, anyBody(form, how));
+}
+
+void FuzzedBus::call(const SignalForm& form, const std::vector<GivenValue>& values) {
+    const std::lock_guard hold(mutex_);
+    sendForm(Type::methodCall, form, kStranger, givenBody(form.signature, values));
+}
+
+void FuzzedBus::callAny(const SignalForm& form) {
+    const std::lock_guard hold(mutex_);
+    const std::uint8_t how = values_.next();
+    sendForm(Type::methodCall, form, kStranger, anyBody(form, how));
 }
 
 } // namespace lightpen

@@ -21,7 +21,7 @@ inline constexpr const char* kOwner = ":1.20";
 inline constexpr const char* kStranger = ":1.66";
 inline constexpr const char* kBusItself = "org.freedesktop.DBus";
 
-// A signal that somebody may send.
+// A signal that somebody may send, or a method of the program's own that somebody may call.
 struct SignalForm {
     WhichBus bus;
     const char* path;
@@ -63,6 +63,9 @@ public:
     // else.
     void signalAny(const SignalForm& form, bool fromStranger);
     void signal(const SignalForm& form, const std::string& sender, const std::vector<GivenValue>& values);
+    // The same of calls, from somebody else; what the program answers is not looked at.
+    void callAny(const SignalForm& form);
+    void call(const SignalForm& form, const std::vector<GivenValue>& values);
 
 private:
     struct Bus {
@@ -93,7 +96,9 @@ private:
     void send(Bus& bus, const Header& header, const MessageBody& body);
     void reply(Bus& bus, const ReceivedCall& call, const char* sender, const MessageBody& body);
     void refuse(Bus& bus, const ReceivedCall& call, const char* error);
-    void sendSignal(const SignalForm& form, const std::string& sender, const MessageBody& body);
+    void sendForm(std::uint8_t type, const SignalForm& form, const std::string& sender,
+                  const MessageBody& body);
+    MessageBody anyBody(const SignalForm& form, std::uint8_t how);
 
     const std::function<GoodAnswer(const ReceivedCall&)> good_;
     mutable std::mutex mutex_;

@@ -27,7 +27,9 @@ constexpr std::array kTexts{"",
                             "LC_ALL=C",
                             "org.freedesktop.locale1",
                             "LANG=fr_FR",
-                            "LANGUAGE=de:zh_Hant_TW@a"};
+                            "LANGUAGE=de:zh_Hant_TW@a",
+                            "activation-token",
+                            "calibrate"};
 constexpr std::array kPaths{"/", "/session/_1", "/session/_2"};
 
 std::size_t alignment(char letter) {
