@@ -4,29 +4,28 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 
 namespace lightpen::webcam {
 
 namespace {
 
 constexpr int kSide = CellGrid::kSide;
-// Cells are measured so many at a time, side by side. All loops over their pixels have a fixed length and no
-// branch, so that the compiler makes vectors of them.
-constexpr int kBlock = 4;
+// The levels of a cell's columns, which are compared all at once. Compilers make that of an ordinary loop at
+// some levels of optimisation, and something ten times as slow at others.
+using Levels [[gnu::vector_size(kSide)]] = std::uint8_t;
 
-using Levels = std::array<std::uint8_t, kBlock * kSide>;
-
-void raise(Levels& levels, const std::uint8_t* pixels) {
-    for (std::size_t i = 0; i < levels.size(); ++i)
-        levels[i] = std::max(levels[i], pixels[i]);
-}
-
-// Halves the cells' levels until one of each is left. Levels of neighbours mix, but never those that are
-// read.
-void reduce(Levels& levels) {
-    for (std::size_t step = kSide / 2; step > 0; step /= 2)
-        for (std::size_t i = 0; i + kSide / 2 < levels.size(); ++i)
-            levels[i] = std::max(levels[i], levels[i + step]);
+// The brightest pixel of a cell that is as wide as any.
+std::uint8_t brightestOfWide(const GreyView& picture, int left, int top, int bottom) {
+    Levels levels{};
+    for (int y = top; y < bottom; ++y) {
+        Levels row;
+        std::memcpy(&row, picture.row(y) + left, sizeof row);
+        levels = levels > row ? levels : row;
+    }
+    std::array<std::uint8_t, kSide> columns;
+    std::memcpy(columns.data(), &levels, sizeof levels);
+    return *std::max_element(columns.begin(), columns.end());
 }
 
 std::uint8_t brightestOf(const GreyView& picture, int left, int right, int top, int bottom) {
@@ -70,14 +69,8 @@ void CellGrid::measureRow(const GreyView& picture, const Area& area, int row) {
     const int top = row * kSide;
     const int bottom = std::min(top + kSide, height_);
     int column = area.left;
-    for (; column + kBlock <= area.right && (column + kBlock) * kSide <= width_; column += kBlock) {
-        Levels levels{};
-        for (int y = top; y < bottom; ++y)
-            raise(levels, picture.row(y) + column * kSide);
-        reduce(levels);
-        for (int i = 0; i < kBlock; ++i)
-            now_[index(column + i, row)] = levels[static_cast<std::size_t>(i * kSide)];
-    }
+    for (; column < area.right && (column + 1) * kSide <= width_; ++column)
+        now_[index(column, row)] = brightestOfWide(picture, column * kSide, top, bottom);
     for (; column < area.right; ++column)
         now_[index(column, row)] =
             brightestOf(picture, column * kSide, std::min((column + 1) * kSide, width_), top, bottom);
