@@ -4,27 +4,15 @@
 #include <stdexcept>
 #include <string>
 
-#include "emulated/SeekingHand.h"
 #include "measure/desktop/Patience.h"
 
 namespace lightpen {
 
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// A guest that is held up for as long as a short touch lasts never sees it.
-constexpr Microseconds kContact = milliseconds(200);
 constexpr Microseconds kSessionPatience = seconds(90);
-
-std::unique_ptr<ScreenCapture> look(const std::string& display) {
-    std::string problem;
-    auto capture = ScreenCapture::create(display.c_str(), problem);
-    if (!capture)
-        throw std::runtime_error(problem);
-    return capture;
-}
 
 } // namespace
 
@@ -35,25 +23,45 @@ void DeskWithPanel::prepare() {
     panel->appear();
 }
 
-ApplicationAtDesk::ApplicationAtDesk(DeskWithPanel& at)
-    : PenAtDesk(at.desk), desk(at), eyes(look(server.display())) {}
+std::map<std::string, std::string> DeskWithPanel::environment() const {
+    return {{"DBUS_SESSION_BUS_ADDRESS", bus.address()}, {"DBUS_SYSTEM_BUS_ADDRESS", bus.address()}};
+}
+
+std::unique_ptr<MenuOverDBus> DeskWithPanel::awaitMenu() {
+    if (!comesTrue([this] { return panel->items().size() == 1; }))
+        return nullptr;
+    const auto item = panel->items().front();
+    return std::make_unique<MenuOverDBus>(bus.address(), item.service, item.path);
+}
+
+std::unique_ptr<ScreenCapture> DeskWithPanel::look() const {
+    std::string problem;
+    auto capture = ScreenCapture::create(desk.server.display().c_str(), problem);
+    if (!capture)
+        throw std::runtime_error(problem);
+    return capture;
+}
+
+int DeskWithPanel::touchTargets(SeekingHand hand, const std::function<bool()>& done) {
+    const Microseconds end = desk.clock.now() + kSessionPatience;
+    while (!done() && desk.clock.now() < end) {
+        hand.look();
+        desk.runLoop.runFor(SeekingHand::kLookPeriod);
+    }
+    return hand.touches();
+}
+
+ApplicationAtDesk::ApplicationAtDesk(DeskWithPanel& at) : PenAtDesk(at.desk), desk(at), eyes(at.look()) {}
 
 void ApplicationAtDesk::startApplication() {
-    ASSERT_NO_FATAL_FAILURE(startDriver(
-        {{"DBUS_SESSION_BUS_ADDRESS", desk.bus.address()}, {"DBUS_SYSTEM_BUS_ADDRESS", desk.bus.address()}}));
-    ASSERT_TRUE(comesTrue([this] { return desk.panel->items().size() == 1; }));
-    const auto item = desk.panel->items().front();
-    menu = std::make_unique<MenuOverDBus>(desk.bus.address(), item.service, item.path);
+    ASSERT_NO_FATAL_FAILURE(startDriver(desk.environment()));
+    menu = desk.awaitMenu();
+    ASSERT_TRUE(menu);
 }
 
 int ApplicationAtDesk::touchTargets(const std::function<bool()>& done) {
-    SeekingHand seeking([this](const Hand& hand) { unit.play(hand); }, *eyes, clock, kContact);
-    const Microseconds end = clock.now() + kSessionPatience;
-    while (!done() && clock.now() < end) {
-        seeking.look();
-        runLoop.runFor(SeekingHand::kLookPeriod);
-    }
-    return seeking.touches();
+    return desk.touchTargets({[this](const Hand& hand) { unit.play(hand); }, *eyes, clock, desk.kContact},
+                             done);
 }
 
 void ApplicationAtDesk::awaitRest() {

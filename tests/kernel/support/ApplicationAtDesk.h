@@ -2,10 +2,13 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "emulated/ScreenCapture.h"
+#include "emulated/SeekingHand.h"
 #include "kernel/support/PenAtDesk.h"
 #include "kit/PrivateBus.h"
 #include "measure/desktop/FakeStatusNotifierWatcher.h"
@@ -23,6 +26,18 @@ struct DeskWithPanel {
 
     // Makes bus and screen those of this process. Throws when that fails.
     void prepare();
+    // What a program finds the session's bus by.
+    std::map<std::string, std::string> environment() const;
+    // Waits for the status item of the one program that has one; null when it does not come.
+    std::unique_ptr<MenuOverDBus> awaitMenu();
+    // Another look at the screen. Throws when that cannot be had.
+    std::unique_ptr<ScreenCapture> look() const;
+    // The hand looks, and touches each target that it sees, until this is so or that takes too long. Returns
+    // how often it touched.
+    int touchTargets(SeekingHand hand, const std::function<bool()>& done);
+
+    // A guest that is held up for as long as a short touch lasts never sees it.
+    static constexpr Microseconds kContact = std::chrono::milliseconds(200);
 };
 
 // The program of an ordinary user, seen from outside only: its menu over the bus, its windows on the screen,

@@ -43,7 +43,7 @@ DriverProcess::DriverProcess(DriverOptions options) {
     // Not the first start: without a panel the window would then come up over the test's own.
     const std::filesystem::path config = home_.file(".config"), own = config / "LightPenNX7";
     std::filesystem::create_directories(own);
-    writeFile(own / "settings.ini", "[General]\nWindow%20Shown=true\n");
+    writeFile(own / "settings.ini", "[General]\nWindow%20Shown=true\n" + options.settings);
     for (const std::string& folder :
          {home_.path().string(), runtime, config.string(), own.string(), (own / "settings.ini").string()})
         if (chown(folder.c_str(), options.user, options.user) != 0)

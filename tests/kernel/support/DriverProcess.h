@@ -31,6 +31,7 @@ struct DriverOptions {
     std::map<std::string, std::string> environment = {{"QT_QPA_PLATFORM", "offscreen"}};
     std::string program = installedProgram();
     std::vector<std::string> arguments = {"--log", "stderr"};
+    std::string settings = {}; // more lines of the file's section [General]
 };
 
 // The driver program, running beside the test with its log in the test's hand. The test must be root. Any

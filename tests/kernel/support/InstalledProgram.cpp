@@ -2,6 +2,7 @@
 #include "kernel/support/InstalledProgram.h"
 
 #include <filesystem>
+#include <map>
 
 #include "kit/TemporaryDirectory.h"
 
@@ -13,8 +14,7 @@ namespace fs = std::filesystem;
 
 class Installation {
 public:
-    Installation() {
-        const fs::path built = LIGHTPEN_PROGRAM;
+    explicit Installation(const fs::path& built) {
         fs::copy(built.parent_path(), folder_.path(), fs::copy_options::recursive);
         letEverybodyRead(fs::directory_entry(folder_.path()));
         for (const auto& entry : fs::recursive_directory_iterator(folder_.path()))
@@ -37,9 +37,9 @@ private:
 
 } // namespace
 
-const std::string& installedProgram() {
-    static const Installation installation;
-    return installation.program();
+const std::string& installedProgram(const std::string& built) {
+    static std::map<std::string, Installation> installations;
+    return installations.try_emplace(built, built).first->second.program();
 }
 
 } // namespace lightpen

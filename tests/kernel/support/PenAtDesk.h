@@ -1,86 +1,33 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <memory>
+#include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "kernel/gadget/GadgetBus.h"
-#include "kernel/support/DriverProcess.h"
+#include "kernel/support/HandAtDesk.h"
 #include "kernel/support/UnitPriority.h"
-#include "kernel/support/Xorg.h"
-#include "linux_desktop/process/QtRunLoop.h"
-#include "linux_desktop/process/SystemClock.h"
-#include "measure/Analysis.h"
-#include "measure/CanvasProcess.h"
 #include "unit/CameraUnit.h"
 
 namespace lightpen {
 
-// What a user sits at: a screen, and a program that draws what the pointer does. It needs an application
-// object.
-struct Desk {
-    Xorg server;
-    SystemClock clock;
-    QtRunLoop runLoop{clock};
-    CanvasProcess canvas{runLoop};
-
-    // Makes the screen that of this process, and covers it with the canvas. Throws when that fails.
-    void prepare();
-};
-
 // The driver program of an ordinary user at a desk, and a unit that is not plugged in yet. Main thread.
-class PenAtDesk : public testing::Test {
+class PenAtDesk : public HandAtDesk {
 protected:
-    static constexpr Size kScreen = Xorg::kScreen;
-    // Two seconds become a right click; more of them when the guest was held up meanwhile.
-    static constexpr Microseconds kLongPress = std::chrono::milliseconds(3500);
-
     // The desk outlives the test.
-    explicit PenAtDesk(Desk& desk);
-    // Shows the driver's log where the test has failed.
-    ~PenAtDesk() override;
+    explicit PenAtDesk(Desk& desk) : HandAtDesk(desk) { priority.reset(); }
+    // The driver ends before its unit leaves.
+    ~PenAtDesk() override { endDriver(); }
 
     // Starts the driver, with these variables beside those of the screen, and waits for its pointer.
     void startDriver(std::map<std::string, std::string> environment = {});
     void plugIn();
-    // Waits until the driver has the unit's calibration, and the pen moves the pointer. After an arrival the
-    // driver throws away what comes first; how much of the hand's doing that takes with it depends on how
-    // fast the machine is. So the hand knocks until it is heard.
-    void awaitUsable();
-    // Touches a place where nobody looks, and waits until that is over.
-    void knock();
+    void perform(const Hand& hand) override { unit.play(hand); }
 
-    // Lets the hand do this, notes what is to come of it, and waits until it is over and has arrived.
-    void play(const Hand& hand);
-    // How often the button has gone down since then, as far as the canvas knows.
-    std::size_t pressesSince(Microseconds start) const;
-    // Waits until so many buttons are down of those that went down since then, as far as the canvas knows.
-    bool becomes(std::size_t held, Microseconds since = {});
-    // What the canvas has seen since the first touch that was noted.
-    DemoRecord record() const;
-    // Expects that each touch has pressed and released within this distance of the hand, in points. When the
-    // whole guest is held up in a touch, a look of the driver finds no report, which ends the press; then the
-    // touch has more than one. Returns how far away they were.
-    Spread expectEverythingArrived(double worstLanding);
-
-    const Xorg& server;
-    SystemClock& clock;
-    QtRunLoop& runLoop;
-    CanvasProcess& canvas;
     std::optional<UnitPriority> priority{std::in_place};
     GadgetBus bus{clock};
     CameraUnit& unit = bus.add<CameraUnit>({}, {}, Optics::strongKeystone(kScreen));
-    std::size_t driverPointers = 0; // that the X server had taken before the test
-    std::unique_ptr<DriverProcess> driver;
-    std::vector<HandTouch> touches;
 };
-
-// Taps in places whose two coordinates differ everywhere, up to the corners.
-Hand tapsEverywhere();
 
 } // namespace lightpen
