@@ -37,6 +37,11 @@ class FreshRootTest(unittest.TestCase):
         self.assertEqual(self.run_script("13", "true", user=1000),
                          (1, "", "A root file system of its own needs root: start this with sudo.\n"))
 
+    def test_so_do_those_that_stand_on_it(self):
+        for script in ("try-package", "try-arm64"):
+            status = run("bash", "-c", f"id() {{ echo 1000; }}; export -f id; exec {ROOT}/scripts/{script}")
+            self.assertEqual(status, (1, "", "This needs root: start it with sudo.\n"), script)
+
 
 class TreeTest(unittest.TestCase):
     """The functions that the scripts share, in a tree of their own."""
