@@ -136,8 +136,7 @@ void LightPenNX7Controller::help() {
     if (const auto path = shell.bundle.pathForResource(name, "htm"))
         shell.workspace.openFile(*path);
     else
-        logLine("Application: the help document %.*s.htm is missing", static_cast<int>(name.size()),
-                name.data());
+        logLine("Application: the help document %s.htm is missing", name);
 }
 
 void LightPenNX7Controller::about(const std::string& sender) {

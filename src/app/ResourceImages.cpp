@@ -19,7 +19,7 @@ constexpr int kPanelSide = 22;
 std::optional<QString> fileOf(std::string_view name) {
     if (const auto path = Platform::current().shell.bundle.pathForResource(name, "svg"))
         return QString::fromStdString(*path);
-    logLine("Application: the picture %.*s.svg is missing", static_cast<int>(name.size()), name.data());
+    logLine("Application: the picture %s.svg is missing", name);
     return std::nullopt;
 }
 

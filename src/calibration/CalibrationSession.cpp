@@ -165,7 +165,7 @@ void KVRCalibrationCenter::lightPenCallbackAtPoint(CameraPoint point, EventGener
         return;
     case CollectedPoints::Verdict::taken:
         performForSession(session, "nextTarget", &KVRCalibrationCenter::nextTarget);
-        logLine("KVR n:935 lightPenCallbackAtPoint:%s", PointText(point).c_str());
+        logLine("KVR n:935 lightPenCallbackAtPoint:%s", point);
     }
 }
 

@@ -96,7 +96,7 @@ void Calibrator::calculateConstant() {
 
 ScreenPoint Calibrator::mapPointFrom(CameraPoint point) const {
     const ScreenPoint result = transformed(point);
-    logLine("Calibr n:503 map point result: %s", PointText(result).c_str());
+    logLine("Calibr n:503 map point result: %s", result);
     return result;
 }
 

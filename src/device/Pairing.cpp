@@ -88,14 +88,17 @@ IOHIDQueueRef EventGeneratorNX7::startedPairingQueue(PairingDirection direction)
     SharedReference<IOHIDQueueInterface>& queue = saving ? _RetPairingData : _PairingData;
     IOHIDQueueRef running = queue;
     if (running) {
-        logLine(saving ? "Event n:2687 alloc points queue failed" : "Event n:2780 alloc points queue failed");
+        logLine(saving ? LogFormat<>("Event n:2687 alloc points queue failed")
+                       : LogFormat<>("Event n:2780 alloc points queue failed"));
     } else {
         if (const auto device = _pphidDeviceInterface.load())
             running = device->allocQueue();
         queue = running;
         const IOReturn created = running ? running->create(0, kPairingQueueDepth) : kIOReturnNoDevice;
         const IOReturn result = addReportElement(running.get(), created);
-        logLine(saving ? "Event n:2696 result:%d" : "Event n:2789 result:%d", result);
+        logLine(saving ? LogFormat<IOReturn>("Event n:2696 result:%d")
+                       : LogFormat<IOReturn>("Event n:2789 result:%d"),
+                result);
     }
     if (running)
         running->start();

@@ -79,7 +79,7 @@ void EventGeneratorNX7::feedCalibration(EventGeneratorNX7CallbackProtocol& calib
         if (count > kCallbacksBeforePairingEnds)
             count = 0;
     }
-    logLine("Event n:1719 pointFromDevice: %s", PointText(point).c_str());
+    logLine("Event n:1719 pointFromDevice: %s", point);
 }
 
 EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(CameraPoint point) {
@@ -103,7 +103,7 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(CameraPoint point) 
         return AfterPass::sleep; // nothing can say where on the screen this is
     const ScreenPoint mapped = center->mapPointFrom(point);
     const PenResult result = penMoves(stroke(), mapped, mainScreenSize());
-    logLine("Event n:1763 mappedPoint: %s, in Region: %d", PointText(mapped).c_str(), result.region);
+    logLine("Event n:1763 mappedPoint: %s, in Region: %d", mapped, result.region);
     perform(result);
     return AfterPass::sleep;
 }
@@ -135,7 +135,7 @@ void EventGeneratorNX7::perform(const PenAction& action, std::int32_t region) {
         break;
     case PenAction::Kind::leaveAnchor:
         logLine("Event n:1798 cancelPreviousPerformRequestsWithTarget, anchor: %s, distance:%.0f",
-                PointText(action.point).c_str(), action.distance);
+                action.point, action.distance);
         performOnMain("wrapper2", NSStringFromPoint(action.point), &EventGeneratorNX7::wrapper2);
         _AnchorPointForLongPress = ScreenPoint{};
         break;

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/Log.h"
 
-#include <atomic>
-#include <clocale>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
-#include <locale.h>
+#include "platform/NumericLocale.h"
 
 namespace lightpen {
 
@@ -21,69 +21,65 @@ public:
     void standardOutput(std::string_view text) override { std::fwrite(text.data(), 1, text.size(), stdout); }
 };
 
-std::atomic<LogSink*> currentSink{nullptr};
+constinit DirectSink direct; // there before anything that logs
 
-LogSink& sink() {
-    static DirectSink direct;
-    LogSink* chosen = currentSink.load(std::memory_order_acquire);
-    return chosen ? *chosen : direct;
-}
-
-// A desktop toolkit sets the user's locale, in which "%.2f" may print a comma.
-class CNumericLocale {
-public:
-    CNumericLocale() : previous_(uselocale(cLocale())) {}
-    ~CNumericLocale() { uselocale(previous_); }
-    CNumericLocale(const CNumericLocale&) = delete;
-    CNumericLocale& operator=(const CNumericLocale&) = delete;
-
-private:
-    static locale_t cLocale() {
-        static const locale_t locale = newlocale(LC_NUMERIC_MASK, "C", nullptr);
-        return locale;
+std::size_t copyText(char* to, std::size_t room, const LogEntry& entry) {
+    const std::size_t length = entry.arguments.size();
+    if (room > 0) {
+        const std::size_t copied = std::min(length, room - 1);
+        std::memcpy(to, entry.arguments.data(), copied);
+        to[copied] = '\0';
     }
-    locale_t previous_;
-};
-
-// Most lines fit on the stack; longer ones are formatted once more into their own memory.
-__attribute__((format(printf, 2, 0))) void formatTo(void (LogSink::*receive)(std::string_view),
-                                                    const char* format, std::va_list arguments) {
-    LogSink& receiver = sink();
-    if (!receiver.listens())
-        return;
-    const CNumericLocale numbers;
-    char line[512];
-    std::va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(line, sizeof line, format, arguments);
-    if (length >= 0 && static_cast<std::size_t>(length) < sizeof line) {
-        (receiver.*receive)(std::string_view(line, static_cast<std::size_t>(length)));
-    } else if (length >= 0) {
-        std::string longLine(static_cast<std::size_t>(length), '\0');
-        std::vsnprintf(longLine.data(), longLine.size() + 1, format, again);
-        (receiver.*receive)(longLine);
-    }
-    va_end(again);
+    return length;
 }
 
 } // namespace
 
+std::atomic<LogSink*> listeningLogSink{&direct};
+
 void setLogSink(LogSink* sink) {
-    currentSink.store(sink, std::memory_order_release);
+    LogSink* const chosen = sink ? sink : &direct;
+    listeningLogSink.store(chosen->listens() ? chosen : nullptr, std::memory_order_release);
 }
 
-void logLine(const char* format, ...) {
+std::size_t printLogText(char* to, std::size_t room, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    formatTo(&LogSink::logLine, format, arguments);
+// Each LogFormat was compared with its arguments while the program was compiled.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    const int length = std::vsnprintf(to, room, format, arguments);
+#pragma GCC diagnostic pop
     va_end(arguments);
+    return length < 0 ? 0 : static_cast<std::size_t>(length);
 }
 
-void printText(const char* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    formatTo(&LogSink::standardOutput, format, arguments);
-    va_end(arguments);
+LogEntry LogEntry::of(Sort sort, std::string_view complete) {
+    return {sort, "", copyText, std::as_bytes(std::span(complete))};
+}
+
+std::string_view LogEntry::beginning() const {
+    if (print != copyText)
+        return format;
+    return {reinterpret_cast<const char*>(arguments.data()), arguments.size()};
+}
+
+// Most lines fit on the stack; longer ones are formatted once more into their own memory.
+void LogSink::take(const LogEntry& entry) {
+    const CNumericLocale numbers;
+    char onStack[512];
+    std::string longer;
+    const std::size_t length = entry.print(onStack, sizeof onStack, entry);
+    std::string_view text(onStack, std::min(length, sizeof onStack - 1));
+    if (length >= sizeof onStack) {
+        longer.resize(length);
+        entry.print(longer.data(), length + 1, entry);
+        text = longer;
+    }
+    if (entry.sort == LogEntry::Sort::line)
+        logLine(text);
+    else
+        standardOutput(text);
 }
 
 } // namespace lightpen

@@ -6,20 +6,9 @@
 
 namespace lightpen {
 
-namespace {
-Platform* thePlatform = nullptr;
-}
-
-Platform& Platform::current() {
-    if (!thePlatform) {
-        std::fputs("the platform was used before it was put together\n", stderr);
-        std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): a mistake of the program, nothing to save
-    }
-    return *thePlatform;
-}
-
-void Platform::setCurrent(Platform* platform) {
-    thePlatform = platform;
+void Platform::endWithoutOne() {
+    std::fputs("the platform was used before it was put together\n", stderr);
+    std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): a mistake of the program, nothing to save
 }
 
 } // namespace lightpen

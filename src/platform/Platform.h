@@ -34,9 +34,17 @@ struct Platform {
     ApplicationShell& shell;
 
     // The platform of this process; ends the program with a message when none was set.
-    static Platform& current();
+    static Platform& current() {
+        if (!inUse)
+            endWithoutOne();
+        return *inUse;
+    }
     // Before anything uses the platform; not owned. Null takes it away.
-    static void setCurrent(Platform* platform);
+    static void setCurrent(Platform* platform) { inUse = platform; }
+
+private:
+    [[noreturn]] static void endWithoutOne();
+    static inline Platform* inUse = nullptr;
 };
 
 } // namespace lightpen

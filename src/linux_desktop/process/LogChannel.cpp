@@ -39,6 +39,11 @@ void LogChannel::append(std::string_view text, bool lineBreak) {
         waiting_ += '\n';
 }
 
+void LogChannel::lose(std::size_t count) {
+    received_ += count;
+    lost_ += count;
+}
+
 void LogChannel::refill() {
     if (hasRest())
         return;

@@ -9,8 +9,8 @@
 
 namespace lightpen {
 
-// The text that waits to be written to one end. Two buffers take turns: callers fill one, the writer empties
-// the other. Both are allocated once. Not thread-safe; its owner says who may call what.
+// The text that waits to be written to one end. Two buffers take turns: one is filled while the other is
+// written. Both are allocated once. Not thread-safe; its owner says who may call what.
 class LogChannel {
 public:
     // Takes all of a text that it is given.
@@ -20,11 +20,11 @@ public:
     // in bytes.
     LogChannel(int descriptor, std::size_t capacity, Taker taker = {});
 
-    // Callers, under the owner's lock: appends the text and, if asked, a line break. What does not fit is
+    // Under the owner's lock: appends the text and, if asked, a line break. What does not fit is
     // counted and dropped, with everything behind it until the writer has made room.
     void append(std::string_view text, bool lineBreak);
-    // Text, or a loss that is still to be reported.
-    bool hasWaiting() const { return !waiting_.empty() || lost_ > 0; }
+    // The same for so many texts that were dropped before they came here.
+    void lose(std::size_t count);
     // How many texts have come so far, lost ones included.
     std::uint64_t received() const { return received_; }
 

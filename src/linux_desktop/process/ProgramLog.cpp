@@ -6,18 +6,22 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
 
 #include "linux_desktop/process/LogChannel.h"
 #include "linux_desktop/process/LogFile.h"
+#include "linux_desktop/process/LogQueue.h"
 #include "linux_desktop/process/SignalMask.h"
+#include "platform/NumericLocale.h"
 #include "platform/PriorityInheritance.h"
 
 namespace lightpen {
@@ -81,26 +85,24 @@ public:
                         ? LogChannel(-1, settings.capacity, [this](auto text) { file_.append(text); })
                         : LogChannel(settings.output, settings.capacity)} {}
 
-    void append(std::string_view text, bool isLine) {
-        const bool toFile = choice == LogChoice::file;
-        bool wake = false;
-        {
-            const std::lock_guard hold(mutex_);
-            if (isLine && !(toFile && isNumbered(text)))
-                channels_[0].append(text, true);
-            if (toFile || !isLine)
-                channels_[1].append(text, isLine);
-            wake = std::exchange(asleep_, false);
-        }
-        if (wake)
+    // A caller's: takes no lock, and wakes the writer only where it sleeps.
+    void append(const LogEntry& entry) {
+        // Behind a loss everything is lost until the writer knows, so that its note stands in the right
+        // place.
+        if (lost_.load(std::memory_order_relaxed) != 0 || !queue_.put(entry))
+            countLost(entry);
+        if (asleep_ && asleep_.exchange(false))
             wake_.post();
     }
 
     bool flush(Microseconds patience) {
         std::unique_lock<std::mutex> lock(mutex_);
-        const std::array<std::uint64_t, 2> wanted{channels_[0].received(), channels_[1].received()};
+        const std::uint64_t end = queue_.end();
+        std::optional<std::array<std::uint64_t, 2>> wanted; // of the channels, once they have it all
         const auto done = [&] {
-            return channels_[0].settled() >= wanted[0] && channels_[1].settled() >= wanted[1];
+            if (!wanted && queue_.taken() >= end && lost_ == 0)
+                wanted = {channels_[0].received(), channels_[1].received()};
+            return wanted && channels_[0].settled() >= (*wanted)[0] && channels_[1].settled() >= (*wanted)[1];
         };
         while (!done()) {
             flushing_ = true;
@@ -124,16 +126,14 @@ public:
     }
 
     void run() {
+        const CNumericLocale numbers;
         std::unique_lock<std::mutex> lock(mutex_);
         while (!ending_) {
+            format();
             for (LogChannel& channel : channels_)
                 channel.refill();
             flushing_ = false;
-            // The condition has a lock inside, whose holder nobody lends a priority: no caller may wait
-            // behind it.
-            lock.unlock();
             progressed_.notify_all();
-            lock.lock();
             if (!any(&LogChannel::hasRest)) {
                 pause(lock);
                 continue;
@@ -154,18 +154,57 @@ public:
     const LogChoice choice;
 
 private:
+    // Which of the channels a line or a text goes to.
+    std::array<bool, 2> channelsOf(LogEntry::Sort sort, std::string_view beginning) const {
+        const bool toFile = choice == LogChoice::file;
+        const bool isLine = sort == LogEntry::Sort::line;
+        return {isLine && !(toFile && isNumbered(beginning)), toFile || !isLine};
+    }
+
+    // The losses of both channels are one word, so that whoever sees one of them sees both.
+    void countLost(const LogEntry& entry) {
+        const auto channels = channelsOf(entry.sort, entry.beginning());
+        lost_.fetch_add((channels[0] ? 1 : 0) + (channels[1] ? kSecondLoss : 0));
+    }
+
+    // Formats what has come into the channels, and behind it what had no room to come.
+    void format() {
+        const std::uint64_t lost = lost_;
+        const auto before = queue_.taken();
+        queue_.takeAll([this](const LogEntry& entry) { format(entry); });
+        if (queue_.taken() != before)
+            ++progress_;
+        if (lost == 0 || !queue_.isEmpty())
+            return;
+        channels_[0].lose(lost % kSecondLoss);
+        channels_[1].lose(lost / kSecondLoss);
+        lost_ -= lost;
+    }
+    void format(const LogEntry& entry) {
+        std::size_t length = entry.print(text_.data(), text_.size(), entry);
+        if (length >= text_.size()) {
+            text_.resize(length + 1);
+            length = entry.print(text_.data(), text_.size(), entry);
+        }
+        const std::string_view text(text_.data(), length);
+        const auto channels = channelsOf(entry.sort, text);
+        for (std::size_t i = 0; i < channels_.size(); ++i)
+            if (channels[i])
+                channels_[i].append(text, entry.sort == LogEntry::Sort::line);
+    }
+
     bool any(bool (LogChannel::*question)() const) const { return std::ranges::any_of(channels_, question); }
     bool urgent() const { return flushing_ || ending_; }
 
     // Lines come in bursts, a stroke's at every pass. While they do, the writer looks by itself after each
     // gathering time; only after one without a line does it sleep until it is woken.
     void pause(std::unique_lock<std::mutex>& lock) {
-        const auto wanted = [&] { return any(&LogChannel::hasWaiting) || urgent(); };
+        const auto wanted = [&] { return !queue_.isEmpty() || lost_ != 0 || urgent(); };
         gather(lock);
         if (wanted())
             return;
-        while (!wanted()) {
-            asleep_ = true;
+        // A caller puts its line first and looks then whether it must wake; here it is the other way round.
+        for (asleep_ = true; !wanted(); asleep_ = true) {
             lock.unlock();
             wake_.wait();
             lock.lock();
@@ -196,13 +235,20 @@ private:
         return wrote;
     }
 
+    static constexpr std::uint64_t kSecondLoss = std::uint64_t{1} << 32;
+    // What may come between two looks of the writer: some ten seconds of a stroke, while a disk is busy.
+    static constexpr std::size_t kQueueRoom = std::size_t{1} << 18;
+
     const Microseconds gathering_;
     LogFile file_;
-    PriorityInheritanceMutex mutex_;
+    LogQueue queue_{kQueueRoom};
+    std::atomic<std::uint64_t> lost_{0};        // of each channel, and not told to it yet
+    std::atomic<bool> asleep_{false};           // only then does a caller pay for a wake-up
+    std::string text_ = std::string(512, '\0'); // the writer's, to format in
+    PriorityInheritanceMutex mutex_;            // around what follows; no caller of the log takes it
     WakeUp wake_;
     std::condition_variable progressed_;
     std::array<LogChannel, 2> channels_; // the diagnostics' descriptor, and the output's or the file
-    bool asleep_ = false;                // only then does a caller pay for a wake-up
     bool flushing_ = false;
     bool ending_ = false;
     bool ended_ = false;
@@ -234,11 +280,15 @@ bool ProgramLog::listens() const {
 }
 
 void ProgramLog::logLine(std::string_view line) {
-    writer_->append(line, true);
+    take(LogEntry::of(LogEntry::Sort::line, line));
 }
 
 void ProgramLog::standardOutput(std::string_view text) {
-    writer_->append(text, false);
+    take(LogEntry::of(LogEntry::Sort::text, text));
+}
+
+void ProgramLog::take(const LogEntry& entry) {
+    writer_->append(entry);
 }
 
 bool ProgramLog::flush(Microseconds patience) {

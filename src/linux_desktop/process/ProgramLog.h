@@ -13,9 +13,9 @@ namespace lightpen {
 
 // The log of a desktop program, written by a thread of its own: diagnostics to one descriptor and standard
 // output to another, or both to the user's log file. With the file, the first descriptor has what a user or
-// an administrator should act on: the lines that carry no number. A caller only copies its text into memory,
-// whoever reads at the other end, or nobody: what does not fit any more is dropped, and a line in its place
-// says how many lines that were.
+// an administrator should act on: the lines that carry no number. A caller only copies the format and its
+// arguments into memory, takes no lock, and never waits, whoever reads at the other end, or nobody: what does
+// not fit any more is dropped, and a line in its place says how many lines that were.
 class ProgramLog final : public LogSink {
 public:
     // As a program uses them unless it says otherwise.
@@ -43,6 +43,7 @@ public:
     bool listens() const override;
     void logLine(std::string_view line) override;
     void standardOutput(std::string_view text) override;
+    void take(const LogEntry& entry) override;
 
     // Waits until everything that was logged before the call has been written, or cannot be because the other
     // end is closed. Gives up when the other end takes nothing for that long; returns whether all is out. Any

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "kit/CommaLocale.h"
 #include "kit/Eventually.h"
 #include "kit/OrdinaryUser.h"
 #include "kit/Pipe.h"
@@ -173,6 +174,71 @@ TEST_F(ProgramLogTest, ServesThePlatformLog) {
     EXPECT_EQ(output.readAvailable(), "48 ");
 }
 
+// The arguments are formatted later, on another thread; what they were made from is gone by then.
+TEST_F(ProgramLogTest, FormatsByItselfWhatItsCallersHaveLogged) {
+    auto lazy = settings(diagnostics, output);
+    lazy.gathering = 10s; // until the flush nothing is formatted
+    ProgramLog log(lazy);
+    setLogSink(&log);
+    std::string expected;
+    for (int i = 0; i < 200; ++i) {
+        const std::string text(static_cast<std::size_t>(i) * 7, 'x');
+        logLine("line %d: %s, %.1f, %s", i, text, i / 2.0, ScreenPoint{0.5, double(i)});
+        expected += "line " + std::to_string(i) + ": " + text + ", " + std::to_string(i / 2) +
+                    (i % 2 == 0 ? ".0" : ".5") + ", {0.5, " + std::to_string(i) + "}\n";
+    }
+    setLogSink(nullptr);
+    std::string written;
+    std::thread reader([&] { written = diagnostics.readUntil("{0.5, 199}\n"); });
+    EXPECT_TRUE(log.flush());
+    reader.join();
+    EXPECT_EQ(written, expected);
+}
+
+TEST_F(ProgramLogTest, WritesNumbersInTheCLocaleWhateverTheUsersIs) {
+    const CommaLocale comma;
+    ASSERT_TRUE(comma.set()) << "localedef needs the sources of the package locales";
+    ProgramLog log(settings(diagnostics, output));
+    setLogSink(&log);
+    logLine("mappedPoint: (%.2f,%.2f)", 500.25, -0.5);
+    setLogSink(nullptr);
+    EXPECT_TRUE(log.flush());
+    EXPECT_EQ(diagnostics.readAvailable(), "mappedPoint: (500.25,-0.50)\n");
+}
+
+TEST_F(ProgramLogTest, LinesOfSeveralThreadsAreWholeAndInOrder) {
+    constexpr int kThreads = 4;
+    constexpr int kLines = 500;
+    std::string text;
+    {
+        ProgramLog log(settings(diagnostics, output));
+        setLogSink(&log);
+        std::thread reader([&] { text = diagnostics.readUntil("end\n"); });
+        std::vector<std::thread> writers;
+        for (int thread = 0; thread < kThreads; ++thread)
+            writers.emplace_back([thread] {
+                for (int number = 0; number < kLines; ++number)
+                    logLine("%d %d %s", thread, number, "and a text");
+            });
+        for (std::thread& writer : writers)
+            writer.join();
+        logLine("end");
+        setLogSink(nullptr);
+        reader.join();
+    }
+    std::istringstream lines(text);
+    std::map<int, int> next;
+    int thread = -1;
+    int number = -1;
+    std::string rest;
+    while (lines >> thread >> number && std::getline(lines, rest)) {
+        ASSERT_EQ(rest, " and a text");
+        ASSERT_EQ(number, next[thread]++) << "thread " << thread;
+    }
+    for (int i = 0; i < kThreads; ++i)
+        EXPECT_EQ(next[i], kLines);
+}
+
 class LogToFileTest : public ProgramLogTest {
 protected:
     ProgramLog::Settings toFile() const {
@@ -241,6 +307,32 @@ TEST_F(LogToFileTest, MoreThanFitsIsLostWithANoteThatSaysSo) {
     EXPECT_TRUE(log.flush());
     EXPECT_EQ(inFile(),
               "Event n:1 a line\nLog: 2 lines were lost here, they came faster than they were read\n");
+}
+
+// More than comes between two looks of the writer: beyond its room everything is lost, and told once.
+TEST_F(LogToFileTest, WhatComesTooFastIsLostWithANoteInItsPlace) {
+    auto lazy = toFile();
+    lazy.gathering = 10s; // until the flush nothing is taken
+    ProgramLog log(lazy);
+    constexpr std::size_t kLines = 20'000;
+    for (std::size_t i = 0; i < kLines; ++i)
+        log.logLine("Event n:1 " + std::to_string(i));
+    log.logLine("Pointer: lost too");
+    EXPECT_TRUE(log.flush());
+    log.logLine("Pointer: behind it");
+    EXPECT_TRUE(log.flush());
+    std::istringstream lines(inFile());
+    std::size_t whole = 0;
+    std::string line;
+    while (std::getline(lines, line) && line == "Event n:1 " + std::to_string(whole))
+        ++whole;
+    EXPECT_GT(whole, 1000U);
+    EXPECT_EQ(line, "Log: " + std::to_string(kLines + 1 - whole) +
+                        " lines were lost here, they came faster than they were read");
+    EXPECT_TRUE(std::getline(lines, line) && line == "Pointer: behind it") << line;
+    EXPECT_FALSE(std::getline(lines, line)) << line;
+    EXPECT_EQ(diagnostics.readAvailable(),
+              "Log: 1 line was lost here, they came faster than they were read\nPointer: behind it\n");
 }
 
 TEST_F(LogToFileTest, AReaderWhoTakesNothingDoesNotHoldTheFileUp) {
