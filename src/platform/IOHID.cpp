@@ -5,28 +5,67 @@
 
 namespace lightpen {
 
-IOHIDEventStruct inputReportEvent(IOHIDElementCookie cookie, std::span<const std::uint8_t> report,
-                                  std::size_t declaredLength, std::uint64_t timestamp) {
-    IOHIDEventStruct event;
+void writeInputReportEvent(IOHIDEventStruct& event, IOHIDElementCookie cookie,
+                           std::span<const std::uint8_t> report, std::size_t declaredLength,
+                           std::uint64_t timestamp) {
     event.elementCookie = cookie;
     event.timestamp = timestamp;
     event.longValueSize = static_cast<std::uint32_t>(declaredLength);
     event.longValue.resize(std::max(declaredLength, kReadableReportBytes));
-    std::copy_n(report.begin(), std::min(report.size(), declaredLength), event.longValue.begin());
+    const auto rest =
+        std::copy_n(report.begin(), std::min(report.size(), declaredLength), event.longValue.begin());
+    std::fill(rest, event.longValue.end(), std::uint8_t{0});
+}
+
+IOHIDEventStruct inputReportEvent(IOHIDElementCookie cookie, std::span<const std::uint8_t> report,
+                                  std::size_t declaredLength, std::uint64_t timestamp) {
+    IOHIDEventStruct event;
+    writeInputReportEvent(event, cookie, report, declaredLength, timestamp);
     return event;
+}
+
+IOHIDQueueInterface::~IOHIDQueueInterface() {
+    const std::lock_guard hold(fed_->mutex);
+    std::erase(fed_->queues, this);
+}
+
+void IOHIDQueueInterface::join(std::shared_ptr<FedQueues> fed) {
+    fed_ = std::move(fed);
+    const std::lock_guard hold(fed_->mutex);
+    fed_->queues.push_back(this);
+}
+
+// A full queue gives the place of its oldest report.
+IOHIDEventStruct* IOHIDQueueInterface::roomFor(IOHIDElementCookie cookie) {
+    if (!started_ || std::ranges::find(elements_, cookie) == elements_.end())
+        return nullptr;
+    if (count_ < slots_.size())
+        return &slot(count_++);
+    IOHIDEventStruct& oldest = slot(0);
+    first_ = (first_ + 1) % slots_.size();
+    return &oldest;
+}
+
+RunLoopSourceRef IOHIDQueueInterface::sourceOfFirstOwed() {
+    if (callout_ && source_ && owedCallouts_ < slots_.size() && ++owedCallouts_ == 1)
+        return source_;
+    return nullptr;
+}
+
+void IOHIDQueueInterface::reportTaken() {
+    if (const auto source = sourceOfFirstOwed())
+        source->signal();
 }
 
 bool IOHIDQueueInterface::push(const IOHIDEventStruct& event) {
     RunLoopSourceRef toSignal;
     {
-        const std::lock_guard hold(mutex_);
-        if (!started_ || !elements_.contains(event.elementCookie))
+        const std::lock_guard hold(fed_->mutex);
+        IOHIDEventStruct* const room = roomFor(event.elementCookie);
+        if (!room)
             return false;
-        if (reports_.size() == depth_)
-            reports_.pop_front();
-        reports_.push_back(event);
-        if (callout_ && source_ && owedCallouts_ < depth_ && ++owedCallouts_ == 1)
-            toSignal = source_;
+        *room = event;
+        toSignal = sourceOfFirstOwed();
     }
     if (toSignal)
         toSignal->signal();
@@ -37,7 +76,7 @@ void IOHIDQueueInterface::performCallout() {
     IOHIDEventCallout callout;
     RunLoopSourceRef again;
     {
-        const std::lock_guard hold(mutex_);
+        const std::lock_guard hold(fed_->mutex);
         if (owedCallouts_ == 0)
             return;
         if (--owedCallouts_ > 0)
@@ -51,7 +90,7 @@ void IOHIDQueueInterface::performCallout() {
 }
 
 IOReturn IOHIDQueueInterface::createAsyncEventSource(RunLoopSourceRef& source) {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     if (!source_) {
         // The queue keeps the source, so that one must not keep the queue.
         source_ = std::make_shared<RunLoopSource>([weak = weak_from_this()] {
@@ -63,50 +102,59 @@ IOReturn IOHIDQueueInterface::createAsyncEventSource(RunLoopSourceRef& source) {
     return kIOReturnSuccess;
 }
 
+// The newest reports stay.
+void IOHIDQueueInterface::setDepth(std::size_t depth) {
+    std::vector<IOHIDEventStruct> slots(depth);
+    const std::size_t kept = std::min(count_, depth);
+    for (std::size_t i = 0; i < kept; ++i)
+        slots[i] = std::move(slot(count_ - kept + i));
+    slots_ = std::move(slots);
+    first_ = 0;
+    count_ = kept;
+}
+
 IOReturn IOHIDQueueInterface::create(std::uint32_t, std::uint32_t depth) {
     if (depth == 0)
         return kIOReturnBadArgument;
-    const std::lock_guard hold(mutex_);
-    depth_ = depth;
-    while (reports_.size() > depth_)
-        reports_.pop_front();
+    const std::lock_guard hold(fed_->mutex);
+    setDepth(depth);
     return kIOReturnSuccess;
 }
 
 IOReturn IOHIDQueueInterface::dispose() {
-    const std::lock_guard hold(mutex_);
-    depth_ = 0;
+    const std::lock_guard hold(fed_->mutex);
+    setDepth(0);
     started_ = false;
     elements_.clear();
-    reports_.clear();
     callout_ = nullptr;
     owedCallouts_ = 0;
     return kIOReturnSuccess;
 }
 
 IOReturn IOHIDQueueInterface::addElement(IOHIDElementCookie cookie, std::uint32_t) {
-    const std::lock_guard hold(mutex_);
-    elements_.insert(cookie);
+    const std::lock_guard hold(fed_->mutex);
+    if (std::ranges::find(elements_, cookie) == elements_.end())
+        elements_.push_back(cookie);
     return kIOReturnSuccess;
 }
 
 bool IOHIDQueueInterface::hasElement(IOHIDElementCookie cookie) const {
-    const std::lock_guard hold(mutex_);
-    return elements_.contains(cookie);
+    const std::lock_guard hold(fed_->mutex);
+    return std::ranges::find(elements_, cookie) != elements_.end();
 }
 
 IOReturn IOHIDQueueInterface::start() {
-    const std::lock_guard hold(mutex_);
-    if (depth_ == 0)
+    const std::lock_guard hold(fed_->mutex);
+    if (slots_.empty())
         return kIOReturnNotOpen;
-    reports_.clear();
+    count_ = 0;
     owedCallouts_ = 0;
     started_ = true;
     return kIOReturnSuccess;
 }
 
 IOReturn IOHIDQueueInterface::stop() {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     started_ = false;
     return kIOReturnSuccess;
 }
@@ -114,16 +162,23 @@ IOReturn IOHIDQueueInterface::stop() {
 IOReturn IOHIDQueueInterface::getNextEvent(IOHIDEventStruct& event, std::uint64_t, std::uint32_t) {
     if (drain_)
         drain_();
-    const std::lock_guard hold(mutex_);
-    if (reports_.empty())
+    const std::lock_guard hold(fed_->mutex);
+    if (count_ == 0)
         return kIOReturnUnderrun;
-    event = std::move(reports_.front());
-    reports_.pop_front();
+    IOHIDEventStruct& oldest = slot(0);
+    // From whoever brings no memory of that length the slot does not take any: the next report would have to
+    // be given new one.
+    if (event.longValue.size() == oldest.longValue.size())
+        std::swap(event, oldest);
+    else
+        event = oldest;
+    first_ = (first_ + 1) % slots_.size();
+    --count_;
     return kIOReturnSuccess;
 }
 
 IOReturn IOHIDQueueInterface::setEventCallout(IOHIDEventCallout callout) {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     callout_ = std::move(callout);
     return kIOReturnSuccess;
 }

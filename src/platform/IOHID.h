@@ -3,10 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <set>
 #include <span>
 #include <utility>
 #include <vector>
@@ -33,7 +31,12 @@ struct IOHIDEventStruct {
     std::vector<std::uint8_t> longValue;
 };
 
-// The event for a report of the declared length: shorter ones are zero-padded, longer ones cut.
+// Makes it the event for a report of the declared length: shorter ones are zero-padded, longer ones cut. An
+// event that has held such a report allocates nothing.
+void writeInputReportEvent(IOHIDEventStruct& event, IOHIDElementCookie cookie,
+                           std::span<const std::uint8_t> report, std::size_t declaredLength,
+                           std::uint64_t timestamp);
+// A new event for it.
 IOHIDEventStruct inputReportEvent(IOHIDElementCookie cookie, std::span<const std::uint8_t> report,
                                   std::size_t declaredLength, std::uint64_t timestamp);
 
@@ -48,6 +51,13 @@ class IOHIDQueueInterface;
 // Called on the main loop for each report that a queue has taken. The sender is the queue.
 using IOHIDEventCallout = std::function<void(IOReturn result, IOHIDQueueInterface& sender)>;
 
+// The queues that are fed together, and their lock. One lock is enough for all of them, and so whoever feeds
+// them takes one.
+struct FedQueues {
+    PriorityInheritanceMutex mutex;
+    std::vector<IOHIDQueueInterface*> queues; // each leaves at its end
+};
+
 // An ordered queue of whole input reports, of a fixed depth: the oldest report goes when it is full. A
 // backend pushes from its reader thread; all operations may be called from any thread. A double overrides
 // operations to watch them or to make them fail. It must be owned by a shared pointer.
@@ -56,12 +66,19 @@ public:
     // The drain is called, without any lock held, before each answer of getNextEvent: a backend fetches there
     // what its reader thread has not come to yet. It may be empty.
     explicit IOHIDQueueInterface(std::function<void()> drain = {}) : drain_(std::move(drain)) {}
-    virtual ~IOHIDQueueInterface() = default;
+    virtual ~IOHIDQueueInterface();
     IOHIDQueueInterface(const IOHIDQueueInterface&) = delete;
     IOHIDQueueInterface& operator=(const IOHIDQueueInterface&) = delete;
 
+    // Makes it one of those that are fed together, once, before anybody else has the queue.
+    void join(std::shared_ptr<FedQueues> fed);
     // Takes a report if the queue is created, started and holds the event's element; returns whether it did.
     bool push(const IOHIDEventStruct& event);
+    // The same, under the lock of the queues that are fed together: where the report goes, to be written at
+    // once; null when it is not taken.
+    IOHIDEventStruct* roomFor(IOHIDElementCookie cookie);
+    // Asks for the callout of a report that was taken, under that lock.
+    void reportTaken();
 
     // Yields the source through which the callouts are delivered, once it is attached to the main loop.
     virtual IOReturn createAsyncEventSource(RunLoopSourceRef& source);
@@ -79,7 +96,8 @@ public:
     // Takes no more reports; those already taken stay.
     virtual IOReturn stop();
     // Takes the oldest report into event, without waiting whatever the two arguments say (both are 0 in this
-    // system). kIOReturnUnderrun when there is none; event is then unchanged.
+    // system). An event that has held one before is exchanged for it, and allocates nothing.
+    // kIOReturnUnderrun when there is none; event is then unchanged.
     virtual IOReturn getNextEvent(IOHIDEventStruct& event, std::uint64_t maximumTime,
                                   std::uint32_t timeoutMs);
     // Replaces the callout. One callout is made for each report taken from then on.
@@ -87,17 +105,23 @@ public:
 
 private:
     void performCallout();
+    RunLoopSourceRef sourceOfFirstOwed();
+    IOHIDEventStruct& slot(std::size_t index) { return slots_[(first_ + index) % slots_.size()]; }
+    void setDepth(std::size_t depth);
 
     const std::function<void()> drain_;
-    mutable PriorityInheritanceMutex mutex_;
-    std::set<IOHIDElementCookie> elements_;
-    std::deque<IOHIDEventStruct> reports_;
-    std::size_t depth_ = 0; // 0: not created
+    std::shared_ptr<FedQueues> fed_ = std::make_shared<FedQueues>(); // its lock is around what follows
+    std::vector<IOHIDElementCookie> elements_;
+    // As many as the queue is deep; none while it is not created. They are used in turns, so that a report
+    // finds memory of its length.
+    std::vector<IOHIDEventStruct> slots_;
+    std::size_t first_ = 0; // the slot of the oldest report
+    std::size_t count_ = 0; // how many reports there are
     bool started_ = false;  // only when created
     IOHIDEventCallout callout_;
     RunLoopSourceRef source_;
     // Callouts that are still owed. One signal at a time is under way, so that a busy unit does not fill the
-    // main loop; more than depth_ are never owed.
+    // main loop; more than fit are never owed.
     std::size_t owedCallouts_ = 0;
 };
 

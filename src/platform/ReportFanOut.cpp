@@ -11,14 +11,12 @@ ReportFanOut::ReportFanOut(Clock& clock, IOHIDElementCookie cookie, std::size_t 
     : clock_(clock), cookie_(cookie), declaredLength_(declaredLength) {}
 
 IOHIDQueueRef ReportFanOut::add(IOHIDQueueRef queue) {
-    const std::lock_guard hold(mutex_);
-    std::erase_if(queues_, [](const auto& weak) { return weak.expired(); });
-    queues_.push_back(queue);
+    queue->join(fed_);
     return queue;
 }
 
 void ReportFanOut::deliver(std::span<const std::uint8_t> report) {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     if (vanished_)
         return;
     if (report.size() > declaredLength_ && !std::exchange(cutLogged_, true))
@@ -28,22 +26,23 @@ void ReportFanOut::deliver(std::span<const std::uint8_t> report) {
 }
 
 void ReportFanOut::vanish() {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     if (!std::exchange(vanished_, true))
         deliverToAll({});
 }
 
 bool ReportFanOut::vanished() const {
-    const std::lock_guard hold(mutex_);
+    const std::lock_guard hold(fed_->mutex);
     return vanished_;
 }
 
 void ReportFanOut::deliverToAll(std::span<const std::uint8_t> report) {
     const auto now = static_cast<std::uint64_t>(clock_.now().count());
-    const IOHIDEventStruct event = inputReportEvent(cookie_, report, declaredLength_, now);
-    for (const auto& weak : queues_)
-        if (const auto queue = weak.lock())
-            queue->push(event);
+    for (IOHIDQueueInterface* const queue : fed_->queues)
+        if (IOHIDEventStruct* const room = queue->roomFor(cookie_)) {
+            writeInputReportEvent(*room, cookie_, report, declaredLength_, now);
+            queue->reportTaken();
+        }
 }
 
 } // namespace lightpen

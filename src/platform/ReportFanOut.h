@@ -3,10 +3,8 @@
 
 #include <memory>
 #include <span>
-#include <vector>
 
 #include "platform/IOHID.h"
-#include "platform/PriorityInheritance.h"
 #include "platform/Time.h"
 
 namespace lightpen {
@@ -32,10 +30,9 @@ private:
     Clock& clock_;
     const IOHIDElementCookie cookie_;
     const std::size_t declaredLength_;
-    mutable PriorityInheritanceMutex mutex_;
+    const std::shared_ptr<FedQueues> fed_ = std::make_shared<FedQueues>(); // its lock is around what follows
     bool vanished_ = false;
     bool cutLogged_ = false;
-    std::vector<std::weak_ptr<IOHIDQueueInterface>> queues_;
 };
 
 } // namespace lightpen

@@ -212,6 +212,35 @@ TEST_F(IOHIDQueueTest, TheDrainRunsBeforeEachAnswer) {
     }
 }
 
+// Whoever polls again and again hands in the memory of the report before.
+TEST_F(IOHIDQueueTest, ReportsAreExchangedForThoseBeforeThem) {
+    open(1);
+    IOHIDEventStruct event;
+    queue->push(report(1));
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    queue->push(report(2));
+    const std::uint8_t* const before = event.longValue.data();
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValue.at(0), 2);
+    queue->push(report(3));
+    ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+    EXPECT_EQ(event.longValue.at(0), 3);
+    EXPECT_EQ(event.longValue.data(), before);
+}
+
+// Others take copies, so that the queue's memory stays with the queue.
+TEST_F(IOHIDQueueTest, ReportsOfAnotherLengthAreCopied) {
+    open(2);
+    for (std::uint8_t mark = 1; mark <= 5; ++mark) {
+        IOHIDEventStruct event;
+        event.longValue.assign(mark, 99);
+        queue->push(report(mark));
+        ASSERT_EQ(queue->getNextEvent(event, 0, 0), kIOReturnSuccess);
+        EXPECT_EQ(event.longValue.size(), 64u);
+        EXPECT_EQ(event.longValue.at(0), mark);
+    }
+}
+
 TEST_F(IOHIDQueueTest, ReaderThreadAndTakersShareIt) {
     open(16);
     std::thread reader([&] {

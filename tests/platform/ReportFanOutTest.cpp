@@ -76,6 +76,18 @@ TEST_F(ReportFanOutTest, TheLastWordIsOneReportOfZeros) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(ReportFanOutTest, AShortReportBehindALongOneLeavesNothingOfIt) {
+    const auto queue = startedQueue();
+    for (int i = 0; i < 6; ++i) { // once round the queue's memory, and more
+        deliver({1, 2, 3, 4, 5, 6});
+        deliver({7});
+        while (queue->getNextEvent(event, 0, 0) == kIOReturnSuccess) {
+        }
+        EXPECT_EQ(event.longValue.at(0), 7);
+        EXPECT_THAT(std::span(event.longValue).subspan(1), Each(0));
+    }
+}
+
 TEST_F(ReportFanOutTest, QueuesThatNobodyHoldsAreForgotten) {
     std::weak_ptr<IOHIDQueueInterface> watched = startedQueue();
     EXPECT_TRUE(watched.expired());
