@@ -18,7 +18,13 @@ void PerformQueue::post(PerformRequest request) {
 
 void PerformQueue::postDelayed(PerformRequest request, Microseconds due) {
     const std::lock_guard hold(mutex_);
-    requests_.emplace(due, std::move(request));
+    if (spare_.empty()) {
+        requests_.emplace(due, std::move(request));
+        return;
+    }
+    spare_.key() = due;
+    spare_.mapped() = std::move(request);
+    requests_.insert(std::move(spare_));
 }
 
 void PerformQueue::cancelDelayed(const void* target, std::string_view selector, std::string_view argument) {
@@ -34,9 +40,12 @@ bool PerformQueue::runOne(Microseconds now) {
     std::unique_lock hold(mutex_);
     if (requests_.empty() || requests_.begin()->first > now)
         return false;
-    const auto next = requests_.extract(requests_.begin());
+    auto next = requests_.extract(requests_.begin());
     hold.unlock();
-    next.mapped().operation();
+    next.mapped().perform();
+    next.mapped() = {};
+    hold.lock();
+    spare_ = std::move(next);
     return true;
 }
 

@@ -28,8 +28,12 @@ public:
     bool hasPosted() const;
 
 private:
+    using Requests = std::multimap<Microseconds, PerformRequest>;
+
     mutable PriorityInheritanceMutex mutex_;
-    std::multimap<Microseconds, PerformRequest> requests_; // by the time they are due, then as they came
+    Requests requests_; // by the time they are due, then as they came
+    // The memory of the last one that ran, for the next one: a unit's report asks again and again.
+    Requests::node_type spare_;
 };
 
 } // namespace lightpen

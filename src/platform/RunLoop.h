@@ -21,11 +21,13 @@ public:
     explicit RunLoopSource(std::function<void()> perform) : perform_(std::move(perform)) {}
     // Asks the loop to perform the source once; each signal is one perform. Any thread.
     void signal();
+    // The operation; called by the loop.
+    void perform() const { perform_(); }
     // Called by the run loop that takes the source in; the loop outlives its sources.
     void attachedTo(RunLoop& loop) { loop_.store(&loop, std::memory_order_release); }
 
 private:
-    std::function<void()> perform_;
+    const std::function<void()> perform_;
     std::atomic<RunLoop*> loop_{nullptr};
 };
 
@@ -41,6 +43,15 @@ struct PerformRequest {
     std::string selector;
     std::string argument;
     std::function<void()> operation;
+    // Performed where there is no operation, unless it is gone. To ask for it costs no memory.
+    std::weak_ptr<RunLoopSource> source = {};
+
+    void perform() const {
+        if (operation)
+            operation();
+        else if (const auto signalled = source.lock())
+            signalled->perform();
+    }
 };
 
 // The main thread's event loop. Requests made with performOnMainThread run in the order they were made, and
@@ -80,10 +91,7 @@ inline void RunLoopSource::signal() {
     if (!loop)
         return;
     // A source that is dropped meanwhile is not performed any more.
-    loop->performOnMainThread({this, "RunLoopSource", {}, [weak = weak_from_this()] {
-                                   if (const auto source = weak.lock())
-                                       source->perform_();
-                               }});
+    loop->performOnMainThread({this, "RunLoopSource", {}, {}, weak_from_this()});
 }
 
 } // namespace lightpen
