@@ -18,19 +18,18 @@ PenResult pressAt(ScreenPoint point) {
     return {{kPenDown, point, point, true}, {{Kind::beginLongPress, point}, {Kind::press, point}}};
 }
 
+double distanceBetween(ScreenPoint a, ScreenPoint b) {
+    const double dx = b.x - a.x;
+    const double dy = b.y - a.y;
+    return std::sqrt(dx * dx + dy * dy);
+}
+
 PenResult dragTo(const Stroke& stroke, ScreenPoint point) {
-    const double dx = point.x - stroke.anchor.x;
-    const double dy = point.y - stroke.anchor.y;
-    const double distance = std::sqrt(dx * dx + dy * dy);
-    PenResult result{{kPenDrag, point, stroke.anchor, stroke.pressed}, {}};
-    if (stroke.anchor != ScreenPoint{} && distance > kLongPressRadius) {
-        result.stroke.anchor = {};
-        result.actions.push_back({Kind::leaveAnchor, stroke.anchor, distance});
-    } else {
-        result.actions.push_back({Kind::stay, point});
-    }
-    result.actions.push_back({Kind::drag, point});
-    return result;
+    const double distance = stroke.anchor == ScreenPoint{} ? 0 : distanceBetween(stroke.anchor, point);
+    if (distance > kLongPressRadius)
+        return {{kPenDrag, point, {}, stroke.pressed},
+                {{Kind::leaveAnchor, stroke.anchor, distance}, {Kind::drag, point}}};
+    return {{kPenDrag, point, stroke.anchor, stroke.pressed}, {{Kind::stay, point}, {Kind::drag, point}}};
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 //                                  a calibration takes the touches  ------->  penFeeds -> actions
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -92,10 +94,31 @@ struct PenAction {
     friend bool operator==(const PenAction&, const PenAction&) = default;
 };
 
+// At most two of them, in their order. They are where the list is, so that a step of the pen asks for no
+// memory.
+class PenActions {
+public:
+    using value_type = PenAction;
+    using const_iterator = const PenAction*;
+
+    PenActions() = default;
+    PenActions(const PenAction& only) : actions_{only}, count_(1) {} // NOLINT(google-explicit-constructor)
+    PenActions(const PenAction& first, const PenAction& second) : actions_{first, second}, count_(2) {}
+    const_iterator begin() const { return actions_.data(); }
+    const_iterator end() const { return begin() + count_; }
+    std::size_t size() const { return count_; }
+    bool empty() const { return count_ == 0; }
+    const PenAction& front() const { return actions_.front(); }
+
+private:
+    std::array<PenAction, 2> actions_;
+    std::size_t count_ = 0;
+};
+
 // What a point does: the stroke from now on, and what is to be done, in this order.
 struct PenResult {
     Stroke stroke;
-    std::vector<PenAction> actions;
+    PenActions actions;
     ScreenRegion region = kRegionInside; // of penMoves
     bool touchesTarget = false;          // of penFeeds: the calibration is given the point
 };

@@ -35,6 +35,9 @@ ReportBuffer scratchBuffer(int reportSize, int copyLength) {
 std::uint16_t truncatedTo16Bits(double value) {
     if (!std::isfinite(value))
         return 0;
+    constexpr double kBeyondWords = 2147483648.0;
+    if (std::fabs(value) < kBeyondWords)
+        return static_cast<std::uint16_t>(static_cast<std::int32_t>(value));
     // fmod is exact, so that a value beyond every integer type wraps as a wide integer would.
     const double wrapped = std::fmod(std::trunc(value), 65536.0);
     return static_cast<std::uint16_t>(static_cast<std::int32_t>(wrapped));
