@@ -25,7 +25,7 @@ void KVRCalibrationCenter::setGridFor(std::int64_t totalPoints) {
 
 void KVRCalibrationCenter::setTotalPoints(std::int64_t totalPoints) {
     setGridFor(totalPoints);
-    calibrators_ = std::make_shared<const CalibratorList>();
+    setCalibrators(std::make_shared<const CalibratorList>());
 }
 
 void KVRCalibrationCenter::setCalibrationRows(std::int64_t rows, std::int64_t columns) {
@@ -40,6 +40,11 @@ void KVRCalibrationCenter::setCalibrationPoints(const PointListRef& points) {
     // In one step, so that a pen that is down meanwhile is never without a calibration.
     auto list = std::make_shared<CalibratorList>();
     addCalibrators(*list, taken);
+    setCalibrators(std::move(list));
+}
+
+void KVRCalibrationCenter::setCalibrators(CalibratorListRef list) {
+    firstProjection_ = list->empty() ? std::nullopt : std::optional(list->front()->projection());
     calibrators_ = std::move(list);
 }
 
@@ -51,7 +56,7 @@ PointListRef KVRCalibrationCenter::calibrationPoints() const {
 void KVRCalibrationCenter::createCalibrator() {
     auto list = std::make_shared<CalibratorList>(*calibrators());
     addCalibrators(*list, calibrationPoints());
-    calibrators_ = std::move(list);
+    setCalibrators(std::move(list));
 }
 
 CalibratedScreen KVRCalibrationCenter::screenOfNow() const {
@@ -107,16 +112,11 @@ KVRCalibrationCenter::calibratorWithPoints(const std::array<CameraPoint, 4>& poi
     return Calibrator::calibratorWithSourceQuadPoints(quad, destinationRectangle);
 }
 
+// Each point is inside the first calibrator.
 ScreenPoint KVRCalibrationCenter::mapPointFrom(CameraPoint point) {
-    const CalibratorListRef list = calibrators();
-    ScreenPoint result = kNoResult;
-    for (const auto& calibrator : *list) {
-        if (calibrator->pointInside(point)) {
-            result = calibrator->mapPointFrom(point);
-            break;
-        }
-    }
-    return result == kNoResult ? smallestOf(*list, point) : result;
+    const auto first = firstProjection_.load();
+    const ScreenPoint result = first ? first->mapPointFrom(point) : kNoResult;
+    return result == kNoResult ? smallestOf(*calibrators(), point) : result;
 }
 
 ScreenPoint KVRCalibrationCenter::smallestOf(const CalibratorList& list, CameraPoint point) {

@@ -91,10 +91,10 @@ void Calibrator::calculateConstant() {
     storeCorner(matrix, 4, sourcePoints_.bottomLeft, {left, bottom});
     storeCorner(matrix, 6, sourcePoints_.bottomRight, {right, bottom});
     eliminate(matrix);
-    substituteBack(matrix, vector_);
+    substituteBack(matrix, projection_.vector);
 }
 
-ScreenPoint Calibrator::mapPointFrom(CameraPoint point) const {
+ScreenPoint Projection::mapPointFrom(CameraPoint point) const {
     const ScreenPoint result = transformed(point);
     logLine("Calibr n:503 map point result: %s", result);
     return result;
@@ -103,7 +103,7 @@ ScreenPoint Calibrator::mapPointFrom(CameraPoint point) const {
 // In two steps of a few points, so that the compiler divides two at a time.
 void Calibrator::transformed(std::span<const CameraPoint> points, std::span<ScreenPoint> results) const {
     const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
-        vector_[0], vector_[1], vector_[2], vector_[3], vector_[4], vector_[5], vector_[6], vector_[7]};
+        vector()[0], vector()[1], vector()[2], vector()[3], vector()[4], vector()[5], vector()[6], vector()[7]};
     std::array<double, 64> scales;
     for (std::size_t done = 0; done < points.size(); done += scales.size()) {
         const auto some = points.subspan(done, std::min(scales.size(), points.size() - done));

@@ -19,6 +19,17 @@ struct _KVRQuadPoints {
     friend bool operator==(const _KVRQuadPoints&, const _KVRQuadPoints&) = default;
 };
 
+// The planar projective transformation itself, as a value: the coefficients a to h, of w = g x + h y + 1,
+// X = (a x + b y + c) / w, Y = (d x + e y + f) / w.
+struct Projection {
+    std::array<float, 8> vector{};
+
+    // The screen point for a camera point, neither rounded nor cut to the rectangle.
+    ScreenPoint transformed(CameraPoint point) const;
+    // The same, and one log line of it.
+    ScreenPoint mapPointFrom(CameraPoint point) const;
+};
+
 // Maps camera points to the screen by the planar projective transformation that carries a quadrilateral's
 // corners onto a rectangle's. One thread may set a calibrator up; once it is shared it is only mapped with,
 // by any thread.
@@ -33,18 +44,17 @@ public:
 
     // Solves the coefficients for the points and the rectangle of now.
     void calculateConstant();
-    // The screen point for a camera point, neither rounded nor cut to the rectangle, and one log line of it.
-    ScreenPoint mapPointFrom(CameraPoint point) const;
-    // The same without the log line.
-    ScreenPoint transformed(CameraPoint point) const;
+    // As the projection does.
+    ScreenPoint mapPointFrom(CameraPoint point) const { return projection_.mapPointFrom(point); }
+    ScreenPoint transformed(CameraPoint point) const { return projection_.transformed(point); }
     // The same for each point of a block, but for the last few bits: one division serves both coordinates.
     // There is room for as many results.
     void transformed(std::span<const CameraPoint> points, std::span<ScreenPoint> results) const;
     // Always true: the choice between several calibrators is the caller's.
     bool pointInside(CameraPoint) const { return true; }
 
-    // The coefficients a to h, of w = g x + h y + 1, X = (a x + b y + c) / w, Y = (d x + e y + f) / w.
-    const std::array<float, 8>& vector() const { return vector_; }
+    const Projection& projection() const { return projection_; }
+    const std::array<float, 8>& vector() const { return projection_.vector; }
 
     _KVRQuadPoints sourcePoints() const { return sourcePoints_; }
     // In points of the screen.
@@ -53,7 +63,7 @@ public:
 private:
     ScreenRect destinationRect_;
     _KVRQuadPoints sourcePoints_;
-    std::array<float, 8> vector_{};
+    Projection projection_;
 
     // --- Kept by name: the program neither calls these operations nor uses these values.
 
@@ -76,9 +86,9 @@ private:
 };
 
 // Inline: a call costs five times the arithmetic.
-inline ScreenPoint Calibrator::transformed(CameraPoint point) const {
+inline ScreenPoint Projection::transformed(CameraPoint point) const {
     const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
-        vector_[0], vector_[1], vector_[2], vector_[3], vector_[4], vector_[5], vector_[6], vector_[7]};
+        vector[0], vector[1], vector[2], vector[3], vector[4], vector[5], vector[6], vector[7]};
     // The denominator alone is rounded to single precision.
     const auto w = static_cast<float>(g * point.x + h * point.y + 1.0);
     return {(a * point.x + b * point.y + c) / static_cast<double>(w),

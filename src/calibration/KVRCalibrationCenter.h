@@ -143,6 +143,7 @@ private:
 
     void setGridFor(std::int64_t totalPoints);
     void addCalibrators(CalibratorList& list, const PointListRef& points);
+    void setCalibrators(CalibratorListRef list);
     static ScreenPoint smallestOf(const CalibratorList& list, CameraPoint point);
     CalibratedScreen screenOfNow() const;
     Size sizeForTargets() const;
@@ -172,12 +173,13 @@ private:
     std::int32_t _calibrationStep = 0;
     SystemUIMode _oldMode = kUIModeNormal; // the user's, while a session has taken over
     SystemUIOptions _oldOptions = 0;
-    SharedRecord<PointListRef> _calibrationPoints;
+    SharedReference<const PointList> _calibrationPoints;
     SoundRef _calibrationBeep;
     std::int64_t _totalPoints = 0;
     std::int64_t _rows = 0;
     std::int64_t _columns = 0;
     SharedReference<const CalibratorList> calibrators_{std::make_shared<const CalibratorList>()};
+    SharedRecord<std::optional<Projection>> firstProjection_; // of the first of them, for the point thread
     bool autoCalibration = false;
     SharedFlag _canProcessLightPenSignal{false}; // written by the main thread
 

@@ -36,6 +36,10 @@ struct PointThreadState {
     IOReturn pollResult = kIOReturnSuccess; // of the last poll; kept while polls are skipped
     IOHIDEventStruct event;                 // the last received report; zeros before the first
     int generation = 0;                     // which start of the point thread this is
+    // The thread's own references to what it uses in each pass; renewed there, so that a pass costs no lock
+    // for them. What was replaced meanwhile lives until then.
+    IOHIDQueueRef queue;
+    std::shared_ptr<KVRCalibrationProtocol> mapper;
 };
 
 // The driver of the camera unit: finds and opens it, keeps its settings and calibration, and turns its
@@ -336,7 +340,7 @@ private:
     AfterPass processPoll(PointThreadState& thread);
     bool threadEnds(const PointThreadState& thread);
     void feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point);
-    AfterPass drivePointer(CameraPoint point);
+    AfterPass drivePointer(PointThreadState& thread, CameraPoint point);
     Stroke stroke() const;
     void perform(const PenResult& result);
     void perform(const PenAction& action, std::int32_t region);

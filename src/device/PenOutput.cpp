@@ -82,7 +82,7 @@ void EventGeneratorNX7::feedCalibration(EventGeneratorNX7CallbackProtocol& calib
     logLine("Event n:1719 pointFromDevice: %s", point);
 }
 
-EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(CameraPoint point) {
+EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(PointThreadState& thread, CameraPoint point) {
     // Here both coordinates say "pen up", for a calibration either does; the decoder always sets both.
     if (point == kPenUpPoint) {
         perform(penLifts(stroke()));
@@ -98,10 +98,10 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::drivePointer(CameraPoint point) 
     if (_hasNoise)
         return AfterPass::goOn;
     logLine("Event n:1759 mappedPoint: (%.2f,%.2f)", point.x, point.y);
-    const auto center = calibrationCenter();
-    if (!center)
+    _calibrationCenter.renew(thread.mapper);
+    if (!thread.mapper)
         return AfterPass::sleep; // nothing can say where on the screen this is
-    const ScreenPoint mapped = center->mapPointFrom(point);
+    const ScreenPoint mapped = thread.mapper->mapPointFrom(point);
     const PenResult result = penMoves(stroke(), mapped, mainScreenSize());
     logLine("Event n:1763 mappedPoint: %s, in Region: %d", mapped, result.region);
     perform(result);

@@ -119,13 +119,13 @@ void EventGeneratorNX7::performPairingExit() {
 // Pixels of a picture and pairing records come the same way as points, and are no touches: they are taken,
 // and the poll counts as empty.
 IOReturn EventGeneratorNX7::nextPointEvent(PointThreadState& thread) {
-    const auto queue = _pointsQueue.load();
-    if (!queue)
+    _pointsQueue.renew(thread.queue);
+    if (!thread.queue)
         return kIOReturnUnderrun;
-    if (!_imageProcessMode && !_RetPairingData.load())
-        return queue->getNextEvent(thread.event, 0, 0);
+    if (!_imageProcessMode && _RetPairingData.isNull())
+        return thread.queue->getNextEvent(thread.event, 0, 0);
     IOHIDEventStruct noTouch;
-    const IOReturn result = queue->getNextEvent(noTouch, 0, 0);
+    const IOReturn result = thread.queue->getNextEvent(noTouch, 0, 0);
     return result == kIOReturnSuccess ? kIOReturnUnderrun : result;
 }
 
@@ -181,7 +181,7 @@ EventGeneratorNX7::AfterPass EventGeneratorNX7::processPoll(PointThreadState& th
         feedCalibration(*calibration, point);
         return AfterPass::sleep;
     }
-    return drivePointer(point);
+    return drivePointer(thread, point);
 }
 
 } // namespace lightpen

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/Shared.h"
 
+#include <array>
+#include <atomic>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -62,6 +65,65 @@ TEST(SharedTest, ARecordCopiesItsValue) {
     first = CameraPoint{5, 6};
     EXPECT_EQ(second.load(), (CameraPoint{3, 4}));
     EXPECT_EQ(third.load(), (CameraPoint{3, 4}));
+}
+
+// Several of each, so that readers meet writers and writers each other.
+TEST(SharedTest, ALongRecordIsNeverSeenHalfByAnybody) {
+    using Long = std::array<int, 37>;
+    SharedRecord<Long> record;
+    std::atomic<int> writing{2};
+    const auto all = [](int value) {
+        Long made;
+        made.fill(value);
+        return made;
+    };
+    const auto write = [&](int from) {
+        for (int i = 0; i < 3000; ++i)
+            record = all(from + i);
+        --writing;
+    };
+    const auto read = [&] {
+        while (writing > 0) {
+            const Long seen = record;
+            ASSERT_EQ(seen, all(seen.front()));
+        }
+    };
+    std::vector<std::thread> threads;
+    threads.emplace_back(write, 0);
+    threads.emplace_back(write, 100'000);
+    threads.emplace_back(read);
+    threads.emplace_back(read);
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(SharedTest, AnEmptyOptionalIsARecordToo) {
+    SharedRecord<std::optional<CameraPoint>> point;
+    EXPECT_EQ(point.load(), std::nullopt);
+    point = CameraPoint{1, 2};
+    EXPECT_EQ(point.load(), (CameraPoint{1, 2}));
+    point = std::nullopt;
+    EXPECT_EQ(point.load(), std::nullopt);
+}
+
+TEST(SharedTest, ACopyThatIsKeptIsRenewedWhenItsObjectWasSwapped) {
+    const auto first = std::make_shared<int>(1), second = std::make_shared<int>(2);
+    SharedReference<int> shared{first};
+    std::shared_ptr<int> copy;
+    shared.renew(copy);
+    EXPECT_EQ(copy, first);
+    shared.renew(copy);
+    EXPECT_EQ(first.use_count(), 3);
+    shared = second;
+    EXPECT_EQ(copy, first) << "it lives for as long as the copy is kept";
+    shared.renew(copy);
+    EXPECT_EQ(copy, second);
+    EXPECT_EQ(first.use_count(), 1);
+    shared = nullptr;
+    EXPECT_TRUE(shared.isNull());
+    EXPECT_EQ(shared.load(), nullptr);
+    shared.renew(copy);
+    EXPECT_EQ(copy, nullptr);
 }
 
 TEST(SharedTest, AReaderKeepsItsObjectWhenItIsSwapped) {
