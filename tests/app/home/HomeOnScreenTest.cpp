@@ -92,6 +92,7 @@ protected:
         deeds.unit.points = [] { return std::make_shared<const PointList>(); };
         deeds.openHelp = [] {};
         deeds.report = [] { return QString("report"); };
+        deeds.switchCamera = [](bool) {};
         home = std::make_unique<Home>(std::move(deeds));
         window().bringToFront();
         const StringTable table = shippedTable(language);
@@ -105,6 +106,8 @@ protected:
         for (const Language& each : applicationLanguages())
             content.languages.emplace_back(each.key, each.identifier);
         content.facts.logFile = "/home/a-name-of-some-length/.local/state/LightPenNX7/log";
+        content.facts.camera =
+            ProgramCamera{[] { return "Another program uses the camera"; }, [] { return true; }, [](bool) {}};
         home->setContent(content);
         ASSERT_TRUE(comesTrue([&] { return window().isActiveWindow(); }));
     }
