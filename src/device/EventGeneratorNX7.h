@@ -36,8 +36,8 @@ struct PointThreadState {
     IOReturn pollResult = kIOReturnSuccess; // of the last poll; kept while polls are skipped
     IOHIDEventStruct event;                 // the last received report; zeros before the first
     int generation = 0;                     // which start of the point thread this is
-    // The thread's own references to what it uses in each pass; renewed there, so that a pass costs no lock
-    // for them. What was replaced meanwhile lives until then.
+    // The thread's own references to what a pass uses; renewed where they are used, so that they cost no
+    // lock. What was replaced lives until then.
     IOHIDQueueRef queue;
     std::shared_ptr<KVRCalibrationProtocol> mapper;
 };
