@@ -5,7 +5,6 @@
 #include <optional>
 #include <utility>
 
-
 #include "app/DebugWindow.h"
 #include "app/DefaultsReading.h"
 #include "app/LoginList.h"
