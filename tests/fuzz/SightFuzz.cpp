@@ -49,7 +49,7 @@ struct Camera {
     void resize(Bytes& bytes) {
         constexpr int kWidths[] = {1, 2, 15, 16, 17, 63, 64, 65, 100, 130, 200, 333};
         width = kWidths[static_cast<std::size_t>(bytes.next(static_cast<int>(std::size(kWidths))))];
-        height = 1 + bytes.next(120);
+        height = 1 + bytes.next(70);
         stride = width + bytes.next(20);
         pixels.assign(static_cast<std::size_t>(stride * (height - 1) + width),
                       static_cast<std::uint8_t>(bytes.next()));
