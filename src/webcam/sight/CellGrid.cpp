@@ -23,7 +23,7 @@ std::uint8_t brightestOfWide(const GreyView& picture, int left, int top, int bot
         std::memcpy(&row, picture.row(y) + left, sizeof row);
         levels = levels > row ? levels : row;
     }
-    std::array<std::uint8_t, kSide> columns;
+    std::array<std::uint8_t, kSide> columns{};
     std::memcpy(columns.data(), &levels, sizeof levels);
     return *std::max_element(columns.begin(), columns.end());
 }

@@ -379,8 +379,9 @@ std::vector<SpotFinder::Cell> SpotFinder::blindGroup(const Cell& first, std::vec
         group.push_back({column, row});
     };
     take(first.column, first.row);
-    for (std::size_t next = 0; next < group.size(); ++next) {
-        const Cell cell = group[next];
+    std::size_t next = 0;
+    while (next < group.size()) {
+        const Cell cell = group[next++];
         if (cell.column > 0)
             take(cell.column - 1, cell.row);
         if (cell.column + 1 < cells_.columns())
