@@ -48,7 +48,7 @@ void Camera::tell(const std::string& line) {
 
 CameraProblem Camera::open(const std::string& node, const std::string& identity) {
     close();
-    const CameraProblem problem = start(node, identity);
+    CameraProblem problem = start(node, identity);
     if (problem) {
         tell(problem.text);
         close();
@@ -76,7 +76,7 @@ CameraProblem Camera::start(const std::string& node, const std::string& identity
     const auto told = nodeOf(*device_, error);
     if (!told)
         return problemOfError(node, error);
-    if (const CameraProblem problem = problemOfNode(node, *told))
+    if (CameraProblem problem = problemOfNode(node, *told))
         return problem;
     // What is left of a program that still runs is no crash's.
     if (isBusy(*device_))
@@ -87,7 +87,7 @@ CameraProblem Camera::start(const std::string& node, const std::string& identity
 
 CameraProblem Camera::startStream(const std::string& node) {
     const auto modes = modesOf(*device_);
-    if (const CameraProblem problem = problemOfModes(node, modes))
+    if (CameraProblem problem = problemOfModes(node, modes))
         return problem;
     int error = 0;
     for (std::size_t i = 0; i < std::min(modes.size(), kMostTrials); ++i) {

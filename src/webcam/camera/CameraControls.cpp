@@ -160,16 +160,16 @@ bool CameraControls::expose(Exposure exposure, double rate) {
     return setTime(*exposure, rate);
 }
 
-// Sets these, the last first. Those that the camera did not take; none of any account when it has left.
+// Sets these in their order. Those that the camera did not take; none of any account when it has left.
 std::vector<ControlValue> CameraControls::putBack(const std::vector<ControlValue>& values, bool& there) {
     std::vector<ControlValue> refused;
-    for (auto value = values.rbegin(); value != values.rend(); ++value) {
+    for (const ControlValue& value : values) {
         v4l2_control wanted{};
-        wanted.id = value->control;
-        wanted.value = value->value;
-        const int error = isChanged(value->control) ? device_.request(VIDIOC_S_CTRL, &wanted) : 0;
+        wanted.id = value.control;
+        wanted.value = value.value;
+        const int error = isChanged(value.control) ? device_.request(VIDIOC_S_CTRL, &wanted) : 0;
         if (error != 0)
-            refused.insert(refused.begin(), *value);
+            refused.push_back(value);
         there = there && error != ENODEV;
     }
     return refused;
@@ -181,7 +181,7 @@ void CameraControls::putBack() {
     bool there = true;
     // What can be set only by hand is refused until the choice is by hand again. Where the choice was the
     // camera's the second refusal is as it should be.
-    putBack(putBack(found_, there), there);
+    putBack(putBack({found_.rbegin(), found_.rend()}, there), there);
     // A camera that has left is put back when it is there again.
     if (there)
         file_.forget(identity_);
