@@ -102,8 +102,9 @@ ScreenPoint Projection::mapPointFrom(CameraPoint point) const {
 
 // In two steps of a few points, so that the compiler divides two at a time.
 void Calibrator::transformed(std::span<const CameraPoint> points, std::span<ScreenPoint> results) const {
-    const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
-        vector()[0], vector()[1], vector()[2], vector()[3], vector()[4], vector()[5], vector()[6], vector()[7]};
+    const std::array<float, 8>& v = vector();
+    const auto [a, b, c, d, e, f, g, h] =
+        std::array<double, 8>{v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]};
     std::array<double, 64> scales;
     for (std::size_t done = 0; done < points.size(); done += scales.size()) {
         const auto some = points.subspan(done, std::min(scales.size(), points.size() - done));

@@ -87,8 +87,8 @@ private:
 
 // Inline: a call costs five times the arithmetic.
 inline ScreenPoint Projection::transformed(CameraPoint point) const {
-    const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{
-        vector[0], vector[1], vector[2], vector[3], vector[4], vector[5], vector[6], vector[7]};
+    const auto [a, b, c, d, e, f, g, h] = std::array<double, 8>{vector[0], vector[1], vector[2], vector[3],
+                                                                vector[4], vector[5], vector[6], vector[7]};
     // The denominator alone is rounded to single precision.
     const auto w = static_cast<float>(g * point.x + h * point.y + 1.0);
     return {(a * point.x + b * point.y + c) / static_cast<double>(w),
