@@ -220,15 +220,23 @@ void compare(std::vector<Ratio>& ratios, const std::string& bench, const std::st
 std::vector<Ratio> allRatios() {
     std::vector<Ratio> all;
     compare(all, "mapAPoint", "mapping a point with ",
-            {{4, "1 calibrator"}, {9, "4"}, {25, "16"}, {80, "63"}});
+            {{4, "1 calibrator"}, {9, "4 calibrators"}, {25, "16 calibrators"}, {80, "63 calibrators"}});
     compare(all, "solveACalibrator", "solving each of ",
-            {{1, "1 calibrator"}, {4, "4"}, {16, "16"}, {63, "63"}});
+            {{1, "1 calibrator"}, {4, "4 calibrators"}, {16, "16 calibrators"}, {63, "63 calibrators"}});
     compare(all, "lookAtADevice", "looking at each of ",
-            {{1, "1 HID device"}, {5, "5"}, {20, "20"}, {50, "50"}});
-    compare(all, "takeAReport", "taking in one of ",
-            {{60, "60 reports a second"}, {125, "125"}, {250, "250"}, {500, "500"}, {1000, "1,000"}});
-    compare(all, "replug", "replug number ",
-            {{1, "1"}, {10, "10"}, {100, "100"}, {1000, "1,000"}, {10000, "10,000"}});
+            {{1, "1 HID device"}, {5, "5 HID devices"}, {20, "20 HID devices"}, {50, "50 HID devices"}});
+    compare(all, "takeAReport", "taking in each of ",
+            {{60, "60 reports a second"},
+             {125, "125 reports a second"},
+             {250, "250 reports a second"},
+             {500, "500 reports a second"},
+             {1000, "1,000 reports a second"}});
+    compare(all, "replug", "replug ",
+            {{1, "number 1"},
+             {10, "number 10"},
+             {100, "number 100"},
+             {1000, "number 1,000"},
+             {10000, "number 10,000"}});
     return all;
 }
 

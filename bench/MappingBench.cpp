@@ -204,11 +204,11 @@ int main(int argc, char** argv) {
     const int status = lightpen::bench::runWithRatios(
         argc, argv,
         {{"one point : OpenCV's perspectiveTransform", "mapWithoutLogLine", "openCVMapPoint", 1},
-         {"one point, its line discarded : the same", "mapWithLogDiscarded", "openCVMapPoint"},
-         {"one point by the session, its line discarded : the same", "mapByTheCenterWithLogDiscarded",
+         {"one point, its line discarded : OpenCV's", "mapWithLogDiscarded", "openCVMapPoint"},
+         {"one point by the session, its line discarded : OpenCV's", "mapByTheCenterWithLogDiscarded",
           "openCVMapPoint"},
-         {"a block of 16 points : the same", "mapBlock/16", "openCVMapBlock/16", 1},
-         {"a block of 1,024 points : the same", "mapBlock/1024", "openCVMapBlock/1024", 1},
+         {"a block of 16 points : OpenCV's", "mapBlock/16", "openCVMapBlock/16", 1},
+         {"a block of 1,024 points : OpenCV's", "mapBlock/1024", "openCVMapBlock/1024", 1},
          {"solving a calibrator : OpenCV's getPerspectiveTransform", "solve", "openCVSolve", 1}});
     if (status == 0)
         lightpen::bench::printDeviation();

@@ -4,7 +4,7 @@
 
 usage: scripts/performance.py idle FOLDER PROGRAMS SECONDS LESSONS   looks at programs that have nothing to do
        scripts/performance.py table FILE                             shows what was measured
-       scripts/performance.py document FOLDER                        writes docs/performance.md and its picture
+       scripts/performance.py document FOLDER COMMAND                writes docs/performance.md and its picture
 """
 import math
 import os
@@ -28,8 +28,8 @@ PARTS = (
     ("growth", "Growth", "What one operation costs when there is more of everything, and what the first row of its kind costs. "
      "`bench/GrowthBench.cpp`"),
     ("load", "Under load", "For each processor two programs that compute and one that writes to the disk. A pass is due each "
-     "16.8 ms; the strokes are the demo's, on an X server that has no priority. `bench/PassPeriodBench.cpp`, "
-     "`tools/measure/mainDemo.cpp`"),
+     "16.8 ms; the strokes are the demo's. The X server and the window have no priority, and are late themselves. "
+     "`bench/PassPeriodBench.cpp`, `tools/measure/mainDemo.cpp`"),
     ("idle", "While no pen touches", "On a desktop of their own; a program that wakes is one that switches. The least program has an "
      "icon in the panel, a menu and nothing else; a lesson is a calibration by hand, writing, a tap, a long press and a replug. A "
      "window with words in it brings the fonts, and what the emulated unit and its hand need is counted too. "
@@ -232,7 +232,7 @@ def commit():
 
 HEAD = """# Performance
 
-Written by `scripts/measure --kernel`, which builds the benchmarks as a user would build the program, runs all of them and needs no
+Written by `{command}`, which builds the benchmarks as a user would build the program, runs all of them and needs no
 hardware. Times are medians of repeated runs unless a row says otherwise.
 
 Machine: {machine}. Commit: {commit}.
@@ -240,7 +240,7 @@ Machine: {machine}. Commit: {commit}.
 ![How late a pass comes, on a quiet machine and under load](performance.svg)
 """
 
-NOT_MEASURED = "Not in this run."
+NOT_MEASURED = "Not in this run: `scripts/measure --kernel` has it."
 
 TAIL = """## What is loaded only when it is needed
 
@@ -248,6 +248,8 @@ TAIL = """## What is loaded only when it is needed
 |---|---|
 | Qt's SVG plug-in | at the first drawing: the program's icon in the panel is one, so at the start |
 | the window, its pages and pictures | when the window is opened |
+| the windows for stray light and for debugging | when they are first shown |
+| fonts | with the first window that has words |
 | the help | in the user's browser, never in the program |
 | libcanberra's driver and the sound server's library | at the first sound |
 | the notification service | at the first notice |
@@ -256,10 +258,10 @@ TAIL = """## What is loaded only when it is needed
 """
 
 
-def document(folder):
-    """Writes it from what the parts have measured."""
+def document(folder, command):
+    """Writes it from what the parts have measured. Returns how many goals are missed."""
     found = {name: read(folder / f"{name}.tsv") for name, *_ in PARTS if (folder / f"{name}.tsv").exists()}
-    text = [HEAD.format(machine=machine(), commit=commit())]
+    text = [HEAD.format(command=command, machine=machine(), commit=commit())]
     for name, heading, about in PARTS:
         text.append(f"## {heading}\n\n{about}\n")
         if name in found:
@@ -275,13 +277,13 @@ def document(folder):
 
 # The picture
 
-WIDTH, ROW, LEFT, TOP = 720, 150, 60, 56
+WIDTH, ROW, LEFT, RIGHT, TOP = 720, 150, 60, 36, 56
 LOW, HIGH, STEPS = 0, 5, 8  # powers of ten of microseconds, and bars for each
 STYLE = """
-  text { font: 13px sans-serif; fill: #1f2328 } .small { font-size: 11px; fill: #59636e }
+  .paper { fill: #ffffff } text { font: 13px sans-serif; fill: #1f2328 } .small { font-size: 11px; fill: #59636e }
   .axis { stroke: #9198a1 } .grid { stroke: #9198a1; stroke-opacity: .25 }
   .quiet { fill: #0969da; fill-opacity: .55 } .load { fill: #bc4c00; fill-opacity: .55 }
-  @media (prefers-color-scheme: dark) { text { fill: #f0f6fc } .small { fill: #b1bac4 }
+  @media (prefers-color-scheme: dark) { .paper { fill: #0d1117 } text { fill: #f0f6fc } .small { fill: #b1bac4 }
     .quiet { fill: #58a6ff; fill-opacity: .6 } .load { fill: #f0883e; fill-opacity: .6 } }
 """
 
@@ -297,7 +299,7 @@ def shares(delays):
 
 def bars(delays, kind, base):
     """The bars of one kind, on this line."""
-    wide = (WIDTH - LEFT - 20) / ((HIGH - LOW) * STEPS)
+    wide = (WIDTH - LEFT - RIGHT) / ((HIGH - LOW) * STEPS)
     drawn = []
     for i, share in enumerate(shares(delays)):
         # The root of it: a few late ones among a thousand are what is looked for.
@@ -313,13 +315,14 @@ def histogram(rows):
     height = TOP + ROW * len(rows) + 30
     drawn = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{height}" viewBox="0 0 {WIDTH} {height}">',
              "<!-- SPDX-License-Identifier: MIT -->", f"<style>{STYLE}</style>",
+             f'<rect class="paper" width="{WIDTH}" height="{height}"/>',
              f'<text x="{LEFT}" y="22">How late a pass comes</text>',
              f'<text class="small" x="{LEFT}" y="40">heights are square roots of shares; the line is at the 99th percentile</text>',
              f'<rect class="quiet" x="{WIDTH - 210}" y="12" width="12" height="12"/>',
              f'<text class="small" x="{WIDTH - 192}" y="22">quiet</text>',
              f'<rect class="load" x="{WIDTH - 140}" y="12" width="12" height="12"/>',
              f'<text class="small" x="{WIDTH - 122}" y="22">under load</text>']
-    decade = (WIDTH - LEFT - 20) / (HIGH - LOW)
+    decade = (WIDTH - LEFT - RIGHT) / (HIGH - LOW)
     for i, (row, kinds) in enumerate(rows.items()):
         base = TOP + ROW * (i + 1) - 16
         drawn.append(f'<text x="{LEFT}" y="{base - ROW + 38}">with {row}</text>')
@@ -328,7 +331,7 @@ def histogram(rows):
             label = f"{10 ** power} µs" if power < 3 else f"{10 ** (power - 3)} ms"
             drawn.append(f'<line class="grid" x1="{x:.1f}" y1="{base - ROW + 46}" x2="{x:.1f}" y2="{base}"/>')
             drawn.append(f'<text class="small" text-anchor="middle" x="{x:.1f}" y="{base + 14}">{label}</text>')
-        drawn.append(f'<line class="axis" x1="{LEFT}" y1="{base}" x2="{WIDTH - 20}" y2="{base}"/>')
+        drawn.append(f'<line class="axis" x1="{LEFT}" y1="{base}" x2="{WIDTH - RIGHT}" y2="{base}"/>')
         for kind, delays in sorted(kinds.items(), reverse=True):
             drawn += bars(delays, kind, base)
             late = sorted(delays)[max(0, math.ceil(0.99 * len(delays)) - 1)]
@@ -345,8 +348,8 @@ def main(words):
         case ["table", file]:
             figures = read(pathlib.Path(file))
             print("\n".join([*table(figures), *figures.remarks]))
-        case ["document", folder]:
-            goals = document(pathlib.Path(folder))
+        case ["document", folder, command]:
+            goals = document(pathlib.Path(folder), command)
             print(f"docs/performance.md is written; goals that are missed: {goals}")
         case _:
             print(__doc__, file=sys.stderr)
