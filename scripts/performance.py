@@ -27,6 +27,7 @@ PARTS = (
      "precision puts them. `bench/MappingBench.cpp`"),
     ("growth", "Growth", "What one operation costs when there is more of everything, and what the first row of its kind costs. "
      "`bench/GrowthBench.cpp`"),
+    ("camera", "Pictures of a webcam", "What the camera of the webcam program makes of one frame. `bench/CameraBench.cpp`"),
     ("load", "Under load", "For each processor two programs that compute and one that writes to the disk. A pass is due each "
      "16.8 ms; the strokes are the demo's. The X server and the window have no priority, and are late themselves. "
      "`bench/PassPeriodBench.cpp`, `tools/measure/mainDemo.cpp`"),
