@@ -75,7 +75,8 @@ struct LogArgument<Text> {
         if constexpr (std::is_pointer_v<Text>)
             if (!text)
                 return "(null)";
-        return text;
+        const std::string_view view = text;
+        return view.substr(0, view.find('\0'));
     }
     static std::size_t size(const Text& text) { return viewOf(text).size() + 1; }
     static std::byte* put(std::byte* to, const Text& text) {

@@ -31,6 +31,16 @@ std::optional<Microseconds> patienceWith(CameraState state) {
     }
 }
 
+// Of cameras that cannot be used the one that the user can do most about; null when there is none.
+const CameraInfo* worthNaming(const std::vector<CameraInfo>& cameras) {
+    using Kind = CameraProblem::Kind;
+    for (const Kind kind : {Kind::busy, Kind::notPermitted})
+        for (const CameraInfo& camera : cameras)
+            if (camera.problem.kind == kind)
+                return &camera;
+    return cameras.empty() ? nullptr : &cameras.front();
+}
+
 // With the filter out the camera looks at the room, and chooses for itself.
 Exposure exposureFor(const EyeSettings& settings) {
     return settings.filterOut ? Exposure() : exposureOfSetting(settings.exposure);
@@ -89,6 +99,8 @@ void CameraLoop::keepLater(const std::string& identity, WebcamUnit& unit) {
         const std::lock_guard hold(mutex_);
         toKeep_[identity] = &unit;
     }
+    if (ending_) // the main loop turns no more
+        keepAll();
     onMainThread(&CameraLoop::keepAll);
 }
 
@@ -118,9 +130,12 @@ void CameraLoop::run() {
             continue;
         }
         const auto info = choose();
-        if (info && open(*info)) {
-            lookWith(*info);
-            watch_.wait(mayLook() ? kGonePause : Microseconds::zero());
+        // Cameras take their time to answer; meanwhile it may have been switched off.
+        if (info && mayLook() && open(*info)) {
+            const bool sent = lookWith(*info);
+            if (!sent && mayLook())
+                tell(CameraState::unusable);
+            watch_.wait(!mayLook() ? Microseconds::zero() : sent ? kGonePause : kUnusableAgain);
         } else if (mayLook()) {
             watch_.wait(patienceWith(state_));
         }
@@ -136,15 +151,16 @@ std::optional<CameraInfo> CameraLoop::choose() {
     const auto cameras = listCameras(surroundings_.devices, surroundings_.folders);
     const CameraInfo* const chosen = wanted_.empty() ? chosenCamera(cameras) : cameraMeant(cameras, wanted_);
     if (chosen) {
-        toldOfNone_ = false;
+        toldOfNone_.clear();
         return *chosen;
     }
-    const bool other = wanted_.empty() && !cameras.empty();
-    tell(other ? stateOf(cameras.front().problem.kind) : CameraState::absent);
-    if (!std::exchange(toldOfNone_, true))
-        logLine("Webcam: %s", other             ? cameras.front().problem.text.c_str()
-                              : wanted_.empty() ? "there is no camera"
-                                                : ("there is no camera " + wanted_).c_str());
+    const CameraInfo* const other = wanted_.empty() ? worthNaming(cameras) : nullptr;
+    tell(other ? stateOf(other->problem.kind) : CameraState::absent);
+    const std::string none = "there is no camera" + (wanted_.empty() ? "" : " " + wanted_);
+    const std::string& line = other ? other->problem.text : none;
+    if (line != toldOfNone_)
+        logLine("Webcam: %s", line.c_str());
+    toldOfNone_ = line;
     return std::nullopt;
 }
 
@@ -174,7 +190,7 @@ void CameraLoop::adjust(CameraEye& eye, std::optional<EyeSettings>& used) {
     used = wanted;
 }
 
-void CameraLoop::lookWith(const CameraInfo& info) {
+bool CameraLoop::lookWith(const CameraInfo& info) {
     WebcamUnit& unit = unitOf(info);
     CameraEye& eye = unit.eye();
     const CameraMode mode = camera_.mode();
@@ -198,11 +214,12 @@ void CameraLoop::lookWith(const CameraInfo& info) {
     }
     eye.end();
     camera_.close();
-    if (ending_ || !unit.plugged())
-        return;
-    unit.unplug();
-    surroundings_.bus.stopRealTime();
-    logLine("Webcam: the unit of %s is unplugged", info.node.c_str());
+    if (!ending_ && unit.plugged()) {
+        unit.unplug();
+        surroundings_.bus.stopRealTime();
+        logLine("Webcam: the unit of %s is unplugged", info.node.c_str());
+    }
+    return pictures > 0;
 }
 
 } // namespace lightpen::webcam

@@ -66,7 +66,8 @@ private:
     bool mayLook() const { return !ending_ && switchedOn_ && allowed_; }
     std::optional<CameraInfo> choose();
     bool open(const CameraInfo& info);
-    void lookWith(const CameraInfo& info);
+    // Until the camera is not wanted any more, or has gone; whether it has sent a picture.
+    bool lookWith(const CameraInfo& info);
     void adjust(CameraEye& eye, std::optional<EyeSettings>& used);
     WebcamUnit& unitOf(const CameraInfo& info);
     void tell(CameraState state);
@@ -90,7 +91,7 @@ private:
     // The thread's
     Camera camera_;
     Units units_;
-    bool toldOfNone_ = false; // the log was told that there is no camera
+    std::string toldOfNone_; // the log's last line of why there is no camera; empty while there is one
     std::thread thread_;
     // What requests to the main loop know of this object; gone with it.
     std::shared_ptr<CameraLoop*> self_;

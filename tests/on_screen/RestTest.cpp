@@ -21,8 +21,8 @@ namespace {
 
 using testing::IsEmpty;
 
-constexpr std::chrono::seconds kStretch{3};
-constexpr int kStretches = 20;
+constexpr std::chrono::seconds kStretch{8};
+constexpr int kStretches = 6;
 
 // The timers of the main thread that have run out.
 class TimerCount final : public QObject {

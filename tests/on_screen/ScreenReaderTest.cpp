@@ -80,6 +80,11 @@ std::vector<std::string> pagesIn(const std::vector<Told>& all) {
 TEST_F(ScreenReaderTest, EveryPageSaysWhatIsOnItAndNothingIsUnnamed) {
     ASSERT_TRUE(comesWithUnit(user));
     ASSERT_TRUE(opensTheWindow());
+    // Keys go to it once it has the keyboard.
+    ASSERT_TRUE(comesTrue([&] {
+        return std::ranges::any_of(
+            window(), [](const Told& each) { return each.role == "list" && each.hasTheKeyboard; });
+    }));
     for (const auto& page : kPages) {
         // A walk takes its time: while the page turns it may meet things of both.
         std::vector<Told> all;

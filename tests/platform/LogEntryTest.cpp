@@ -63,7 +63,7 @@ TEST_F(LogEntryTest, ArgumentsArePromotedAsInACall) {
     EXPECT_AS_PRINTED("%d %d %d %x %d %.2f", flag, byte, word, byte, kThree, fraction);
 }
 
-TEST_F(LogEntryTest, TextsOfAnyKindAreCopiedWhole) {
+TEST_F(LogEntryTest, TextsOfAnyKindAreCopiedUpToTheirFirstZero) {
     const char fixed[8] = "fixed";
     char changing[] = "changing";
     logLine("%s|%s|%s|%s|%s", fixed, changing, std::string("string"), std::string_view("a view").substr(2),
@@ -72,6 +72,8 @@ TEST_F(LogEntryTest, TextsOfAnyKindAreCopiedWhole) {
     const char* const nothing = nullptr;
     logLine("%s", nothing);
     EXPECT_EQ(log.takeLines(), std::vector<std::string>{"(null)"});
+    logLine("%s %d", std::string("up to\0 here", 11), 7);
+    EXPECT_EQ(log.takeLines(), std::vector<std::string>{"up to 7"});
     for (const std::size_t length : {254u, 255u, 256u, 257u, 5000u}) {
         const std::string text(length, 'x');
         EXPECT_AS_PRINTED("%d %s %d", 1, text.c_str(), 2);

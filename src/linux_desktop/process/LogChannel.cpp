@@ -15,9 +15,12 @@ namespace {
 
 constexpr std::size_t kNoteRoom = 128;
 
-std::string lossNote(std::size_t lost) {
-    return "Log: " + std::to_string(lost) + (lost == 1 ? " line was" : " lines were") +
-           " lost here, they came faster than they were read\n";
+// Into the room that is kept for it: the writer asks for no memory.
+void addLossNote(std::string& text, std::size_t lost) {
+    text += "Log: ";
+    text += std::to_string(lost);
+    text += lost == 1 ? " line was" : " lines were";
+    text += " lost here, they came faster than they were read\n";
 }
 
 } // namespace
@@ -52,7 +55,7 @@ void LogChannel::refill() {
     writing_.swap(waiting_);
     taken_ = received_;
     if (lost_ > 0)
-        writing_ += lossNote(lost_);
+        addLossNote(writing_, lost_);
     lost_ = 0;
     rest_ = writing_;
 }

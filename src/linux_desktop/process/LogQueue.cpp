@@ -49,7 +49,8 @@ bool LogQueue::put(const LogEntry& entry) {
     do {
         const Word left = room_ - (place & (room_ - 1));
         gap = left < size ? left : 0;
-        if (place + gap + size - begin_.load(std::memory_order_acquire) > room_)
+        // A place that others have taken meanwhile may lie behind the writer; the exchange then fails.
+        if (place + gap + size > begin_.load(std::memory_order_acquire) + room_)
             return false;
     } while (!end_.compare_exchange_weak(place, place + gap + size));
     if (gap > 0)
@@ -64,8 +65,8 @@ bool LogQueue::put(const LogEntry& entry) {
 }
 
 void LogQueue::takeAll(const std::function<void(const LogEntry&)>& receive) {
-    for (;;) {
-        const auto place = begin_.load(std::memory_order_relaxed);
+    const auto end = end_.load();
+    for (auto place = taken(); place < end; place = taken()) {
         const Word word =
             std::atomic_ref(*reinterpret_cast<Word*>(at(place))).load(std::memory_order_acquire);
         if (word == 0)

@@ -27,7 +27,8 @@ public:
     // Where the queue ends now, counted in bytes since its beginning. Any thread.
     std::uint64_t end() const { return end_.load(); }
 
-    // Writer: gives away one entry after the other. It stops at one that its caller has not finished yet.
+    // Writer: gives away one entry after the other, those that were put before the call. It stops at one that
+    // its caller has not finished yet.
     void takeAll(const std::function<void(const LogEntry&)>& receive);
     // Where the writer stands, counted in the same way.
     std::uint64_t taken() const { return begin_.load(std::memory_order_relaxed); }

@@ -170,10 +170,7 @@ private:
     // Formats what has come into the channels, and behind it what had no room to come.
     void format() {
         const std::uint64_t lost = lost_;
-        const auto before = queue_.taken();
         queue_.takeAll([this](const LogEntry& entry) { format(entry); });
-        if (queue_.taken() != before)
-            ++progress_;
         if (lost == 0 || !queue_.isEmpty())
             return;
         channels_[0].lose(lost % kSecondLoss);

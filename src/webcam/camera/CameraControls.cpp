@@ -37,6 +37,11 @@ bool maySet(const v4l2_queryctrl& told) {
            told.minimum <= told.maximum;
 }
 
+// What a camera answers that has left, or whose cable fails: it has not refused.
+bool hasLeft(int error) {
+    return error == ENODEV || error == ENXIO || error == ESHUTDOWN || error == EPROTO || error == ETIMEDOUT;
+}
+
 bool byHand(std::int32_t entry) {
     return entry == V4L2_EXPOSURE_MANUAL || entry == V4L2_EXPOSURE_SHUTTER_PRIORITY;
 }
@@ -170,7 +175,7 @@ std::vector<ControlValue> CameraControls::putBack(const std::vector<ControlValue
         const int error = isChanged(value.control) ? device_.request(VIDIOC_S_CTRL, &wanted) : 0;
         if (error != 0)
             refused.push_back(value);
-        there = there && error != ENODEV;
+        there = there && !hasLeft(error);
     }
     return refused;
 }

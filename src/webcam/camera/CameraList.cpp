@@ -143,6 +143,10 @@ std::vector<CameraInfo> listCameras(VideoDevices& devices, const VideoFolders& f
         CameraInfo camera;
         camera.node = folders.nodes + "/" + entry.filename().string();
         describe(entry, camera);
+        // Cheap cameras have their serial number in common.
+        const auto same = [&](const CameraInfo& other) { return other.identity == camera.identity; };
+        if (std::any_of(cameras.begin(), cameras.end(), same))
+            camera.identity = identityOf(camera.identity + "-" + entry.filename().string());
         if (ask(devices, camera) && !standsForAnother(camera, entry))
             cameras.push_back(std::move(camera));
     }

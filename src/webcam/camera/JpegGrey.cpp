@@ -36,9 +36,10 @@ void hearMessage(j_common_ptr decoder, int level) {
         leave(decoder);
 }
 
-// Cameras send neither of these kinds, and a few bytes of one could cost seconds.
-bool isOfACamera(const jpeg_decompress_struct& decoder) {
-    return !decoder.progressive_mode && !decoder.arith_code;
+// Cameras send none of these kinds, and a few bytes of one could cost seconds, or memory for all of it at
+// once.
+bool isOfACamera(jpeg_decompress_struct& decoder) {
+    return !decoder.progressive_mode && !decoder.arith_code && !jpeg_has_multiple_scans(&decoder);
 }
 
 bool decode(jpeg_decompress_struct& decoder, std::span<const std::uint8_t> bytes, int width, int height,

@@ -6,6 +6,8 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 

@@ -158,6 +158,10 @@ DisplayedLights DisplayedSight::look(const GreyView& picture) {
     lights.dark = bright <= kRoomPart && blobs.size() <= kMostBlobs;
     if (!lights.dark)
         learnRoom(blobs);
+    if (blobs.size() > kMostBlobs) { // no target is among so many, and no lamp
+        before_.clear();
+        return lights;
+    }
     for (const Spot& blob : blobs)
         if (has(before_, blob) && !has(room_, blob))
             lights.blobs.push_back(blob);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "linux_desktop/process/LogQueue.h"
 
+#include <atomic>
 #include <map>
 #include <sstream>
 #include <string>
@@ -87,13 +88,14 @@ TEST(LogQueueTest, CallersOnSeveralThreadsLoseNothingAndKeepTheirOrder) {
     constexpr int kThreads = 4;
     constexpr int kLines = 3000;
     LogQueue queue(1024);
+    std::atomic<bool> over{false};
     std::vector<std::thread> callers;
     for (int thread = 0; thread < kThreads; ++thread)
-        callers.emplace_back([&queue, thread] {
+        callers.emplace_back([&queue, &over, thread] {
             for (int number = 0; number < kLines; ++number) {
                 const std::string text = std::to_string(thread) + " " + std::to_string(number) +
                                          std::string(static_cast<std::size_t>(number % 50), '.');
-                while (!queue.put(line(text)))
+                while (!queue.put(line(text)) && !over)
                     std::this_thread::yield();
             }
         });
@@ -107,6 +109,7 @@ TEST(LogQueueTest, CallersOnSeveralThreadsLoseNothingAndKeepTheirOrder) {
         }
         return next[0] + next[1] + next[2] + next[3] == kThreads * kLines;
     }));
+    over = true;
     for (std::thread& caller : callers)
         caller.join();
     EXPECT_TRUE(queue.isEmpty());

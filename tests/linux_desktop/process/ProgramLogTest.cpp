@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -98,6 +99,24 @@ TEST_F(ProgramLogTest, KeepsLinesWholeAndEachThreadsOrder) {
         ASSERT_EQ(line, next[thread]++) << "thread " << thread;
     for (int i = 0; i < kThreads; ++i)
         EXPECT_EQ(next[i], kLines);
+}
+
+TEST_F(ProgramLogTest, AFlushGivesUpThoughLinesGoOnComing) {
+    ProgramLog log(settings(diagnostics, output));
+    const std::string filling(diagnostics.capacity(), '.');
+    ASSERT_EQ(write(diagnostics.writeEnd(), filling.data(), filling.size()),
+              static_cast<ssize_t>(filling.size()));
+    std::atomic<bool> over{false};
+    std::thread caller([&] {
+        while (!over) {
+            log.logLine("another one");
+            std::this_thread::sleep_for(1ms);
+        }
+    });
+    EXPECT_FALSE(log.flush(50ms));
+    over = true;
+    caller.join();
+    diagnostics.closeReadEnd(); // nothing to wait for at the end of the log
 }
 
 TEST_F(ProgramLogTest, APipeThatNobodyReadsStopsNoCaller) {
@@ -315,7 +334,9 @@ TEST_F(LogToFileTest, WhatComesTooFastIsLostWithANoteInItsPlace) {
     lazy.gathering = 10s; // until the flush nothing is taken
     ProgramLog log(lazy);
     constexpr std::size_t kLines = 20'000;
-    for (std::size_t i = 0; i < kLines; ++i)
+    log.logLine("Event n:1 0");
+    EXPECT_TRUE(log.flush()); // the writer runs, and gathers
+    for (std::size_t i = 1; i < kLines; ++i)
         log.logLine("Event n:1 " + std::to_string(i));
     log.logLine("Pointer: lost too");
     EXPECT_TRUE(log.flush());
