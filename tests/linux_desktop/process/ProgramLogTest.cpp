@@ -113,6 +113,7 @@ TEST_F(ProgramLogTest, AFlushGivesUpThoughLinesGoOnComing) {
             std::this_thread::sleep_for(1ms);
         }
     });
+    log.logLine("one at least");
     EXPECT_FALSE(log.flush(50ms));
     over = true;
     caller.join();
