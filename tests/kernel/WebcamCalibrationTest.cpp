@@ -32,7 +32,7 @@ protected:
 TEST_P(WebcamCalibrationTest, IsCalibratedAndDraws) {
     ASSERT_NO_FATAL_FAILURE(enter(GetParam().mode, {}, GetParam().kind));
     ASSERT_NO_FATAL_FAILURE(calibrate());
-    expectToDraw(GetParam().name, 40);
+    expectToDraw(GetParam().name, 16);
 }
 
 constexpr VideoFormat kGrey480{{640, 480}, PixelKind::grey};

@@ -29,6 +29,10 @@ constexpr seconds kSessionPatience{90};
 constexpr double kDragSpeed = 700;                // points a second
 constexpr Microseconds kRest = milliseconds(150); // where a stroke begins and ends
 constexpr milliseconds kPressPatience{5000};
+// Those that show the pen have been read when so many more have been written.
+constexpr unsigned long kPicturesUnderWay = 6;
+constexpr int kPollsWithoutPen = 3;
+constexpr const char* kNoSpot = "Event n:1537 ( 0, 0)"; // the driver's line for a report without a spot
 // What a lifted pen has done has been seen once nothing more has come for so long.
 constexpr Microseconds kQuiet = milliseconds(600);
 
@@ -145,12 +149,24 @@ void WebcamAtDesk::drawStroke(ScreenPoint from, ScreenPoint to) {
     const Hand rest = Hand().press(from).stay(kRest).moveTo(to, kDragSpeed).stay(kRest).lift({});
     perform(rest);
     runLoop.runFor(rest.duration());
+    awaitLift();
     for (std::size_t seen = 0; seen != canvas.events().size();) {
         becomes(0, start);
         seen = canvas.events().size();
         runLoop.runFor(kQuiet);
     }
     touches.push_back({start, clock.now(), from, to});
+}
+
+// Counted in pictures and polls: time says nothing of a machine that is held up.
+void WebcamAtDesk::awaitLift() {
+    const auto wait = [this] { runLoop.runFor(milliseconds(5)); };
+    const unsigned long written = room->pictures() + kPicturesUnderWay;
+    eventually([&] { return room->pictures() >= written; }, wait);
+    for (int polls = 0; polls < kPollsWithoutPen; ++polls) {
+        driver->skipLog();
+        driver->waitFor(kNoSpot);
+    }
 }
 
 void WebcamAtDesk::forget() {

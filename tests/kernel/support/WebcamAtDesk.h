@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -67,6 +66,7 @@ protected:
 private:
     void permit() const;
     void drawStroke(ScreenPoint from, ScreenPoint to);
+    void awaitLift();
 
     // The camera is set up before the program may open it, which otherwise does so as soon as there is a
     // node.
