@@ -108,9 +108,15 @@ void WebcamAtDesk::plugCameraIn() {
     permit();
 }
 
+void WebcamAtDesk::touchTargets(const std::function<bool()>& completed) {
+    const auto eyes = desk.look();
+    EXPECT_GE(desk.touchTargets({[this](const Hand& hand) { perform(hand); }, *eyes, clock, desk.kContact},
+                                completed),
+              4);
+}
+
 void WebcamAtDesk::calibrate() {
-    const RoomLight without = room->light();
-    RoomLight film = without;
+    RoomLight film = room->light();
     film.screen = kThroughFilm;
     const std::size_t before = driver->count(kCompleted);
     const auto completed = [&] { return driver->count(kCompleted) > before; };
@@ -118,12 +124,8 @@ void WebcamAtDesk::calibrate() {
     if (byHand)
         room->setLight(film);
     ASSERT_TRUE(menu->click({"Calibration"}));
-    if (byHand) {
-        const auto eyes = desk.look();
-        EXPECT_GE(desk.touchTargets(
-                      {[this](const Hand& hand) { perform(hand); }, *eyes, clock, desk.kContact}, completed),
-                  4);
-    }
+    if (byHand)
+        touchTargets(completed);
     ASSERT_TRUE(comesTrue(completed, kSessionPatience)) << "the calibration was not completed";
     room->setLight(film);
     ASSERT_NO_FATAL_FAILURE(awaitUsable());

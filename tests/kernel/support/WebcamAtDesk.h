@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -65,6 +66,7 @@ protected:
 
 private:
     void permit() const;
+    void touchTargets(const std::function<bool()>& completed);
     void drawStroke(ScreenPoint from, ScreenPoint to);
     void awaitLift();
 
