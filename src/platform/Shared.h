@@ -88,8 +88,10 @@ private:
     using Words = std::array<Word, (sizeof(Value) + sizeof(Word) - 1) / sizeof(Word)>;
 
 // An empty optional has bytes without a value; they are copied like the others, and nobody looks at them.
+#ifndef __clang__ // which has no such warning
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
     // Whoever reads a new word sees that somebody writes, since that was said before.
     void write(const Value& value) {
         Words words{};
@@ -97,7 +99,9 @@ private:
         for (std::size_t i = 0; i < words.size(); ++i)
             words_[i].store(words[i], std::memory_order_release);
     }
+#ifndef __clang__
 #pragma GCC diagnostic pop
+#endif
     Value read() const {
         Words words{};
         for (std::size_t i = 0; i < words.size(); ++i)
