@@ -247,8 +247,8 @@ BENCHMARK(leastForAReport);
 int main(int argc, char** argv) {
     return lightpen::bench::runWithRatios(
         argc, argv,
-        {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport"},
-         {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport"},
+        {{"a drag, log discarded : the least for it", "passWithLogDiscarded", "leastForAReport", 1.5},
+         {"a drag, log written : the least for it", "passWithLogWritten", "leastForAReport", 3},
          {"a drag, log written : its log discarded", "passWithLogWritten", "passWithLogDiscarded"},
          {"an empty poll : the least for a report", "emptyPass", "leastForAReport"}});
 }
