@@ -24,7 +24,8 @@ struct Figure {
 
 // Appends a line to the file that LIGHTPEN_FIGURES names. Without that name, nothing.
 inline void writeFigureLine(const std::string& line) {
-    const char* const name = std::getenv("LIGHTPEN_FIGURES");
+    const char* const name =
+        std::getenv("LIGHTPEN_FIGURES"); // NOLINT(concurrency-mt-unsafe): nobody sets any
     std::FILE* const file = name ? std::fopen(name, "a") : nullptr;
     if (!file)
         return;

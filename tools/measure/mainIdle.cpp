@@ -114,7 +114,7 @@ private:
     void calibrate() {
         std::string problem;
         const auto eyes = ScreenCapture::create(nullptr, problem);
-        require(eyes != nullptr, problem.c_str());
+        require(eyes != nullptr, problem);
         PlayedSession session(platform_, unit_, *eyes);
         requireNone(session.run(
             SessionKind::byHand, [this] { controller_->calibration("the lesson"); },
@@ -152,7 +152,7 @@ int idleMain(int argc, char** argv) {
     if ((argc == 2 || shown) && asked("tray"))
         return runTray(shown);
     if ((argc == 3 || argc == 4) && asked("driver"))
-        return runDriver(argv[2], argc == 4 ? std::atoi(argv[3]) : 0);
+        return runDriver(argv[2], argc == 4 ? static_cast<int>(std::strtol(argv[3], nullptr, 10)) : 0);
     std::fputs(kUsage, stderr);
     return 2;
 }
