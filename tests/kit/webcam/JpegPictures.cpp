@@ -68,7 +68,7 @@ std::vector<std::uint8_t> slopes(int width, int height) {
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const bool spot = std::abs(x - width / 3) < 4 && std::abs(y - height / 4) < 4;
-            grey.push_back(spot ? 255 : static_cast<std::uint8_t>(x * 60 / width + y * 90 / height));
+            grey.push_back(static_cast<std::uint8_t>(spot ? 255 : x * 60 / width + y * 90 / height));
         }
     return grey;
 }
