@@ -94,12 +94,12 @@ QPointF middle(const QImage& image, QRgb colour) {
     return {sumX / weight, sumY / weight};
 }
 
-struct Picture {
+struct IconFile {
     std::string name;
     int side; // its own size, in points
 };
 
-class EachPictureTest : public testing::TestWithParam<Picture> {
+class EachPictureTest : public testing::TestWithParam<IconFile> {
 protected:
     const bool application = ensureOffscreenApplication();
 };
@@ -143,9 +143,9 @@ TEST_P(EachPictureTest, IsAnIconWithSomethingOnIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EachPictureTest,
-                         testing::Values(Picture{"connect.svg", 16}, Picture{"disconn.svg", 16},
-                                         Picture{"auto.svg", 64}, Picture{"calib.svg", 64},
-                                         Picture{"wArc.svg", 10}, Picture{"Picture 1.svg", 128}),
+                         testing::Values(IconFile{"connect.svg", 16}, IconFile{"disconn.svg", 16},
+                                         IconFile{"auto.svg", 64}, IconFile{"calib.svg", 64},
+                                         IconFile{"wArc.svg", 10}, IconFile{"Picture 1.svg", 128}),
                          [](const auto& picture) {
                              std::string name = picture.param.name.substr(0, picture.param.name.find('.'));
                              std::erase(name, ' ');
