@@ -106,7 +106,7 @@ void LightPenNX7Controller::updateHome() {
 
 // The program's own camera says why there is no unit, and is told of as long as it looks.
 QString LightPenNX7Controller::conditionWords(const QString& between) {
-    const QString words = displayText(PenCondition::textKey(condition_.state()));
+    QString words = displayText(PenCondition::textKey(condition_.state()));
     const auto& camera = homeParts().facts.camera;
     if (!camera || words.isEmpty())
         return words;

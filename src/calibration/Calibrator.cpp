@@ -105,7 +105,7 @@ void Calibrator::transformed(std::span<const CameraPoint> points, std::span<Scre
     const std::array<float, 8>& v = vector();
     const auto [a, b, c, d, e, f, g, h] =
         std::array<double, 8>{v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]};
-    std::array<double, 64> scales;
+    std::array<double, 64> scales{};
     for (std::size_t done = 0; done < points.size(); done += scales.size()) {
         const auto some = points.subspan(done, std::min(scales.size(), points.size() - done));
         for (std::size_t i = 0; i < some.size(); ++i)

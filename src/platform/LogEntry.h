@@ -40,7 +40,7 @@ struct LogArgument<Number> {
         std::floating_point<Number> ? LogKind{LogKind::floating} : LogKind{LogKind::integer, sizeof(Copy)};
     static constexpr std::size_t size(Number) { return sizeof(Copy); }
     static std::byte* put(std::byte* to, Number value) {
-        const Copy copy = static_cast<Copy>(value);
+        const Copy copy = +value;
         std::memcpy(to, &copy, sizeof copy);
         return to + sizeof copy;
     }
