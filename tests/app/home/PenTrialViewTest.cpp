@@ -25,9 +25,10 @@ protected:
     static HomeTexts texts(const std::string& mark) {
         return [mark](std::string_view key) { return QString::fromStdString(mark + std::string(key)); };
     }
+    // Our own widgets have no meta-object of Qt's to be found by.
     template <class Widget>
     Widget& part(const char* name) {
-        return *view.findChild<Widget*>(name);
+        return dynamic_cast<Widget&>(*view.findChild<QWidget*>(name));
     }
     static PenTrialScreen& screen() { return *topWindow<PenTrialScreen>(); }
     // A whole trial from the button on, each cross missed by so much.
