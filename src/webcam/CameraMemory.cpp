@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "webcam/CameraMemory.h"
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "platform/Log.h"
+#include "webcam/camera/KeptText.h"
 #include "webcam/sight/LensModel.h"
 
 namespace lightpen::webcam {
@@ -21,14 +20,8 @@ constexpr std::string_view kCalibration = "calibration";
 constexpr std::string_view kPairing = "pairing";
 constexpr std::string_view kLens = "lens";
 constexpr std::string_view kLastLine = "end\n";
-constexpr std::size_t kLongestText = 4096;
 constexpr std::size_t kLongestName = 120;
 constexpr double kLensSteps = 1e6; // a whole number of them is kept
-
-bool isPlain(char letter) {
-    return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= 'a' && letter <= 'z') || letter == '.' || letter == '-' || letter == '_';
-}
 
 template <class Numbers>
 void addLine(std::string& text, std::string_view name, const Numbers& numbers) {
@@ -43,21 +36,14 @@ void addLine(std::string& text, std::string_view name, const Numbers& numbers) {
 template <class Numbers>
 bool takeLine(std::string_view& text, std::string_view name, Numbers& numbers) {
     std::string_view rest = text;
-    if (!rest.starts_with(name))
+    if (!rest.starts_with(name) || !rest.substr(name.size()).starts_with(' '))
         return false;
-    rest.remove_prefix(name.size());
-    for (auto& number : numbers) {
-        if (!rest.starts_with(' '))
+    rest.remove_prefix(name.size() + 1);
+    std::size_t left = numbers.size();
+    for (auto& number : numbers)
+        if (!takeNumber(rest, --left == 0 ? '\n' : ' ', number))
             return false;
-        rest.remove_prefix(1);
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-        if (error != std::errc())
-            return false;
-        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-    }
-    if (!rest.starts_with('\n'))
-        return false;
-    text = rest.substr(1);
+    text = rest;
     return true;
 }
 
@@ -101,10 +87,7 @@ CameraMemory::CameraMemory(const DataFiles& files, std::string folder)
     : files_(files), folder_(std::move(folder)) {}
 
 std::string CameraMemory::pathFor(std::string_view identity) const {
-    std::string name(identity.substr(0, kLongestName));
-    std::ranges::replace_if(
-        name, [](char letter) { return !isPlain(letter); }, '_');
-    return folder_ + "/camera-unit-" + name;
+    return folder_ + "/camera-unit-" + plainName(identity, kLongestName);
 }
 
 UnitMemory CameraMemory::load(std::string_view identity) const {
@@ -112,7 +95,7 @@ UnitMemory CameraMemory::load(std::string_view identity) const {
     std::error_code error;
     if (!std::filesystem::exists(path, error) && !error)
         return {};
-    const auto bytes = files_.read(path, kLongestText);
+    const auto bytes = files_.read(path, kLongestKeptText);
     if (!bytes)
         return {};
     const auto memory = memoryOfText({reinterpret_cast<const char*>(bytes->data()), bytes->size()});

@@ -4,13 +4,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <tuple>
 #include <utility>
 
+#include "webcam/camera/KeptText.h"
 #include "webcam/camera/VideoModes.h"
 
 namespace lightpen::webcam {
@@ -20,6 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kNode = "video";
+constexpr std::size_t kLongestIdentity = 100;
 
 // The number of "video12"; none for what is named otherwise.
 std::optional<unsigned> numberOf(const std::string& name) {
@@ -39,15 +43,8 @@ std::string lineOf(const fs::path& path) {
     return plainText(line.substr(0, 200));
 }
 
-// Letters, digits and the few signs that no file system minds.
-std::string identityOf(std::string text) {
-    const auto isPlain = [](char letter) {
-        return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
-               (letter >= 'a' && letter <= 'z') || letter == '-' || letter == '_' || letter == '.';
-    };
-    std::replace_if(
-        text.begin(), text.end(), [&](char letter) { return !isPlain(letter); }, '_');
-    return text.substr(0, 100);
+std::string identityOf(std::string_view text) {
+    return plainName(text, kLongestIdentity);
 }
 
 // The folder of the USB device that this one is a part of; empty when it is none.

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "webcam/camera/ControlsFile.h"
 
-#include <algorithm>
-#include <cctype>
-#include <charconv>
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -11,6 +8,7 @@
 #include <utility>
 
 #include "platform/Log.h"
+#include "webcam/camera/KeptText.h"
 
 namespace lightpen::webcam {
 
@@ -18,24 +16,7 @@ namespace {
 
 constexpr std::string_view kFirstLine = "camera controls 1\n";
 constexpr std::string_view kLastLine = "end\n";
-constexpr std::size_t kLongestText = 4096;
 constexpr std::size_t kLongestName = 120;
-
-bool isPlain(char letter) {
-    return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= 'a' && letter <= 'z') || letter == '.' || letter == '-' || letter == '_';
-}
-
-// Takes "12 " or "12\n" from the front of the text.
-template <class Number>
-bool takeNumber(std::string_view& text, char ending, Number& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const auto length = static_cast<std::size_t>(end - text.data());
-    if (error != std::errc() || length >= text.size() || text[length] != ending)
-        return false;
-    text.remove_prefix(length + 1);
-    return true;
-}
 
 } // namespace
 
@@ -64,10 +45,7 @@ ControlsFile::ControlsFile(const DataFiles& files, std::string folder)
     : files_(files), folder_(std::move(folder)) {}
 
 std::string ControlsFile::pathFor(std::string_view identity) const {
-    std::string name(identity.substr(0, kLongestName));
-    std::replace_if(
-        name.begin(), name.end(), [](char letter) { return !isPlain(letter); }, '_');
-    return folder_ + "/camera-controls-" + name;
+    return folder_ + "/camera-controls-" + plainName(identity, kLongestName);
 }
 
 std::vector<ControlValue> ControlsFile::left(std::string_view identity) const {
@@ -75,7 +53,7 @@ std::vector<ControlValue> ControlsFile::left(std::string_view identity) const {
     std::error_code error;
     if (!std::filesystem::exists(path, error))
         return {};
-    const auto bytes = files_.read(path, kLongestText);
+    const auto bytes = files_.read(path, kLongestKeptText);
     if (!bytes)
         return {};
     auto values = controlsOfText({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
