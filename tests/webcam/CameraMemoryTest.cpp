@@ -54,6 +54,14 @@ TEST_F(CameraMemoryTest, EachCameraHasItsOwn) {
     expectSame(memory.load("046d_0825-A"), {});
 }
 
+TEST_F(CameraMemoryTest, IdentitiesOfFullLengthDifferInTheirLastLetter) {
+    const std::string longest(99, 'A');
+    ASSERT_TRUE(memory.save(longest + "A", calibrated(300)));
+    ASSERT_TRUE(memory.save(longest + "B", calibrated(400)));
+    expectSame(memory.load(longest + "A"), calibrated(300));
+    expectSame(memory.load(longest + "B"), calibrated(400));
+}
+
 TEST_F(CameraMemoryTest, ANameLeadsOutOfNoFolder) {
     ASSERT_TRUE(memory.save("../../etc/a b", calibrated(300)));
     EXPECT_TRUE(fs::exists(folder.file("camera-unit-.._.._etc_a_b")));

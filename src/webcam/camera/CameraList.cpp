@@ -24,6 +24,8 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kNode = "video";
 constexpr std::size_t kLongestIdentity = 100;
+// So that there is room for what tells cameras apart that have the same.
+constexpr std::size_t kLongestSerial = 60;
 
 // The number of "video12"; none for what is named otherwise.
 std::optional<unsigned> numberOf(const std::string& name) {
@@ -64,7 +66,7 @@ void describe(const fs::path& entry, CameraInfo& camera) {
     std::string identity = device.filename().string();
     if (const fs::path usb = usbDeviceOf(device); !usb.empty()) {
         camera.usb = lineOf(usb / "idVendor") + ":" + lineOf(usb / "idProduct");
-        const std::string serial = lineOf(usb / "serial");
+        const std::string serial = lineOf(usb / "serial").substr(0, kLongestSerial);
         identity = camera.usb + (serial.empty() ? "-at-" + usb.filename().string() : "-" + serial);
         camera.builtIn = lineOf(usb / "removable") == "fixed";
         // A device may have several cameras, as one for colours and one for infrared.

@@ -100,6 +100,27 @@ TEST_F(CameraListTest, TheCamerasOfOneDeviceAreToldApart) {
     EXPECT_EQ(cameras[1].identity, "046d_0825-ABC123-part-02");
 }
 
+TEST_F(CameraListTest, CamerasWithTheSameSerialNumberAreToldApart) {
+    FakeCamera third(stage_.clock);
+    for (const std::string& serial : {std::string("0"), std::string(126, '7')}) {
+        fs::remove_all(folders_.system);
+        stage_.video.nodes.clear();
+        add("video0", slow_, {.port = "1-2" + serial.substr(0, 1), .serial = serial});
+        add("video2", fast_, {.port = "1-4" + serial.substr(0, 1), .serial = serial});
+        add("video12", third, {.port = "1-5" + serial.substr(0, 1), .serial = serial});
+        const auto cameras = list();
+        ASSERT_THAT(cameras, SizeIs(3));
+        for (const CameraInfo& camera : cameras) {
+            ASSERT_TRUE(stage_.controls.left(camera.identity).empty()) << camera.identity;
+            ASSERT_TRUE(stage_.controls.keep(camera.identity, {{V4L2_CID_GAIN, camera.node.back()}}));
+        }
+        const auto again = list();
+        for (const CameraInfo& camera : again)
+            EXPECT_THAT(stage_.controls.left(camera.identity),
+                        testing::ElementsAre(ControlValue{V4L2_CID_GAIN, camera.node.back()}));
+    }
+}
+
 TEST_F(CameraListTest, AnIdentityCanBeAPartOfAFilesName) {
     add("video0", slow_, {.serial = "../a b\x1b/\xC3\xA9"});
     EXPECT_EQ(list().at(0).identity, "046d_0825-.._a_b____");
