@@ -34,11 +34,15 @@ public:
     explicit PulledVideo(FakeCamera& camera) : camera_(camera) {}
     OpenedVideo open(const std::string& node) override {
         camera_.gone = pulled;
+        camera_.openError = openError;
+        camera_.busy = busy;
         return video.open(node);
     }
 
     FakeVideo video;
     std::atomic<bool> pulled{false};
+    std::atomic<bool> busy{false};
+    std::atomic<int> openError{0};
 
 private:
     FakeCamera& camera_;
@@ -57,7 +61,6 @@ protected:
             return std::optional<int>();
         };
         plugCameraIn();
-        fs::create_directories(folder.file("dev"));
     }
     ~CameraLoopTest() override {
         loop.end();
@@ -69,7 +72,7 @@ protected:
         std::this_thread::sleep_for(1ms);
         platform.clock.advanceTo(platform.clock.now() + 16'667us);
         camera.gone = pulled;
-        if (!pulled)
+        if (!pulled && !silent)
             camera.sendGrey(kGrey);
     }
     void plugCameraIn() {
@@ -92,8 +95,26 @@ protected:
             return loop.state() == state;
         });
     }
-    bool unitComes(bool there) {
-        return eventually([&] {
+    // The camera is switched off while it answers for this many-th time who it is; then what follows has
+    // time to follow.
+    void switchOffInAnswer(int number) {
+        std::atomic<int> answers{0};
+        std::atomic<bool> goOn{false};
+        camera.answer = [&, before = camera.answer](unsigned long code, void* argument) {
+            if (code == VIDIOC_QUERYCAP && ++answers == number)
+                eventually([&] { return goOn.load(); });
+            return before(code, argument);
+        };
+        loop.start(true);
+        EXPECT_TRUE(eventually([&] { return answers == number; }));
+        loop.switchOn(false);
+        goOn = true;
+        std::this_thread::sleep_for(50ms);
+        EXPECT_EQ(loop.state(), CameraState::off);
+        loop.end();
+    }
+    bool unitComes(bool there, std::chrono::milliseconds patience = 10s) {
+        const auto came = [&] {
             platform.runLoop.runPending();
             io_iterator_t iterator = 0;
             platform.registry.IOServiceGetMatchingServices(1, IOServiceMatching("IOUSBDevice"), iterator);
@@ -102,16 +123,23 @@ protected:
                 platform.registry.IOObjectRelease(service);
             platform.registry.IOObjectRelease(iterator);
             return (service != 0) == there;
-        });
+        };
+        return eventually(came, patience);
     }
 
+    // With the folder that is watched.
+    struct Machine : TemporaryDirectory {
+        Machine() { fs::create_directories(file("dev")); }
+    };
+
     RecordingLog log;
-    TemporaryDirectory folder;
+    Machine folder;
     const std::string node = folder.file("dev/video0");
     TestPlatform platform;
     FakeCamera camera{platform.clock};
     PulledVideo video{camera};
     std::atomic<bool>& pulled = video.pulled;
+    std::atomic<bool> silent{false};
     std::atomic<bool> streamed{false};
     XdgDataFiles files{folder.file("data"), ""};
     const ControlsFile controls{files, folder.file("data")};
@@ -184,10 +212,49 @@ TEST_F(CameraLoopTest, ACameraThatIsPulledTakesItsUnitAndComesBack) {
     EXPECT_TRUE(unitComes(true));
 }
 
-TEST_F(CameraLoopTest, ABusyCameraIsToldOf) {
-    camera.busy = true;
+TEST_F(CameraLoopTest, ABusyCameraIsToldOfAndComesBackByItself) {
+    video.busy = true;
     loop.start(true);
     EXPECT_TRUE(comesTo(CameraState::busy));
+    EXPECT_TRUE(unitComes(false));
+    EXPECT_THAT(log.lines(), Contains("Webcam: " + node + " is used by another program"));
+    video.busy = false;
+    EXPECT_TRUE(unitComes(true));
+}
+
+TEST_F(CameraLoopTest, ACameraThatMayNotBeOpenedIsToldOfAndComesWhenItMay) {
+    video.openError = EACCES;
+    loop.start(true);
+    EXPECT_TRUE(comesTo(CameraState::notPermitted));
+    EXPECT_THAT(log.lines(),
+                Contains("Webcam: " + node + " may not be opened by this user (the group \"video\" may)"));
+    video.openError = 0;
+    nodeComes();
+    EXPECT_TRUE(unitComes(true));
+}
+
+TEST_F(CameraLoopTest, ACameraThatSendsNothingIsToldOfAndComesBackByItself) {
+    silent = true;
+    loop.start(true);
+    EXPECT_TRUE(comesTo(CameraState::unusable));
+    EXPECT_TRUE(unitComes(false));
+    EXPECT_THAT(log.lines(), Contains("Camera: " + node + " has sent no whole picture for three seconds"));
+    silent = false;
+    EXPECT_TRUE(unitComes(true, 20s));
+    EXPECT_EQ(loop.state(), CameraState::looking);
+}
+
+TEST_F(CameraLoopTest, ACameraThatIsSwitchedOffWhileItIsLookedForIsNotOpened) {
+    switchOffInAnswer(2); // behind that for what a program before has left
+    EXPECT_FALSE(streamed);
+    EXPECT_TRUE(camera.settings.empty());
+}
+
+TEST_F(CameraLoopTest, ACameraThatIsSwitchedOffWhileItIsOpenedIsLeftAsItWas) {
+    switchOffInAnswer(3);
+    EXPECT_FALSE(camera.streaming);
+    EXPECT_EQ(camera.value(V4L2_CID_EXPOSURE_AUTO), 3);
+    EXPECT_EQ(camera.value(V4L2_CID_GAIN), 64);
     EXPECT_TRUE(unitComes(false));
 }
 
@@ -195,6 +262,7 @@ TEST_F(CameraLoopTest, AMachineWithoutOneSaysSoOnce) {
     fs::remove_all(folder.file("class/video0"));
     loop.start(true);
     EXPECT_TRUE(comesTo(CameraState::absent));
+    EXPECT_TRUE(unitComes(false));
     nodeComes();
     nodeComes();
     std::this_thread::sleep_for(20ms);
