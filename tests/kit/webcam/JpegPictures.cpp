@@ -26,6 +26,27 @@ std::vector<std::uint8_t> withoutTables(const std::vector<std::uint8_t>& jpeg) {
     return left;
 }
 
+// Each bit of each frequency in a scan of its own, the highest bits first.
+void addAllBits(std::vector<jpeg_scan_info>& scans, int colour) {
+    constexpr int kHighestBit = 10; // that an encoder of eight bits takes
+    constexpr int kFrequencies = 64;
+    for (int frequency = 0; frequency < kFrequencies; ++frequency)
+        for (int bit = kHighestBit; bit >= 0; --bit)
+            scans.push_back({1, {colour}, frequency, frequency, bit == kHighestBit ? 0 : bit + 1, bit});
+}
+
+// The scans that the library has no name for; none where it has one.
+std::vector<jpeg_scan_info> scansOf(const JpegKind& kind, int colours) {
+    std::vector<jpeg_scan_info> scans;
+    for (int colour = 0; colour < colours; ++colour) {
+        if (kind.scans == JpegScans::eachColour)
+            scans.push_back({1, {colour}, 0, 63, 0, 0});
+        else if (kind.scans == JpegScans::most)
+            addAllBits(scans, colour);
+    }
+    return scans;
+}
+
 } // namespace
 
 std::vector<std::uint8_t> jpegOf(const std::vector<std::uint8_t>& grey, int width, int height,
@@ -45,8 +66,13 @@ std::vector<std::uint8_t> jpegOf(const std::vector<std::uint8_t>& grey, int widt
     jpeg_set_quality(&encoder, kind.quality, TRUE);
     if (!kind.grey)
         encoder.comp_info[0].v_samp_factor = 1;
-    if (kind.progressive)
+    const auto scans = scansOf(kind, encoder.num_components);
+    if (!scans.empty()) {
+        encoder.scan_info = scans.data();
+        encoder.num_scans = static_cast<int>(scans.size());
+    } else if (kind.scans == JpegScans::several) {
         jpeg_simple_progression(&encoder);
+    }
     jpeg_start_compress(&encoder, TRUE);
     std::vector<std::uint8_t> line(static_cast<std::size_t>(width * encoder.input_components), 100);
     while (encoder.next_scanline < encoder.image_height) {

@@ -6,12 +6,20 @@
 
 namespace lightpen::webcam {
 
+// In how many passes a JPEG tells of each of its pixels.
+enum class JpegScans {
+    one,        // as cameras do
+    eachColour, // one for each colour
+    several,    // progressive, as picture programs do
+    most,       // progressive, as many as the format allows
+};
+
 // How a camera writes its JPEG.
 struct JpegKind {
-    bool grey = false;        // else in colours, of which there are half as many across, as cameras have them
-    bool progressive = false; // as no camera does
-    bool tables = true;       // with the tables that all cameras share; many leave them out
+    bool grey = false;  // else in colours, of which there are half as many across, as cameras have them
+    bool tables = true; // with the tables that all cameras share; many leave them out
     int quality = 90;
+    JpegScans scans = JpegScans::one;
 };
 
 // A JPEG whose brightness is this, row by row without a gap.

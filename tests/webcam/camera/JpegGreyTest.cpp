@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 
 #include <gtest/gtest.h>
 
@@ -87,7 +88,26 @@ TEST_F(JpegGreyTest, TooLittleRoomIsLeftAlone) {
 }
 
 TEST_F(JpegGreyTest, KindsThatNoCameraSendsAreNone) {
-    EXPECT_TRUE(decoded(jpegOf(grey_, kWidth, kHeight, {.progressive = true})).empty());
+    for (const JpegScans scans : {JpegScans::eachColour, JpegScans::several, JpegScans::most})
+        EXPECT_TRUE(decoded(jpegOf(grey_, kWidth, kHeight, {.scans = scans})).empty());
+}
+
+// Decoding all scans of this picture takes hundreds of times as long as decoding a camera's picture of its
+// size; being told what it is takes less.
+TEST_F(JpegGreyTest, ManyScansTakeNoTime) {
+    const int width = 4 * kWidth, height = 4 * kHeight;
+    const Bytes grey = slopes(width, height);
+    const Bytes usual = jpegOf(grey, width, height);
+    const Bytes slow = jpegOf(grey, width, height, {.scans = JpegScans::most});
+    const auto timeFor = [&](const Bytes& jpeg, int times) {
+        const std::clock_t before = std::clock(); // of the processor
+        for (int i = 0; i < times; ++i)
+            decoded(jpeg, width, height);
+        return std::clock() - before;
+    };
+    ASSERT_FALSE(decoded(usual, width, height).empty());
+    EXPECT_TRUE(decoded(slow, width, height).empty());
+    EXPECT_LE(timeFor(slow, 10), timeFor(usual, 10) * 2);
 }
 
 TEST_F(JpegGreyTest, NoiseIsNone) {
