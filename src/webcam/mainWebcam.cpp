@@ -34,8 +34,8 @@ int printCameras(const LinuxPlatformSettings& settings, const WebcamOptions& opt
     KernelVideo devices;
     const auto cameras = listCameras(devices);
     if (options.program.list) {
-        std::fputs(listText(cameras).c_str(), stdout);
-        return chosenCamera(cameras) ? EXIT_SUCCESS : EXIT_FAILURE;
+        std::fputs(listText(cameras, options.camera).c_str(), stdout);
+        return usedCamera(cameras, options.camera) ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     const XdgDataFiles files(settings.userFiles, settings.shippedFiles);
     const ControlsFile controls(files, settings.userFiles);

@@ -55,6 +55,12 @@ TEST(WebcamProgramTest, TheStatusOfAListSaysWhetherThereIsACamera) {
     EXPECT_EQ(status, list.find("    used, with ") == std::string::npos ? 1 : 0) << list;
 }
 
+TEST(WebcamProgramTest, AListSaysThatTheCameraThatIsAskedForIsNotThere) {
+    Pipe said;
+    EXPECT_EQ(run({"--list", "--camera", kNone}, said), 1);
+    EXPECT_TRUE(said.readAvailable().ends_with("\nno-such-camera was asked for and is not there\n"));
+}
+
 class WebcamStartTest : public testing::Test {
 protected:
     WebcamStartTest() {

@@ -178,22 +178,28 @@ const CameraInfo* cameraMeant(const std::vector<CameraInfo>& cameras, const std:
     return nullptr;
 }
 
-std::string listText(const std::vector<CameraInfo>& cameras) {
-    if (cameras.empty())
-        return "There is no camera.\n";
-    const CameraInfo* const chosen = chosenCamera(cameras);
-    std::string text;
+const CameraInfo* usedCamera(const std::vector<CameraInfo>& cameras, const std::string& wanted) {
+    const CameraInfo* const camera = wanted.empty() ? chosenCamera(cameras) : cameraMeant(cameras, wanted);
+    return camera && !camera->problem ? camera : nullptr;
+}
+
+std::string listText(const std::vector<CameraInfo>& cameras, const std::string& wanted) {
+    const CameraInfo* const used = usedCamera(cameras, wanted);
+    std::string text = cameras.empty() ? "There is no camera.\n" : "";
     for (const CameraInfo& camera : cameras) {
         text += camera.node + ": " + camera.name + (camera.usb.empty() ? "" : " (" + camera.usb + ")") +
                 (camera.builtIn ? ", built in" : "") + "\n";
         if (camera.problem)
             text += "    not used: " + camera.problem.text + "\n";
-        else if (&camera == chosen)
+        else if (&camera == used)
             text += "    used, with " + textOf(camera.modes.front()) + "\n";
         else
-            text += "    not used: " + chosen->node + " goes before\n";
+            text += "    not used: " +
+                    (wanted.empty() ? used->node + " goes before" : wanted + " was asked for") + "\n";
         text += textOfSizes(camera.modes);
     }
+    if (!wanted.empty() && !cameraMeant(cameras, wanted))
+        text += wanted + " was asked for and is not there\n";
     return text;
 }
 

@@ -42,9 +42,12 @@ const CameraInfo* chosenCamera(const std::vector<CameraInfo>& cameras);
 // The camera that the user means by a node ("/dev/video2", "video2"), a link to one ("/dev/v4l/by-id/..."),
 // an identity or a name. Null when there is none. Points into the list.
 const CameraInfo* cameraMeant(const std::vector<CameraInfo>& cameras, const std::string& wanted);
+// The camera that a start would use: the one that the user means, or the best where wanted is empty. Null
+// when it is not there or cannot be used. Points into the list.
+const CameraInfo* usedCamera(const std::vector<CameraInfo>& cameras, const std::string& wanted);
 
-// The list for a terminal: each camera with its modes, which one is used, and why others cannot be. Ends with
-// a line break.
-std::string listText(const std::vector<CameraInfo>& cameras);
+// The list for a terminal: each camera with its modes, which one is used, why others are not, and that the
+// wanted one is not there. Wanted is as above. Ends with a line break.
+std::string listText(const std::vector<CameraInfo>& cameras, const std::string& wanted);
 
 } // namespace lightpen::webcam

@@ -70,7 +70,7 @@ TEST_F(CameraListTest, AMachineWithoutCamerasHasNone) {
     EXPECT_THAT(list(), IsEmpty());
     EXPECT_THAT(listCameras(stage_.video, {stage_.folder.file("nowhere"), "/dev"}), IsEmpty());
     EXPECT_EQ(chosenCamera({}), nullptr);
-    EXPECT_EQ(listText({}), "There is no camera.\n");
+    EXPECT_EQ(listText({}, ""), "There is no camera.\n");
 }
 
 TEST_F(CameraListTest, SaysWhoACameraIs) {
@@ -233,21 +233,53 @@ TEST_F(CameraListTest, TheTextSaysWhichIsUsedAndWhyOthersAreNot) {
     busy.busy = true;
     busy.card = "Third\x1b[2J";
     add("video2", busy, {.port = "1-5"});
-    EXPECT_EQ(listText(list()), "/dev/video0: Test Camera (046d:0825), built in\n"
-                                "    not used: /dev/video1 goes before\n"
-                                "    640 x 480 YUYV at 30 a second\n"
-                                "/dev/video1: Test Camera (046d:0825)\n"
-                                "    used, with 1280 x 720 MJPG at 60 a second\n"
-                                "    1280 x 720 MJPG at 60, 30 a second\n"
-                                "    640 x 480 YUYV at 30 a second\n"
-                                "/dev/video2: Third?[2J (046d:0825)\n"
-                                "    not used: /dev/video2 is used by another program\n"
-                                "    640 x 480 YUYV at 30 a second\n");
+    EXPECT_EQ(listText(list(), ""), "/dev/video0: Test Camera (046d:0825), built in\n"
+                                    "    not used: /dev/video1 goes before\n"
+                                    "    640 x 480 YUYV at 30 a second\n"
+                                    "/dev/video1: Test Camera (046d:0825)\n"
+                                    "    used, with 1280 x 720 MJPG at 60 a second\n"
+                                    "    1280 x 720 MJPG at 60, 30 a second\n"
+                                    "    640 x 480 YUYV at 30 a second\n"
+                                    "/dev/video2: Third?[2J (046d:0825)\n"
+                                    "    not used: /dev/video2 is used by another program\n"
+                                    "    640 x 480 YUYV at 30 a second\n");
+}
+
+TEST_F(CameraListTest, TheTextSaysWhichIsUsedOfThoseThatAreAskedFor) {
+    add("video0", slow_, {});
+    add("video1", fast_, {.port = "1-4"});
+    const auto cameras = list();
+    EXPECT_EQ(usedCamera(cameras, "video0"), &cameras[0]);
+    EXPECT_EQ(listText(cameras, "video0"), "/dev/video0: Test Camera (046d:0825)\n"
+                                           "    used, with 640 x 480 YUYV at 30 a second\n"
+                                           "    640 x 480 YUYV at 30 a second\n"
+                                           "/dev/video1: Test Camera (046d:0825)\n"
+                                           "    not used: video0 was asked for\n"
+                                           "    1280 x 720 MJPG at 60, 30 a second\n"
+                                           "    640 x 480 YUYV at 30 a second\n");
+}
+
+TEST_F(CameraListTest, WhatIsAskedForAndCannotBeUsedIsNone) {
+    EXPECT_EQ(listText({}, "video7"), "There is no camera.\nvideo7 was asked for and is not there\n");
+    add("video0", slow_, {});
+    add("video1", fast_, {.port = "1-4"});
+    fast_.busy = true;
+    const auto cameras = list();
+    EXPECT_EQ(usedCamera(cameras, "video7"), nullptr);
+    const std::string absent = listText(cameras, "video7");
+    EXPECT_THAT(absent, HasSubstr("    not used: video7 was asked for\n"));
+    EXPECT_TRUE(absent.ends_with("\nvideo7 was asked for and is not there\n"));
+    EXPECT_EQ(usedCamera(cameras, "/dev/video1"), nullptr);
+    const std::string busy = listText(cameras, "/dev/video1");
+    EXPECT_THAT(busy, HasSubstr("    not used: /dev/video1 was asked for\n"));
+    EXPECT_THAT(busy, HasSubstr("    not used: /dev/video1 is used by another program\n"));
+    EXPECT_THAT(busy, Not(HasSubstr("is not there")));
+    EXPECT_EQ(usedCamera(cameras, ""), &cameras[0]);
 }
 
 TEST_F(CameraListTest, TheTextHasNoSerialNumber) {
     add("video0", slow_, {});
-    EXPECT_THAT(listText(list()), Not(HasSubstr("ABC123")));
+    EXPECT_THAT(listText(list(), ""), Not(HasSubstr("ABC123")));
 }
 
 } // namespace
