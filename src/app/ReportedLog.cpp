@@ -30,10 +30,16 @@ constexpr std::array<std::string_view, 76> kHarmless{
 
 // The parts of this program whose lines have no place in them. What others say, libraries among them, loses
 // its numbers.
-constexpr std::array<std::string_view, 22> kParts{
-    "Application", "Calibration",   "Driver",  "Files",      "HID",     "KVR",      "Log",    "Login items",
-    "Notices",     "Notifications", "Pairing", "Platform",   "Pointer", "Run loop", "Screen", "Session",
-    "Settings",    "Signals",       "Sounds",  "Status bar", "Threads", "Workspace"};
+constexpr std::array<std::string_view, 24> kParts{
+    "Application", "Calibration", "Camera",      "Driver",  "Files",         "HID",
+    "KVR",         "Log",         "Login items", "Notices", "Notifications", "Pairing",
+    "Platform",    "Pointer",     "Run loop",    "Screen",  "Session",       "Settings",
+    "Signals",     "Sounds",      "Status bar",  "Threads", "Webcam",        "Workspace"};
+// What follows may have a camera's serial number in it: the end of a file's name, and what a user calls a
+// camera.
+constexpr std::array<std::string_view, 2> kCameraFiles{"/camera-unit-", "/camera-controls-"};
+constexpr std::string_view kNoCamera = "Webcam: there is no camera ";
+constexpr std::string_view kOfFileNames = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
 constexpr std::string_view kRangeError = "Range error in ";
 constexpr std::string_view kNumberMark = " n:";
 constexpr std::size_t kLongestPart = 24;
@@ -95,6 +101,17 @@ std::string shownAs(std::string_view line) {
     return line.starts_with(kRangeError) ? withoutNumbers(line) : std::string();
 }
 
+std::string withoutSerials(std::string text) {
+    for (const std::string_view file : kCameraFiles)
+        for (auto at = text.find(file); at != std::string::npos; at = text.find(file, at)) {
+            at += file.size();
+            text.replace(at, std::min(text.find_first_not_of(kOfFileNames, at), text.size()) - at, "#");
+        }
+    if (text.starts_with(kNoCamera))
+        text.replace(kNoCamera.size(), std::string::npos, "#");
+    return text;
+}
+
 std::string withoutHome(std::string text, const std::vector<std::string>& homes) {
     for (const std::string& home : homes)
         for (auto at = text.find(home); !home.empty() && at != std::string::npos;
@@ -125,7 +142,7 @@ std::string reportedLog(std::string_view log, std::size_t mostLines, const std::
             ++leftOut;
         } else {
             countLeftOut();
-            add(withoutHome(std::move(shown), homes));
+            add(withoutHome(withoutSerials(std::move(shown)), homes));
         }
     }
     countLeftOut();

@@ -49,6 +49,31 @@ TEST(ReportedLogTest, WhatLibrariesSayLosesItsNumbers) {
     EXPECT_EQ(reported("Range error in Center 0x7f12: at 5\n"), "Range error in Center #x#f#: at #\n");
 }
 
+TEST(ReportedLogTest, WhatTellsOfAWebcamStays) {
+    const std::string log =
+        "Webcam: /dev/video0 may not be opened by this user (the group \"video\" may)\n"
+        "Webcam: there is no camera\n"
+        "Camera: /dev/video2 sends 1280 x 720 MJPG at 60 a second\n"
+        "Webcam: the unit of /dev/video2 is plugged in\n"
+        "Camera: /dev/video2 has no exposure that can be set; where it is bright the pen may not be seen\n"
+        "Camera: /dev/video2 has sent no whole picture for three seconds\n"
+        "Webcam: the unit of /dev/video2 is unplugged\n";
+    EXPECT_EQ(reported(log), log);
+}
+
+TEST(ReportedLogTest, ACamerasSerialNumberIsLeftOut) {
+    EXPECT_EQ(
+        reported("Camera: /home/ada/.local/share/LightPenNX7/camera-unit-046d_0825-ABC.7_x is damaged; the "
+                 "camera has no calibration\n"),
+        "Camera: ~/.local/share/LightPenNX7/camera-unit-# is damaged; the camera has no calibration\n");
+    EXPECT_EQ(
+        reported("Files: /x/camera-controls-046d_0825-ABC: not moved to /y/camera-controls-046d_0825-ABC"),
+        "Files: /x/camera-controls-#: not moved to /y/camera-controls-#\n");
+    for (const char* camera : {"/dev/v4l/by-id/usb-Maker_A:B_ABC-video-index0", "046d_0825-ABC", "Name ABC"})
+        EXPECT_EQ(reported(std::string("Webcam: there is no camera ") + camera),
+                  "Webcam: there is no camera #\n");
+}
+
 TEST(ReportedLogTest, TheHomeFolderHasNoName) {
     EXPECT_EQ(reported("Files: /home/ada/a to /home/ada/b cannot be read\n"),
               "Files: ~/a to ~/b cannot be read\n");
