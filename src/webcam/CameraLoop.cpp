@@ -166,7 +166,7 @@ std::optional<CameraInfo> CameraLoop::choose() {
 
 bool CameraLoop::open(const CameraInfo& info) {
     const CameraProblem problem = camera_.open(info.node, info.identity);
-    tell(stateOf(problem.kind));
+    tell(stateOf(problem.kind, camera_.manualExposure()));
     return !problem;
 }
 

@@ -3,10 +3,10 @@
 
 namespace lightpen::webcam {
 
-CameraState stateOf(CameraProblem::Kind problem) {
+CameraState stateOf(CameraProblem::Kind problem, bool manualExposure) {
     switch (problem) {
     case CameraProblem::Kind::none:
-        return CameraState::looking;
+        return manualExposure ? CameraState::looking : CameraState::lookingAsItLikes;
     case CameraProblem::Kind::absent:
         return CameraState::absent;
     case CameraProblem::Kind::notPermitted:
@@ -24,6 +24,8 @@ std::string_view textKey(CameraState state) {
         return "The camera is switched off";
     case CameraState::looking:
         return "The camera is looking";
+    case CameraState::lookingAsItLikes:
+        return "The camera is looking, but its exposure cannot be set";
     case CameraState::absent:
         return "No camera unit";
     case CameraState::busy:

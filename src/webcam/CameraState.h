@@ -8,10 +8,18 @@
 namespace lightpen::webcam {
 
 // How the program's camera is, for people.
-enum class CameraState { off, looking, absent, busy, notPermitted, unusable };
+enum class CameraState {
+    off,
+    looking,
+    lookingAsItLikes, // its exposure is its own
+    absent,
+    busy,
+    notPermitted,
+    unusable,
+};
 
-// What a problem makes of it.
-CameraState stateOf(CameraProblem::Kind problem);
+// What a problem makes of it; without one, whether the exposure can be set.
+CameraState stateOf(CameraProblem::Kind problem, bool manualExposure = true);
 // What is to be said of it in one line: a key of the string tables.
 std::string_view textKey(CameraState state);
 

@@ -212,6 +212,16 @@ TEST_F(CameraLoopTest, ACameraThatIsPulledTakesItsUnitAndComesBack) {
     EXPECT_TRUE(unitComes(true));
 }
 
+TEST_F(CameraLoopTest, ACameraWhoseExposureIsItsOwnLooksAndIsToldOf) {
+    camera.controls.clear();
+    loop.start(true);
+    EXPECT_TRUE(unitComes(true));
+    EXPECT_EQ(loop.state(), CameraState::lookingAsItLikes);
+    EXPECT_THAT(log.lines(),
+                Contains("Camera: " + node +
+                         " has no exposure that can be set; where it is bright the pen may not be seen"));
+}
+
 TEST_F(CameraLoopTest, ABusyCameraIsToldOfAndComesBackByItself) {
     video.busy = true;
     loop.start(true);

@@ -20,8 +20,15 @@ TEST(CameraStateTest, EachProblemHasWordsInEveryLanguage) {
         EXPECT_TRUE(said.insert(key).second) << key;
         EXPECT_TRUE(std::ranges::find(tableKeys(), key) != tableKeys().end()) << key;
     }
-    EXPECT_TRUE(std::ranges::find(tableKeys(), textKey(CameraState::off)) != tableKeys().end());
-    EXPECT_FALSE(said.contains(textKey(CameraState::off)));
+    for (const CameraState other : {CameraState::off, stateOf(Kind::none, false)}) {
+        EXPECT_TRUE(said.insert(textKey(other)).second) << textKey(other);
+        EXPECT_TRUE(std::ranges::find(tableKeys(), textKey(other)) != tableKeys().end()) << textKey(other);
+    }
+}
+
+TEST(CameraStateTest, AnExposureMattersOnlyToACameraThatLooks) {
+    EXPECT_EQ(stateOf(Kind::none, false), CameraState::lookingAsItLikes);
+    EXPECT_EQ(stateOf(Kind::busy, false), CameraState::busy);
 }
 
 TEST(CameraStateTest, WhatNoUserCanMendIsOneState) {

@@ -206,6 +206,7 @@ std::vector<std::string> windowKeys() {
         "where the pen has touched.",
         "Copy",
         "The camera is looking",
+        "The camera is looking, but its exposure cannot be set",
         "The camera is switched off",
         "Another program uses the camera",
         "The camera cannot be used",
