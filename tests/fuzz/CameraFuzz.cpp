@@ -2,7 +2,6 @@
 // Any bytes as what a camera sends: the picture in a buffer, the answers to requests, and the file of what
 // its controls were.
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <span>
@@ -11,6 +10,7 @@
 
 #include <linux/videodev2.h>
 
+#include "fuzz/AnyBytes.h"
 #include "kit/webcam/FakeCamera.h"
 #include "platform/Log.h"
 #include "webcam/camera/Camera.h"
@@ -22,28 +22,6 @@ namespace {
 
 using namespace lightpen;
 using namespace lightpen::webcam;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
-
-class Bytes {
-public:
-    explicit Bytes(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-    std::uint8_t next() {
-        if (bytes_.empty())
-            return 0;
-        const std::uint8_t byte = bytes_.front();
-        bytes_ = bytes_.subspan(1);
-        return byte;
-    }
-    bool empty() const { return bytes_.empty(); }
-    std::span<const std::uint8_t> rest() const { return bytes_; }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-};
 
 class NoLog final : public LogSink {
 public:

@@ -18,6 +18,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 
+#include "fuzz/AnyBytes.h"
 #include "fuzz/bus/FuzzedBus.h"
 #include "kit/RecordingLog.h"
 #include "kit/VirtualTime.h"
@@ -32,11 +33,6 @@
 namespace {
 
 using namespace lightpen;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
 
 constexpr WhichBus kUser = WhichBus::session;
 constexpr WhichBus kSystem = WhichBus::system;

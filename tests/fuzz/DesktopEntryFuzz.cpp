@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as a desktop entry and as a value of one: what is accepted comes back as it was.
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
+#include "fuzz/AnyBytes.h"
 #include "linux_desktop/files/DesktopEntry.h"
 
 namespace {
 
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
+using lightpen::require;
 
 void checkEntry(lightpen::DesktopEntry entry, std::string_view value) {
     const auto before = entry.value("Exec");

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as a report descriptor: what is accepted must keep the parser's promises.
-#include <cstdlib>
 #include <span>
 
+#include "fuzz/AnyBytes.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 
 namespace {
 
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
+using lightpen::require;
 
 void checkReports(const std::vector<lightpen::HidReport>& reports, bool usesReportIDs) {
     require(reports.size() <= (usesReportIDs ? 255U : 1U));

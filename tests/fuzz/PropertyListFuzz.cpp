@@ -2,19 +2,16 @@
 // Any bytes as a property list: a dictionary no deeper than it may be, or a reason.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
+#include "fuzz/AnyBytes.h"
 #include "linux_desktop/files/PropertyListReader.h"
 
 namespace {
 
-constexpr int kDeepest = 32;
+using lightpen::require;
 
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
+constexpr int kDeepest = 32;
 
 // How many arrays and dictionaries are in each other at the deepest place.
 int depthOf(const lightpen::PropertyListValue& value) {

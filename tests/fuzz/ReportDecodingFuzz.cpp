@@ -2,22 +2,17 @@
 // Any bytes as an input report, through the queue that delivers it to the point that comes of it.
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 #include "device/EventGeneratorNX7.h"
+#include "fuzz/AnyBytes.h"
 #include "platform/IOHID.h"
 #include "platform/Log.h"
 
 namespace {
 
 using namespace lightpen;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
 
 class CheckingLog final : public LogSink {
 public:

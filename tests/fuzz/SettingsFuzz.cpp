@@ -2,13 +2,13 @@
 // Any bytes as the settings file, and as a setting: what is read has the type it must have, and what is
 // written comes back and leaves the rest as it was.
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 #include <QString>
 
+#include "fuzz/AnyBytes.h"
 #include "kit/TemporaryDirectory.h"
 #include "linux_desktop/files/XdgDefaults.h"
 #include "platform/Log.h"
@@ -17,11 +17,6 @@ namespace {
 
 using namespace lightpen;
 using Values = std::map<std::string, DefaultsValue, std::less<>>;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
 
 struct DroppedLog final : LogSink {
     void logLine(std::string_view) override {}

@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "fuzz/AnyBytes.h"
 #include "webcam/sight/DisplayedSight.h"
 #include "webcam/sight/LensModel.h"
 #include "webcam/sight/SmallPicture.h"
@@ -15,28 +16,6 @@ namespace {
 
 using namespace lightpen;
 using namespace lightpen::webcam;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
-
-class Bytes {
-public:
-    explicit Bytes(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-    bool any() const { return !bytes_.empty(); }
-    int next() {
-        if (bytes_.empty())
-            return 0;
-        const int byte = bytes_.front();
-        bytes_ = bytes_.subspan(1);
-        return byte;
-    }
-    int next(int count) { return next() % count; }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-};
 
 // The pixels are no more than are needed, and the padding of the last row is not among them.
 struct Camera {
@@ -84,7 +63,7 @@ void checkPictures(Bytes& bytes) {
     SpotFinder finder;
     DisplayedSight displayed;
     Microseconds now{};
-    while (bytes.any()) {
+    while (!bytes.empty()) {
         switch (bytes.next(8)) {
         case 0:
             camera.resize(bytes);
@@ -135,7 +114,7 @@ void checkLens(Bytes& bytes) {
         const double value = (high * 256 + bytes.next()) * scale;
         return high == 255 ? value * 1e300 * 1e10 : value;
     };
-    while (bytes.any() && dots.size() < 200) {
+    while (!bytes.empty() && dots.size() < 200) {
         const PicturePoint seen{place(0.03), place(0.02)};
         dots.push_back({seen, {place(0.03), place(0.02)}});
     }

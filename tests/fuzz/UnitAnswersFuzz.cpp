@@ -3,7 +3,6 @@
 // pointer; to both directions of the pairing table, with any file; and as the reports of a picture.
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <iterator>
 #include <optional>
 #include <span>
@@ -11,36 +10,13 @@
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/PreviewImage.h"
 #include "device/Reports.h"
+#include "fuzz/AnyBytes.h"
 #include "kit/device/OffscreenApplication.h"
 #include "kit/device/PenFixture.h"
 
 namespace {
 
 using namespace lightpen;
-
-void require(bool promise) {
-    if (!promise)
-        std::abort();
-}
-
-// Bytes that are used up from their front; then there are none.
-class Bytes {
-public:
-    explicit Bytes(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-    bool empty() const { return bytes_.empty(); }
-    std::uint8_t next() {
-        const auto one = take(1);
-        return one.empty() ? std::uint8_t{0} : one[0];
-    }
-    ReportBytes take(std::size_t count) {
-        const auto front = bytes_.first(std::min(count, bytes_.size()));
-        bytes_ = bytes_.subspan(front.size());
-        return {front.begin(), front.end()};
-    }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-};
 
 constexpr Size kScreen{1280, 800};
 constexpr const char* kFile = "NX9_Wireless.bin";
