@@ -37,6 +37,13 @@ protected:
         return DrawnPicture(kWidth, kHeight, 20).spot(x, y, 1.6, peak).noise(2, random_);
     }
     std::optional<Spot> showPen(double x, double y, double peak = 220) { return show(pen(x, y, peak)); }
+    // The pen at a height of 200, and another light beside it.
+    std::optional<Spot> showTwo(double x, double peak, double otherPeak) {
+        return show(DrawnPicture(kWidth, kHeight)
+                        .spot(x, 200, 1.6, peak)
+                        .spot(x + 40, 235, 1.6, otherPeak)
+                        .noise(2, random_));
+    }
 
     SpotFinder finder_;
     Microseconds now_{1s};
@@ -150,29 +157,17 @@ TEST_F(SpotFinderTest, AnyThresholdIsBroughtIntoItsRange) {
 }
 
 TEST_F(SpotFinderTest, OfAPenAndItsReflectionTheBrighterIsThePen) {
-    const auto both = [&](double x) {
-        return show(DrawnPicture(kWidth, kHeight)
-                        .spot(x, 200, 1.6, 220)
-                        .spot(x + 45, 230, 1.6, 70)
-                        .noise(2, random_));
-    };
     for (int i = 0; i < 20; ++i)
-        ASSERT_THAT(both(200 + 3 * i), At(200 + 3 * i, 200)) << i;
+        ASSERT_THAT(showTwo(200 + 3 * i, 220, 70), At(200 + 3 * i, 200)) << i;
 }
 
 TEST_F(SpotFinderTest, OfTwoEqualSpotsNoneIsThePenUnlessItWasThereBefore) {
-    const auto both = [&](double x) {
-        return show(DrawnPicture(kWidth, kHeight)
-                        .spot(x, 200, 1.6, 200)
-                        .spot(x + 35, 240, 1.6, 200)
-                        .noise(2, random_));
-    };
     for (int i = 0; i < 20; ++i)
-        ASSERT_THAT(both(200), Eq(std::nullopt)) << i;
+        ASSERT_THAT(showTwo(200, 200, 200), Eq(std::nullopt)) << i;
     showQuiet(150);
     showPen(300, 200);
     for (int i = 0; i < 20; ++i)
-        ASSERT_THAT(both(300 + i), At(300 + i, 200)) << i;
+        ASSERT_THAT(showTwo(300 + i, 200, 200), At(300 + i, 200)) << i;
 }
 
 TEST_F(SpotFinderTest, ASlideThatChangesUnderThePenDoesNotLiftIt) {
@@ -308,13 +303,16 @@ TEST(SpotFinderSizesTest, FindsThePenInPicturesOfAllCommonSizes) {
     }
 }
 
-TEST(BlindPlaceTest, TellsALargeLightThatStays) {
+std::optional<Spot> blindPlaceIn(const DrawnPicture& picture) {
     SpotFinder finder;
     EXPECT_FALSE(finder.blindPlace());
-    const auto picture = DrawnPicture(kWidth, kHeight).disc(250, 150, 30, 255);
     for (int i = 0; i < 12; ++i)
         finder.find(picture.view(), i * kPicture);
-    const auto place = finder.blindPlace();
+    return finder.blindPlace();
+}
+
+TEST(BlindPlaceTest, TellsALargeLightThatStays) {
+    const auto place = blindPlaceIn(DrawnPicture(kWidth, kHeight).disc(250, 150, 30, 255));
     ASSERT_TRUE(place);
     EXPECT_NEAR(place->x, 250, 8);
     EXPECT_NEAR(place->y, 150, 8);
@@ -322,11 +320,7 @@ TEST(BlindPlaceTest, TellsALargeLightThatStays) {
 }
 
 TEST(BlindPlaceTest, ThePensOwnLightIsNone) {
-    SpotFinder finder;
-    const auto picture = DrawnPicture(kWidth, kHeight).spot(256, 160, 2, 235);
-    for (int i = 0; i < 12; ++i)
-        finder.find(picture.view(), i * kPicture);
-    EXPECT_FALSE(finder.blindPlace());
+    EXPECT_FALSE(blindPlaceIn(DrawnPicture(kWidth, kHeight).spot(256, 160, 2, 235)));
 }
 
 } // namespace
