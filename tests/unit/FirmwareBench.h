@@ -45,6 +45,15 @@ public:
     // Settings with these control bits; bit 6 marks them as settings.
     void settings(int bits) { command({0, 0x40 | bits, 0x00, 0x02, 0x02, 0x19, 0}); }
 
+    // Calibrates the unit, with any points.
+    void calibrate() { firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8}); }
+    // Where a pen touches, and one that has touched there for a while.
+    static constexpr CameraPoint kPen{900, 800};
+    void touch() {
+        scene.pen = kPen;
+        run(Microseconds(40'000));
+    }
+
     // Lets time go by, and returns what was sent meanwhile.
     std::vector<UnitReport> run(Microseconds duration) {
         now += duration;

@@ -22,18 +22,9 @@ using testing::IsEmpty;
 using testing::Le;
 using testing::SizeIs;
 
-constexpr CameraPoint kPen{900, 800};
-
 struct FirmwareTimingTest : testing::Test {
     FirmwareBench bench;
     Firmware& firmware = bench.firmware;
-
-    void calibrate() { firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8}); }
-    // The pen has touched for a while.
-    void touch() {
-        bench.scene.pen = kPen;
-        bench.run(40ms);
-    }
 };
 
 TEST_F(FirmwareTimingTest, AUnitThatNobodyTouchesIsSilent) {
@@ -41,7 +32,7 @@ TEST_F(FirmwareTimingTest, AUnitThatNobodyTouchesIsSilent) {
 }
 
 TEST_F(FirmwareTimingTest, ATouchIsReported125TimesASecond) {
-    bench.scene.pen = kPen;
+    bench.scene.pen = FirmwareBench::kPen;
     const auto reports = bench.run(1s);
     EXPECT_THAT(ofKind(reports, ReportKind::spot), SizeIs(126)); // both ends of the second
     EXPECT_THAT(gaps(reports), Each(Microseconds(8ms)));
@@ -50,7 +41,7 @@ TEST_F(FirmwareTimingTest, ATouchIsReported125TimesASecond) {
 
 TEST_F(FirmwareTimingTest, HowOftenTimeIsLookedAtMakesNoDifference) {
     FirmwareBench other;
-    bench.scene.pen = other.scene.pen = kPen;
+    bench.scene.pen = other.scene.pen = FirmwareBench::kPen;
     const auto atOnce = bench.run(100ms);
     std::vector<UnitReport> inSteps;
     for (int step = 0; step < 100; ++step)
@@ -64,7 +55,7 @@ TEST_F(FirmwareTimingTest, HowOftenTimeIsLookedAtMakesNoDifference) {
 }
 
 TEST_F(FirmwareTimingTest, ATouchEndsWithPenUpAndASecondOfIdling) {
-    touch();
+    bench.touch();
     bench.scene.pen.reset();
     const auto reports = bench.run(5s);
     EXPECT_THAT(kinds(reports), Each(ReportKind::penUp));
@@ -111,9 +102,8 @@ TEST_F(FirmwareTimingTest, AnAnswerComesWithin50Milliseconds) {
 TEST_F(FirmwareTimingTest, AnswersAreAloneAroundCommands) {
     for (const int letter : {'H', 'K', 'R', 'S'}) {
         FirmwareBench fresh;
-        fresh.firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
-        fresh.scene.pen = kPen;
-        fresh.run(40ms);
+        fresh.calibrate();
+        fresh.touch();
         fresh.command({letter, 2, 0x20});
         EXPECT_THAT(kinds(fresh.run(299ms)), Each(ReportKind::answer)) << letter;
         const auto behind = fresh.run(20ms);
@@ -123,14 +113,14 @@ TEST_F(FirmwareTimingTest, AnswersAreAloneAroundCommands) {
 }
 
 TEST_F(FirmwareTimingTest, ACalibrationRecordDoesNotQuietThePen) {
-    touch();
+    bench.touch();
     bench.command({'C', 0});
     EXPECT_THAT(bench.run(80ms), SizeIs(10));
 }
 
 TEST_F(FirmwareTimingTest, AFlashReadIsQuietToItsEnd) {
-    calibrate();
-    touch();
+    bench.calibrate();
+    bench.touch();
     // A host that stops for longer than 300 ms between its requests.
     for (const int index : {0, 0, 1}) {
         bench.command({'H', index});
@@ -142,7 +132,7 @@ TEST_F(FirmwareTimingTest, AFlashReadIsQuietToItsEnd) {
 }
 
 TEST_F(FirmwareTimingTest, AReadOfAnEmptyFlashEndsWithItsSecondAnswer) {
-    touch();
+    bench.touch();
     bench.command({'H', 0});
     EXPECT_THAT(bench.run(900ms), SizeIs(1));
     bench.command({'H', 0});
@@ -151,16 +141,16 @@ TEST_F(FirmwareTimingTest, AReadOfAnEmptyFlashEndsWithItsSecondAnswer) {
 }
 
 TEST_F(FirmwareTimingTest, AReadThatTheHostGivesUpEndsByItself) {
-    calibrate();
-    touch();
+    bench.calibrate();
+    bench.touch();
     bench.command({'H', 0});
     EXPECT_THAT(bench.run(1999ms), SizeIs(1));
     EXPECT_FALSE(bench.run(20ms).empty());
 }
 
 TEST_F(FirmwareTimingTest, AnotherCommandEndsARead) {
-    calibrate();
-    touch();
+    bench.calibrate();
+    bench.touch();
     bench.command({'H', 0});
     bench.run(400ms);
     bench.command({'T'});
@@ -168,7 +158,7 @@ TEST_F(FirmwareTimingTest, AnotherCommandEndsARead) {
 }
 
 TEST_F(FirmwareTimingTest, ATouchThatEndsInTheQuietIsFollowedByIdling) {
-    touch();
+    bench.touch();
     bench.command({'R', 0});
     bench.run(100ms);
     bench.scene.pen.reset();
@@ -180,7 +170,7 @@ TEST_F(FirmwareTimingTest, ATouchThatEndsInTheQuietIsFollowedByIdling) {
 
 TEST_F(FirmwareTimingTest, WithoutTheMannerPenReportsComeBetweenAnswers) {
     firmware.behaviour.quietAroundCommands = false;
-    touch();
+    bench.touch();
     bench.command({'H', 0});
     const auto reports = bench.run(100ms);
     EXPECT_THAT(ofKind(reports, ReportKind::answer), SizeIs(1));
@@ -190,7 +180,7 @@ TEST_F(FirmwareTimingTest, WithoutTheMannerPenReportsComeBetweenAnswers) {
 // The filter
 
 TEST_F(FirmwareTimingTest, AFilterMoveIsOnePenUpAndHalfASecondOfDarkness) {
-    touch();
+    bench.touch();
     bench.settings(0x24);
     const auto reports = bench.run(499ms);
     EXPECT_THAT(kinds(reports), testing::ElementsAre(ReportKind::penUp));
@@ -208,7 +198,7 @@ TEST_F(FirmwareTimingTest, AFilterMoveWithoutATouchIsReportedToo) {
 }
 
 TEST_F(FirmwareTimingTest, SettingsThatLeaveTheFilterChangeNothing) {
-    touch();
+    bench.touch();
     bench.settings(0x20);
     EXPECT_THAT(kinds(bench.run(80ms)), Each(ReportKind::spot));
     EXPECT_THAT(bench.run(80ms), SizeIs(10));
@@ -222,7 +212,7 @@ TEST_F(FirmwareTimingTest, AFilterMoveInTheQuietIsNotReported) {
 
 TEST_F(FirmwareTimingTest, WithoutTheMannerTheFilterMovesUnseen) {
     firmware.behaviour.darkWhileFilterMoves = false;
-    touch();
+    bench.touch();
     bench.settings(0x24);
     const auto reports = bench.run(80ms);
     EXPECT_THAT(reports, SizeIs(10));
@@ -244,7 +234,7 @@ TEST_F(FirmwareTimingTest, AJumpingBlobIsPenUpAndThenDark) {
 }
 
 TEST_F(FirmwareTimingTest, NextEventIsNeverLate) {
-    calibrate();
+    bench.calibrate();
     bench.run(1us);
     bench.command({'H', 0});
     bench.command({'T'});

@@ -33,8 +33,6 @@ using testing::IsEmpty;
 using testing::Le;
 using testing::SizeIs;
 
-constexpr CameraPoint kPen{900, 800};
-
 const UnitProtocolDocument& document() {
     static const UnitProtocolDocument read;
     return read;
@@ -77,10 +75,6 @@ struct UnitProtocolTest : testing::Test {
     FirmwareBench bench;
     Firmware& firmware = bench.firmware;
 
-    void touch() {
-        bench.scene.pen = kPen;
-        bench.run(40ms);
-    }
     std::vector<UnitReport> answersTo(std::initializer_list<int> command, Microseconds wait = 250ms) {
         bench.command(command);
         return ofKind(bench.run(wait), ReportKind::answer);
@@ -175,7 +169,7 @@ TEST_F(UnitProtocolDetailTest, SpotsBesideTheView) {
 }
 
 TEST_F(UnitProtocolTest, Pace) {
-    bench.scene.pen = kPen;
+    bench.scene.pen = FirmwareBench::kPen;
     const auto touched = bench.run(1s);
     EXPECT_GE(touched.size(),
               static_cast<std::size_t>(number("Pace", "pen reports in a second of a touch, at least")));
@@ -208,7 +202,7 @@ TEST_F(UnitProtocolTest, Commands) {
         ++commands;
         const int letter = hexadecimalBytes(row[0]).at(0);
         FirmwareBench fresh;
-        fresh.firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
+        fresh.calibrate();
         fresh.scene.strayLight = CameraPoint{300, 400};
         fresh.firmware.handleOutput(commandOf(letter), fresh.now);
         std::vector<std::uint8_t> answered;
@@ -276,7 +270,7 @@ TEST_F(UnitProtocolTest, Settings) {
 }
 
 TEST_F(UnitProtocolTest, Erasing) {
-    firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
+    bench.calibrate();
     for (const int bit : {0, 1, 2, 3, 4, 5, 7})
         EXPECT_THAT(answersTo({0, 1 << bit}), IsEmpty());
     ReportBytes almost(36);
@@ -288,8 +282,8 @@ TEST_F(UnitProtocolTest, Erasing) {
 }
 
 TEST_F(UnitProtocolTest, CalibrationRecords) {
-    firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
-    touch();
+    bench.calibrate();
+    bench.touch();
     EXPECT_THAT(answersTo({'C', 1, 9, 0, 9, 0, 9, 0, 9, 0}, 10ms), IsEmpty());
     EXPECT_EQ((*firmware.flash.record(1))[0], 5) << "the ones before hold";
     EXPECT_FALSE(ofKind(bench.run(10ms), ReportKind::spot).empty()) << "pen reports go on";
@@ -315,7 +309,7 @@ TEST_F(UnitProtocolTest, ReadingTheFlash) {
                                             {"version of the board", 0x35},
                                             {"version of the sensor", 0x53}};
     const ReportBytes none = answersTo({'H', 0}).at(0).bytes;
-    firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
+    bench.calibrate();
     const ReportBytes stored = answersTo({'H', 2}).at(0).bytes;
     EXPECT_EQ(none[0], 'N');
     EXPECT_EQ(stored[0], 'Y');
@@ -335,8 +329,8 @@ TEST_F(UnitProtocolTest, QuietAroundCommands) {
     const Microseconds quiet = milliseconds("Quiet around commands", "after \"H\", \"K\", \"R\" and \"S\"");
     const Microseconds patience =
         milliseconds("Quiet around commands", "a read that the host gives up ends after");
-    firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
-    touch();
+    bench.calibrate();
+    bench.touch();
     for (const int letter : {int{'H'}, int{'K'}, int{'R'}, int{'S'}}) {
         bench.command({letter, 2, 0x20});
         EXPECT_THAT(kinds(bench.run(quiet - 1us)), Each(ReportKind::answer)) << letter;
@@ -352,7 +346,7 @@ TEST_F(UnitProtocolTest, QuietAroundCommands) {
 }
 
 TEST_F(UnitProtocolTest, LightTest) {
-    bench.scene.pen = kPen;
+    bench.scene.pen = FirmwareBench::kPen;
     EXPECT_THAT(answersTo({'K'}), IsEmpty());
     bench.run(3s);
     bench.scene.strayLight = CameraPoint{300, 400};
@@ -386,7 +380,7 @@ struct UnitProtocolPictureTest : testing::Test {
 };
 
 TEST_F(UnitProtocolTest, Pictures) {
-    bench.scene.pen = kPen;
+    bench.scene.pen = FirmwareBench::kPen;
     bench.settings(0x01);
     EXPECT_FALSE(bench.run(40ms).empty()) << "either bit alone is no image mode";
     bench.settings(0x03);
@@ -442,7 +436,7 @@ TEST_F(UnitProtocolTest, InfraredFilter) {
     bench.scene.darkPicture = true;
     bench.scene.blobs.push_back({1500, 1500});
     EXPECT_THAT(ofKind(bench.run(1s), ReportKind::spot), IsEmpty()) << "two blobs";
-    bench.scene.pen = kPen;
+    bench.scene.pen = FirmwareBench::kPen;
     const auto pens = ofKind(bench.run(40ms), ReportKind::spot);
     ASSERT_FALSE(pens.empty());
     EXPECT_EQ(pens[0].bytes[1] | pens[0].bytes[2] << 8, 900) << "the pen's light wins";
@@ -475,7 +469,7 @@ TEST_F(UnitProtocolDetailTest, PairingRecordsThatAreKept) {
 }
 
 TEST_F(UnitProtocolTest, Power) {
-    firmware.flash.store({1, 2}, {3, 4}, {5, 6}, {7, 8});
+    bench.calibrate();
     answersTo({'S', 3, 0x44});
     bench.settings(0x37);
     bench.command({'C', 0, 9, 9, 9, 9, 9, 9, 9, 9});
@@ -487,7 +481,7 @@ TEST_F(UnitProtocolTest, Power) {
     EXPECT_EQ((*firmware.pairingTable.record(3))[0], 0x44);
     bench.command({'C', 1, 9, 9, 9, 9, 9, 9, 9, 9});
     EXPECT_EQ((*firmware.flash.record(1))[0], 5) << "its neighbour is gone";
-    touch();
+    bench.touch();
     EXPECT_FALSE(bench.run(20ms).empty());
 }
 
