@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "bench/RatioReport.h"
-#include "kit/sight/DrawnPicture.h"
+#include "bench/RoomPictures.h"
 #include "webcam/sight/SmallPicture.h"
 #include "webcam/sight/SpotFinder.h"
 
@@ -17,20 +17,6 @@ namespace {
 
 using webcam::DrawnPicture;
 using webcam::SpotFinder;
-
-// A dark room with a slide, in the noise of a camera.
-DrawnPicture room(int height) {
-    std::mt19937 random(1);
-    const int width = height == 480 ? 640 : height * 16 / 9;
-    return DrawnPicture(width, height)
-        .rectangle(width / 4, height / 4, width / 2, height / 2, 70)
-        .noise(2, random);
-}
-
-DrawnPicture roomWithPen(int height) {
-    DrawnPicture picture = room(height);
-    return picture.spot(picture.width() * 0.4, height * 0.6, std::max(1.6, height / 300.0), 200);
-}
 
 // A finder that has seen the room, and its clock.
 struct Finder {
@@ -56,13 +42,10 @@ void searchWholePicture(benchmark::State& state) {
 BENCHMARK(searchWholePicture)->Arg(480)->Arg(720)->Arg(1080);
 
 void followPen(benchmark::State& state) {
-    Finder finder(room(static_cast<int>(state.range(0))));
-    DrawnPicture pictures[2] = {roomWithPen(static_cast<int>(state.range(0))),
-                                roomWithPen(static_cast<int>(state.range(0)))};
+    const int height = static_cast<int>(state.range(0));
+    Finder finder(room(height));
     // A hand that never keeps still, so that it is no lamp.
-    pictures[1] = room(static_cast<int>(state.range(0)));
-    pictures[1].spot(pictures[1].width() * 0.4 + 5, pictures[1].height() * 0.6 + 3,
-                     std::max(1.6, pictures[1].height() / 300.0), 200);
+    const DrawnPicture pictures[2] = {roomWithPen(height), roomWithPen(height, 6)};
     std::size_t next = 0;
     for (auto _ : state)
         if (const auto spot = finder.look(pictures[next++ % 2]); !spot)

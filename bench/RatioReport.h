@@ -25,6 +25,14 @@ struct Ratio {
     double aim = 0;
 };
 
+// One line below it: what share of a processor's core it takes to do this so many times a second.
+struct Share {
+    std::string what;
+    std::string ours; // the benchmark's name
+    double times = 0; // a second
+    double aim = 0;   // it is meant to be no more percent than this
+};
+
 // Shows the medians and how far the runs vary, and keeps every single run for the ratios.
 class RatioReporter final : public benchmark::ConsoleReporter {
 public:
@@ -65,6 +73,19 @@ public:
         }
     }
 
+    void printShares(const std::vector<Share>& shares) const {
+        for (const Share& share : shares) {
+            const double percent = median(share.ours) * share.times / 1e9 * 100;
+            if (percent <= 0) {
+                std::printf("%s: not run\n", share.what.c_str());
+                continue;
+            }
+            std::printf("%s: %.2f %% of a core   <=%.0f %s\n", share.what.c_str(), percent, share.aim,
+                        percent <= share.aim ? "met" : "missed");
+            writeFigure({share.what, "% of a core", percent, "", 0, Goal::value, share.aim});
+        }
+    }
+
 private:
     static void print(const Ratio& ratio, double ours, double theirs) {
         std::printf("%-52s %10.1f %10.1f %8.3f", ratio.what.c_str(), ours, theirs, ours / theirs);
@@ -83,9 +104,10 @@ private:
 };
 
 // The main function of a bench: the usual options of Google Benchmark, repetitions in mixed order (so that a
-// busy moment of the machine does not hit one side alone), then the ratios. They run with Qt's application
-// object, which the calibration's widgets need, and no display. Returns the exit status.
-inline int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
+// busy moment of the machine does not hit one side alone), then the ratios and the shares. They run with Qt's
+// application object, which the calibration's widgets need, and no display. Returns the exit status.
+inline int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
+                         const std::vector<Share>& shares = {}) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     std::string defaults[] = {"--benchmark_repetitions=7", "--benchmark_min_time=0.2",
@@ -103,6 +125,7 @@ inline int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios
     if (benchmark::RunSpecifiedBenchmarks(&reporter) == 0)
         return 1;
     reporter.printRatios(ratios);
+    reporter.printShares(shares);
     return 0;
 }
 

@@ -27,7 +27,9 @@ PARTS = (
      "precision puts them. `bench/MappingBench.cpp`"),
     ("growth", "Growth", "What one operation costs when there is more of everything, and what the first row of its kind costs. "
      "`bench/GrowthBench.cpp`"),
-    ("camera", "Pictures of a webcam", "What the camera of the webcam program makes of one frame. `bench/CameraBench.cpp`"),
+    ("camera", "Pictures of a webcam", "What the webcam program makes of one picture. The shares of a core are the processor's time "
+     "for a picture, from its JPEG to what the unit sees, taken 60 times; what the kernel and the camera's driver need for it is in "
+     "none of them. `bench/CameraBench.cpp`, `bench/FinderBench.cpp`"),
     ("load", "Under load", "For each processor two programs that compute and one that writes to the disk. A pass is due each "
      "16.8 ms; the strokes are the demo's. The X server and the window have no priority, and are late themselves. "
      "`bench/PassPeriodBench.cpp`, `tools/measure/mainDemo.cpp`"),
