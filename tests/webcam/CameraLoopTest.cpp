@@ -58,6 +58,8 @@ protected:
         camera.answer = [this](unsigned long code, void*) {
             camera.gone = pulled;
             streamed = streamed || code == VIDIOC_STREAMON;
+            if (code == VIDIOC_STREAMON || code == VIDIOC_STREAMOFF)
+                streams = code == VIDIOC_STREAMON;
             return std::optional<int>();
         };
         plugCameraIn();
@@ -140,7 +142,7 @@ protected:
     PulledVideo video{camera};
     std::atomic<bool>& pulled = video.pulled;
     std::atomic<bool> silent{false};
-    std::atomic<bool> streamed{false};
+    std::atomic<bool> streamed{false}, streams{false};
     XdgDataFiles files{folder.file("data"), ""};
     const ControlsFile controls{files, folder.file("data")};
     const CameraMemory memory{files, folder.file("data")};
@@ -178,12 +180,15 @@ TEST_F(CameraLoopTest, ACameraThatIsNotWantedTakesNoPicture) {
 TEST_F(CameraLoopTest, TheUserSwitchesItOffAndOn) {
     loop.start(true);
     ASSERT_TRUE(unitComes(true));
+    EXPECT_TRUE(streams);
     loop.switchOn(false);
     EXPECT_TRUE(comesTo(CameraState::off));
     EXPECT_TRUE(unitComes(false));
+    EXPECT_FALSE(streams) << "not behind its unit";
     EXPECT_FALSE(loop.switchedOn());
     loop.switchOn(true);
     EXPECT_TRUE(unitComes(true));
+    EXPECT_TRUE(streams);
     loop.switchOn(false);
     ASSERT_TRUE(comesTo(CameraState::off));
     loop.end();
