@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -78,6 +79,24 @@ void describe(const fs::path& entry, CameraInfo& camera) {
     camera.identity = identityOf(identity.empty() ? entry.filename().string() : identity);
 }
 
+// The port of a camera on USB; of others the node, for want of a better.
+std::string placeOf(const fs::path& entry) {
+    std::error_code error;
+    const fs::path usb = usbDeviceOf(fs::canonical(entry / "device", error));
+    return (usb.empty() ? entry : usb).filename().string();
+}
+
+// Cheap cameras have their serial number in common. Each of these is where it is, so that none gets what
+// belongs to another when they come in another order.
+void tellApart(std::vector<CameraInfo>& cameras, const std::vector<std::string>& places) {
+    std::map<std::string, int> count;
+    for (const CameraInfo& camera : cameras)
+        ++count[camera.identity];
+    for (std::size_t i = 0; i < cameras.size(); ++i)
+        if (std::string& identity = cameras[i].identity; count[identity] > 1)
+            identity = identityOf(std::string(identity).append("-at-").append(places[i]));
+}
+
 // Opens the node and asks; false when it is no camera.
 bool ask(VideoDevices& devices, CameraInfo& camera) {
     const OpenedVideo opened = devices.open(camera.node);
@@ -138,17 +157,17 @@ std::vector<CameraInfo> listCameras(VideoDevices& devices, const VideoFolders& f
             entries.emplace_back(*number, entry->path());
     std::sort(entries.begin(), entries.end());
     std::vector<CameraInfo> cameras;
+    std::vector<std::string> places; // of these
     for (const auto& [number, entry] : entries) {
         CameraInfo camera;
         camera.node = folders.nodes + "/" + entry.filename().string();
         describe(entry, camera);
-        // Cheap cameras have their serial number in common.
-        const auto same = [&](const CameraInfo& other) { return other.identity == camera.identity; };
-        if (std::any_of(cameras.begin(), cameras.end(), same))
-            camera.identity = identityOf(camera.identity + "-" + entry.filename().string());
-        if (ask(devices, camera) && !standsForAnother(camera, entry))
-            cameras.push_back(std::move(camera));
+        if (!ask(devices, camera) || standsForAnother(camera, entry))
+            continue;
+        cameras.push_back(std::move(camera));
+        places.push_back(placeOf(entry));
     }
+    tellApart(cameras, places);
     return cameras;
 }
 

@@ -21,9 +21,9 @@ struct VideoFolders {
 struct CameraInfo {
     std::string node; // as "/dev/video0"
     std::string name; // what it calls itself, for people
-    // The same for this camera whenever it is plugged in: maker, product and serial number, else where it is
-    // plugged in. Letters, digits, ".", "-" and "_", so it can be a part of a file's name. Not for others to
-    // see.
+    // The same for this camera whenever it is plugged in: maker, product and serial number; also where it is
+    // plugged in, when it has no such number or another camera has the same. Letters, digits, ".", "-" and
+    // "_", so it can be a part of a file's name. Not for others to see.
     std::string identity;
     std::string usb;               // maker and product as "046d:0825"; empty when it is not on USB
     std::string driver;            // the kernel's driver of it; empty when it could not be opened

@@ -101,24 +101,34 @@ TEST_F(CameraListTest, TheCamerasOfOneDeviceAreToldApart) {
 }
 
 TEST_F(CameraListTest, CamerasWithTheSameSerialNumberAreToldApart) {
-    FakeCamera third(stage_.clock);
     for (const std::string& serial : {std::string("0"), std::string(126, '7')}) {
-        fs::remove_all(folders_.system);
-        stage_.video.nodes.clear();
-        add("video0", slow_, {.port = "1-2" + serial.substr(0, 1), .serial = serial});
-        add("video2", fast_, {.port = "1-4" + serial.substr(0, 1), .serial = serial});
-        add("video12", third, {.port = "1-5" + serial.substr(0, 1), .serial = serial});
-        const auto cameras = list();
-        ASSERT_THAT(cameras, SizeIs(3));
+        // In the order in which they are plugged in.
+        const auto plug = [&](const std::string& first, const std::string& second) {
+            fs::remove_all(folders_.system);
+            stage_.video.nodes.clear();
+            add("video0", slow_, {.port = first, .serial = serial});
+            add("video2", slow_, {.port = second, .serial = serial});
+            return list();
+        };
+        const auto cameras = plug("1-2", "1-4");
+        ASSERT_THAT(cameras, SizeIs(2));
         for (const CameraInfo& camera : cameras) {
             ASSERT_TRUE(stage_.controls.left(camera.identity).empty()) << camera.identity;
             ASSERT_TRUE(stage_.controls.keep(camera.identity, {{V4L2_CID_GAIN, camera.node.back()}}));
         }
-        const auto again = list();
-        for (const CameraInfo& camera : again)
-            EXPECT_THAT(stage_.controls.left(camera.identity),
-                        testing::ElementsAre(ControlValue{V4L2_CID_GAIN, camera.node.back()}));
+        const auto again = plug("1-4", "1-2");
+        ASSERT_THAT(again, SizeIs(2));
+        EXPECT_EQ(stage_.controls.left(again[0].identity).at(0).value, '2');
+        EXPECT_EQ(stage_.controls.left(again[1].identity).at(0).value, '0');
     }
+}
+
+TEST_F(CameraListTest, ACameraWhoseSerialNumberAnotherHasIsWhereItIs) {
+    add("video0", slow_, {});
+    EXPECT_EQ(list().at(0).identity, "046d_0825-ABC123");
+    add("video2", fast_, {.port = "1-4"});
+    EXPECT_EQ(list().at(0).identity, "046d_0825-ABC123-at-1-2");
+    EXPECT_EQ(list().at(1).identity, "046d_0825-ABC123-at-1-4");
 }
 
 TEST_F(CameraListTest, AnIdentityCanBeAPartOfAFilesName) {
