@@ -59,6 +59,15 @@ protected:
         stage_.video.nodes["/dev/" + name] = &camera;
     }
     std::vector<CameraInfo> list() { return listCameras(stage_.video, folders_); }
+    // Two cameras of one kind with the same serial number, in the order in which they come: video0 and
+    // video2.
+    std::vector<CameraInfo> plugTwo(const std::string& serial, const std::string& first,
+                                    const std::string& second) {
+        fs::remove_all(folders_.system);
+        add("video0", slow_, {.port = first, .serial = serial});
+        add("video2", slow_, {.port = second, .serial = serial});
+        return list();
+    }
 
     CameraStage stage_;
     FakeCamera& slow_ = stage_.camera;
@@ -102,24 +111,11 @@ TEST_F(CameraListTest, TheCamerasOfOneDeviceAreToldApart) {
 
 TEST_F(CameraListTest, CamerasWithTheSameSerialNumberAreToldApart) {
     for (const std::string& serial : {std::string("0"), std::string(126, '7')}) {
-        // In the order in which they are plugged in.
-        const auto plug = [&](const std::string& first, const std::string& second) {
-            fs::remove_all(folders_.system);
-            stage_.video.nodes.clear();
-            add("video0", slow_, {.port = first, .serial = serial});
-            add("video2", slow_, {.port = second, .serial = serial});
-            return list();
-        };
-        const auto cameras = plug("1-2", "1-4");
-        ASSERT_THAT(cameras, SizeIs(2));
-        for (const CameraInfo& camera : cameras) {
-            ASSERT_TRUE(stage_.controls.left(camera.identity).empty()) << camera.identity;
-            ASSERT_TRUE(stage_.controls.keep(camera.identity, {{V4L2_CID_GAIN, camera.node.back()}}));
-        }
-        const auto again = plug("1-4", "1-2");
-        ASSERT_THAT(again, SizeIs(2));
-        EXPECT_EQ(stage_.controls.left(again[0].identity).at(0).value, '2');
-        EXPECT_EQ(stage_.controls.left(again[1].identity).at(0).value, '0');
+        for (const CameraInfo& camera : plugTwo(serial, "1-2", "1-4"))
+            stage_.controls.keep(camera.identity, {{V4L2_CID_GAIN, camera.node.back()}});
+        const auto exchanged = plugTwo(serial, "1-4", "1-2");
+        EXPECT_EQ(stage_.controls.left(exchanged.at(0).identity).at(0).value, '2');
+        EXPECT_EQ(stage_.controls.left(exchanged.at(1).identity).at(0).value, '0');
     }
 }
 
