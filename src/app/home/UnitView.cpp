@@ -41,6 +41,7 @@ UnitView::UnitView(Unit unit, QWidget* parent) : QWidget(parent), unit_(std::mov
 void UnitView::setTexts(const HomeTexts& text) {
     text_ = text;
     picture_.setAccessibleName(text("Camera picture"));
+    picture_.setWaitingText(text("No picture yet"));
     take_.setText(text("Take a picture"));
     showWords();
 }

@@ -60,6 +60,12 @@ TEST_F(UnitViewTest, OnlyTheUserAsksForAPicture) {
     EXPECT_TRUE(take().isEnabled());
 }
 
+TEST_F(UnitViewTest, IsNotMerelyBlackBeforeTheFirstPicture) {
+    const QImage words = picture().grab().toImage();
+    picture().setWaitingText({});
+    EXPECT_NE(picture().grab().toImage(), words);
+}
+
 TEST_F(UnitViewTest, TheStoredCornersGoAround) {
     EXPECT_EQ(words(), "The camera unit holds no calibration.");
     EXPECT_EQ(picture().outline(), std::nullopt);
