@@ -21,6 +21,9 @@ constexpr Switch kSwitches[] = {{"--help", &ProgramOptions::help},
                                 {"--list", &ProgramOptions::list}};
 constexpr std::string_view kWithValue[] = {"--log", "--screen", "--device", "--action", kSessionOption};
 
+constexpr std::string_view kActions[] = {"show", "calibrate", "settings", "help"};
+constexpr const char* kActionProblem = "--action takes show, calibrate, settings or help.";
+
 // What is wrong with the option's value; empty when nothing is.
 std::string takeValue(ProgramOptions& options, std::string_view name, std::string_view value) {
     if (name == kSessionOption) {
@@ -29,7 +32,7 @@ std::string takeValue(ProgramOptions& options, std::string_view name, std::strin
     }
     if (name == "--action") {
         options.action = value;
-        return value.empty() ? "--action takes the name of an action." : "";
+        return std::ranges::find(kActions, value) != std::end(kActions) ? "" : kActionProblem;
     }
     if (name == "--screen") {
         options.screen = value;

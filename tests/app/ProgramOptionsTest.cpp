@@ -29,7 +29,8 @@ TEST_F(ProgramOptionsTest, EachIsTaken) {
     EXPECT_EQ(read({"--log", "none"})->log, LogChoice::none);
     EXPECT_EQ(read({"--log", "file", "--log", "none"})->log, LogChoice::none);
     EXPECT_EQ(read({"--screen", "HDMI-1"})->screen, "HDMI-1");
-    EXPECT_EQ(read({"--action", "calibrate"})->action, "calibrate");
+    for (const char* action : {"show", "calibrate", "settings", "help"})
+        EXPECT_EQ(read({"--action", action})->action, action);
     const auto both = read({"--help", "--log", "none"});
     ASSERT_TRUE(both);
     EXPECT_TRUE(both->help);
@@ -63,8 +64,10 @@ TEST_F(ProgramOptionsTest, WhatCannotBeUnderstoodIsNamed) {
     EXPECT_EQ(problem, "--screen needs a value.");
     EXPECT_FALSE(read({"--screen", ""}));
     EXPECT_EQ(problem, "--screen takes the name of a screen.");
-    EXPECT_FALSE(read({"--action", ""}));
-    EXPECT_EQ(problem, "--action takes the name of an action.");
+    for (const char* value : {"", "Show", "quit", "--list"}) {
+        EXPECT_FALSE(read({"--action", value})) << value;
+        EXPECT_EQ(problem, "--action takes show, calibrate, settings or help.");
+    }
     for (const char* value : {"", "1209", "1209:00001", "12g9:1", "0x1209:0001"}) {
         EXPECT_FALSE(read({"--device", value})) << value;
         EXPECT_EQ(problem, kDeviceProblem);
