@@ -39,8 +39,8 @@ inline constexpr const char* kProgramUsage =
     "  --device VID:PID\n"
     "                  takes USB devices of this identifier (hexadecimal numbers) for camera units too;\n"
     "                  may be given more than once\n"
-    "  --list          which units, ways to the pointer and screens there are, and which would be used;\n"
-    "                  starts nothing\n"
+    "  --list          which units, ways to the pointer and screens there are, which would be used, and why\n"
+    "                  others would not; starts nothing\n"
     "  --version       the program's version\n"
     "  --action NAME   what to do at once: show (the window), calibrate, settings or help\n"
     "  --help          this text\n";

@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 
 #include "linux_desktop/files/XdgDefaults.h"
+#include "linux_desktop/hid/PermissionCommand.h"
 #include "linux_desktop/hid/UdevMonitor.h"
 #include "linux_desktop/process/QtApplicationSetup.h"
 #include "platform/FileDescriptor.h"
@@ -82,10 +83,14 @@ std::string listOfUnits(const std::vector<HidNode>& nodes, const std::vector<Usb
         std::string& text = units[node.device.path];
         if (text.empty())
             text = "  " + nameOfUnit(node.device) + '\n';
-        std::string what = problemOf(node, accessError(node.devnode));
+        const int error = accessError(node.devnode);
+        std::string what = problemOf(node, error);
         if (what.empty())
             what = std::exchange(used, true) ? "could be used; one unit is used at a time" : kWouldBeUsed;
         text += "    " + node.devnode + ": " + what + '\n';
+        if (error == EACCES && isPenNode(node))
+            text += "      This command gives you the permission:\n      " +
+                    commandForPermission({node.device.vendorID, node.device.productID}) + '\n';
     }
     std::string all = "Camera units\n";
     for (const auto& [path, text] : units)
@@ -116,6 +121,8 @@ std::string listOfScreens(const std::vector<Screen>& screens, const std::string&
         if (std::exchange(first, false))
             all += std::string("; ") + kWouldBeUsed + ": it is the " +
                    (named ? "one that was asked for" : "desktop's primary one");
+        else if (!screen.name.empty())
+            all += "; --screen " + screen.name + " would choose it";
         all += '\n';
         found = found || named;
     }
