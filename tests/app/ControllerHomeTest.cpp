@@ -353,6 +353,15 @@ TEST_F(ControllerHomeTest, ADistanceIsSentAndStoredAsFromTheMenu) {
     EXPECT_EQ(widget<QComboBox>("distanceChoice").currentText(), "Distance3");
 }
 
+// It would be sent to nobody.
+TEST_F(ControllerHomeTest, ADistanceIsNotChosenWithoutAUnit) {
+    start();
+    controller->showHome();
+    EXPECT_FALSE(widget("distanceChoice").isEnabled());
+    controller->deviceDidAddCallback(*driver);
+    EXPECT_TRUE(widget("distanceChoice").isEnabled());
+}
+
 TEST_F(ControllerHomeTest, TheScreenIsChosenFromThoseThatAreThere) {
     desk.desktop.name = "eDP-1";
     desk.desktop.others = {{"HDMI-1", {{1920, 0}, {1024, 768}}}};

@@ -47,7 +47,7 @@ void Home::setContent(const Content& content) {
     unit_->unitDidChange();
     if (camera_ && content.facts.camera)
         camera_->setState(*content.facts.camera, content.texts);
-    settings_->showSettings(content.languages, content.texts);
+    settings_->showSettings(content.languages, content.texts, content.possible.byTouching);
     help_->setFacts(QString::fromUtf8(kProgramVersion), QString::fromStdString(content.facts.logFile));
     help_->setTexts(content.texts);
     window_.setState(content.picture, content.state, content.command);

@@ -142,9 +142,10 @@ void SettingsPage::store(std::string_view key, const QVariant& value) {
     deeds_.changed(key);
 }
 
-void SettingsPage::showSettings(const Languages& languages, const HomeTexts& texts) {
+void SettingsPage::showSettings(const Languages& languages, const HomeTexts& texts, bool unitIsThere) {
     showScreens(texts);
     showDistances(texts);
+    distance_->setEnabled(unitIsThere);
     showLanguages(languages, texts);
     for (const Switch& each : switches_) {
         each.box->setText(texts(each.text));

@@ -39,8 +39,9 @@ public:
 
     explicit SettingsPage(Deeds deeds, QWidget* parent = nullptr);
 
-    // Shows what is stored now, with the screens that are there.
-    void showSettings(const Languages& languages, const HomeTexts& texts);
+    // Shows what is stored now, with the screens that are there. A distance is sent to the unit, so that none
+    // can be chosen while there is no unit.
+    void showSettings(const Languages& languages, const HomeTexts& texts, bool unitIsThere);
 
 private:
     struct Switch {
