@@ -133,5 +133,35 @@ TEST_F(UnitProtocolHostTest, AGapInATouch) {
     EXPECT_GT(presses(), 3);
 }
 
+// What the first part says of the host.
+struct UnitProtocolHostDetailTest : UnitProtocolHostTest {
+    void plugInCalibrated() {
+        calibrate(camera);
+        start();
+        plugIn(camera);
+    }
+};
+
+TEST_F(UnitProtocolHostDetailTest, AUnitWithoutIdleReportsIsNotHeard) {
+    camera.behaviour()->idleReports = false;
+    plugInCalibrated();
+    EXPECT_FALSE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(UnitProtocolHostDetailTest, AUnitThatIsThereFirstIsHeardWithoutThem) {
+    camera.behaviour()->idleReports = false;
+    calibrate(camera);
+    camera.plug();
+    start();
+    EXPECT_TRUE(touchWorks(camera, {301, 622}));
+}
+
+TEST_F(UnitProtocolHostDetailTest, AUnitWhoseIdleReportsLeaveNoLookEmptyIsNotHeard) {
+    camera.behaviour()->idleSlowly = false;
+    camera.behaviour()->idleEnds = false;
+    plugInCalibrated();
+    EXPECT_FALSE(touchWorks(camera, {301, 622}));
+}
+
 } // namespace
 } // namespace lightpen
