@@ -186,7 +186,7 @@ DebugWindow& LightPenNX7Controller::madeDebugWindow() {
 void LightPenNX7Controller::titlePreviewWindow() {
     if (!window)
         return;
-    previewMessage->setText(displayText(kStrayLightMessage));
+    previewMessage->setText(displayText(PenCondition::kStrayLightMessage));
     previewExitButton->setText(displayText("Exit"));
     previewDetectAgainButton->setText(displayText("Detect again!"));
     window->setWindowTitle(displayText("Camera picture"));

@@ -89,9 +89,8 @@ void LightPenNX7Controller::updateHome() {
     if (!home_ || !home_->home || !home_->home->window().isVisible())
         return;
     Home::Content content;
-    content.picture = conditionPicture();
-    content.state = conditionWords(QStringLiteral("\n"));
-    content.command = QString::fromStdString(condition_.detail());
+    content.state = {conditionPicture(), conditionWords(QStringLiteral("\n")), conditionAdvice(),
+                     QString::fromStdString(condition_.detail())};
     content.possible = {.byTouching = deviceConnected_,
                         .automatically = deviceConnected_ && home_->facts.cameraSeesScreen,
                         .undo = deviceConnected_ && home_->before,
@@ -112,6 +111,14 @@ QString LightPenNX7Controller::conditionWords(const QString& between) {
         return words;
     const QString ofCamera = displayText(camera->state());
     return condition_.state() == PenCondition::State::noUnit ? ofCamera : words + between + ofCamera;
+}
+
+// Nothing is plugged in for the program's own camera.
+QString LightPenNX7Controller::conditionAdvice() {
+    const PenCondition::State state = condition_.state();
+    if (state == PenCondition::State::noUnit && homeParts().facts.camera)
+        return {};
+    return displayText(PenCondition::adviceKey(state));
 }
 
 // Those of the item for what is as it may be, the desktop's own sign for what is to be mended.

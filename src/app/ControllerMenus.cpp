@@ -112,7 +112,7 @@ std::optional<std::string> LightPenNX7Controller::languageKeyOf(const std::strin
 }
 
 void LightPenNX7Controller::constructPreviewWindow() {
-    logLine("Light n:310 %s", textOrNull(displayText(kStrayLightMessage)).c_str());
+    logLine("Light n:310 %s", textOrNull(displayText(PenCondition::kStrayLightMessage)).c_str());
     titlePreviewWindow();
     titleDebugWindow();
 }

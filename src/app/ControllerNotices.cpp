@@ -161,13 +161,11 @@ void LightPenNX7Controller::tellOfUnit() {
     const State state = condition_.state();
     const bool isNew = isNewUnit();
     if (state == State::notCalibrated)
-        tellOnce(PenCondition::textKey(state),
-                 {.text = text("Touch the targets once, and the pen moves the pointer."),
-                  .actions = {offerToCalibrate(kCalibrationKey)}});
+        tellOnce(PenCondition::textKey(state), {.text = text(PenCondition::adviceKey(state)),
+                                                .actions = {offerToCalibrate(kCalibrationKey)}});
     else if (state == State::calibrationDoesNotFit)
-        tellOnce(PenCondition::textKey(state),
-                 {.text = text("The screen had another shape when the pen was calibrated."),
-                  .actions = {offerToCalibrate(kCalibrateAgainKey)}});
+        tellOnce(PenCondition::textKey(state), {.text = text(PenCondition::adviceKey(state)),
+                                                .actions = {offerToCalibrate(kCalibrateAgainKey)}});
     else if (isNew)
         tellOnce(PenCondition::textKey(state),
                  {.text = text("The camera unit holds a calibration. If the pen misses its place, calibrate "
@@ -183,7 +181,7 @@ void LightPenNX7Controller::tellOfPermission() {
         return;
     const std::string command = condition_.detail();
     tellOnce(PenCondition::textKey(State::noPermission),
-             {.text = text("Run this command in a terminal:") + '\n' + command,
+             {.text = text(PenCondition::adviceKey(State::noPermission)) + '\n' + command,
               .actions = {noticeAction("Copy the command", [command](auto& self) {
                   QGuiApplication::clipboard()->setText(QString::fromStdString(command));
                   if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
@@ -193,10 +191,11 @@ void LightPenNX7Controller::tellOfPermission() {
 
 void LightPenNX7Controller::tellOfStrayLight() {
     tellOnce(PenCondition::textKey(State::strayLight),
-             {.text = text(kStrayLightMessage), .actions = {noticeAction("Camera picture", [](auto& self) {
-                                                    if (self.condition_.state() == State::strayLight)
-                                                        self.showPreviewWindow(true);
-                                                })}});
+             {.text = text(PenCondition::adviceKey(State::strayLight)),
+              .actions = {noticeAction("Camera picture", [](auto& self) {
+                  if (self.condition_.state() == State::strayLight)
+                      self.showPreviewWindow(true);
+              })}});
 }
 
 void LightPenNX7Controller::watchForPanel() {

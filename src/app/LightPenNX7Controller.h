@@ -139,9 +139,6 @@ private:
     static constexpr std::string_view kCancelKey = "Cancel the calibration";
     static constexpr std::string_view kCalibrationKey = "Calibration";
     static constexpr std::string_view kCalibrateAgainKey = "Calibrate again";
-    static constexpr std::string_view kStrayLightMessage =
-        "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
-        "doesn't close properly. Please open the sliding door, then confirm the detection range.";
     using NoticeOperation = std::function<void(LightPenNX7Controller&)>;
     using ItemOperation = std::function<void(LightPenNX7Controller&, QAction&)>;
 
@@ -179,6 +176,7 @@ private:
     void updateHome();
     QIcon conditionPicture();
     QString conditionWords(const QString& between);
+    QString conditionAdvice();
     void keepCalibrationBefore(const PointListRef& points);
     void forgetUnitBefore();
     void undoCalibration();

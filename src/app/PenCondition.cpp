@@ -39,6 +39,26 @@ std::string_view PenCondition::textKey(State state) {
     return {};
 }
 
+std::string_view PenCondition::adviceKey(State state) {
+    switch (state) {
+    case State::ready:
+        break;
+    case State::noUnit:
+        return "Plug the camera unit in. If it is, try another port.";
+    case State::noPermission:
+        return "Run this command in a terminal:";
+    case State::strayLight:
+        return kStrayLightMessage;
+    case State::otherSession:
+        return "The pen works again when your session is the one that is shown.";
+    case State::notCalibrated:
+        return "Touch the targets once, and the pen moves the pointer.";
+    case State::calibrationDoesNotFit:
+        return "The screen had another shape when the pen was calibrated.";
+    }
+    return {};
+}
+
 const std::string& PenCondition::detail() const {
     static const std::string none;
     return state() == State::noPermission ? facts_.permissionCommand : none;

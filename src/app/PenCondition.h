@@ -35,9 +35,16 @@ public:
         friend bool operator==(const Facts&, const Facts&) = default;
     };
 
+    // What is said of stray light, also by the window with the camera's picture.
+    static constexpr std::string_view kStrayLightMessage =
+        "Strong lighting in the environment may cause light pen to stop functioning normally or sliding door "
+        "doesn't close properly. Please open the sliding door, then confirm the detection range.";
+
     static State stateOf(const Facts& facts);
     // What is to be said of a state in one line: a key of the string tables.
     static std::string_view textKey(State state);
+    // What to do about it, or what it means: such a key too; empty where nothing is to be said.
+    static std::string_view adviceKey(State state);
 
     State state() const { return stateOf(facts_); }
     const Facts& facts() const { return facts_; }

@@ -134,10 +134,12 @@ TEST_F(ControllerHomeTest, SaysWhatIsSoAndWhatMendsIt) {
     start();
     controller->showHome();
     EXPECT_EQ(widget<QLabel>("stateText").text(), "No camera unit");
+    EXPECT_EQ(widget<QLabel>("stateAdvice").text(), "Plug the camera unit in. If it is, try another port.");
     EXPECT_FALSE(widget("stateCommand").isVisible());
     desk.unitAccess.permissionCommand = "sudo mend it";
     desk.notifications.post({std::string(kUnitAccessDidChange)});
     EXPECT_EQ(widget<QLabel>("stateText").text(), "No permission to use the camera unit");
+    EXPECT_EQ(widget<QLabel>("stateAdvice").text(), "Run this command in a terminal:");
     button("stateCopy").click();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "sudo mend it");
     desk.unitAccess.permissionCommand = "";
@@ -145,6 +147,7 @@ TEST_F(ControllerHomeTest, SaysWhatIsSoAndWhatMendsIt) {
     controller->statMenu(*driver);
     controller->deviceDidAddCallback(*driver);
     EXPECT_EQ(widget<QLabel>("stateText").text(), "The pen is ready");
+    EXPECT_FALSE(widget("stateAdvice").isVisible());
     EXPECT_FALSE(button("stateCopy").isVisible());
 }
 

@@ -97,5 +97,15 @@ TEST_F(PenConditionTest, EachStateHasWordsOfItsOwnInTheTables) {
     EXPECT_EQ(words.size(), std::size(kStates));
 }
 
+TEST_F(PenConditionTest, WhateverIsNotAsItShouldBeHasAnAdviceInTheTables) {
+    std::set<std::string_view> advice;
+    for (const State state : kStates)
+        advice.insert(PenCondition::adviceKey(state));
+    EXPECT_EQ(PenCondition::adviceKey(State::ready), "");
+    EXPECT_EQ(advice.erase(""), 1U);
+    EXPECT_EQ(advice.size(), std::size(kStates) - 1);
+    EXPECT_THAT(tableKeys(), testing::IsSupersetOf(advice));
+}
+
 } // namespace
 } // namespace lightpen

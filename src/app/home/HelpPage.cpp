@@ -3,17 +3,16 @@
 
 #include <utility>
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/home/CopyButton.h"
 #include "app/home/PlainLabel.h"
 
 namespace lightpen {
 
-HelpPage::HelpPage(std::function<void()> openHelp, std::function<QString()> report, QWidget* parent)
-    : QWidget(parent), open_(new QPushButton), copy_(new QPushButton), copyWords_(new QLabel),
+HelpPage::HelpPage(std::function<void()> openHelp, const std::function<QString()>& report, QWidget* parent)
+    : QWidget(parent), open_(new QPushButton), copy_(new CopyButton(report)), copyWords_(new QLabel),
       versionLabel_(new QLabel), logLabel_(new QLabel) {
     open_->setObjectName("openHelp");
     copy_->setObjectName("copyReport");
@@ -34,9 +33,6 @@ HelpPage::HelpPage(std::function<void()> openHelp, std::function<QString()> repo
     copy_->setVisible(report != nullptr);
     copyWords_->setVisible(report != nullptr);
     connect(open_, &QPushButton::clicked, this, std::move(openHelp));
-    if (report)
-        connect(copy_, &QPushButton::clicked, this,
-                [report = std::move(report)] { QGuiApplication::clipboard()->setText(report()); });
 }
 
 void HelpPage::setFacts(const QString& version, const QString& logFile) {
@@ -46,7 +42,7 @@ void HelpPage::setFacts(const QString& version, const QString& logFile) {
 
 void HelpPage::setTexts(const HomeTexts& texts) {
     open_->setText(texts("Open the help"));
-    copy_->setText(texts("Copy a report for help"));
+    copy_->setWords(texts("Copy a report for help"), texts("Copied"));
     copyWords_->setText(
         texts("It holds versions, screens, what the unit says of itself and the last lines of "
               "the log, but not where the pen has touched."));

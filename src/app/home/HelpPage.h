@@ -12,12 +12,15 @@ class QPushButton;
 
 namespace lightpen {
 
+class CopyButton;
+
 // Where help is: the document, the version, the log, and a report for somebody who helps. Main thread.
 class HelpPage final : public QWidget {
 public:
     // The first is called when the user wants the document, the second returns the report; without one
     // there is no button for it.
-    HelpPage(std::function<void()> openHelp, std::function<QString()> report, QWidget* parent = nullptr);
+    HelpPage(std::function<void()> openHelp, const std::function<QString()>& report,
+             QWidget* parent = nullptr);
 
     // The path is empty where the log goes to no file.
     void setFacts(const QString& version, const QString& logFile);
@@ -25,7 +28,7 @@ public:
 
 private:
     QPushButton* const open_;
-    QPushButton* const copy_;
+    CopyButton* const copy_;
     QLabel* const copyWords_;
     QLabel* const versionLabel_;
     QLabel* const logLabel_;

@@ -3,7 +3,6 @@
 
 #include <utility>
 
-#include <QIcon>
 #include <QVBoxLayout>
 
 #include "app/ProgramVersion.h"
@@ -20,7 +19,7 @@ Home::Home(Deeds deeds)
       penTrial_(new PenTrialView), unit_(new UnitView(std::move(deeds.unit))),
       camera_(deeds.switchCamera ? new CameraSwitch(std::move(deeds.switchCamera)) : nullptr),
       settings_(new SettingsPage(std::move(deeds.settings))),
-      help_(new HelpPage(std::move(deeds.openHelp), std::move(deeds.report))) {
+      help_(new HelpPage(std::move(deeds.openHelp), deeds.report)) {
     window_.addPage(std::string(kCalibrationPage), calibration_);
     window_.addPage(std::string(kPenTrialPage), penTrial_);
     window_.addPage(std::string(kUnitPage), camera_ ? unitPage() : unit_);
@@ -50,7 +49,7 @@ void Home::setContent(const Content& content) {
     settings_->showSettings(content.languages, content.texts, content.possible.byTouching);
     help_->setFacts(QString::fromUtf8(kProgramVersion), QString::fromStdString(content.facts.logFile));
     help_->setTexts(content.texts);
-    window_.setState(content.picture, content.state, content.command);
+    window_.setState(content.state);
     window_.setTexts(content.texts);
 }
 

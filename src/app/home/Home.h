@@ -9,6 +9,7 @@
 #include "app/home/HomeWindow.h"
 #include "app/home/ProgramFacts.h"
 #include "app/home/SettingsPage.h"
+#include "app/home/StateLine.h"
 #include "app/home/UnitView.h"
 
 namespace lightpen {
@@ -32,9 +33,7 @@ public:
     };
     // What is shown.
     struct Content {
-        QIcon picture;
-        QString state;
-        QString command; // see HomeWindow::setState
+        ShownState state;
         CalibrationPage::Possible possible;
         SettingsPage::Languages languages;
         HomeTexts texts;

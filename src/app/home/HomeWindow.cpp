@@ -91,8 +91,8 @@ void HomeWindow::turnPage(int step) {
     titles_->setCurrentRow(std::clamp(titles_->currentRow() + step, 0, titles_->count() - 1));
 }
 
-void HomeWindow::setState(const QIcon& picture, const QString& text, const QString& command) {
-    state_->setState(picture, text, command);
+void HomeWindow::setState(const ShownState& state) {
+    state_->setState(state);
     fitStateLine();
 }
 

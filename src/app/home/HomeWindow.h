@@ -8,13 +8,13 @@
 
 #include "app/home/HomeTexts.h"
 
-class QIcon;
 class QListWidget;
 class QStackedWidget;
 
 namespace lightpen {
 
 class StateLine;
+struct ShownState;
 
 // The application's window: a line that says what is so with the pen, and below it pages of which one is
 // shown. Everything in it can be reached by the keyboard; Escape closes it, and it is only hidden then. Main
@@ -30,8 +30,8 @@ public:
     void addPage(std::string titleKey, QWidget* page);
     // Shows the page of this title; without one the present page stays.
     void showPage(std::string_view titleKey);
-    // The picture, the words, and a command for a terminal that makes it good (empty for none).
-    void setState(const QIcon& picture, const QString& text, const QString& command);
+    // Says what is so with the pen, above all pages.
+    void setState(const ShownState& state);
     // Gives the frame its texts; the pages have got theirs already.
     void setTexts(const HomeTexts& texts);
     // Shows the window before others, with the keyboard where the desktop lets it.

@@ -47,6 +47,7 @@ TEST_F(CameraSwitchTest, ItemAndWindowSayWhetherTheCameraLooks) {
     controller->showHome();
     EXPECT_EQ(toolTip(), "LightPenNX7 \u2013 The camera is looking");
     EXPECT_EQ(stateText(), "The camera is looking");
+    EXPECT_FALSE(widget("stateAdvice").isVisible()) << "there is nothing to plug in";
     change("Another program uses the camera");
     EXPECT_EQ(toolTip(), "LightPenNX7 \u2013 Another program uses the camera");
     EXPECT_EQ(stateText(), "Another program uses the camera");

@@ -24,6 +24,7 @@
 #include <QScrollArea>
 #include <QStyle>
 
+#include "app/PenCondition.h"
 #include "app/home/Home.h"
 #include "kit/TestPlatform.h"
 #include "kit/linux/TestMain.h"
@@ -97,11 +98,13 @@ protected:
         window().bringToFront();
         const StringTable table = shippedTable(language);
         Home::Content content;
-        content.picture = window().style()->standardIcon(QStyle::SP_MessageBoxWarning);
         content.texts = [table](std::string_view key) { return QString::fromStdString(textOf(table, key)); };
-        content.state = content.texts("Three of the places that you touched are close to one line. The pen "
-                                      "may miss its place.");
-        content.command = QString::fromStdString(commandForPermission({kUnitVendorID, kUnitFirstProductID}));
+        content.state = {
+            window().style()->standardIcon(QStyle::SP_MessageBoxWarning),
+            content.texts("Three of the places that you touched are close to one line. The pen may miss its "
+                          "place."),
+            content.texts(PenCondition::kStrayLightMessage),
+            QString::fromStdString(commandForPermission({kUnitVendorID, kUnitFirstProductID}))};
         content.possible = {true, false, true, false};
         for (const Language& each : applicationLanguages())
             content.languages.emplace_back(each.key, each.identifier);
@@ -205,7 +208,7 @@ TEST_F(HomeOnScreenTest, ACutTextIsSeen) {
 
 TEST_F(HomeOnScreenTest, TheStateHasTheWholeLine) {
     show("German");
-    window().setState({}, "Der Stift ist bereit und wartet", "");
+    window().setState({.text = "Der Stift ist bereit und wartet"});
     settle();
     const auto& text = *window().findChild<QLabel*>("stateText");
     EXPECT_LT(text.heightForWidth(text.width()), 2 * text.fontMetrics().height());

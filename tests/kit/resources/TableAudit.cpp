@@ -205,6 +205,9 @@ std::vector<std::string> windowKeys() {
         "It holds versions, screens, what the unit says of itself and the last lines of the log, but not "
         "where the pen has touched.",
         "Copy",
+        "Copied",
+        "Plug the camera unit in. If it is, try another port.",
+        "The pen works again when your session is the one that is shown.",
         "The camera is looking",
         "The camera is looking, but its exposure cannot be set",
         "The camera is switched off",
