@@ -2,6 +2,7 @@
 #include "measure/ApplicationPictures.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "linux_desktop/process/ApplicationBus.h"
 #include "measure/Requirement.h"
 #include "measure/desktop/Patience.h"
+#include "unit/room/LetterFont.h"
 
 namespace lightpen {
 
@@ -41,7 +43,8 @@ constexpr LanguageName kPreviews[] = {{"en", "help/preview"},          {"zh-Hant
 constexpr LanguageName kHomes[] = {
     {"en", "window-english"}, {"zh-Hans", "window-chinese"}, {"de", "window-german"}};
 // The pages of the window.
-constexpr int kCalibrationPage = 0, kPenTrialPage = 1, kUnitPage = 2;
+constexpr int kCalibrationPage = 0, kPenTrialPage = 1, kUnitPage = 2, kSettingsPage = 3;
+constexpr double kLetterShare = 0.3; // of the window's height: a capital
 
 std::string displayName() {
     return qEnvironmentVariable("DISPLAY").toStdString();
@@ -73,6 +76,7 @@ void ApplicationPictures::take() {
         takeHome(identifier, name);
     takePenTrial();
     takeUnitView();
+    takeSettings();
 }
 
 template <class Condition>
@@ -259,6 +263,8 @@ void ApplicationPictures::takePenTrial() {
     });
     hideUnitWindow();
     openHome(kPenTrialPage);
+    write("Pen", placeOf(fresh().front()));
+    save(pictureOf(fresh()), "canvas");
     pressNext();
     const QRect whole = screen().rect();
     awaitThat("The crosses did not come.", [&] {
@@ -283,7 +289,6 @@ void ApplicationPictures::takeUnitView() {
     openHome(kUnitPage);
     const auto shown = fresh();
     const QImage without = pictureOf(shown);
-    windows_.pressKey(kTab); // the words, which can be selected
     pressNext();
     awaitThat("No picture came.", [&] {
         return program_.log().find("return image: <") != std::string::npos && pictureOf(shown) != without &&
@@ -291,6 +296,34 @@ void ApplicationPictures::takeUnitView() {
     });
     save(pictureOf(shown), "unit-view");
     end();
+}
+
+void ApplicationPictures::takeSettings() {
+    start(kPlugged, "");
+    awaitThat("The unit was not taken into use.", [this] { return program_.isIn("ready=yes"); });
+    hideUnitWindow();
+    openHome(kSettingsPage);
+    save(pictureOf(fresh()), "settings");
+    end();
+}
+
+// The word begins in the middle, since the list of the pages stands at the left.
+void ApplicationPictures::write(const std::string& word, const QRect& place) {
+    const double height = kLetterShare * place.height();
+    double left = place.center().x() - height / 2;
+    const double top = place.center().y() - height / 2;
+    for (const char letter : word) {
+        const Glyph glyph = glyphOf(letter);
+        for (const GlyphStroke& stroke : glyph.strokes) {
+            std::string command = "drag";
+            for (const GlyphPoint& point : stroke)
+                command += ' ' + std::to_string(std::lround(left + height * point.x)) + ' ' +
+                           std::to_string(std::lround(top + height * point.y));
+            require(program_.perform(command) && program_.perform("wait"), "The pen wrote nothing.");
+        }
+        left += height * glyph.advance;
+    }
+    comesToRest();
 }
 
 QImage ApplicationPictures::screen() {

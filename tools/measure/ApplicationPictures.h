@@ -36,6 +36,7 @@ private:
     // After a calibration by the emulated hand.
     void takePenTrial();
     void takeUnitView();
+    void takeSettings();
 
     // Starts the program with a home of its own; the settings are lines of its settings file.
     void start(const std::vector<std::string>& options, const std::string& settings);
@@ -47,6 +48,8 @@ private:
     void openHome(int page);
     // Without the unit's own window, which the camera would see too.
     void hideUnitWindow();
+    // Has the pen write a word in the middle of that place of the screen.
+    void write(const std::string& word, const QRect& place);
     // Goes on to the next widget, and presses it.
     void pressNext();
     // The windows that have come since the last call of forget().
