@@ -82,6 +82,17 @@ SettingsPage::SettingsPage(Deeds deeds, QWidget* parent)
     rows_->addRow(later_);
     for (QComboBox* const each : {pointer_, log_})
         rows_->addRow(labelOf(*each), each);
+    putInTabOrder();
+}
+
+// Qt's own is that of the making.
+void SettingsPage::putInTabOrder() {
+    std::vector<QWidget*> order{screen_, identify_, distance_, language_};
+    for (const Switch& each : switches_)
+        order.push_back(each.box);
+    order.insert(order.end(), {pointer_, log_});
+    for (std::size_t i = 1; i < order.size(); ++i)
+        setTabOrder(order[i - 1], order[i]);
 }
 
 QComboBox* SettingsPage::addChoice(const char* name, std::function<void(const QVariant&)> chosen) {

@@ -53,6 +53,7 @@ private:
     QLabel* labelOf(QWidget& field);
     void addScreens();
     void addSwitches();
+    void putInTabOrder();
     void store(std::string_view key, const QVariant& value);
     void showScreens(const HomeTexts& texts);
     void showDistances(const HomeTexts& texts);

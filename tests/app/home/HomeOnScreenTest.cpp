@@ -238,6 +238,28 @@ TEST_F(HomeOnScreenTest, TheTabulatorReachesWhateverCanBeDone) {
     }
 }
 
+// As one reads: to the right in a line, and down.
+TEST_F(HomeOnScreenTest, TheTabulatorGoesThroughAPageAsOneReads) {
+    show("English");
+    for (const std::string_view page : kPages) {
+        showPage(page);
+        const QWidget* last = nullptr;
+        for (const QWidget* each = window().nextInFocusChain(); each != &window();
+             each = each->nextInFocusChain()) {
+            if (!each->isVisible() || !each->isEnabled() || !(each->focusPolicy() & Qt::TabFocus))
+                continue;
+            const QRect place(each->mapTo(&window(), QPoint()), each->size());
+            const QRect before(last ? last->mapTo(&window(), QPoint()) : QPoint(),
+                               last ? last->size() : QSize());
+            EXPECT_TRUE(place.top() > before.bottom() ||
+                        (place.left() > before.right() && place.bottom() >= before.top()))
+                << page << ": " << nameOf(*each) << " comes behind " << nameOf(last ? *last : window());
+            last = each;
+        }
+        EXPECT_NE(last, nullptr) << page;
+    }
+}
+
 TEST_F(HomeOnScreenTest, KeysTurnThePagesAndCloseTheWindow) {
     show("English");
     const auto& titles = *window().findChild<QListWidget*>("titles");
