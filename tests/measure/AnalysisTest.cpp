@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include "measure/Table.h"
+
 namespace lightpen {
 namespace {
 
@@ -84,6 +86,11 @@ TEST(OnScreenTest, EdgesBelongToTheScreen) {
     EXPECT_FALSE(onScreen(at(1280.5, 300), kScreen));
     EXPECT_FALSE(onScreen(at(640, -1), kScreen));
     EXPECT_FALSE(onScreen(at(640, 721), kScreen));
+    EXPECT_EQ(touchesOnScreen(goodRecord()), 2U);
+}
+
+TEST(TableTest, TheTouchesThatPressNothingAreToldApart) {
+    EXPECT_THAT(tableOf(goodRecord()), testing::HasSubstr(" 3, of these 1 beside the screen\n"));
 }
 
 TEST(LandingDistancesTest, PressesAndReleasesAreMeasuredOnTheScreenOnly) {

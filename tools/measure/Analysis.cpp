@@ -139,6 +139,11 @@ bool onScreen(const HandTouch& touch, Size screen) {
            touch.first.y <= screen.height;
 }
 
+std::size_t touchesOnScreen(const DemoRecord& record) {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        record.touches, [&](const HandTouch& touch) { return onScreen(touch, record.screen); }));
+}
+
 std::vector<double> landingDistances(const DemoRecord& record) {
     std::vector<double> distances;
     const std::vector<Landing> landed = landings(record);

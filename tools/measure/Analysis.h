@@ -48,6 +48,8 @@ struct DemoRecord {
 
 // Whether a touch is on the screen: those beside it press nothing.
 bool onScreen(const HandTouch& touch, Size screen);
+// How many of them are: so many presses are expected.
+std::size_t touchesOnScreen(const DemoRecord& record);
 
 // How far, in points, the pointer landed from the hand: where each touch on the screen began and was
 // pressed, and where it ended and was released. A touch that pressed or released nothing adds nothing; nor

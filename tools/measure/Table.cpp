@@ -23,7 +23,8 @@ std::string bothSides(const DemoRecord& record, Injected injected, Seen seen) {
 std::string tableOf(const DemoRecord& record) {
     const Spread landing = spreadOf(landingDistances(record));
     const Spread delay = spreadOf(pointerDelays(record.injected, record.seen));
-    return row("touches of the hand", std::to_string(record.touches.size())) +
+    return row("touches of the hand", formatted("%zu, of these %zu beside the screen", record.touches.size(),
+                                                record.touches.size() - touchesOnScreen(record))) +
            row("presses", bothSides(record, Injected::press, Seen::press)) +
            row("releases", bothSides(record, Injected::release, Seen::release)) +
            row("right clicks", bothSides(record, Injected::rightRelease, Seen::rightRelease)) +

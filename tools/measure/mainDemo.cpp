@@ -2,7 +2,6 @@
 // The demo: the real driver with an emulated unit, a hand that writes, and a canvas that sees what arrives.
 #include <sched.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -40,24 +39,18 @@ bool report(const DemoRecord& record) {
     return lost.empty();
 }
 
-// On the screen.
-std::size_t touchesOf(const DemoRecord& record) {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        record.touches, [&](const HandTouch& touch) { return onScreen(touch, record.screen); }));
-}
-
 // Under load the canvas may see a touch when the next one has begun, and merges moves; what counts is that
 // each touch is one press and one release. Returns whether it is.
 bool reportUnderLoad(const DemoRecord& record) {
     std::fputs(("\n" + tableOf(record)).c_str(), stdout);
-    const std::size_t touches = touchesOf(record);
+    const std::size_t touches = touchesOnScreen(record);
     return countOf(record.seen, CanvasEvent::Kind::press) == touches &&
            countOf(record.seen, CanvasEvent::Kind::release) == touches;
 }
 
 void writeFigures(const DemoRecord& record, bool load) {
     const std::string where = load ? "the demo under load, " : "the demo, ";
-    const auto touches = static_cast<double>(touchesOf(record));
+    const auto touches = static_cast<double>(touchesOnScreen(record));
     for (const auto& [what, kind] :
          {std::pair{"presses", CanvasEvent::Kind::press}, {"releases", CanvasEvent::Kind::release}})
         writeFigure({where + what, "", static_cast<double>(countOf(record.seen, kind)), "touches of the hand",
