@@ -69,11 +69,12 @@ public:
     // A copy of the whole value.
     Value load() const {
         const auto before = writes_.load(std::memory_order_acquire);
-        const Value copy = read();
-        if (before % 2 == 0 && writes_.load(std::memory_order_relaxed) == before)
-            return copy;
-        const std::lock_guard hold(mutex_);
-        return read();
+        Value copy = read();
+        if (before % 2 != 0 || writes_.load(std::memory_order_relaxed) != before) {
+            const std::lock_guard hold(mutex_);
+            copy = read();
+        }
+        return copy;
     }
     void store(Value value) {
         const std::lock_guard hold(mutex_);
@@ -102,13 +103,21 @@ private:
 #ifndef __clang__
 #pragma GCC diagnostic pop
 #endif
+    // Word by word to where each belongs: whoever looks at one would otherwise wait until a copy of all of
+    // them has left the processor's store buffer.
     Value read() const {
-        Words words{};
-        for (std::size_t i = 0; i < words.size(); ++i)
-            words[i] = words_[i].load(std::memory_order_acquire);
         Value value;
-        std::memcpy(static_cast<void*>(&value), words.data(), sizeof value);
+        auto* const to = reinterpret_cast<std::byte*>(&value);
+        constexpr std::size_t whole = sizeof value / sizeof(Word);
+        for (std::size_t i = 0; i < whole; ++i)
+            copyWord(to, i, sizeof(Word));
+        if constexpr (constexpr std::size_t rest = sizeof value % sizeof(Word); rest > 0)
+            copyWord(to, whole, rest);
         return value;
+    }
+    void copyWord(std::byte* to, std::size_t number, std::size_t size) const {
+        const Word word = words_[number].load(std::memory_order_acquire);
+        std::memcpy(to + number * sizeof word, &word, size);
     }
 
     mutable PriorityInheritanceMutex mutex_;
