@@ -19,8 +19,10 @@ inline std::string describe(const PointListRef& points) {
     if (!points)
         return "(null)";
     std::string text = "(";
-    for (const CameraPoint& point : *points)
-        text += (text.size() > 1 ? ", " : "") + NSStringFromPoint(point);
+    for (const CameraPoint& point : *points) {
+        text += text.size() > 1 ? ", " : "";
+        text += NSStringFromPoint(point);
+    }
     return text + ")";
 }
 
