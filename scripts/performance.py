@@ -6,6 +6,7 @@ usage: scripts/performance.py idle FOLDER PROGRAMS SECONDS LESSONS   looks at pr
        scripts/performance.py table FILE                             shows what was measured
        scripts/performance.py document FOLDER COMMAND                writes docs/performance.md and its picture
 """
+import contextlib
 import math
 import os
 import pathlib
@@ -89,15 +90,18 @@ def memory(process):
     return sizes["Private_Dirty"], sizes["Rss"]
 
 
-def start(command, folder):
-    """A program with a home of its own; its window has been seen before."""
-    home = folder / pathlib.Path(command[0]).name
+def start(name, command, folder, ends):
+    """A program with a home of its own, until the stack of what is to be ended ends it; its window has been seen before."""
+    home = folder / "homes" / name
     settings = home / "config" / "LightPenNX7" / "settings.ini"
-    settings.parent.mkdir(parents=True, exist_ok=True)
+    settings.parent.mkdir(parents=True)
     settings.write_text("[General]\nWindow%20Shown=true\n", encoding="utf-8")
     environment = {**os.environ, "HOME": str(home), "XDG_CONFIG_HOME": str(home / "config"),
                    "XDG_DATA_HOME": str(home / "data"), "XDG_STATE_HOME": str(home / "state")}
-    return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment, text=True)
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment, text=True)
+    ends.callback(process.wait)
+    ends.callback(process.kill)
+    return process
 
 
 def await_ready(process):
@@ -134,25 +138,20 @@ def line(what, unit, ours, against="", theirs=0.0, goal="none", limit=0.0):
 def idle(folder, programs, seconds, lessons):
     """Starts the programs on the display and the bus of the environment, and writes what they cost."""
     measured = programs / "tools/measure/lightpen-idle"
-    panel = start([measured, "panel"], folder)
-    await_ready(panel)
     commands = {"tray": [measured, "tray"], "shown": [measured, "tray", "shown"],
                 "driver": [measured, "driver", folder / "unit"], "program": [programs / "src/app/LightPenNX7/LightPenNX7"]}
-    started = {name: start(command, folder) for name, command in commands.items()}
-    for name in ("tray", "shown", "driver"):
-        await_ready(started[name])
-    try:
+    with contextlib.ExitStack() as ends:
+        await_ready(start("panel", [measured, "panel"], folder, ends))
+        started = {name: start(name, command, folder, ends) for name, command in commands.items()}
+        for name in ("tray", "shown", "driver"):
+            await_ready(started[name])
         before = {name: threads(process.pid) for name, process in started.items()}
         time.sleep(seconds)
         after = {name: threads(process.pid) for name, process in started.items()}
         sizes = {name: memory(process.pid) for name, process in started.items()}
-        started["taught"] = start([measured, "driver", folder / "lessons", str(lessons)], folder)
-        await_ready(started["taught"])
-        sizes["taught"] = memory(started["taught"].pid)
-    finally:
-        for process in (panel, *started.values()):
-            process.kill()
-            process.wait()
+        taught = start("taught", [measured, "driver", folder / "lessons", str(lessons)], folder, ends)
+        await_ready(taught)
+        sizes["taught"] = memory(taught.pid)
     per_minute = {name: wakes(before[name], after[name]) * 60 / seconds for name in before}
     polls = wakes(before["driver"], after["driver"], lambda name: name == POINT_THREAD) / seconds
     others = wakes(before["driver"], after["driver"], lambda name: name not in (POINT_THREAD, EMULATED_UNIT)) * 60 / seconds
