@@ -35,15 +35,27 @@ void IOHIDQueueInterface::join(std::shared_ptr<FedQueues> fed) {
     fed_->queues.push_back(this);
 }
 
+// Without a remainder: each report would need three divisions.
+IOHIDEventStruct& IOHIDQueueInterface::slot(std::size_t index) {
+    const std::size_t at = first_ + index;
+    return slots_[at < slots_.size() ? at : at - slots_.size()];
+}
+
+// The oldest report is none of the queue's any more; its slot is the last that will be used again.
+IOHIDEventStruct& IOHIDQueueInterface::giveUpOldest() {
+    IOHIDEventStruct& oldest = slot(0);
+    first_ = first_ + 1 < slots_.size() ? first_ + 1 : 0;
+    --count_;
+    return oldest;
+}
+
 // A full queue gives the place of its oldest report.
 IOHIDEventStruct* IOHIDQueueInterface::roomFor(IOHIDElementCookie cookie) {
     if (!started_ || std::ranges::find(elements_, cookie) == elements_.end())
         return nullptr;
-    if (count_ < slots_.size())
-        return &slot(count_++);
-    IOHIDEventStruct& oldest = slot(0);
-    first_ = (first_ + 1) % slots_.size();
-    return &oldest;
+    if (count_ == slots_.size())
+        giveUpOldest();
+    return &slot(count_++);
 }
 
 RunLoopSourceRef IOHIDQueueInterface::sourceOfFirstOwed() {
@@ -165,15 +177,13 @@ IOReturn IOHIDQueueInterface::getNextEvent(IOHIDEventStruct& event, std::uint64_
     const std::lock_guard hold(fed_->mutex);
     if (count_ == 0)
         return kIOReturnUnderrun;
-    IOHIDEventStruct& oldest = slot(0);
+    IOHIDEventStruct& oldest = giveUpOldest();
     // From whoever brings no memory of that length the slot does not take any: the next report would have to
     // be given new one.
     if (event.longValue.size() == oldest.longValue.size())
         std::swap(event, oldest);
     else
         event = oldest;
-    first_ = (first_ + 1) % slots_.size();
-    --count_;
     return kIOReturnSuccess;
 }
 

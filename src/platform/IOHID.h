@@ -106,7 +106,8 @@ public:
 private:
     void performCallout();
     RunLoopSourceRef sourceOfFirstOwed();
-    IOHIDEventStruct& slot(std::size_t index) { return slots_[(first_ + index) % slots_.size()]; }
+    IOHIDEventStruct& slot(std::size_t index);
+    IOHIDEventStruct& giveUpOldest();
     void setDepth(std::size_t depth);
 
     const std::function<void()> drain_;
