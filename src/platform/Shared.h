@@ -2,6 +2,7 @@
 // Small types for what one thread writes and another reads without a lock of its own around the sequence.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -106,18 +107,19 @@ private:
     // Word by word to where each belongs: whoever looks at one would otherwise wait until a copy of all of
     // them has left the processor's store buffer.
     Value read() const {
+        return readWords(std::make_index_sequence<Words().size()>());
+    }
+    template <std::size_t... numbers>
+    Value readWords(std::index_sequence<numbers...>) const {
         Value value;
-        auto* const to = reinterpret_cast<std::byte*>(&value);
-        constexpr std::size_t whole = sizeof value / sizeof(Word);
-        for (std::size_t i = 0; i < whole; ++i)
-            copyWord(to, i, sizeof(Word));
-        if constexpr (constexpr std::size_t rest = sizeof value % sizeof(Word); rest > 0)
-            copyWord(to, whole, rest);
+        (readWord<numbers>(reinterpret_cast<std::byte*>(&value)), ...);
         return value;
     }
-    void copyWord(std::byte* to, std::size_t number, std::size_t size) const {
+    template <std::size_t number>
+    void readWord(std::byte* value) const {
+        constexpr std::size_t at = number * sizeof(Word);
         const Word word = words_[number].load(std::memory_order_acquire);
-        std::memcpy(to + number * sizeof word, &word, size);
+        std::memcpy(value + at, &word, std::min(sizeof word, sizeof(Value) - at));
     }
 
     mutable PriorityInheritanceMutex mutex_;
