@@ -122,10 +122,10 @@ function(lightpen_library NAME)
   lightpen_compile_together(lightpen_${NAME} ${sources})
 endfunction()
 
-# Whether libraries are optimised as they are linked. A packager's own decision stands; what is not optimised is not here
-# either.
+# Whether libraries are optimised once more as they are linked: in an optimised build, where the compiler can. A packager's
+# own decision stands, for all targets.
 set(LIGHTPEN_LINKS_TO_OPTIMISE OFF)
-if(CMAKE_BUILD_TYPE AND NOT LIGHTPEN_SANITIZE AND NOT DEFINED CMAKE_INTERPROCEDURAL_OPTIMIZATION)
+if(NOT "${CMAKE_BUILD_TYPE}" MATCHES "^(Debug)?$" AND NOT LIGHTPEN_SANITIZE AND NOT DEFINED CMAKE_INTERPROCEDURAL_OPTIMIZATION)
   include(CheckIPOSupported)
   check_ipo_supported(RESULT LIGHTPEN_LINKS_TO_OPTIMISE LANGUAGES CXX)
 endif()
