@@ -51,6 +51,26 @@ TEST(OpticsTest, EveryPresetSeesTheWholeScreenAndAMarginAround) {
             }
 }
 
+TEST(OpticsTest, ABarrelDrawsTowardsTheMiddleAndBackAgain) {
+    Optics optics = Optics::strongKeystone(kScreen);
+    const Optics straight = optics;
+    optics.setBarrel(0.03);
+    for (const ScreenPoint place : {ScreenPoint{0, 0}, {1280, 30}, {1200, 800}, {431, 257}}) {
+        const CameraPoint exact = straight.project(place);
+        const CameraPoint seen = optics.project(place);
+        const double from = std::hypot(exact.x - 1280, exact.y - 960);
+        EXPECT_NEAR(std::hypot(seen.x - 1280, seen.y - 960), from * (1 - 0.03 * from * from / 1600 / 1600),
+                    1e-6);
+        EXPECT_NEAR((seen.x - 1280) * (exact.y - 960), (seen.y - 960) * (exact.x - 1280), 1e-6);
+        const ScreenPoint back = optics.unproject(seen);
+        EXPECT_NEAR(back.x, place.x, 1e-6);
+        EXPECT_NEAR(back.y, place.y, 1e-6);
+        expectNear(seen, *optics.see(place, 0s));
+    }
+    optics.setBarrel(-1);
+    EXPECT_EQ(optics.project({0, 0}), straight.project({0, 0}));
+}
+
 double length(const Optics& optics, ScreenPoint from, ScreenPoint to) {
     const CameraPoint a = optics.project(from);
     const CameraPoint b = optics.project(to);

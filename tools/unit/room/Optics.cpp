@@ -19,6 +19,21 @@ Optics preset(Size screen, const Optics::Corners& corners) {
     return *Optics::fromCorners(withArea(screen), corners);
 }
 
+constexpr CameraPoint kMiddle{kCameraWidth / 2.0, kCameraHeight / 2.0};
+constexpr double kMostBarrel = 0.1;
+
+// The square of a place's distance from the middle, in half diagonals.
+double squareFromMiddle(CameraPoint point) {
+    const double x = point.x - kMiddle.x;
+    const double y = point.y - kMiddle.y;
+    return (x * x + y * y) / (kMiddle.x * kMiddle.x + kMiddle.y * kMiddle.y);
+}
+
+// Brought so many times nearer to the middle.
+CameraPoint drawnIn(CameraPoint point, double factor) {
+    return {kMiddle.x + (point.x - kMiddle.x) * factor, kMiddle.y + (point.y - kMiddle.y) * factor};
+}
+
 // A well mixed number for each input; neighbouring inputs have nothing in common.
 std::uint64_t mixed(std::uint64_t value) {
     value += 0x9E3779B97F4A7C15U;
@@ -81,13 +96,27 @@ Optics& Optics::setNoise(double sigma, std::uint64_t seed) {
     return *this;
 }
 
-CameraPoint Optics::project(ScreenPoint point) const {
-    const PlanePoint seen = toCamera_.map({point.x, point.y});
-    return {seen.x, seen.y};
+Optics& Optics::setBarrel(double part) {
+    barrel_ = std::clamp(part, 0.0, kMostBarrel);
+    return *this;
 }
 
+CameraPoint Optics::bent(CameraPoint straight) const {
+    return barrel_ == 0 ? straight : drawnIn(straight, 1 - barrel_ * squareFromMiddle(straight));
+}
+
+CameraPoint Optics::project(ScreenPoint point) const {
+    const PlanePoint seen = toCamera_.map({point.x, point.y});
+    return bent({seen.x, seen.y});
+}
+
+// Each step leaves a small part of the error of the one before.
 ScreenPoint Optics::unproject(CameraPoint point) const {
-    const PlanePoint shown = toScreen_.map({point.x, point.y});
+    constexpr int kSteps = 30;
+    CameraPoint straight = point;
+    for (int step = 0; barrel_ != 0 && step < kSteps; ++step)
+        straight = drawnIn(point, 1 / (1 - barrel_ * std::min(squareFromMiddle(straight), 2.0)));
+    const PlanePoint shown = toScreen_.map({straight.x, straight.y});
     return {shown.x, shown.y};
 }
 

@@ -35,11 +35,15 @@ public:
     // same noise at the same time.
     Optics& setNoise(double sigma, std::uint64_t seed);
 
+    // A lens that draws what lies a half diagonal of the range from its middle so much nearer to the middle,
+    // as a part of that distance, and what is nearer by the third power less. At most a tenth.
+    Optics& setBarrel(double part);
+
     // The exact camera point of a screen point, inside the range or not.
     CameraPoint project(ScreenPoint point) const;
     // The exact screen point of a camera point.
     ScreenPoint unproject(CameraPoint point) const;
-    // The camera points of the screen's corners.
+    // The camera points of the screen's corners, as a lens without a barrel shows them.
     const Corners& corners() const { return corners_; }
     // Where the camera sees a light at this screen point, with noise; none when it lies beyond the lens'
     // view. The result may lie up to kLensMargin outside the reported range.
@@ -48,11 +52,13 @@ public:
 private:
     Optics(const Homography& toCamera, Size screen, const Corners& corners);
     CameraPoint noise(Microseconds time) const;
+    CameraPoint bent(CameraPoint straight) const;
 
     Homography toCamera_;
     Homography toScreen_;
     Corners corners_;
     double facing_; // the depth of the screen's middle: what lies behind the camera has the other sign
+    double barrel_ = 0;
     double sigma_ = 0;
     std::uint64_t seed_ = 0;
 };
