@@ -16,9 +16,9 @@ constexpr std::size_t kEnoughDots = 5;
 // A pivot that is so small beside the largest entry is none: the dots lie on a line, or nearly.
 constexpr double kFlat = 1e-9;
 // A plane with a lens leaves no more than this between the dots and their places, as a part of the picture's
-// half diagonal; with more the dots are not what they are said to be.
-constexpr double kMostError = 0.02;
-// How many times more a lens has to explain than one more number does by chance.
+// half diagonal: a little more than a pixel of 640 by 480. With more the dots are not what they are said to be.
+constexpr double kMostError = 0.003;
+// How many times more another lens has to explain than one more number does by chance.
 constexpr double kBetter = 8;
 
 // Sums of the equations of a plane's mapping, with their right sides. Places are brought near to 0 and 1
@@ -179,7 +179,7 @@ PicturePoint LensModel::undistorted(PicturePoint point) const {
     return {point.x + x * factor, point.y + y * factor};
 }
 
-LensEstimate estimateLens(std::span<const SeenDot> dots, int width, int height) {
+LensEstimate estimateLens(std::span<const SeenDot> dots, int width, int height, double before) {
     LensEstimate estimate;
     const std::vector<Pair> pairs = normalised(dots, width, height);
     const auto straight = leftOver(pairs, 0);
@@ -192,14 +192,15 @@ LensEstimate estimateLens(std::span<const SeenDot> dots, int width, int height) 
     if (pairs.size() < kEnoughDots)
         return estimate;
     const double k = bestBend(pairs);
-    const double bent = leftOver(pairs, k).value_or(*straight);
-    const double chance = bent / (2 * count - static_cast<double>(kUnknowns + 1));
+    const double left = leftOver(pairs, k).value_or(*straight);
+    const double believed = leftOver(pairs, before).value_or(HUGE_VAL);
+    const double chance = left / (2 * count - static_cast<double>(kUnknowns + 1));
     const bool inRange = std::abs(k) < LensModel::kMost * 0.99;
-    if (!inRange || !(*straight - bent > kBetter * chance) || bent > kMostError * kMostError * count)
+    if (!inRange || !(believed - left > kBetter * chance) || left > kMostError * kMostError * count)
         return estimate;
     estimate.lens = LensModel(width, height, k);
     estimate.known = true;
-    estimate.error = half * std::sqrt(bent / count);
+    estimate.error = half * std::sqrt(left / count);
     return estimate;
 }
 

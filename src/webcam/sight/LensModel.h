@@ -45,8 +45,8 @@ private:
 
 struct LensEstimate {
     LensModel lens; // bends nothing unless known
-    // Whether the dots tell k: there are more than four, they do not lie on a line, a plane explains them,
-    // and better so with k than without.
+    // Whether the dots tell k: there are more than four, they do not lie on a line, a plane explains them
+    // with k, and better so than with the k before.
     bool known = false;
     double straightError =
         0; // rms distance of the dots from where a plane and no lens put them, pixels of the picture
@@ -54,7 +54,7 @@ struct LensEstimate {
 };
 
 // The lens that explains best, beside a screen that is a plane, where the dots were seen in pictures of this
-// size.
-LensEstimate estimateLens(std::span<const SeenDot> dots, int width, int height);
+// size. The k before is what is believed of the lens up to now; 0 for one that bends nothing.
+LensEstimate estimateLens(std::span<const SeenDot> dots, int width, int height, double before = 0);
 
 } // namespace lightpen::webcam

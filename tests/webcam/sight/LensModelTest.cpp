@@ -135,6 +135,49 @@ TEST(LensModelTest, NineDotsAreEnoughForAStrongBend) {
     EXPECT_NEAR(estimate.lens.k(), 0.06, 0.015);
 }
 
+// What a pass of thirteen dots has: corners, edges, the middle, and four between.
+std::vector<SeenDot> thirteen(double barrel, double noise = 0.05) {
+    auto made = dots(3, 3, barrel, noise);
+    for (const SeenDot& dot : dots(5, 5, barrel, noise))
+        if ((dot.shown.x == 510 || dot.shown.x == 1410) && (dot.shown.y == 295 || dot.shown.y == 785))
+            made.push_back(dot);
+    return made;
+}
+
+TEST(LensModelTest, ThirteenDotsAreEnough) {
+    ASSERT_EQ(thirteen(0).size(), 13U);
+    for (const double barrel : {0.01, 0.03, -0.02, 0.08}) {
+        const auto estimate = estimateLens(thirteen(barrel), kWidth, kHeight);
+        ASSERT_TRUE(estimate.known) << barrel;
+        EXPECT_LT(errorOnScreen(barrel, estimate.lens), 0.8) << barrel;
+    }
+}
+
+TEST(LensModelTest, OneDotThatIsNoneSpoilsNothing) {
+    const auto with = [](std::size_t wrong, double off, double angle) {
+        auto spoilt = thirteen(0.03);
+        spoilt[wrong].seen.x += off * std::cos(angle);
+        spoilt[wrong].seen.y += off * std::sin(angle);
+        return estimateLens(spoilt, kWidth, kHeight);
+    };
+    for (std::size_t wrong = 0; wrong < 13; ++wrong)
+        for (double angle = 0; angle < 6; angle += 0.5) {
+            const auto refused = with(wrong, 12, angle);
+            EXPECT_FALSE(refused.known) << wrong << " " << angle;
+            EXPECT_EQ(refused.lens.k(), 0) << wrong << " " << angle;
+            EXPECT_LT(errorOnScreen(0.03, with(wrong, 2, angle).lens), 1) << wrong << " " << angle;
+        }
+}
+
+TEST(LensModelTest, ALensThatIsKnownAlreadyIsNotFoundAgain) {
+    EXPECT_FALSE(estimateLens(thirteen(0), kWidth, kHeight).known);
+    const double k = estimateLens(dots(8, 8, 0.03, 0), kWidth, kHeight).lens.k();
+    EXPECT_FALSE(estimateLens(thirteen(0.03), kWidth, kHeight, k).known);
+    const auto straight = estimateLens(thirteen(0), kWidth, kHeight, k);
+    EXPECT_TRUE(straight.known) << "another lens is on the camera";
+    EXPECT_NEAR(straight.lens.k(), 0, 0.003);
+}
+
 TEST(LensModelTest, TooFewDotsTellNothing) {
     const auto few = dots(2, 2, 0.1, 0);
     for (std::size_t count = 0; count <= few.size(); ++count) {
