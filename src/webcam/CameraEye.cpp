@@ -25,12 +25,17 @@ Microseconds scaled(Microseconds time, double factor) {
     return Microseconds(static_cast<Microseconds::rep>(static_cast<double>(time.count()) * factor));
 }
 
+// A place of a picture of this size in the unit's coordinates.
+CameraPoint unitPoint(const LensModel& lens, PicturePoint place, int width, int height) {
+    const PicturePoint straight = lens.undistorted(place);
+    return {(straight.x + 0.5) * kCameraWidth / width, (straight.y + 0.5) * kCameraHeight / height};
+}
+
 } // namespace
 
-void CameraEye::begin(double rate, const LensModel& lens) {
+void CameraEye::begin(double rate) {
     end();
     const double known = rate > 0 ? rate : kUnknownRate;
-    lens_ = lens;
     pace_ = std::min(1.0, known / kFinderRate);
     const std::lock_guard hold(mutex_);
     patience_ = std::max(SpotFinder::kPatience, scaled(std::chrono::seconds(1), kPatientPictures / known));
@@ -46,11 +51,36 @@ void CameraEye::end() {
     scene_ = {};
     foreignLight_ = false;
     picture_ = {};
+    watched_.reset();
 }
 
 EyeSettings CameraEye::wanted() const {
     const std::lock_guard hold(mutex_);
-    return wanted_;
+    EyeSettings wanted = wanted_;
+    wanted.filterOut = wanted.filterOut || watching_;
+    return wanted;
+}
+
+void CameraEye::correct(const SightCorrection& correction) {
+    const std::lock_guard hold(mutex_);
+    correction_ = correction;
+}
+
+SightCorrection CameraEye::correction() const {
+    const std::lock_guard hold(mutex_);
+    return correction_;
+}
+
+void CameraEye::watch(bool on) {
+    const std::lock_guard hold(mutex_);
+    watching_ = on;
+    watched_.reset();
+    scene_ = {};
+}
+
+std::optional<CameraEye::Watched> CameraEye::watched() const {
+    const std::lock_guard hold(mutex_);
+    return watched_;
 }
 
 void CameraEye::use(const EyeSettings& settings) {
@@ -63,32 +93,40 @@ void CameraEye::use(const EyeSettings& settings) {
     pen_.reset();
 }
 
-CameraPoint CameraEye::unitPoint(const GreyView& picture, const Spot& spot) const {
-    const PicturePoint straight = lens_.undistorted({spot.x, spot.y});
-    return {(straight.x + 0.5) * kCameraWidth / picture.width,
-            (straight.y + 0.5) * kCameraHeight / picture.height};
-}
-
 // In the first dark picture of a touch the pen is still where it was.
-std::optional<CameraPoint> CameraEye::penIn(const GreyView& picture, Microseconds now) {
-    if (const auto spot = finder_.find(picture, scaled(now, pace_)))
-        pen_ = unitPoint(picture, *spot);
-    else if (!finder_.penDown())
+std::optional<CameraPoint> CameraEye::penIn(const GreyView& picture, Microseconds now,
+                                            const SightCorrection& correction) {
+    if (const auto spot = finder_.find(picture, scaled(now, pace_))) {
+        const LensModel lens(picture.width, picture.height, correction.lens);
+        const CameraPoint seen = unitPoint(lens, {spot->x, spot->y}, picture.width, picture.height);
+        pen_ = {seen.x - correction.lamp.x, seen.y - correction.lamp.y};
+    } else if (!finder_.penDown()) {
         pen_.reset();
+    }
     return pen_;
 }
 
-Scene CameraEye::displayedIn(const GreyView& picture) {
-    const DisplayedLights lights = displayed_.look(picture);
+Scene CameraEye::sceneOf(const SeenLights& lights, const LensModel& lens) {
     Scene scene;
     scene.darkPicture = lights.dark;
-    for (const Spot& blob : lights.blobs)
-        scene.blobs.push_back(unitPoint(picture, blob));
+    for (const PicturePoint& blob : lights.blobs)
+        scene.blobs.push_back(unitPoint(lens, blob, lights.width, lights.height));
     return scene;
 }
 
 void CameraEye::take(const GreyView& picture, Microseconds now) {
-    Scene scene = used_.filterOut ? displayedIn(picture) : Scene{.pen = penIn(picture, now)};
+    const SightCorrection correction = this->correction();
+    SeenLights lights{.width = picture.width, .height = picture.height};
+    Scene scene;
+    if (used_.filterOut) {
+        const DisplayedLights displayed = displayed_.look(picture);
+        lights.dark = displayed.dark;
+        for (const Spot& blob : displayed.blobs)
+            lights.blobs.push_back({blob.x, blob.y});
+        scene = sceneOf(lights, LensModel(picture.width, picture.height, correction.lens));
+    } else {
+        scene.pen = penIn(picture, now, correction);
+    }
     const bool slowly = !lookedSlowly_ || now - *lookedSlowly_ >= kSlowly;
     SmallPicture small;
     bool foreignLight = false;
@@ -99,7 +137,9 @@ void CameraEye::take(const GreyView& picture, Microseconds now) {
     }
     const std::lock_guard hold(mutex_);
     seenAt_ = now;
-    scene_ = std::move(scene);
+    scene_ = watching_ ? Scene() : std::move(scene);
+    if (watching_ && used_.filterOut)
+        watched_ = Watched{watched_ ? watched_->number + 1 : 1, std::move(lights)};
     if (slowly) {
         picture_ = small;
         foreignLight_ = foreignLight;

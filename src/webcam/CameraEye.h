@@ -6,9 +6,10 @@
 #include "platform/PriorityInheritance.h"
 #include "platform/Time.h"
 #include "unit/wire/Eye.h"
+#include "webcam/SightCorrection.h"
 #include "webcam/sight/DisplayedSight.h"
+#include "webcam/sight/DotPass.h"
 #include "webcam/sight/GreyView.h"
-#include "webcam/sight/LensModel.h"
 #include "webcam/sight/SpotFinder.h"
 
 namespace lightpen::webcam {
@@ -25,9 +26,8 @@ public:
     // The thread of the pictures
 
     // A camera begins to send, so many pictures a second (0: it does not tell); nothing has been seen yet.
-    // The lens is for pictures of its size.
-    void begin(double rate, const LensModel& lens = {});
-    // What the unit wants of the camera now.
+    void begin(double rate);
+    // What is wanted of the camera now: by the unit, or to watch.
     EyeSettings wanted() const;
     // Pictures are taken in this way from now on. With another exposure or filter, what was learnt of the
     // room counts no more.
@@ -37,6 +37,21 @@ public:
     // The camera sends no more: nothing is seen.
     void end();
 
+    // Any thread
+
+    // This is undone from the next picture on: the lens of all that is seen, the lamp of the pen alone.
+    void correct(const SightCorrection& correction);
+    SightCorrection correction() const;
+    // What the displayed picture's lights are, for whoever watches: where the camera shows them, with nothing
+    // undone. Meanwhile pictures are taken as for targets, and the unit sees nothing.
+    void watch(bool on);
+    // The number is another one with each picture since the watch began; none before the first.
+    struct Watched {
+        unsigned number = 0;
+        SeenLights lights;
+    };
+    std::optional<Watched> watched() const;
+
     // The unit's side
 
     Scene look(Microseconds time) override;
@@ -45,14 +60,13 @@ public:
     void set(const EyeSettings& settings) override;
 
 private:
-    std::optional<CameraPoint> penIn(const GreyView& picture, Microseconds now);
-    Scene displayedIn(const GreyView& picture);
-    CameraPoint unitPoint(const GreyView& picture, const Spot& spot) const;
+    std::optional<CameraPoint> penIn(const GreyView& picture, Microseconds now,
+                                     const SightCorrection& correction);
+    static Scene sceneOf(const SeenLights& lights, const LensModel& lens);
 
     // The thread of the pictures
     SpotFinder finder_;
     DisplayedSight displayed_;
-    LensModel lens_;
     double pace_ = 1; // the finder's time, which knows no slow cameras, in real time
     EyeSettings used_ = kAtFirst;
     std::optional<CameraPoint> pen_;
@@ -60,6 +74,9 @@ private:
 
     mutable PriorityInheritanceMutex mutex_; // guards what follows
     EyeSettings wanted_ = kAtFirst;
+    SightCorrection correction_;
+    bool watching_ = false;
+    std::optional<Watched> watched_;
     Microseconds patience_{};            // without a picture for longer, nothing is seen
     std::optional<Microseconds> seenAt_; // when the last picture came; none before the first
     Scene scene_;                        // what it has shown

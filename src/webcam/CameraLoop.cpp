@@ -111,7 +111,12 @@ void CameraLoop::keepAll() {
         changed.swap(toKeep_);
     }
     for (const auto& [identity, unit] : changed)
-        surroundings_.memory.save(identity, unit->memory());
+        keep(*unit);
+}
+
+// Its serial number is the camera's identity.
+void CameraLoop::keep(WebcamUnit& unit) const {
+    surroundings_.memory.save(unit.description().serialNumber, unit.memory());
 }
 
 // The thread
@@ -175,7 +180,10 @@ WebcamUnit& CameraLoop::unitOf(const CameraInfo& info) {
     if (!unit) {
         unit = &surroundings_.bus.add<WebcamUnit>(webcamUnitDescription(info.name, info.identity),
                                                   surroundings_.memory.load(info.identity));
-        unit->onKept([this, identity = info.identity, kept = unit] { keepLater(identity, *kept); });
+        unit->onKept([this, identity = info.identity, kept = unit] {
+            kept->calibrationMayHaveChanged();
+            keepLater(identity, *kept);
+        });
     }
     return *unit;
 }
@@ -193,8 +201,8 @@ void CameraLoop::adjust(CameraEye& eye, std::optional<EyeSettings>& used) {
 bool CameraLoop::lookWith(const CameraInfo& info) {
     WebcamUnit& unit = unitOf(info);
     CameraEye& eye = unit.eye();
-    const CameraMode mode = camera_.mode();
-    eye.begin(mode.rate, LensModel(mode.width, mode.height, unit.lens()));
+    unit.giveUpTrial();
+    eye.begin(camera_.mode().rate);
     std::optional<EyeSettings> used;
     GreyPicture picture;
     int pictures = 0;
@@ -210,8 +218,10 @@ bool CameraLoop::lookWith(const CameraInfo& info) {
             continue;
         surroundings_.bus.runInRealTime();
         unit.plug();
+        unit_ = &unit;
         logLine("Webcam: the unit of %s is plugged in", info.node.c_str());
     }
+    unit_ = nullptr;
     eye.end();
     camera_.close();
     if (!ending_ && unit.plugged()) {

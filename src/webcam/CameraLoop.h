@@ -53,6 +53,11 @@ public:
     void allow(bool allowed);
     // How the camera is now. Any thread.
     CameraState state() const { return state_; }
+    // The unit of the camera that looks now, while it is plugged in; null otherwise. It lives as long as the
+    // bus. Any thread.
+    WebcamUnit* unit() const { return unit_; }
+    // Keeps what the unit keeps.
+    void keep(WebcamUnit& unit) const;
     // Ends the thread, closes the camera, and writes what its unit keeps. The unit stays plugged in, so that
     // its host may take its leave; it sees nothing any more.
     void end();
@@ -86,6 +91,7 @@ private:
     std::atomic<bool> allowed_{true};
     std::atomic<bool> ending_{false};
     std::atomic<CameraState> state_{CameraState::off};
+    std::atomic<WebcamUnit*> unit_{nullptr};
     PriorityInheritanceMutex mutex_; // guards what follows
     Units toKeep_;                   // those whose memory has changed
     // The thread's

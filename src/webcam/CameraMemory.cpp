@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/Log.h"
+#include "unit/wire/PenReports.h"
 #include "webcam/camera/KeptText.h"
 #include "webcam/sight/LensModel.h"
 
@@ -19,9 +20,19 @@ constexpr std::string_view kFirstLine = "camera unit 1\n";
 constexpr std::string_view kCalibration = "calibration";
 constexpr std::string_view kPairing = "pairing";
 constexpr std::string_view kLens = "lens";
+constexpr std::string_view kLamp = "lamp"; // missing where there is nothing to say
 constexpr std::string_view kLastLine = "end\n";
 constexpr std::size_t kLongestName = 120;
-constexpr double kLensSteps = 1e6; // a whole number of them is kept
+// Whole numbers of these are kept.
+constexpr double kLensSteps = 1e6;
+constexpr double kLampSteps = 1e3;
+// As far as any camera sees.
+constexpr double kMostLamp = kCameraWidth;
+
+bool isPossible(const SightCorrection& correction) {
+    return std::abs(correction.lens) <= LensModel::kMost && std::abs(correction.lamp.x) <= kMostLamp &&
+           std::abs(correction.lamp.y) <= kMostLamp;
+}
 
 template <class Numbers>
 void addLine(std::string& text, std::string_view name, const Numbers& numbers) {
@@ -56,7 +67,10 @@ std::string textOfMemory(const UnitMemory& memory) {
             addLine(text, kCalibration, *memory.flash.record(index));
     for (unsigned index = 0; index < PairingTable::kRecords; ++index)
         addLine(text, kPairing, *memory.pairingTable.record(index));
-    addLine(text, kLens, std::array{std::lround(memory.lens * kLensSteps)});
+    const auto& [lens, lamp] = memory.correction;
+    addLine(text, kLens, std::array{std::lround(lens * kLensSteps)});
+    if (lamp != CameraPoint())
+        addLine(text, kLamp, std::array{std::lround(lamp.x * kLampSteps), std::lround(lamp.y * kLampSteps)});
     return text.append(kLastLine);
 }
 
@@ -77,10 +91,17 @@ std::optional<UnitMemory> memoryOfText(std::string_view text) {
             return std::nullopt;
     }
     std::array<long, 1> lens{};
-    if (!takeLine(text, kLens, lens) || text != kLastLine)
+    if (!takeLine(text, kLens, lens))
         return std::nullopt;
-    memory.lens = static_cast<double>(lens[0]) / kLensSteps;
-    return std::abs(memory.lens) <= LensModel::kMost ? std::optional(memory) : std::nullopt;
+    std::array<long, 2> lamp{};
+    const bool hasLamp = takeLine(text, kLamp, lamp);
+    if (text != kLastLine)
+        return std::nullopt;
+    memory.correction.lens = static_cast<double>(lens[0]) / kLensSteps;
+    if (hasLamp)
+        memory.correction.lamp = {static_cast<double>(lamp[0]) / kLampSteps,
+                                  static_cast<double>(lamp[1]) / kLampSteps};
+    return isPossible(memory.correction) ? std::optional(memory) : std::nullopt;
 }
 
 CameraMemory::CameraMemory(const DataFiles& files, std::string folder)

@@ -9,13 +9,14 @@
 #include "platform/DataFiles.h"
 #include "unit/wire/Flash.h"
 #include "unit/wire/PairingTable.h"
+#include "webcam/SightCorrection.h"
 
 namespace lightpen::webcam {
 
 struct UnitMemory {
     Flash flash;
     PairingTable pairingTable;
-    double lens = 0; // LensModel's k
+    SightCorrection correction; // of the calibration in the flash
 };
 
 // The file's text. Only what is valid in the flash is kept.

@@ -16,13 +16,33 @@ public:
     WebcamUnit(UnitDescription description, UnitSocket* socket, const UnitMemory& memory);
 
     CameraEye& eye() { return eye_; }
-    double lens() const { return lens_; }
     // What it keeps now.
     UnitMemory memory();
 
+    // What its eye undoes belongs to the calibration that was made with it. Any thread.
+
+    // From now on, to make a calibration with it. It stays with the next that is stored; until then the one
+    // before can be had back.
+    void tryCorrection(const SightCorrection& correction);
+    void giveUpTrial();
+    // A calibration has been stored, which may be the same as before. Whether what is kept is another one.
+    bool keepTrial();
+    // Of the calibration that is stored.
+    void correctLamp(CameraPoint lamp);
+    // To be called when what the unit keeps has changed. A calibration that comes back, since it was the one
+    // before the last, has its own correction again.
+    void calibrationMayHaveChanged();
+
 private:
+    struct Calibration {
+        Flash flash;
+        SightCorrection correction;
+    };
+
     CameraEye eye_;
-    const double lens_;
+    // The unit's lock guards these.
+    Calibration stored_;
+    Calibration before_;
 };
 
 // What the host sees of the unit of this camera.

@@ -53,14 +53,61 @@ TEST_F(CameraEyeTest, ThePlaceOfThePenIsInTheUnitsCoordinates) {
 }
 
 TEST_F(CameraEyeTest, ALensIsUndone) {
-    eye.begin(60, LensModel(kWidth, kHeight, 0.05));
-    settle();
+    eye.correct({.lens = 0.05});
     const Scene scene = take(room().spot(100, 311, 1.5, 200));
     const PicturePoint straight = LensModel(kWidth, kHeight, 0.05).undistorted({100, 311});
     ASSERT_TRUE(scene.pen);
     EXPECT_GT(std::abs(straight.x - 100), 2);
     EXPECT_NEAR(scene.pen->x, (straight.x + 0.5) * 4, 0.3);
     EXPECT_NEAR(scene.pen->y, (straight.y + 0.5) * 4, 0.3);
+}
+
+TEST_F(CameraEyeTest, ALampOffItsPenIsUndoneAndNoDisc) {
+    eye.correct({.lens = 0, .lamp = {30, -12}});
+    const auto pen = take(room().spot(100.25, 311.5, 1.5, 200)).pen;
+    ASSERT_TRUE(pen);
+    EXPECT_NEAR(pen->x, (100.25 + 0.5) * 4 - 30, 0.3);
+    EXPECT_NEAR(pen->y, (311.5 + 0.5) * 4 + 12, 0.3);
+    eye.set({.threshold = 512, .exposure = 23, .filterOut = true});
+    take(room().disc(400, 120, 8, 220));
+    const Scene scene = take(room().disc(400, 120, 8, 220));
+    ASSERT_THAT(scene.blobs, SizeIs(1));
+    EXPECT_NEAR(scene.blobs[0].x, 400.5 * 4, 1);
+}
+
+TEST_F(CameraEyeTest, WhoWatchesSeesTheDiscsAndTheUnitNothing) {
+    eye.correct({.lens = 0.05, .lamp = {30, -12}});
+    eye.watch(true);
+    EXPECT_TRUE(eye.wanted().filterOut) << "the room's exposure";
+    EXPECT_FALSE(eye.watched());
+    const DrawnPicture disc = room().disc(100, 311, 8, 220);
+    take(disc);
+    const Scene scene = take(disc);
+    EXPECT_THAT(scene.blobs, IsEmpty());
+    EXPECT_FALSE(scene.pen);
+    const auto watched = eye.watched();
+    ASSERT_TRUE(watched);
+    EXPECT_EQ(watched->number, 2U);
+    EXPECT_EQ(watched->lights.width, kWidth);
+    EXPECT_EQ(watched->lights.height, kHeight);
+    EXPECT_TRUE(watched->lights.dark);
+    ASSERT_THAT(watched->lights.blobs, SizeIs(1));
+    EXPECT_NEAR(watched->lights.blobs[0].x, 100, 0.1) << "nothing is undone";
+    EXPECT_NEAR(watched->lights.blobs[0].y, 311, 0.1);
+    eye.watch(false);
+    EXPECT_FALSE(eye.watched());
+    EXPECT_FALSE(eye.wanted().filterOut);
+    settle();
+    EXPECT_TRUE(take(room().spot(300, 200, 1.5, 200)).pen);
+}
+
+TEST_F(CameraEyeTest, TheUnitSeesNoPenWhileSomebodyWatches) {
+    ASSERT_TRUE(take(room().spot(300, 200, 1.5, 200)).pen);
+    eye.watch(true);
+    EXPECT_FALSE(eye.look(now).pen) << "at once, with no further picture";
+    eye.take(room().spot(300, 200, 1.5, 200).view(), now);
+    EXPECT_FALSE(eye.look(now).pen) << "nor from a picture that was on its way";
+    EXPECT_FALSE(eye.watched());
 }
 
 TEST_F(CameraEyeTest, OneDarkPictureKeepsThePenTwoLiftIt) {

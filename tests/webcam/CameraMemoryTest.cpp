@@ -25,13 +25,15 @@ protected:
         UnitMemory memory;
         memory.flash.store({first, 180}, {2210, 202}, {233, 1709}, {2291, 1688});
         memory.pairingTable.store(3, {0x20, 1, 2, 3, 4, 5, 6, 255}, false);
-        memory.lens = -0.0315;
+        memory.correction = {.lens = -0.0315, .lamp = {12.5, -7.25}};
         return memory;
     }
     static void expectSame(const UnitMemory& one, const UnitMemory& other) {
         EXPECT_TRUE(one.flash.holdsSameAs(other.flash));
         EXPECT_EQ(one.pairingTable, other.pairingTable);
-        EXPECT_NEAR(one.lens, other.lens, 1e-6);
+        EXPECT_NEAR(one.correction.lens, other.correction.lens, 1e-6);
+        EXPECT_NEAR(one.correction.lamp.x, other.correction.lamp.x, 1e-3);
+        EXPECT_NEAR(one.correction.lamp.y, other.correction.lamp.y, 1e-3);
     }
 
     RecordingLog log;
@@ -94,6 +96,29 @@ TEST_F(CameraMemoryTest, ALensBeyondReasonIsDamage) {
     ASSERT_NE(place, std::string::npos);
     EXPECT_TRUE(memoryOfText(text.replace(place, 6, "lens 500000")));
     EXPECT_FALSE(memoryOfText(text.replace(place, 11, "lens 500001")));
+}
+
+TEST_F(CameraMemoryTest, WhatIsOlderThanLampsHasNone) {
+    const UnitMemory with = calibrated(300);
+    std::string text = textOfMemory(with);
+    const auto lamp = text.find("lamp 12500 -7250\n");
+    ASSERT_NE(lamp, std::string::npos);
+    UnitMemory without = with;
+    without.correction.lamp = {};
+    text.erase(lamp, text.find("end") - lamp);
+    EXPECT_EQ(textOfMemory(without), text);
+    ASSERT_TRUE(memoryOfText(text));
+    expectSame(*memoryOfText(text), without);
+}
+
+TEST_F(CameraMemoryTest, ALampBeyondAnyPictureIsDamage) {
+    UnitMemory lamp;
+    lamp.correction.lamp = {-2560, 2560};
+    EXPECT_TRUE(memoryOfText(textOfMemory(lamp)));
+    lamp.correction.lamp = {-2560.1, 0};
+    EXPECT_FALSE(memoryOfText(textOfMemory(lamp)));
+    lamp.correction.lamp = {0, 2560.1};
+    EXPECT_FALSE(memoryOfText(textOfMemory(lamp)));
 }
 
 TEST_F(CameraMemoryTest, AFolderThatMayNotBeUsedLeavesALine) {
