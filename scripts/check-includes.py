@@ -42,7 +42,7 @@ PROCESS_ENTRY = re.compile(r"app/(main\w*|\w*Platform\w*)\.(cpp|h)|webcam/main\w
 SYSTEM_FOLDERS = {"linux_desktop", "emulated", "measure"}
 QT_UNITS = re.compile(r"app/.*|device/(ChTwoPoint|FloatPanel|PanelView|VirtualKeyCodes)\w*\.(cpp|h)|"
                       r"calibration/(CancelPlace|SessionLabel|TouchHint|KVRCalibrationWindow|KVRCalibrationTarget)\w*"
-                      r"\.(cpp|h)|webcam/main\w*\.cpp")
+                      r"\.(cpp|h)|webcam/(main|CalibrationScreen)\w*\.(cpp|h)")
 QT_HEADER = re.compile(r"(Qt\w+/)?Q[A-Z]\w*|Qt")
 # Whole Qt modules cost seconds in each unit.
 QT_MODULE = re.compile(r"Qt[A-Z]\w*")

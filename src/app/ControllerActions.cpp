@@ -52,8 +52,26 @@ void LightPenNX7Controller::calibration(const std::string& sender) {
     calibrate(isSet(kAutoCalibrationKey), sender);
 }
 
+bool LightPenNX7Controller::calibrates() {
+    const auto* camera = cameraCalibration();
+    return calibrationCenter_->inSession() || (camera && camera->underWay());
+}
+
+// What the camera measures first belongs to the session that follows, and none goes on meanwhile.
 void LightPenNX7Controller::calibrate(bool automatic, const std::string& sender) {
     Platform::current().notifications.post({std::string(kCalibrationWillBegin)});
+    const auto* camera = automatic ? cameraCalibration() : nullptr;
+    if (!camera)
+        return showTargets(automatic, sender);
+    calibrationCenter_->cancelSession();
+    camera->before([self = weak_from_this(), sender] {
+        if (const auto controller = self.lock())
+            controller->showTargets(true, sender);
+    });
+}
+
+void LightPenNX7Controller::showTargets(bool automatic, const std::string& sender) {
+    calibratesAutomatically_ = automatic;
     const QPixmap image = resourceImage(automatic ? "auto" : "calib");
     // A target without its picture stays the plain button that it was made as.
     if (const auto target = calibrationCenter_->calibrationTarget(); target && !image.isNull()) {
@@ -87,6 +105,8 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     Platform::current().clock.sleep(kFlashPause);
     if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);
+    if (const auto* camera = cameraCalibration(); camera && stored && calibratesAutomatically_)
+        camera->behind([this](std::string_view key) { return displayText(key); });
 }
 
 // The exposure is the unit's own; the marks only tell which distance it fits.

@@ -134,10 +134,14 @@ QIcon LightPenNX7Controller::conditionPicture() {
     }
 }
 
+const ProgramCamera::Calibration* LightPenNX7Controller::cameraCalibration() {
+    const auto& camera = homeParts().facts.camera;
+    return camera && camera->calibration ? &*camera->calibration : nullptr;
+}
+
 // Whoever asks is a program, so that nothing comes up in front of a locked screen or a calibration.
 bool LightPenNX7Controller::performAction(const std::string& action) {
-    if (Platform::current().systemUI.isScreenCovered() ||
-        (calibrationCenter_ && calibrationCenter_->inSession()))
+    if (Platform::current().systemUI.isScreenCovered() || (calibrationCenter_ && calibrates()))
         return false;
     if (action == "help") {
         help();

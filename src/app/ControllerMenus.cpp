@@ -58,12 +58,24 @@ void LightPenNX7Controller::showToolTip() {
 
 // Escape needs the keyboard, which a desktop may have given to another window.
 void LightPenNX7Controller::offerToCancel() {
-    const bool inSession = calibrationCenter_->inSession();
-    statusItem_->setFirstItem(inSession ? itemText(displayText(kCancelKey)) : QString(),
-                              [center = std::weak_ptr(calibrationCenter_)] {
-                                  if (const auto running = center.lock())
-                                      running->cancelSession();
+    statusItem_->setFirstItem(calibrates() ? itemText(displayText(kCancelKey)) : QString(),
+                              [self = weak_from_this()] {
+                                  if (const auto running = self.lock())
+                                      running->cancelCalibration();
                               });
+}
+
+// The click is over first: it is that of an item which then goes.
+void LightPenNX7Controller::cancelCalibration() {
+    calibrationCenter_->cancelSession();
+    Platform::current().runLoop.performOnMainThread(
+        {this, "cancelCalibration", {}, [self = weak_from_this()] {
+             const auto running = self.lock();
+             if (!running)
+                 return;
+             if (const auto* camera = running->cameraCalibration())
+                 camera->end();
+         }});
 }
 
 std::shared_ptr<QMenu> LightPenNX7Controller::constructMenu(MenuMode menuMode) {

@@ -76,8 +76,10 @@ void LightPenNX7Controller::followCondition() {
     notifications.addObserver(this, kUnitAccessDidChange, nullptr,
                               [this](const Notification&) { updateCondition(); });
     notifications.addObserver(this, kProgramCameraDidChange, nullptr, [this](const Notification&) {
-        if (controllerState.menuMode.load() != MenuMode{0})
-            showToolTip();
+        if (controllerState.menuMode.load() == MenuMode{0})
+            return;
+        showToolTip();
+        offerToCancel();
     });
 }
 
@@ -206,7 +208,7 @@ void LightPenNX7Controller::watchForPanel() {
 void LightPenNX7Controller::tellOfNoPanel() {
     if (statusItem_->isInPanel())
         return;
-    if (Platform::current().systemUI.isScreenCovered() || calibrationCenter_->inSession())
+    if (Platform::current().systemUI.isScreenCovered() || calibrates())
         return watchForPanel();
     if (!isSet(kWindowShownKey))
         return showHome();

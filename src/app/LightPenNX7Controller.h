@@ -149,6 +149,7 @@ private:
     void readDeviceInformation(const EventGeneratorNX7& driver);
     QIcon statusImage(std::string_view name);
     void offerToCancel();
+    void cancelCalibration();
     void menuOpened();
     void showDeviceRemoved();
     void observeScreen();
@@ -169,6 +170,9 @@ private:
     void tellOfCalibration(const PointListRef& points, const PointListRef& before, bool stored);
     void restoreCalibration(const PointListRef& points);
     void calibrate(bool automatic, const std::string& sender);
+    void showTargets(bool automatic, const std::string& sender);
+    const ProgramCamera::Calibration* cameraCalibration();
+    bool calibrates();
 
     struct HomeParts;
     HomeParts& homeParts();
@@ -228,8 +232,9 @@ private:
     std::shared_ptr<KVRCalibrationCenter> calibrationCenter_;
     SharedFlag deviceConnected_{false};
     PenCondition condition_;
-    std::set<std::string_view> told_; // the titles' keys of what is told once in the program's run
-    std::shared_ptr<HomeParts> home_; // null before anything of it is needed
+    std::set<std::string_view> told_;      // the titles' keys of what is told once in the program's run
+    bool calibratesAutomatically_ = false; // the last session that began
+    std::shared_ptr<HomeParts> home_;      // null before anything of it is needed
     QPointer<QAction> distanceItem3;
     QPointer<QAction> distanceItem2;
     QPointer<QAction> distanceItem1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "webcam/WebcamDesk.h"
 
+#include <utility>
 #include <variant>
 
 namespace lightpen::webcam {
@@ -10,7 +11,9 @@ WebcamDesk::WebcamDesk(Platform& platform, ServiceRegistry& registry, VideoDevic
     : platform_(platform), controls_(platform.dataFiles, folder), memory_(platform.dataFiles, folder),
       bus_(registry, platform.runLoop, platform.clock),
       loop_({devices, controls_, memory_, bus_, platform.runLoop, platform.clock, folders}, camera,
-            [this] { tellChange(); }) {
+            [this] { tellChange(); }),
+      calibration_(
+          platform, [this] { return loop_.unit(); }, [this](WebcamUnit& unit) { loop_.keep(unit); }) {
     platform_.notifications.addObserver(this, kUnitAccessDidChange, nullptr,
                                         [this](const Notification&) { followSeat(); });
     followSeat();
@@ -44,7 +47,11 @@ void WebcamDesk::tellChange() const {
 
 ProgramCamera WebcamDesk::camera() {
     return {[this] { return textKey(loop_.state()); }, [this] { return loop_.switchedOn(); },
-            [this](bool on) { switchOn(on); }};
+            [this](bool on) { switchOn(on); },
+            ProgramCamera::Calibration{
+                [this](std::function<void()> goOn) { calibration_.measureLens(std::move(goOn)); },
+                [this](const HomeTexts& texts) { calibration_.askForTouch(texts); },
+                [this] { return calibration_.underWay(); }, [this] { calibration_.end(); }}};
 }
 
 } // namespace lightpen::webcam

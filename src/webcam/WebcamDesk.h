@@ -7,6 +7,7 @@
 #include "platform/Platform.h"
 #include "platform/ServiceRegistry.h"
 #include "unit/bus/EmulatedBus.h"
+#include "webcam/CameraCalibration.h"
 #include "webcam/CameraLoop.h"
 #include "webcam/CameraMemory.h"
 #include "webcam/camera/ControlsFile.h"
@@ -45,6 +46,7 @@ private:
     const CameraMemory memory_;
     EmulatedBus bus_;
     CameraLoop loop_;
+    CameraCalibration calibration_;
 };
 
 } // namespace lightpen::webcam

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "app/home/HomeTexts.h"
+
 namespace lightpen {
 
 // Posted in the process when the program's own camera is otherwise than before.
@@ -16,6 +18,19 @@ struct ProgramCamera {
     std::function<std::string_view()> state; // how it is, in one line: a key of the string tables
     std::function<bool()> switchedOn;        // whether the user wants it to look
     std::function<void(bool)> switchOn;      // plugs the unit in, and lets the camera look; or neither
+
+    // What the camera does itself around an automatic calibration. It posts kProgramCameraDidChange when one
+    // of the two has begun, and when it is over.
+    struct Calibration {
+        // Before the targets are shown: goOn is called once they may be, and not at all when it is ended
+        // before that.
+        std::function<void(std::function<void()> goOn)> before;
+        // When it has been stored.
+        std::function<void(const HomeTexts& texts)> behind;
+        std::function<bool()> underWay;
+        std::function<void()> end; // as the user does
+    };
+    std::optional<Calibration> calibration = std::nullopt; // none where it does nothing
 };
 
 // What the window says of the running program, which the program's entry alone knows.

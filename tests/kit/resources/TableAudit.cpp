@@ -218,6 +218,9 @@ std::vector<std::string> windowKeys() {
         "Its pictures stay in memory. None is ever stored or sent.",
         "With a film before the lens the camera does not see the targets: calibrate before it is on, or by "
         "touching.",
+        "If a film belongs on the lens, put it on. Then touch the middle of the cross with the pen. %1 "
+        "leaves "
+        "the calibration as it is.",
         "Touch each target with the pen. Escape ends the calibration."};
 }
 
