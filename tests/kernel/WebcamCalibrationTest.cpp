@@ -14,10 +14,13 @@ namespace {
 
 DeskWithPanel* session = nullptr;
 
+constexpr const char* kLensFound = "Camera: the number of its lens is";
+
 struct Scene {
     const char* name;
     CameraMode mode;
     SessionKind kind;
+    double barrel = 0; // of the lens
 };
 
 void PrintTo(const Scene& scene, std::ostream* out) {
@@ -30,8 +33,14 @@ protected:
 };
 
 TEST_P(WebcamCalibrationTest, IsCalibratedAndDraws) {
-    ASSERT_NO_FATAL_FAILURE(enter(GetParam().mode, {}, GetParam().kind));
+    const Scene& scene = GetParam();
+    ASSERT_NO_FATAL_FAILURE(
+        enter(scene.mode, {}, scene.kind, Optics(Optics::strongKeystone(kScreen)).setBarrel(scene.barrel)));
     ASSERT_NO_FATAL_FAILURE(calibrate());
+    if (scene.barrel > 0) {
+        EXPECT_EQ(driver->count(kLensFound), 1U);
+    }
+    EXPECT_EQ(driver->count("Camera: it does not see the dots"), 0U);
     expectToDraw(GetParam().name, 16);
 }
 
@@ -45,6 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
     Scenes, WebcamCalibrationTest,
     testing::Values(Scene{"480 lines at 60, automatic", {kYuyv480, 60}, SessionKind::automatic},
                     Scene{"480 lines at 60, by touch", {kGrey480, 60}, SessionKind::byHand},
+                    Scene{"480 lines, a lens with 3 % barrel", {kGrey480, 60}, SessionKind::automatic, 0.03},
                     Scene{"720 lines at 60, automatic", {kGrey720, 60}, SessionKind::automatic},
                     Scene{"720 lines at 30, automatic", {kYuyv720, 30}, SessionKind::automatic},
                     Scene{"720 lines at 60, by touch", {kYuyv720, 60}, SessionKind::byHand},

@@ -12,7 +12,7 @@ namespace {
 constexpr double kMargin = 0.25;
 // The pictures that tell that all is dark, and where a dot is.
 constexpr int kDarkPictures = 3;
-constexpr std::size_t kPictures = 6;
+constexpr std::size_t kPictures = 5;
 // How far the same light may seem to be from where it was, in pixels.
 constexpr double kSame = 6;
 constexpr double kStill = 2;

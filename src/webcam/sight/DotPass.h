@@ -27,7 +27,7 @@ class DotPass {
 public:
     static constexpr std::size_t kDots = 13;
     // A dot that is not seen for so long is left out, and a window that is not seen to be dark ends it.
-    static constexpr Microseconds kPatience{2'000'000};
+    static constexpr Microseconds kPatience{2'500'000};
     static constexpr Microseconds kDarkPatience{4'000'000};
     // So many dots may be left out: behind a lamp, or beyond the camera's view. So many are too many at the
     // beginning: then the camera sees none.

@@ -32,6 +32,9 @@ constexpr milliseconds kPressPatience{5000};
 // Those that show the pen have been read when so many more have been written.
 constexpr unsigned long kPicturesUnderWay = 6;
 constexpr int kPollsWithoutPen = 3;
+constexpr const char* kLampFound = "Camera: the pen's light is"; // the cross was touched
+constexpr Microseconds kTouch = milliseconds(400);
+constexpr Microseconds kAfterTouch = milliseconds(700);
 constexpr const char* kNoSpot = "Event n:1537 ( 0, 0)"; // the driver's line for a report without a spot
 // What a lifted pen has done has been seen once nothing more has come for so long.
 constexpr Microseconds kQuiet = milliseconds(600);
@@ -77,9 +80,10 @@ void append(std::vector<double>& all, const std::vector<double>& more) {
 
 } // namespace
 
-void WebcamAtDesk::enter(const CameraMode& mode, const RoomLight& light, SessionKind kind) {
+void WebcamAtDesk::enter(const CameraMode& mode, const RoomLight& light, SessionKind kind,
+                         const Optics& optics) {
     calibration = kind;
-    room = std::make_unique<CameraRoom>(mode, kScreen, Optics::strongKeystone(kScreen), clock, desk.look());
+    room = std::make_unique<CameraRoom>(mode, kScreen, optics, clock, desk.look());
     room->setLight(light);
     permit();
     DriverOptions options;
@@ -115,6 +119,17 @@ void WebcamAtDesk::touchTargets(const std::function<bool()>& completed) {
               4);
 }
 
+// The program shows it once it has stored the points, which takes a while.
+void WebcamAtDesk::touchCross() {
+    constexpr int kMostTouches = 20;
+    for (int touch = 0; touch < kMostTouches && driver->count(kLampFound) == 0; ++touch) {
+        const Hand hand = Hand().tap({kScreen.width / 2, kScreen.height / 2}, kTouch);
+        perform(hand);
+        runLoop.runFor(hand.duration() + kAfterTouch);
+    }
+    ASSERT_GT(driver->count(kLampFound), 0U) << "nobody has asked for a touch of the cross";
+}
+
 void WebcamAtDesk::calibrate() {
     RoomLight film = room->light();
     film.screen = kThroughFilm;
@@ -128,6 +143,9 @@ void WebcamAtDesk::calibrate() {
         touchTargets(completed);
     ASSERT_TRUE(comesTrue(completed, kSessionPatience)) << "the calibration was not completed";
     room->setLight(film);
+    if (!byHand) {
+        ASSERT_NO_FATAL_FAILURE(touchCross());
+    }
     ASSERT_NO_FATAL_FAILURE(awaitUsable());
     forget();
 }

@@ -40,12 +40,12 @@ protected:
     void perform(const Hand& hand) override { room->play(hand); }
 
     // Sets up a camera like this, starts the program on it, and waits for its item and for the unit.
-    void enter(const CameraMode& mode, const RoomLight& light = {},
-               SessionKind kind = SessionKind::automatic);
+    void enter(const CameraMode& mode, const RoomLight& light = {}, SessionKind kind = SessionKind::automatic,
+               const Optics& optics = Optics::strongKeystone(kScreen));
     // Puts a camera back that was pulled.
     void plugCameraIn();
     // Chooses the calibration from the menu, and plays it to its end as it was chosen. Then the film comes on
-    // the lens, and the pen is used until it is heard.
+    // the lens, the cross behind an automatic one is touched, and the pen is used until it is heard.
     void calibrate();
     // Draws so many strokes all over the screen, every other one a tap. Each waits for its press before it
     // goes on, and for its release.
@@ -67,6 +67,7 @@ protected:
 private:
     void permit() const;
     void touchTargets(const std::function<bool()>& completed);
+    void touchCross();
     void drawStroke(ScreenPoint from, ScreenPoint to);
     void awaitLift();
 
