@@ -152,7 +152,7 @@ void CalibrationScreen::keyPressEvent(QKeyEvent* event) {
 }
 
 void CalibrationScreen::closeEvent(QCloseEvent* event) {
-    event->ignore();
+    event->accept();
     onEnd();
 }
 
