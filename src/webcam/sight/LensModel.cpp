@@ -16,7 +16,8 @@ constexpr std::size_t kEnoughDots = 5;
 // A pivot that is so small beside the largest entry is none: the dots lie on a line, or nearly.
 constexpr double kFlat = 1e-9;
 // A plane with a lens leaves no more than this between the dots and their places, as a part of the picture's
-// half diagonal: a little more than a pixel of 640 by 480. With more the dots are not what they are said to be.
+// half diagonal: a little more than a pixel of 640 by 480. With more the dots are not what they are said to
+// be.
 constexpr double kMostError = 0.003;
 // How many times more another lens has to explain than one more number does by chance.
 constexpr double kBetter = 8;
