@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const auto again = memoryOfText(textOfMemory(*memory));
     if (!again || !again->flash.holdsSameAs(memory->flash) || again->pairingTable != memory->pairingTable ||
-        again->lens != memory->lens)
+        again->correction != memory->correction)
         std::abort();
     return 0;
 }
