@@ -273,7 +273,8 @@ TEST_F(CameraUnitTest, HooksSeeBothDirections) {
     unit.onReport([&](const UnitReport&) { ++sent; });
     unit.plug();
     send({'H', 1});
-    EXPECT_EQ(unsigned(sent), run(100ms).size());
+    const auto heard = run(100ms);
+    EXPECT_EQ(unsigned(sent), heard.size());
     ASSERT_THAT(taken, ElementsAre(reportOf({'H', 1})));
     EXPECT_EQ(1, sent);
 }
