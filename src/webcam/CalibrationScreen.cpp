@@ -130,7 +130,7 @@ void CalibrationScreen::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     placeWords();
     if (dot_)
-        onEnd();
+        onOtherSize();
 }
 
 void CalibrationScreen::mousePressEvent(QMouseEvent* event) {

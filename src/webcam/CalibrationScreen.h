@@ -28,8 +28,10 @@ public:
     // A cross in the middle of the screen, and these words above it, in which %1 is the key that ends it.
     void showCross(const QString& words);
 
-    // Called when the user ends it, and when its size changes once the first dot has been shown.
+    // Called when the user ends it.
     std::function<void()> onEnd = [] {};
+    // Called when its size changes once the first dot has been shown.
+    std::function<void()> onOtherSize = [] {};
 
 protected:
     void paintEvent(QPaintEvent* event) override;

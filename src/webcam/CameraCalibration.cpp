@@ -46,11 +46,12 @@ CameraCalibration::CameraCalibration(Platform& platform, std::function<WebcamUni
                                      std::function<void(WebcamUnit&)> keep)
     : platform_(platform), unitThatLooks_(std::move(unit)), keep_(std::move(keep)) {
     NotificationCenter& notifications = platform_.notifications;
-    for (const std::string_view over : {kCalibrationWillBegin, kScreenWasCovered})
-        notifications.addObserver(this, over, nullptr, [this](const Notification&) { end(); });
+    notifications.addObserver(this, kCalibrationWillBegin, nullptr, [this](const Notification&) { end(); });
+    notifications.addObserver(this, kScreenWasCovered, nullptr,
+                              [this](const Notification&) { endSince("the screen was covered"); });
     notifications.addObserver(this, kScreensDidChange, nullptr, [this](const Notification&) {
         if (frameOfScreen() != frame_)
-            end();
+            endSince("its screen has changed");
     });
     for (const std::string_view over : {kCalibrationWillBegin, kCalibrationDidCanceled})
         notifications.addObserver(this, over, nullptr, [this](const Notification&) { giveUpTrial(); });
@@ -65,6 +66,7 @@ CalibrationScreen& CameraCalibration::screen() {
     if (!screen_) {
         screen_ = std::make_unique<CalibrationScreen>();
         screen_->onEnd = [this] { end(); };
+        screen_->onOtherSize = [this] { endSince("its window has changed its size"); };
     }
     return *screen_;
 }
@@ -88,8 +90,8 @@ void CameraCalibration::lookLater() {
 }
 
 void CameraCalibration::look() {
-    if (unitThatLooks_() != unit_) // it is gone, and the calibration with it
-        return end();
+    if (unitThatLooks_() != unit_)
+        return endSince("its unit is gone");
     switch (what_) {
     case What::nothing:
         return;
@@ -106,6 +108,13 @@ void CameraCalibration::look() {
     }
     if (underWay())
         lookLater();
+}
+
+// What the user has not done is told.
+void CameraCalibration::endSince(const char* reason) {
+    if (underWay())
+        logLine("Camera: %s; what it measures around a calibration ends", reason);
+    end();
 }
 
 void CameraCalibration::end() {
@@ -218,7 +227,7 @@ void CameraCalibration::take(CameraPoint pen) {
     switch (found.kind) {
     case LampFinding::Kind::implausible:
         logLine("Camera: the cross was not touched, or the camera was moved; nothing is corrected");
-        break;
+        return; // the next touch may be one of the cross
     case LampFinding::Kind::none:
         logLine("Camera: the pen's light is where it touches");
         break;

@@ -47,6 +47,7 @@ private:
     void begin(What what);
     void lookLater();
     void look();
+    void endSince(const char* reason);
     void coverDesktop();
     void lookAtDots();
     void measured();

@@ -11,7 +11,8 @@
 
 namespace lightpen::webcam {
 
-// One touch, as somebody sees it who looks again and again. A value; not for several threads at once.
+// One touch, as somebody sees it who looks a hundred times a second. A value; not for several threads at
+// once.
 class PenTouch {
 public:
     // Where the pen is seen now; none when it is not. A touch is over at the first look without a pen, and
