@@ -112,8 +112,9 @@ protected:
         loop.switchOn(false);
         goOn = true;
         std::this_thread::sleep_for(50ms);
-        EXPECT_EQ(loop.state(), CameraState::off);
+        EXPECT_TRUE(comesTo(CameraState::off));
         loop.end();
+        camera.answer = nullptr;
     }
     bool unitComes(bool there, std::chrono::milliseconds patience = 10s) {
         const auto came = [&] {
