@@ -109,6 +109,12 @@ install_packages() {
 
 # The version, which is said in one place.
 project_version() { sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt"; }
+# A release is the commit that has its version for a tag; where the two differ, one of them is wrong.
+check_tag() {
+    local tag
+    tag=$(git -C "$root" describe --tags --exact-match --match 'v[0-9]*' 2>/dev/null) || return 0
+    [[ $tag == "v$(project_version)" ]] || die "This commit is tagged $tag, but CMakeLists.txt says $(project_version)."
+}
 
 # suite_of RELEASE: the name by which Debian's archives know a release.
 suite_of() {

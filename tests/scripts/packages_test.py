@@ -49,6 +49,13 @@ class PackagesTest(unittest.TestCase):
         self.assertEqual(named - listed, set())
         self.assertEqual({name for name in listed if name.endswith("-dev")} - named, set())
 
+    def test_a_tag_is_the_version(self):
+        version = shell("project_version").stdout.strip()
+        for git, status in (("return 128", 0), (f"echo v{version}", 0), (f"echo v{version}1", 1)):
+            run = shell(f"git() {{ {git}; }}\ncheck_tag")
+            self.assertEqual(run.returncode, status, git)
+            self.assertEqual(version in run.stderr, status != 0, run.stderr)
+
     def test_nothing_missing_asks_nobody(self):
         run = shell("missing_packages() { :; }\nsudo() { echo called; }\n"
                     "apt-get() { echo called; }\ninstall_packages build")
