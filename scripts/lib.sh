@@ -69,14 +69,18 @@ keep_log() {
     done
 }
 
-# packages_of SECTION...: the packages of these sections of the list, each once.
+# Debian's number of this machine's release; one that is not out yet has none, and comes after all others.
+this_release() { (. /etc/os-release && printf '%s' "${VERSION_ID:-99}") 2>/dev/null || printf 0; }
+
+# packages_of SECTION...: the packages of these sections of the list that this release has, each once.
 packages_of() {
-    local wanted=" $* " section= line
-    while IFS= read -r line; do
-        case $line in
+    local wanted=" $* " section= name since release
+    release=$(this_release)
+    while read -r name since; do
+        case $name in
             '' | '#'*) ;;
-            '['*']') section=${line:1:-1} ;;
-            *) if [[ $wanted == *" $section "* ]]; then say "$line"; fi ;;
+            '['*']') section=${name:1:-1} ;;
+            *) if [[ $wanted == *" $section "* ]] && ((${since:-0} <= ${release%%.*})); then say "$name"; fi ;;
         esac
     done <"$root/packaging/debian-packages.txt" | sort -u
 }
