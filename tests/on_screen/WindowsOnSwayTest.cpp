@@ -2,6 +2,8 @@
 // The application's windows under a Wayland compositor that tiles them.
 #include "on_screen/OnSwayTest.h"
 
+#include <sstream>
+
 namespace lightpen {
 namespace {
 
@@ -23,6 +25,14 @@ protected:
             return found.has_value();
         });
         return found;
+    }
+    // The driver's windows as they are, and its log.
+    std::string told() {
+        std::ostringstream text;
+        for (const SwayWindow& one : sway->windows(user.program.processId()))
+            text << one.title << (one.floating ? " floats, " : " is tiled, ") << one.place.width() << " x "
+                 << one.place.height() << '\n';
+        return text.str() + user.program.log();
     }
     // How many pixels there are not dark.
     int lightIn(const QRect& pixels) {
@@ -93,7 +103,7 @@ TEST_F(WindowsOnSwayTest, TheCheckPanelFloatsAndShowsItsMarker) {
     ASSERT_TRUE(comes(user, {"--calibrated", "--no-hand"}));
     ASSERT_TRUE(user.performs({"stray on 705 430", "plug"}));
     const auto panel = floating(QSize(640, 400));
-    ASSERT_TRUE(panel) << user.program.log();
+    ASSERT_TRUE(panel) << told();
     // The light is in the middle, which is the lower left corner of the marker.
     const QRect marker(panel->place.topLeft() + QPoint(320, 190), QSize(10, 10));
     EXPECT_TRUE(comesTrue([&] { return lightIn(panel->place) == lightIn(marker) && lightIn(marker) > 10; }))
@@ -106,7 +116,7 @@ TEST_F(WindowsOnSwayTest, TheKeyWindowTakesNobodysPlace) {
     ASSERT_TRUE(comesTrue([&] { return unitWindow().has_value(); }));
     EXPECT_EQ(unitWindow()->place, kLaptop);
     ASSERT_TRUE(user.program.perform("plug"));
-    EXPECT_TRUE(floating(QSize(20, 20))) << user.program.log();
+    EXPECT_TRUE(floating(QSize(20, 20))) << told();
     EXPECT_EQ(unitWindow()->place, kLaptop);
 }
 

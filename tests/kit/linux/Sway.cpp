@@ -81,7 +81,8 @@ Sway::Sway(const std::string& display, int outputs, const std::string& configura
     const std::filesystem::path run = folder_.file("run"), file = folder_.file("config");
     std::filesystem::create_directory(run);
     std::filesystem::permissions(run, std::filesystem::perms::owner_all);
-    writeFile(file, "xwayland disable\ndefault_border none\n" + configuration);
+    // Later releases make small floating windows larger than they ask for, unless they are told not to.
+    writeFile(file, "xwayland disable\ndefault_border none\nfloating_minimum_size 1 x 1\n" + configuration);
     ChildOptions options{.environment = {{"DISPLAY", display},
                                          {"HOME", run},
                                          {"PATH", "/usr/bin:/bin"},
