@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "device/PanelView.h"
 
+#include <QIcon>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QPixmap>
 #include <QString>
 
 #include "device/SharedState.h"
@@ -24,9 +24,9 @@ QSize imageSize(const Size& size) {
     return QSize(qRound(size.width), qRound(size.height)).expandedTo({0, 0});
 }
 
-QIcon markerPicture() {
+QPixmap markerPicture(QSize size, double ratio) {
     const auto file = Platform::current().shell.bundle.pathForResource("wArc", "svg");
-    return file ? QIcon(QString::fromStdString(*file)) : QIcon();
+    return file ? QIcon(QString::fromStdString(*file)).pixmap(size, ratio) : QPixmap();
 }
 
 } // namespace
@@ -38,7 +38,7 @@ WindowPoint panelPoint(CameraPoint spot, Size panel, CameraPoint firstCorner, Ca
 }
 
 PanelView::PanelView(const WindowRect& frame)
-    : image(imageSize(frame.size), QImage::Format_ARGB32_Premultiplied), marker_(markerPicture()) {
+    : image(imageSize(frame.size), QImage::Format_ARGB32_Premultiplied) {
     image.fill(Qt::transparent);
     // The picture covers all of the view, so that nothing else need be drawn below it.
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -72,8 +72,11 @@ void PanelView::drawRect(QPainter& painter, const QRect& dirty) {
     const Size view{double(width()), double(height())};
     const WindowPoint corner = panelPoint(sharedState.checkViewPoint, view, first, last);
     const QRectF place(corner.x, view.height - corner.y - kMarkerSide, kMarkerSide, kMarkerSide);
-    const QPixmap pixels = marker_.pixmap(place.size().toSize(), painter.device()->devicePixelRatioF());
-    painter.drawPixmap(place, pixels, QRectF(pixels.rect()));
+    if (const double ratio = painter.device()->devicePixelRatioF(); ratio != markerRatio_) {
+        marker_ = markerPicture(place.size().toSize(), ratio);
+        markerRatio_ = ratio;
+    }
+    painter.drawPixmap(place, marker_, QRectF(marker_.rect()));
 }
 
 void PanelView::paintEvent(QPaintEvent* event) {

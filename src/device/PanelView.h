@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include <QColor>
-#include <QIcon>
 #include <QImage>
+#include <QPixmap>
 #include <QWidget>
 
 #include "platform/Geometry.h"
@@ -45,7 +45,10 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
-    const QIcon marker_;
+    // Its pixels, for so many to a point. No QIcon, whose plug-in may be gone at the program's end before a
+    // panel that is left.
+    QPixmap marker_;
+    double markerRatio_ = 0;
 };
 
 // Where the panel of this size shows a camera point, given the first and the last stored corner. The camera
