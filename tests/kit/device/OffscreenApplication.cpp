@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "kit/device/OffscreenApplication.h"
 
+#include <cstdlib>
+
 #include <QApplication>
+#include <QEvent>
 
 namespace lightpen {
 
@@ -14,7 +17,10 @@ bool ensureOffscreenApplication() {
     static const bool offscreen = qputenv("QT_QPA_PLATFORM", "offscreen");
     // Never destroyed: Qt takes its own statics down before those of the test.
     static const auto* const application = new QApplication(argc, argv);
-    return offscreen && application;
+    // Nor is a window that was to be deleted later: its plug-in's statics have gone by then.
+    static const bool keeps =
+        std::atexit([] { QCoreApplication::removePostedEvents(nullptr, QEvent::DeferredDelete); }) == 0;
+    return offscreen && application && keeps;
 }
 
 } // namespace lightpen
