@@ -106,7 +106,7 @@ void LightPenNX7Controller::calibrationDidComplete(const Notification& notificat
     if (EventGeneratorNX7::wirelessPointsFromFlash() == 0)
         driver.Nx9commd(kReadPairingTable);
     if (const auto* camera = cameraCalibration(); camera && stored && calibratesAutomatically_)
-        camera->behind([this](std::string_view key) { return displayText(key); });
+        camera->after([this](std::string_view key) { return displayText(key); });
 }
 
 // The exposure is the unit's own; the marks only tell which distance it fits.

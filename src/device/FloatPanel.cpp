@@ -39,6 +39,16 @@ QScreen* mainScreen() {
     return screen ? screen : QGuiApplication::primaryScreen();
 }
 
+// Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
+void coverMainScreen(QWidget& window) {
+    window.setWindowState(Qt::WindowNoState);
+    if (QScreen* screen = mainScreen()) {
+        window.setScreen(screen);
+        window.setGeometry(screen->geometry());
+    }
+    window.showFullScreen();
+}
+
 WindowRect checkPanelRect(Size screen) {
     return {{std::trunc(screen.width * 0.25), std::trunc(screen.height / 3)},
             {std::trunc(screen.width * 0.5), std::trunc(screen.height * 0.5)}};

@@ -27,6 +27,8 @@ QScreen* screenNamed(const std::string& name);
 // Qt's screen for the desktop's main one, which need not be Qt's primary one: the user can choose. It is the
 // primary one where Qt does not know the main one, and null without a screen. Main thread.
 QScreen* mainScreen();
+// Shows the window on all of that screen. Main thread.
+void coverMainScreen(QWidget& window);
 
 // Where the check view's panel stands on a main screen of this size: a quarter of the width is free on either
 // side, a third of the height below. Whole points.

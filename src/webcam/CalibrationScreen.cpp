@@ -65,19 +65,13 @@ void CalibrationScreen::showCross(const QString& words) {
     cover(Kind::cross);
 }
 
-// Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
 void CalibrationScreen::cover(Kind kind) {
     kind_ = kind;
     dot_.reset();
     pressed_ = false;
     words_.setVisible(kind == Kind::cross);
     setCursor(kind == Kind::dark ? Qt::BlankCursor : Qt::ArrowCursor);
-    setWindowState(Qt::WindowNoState);
-    if (QScreen* screen = mainScreen()) {
-        setScreen(screen);
-        setGeometry(screen->geometry());
-    }
-    showFullScreen();
+    coverMainScreen(*this);
     placeWords();
     update();
     raise();

@@ -66,14 +66,8 @@ void PenTrialScreen::setTexts(const HomeTexts& text) {
     placeWordsAndButton();
 }
 
-// Without a window manager a full-screen window keeps its size, so it gets the screen's size first.
 void PenTrialScreen::begin() {
-    setWindowState(Qt::WindowNoState);
-    if (QScreen* screen = mainScreen()) {
-        setScreen(screen);
-        setGeometry(screen->geometry());
-    }
-    showFullScreen();
+    coverMainScreen(*this);
     startOver();
     raise();
     activateWindow();

@@ -26,7 +26,7 @@ struct ProgramCamera {
         // before that.
         std::function<void(std::function<void()> goOn)> before;
         // When it has been stored.
-        std::function<void(const HomeTexts& texts)> behind;
+        std::function<void(const HomeTexts& texts)> after;
         std::function<bool()> underWay;
         std::function<void()> end; // as the user does
     };
