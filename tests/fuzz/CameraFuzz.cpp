@@ -10,7 +10,7 @@
 
 #include <linux/videodev2.h>
 
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "kit/webcam/FakeCamera.h"
 #include "platform/Log.h"
 #include "webcam/camera/Camera.h"

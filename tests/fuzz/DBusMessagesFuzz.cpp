@@ -18,8 +18,8 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 
-#include "fuzz/AnyBytes.h"
 #include "fuzz/bus/FuzzedBus.h"
+#include "kit/AnyBytes.h"
 #include "kit/RecordingLog.h"
 #include "kit/VirtualTime.h"
 #include "linux_desktop/panel/DesktopNotices.h"

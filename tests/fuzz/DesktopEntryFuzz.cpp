@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "linux_desktop/files/DesktopEntry.h"
 
 namespace {

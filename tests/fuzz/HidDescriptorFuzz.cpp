@@ -2,7 +2,7 @@
 // Any bytes as a report descriptor: what is accepted must keep the parser's promises.
 #include <span>
 
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "linux_desktop/hid/HidDescriptor.h"
 
 namespace {

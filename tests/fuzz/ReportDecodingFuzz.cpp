@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "device/EventGeneratorNX7.h"
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "platform/IOHID.h"
 #include "platform/Log.h"
 

@@ -8,7 +8,7 @@
 
 #include <QString>
 
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "kit/TemporaryDirectory.h"
 #include "linux_desktop/files/XdgDefaults.h"
 #include "platform/Log.h"

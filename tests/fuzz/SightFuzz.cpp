@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "webcam/sight/DisplayedSight.h"
 #include "webcam/sight/LensModel.h"
 #include "webcam/sight/SmallPicture.h"

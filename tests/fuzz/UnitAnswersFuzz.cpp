@@ -10,7 +10,7 @@
 #include "calibration/KVRCalibrationCenter.h"
 #include "device/PreviewImage.h"
 #include "device/Reports.h"
-#include "fuzz/AnyBytes.h"
+#include "kit/AnyBytes.h"
 #include "kit/device/OffscreenApplication.h"
 #include "kit/device/PenFixture.h"
 
