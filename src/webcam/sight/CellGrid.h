@@ -17,6 +17,10 @@ public:
     struct Area {
         int left = 0, top = 0, right = 0, bottom = 0;
     };
+    struct Cell {
+        int column = 0;
+        int row = 0;
+    };
     struct Pixel {
         int x = 0;
         int y = 0;

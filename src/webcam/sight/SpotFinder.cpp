@@ -74,6 +74,17 @@ const Spot& brightest(const std::vector<Spot>& spots) {
                              [](const Spot& a, const Spot& b) { return light(a) < light(b); });
 }
 
+// Of a spot, where many pixels may have been white before the slide behind them was taken off.
+CellGrid::Pixel brightestNear(const GreyView& picture, CellGrid::Pixel pixel) {
+    constexpr int kReach = CellGrid::kSide / 2;
+    CellGrid::Pixel best = pixel;
+    for (int y = std::max(pixel.y - kReach, 0); y < std::min(pixel.y + kReach + 1, picture.height); ++y)
+        for (int x = std::max(pixel.x - kReach, 0); x < std::min(pixel.x + kReach + 1, picture.width); ++x)
+            if (picture.row(y)[x] > picture.row(best.y)[best.x])
+                best = {x, y};
+    return best;
+}
+
 double reachOf(int width) {
     return std::max(kLeastReach, static_cast<double>(width) / kReachPart);
 }
@@ -120,6 +131,7 @@ void SpotFinder::begin(const GreyView& picture) {
     width_ = picture.width;
     height_ = picture.height;
     cells_.resize(width_, height_);
+    backdrop_.resize(width_, height_);
     settling_ = kSettling;
     unrest_ = 0;
     shown_ = 0;
@@ -132,6 +144,7 @@ void SpotFinder::settle(const GreyView& picture) {
         for (int column = 0; column < cells_.columns(); ++column)
             if (cells_.brightest(column, row) > cells_.before(column, row))
                 cells_.setBefore(column, row, cells_.brightest(column, row));
+    backdrop_.learn(picture, cells_.whole(), {});
     noteShown();
 }
 
@@ -159,9 +172,11 @@ std::optional<Spot> SpotFinder::follow(const GreyView& picture) {
     learn(area, limitsOf(true).level, false);
     const double enough = kNearlyAsBright * light(brightest(spots));
     std::erase_if(spots, [&](const Spot& spot) { return light(spot) < enough; });
-    return *std::min_element(spots.begin(), spots.end(), [&](const Spot& a, const Spot& b) {
+    const Spot spot = *std::min_element(spots.begin(), spots.end(), [&](const Spot& a, const Spot& b) {
         return distance(a, x, y) < distance(b, x, y);
     });
+    backdrop_.learnAround(picture, area, spot);
+    return spot;
 }
 
 // The one spot that stands out of everything else that is new in the whole picture.
@@ -185,6 +200,7 @@ std::optional<Spot> SpotFinder::search(const GreyView& picture) {
     if (refused)
         unrest_ = kUnrest;
     learn(area, limits.level, refused && !found);
+    backdrop_.learn(picture, area, hot_);
     if (tracked_ && found && distance(*found, tracked_->spot.x, tracked_->spot.y) <= 2 * reachOf(width_))
         return accept(*found);
     if (tracked_)
@@ -276,13 +292,31 @@ void SpotFinder::lookAtHot(const GreyView& picture, const CellGrid::Area& area, 
     for (const Cell& cell : hot_) {
         if (!isTop(cell, area))
             continue;
-        const CellGrid::Pixel pixel = cells_.brightestPixel(picture, cell.column, cell.row);
         const double excess = cells_.brightest(cell.column, cell.row) - cells_.before(cell.column, cell.row);
-        if (const auto spot = spotAt(picture, pixel.x, pixel.y, limits))
+        if (const auto spot = spotOf(picture, cell, limits))
             sighting_.spots.push_back(*spot);
         else
             sighting_.other = std::max(sighting_.other, excess);
     }
+}
+
+// The spot of a cell, without the slide behind it. While that is another than before, a pen that is followed
+// is known to be there, and one that comes down is looked for as it is seen; so is one that is hardly
+// brighter than noise, of which the slide taken off has some, too.
+std::optional<Spot> SpotFinder::spotOf(const GreyView& picture, const Cell& cell, const SpotLimits& limits) {
+    const CellGrid::Pixel pixel = cells_.brightestPixel(picture, cell.column, cell.row);
+    const int around = surroundingsReach(limits);
+    const bool behind = backdrop_.isBehind(picture, pixel, around);
+    if (!behind && tracked_)
+        backdrop_.guess(picture, pixel, around);
+    if (behind || tracked_) {
+        const Backdrop::Part part =
+            backdrop_.takenOff(picture, pixel, std::max(around, static_cast<int>(std::ceil(limits.length))));
+        const CellGrid::Pixel brightest = brightestNear(part.view, {pixel.x - part.left, pixel.y - part.top});
+        if (const auto spot = spotAt(part.view, brightest.x, brightest.y, limits))
+            return Spot{spot->x + part.left, spot->y + part.top, spot->size, spot->peak};
+    }
+    return spotAt(picture, pixel.x, pixel.y, limits);
 }
 
 void SpotFinder::findHot(const CellGrid::Area& area, int level) {

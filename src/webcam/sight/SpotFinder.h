@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/Time.h"
+#include "webcam/sight/Backdrop.h"
 #include "webcam/sight/CellGrid.h"
 #include "webcam/sight/GreyView.h"
 #include "webcam/sight/Spot.h"
@@ -21,7 +22,7 @@ int levelOfThreshold(std::uint16_t threshold);
 // learnt, so that a lamp or a bright slide is none; and whatever is large, or comes with much else that is
 // new, is none either: a slide that changes, a video, a hand with a phone's light, the noise of a camera
 // without a signal. A pen that is found is followed in a small window; the whole picture is searched when it
-// is not there any more.
+// is not there any more. The slide behind its light is taken off, so that letters do not pull it aside.
 //
 // Not for several threads at once. It allocates only while it finds more than ever before.
 class SpotFinder {
@@ -73,10 +74,7 @@ private:
         double left = 0, right = 0, top = 0, bottom = 0;
     };
 
-    struct Cell {
-        int column = 0;
-        int row = 0;
-    };
+    using Cell = CellGrid::Cell;
 
     void begin(const GreyView& picture);
     void settle(const GreyView& picture);
@@ -94,6 +92,7 @@ private:
     // The cells
     void findHot(const CellGrid::Area& area, int level);
     void lookAtHot(const GreyView& picture, const CellGrid::Area& area, const SpotLimits& limits);
+    std::optional<Spot> spotOf(const GreyView& picture, const Cell& cell, const SpotLimits& limits);
     bool isTop(const Cell& cell, const CellGrid::Area& area) const;
     void learn(const CellGrid::Area& area, int level, bool refused);
     void noteShown();
@@ -106,6 +105,7 @@ private:
     Microseconds taken_{};
     int settling_ = 0; // pictures that are still taken for what is there without a pen
     CellGrid cells_;
+    Backdrop backdrop_;
     std::vector<Cell> hot_; // those that are brighter than they were
     Sighting sighting_;
     std::optional<Track> tracked_;

@@ -205,9 +205,13 @@ Share shareAround(const GreyView& picture, int x, int y, int radius, int level) 
 
 } // namespace
 
+int surroundingsReach(const SpotLimits& limits) {
+    return static_cast<int>(std::ceil(limits.width * 1.25)) + 2;
+}
+
 std::optional<Spot> spotAt(const GreyView& picture, int x, int y, const SpotLimits& limits) {
     const int peak = picture.row(y)[x];
-    const int radius = static_cast<int>(std::ceil(limits.width * 1.25)) + 2;
+    const int radius = surroundingsReach(limits);
     const auto surroundings = around(picture, x, y, radius);
     if (!surroundings)
         return std::nullopt;

@@ -16,8 +16,12 @@ struct SpotLimits {
     double flatness = 0; // how many times longer than wide it is, at most
 };
 
-// The spot around the brightest pixel of a place. What is around is measured on a square that is a little
-// wider than a spot may be, so slides and shades count for nothing. None when the place is too faint, too
+// How far from a spot's brightest pixel its surroundings are measured: on the edge of a square that is a
+// little wider than a spot may be.
+int surroundingsReach(const SpotLimits& limits);
+
+// The spot around the brightest pixel of a place. What is around it is taken off, so slides and shades count
+// for nothing. None when the place is too faint, too
 // large, too long, of a single pixel, in the midst of noise or of much that is as bright, or cut by the
 // picture's edge through its brightest part. The picture is whole, and the pixel in it.
 std::optional<Spot> spotAt(const GreyView& picture, int x, int y, const SpotLimits& limits);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // How far the spot that is found lies from where the pen's light was drawn.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -79,6 +81,92 @@ TEST(SpotAccuracyTest, ACompressedPicture) {
 
 TEST(SpotAccuracyTest, AFaintSpotInACompressedPicture) {
     expectWithin(0.2, {{1.2, 45, 80}, {1.8, 45, 80}});
+}
+
+// A slide's grey levels, and its lines of words: as large as a projected slide's in a camera's picture.
+struct Slide {
+    int ground;
+    int words;
+    int first; // where they begin, so that no two slides are alike
+};
+
+DrawnPicture slidePicture(const Slide& slide) {
+    DrawnPicture picture(240, 180, 10);
+    picture.rectangle(12, 12, 216, 156, slide.ground);
+    for (int line = 0; line < 7; ++line)
+        for (int left = 18 + slide.first, word = line; left < 210; left += 19 + word++ * 7 % 23)
+            picture.rectangle(left, 22 + line * 21 + slide.first, 12 + word * 7 % 23, 9, slide.words);
+    return picture;
+}
+
+// How far off a stroke over slides is seen, picture by picture, and pictures in which it is not.
+struct Stroke {
+    std::vector<double> off;
+    int missed = 0;
+};
+
+// Slow and fast strokes over each part of a slide, which becomes another in the midst of each, or stays.
+Stroke strokesOver(const Slide& slide, const Slide& later) {
+    std::mt19937 random(7);
+    SpotFinder finder;
+    Stroke stroke;
+    Microseconds now{};
+    const auto look = [&](DrawnPicture picture) {
+        now += Microseconds(16'667);
+        return finder.find(picture.noise(2, random).view(), now);
+    };
+    for (int number = 0; number < 24; ++number) {
+        for (int i = 0; i < 60; ++i)
+            EXPECT_FALSE(look(slidePicture(slide))) << "no pen touches";
+        const double fromX = 25 + 7.3 * number;
+        const double fromY = 160 - 5.7 * number;
+        for (int i = 0; i < 40; ++i) {
+            const double x = fromX + (120 - fromX) * i * (1 + number % 3) / 120;
+            const double y = fromY + (90 - fromY) * i / 40;
+            const auto spot = look(slidePicture(i < 20 ? slide : later).spot(x, y, 1.3, 240));
+            if (spot)
+                stroke.off.push_back(std::hypot(spot->x - x, spot->y - y));
+            else
+                ++stroke.missed;
+        }
+    }
+    std::ranges::sort(stroke.off);
+    return stroke;
+}
+
+double percentile(const std::vector<double>& sorted, std::size_t percent) {
+    return sorted[sorted.size() * percent / 100];
+}
+
+constexpr Slide kSlides[] = {{100, 25, 0}, {18, 100, 4}, {10, 88, 2}, {170, 30, 7}};
+
+// A letter that the pen's light lies on or beside is no part of it.
+TEST(SpotAccuracyTest, OnTheWordsOfASlide) {
+    for (const Slide& slide : kSlides) {
+        SCOPED_TRACE(testing::Message() << slide.words << " on " << slide.ground);
+        const Stroke stroke = strokesOver(slide, slide);
+        std::printf("%d on %d: %.3f pixels in the median, %.3f at most, %d missed\n", slide.words,
+                    slide.ground, percentile(stroke.off, 50), stroke.off.back(), stroke.missed);
+        EXPECT_EQ(stroke.missed, 0);
+        EXPECT_LT(stroke.off.back(), 0.3);
+    }
+}
+
+// What is behind the pen then is not known until the pen has left it. On white that is nearly as bright as
+// the pen's light there would be nothing to see in the meantime.
+TEST(SpotAccuracyTest, OnASlideThatChangesInTheMidstOfAStroke) {
+    constexpr std::size_t kDim = 3;
+    for (std::size_t i = 0; i < kDim; ++i) {
+        const Slide& slide = kSlides[i];
+        const Slide& later = kSlides[(i + 1) % kDim];
+        SCOPED_TRACE(testing::Message() << slide.words << " on " << slide.ground);
+        const Stroke stroke = strokesOver(slide, later);
+        std::printf("%d on %d, then another: %.3f pixels in 95 of 100 pictures, %.3f at most, %d missed\n",
+                    slide.words, slide.ground, percentile(stroke.off, 95), stroke.off.back(), stroke.missed);
+        EXPECT_EQ(stroke.missed, 0);
+        EXPECT_LT(percentile(stroke.off, 95), 0.6);
+        EXPECT_LT(stroke.off.back(), 1);
+    }
 }
 
 } // namespace
