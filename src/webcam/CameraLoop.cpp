@@ -171,7 +171,9 @@ std::optional<CameraInfo> CameraLoop::choose() {
 
 bool CameraLoop::open(const CameraInfo& info) {
     const CameraProblem problem = camera_.open(info.node, info.identity);
-    tell(stateOf(problem.kind, camera_.manualExposure()));
+    // One that could not be used is not told to look before its first picture.
+    if (problem || state_ != CameraState::unusable)
+        tell(stateOf(problem.kind, camera_.manualExposure()));
     return !problem;
 }
 
@@ -213,6 +215,7 @@ bool CameraLoop::lookWith(const CameraInfo& info) {
             break;
         if (next == Camera::Next::timeOut)
             continue;
+        tell(stateOf(CameraProblem::Kind::none, camera_.manualExposure()));
         eye.take(picture.view(), surroundings_.clock.now());
         if (pictures++ != kPicturesBefore)
             continue;

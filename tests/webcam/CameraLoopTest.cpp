@@ -255,6 +255,16 @@ TEST_F(CameraLoopTest, ACameraThatSendsNothingIsToldOfAndComesBackByItself) {
     EXPECT_TRUE(comesTo(CameraState::unusable));
     EXPECT_TRUE(unitComes(false));
     EXPECT_THAT(log.lines(), Contains("Camera: " + node + " has sent no whole picture for three seconds"));
+    // Another try changes nothing that the user sees.
+    const int told = changes;
+    streamed = false;
+    nodeComes();
+    EXPECT_TRUE(eventually([&] {
+        platform.runLoop.runPending();
+        return streamed && !streams;
+    }));
+    EXPECT_EQ(changes, told);
+    EXPECT_EQ(loop.state(), CameraState::unusable);
     silent = false;
     EXPECT_TRUE(unitComes(true, 20s));
     EXPECT_EQ(loop.state(), CameraState::looking);
