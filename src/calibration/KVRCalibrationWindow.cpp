@@ -68,19 +68,10 @@ void KVRCalibrationWindow::resizeEvent(QResizeEvent* event) {
     takePlaceOfWindow();
 }
 
-// A window manager may keep a full-screen window beside its panel, or know nothing of such windows. Only an X
-// server tells where a window really is.
-QRect KVRCalibrationWindow::placeOfContent() const {
-    const QScreen* screen = screenOfSession();
-    if (!screen || QGuiApplication::platformName() != QLatin1String("xcb"))
-        return rect();
-    return {mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size()};
-}
-
 void KVRCalibrationWindow::takePlaceOfWindow() {
     if (!isVisible() || size().isEmpty())
         return;
-    const QRect place = placeOfContent(), before = contentView_->geometry();
+    const QRect place = placeOfScreen(*this, screenOfSession()), before = contentView_->geometry();
     if (place != before)
         setContentPlace(place);
     cancelPlace_->place();

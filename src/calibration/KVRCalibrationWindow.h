@@ -89,7 +89,6 @@ protected:
 private:
     QScreen* screenOfSession() const;
     void setContentPlace(const QRect& place);
-    QRect placeOfContent() const;
     void takePlaceOfWindow();
 
     std::optional<Screen> calibrationScreen_;

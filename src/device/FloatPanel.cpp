@@ -49,6 +49,12 @@ void coverMainScreen(QWidget& window) {
     window.showFullScreen();
 }
 
+QRect placeOfScreen(const QWidget& window, const QScreen* screen) {
+    if (!screen || QGuiApplication::platformName() != QLatin1String("xcb"))
+        return window.rect();
+    return {window.mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size()};
+}
+
 WindowRect checkPanelRect(Size screen) {
     return {{std::trunc(screen.width * 0.25), std::trunc(screen.height / 3)},
             {std::trunc(screen.width * 0.5), std::trunc(screen.height * 0.5)}};

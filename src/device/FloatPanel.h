@@ -29,6 +29,9 @@ QScreen* screenNamed(const std::string& name);
 QScreen* mainScreen();
 // Shows the window on all of that screen. Main thread.
 void coverMainScreen(QWidget& window);
+// Where all of a screen is in a window that is meant to cover it: a window manager may keep the window beside
+// its panel. The whole window where no X server tells, and without a screen. Main thread.
+QRect placeOfScreen(const QWidget& window, const QScreen* screen);
 
 // Where the check view's panel stands on a main screen of this size: a quarter of the width is free on either
 // side, a third of the height below. Whole points.

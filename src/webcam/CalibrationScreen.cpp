@@ -4,12 +4,10 @@
 #include <utility>
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QScreen>
 
 #include "app/ResourceImages.h"
 #include "device/FloatPanel.h"
@@ -79,14 +77,6 @@ void CalibrationScreen::cover(Kind kind) {
     setFocus(Qt::OtherFocusReason);
 }
 
-// A window manager may keep a full-screen window beside its panel. Only an X server tells where it really is.
-QRect CalibrationScreen::screenPlace() const {
-    const QScreen* screen = mainScreen();
-    if (!screen || QGuiApplication::platformName() != QLatin1String("xcb"))
-        return rect();
-    return {mapFromGlobal(screen->geometry().topLeft()), screen->geometry().size()};
-}
-
 void CalibrationScreen::placeWords() {
     const auto across = [this](double part) { return int(width() * part); };
     const auto down = [this](double part) { return int(height() * part); };
@@ -99,7 +89,7 @@ void CalibrationScreen::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     if (kind_ == Kind::cross) {
         painter.fillRect(rect(), palette().color(QPalette::Base));
-        const QPointF middle = QRectF(screenPlace()).center();
+        const QPointF middle = QRectF(placeOfScreen(*this, mainScreen())).center();
         painter.setPen(QPen(palette().color(QPalette::Text), kLine));
         painter.drawLine(middle - QPointF(kArm, 0), middle + QPointF(kArm, 0));
         painter.drawLine(middle - QPointF(0, kArm), middle + QPointF(0, kArm));

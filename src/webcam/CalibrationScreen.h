@@ -44,7 +44,6 @@ protected:
 private:
     enum class Kind { dark, cross };
     void cover(Kind kind);
-    QRect screenPlace() const;
     void placeWords();
 
     const QPixmap dotPicture_;
