@@ -41,6 +41,12 @@ class PerformanceTest(unittest.TestCase):
         self.assertEqual(performance.missed(self.figures), 2)
         self.assertEqual(self.figures.remarks, ["Nobody woke."])
 
+    def test_a_missed_goal_is_explained_and_a_met_one_is_not(self):
+        for what in performance.REASONS:
+            for limit, explained in ((1.5, [performance.REASONS[what]]), (2.5, [])):
+                row = (f"{what} and more", "ns", 200.0, "the least", 100.0, "ratio", limit)
+                self.assertEqual(performance.reasons(performance.Figures([row])), explained)
+
     def test_numbers_have_three_figures(self):
         self.assertEqual([performance.number(value) for value in (0, 0.00512, 2.7, 68.04, 59284.4)],
                          ["0", "0.00512", "2.70", "68.0", "59,284"])
