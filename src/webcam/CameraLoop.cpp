@@ -171,7 +171,8 @@ std::optional<CameraInfo> CameraLoop::choose() {
 
 bool CameraLoop::open(const CameraInfo& info) {
     const CameraProblem problem = camera_.open(info.node, info.identity);
-    // One that could not be used is not told to look before its first picture.
+    // While a camera that could not be used is tried again, the user is not told that it looks before it
+    // does.
     if (problem || state_ != CameraState::unusable)
         tell(stateOf(problem.kind, camera_.manualExposure()));
     return !problem;
