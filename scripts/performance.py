@@ -214,8 +214,9 @@ def missed(figures):
 
 def reasons(figures):
     """Why goals are missed, where that is known."""
-    rows = [row for row in table(figures) if "**missed**" in row]
-    return [why for what, why in REASONS.items() if any(row.startswith(f"| {what}") for row in rows)]
+    rows = [(what, against) for what, unit, ours, against, *goal in figures.rows if "**missed**" in verdict(ours, *goal, unit)]
+    return [why for (beginning, than), why in REASONS.items()
+            if any(what.startswith(beginning) and against == than for what, against in rows)]
 
 
 # The document
@@ -248,14 +249,14 @@ Machine: {machine}. Commit: {commit}.
 ![How late a pass comes, on a quiet machine and under load](performance.svg)
 """
 
-# What stands between the driver and a goal, by the beginning of the row's name.
+# What stands between the driver and a goal, by what a row's name begins with and what it is compared with.
 REASONS = {
-    "a drag, log discarded": "Nearly half of what a drag costs beyond the least are two locks, 17 ns each: the queue takes the report in "
-    "under one and gives it out under the other. They lend their holder the pen's priority, and nobody else has them at that time. A "
-    "queue without locks would have to lose its oldest report, change its depth and end while both sides use it, to save two "
-    "millionths of the wait for the next poll.",
-    "memory, after": "Any program needs this much more once it has shown a window with words; the row below is of one that does nothing "
-    "else. A lesson has a calibration, and that has a window. Giving freed memory back to the system after it changes 0.15 MB.",
+    ("a drag, log discarded", "the least for it"): "What a drag costs beyond the least is to a large part two locks, about 17 ns each "
+    "where this was looked at: the queue takes the report in under one and gives it out under the other. They lend their holder the "
+    "pen's priority, and nobody else has them at that time. A queue without locks would have to lose its oldest report, change its "
+    "depth and end while both sides use it, and save two millionths of the time between two polls.",
+    ("memory, after", "the least program"): "Any program needs this much more once it has shown a window with words, and a lesson has a "
+    "calibration, which has such a window: the table's last rows are of a program that has shown one and does nothing else.",
 }
 
 NOT_MEASURED = "Not in this run: `scripts/measure --kernel` has it."
