@@ -2,9 +2,10 @@
 #include "webcam/sight/SpotFinder.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numbers>
+
+#include "webcam/sight/LevelCounts.h"
 
 namespace lightpen::webcam {
 
@@ -72,17 +73,6 @@ void keepBright(std::vector<Spot>& spots) {
 const Spot& brightest(const std::vector<Spot>& spots) {
     return *std::max_element(spots.begin(), spots.end(),
                              [](const Spot& a, const Spot& b) { return light(a) < light(b); });
-}
-
-// Of a spot, where many pixels may have been white before the slide behind them was taken off.
-CellGrid::Pixel brightestNear(const GreyView& picture, CellGrid::Pixel pixel) {
-    constexpr int kReach = CellGrid::kSide / 2;
-    CellGrid::Pixel best = pixel;
-    for (int y = std::max(pixel.y - kReach, 0); y < std::min(pixel.y + kReach + 1, picture.height); ++y)
-        for (int x = std::max(pixel.x - kReach, 0); x < std::min(pixel.x + kReach + 1, picture.width); ++x)
-            if (picture.row(y)[x] > picture.row(best.y)[best.x])
-                best = {x, y};
-    return best;
 }
 
 double reachOf(int width) {
@@ -300,23 +290,30 @@ void SpotFinder::lookAtHot(const GreyView& picture, const CellGrid::Area& area, 
     }
 }
 
-// The spot of a cell, without the slide behind it. While that is another than before, a pen that is followed
-// is known to be there, and one that comes down is looked for as it is seen; so is one that is hardly
-// brighter than noise, of which the slide taken off has some, too.
+// The spot of a cell, without the slide behind it. What is not found so is looked for in the picture as it
+// is: the slide that is taken off has its own noise.
 std::optional<Spot> SpotFinder::spotOf(const GreyView& picture, const Cell& cell, const SpotLimits& limits) {
     const CellGrid::Pixel pixel = cells_.brightestPixel(picture, cell.column, cell.row);
     const int around = surroundingsReach(limits);
     const bool behind = backdrop_.isBehind(picture, pixel, around);
-    if (!behind && tracked_)
-        backdrop_.guess(picture, pixel, around);
+    if (!behind && tracked_ && !mayBeTracked(cell, backdrop_.guess(picture, pixel, around)))
+        return std::nullopt;
     if (behind || tracked_) {
-        const Backdrop::Part part =
-            backdrop_.takenOff(picture, pixel, std::max(around, static_cast<int>(std::ceil(limits.length))));
-        const CellGrid::Pixel brightest = brightestNear(part.view, {pixel.x - part.left, pixel.y - part.top});
-        if (const auto spot = spotAt(part.view, brightest.x, brightest.y, limits))
-            return Spot{spot->x + part.left, spot->y + part.top, spot->size, spot->peak};
+        const int reach = static_cast<int>(std::ceil(limits.length)) + Backdrop::kMoved;
+        const Backdrop::Part part = backdrop_.takenOff(picture, pixel, reach);
+        if (const auto spot = spotAt(part.view, part.brightest.x, part.brightest.y, limits))
+            return Spot{spot->x + part.left, spot->y + part.top, spot->size,
+                        std::max(spot->peak, static_cast<double>(part.height))};
     }
     return spotAt(picture, pixel.x, pixel.y, limits);
+}
+
+// While the slide is another than before, only a pen that is followed is known to be there. It has to be
+// nearly as bright as it was, or as it could be above this level: things of the new slide may stand out as
+// well.
+bool SpotFinder::mayBeTracked(const Cell& cell, int level) const {
+    const double most = std::min(tracked_->spot.peak, static_cast<double>(kWhite - level));
+    return cells_.brightest(cell.column, cell.row) - level >= most / 2;
 }
 
 void SpotFinder::findHot(const CellGrid::Area& area, int level) {
@@ -347,14 +344,11 @@ bool SpotFinder::isTop(const Cell& cell, const CellGrid::Area& area) const {
 // at least. It fades slowly, since a dark slide says nothing about the next one. White is a lamp's or the
 // sun's.
 void SpotFinder::noteShown() {
-    std::array<int, kWhite + 1> counts{};
+    LevelCounts counts{};
     for (int row = 0; row < cells_.rows(); ++row)
         for (int column = 0; column < cells_.columns(); ++column)
             ++counts[static_cast<std::size_t>(cells_.brightest(column, row))];
-    int brighter = std::max(kShownCells, cells_.count() / kShownPart);
-    int level = kWhite;
-    while (level > 0 && brighter >= counts[static_cast<std::size_t>(level)])
-        brighter -= counts[static_cast<std::size_t>(level--)];
+    const int level = brightestBut(counts, std::max(kShownCells, cells_.count() / kShownPart));
     shown_ = std::max(shown_ - kShownFades, level < kLightLevel ? level : 0.0);
 }
 

@@ -93,6 +93,7 @@ private:
     void findHot(const CellGrid::Area& area, int level);
     void lookAtHot(const GreyView& picture, const CellGrid::Area& area, const SpotLimits& limits);
     std::optional<Spot> spotOf(const GreyView& picture, const Cell& cell, const SpotLimits& limits);
+    bool mayBeTracked(const Cell& cell, int level) const;
     bool isTop(const Cell& cell, const CellGrid::Area& area) const;
     void learn(const CellGrid::Area& area, int level, bool refused);
     void noteShown();

@@ -21,9 +21,9 @@ struct SpotLimits {
 int surroundingsReach(const SpotLimits& limits);
 
 // The spot around the brightest pixel of a place. What is around it is taken off, so slides and shades count
-// for nothing. None when the place is too faint, too
-// large, too long, of a single pixel, in the midst of noise or of much that is as bright, or cut by the
-// picture's edge through its brightest part. The picture is whole, and the pixel in it.
+// for nothing. None when the place is too faint, too large, too long, of a single pixel, in the midst of
+// noise or of much that is as bright, or cut by the picture's edge through its brightest part. The picture is
+// whole, and the pixel in it.
 std::optional<Spot> spotAt(const GreyView& picture, int x, int y, const SpotLimits& limits);
 
 } // namespace lightpen::webcam

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "webcam/sight/Backdrop.h"
 
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 #include "kit/sight/DrawnPicture.h"
@@ -66,6 +68,16 @@ TEST_F(BackdropTest, TakesOverNothingBesideItsArea) {
     EXPECT_EQ(levelBehind(20, 64), 0);
 }
 
+TEST_F(BackdropTest, AnAreaBeyondTheLastCellIsNone) {
+    for (const CellGrid::Area& area :
+         {CellGrid::Area{6, 5, 6, 5}, {6, 0, 6, 5}, {0, 5, 6, 5}, {2, 3, 2, 3}}) {
+        backdrop.learn(grey.view(), area, {});
+        backdrop.learnAround(grey.view(), area, {80, 60, 4, 200});
+    }
+    EXPECT_EQ(levelBehind(kWidth - 1, kHeight - 1), 0);
+    EXPECT_EQ(levelBehind(32, 48), 0);
+}
+
 TEST_F(BackdropTest, LeavesThePensLightOut) {
     backdrop.learnAround(grey.view(), kAll, {30.4, 20.9, 4, 200});
     EXPECT_EQ(levelBehind(30, 20), 0);
@@ -92,35 +104,89 @@ TEST_F(BackdropTest, ThePensOwnLightAndSomethingSmallDoNotMakeItAnother) {
     EXPECT_FALSE(backdrop.isBehind(grey.view(), {45, 35}, kReach));
 }
 
+TEST_F(BackdropTest, ALineOfThePensLightDoesNotMakeItAnotherAWideBandDoes) {
+    backdrop.learn(grey.view(), kAll, {});
+    DrawnPicture line = grey;
+    line.rectangle(20, 33, 50, 5, 250);
+    EXPECT_TRUE(backdrop.isBehind(line.view(), {45, 35}, kReach));
+    line.rectangle(20, 28, 50, 15, 250);
+    EXPECT_FALSE(backdrop.isBehind(line.view(), {45, 35}, kReach));
+}
+
 TEST_F(BackdropTest, WhatIsNotKnownIsAsBrightAsTheBrightestAround) {
     backdrop.learn(grey.view(), kAll, {});
     DrawnPicture slide(kWidth, kHeight, 10);
     slide.rectangle(0, 30, kWidth, 6, 130);
-    backdrop.guess(slide.view(), {45, 35}, kReach);
+    slide.rectangle(45, 35 - kReach, 2, 2, 250); // too small to count
+    EXPECT_EQ(backdrop.guess(slide.view(), {45, 35}, kReach), 130);
     EXPECT_EQ(levelBehind(45, 35), 130);
     EXPECT_EQ(levelBehind(45 + kReach, 35 - kReach), 130);
     EXPECT_EQ(levelBehind(46 + kReach, 35), 90);
     EXPECT_EQ(levelBehind(45, 36 + kReach), 90);
 }
 
-TEST_F(BackdropTest, NoMoreIsLeftThanTheSensorShowsWhereverThePenMayBe) {
-    DrawnPicture half(kWidth, kHeight, 10);
-    half.rectangle(0, 0, 45, kHeight, 150);
-    backdrop.learn(half.view(), kAll, {});
-    half.rectangle(40, 30, 10, 10, 255);
-    const auto part = backdrop.takenOff(half.view(), {45, 35}, kReach);
-    EXPECT_EQ(part.view.row(35 - part.top)[41 - part.left], 105);
-    EXPECT_EQ(part.view.row(35 - part.top)[48 - part.left], 105);
-    EXPECT_EQ(part.view.row(35 - part.top)[38 - part.left], 0);
+TEST_F(BackdropTest, AroundASinglePixelNothingIsKnown) {
+    backdrop.resize(1, 1);
+    const DrawnPicture single(1, 1, 90);
+    EXPECT_TRUE(backdrop.isBehind(single.view(), {0, 0}, kReach));
+    EXPECT_EQ(backdrop.guess(single.view(), {0, 0}, kReach), 0);
+    const auto part = backdrop.takenOff(single.view(), {0, 0}, kReach);
+    EXPECT_EQ(part.view.width * part.view.height, 1);
+    EXPECT_EQ(part.height, 90);
 }
 
-TEST_F(BackdropTest, AnAlmostWhiteOneCutsNothing) {
-    DrawnPicture half(kWidth, kHeight, 10);
-    half.rectangle(0, 0, 45, kHeight, 250);
-    backdrop.learn(half.view(), kAll, {});
-    half.rectangle(40, 30, 10, 10, 255);
-    const auto part = backdrop.takenOff(half.view(), {45, 35}, kReach);
-    EXPECT_EQ(part.view.row(35 - part.top)[48 - part.left], 245);
+// A wide light on both halves of a screen, of which the left one leaves the sensor only so much room for it.
+struct LightOverTwoHalves : BackdropTest {
+    Backdrop::Part partOver(int left, int right) {
+        DrawnPicture halves(kWidth, kHeight, right);
+        halves.rectangle(0, 0, 45, kHeight, left);
+        backdrop.learn(halves.view(), kAll, {});
+        light = halves.rectangle(40, 30, 10, 10, 255);
+        return backdrop.takenOff(light.view(), {45, 35}, kReach);
+    }
+    static int levelAt(const Backdrop::Part& part, int x, int y) {
+        return part.view.row(y - part.top)[x - part.left];
+    }
+    DrawnPicture light{kWidth, kHeight};
+};
+
+TEST_F(LightOverTwoHalves, NoMoreIsLeftThanTheSensorShowsWhereverThePenMayBe) {
+    const auto part = partOver(150, 10);
+    EXPECT_EQ(levelAt(part, 41, 35), 105);
+    EXPECT_EQ(levelAt(part, 48, 35), 105);
+    EXPECT_EQ(levelAt(part, 38, 35), 0);
+}
+
+TEST_F(LightOverTwoHalves, TheBrightestPixelAndItsHeightAreThoseBeforeTheCut) {
+    const auto part = partOver(150, 10);
+    EXPECT_GE(part.brightest.x + part.left, 45);
+    EXPECT_EQ(levelAt(part, part.brightest.x + part.left, part.brightest.y + part.top), 105);
+    EXPECT_EQ(part.height, 245);
+}
+
+TEST_F(LightOverTwoHalves, NothingIsCutWhereNextToNothingWouldBeLeft) {
+    EXPECT_EQ(levelAt(partOver(250, 10), 48, 35), 245);
+}
+
+// Neither the bytes that are taken together nor the last ones of a row turn round.
+TEST_F(BackdropTest, WhatHasBecomeDarkerIsBlack) {
+    backdrop.learn(grey.view(), kAll, {});
+    const DrawnPicture darker(kWidth, kHeight, 40);
+    const auto part = backdrop.takenOff(darker.view(), {45, 35}, kReach);
+    for (int x = 0; x < part.view.width; ++x)
+        EXPECT_EQ(part.view.row(5)[x], 0) << x;
+    EXPECT_EQ(part.height, 0);
+}
+
+TEST_F(BackdropTest, AllOfARowIsTakenOff) {
+    grey.rectangle(0, 0, kWidth, 35, 70);
+    backdrop.learn(grey.view(), kAll, {});
+    const DrawnPicture brighter(kWidth, kHeight, 200);
+    const auto part = backdrop.takenOff(brighter.view(), {45, 35}, kReach);
+    for (int x = 0; x < part.view.width; ++x) {
+        EXPECT_EQ(part.view.row(5)[x], 130) << x;
+        EXPECT_EQ(part.view.row(part.view.height - 1)[x], 110) << x;
+    }
 }
 
 TEST_F(BackdropTest, APartEndsWhereThePictureDoes) {

@@ -193,11 +193,32 @@ TEST_F(SpotFinderTest, ThePenIsFoundOnASlideThatIsBright) {
     EXPECT_THAT(show(slide().spot(300.4, 300.2, 1.6, 200).noise(2, random_)), At(300.4, 300.2));
     const auto onLetter = slide().spot(229, 205, 1.6, 200).noise(2, random_);
     show(onLetter);
-    const auto spot = show(onLetter);
-    ASSERT_TRUE(spot);
-    // Its other half lies on the letter, and is less bright.
-    EXPECT_NEAR(spot->x, 229, 1.5);
-    EXPECT_NEAR(spot->y, 205, 0.5);
+    EXPECT_THAT(show(onLetter), At(229, 205));
+}
+
+// The sensor has little room for it beside the letter, and none of that makes it the lesser light.
+TEST_F(SpotFinderTest, APenBesideABrightLetterIsStillTheBrighterLight) {
+    const auto slide = [&] { return DrawnPicture(kWidth, kHeight, 20).rectangle(150, 200, 8, 60, 200); };
+    for (int i = 0; i < 60; ++i)
+        EXPECT_THAT(show(slide().noise(2, random_)), Eq(std::nullopt));
+    const auto pen = [&] {
+        return slide().spot(164, 230, 1.6, 230).spot(204, 230, 1.6, 120).noise(2, random_);
+    };
+    EXPECT_THAT(show(pen()), At(164, 230));
+    EXPECT_THAT(show(pen()), At(164, 230));
+}
+
+// A highlight of the new slide is where the pen was.
+TEST_F(SpotFinderTest, APenThatIsLiftedWhileTheSlideChangesIsUpSoon) {
+    for (int i = 0; i < 10; ++i)
+        showPen(300 + i, 200);
+    ASSERT_TRUE(finder_.penDown());
+    for (int i = 0; i < 3; ++i)
+        show(DrawnPicture(kWidth, kHeight, 60)
+                 .rectangle(280, 170, 90, 12, 90)
+                 .rectangle(308, 198, 5, 5, 140)
+                 .noise(2, random_));
+    EXPECT_FALSE(finder_.penDown());
 }
 
 TEST_F(SpotFinderTest, ALampThatStaysIsAPenForNoLongerThanTwentySeconds) {
@@ -223,6 +244,23 @@ TEST_F(SpotFinderTest, WhatIsThereFromTheStartIsNoPenUntilItMoves) {
     for (int i = 0; i < 30; ++i)
         EXPECT_THAT(showPen(400, 300), Eq(std::nullopt));
     EXPECT_THAT(showPen(430, 300), At(430, 300));
+}
+
+// Until it has left its place it is told from itself.
+TEST_F(SpotFinderTest, WhatIsThereFromTheStartIsNearlyRightAsSoonAsItCreeps) {
+    finder_.forget();
+    for (int i = 0; i < 30; ++i)
+        EXPECT_THAT(showPen(404, 300), Eq(std::nullopt));
+    for (int i = 1; i <= 30; ++i) {
+        const auto spot = showPen(404 - i, 300);
+        if (!spot)
+            continue;
+        EXPECT_NEAR(spot->x, 404 - i, 2.5) << i;
+        if (i > 12) {
+            EXPECT_THAT(spot, At(404 - i, 300)) << i;
+        }
+    }
+    EXPECT_TRUE(finder_.penDown());
 }
 
 TEST_F(SpotFinderTest, ASpotOfWhichTheMiddleIsCutOffIsNone) {
