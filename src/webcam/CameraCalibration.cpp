@@ -213,6 +213,9 @@ void CameraCalibration::askForTouch(const HomeTexts& text) {
 
 void CameraCalibration::lookAtTouch() {
     const Microseconds now = platform_.clock.now();
+    // The words on the screen ask for the film, behind which a pen may be dimmer than the screen was before
+    // it.
+    unit_->eye().forgetShown();
     if (const auto pen = touch_.look(unit_->eye().look(now).pen))
         return take(*pen);
     if (now - since_ >= kTouchPatience)

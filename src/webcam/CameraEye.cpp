@@ -96,6 +96,8 @@ void CameraEye::use(const EyeSettings& settings) {
 // In the first dark picture of a touch the pen is still where it was.
 std::optional<CameraPoint> CameraEye::penIn(const GreyView& picture, Microseconds now,
                                             const SightCorrection& correction) {
+    if (forgetShown_.exchange(false))
+        finder_.forgetShown();
     if (const auto spot = finder_.find(picture, scaled(now, pace_))) {
         const LensModel lens(picture.width, picture.height, correction.lens);
         const CameraPoint seen = unitPoint(lens, {spot->x, spot->y}, picture.width, picture.height);

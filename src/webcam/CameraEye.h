@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <optional>
 
 #include "platform/PriorityInheritance.h"
@@ -45,6 +46,9 @@ public:
     // What the displayed picture's lights are, for whoever watches: where the camera shows them, with nothing
     // undone. Meanwhile pictures are taken as for targets, and the unit sees nothing.
     void watch(bool on);
+    // How bright the screen has been counts no more from the next picture on: a film may have come on the
+    // lens.
+    void forgetShown() { forgetShown_ = true; }
     // The number is another one with each picture since the watch began; none before the first.
     struct Watched {
         unsigned number = 0;
@@ -72,6 +76,7 @@ private:
     std::optional<CameraPoint> pen_;
     std::optional<Microseconds> lookedSlowly_;
 
+    std::atomic<bool> forgetShown_{false};
     mutable PriorityInheritanceMutex mutex_; // guards what follows
     EyeSettings wanted_ = kAtFirst;
     SightCorrection correction_;

@@ -80,7 +80,7 @@ protected:
         if (target)
             return withDisc(DrawnPicture(kWidth, kHeight), *target);
         if (!screen || !screen->isVisible())
-            return DrawnPicture(kWidth, kHeight, film ? 20 : 150);
+            return DrawnPicture(kWidth, kHeight, film ? 20 : white);
         if (screen->size() != QSize(1920, 1080)) // Qt's screen without a display is a small one
             screen->resize(1920, 1080);
         const QImage shown = screen->grab().toImage().convertToFormat(QImage::Format_RGB32);
@@ -93,7 +93,7 @@ protected:
                                    1});
         }
         const bool dark = shown.pixelColor(3, 3).lightness() < 20;
-        DrawnPicture picture(kWidth, kHeight, dark || film ? 20 : 150);
+        DrawnPicture picture(kWidth, kHeight, dark || film ? 20 : white);
         for (const ScreenPoint& blob : lastSeen.blobs)
             if (!film && dark) {
                 picture = withDisc(picture, blob);
@@ -107,7 +107,8 @@ protected:
     }
     // The camera's next picture, and what is to be done until then.
     void picture() {
-        DrawnPicture seen = unit.eye().wanted().filterOut ? lookAtScreen() : DrawnPicture(kWidth, kHeight);
+        const bool screen = unit.eye().wanted().filterOut || longExposure;
+        DrawnPicture seen = screen ? lookAtScreen() : DrawnPicture(kWidth, kHeight);
         if (pen && !unit.eye().wanted().filterOut) {
             const PicturePoint place = inPicture(behindLamp(*pen));
             seen.spot(place.x, place.y, 1.5, 190);
@@ -218,8 +219,10 @@ protected:
     std::vector<std::string> deeds;
     std::vector<bool> told;
     int sessions = 0;
-    std::size_t dots = 0; // the most at a time
-    bool film = false;    // the camera sees nothing of the screen
+    std::size_t dots = 0;      // the most at a time
+    bool film = false;         // the camera sees nothing of the screen
+    bool longExposure = false; // it sees the screen also while it looks for a pen
+    int white = 150;           // of the screen, in grey levels
     QImage lastShown;
     DisplayedPicture lastSeen;
     std::optional<ScreenPoint> target;
@@ -427,6 +430,20 @@ TEST_F(CameraCalibrationTest, ALampAtTheTipCorrectsNothing) {
     EXPECT_EQ(kept, 0);
     EXPECT_EQ(unit.memory().correction.lamp, CameraPoint());
     EXPECT_THAT(log.takeLines(), Contains("Camera: the pen's light is where it touches"));
+}
+
+// It is put on while the cross is shown, and the pen's light is dimmer than the screen's was.
+TEST_F(CameraCalibrationTest, APenBehindAFilmIsSeenAtOnce) {
+    calibrate();
+    longExposure = true;
+    white = 225;
+    askForTouch();
+    live(500ms);
+    film = true;
+    live(3s); // what has been learnt of the white screen fades
+    touch({962, 539});
+    EXPECT_FALSE(shown()) << "the touch was not seen";
+    EXPECT_NE(touch({300, 240}), (CameraPoint{-1, -1}));
 }
 
 TEST_F(CameraCalibrationTest, ATouchElsewhereIsRefused) {

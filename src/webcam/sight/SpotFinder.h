@@ -40,6 +40,11 @@ public:
     // for what is there without a pen.
     void forget();
 
+    // Forgets how bright the screen has shown things, which a pen has to be brighter than; what the next
+    // picture shows counts. It is otherwise remembered for a minute or two, since a dark slide says nothing
+    // about the next one; a film that has come on the lens would leave no pen bright enough meanwhile.
+    void forgetShown() { shown_ = 0; }
+
     // The pen's spot in this picture. None when there is none, when it cannot be told from something else, or
     // when its brightest part lies at the picture's edge, since its middle is unknown then. The time is the
     // picture's own, of any clock that does not go back; a picture that is not whole counts as dark.
