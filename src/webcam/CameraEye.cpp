@@ -2,6 +2,7 @@
 #include "webcam/CameraEye.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <mutex>
 #include <utility>
@@ -20,6 +21,8 @@ constexpr double kFinderRate = 60;
 constexpr double kUnknownRate = 30;
 // One picture may be lost; then the next one comes, a little late.
 constexpr double kPatientPictures = 2.5;
+// A light that stays is found at most so far from where it was, in the unit's coordinates.
+constexpr double kStays = 12;
 
 Microseconds scaled(Microseconds time, double factor) {
     return Microseconds(static_cast<Microseconds::rep>(static_cast<double>(time.count()) * factor));
@@ -116,6 +119,15 @@ Scene CameraEye::sceneOf(const SeenLights& lights, const LensModel& lens) {
     return scene;
 }
 
+// Under the lock. Whether lights may be shown to the unit now: those that it has seen before, or others after
+// it has seen none.
+bool CameraEye::goesOn(const std::vector<CameraPoint>& blobs) const {
+    return looksSince_ >= kLooksBetween ||
+           std::ranges::equal(blobs, shown_, [](const CameraPoint& a, const CameraPoint& b) {
+               return std::hypot(a.x - b.x, a.y - b.y) <= kStays;
+           });
+}
+
 void CameraEye::take(const GreyView& picture, Microseconds now) {
     const SightCorrection correction = this->correction();
     SeenLights lights{.width = picture.width, .height = picture.height};
@@ -140,6 +152,12 @@ void CameraEye::take(const GreyView& picture, Microseconds now) {
     const std::lock_guard hold(mutex_);
     seenAt_ = now;
     scene_ = watching_ ? Scene() : std::move(scene);
+    if (!goesOn(scene_.blobs))
+        scene_.blobs.clear();
+    if (!scene_.blobs.empty()) {
+        shown_ = scene_.blobs;
+        looksSince_ = 0;
+    }
     if (watching_ && used_.filterOut)
         watched_ = Watched{watched_ ? watched_->number + 1 : 1, std::move(lights)};
     if (slowly) {
@@ -150,7 +168,10 @@ void CameraEye::take(const GreyView& picture, Microseconds now) {
 
 Scene CameraEye::look(Microseconds time) {
     const std::lock_guard hold(mutex_);
-    return seenAt_ && time - *seenAt_ <= patience_ ? scene_ : Scene();
+    Scene seen = seenAt_ && time - *seenAt_ <= patience_ ? scene_ : Scene();
+    if (seen.blobs.empty())
+        looksSince_ = std::min(looksSince_ + 1, kLooksBetween);
+    return seen;
 }
 
 Picture CameraEye::picture(Microseconds /*time*/) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <optional>
+#include <vector>
 
 #include "platform/PriorityInheritance.h"
 #include "platform/Time.h"
@@ -23,6 +24,10 @@ public:
     static constexpr EyeSettings kAtFirst{.threshold = 512, .exposure = 23, .filterOut = false};
     // What is not needed for the pen, the small picture and the foreign lights, is looked for so often.
     static constexpr Microseconds kSlowly{200'000};
+    // So often the unit has looked and seen no displayed light before it is shown one at another place. A
+    // disc that goes from target to target would otherwise be a touch that never ends: between two pictures
+    // the unit may not look at all.
+    static constexpr int kLooksBetween = 3;
 
     // The thread of the pictures
 
@@ -66,6 +71,7 @@ public:
 private:
     std::optional<CameraPoint> penIn(const GreyView& picture, Microseconds now,
                                      const SightCorrection& correction);
+    bool goesOn(const std::vector<CameraPoint>& blobs) const;
     static Scene sceneOf(const SeenLights& lights, const LensModel& lens);
 
     // The thread of the pictures
@@ -85,6 +91,8 @@ private:
     Microseconds patience_{};            // without a picture for longer, nothing is seen
     std::optional<Microseconds> seenAt_; // when the last picture came; none before the first
     Scene scene_;                        // what it has shown
+    std::vector<CameraPoint> shown_;     // the lights of the last scene that had some
+    int looksSince_ = kLooksBetween;     // of the unit, without any
     bool foreignLight_ = false;
     Picture picture_{};
 };

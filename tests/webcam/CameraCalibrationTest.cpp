@@ -115,6 +115,7 @@ protected:
         }
         unit.eye().use(unit.eye().wanted());
         unit.eye().take(seen.view(), desk.clock.now());
+        unit.eye().look(desk.clock.now()); // as the unit does for each of its reports
         desk.runLoop.runFor(33ms);
         QApplication::processEvents();
     }

@@ -75,6 +75,33 @@ TEST_F(CameraEyeTest, ALampOffItsPenIsUndoneAndNoDisc) {
     EXPECT_NEAR(scene.blobs[0].x, 400.5 * 4, 1);
 }
 
+// However late the unit looks: a touch that has no end would be no touch of the next target.
+TEST_F(CameraEyeTest, ADiscThatIsShownElsewhereHasGoneOutBetween) {
+    eye.set({.threshold = 512, .exposure = 23, .filterOut = true});
+    settle();
+    const auto show = [&](double x) {
+        now += 16'667us;
+        eye.take(room().disc(x, 120, 8, 220).view(), now);
+    };
+    show(200);
+    show(200);
+    ASSERT_THAT(eye.look(now).blobs, SizeIs(1));
+    for (int i = 0; i < 20; ++i)
+        show(400);
+    for (int looks = 0; looks < CameraEye::kLooksBetween; ++looks) {
+        EXPECT_THAT(eye.look(now).blobs, IsEmpty()) << looks;
+        if (looks + 1 < CameraEye::kLooksBetween)
+            show(400);
+    }
+    show(400);
+    const Scene scene = eye.look(now);
+    ASSERT_THAT(scene.blobs, SizeIs(1));
+    EXPECT_NEAR(scene.blobs[0].x, 400.5 * 4, 1);
+    show(401);
+    show(401);
+    EXPECT_THAT(eye.look(now).blobs, SizeIs(1)) << "it is the same one";
+}
+
 TEST_F(CameraEyeTest, WhoWatchesSeesTheDiscsAndTheUnitNothing) {
     eye.correct({.lens = 0.05, .lamp = {30, -12}});
     eye.watch(true);
