@@ -123,7 +123,7 @@ Scene CameraEye::sceneOf(const SeenLights& lights, const LensModel& lens) {
 // it has seen none.
 bool CameraEye::goesOn(const std::vector<CameraPoint>& blobs) const {
     return looksSince_ >= kLooksBetween ||
-           std::ranges::equal(blobs, shown_, [](const CameraPoint& a, const CameraPoint& b) {
+           std::ranges::equal(blobs, toldBlobs_, [](const CameraPoint& a, const CameraPoint& b) {
                return std::hypot(a.x - b.x, a.y - b.y) <= kStays;
            });
 }
@@ -155,7 +155,7 @@ void CameraEye::take(const GreyView& picture, Microseconds now) {
     if (!goesOn(scene_.blobs))
         scene_.blobs.clear();
     if (!scene_.blobs.empty()) {
-        shown_ = scene_.blobs;
+        toldBlobs_ = scene_.blobs;
         looksSince_ = 0;
     }
     if (watching_ && used_.filterOut)

@@ -82,7 +82,7 @@ private:
     std::optional<CameraPoint> pen_;
     std::optional<Microseconds> lookedSlowly_;
 
-    std::atomic<bool> forgetShown_{false};
+    std::atomic<bool> forgetShown_{false};   // asked for, and not done yet; any thread
     mutable PriorityInheritanceMutex mutex_; // guards what follows
     EyeSettings wanted_ = kAtFirst;
     SightCorrection correction_;
@@ -91,7 +91,7 @@ private:
     Microseconds patience_{};            // without a picture for longer, nothing is seen
     std::optional<Microseconds> seenAt_; // when the last picture came; none before the first
     Scene scene_;                        // what it has shown
-    std::vector<CameraPoint> shown_;     // the lights of the last scene that had some
+    std::vector<CameraPoint> toldBlobs_; // the lights of the last scene that had some
     int looksSince_ = kLooksBetween;     // of the unit, without any
     bool foreignLight_ = false;
     Picture picture_{};

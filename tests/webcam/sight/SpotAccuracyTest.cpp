@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -105,25 +106,30 @@ struct Stroke {
     int missed = 0;
 };
 
-// Slow and fast strokes over each part of a slide, which becomes another in the midst of each, or stays.
-Stroke strokesOver(const Slide& slide, const Slide& later) {
-    std::mt19937 random(7);
-    SpotFinder finder;
-    Stroke stroke;
-    Microseconds now{};
-    const auto look = [&](DrawnPicture picture) {
+// Sixty pictures a second with a sensor's noise, and the finder that looks at them.
+struct LookingCamera {
+    std::optional<Spot> look(DrawnPicture picture) {
         now += Microseconds(16'667);
         return finder.find(picture.noise(2, random).view(), now);
-    };
+    }
+    std::mt19937 random;
+    SpotFinder finder = {};
+    Microseconds now{};
+};
+
+// Strokes over each part of a slide, which becomes another in the midst of each, or stays.
+Stroke strokesOver(const Slide& slide, const Slide& later) {
+    LookingCamera camera{std::mt19937(7)};
+    Stroke stroke;
     for (int number = 0; number < 24; ++number) {
         for (int i = 0; i < 60; ++i)
-            EXPECT_FALSE(look(slidePicture(slide))) << "no pen touches";
+            EXPECT_FALSE(camera.look(slidePicture(slide))) << "no pen touches";
         const double fromX = 25 + 7.3 * number;
         const double fromY = 160 - 5.7 * number;
         for (int i = 0; i < 40; ++i) {
             const double x = fromX + (120 - fromX) * i * (1 + number % 3) / 120;
             const double y = fromY + (90 - fromY) * i / 40;
-            const auto spot = look(slidePicture(i < 20 ? slide : later).spot(x, y, 1.3, 240));
+            const auto spot = camera.look(slidePicture(i < 20 ? slide : later).spot(x, y, 1.3, 240));
             if (spot)
                 stroke.off.push_back(std::hypot(spot->x - x, spot->y - y));
             else
@@ -138,22 +144,16 @@ Stroke strokesOver(const Slide& slide, const Slide& later) {
 // it. It is as long as the square is wide that tells whether the slide is still behind the pen.
 Stroke fastStrokesOver(const Slide& slide) {
     constexpr double kLine = 34;
-    std::mt19937 random(8);
-    SpotFinder finder;
+    LookingCamera camera{std::mt19937(8)};
     Stroke stroke;
-    Microseconds now{};
-    const auto look = [&](DrawnPicture picture) {
-        now += Microseconds(16'667);
-        return finder.find(picture.noise(2, random).view(), now);
-    };
     for (double y = 20; y < 160; y += 6.7) {
         for (int i = 0; i < 60; ++i)
-            EXPECT_FALSE(look(slidePicture(slide))) << "no pen touches";
+            EXPECT_FALSE(camera.look(slidePicture(slide))) << "no pen touches";
         double x = 30;
         for (int i = 0; i < 3; ++i)
-            look(slidePicture(slide).spot(x, y, 1.3, 240));
+            camera.look(slidePicture(slide).spot(x, y, 1.3, 240));
         for (; x + kLine < 210; x += kLine) {
-            const auto spot = look(slidePicture(slide).streak(x, y, x + kLine, y + 4, 1.3, 240));
+            const auto spot = camera.look(slidePicture(slide).streak(x, y, x + kLine, y + 4, 1.3, 240));
             if (spot)
                 stroke.off.push_back(std::hypot(spot->x - x - kLine / 2, spot->y - y - 2));
             else
