@@ -255,6 +255,10 @@ private:
 ProgramLog::ProgramLog(const Settings& settings)
     : writer_(std::make_shared<Writer>(settings)), patience_(settings.patience),
       file_(choiceOf(settings) == LogChoice::file ? LogFile::pathIn(settings.folder) : "") {
+    if (!listens()) { // nothing will come
+        writer_->cannotRun();
+        return;
+    }
     const AllSignalsBlocked blocked;
     try {
         std::thread thread([writer = writer_] { writer->run(); });

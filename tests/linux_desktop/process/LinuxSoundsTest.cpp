@@ -12,6 +12,7 @@
 #include "kit/Eventually.h"
 #include "kit/RecordingLog.h"
 #include "kit/TemporaryDirectory.h"
+#include "kit/ThreadCount.h"
 #include "platform/FileDescriptor.h"
 
 namespace lightpen {
@@ -64,20 +65,16 @@ protected:
         sounds->soundNamed(name)->play();
         EXPECT_TRUE(isHeard(samples(name)));
     }
-    static std::ptrdiff_t threads() {
-        const auto tasks = std::filesystem::directory_iterator("/proc/self/task");
-        return std::distance(begin(tasks), end(tasks));
-    }
     // Every sound has been played or left out.
     bool becomesQuiet() const {
-        return eventually([&] { return threads() == quiet; });
+        return eventually([&] { return threadCount() == quiet; });
     }
     void make(LinuxSounds::Patience patience) {
         sounds = std::make_unique<LinuxSounds>(LIGHTPEN_SOUNDS, patience);
     }
 
     RecordingLog log;
-    const std::ptrdiff_t quiet = threads();
+    const std::ptrdiff_t quiet = threadCount();
     const TemporaryDirectory folder;
     std::unique_ptr<LinuxSounds> sounds =
         std::make_unique<LinuxSounds>(LIGHTPEN_SOUNDS, LinuxSounds::Patience{1h, 0s});
@@ -196,7 +193,7 @@ TEST_F(LinuxSoundsTest, AServerThatHangsHoldsUpNobodyAndGathersNothing) {
     const auto tink = sounds->soundNamed("Tink");
     for (int i = 0; i < 100; ++i)
         tink->play();
-    EXPECT_LE(threads() - quiet, 1 + LinuxSounds::kMostWaiting);
+    EXPECT_LE(threadCount() - quiet, 1 + LinuxSounds::kMostWaiting);
     sounds.reset();
     EXPECT_THAT(log.lines(), IsEmpty());
     const auto card = readCard(); // lets the one go that hangs

@@ -16,6 +16,7 @@
 #include "kit/OrdinaryUser.h"
 #include "kit/Pipe.h"
 #include "kit/TemporaryDirectory.h"
+#include "kit/ThreadCount.h"
 #include "platform/FileDescriptor.h"
 
 namespace lightpen {
@@ -409,7 +410,9 @@ TEST_F(LogToFileTest, IsChosenByItselfUnlessATerminalReads) {
 TEST_F(LogToFileTest, NoLogIsNone) {
     auto none = toFile();
     none.choice = LogChoice::none;
+    const auto threads = threadCount();
     ProgramLog log(none);
+    EXPECT_LE(threadCount(), threads) << "nobody is needed to write";
     EXPECT_FALSE(log.listens());
     setLogSink(&log);
     logLine("Pointer: nobody hears");
