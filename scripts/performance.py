@@ -23,7 +23,8 @@ POINT_THREAD, EMULATED_UNIT = "pen", "emulated unit"
 # The file of each part, its heading, and how it came about.
 PARTS = (
     ("pass", "From a report to its event", "The driver's whole way of a report, but for the wait for the next poll, and the least "
-     "that any program could do for it (two numbers, one write). `bench/PassBench.cpp`"),
+     "that any program could do for it (two numbers, one write). With the log discarded neither has a second thread in its process, "
+     "which would make the write dearer for both. `bench/PassBench.cpp`"),
     ("map", "The mapping", "One thread, points of a keystone; the camera's points of a whole screen come out where OpenCV's double "
      "precision puts them. `bench/MappingBench.cpp`"),
     ("growth", "Growth", "What one operation costs when there is more of everything, and what the first row of its kind costs. "
@@ -251,10 +252,6 @@ Machine: {machine}. Commit: {commit}.
 
 # What stands between the driver and a goal, by what a row's name begins with and what it is compared with.
 REASONS = {
-    ("a drag, log discarded", "the least for it"): "What a drag costs beyond the least is to a large part two locks, about 17 ns each "
-    "where this was looked at: the queue takes the report in under one and gives it out under the other. They lend their holder the "
-    "pen's priority, and nobody else has them at that time. A queue without locks would have to lose its oldest report, change its "
-    "depth and end while both sides use it, and save two millionths of the time between two polls.",
     ("memory, after", "the least program"): "Any program needs this much more once it has shown a window with words, and a lesson has a "
     "calibration, which has such a window: the table's last rows are of a program that has shown one and does nothing else.",
 }

@@ -222,7 +222,7 @@ void EventGeneratorNX7::giveBackPairingKeys() {
         keyWindow->giveKeyboardBack();
 }
 
-void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {
+[[gnu::noinline]] void EventGeneratorNX7::keyWindowIgnoresMouse(bool ignores) {
     const auto keyWindow = sharedState.pairingKeyWindow.load();
     if (!keyWindow || _keyWindowIgnoresMouse == static_cast<int>(ignores))
         return; // asked for already; most passes ask for what is so

@@ -29,7 +29,7 @@ constexpr Microseconds kLongPressDelay = std::chrono::seconds(2);
 constexpr std::uint8_t kFullPressure = 255;
 constexpr std::uint8_t kHalfPressure = 128;
 
-io_connect_t openConnection(mach_port_t masterPort) {
+[[gnu::noinline]] io_connect_t openConnection(mach_port_t masterPort) {
     const IOObject services =
         matchingServices(Platform::current().registry, masterPort, IOServiceMatching("IOHIDSystem"));
     const IOObject service = services.next();
@@ -63,7 +63,8 @@ std::int32_t EventGeneratorNX7::regionFromPoint(ScreenPoint point) const {
     return regionOfPoint(point, mainScreenSize());
 }
 
-void EventGeneratorNX7::feedCalibration(EventGeneratorNX7CallbackProtocol& calibration, CameraPoint point) {
+[[gnu::noinline]] void EventGeneratorNX7::feedCalibration(EventGeneratorNX7CallbackProtocol& calibration,
+                                                          CameraPoint point) {
     const PenResult result = penFeeds(stroke(), point);
     perform(result);
     if (!result.touchesTarget)
@@ -163,7 +164,8 @@ void EventGeneratorNX7::perform(const PenAction& action, std::int32_t region) {
 }
 
 // What belongs to the main thread is asked for there, and not waited for.
-void EventGeneratorNX7::performOnMain(const char* selector, std::string argument, StringOperation operation) {
+[[gnu::noinline]] void EventGeneratorNX7::performOnMain(const char* selector, std::string argument,
+                                                        StringOperation operation) {
     auto perform = [this, argument, operation] { (this->*operation)(argument); };
     Platform::current().runLoop.performOnMainThread(
         {this, selector, std::move(argument), std::move(perform)});

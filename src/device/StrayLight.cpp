@@ -101,7 +101,7 @@ void EventGeneratorNX7::Nx9View() {
     sharedState.strayLightViewShown = 1;
 }
 
-void EventGeneratorNX7::showStrayLight(PointThreadState& thread) {
+[[gnu::noinline]] void EventGeneratorNX7::showStrayLight(PointThreadState& thread) {
     thread.pollResult = nextPointEvent(thread);
     keyWindowIgnoresMouse(true);
     const int shownBefore = sharedState.strayLightFrameCount;

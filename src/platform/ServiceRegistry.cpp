@@ -39,8 +39,10 @@ std::string describe(const Property& property) {
     if (const auto* string = std::get_if<std::string>(&property))
         return *string;
     std::string text = "(";
-    for (const auto& entry : std::get<std::vector<PropertyDictionary>>(property))
-        text += (text.size() > 1 ? ", " : "") + describe(entry);
+    for (const auto& entry : std::get<std::vector<PropertyDictionary>>(property)) {
+        text += text.size() > 1 ? ", " : "";
+        text += describe(entry);
+    }
     return text + ")";
 }
 
