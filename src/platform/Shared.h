@@ -107,19 +107,14 @@ private:
     // Word by word to where each belongs: whoever looks at one would otherwise wait until a copy of all of
     // them has left the processor's store buffer.
     Value read() const {
-        return readWords(std::make_index_sequence<Words().size()>());
-    }
-    template <std::size_t... numbers>
-    Value readWords(std::index_sequence<numbers...>) const {
         Value value;
-        (readWord<numbers>(reinterpret_cast<std::byte*>(&value)), ...);
+        for (std::size_t i = 0; i < words_.size(); ++i) {
+            const Word word = words_[i].load(std::memory_order_acquire);
+            const std::size_t at = i * sizeof word;
+            std::memcpy(reinterpret_cast<std::byte*>(&value) + at, &word,
+                        std::min(sizeof word, sizeof value - at));
+        }
         return value;
-    }
-    template <std::size_t number>
-    void readWord(std::byte* value) const {
-        constexpr std::size_t at = number * sizeof(Word);
-        const Word word = words_[number].load(std::memory_order_acquire);
-        std::memcpy(value + at, &word, std::min(sizeof word, sizeof(Value) - at));
     }
 
     mutable PriorityInheritanceMutex mutex_;
