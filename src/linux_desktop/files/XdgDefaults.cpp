@@ -94,28 +94,50 @@ unsigned valueOf(char digit) {
     return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
 }
 
+// What a backslash and what follows stand for: a character, of which only those below 128 are told apart, or
+// nothing. The text begins with it.
+struct Escape {
+    std::size_t length = 0;
+    std::optional<char> character;
+};
+
+Escape firstEscape(std::string_view text) {
+    constexpr std::string_view kLetters = "abfnrtv\"?'\\";
+    constexpr char kOther = '?';
+    if (text.size() > 1 && kLetters.find(text[1]) != std::string_view::npos)
+        return {2, kOther};
+    // A character by its number, of which Qt takes 16 bits; else one that Qt leaves out.
+    const bool hexadecimal = text.substr(1).starts_with('x');
+    const std::size_t first = hexadecimal ? 2 : 1;
+    const auto end = std::min(
+        text.find_first_not_of(hexadecimal ? "0123456789abcdefABCDEF" : "01234567", first), text.size());
+    if (end <= first)
+        return {2, std::nullopt};
+    unsigned number = 0;
+    for (const char digit : text.substr(first, end - first))
+        number = number * (hexadecimal ? 16 : 8) + valueOf(digit);
+    return {end, (number & 0xFFFF) < 0x80 ? static_cast<char>(number) : kOther};
+}
+
 // What is written there, without quotes, spaces and escapes that may stand before the first letter of a
-// value.
+// value or between its letters.
 std::string withoutDisguise(std::string_view text) {
     std::string plain;
+    bool spaceCounts = true; // not where a value or a part of one begins, or after a quote
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (std::string_view("\" \t\r\n").find(text[i]) != std::string_view::npos)
-            continue;
-        if (text[i] != '\\') {
-            plain += text[i];
-            continue;
+        const char c = text[i];
+        if (c == '\\') {
+            const auto [length, character] = firstEscape(text.substr(i));
+            if (character)
+                plain += *character;
+            spaceCounts = spaceCounts || character;
+            i += length - 1;
+        } else if (c == '"') {
+            spaceCounts = false;
+        } else if (c != '\r' && c != '\n' && (spaceCounts || (c != ' ' && c != '\t'))) {
+            plain += c;
+            spaceCounts = c != '=' && c != ',';
         }
-        // A character by its number, of which Qt takes 16 bits; else one that Qt may leave out.
-        const bool hexadecimal = text.substr(i + 1).starts_with('x');
-        const std::size_t first = i + (hexadecimal ? 2 : 1);
-        const auto end = std::min(
-            text.find_first_not_of(hexadecimal ? "0123456789abcdefABCDEF" : "01234567", first), text.size());
-        unsigned number = 0;
-        for (std::size_t digit = first; digit < end; ++digit)
-            number = number * (hexadecimal ? 16 : 8) + valueOf(text[digit]);
-        if (end > first)
-            plain += (number & 0xFFFF) < 0x80 ? static_cast<char>(number) : '?';
-        i = std::max(end, i + 2) - 1;
     }
     return plain;
 }

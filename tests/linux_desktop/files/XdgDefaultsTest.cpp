@@ -242,15 +242,17 @@ INSTANTIATE_TEST_SUITE_P(Objects, DamagedDefaultsTest,
                                          "Language=\\x10040Variant(\\0)\n", "Language=\\100Variant(\\0)\n",
                                          "Language=\\z@Variant(\\0)\n", "Language=\\@@Variant(\\0)\n",
                                          "Language=en, @Variant(\\0)\n", "Language=\\\n@Variant(\\0)\n",
-                                         "Language=\\\r\n@Variant(\\0)\n",
+                                         "Language=\\\r\n@Variant(\\0)\n", "Language=\"@\" \tVariant(\\0)\n",
+                                         "Language=en,\t @Variant(\\0)\n",
                                          "[General]\rLanguage=@Variant(\\0)\n"));
 
 TEST_F(XdgDefaultsTest, AnAtSignWithinATextIsNoObject) {
     write("; written @ home\nDistance=7\nLanguage=me@home.example\nScreen=caf\xc3\xa9@2\n");
     EXPECT_EQ(reread("Language"), DefaultsValue(std::string("me@home.example")));
     EXPECT_EQ(reread("Screen"), DefaultsValue(std::string("caf\xc3\xa9@2")));
-    for (const std::string text :
-         {"@Variant", "@String(a)", "@@", "@", "@@@x", "a @ b", "a\x01@ b", " @", "en, @b"}) {
+    for (const std::string text : {"@Variant", "@String(a)", "@@", "@", "@@@x", "a @ b", "a\x01@ b", " @",
+                                   "en, @b", "a=@\\Variant(b", "a=@ Variant(", "a,@\tVariant(",
+                                   "a=@\nVariant(", "a=@\"Variant(", "a=\\@DateTime(", "=@'Variant("}) {
         ASSERT_TRUE(XdgDefaults(file).setObject("Language", text));
         EXPECT_EQ(reread("Language"), DefaultsValue(text));
     }
