@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // One report of the pen on its way to a pointer event: the driver's whole pass, against the least that any
-// program could do for it. Both sides write the same records to the same place; nobody sleeps. But where the
-// log is written neither has another thread beside it: the kernel would then count the users of what is
-// written to, and a part of the time of either side would be that.
+// program could do for it. Both sides write the same records to the same place; nobody sleeps.
+// Neither side has another thread beside it, except where the log is written: the kernel would otherwise
+// count the users of what is written to, at each write.
 #include <fcntl.h>
 #include <linux/input.h>
 #include <unistd.h>

@@ -94,13 +94,14 @@ unsigned valueOf(char digit) {
     return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
 }
 
-// What a backslash and what follows stand for: a character, of which only those below 128 are told apart, or
-// nothing. The text begins with it.
+// What a backslash and what follows stand for: a character, or nothing where Qt leaves it out.
 struct Escape {
     std::size_t length = 0;
     std::optional<char> character;
 };
 
+// Of a text that begins with a backslash. Which character it is counts for those alone that are given by a
+// number below 128: no others can disguise a letter.
 Escape firstEscape(std::string_view text) {
     constexpr std::string_view kLetters = "abfnrtv\"?'\\";
     constexpr char kOther = '?';
